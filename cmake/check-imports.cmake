@@ -1,0 +1,34 @@
+# cmake -DOBJDUMP=… -DFILE=vorda.exe -P check-imports.cmake
+# vorda.exe is one file: it may import only from libraries that every Windows 10 has.
+cmake_minimum_required(VERSION 3.25)
+
+set(allowed
+  advapi32 bcrypt comctl32 comdlg32 crypt32 gdi32 iphlpapi kernel32 msvcrt ntdll ole32 oleaut32
+  psapi rpcrt4 secur32 shell32 shlwapi user32 userenv version winhttp ws2_32 wtsapi32)
+if(DEFINED ENV{VORDA_ALLOWED_DLLS})
+  set(allowed $ENV{VORDA_ALLOWED_DLLS})
+endif()
+
+execute_process(COMMAND ${OBJDUMP} -p ${FILE} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+string(TOLOWER "${dump}" dump)
+string(REGEX MATCHALL "dll name: [^\r\n]+" lines "${dump}")
+if(NOT lines)
+  message(FATAL_ERROR "no imports found in ${FILE}: is it a Windows program?")
+endif()
+
+set(foreign "")
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "dll name: (.*[^ ]) *$" "\\1" dll "${line}")
+  string(REGEX REPLACE "\\.dll$" "" name "${dll}")
+  # The C runtime of Windows 10 in its many small parts.
+  if(NOT name IN_LIST allowed AND NOT name MATCHES "^api-ms-win-crt-")
+    list(APPEND foreign ${dll})
+  endif()
+endforeach()
+if(foreign)
+  list(JOIN foreign ", " foreign)
+  message(FATAL_ERROR "imports that are not part of Windows: ${foreign}")
+endif()
+if(NOT dump MATCHES "subsystem[ \t]+0*2[ \t]+\\(windows gui\\)")
+  message(FATAL_ERROR "not a program for the Windows GUI subsystem: a console would flash up")
+endif()

@@ -1,0 +1,64 @@
+# The unit tests are one program and one ctest entry: starting Wine once per case would cost more
+# than the cases. Tests run in the repository's root, so that "tests/data/…" is found.
+
+# doctest is a single header. It is copied, because its system folder must not be searched when
+# compiling for Windows.
+find_path(DOCTEST_DIR doctest.h PATH_SUFFIXES doctest
+  HINTS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+file(COPY ${DOCTEST_DIR}/doctest.h DESTINATION ${PROJECT_BINARY_DIR}/third_party/doctest)
+
+vorda_sources(unit_sources tests/unit)
+add_executable(vorda_tests ${unit_sources})
+target_link_libraries(vorda_tests PRIVATE vorda_core)
+target_include_directories(vorda_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit)
+target_include_directories(vorda_tests SYSTEM PRIVATE ${PROJECT_BINARY_DIR}/third_party)
+
+if(VORDA_SANITIZE STREQUAL "tsan")
+  # The thread sanitizer's fixed memory layout does not survive strong address randomisation.
+  find_program(SETARCH setarch)
+  if(SETARCH)
+    execute_process(COMMAND ${SETARCH} -R true RESULT_VARIABLE setarch_result
+      OUTPUT_QUIET ERROR_QUIET)
+    if(setarch_result EQUAL 0)
+      set(test_launcher ${SETARCH} -R)
+    endif()
+  endif()
+endif()
+if(test_launcher)
+  add_test(NAME unit COMMAND ${test_launcher} $<TARGET_FILE:vorda_tests>
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+else()
+  add_test(NAME unit COMMAND vorda_tests WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+endif()
+set_tests_properties(unit PROPERTIES TIMEOUT 300)
+
+# ---- checks of vorda.exe -------------------------------------------------------------------------
+if(TARGET vorda)
+  set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
+    -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
+  add_test(NAME imports COMMAND ${check_imports})
+  # The same check with nothing allowed has to complain about the one DLL every program needs.
+  add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
+  set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
+    "not part of Windows:.*kernel32")
+endif()
+
+# ---- tests in other languages --------------------------------------------------------------------
+# The include check reads all files whatever is built, so one kind of build is enough.
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND AND NOT VORDA_SANITIZE)
+  add_test(NAME layers COMMAND ${Python3_EXECUTABLE} scripts/check-layers
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME layers-self-test COMMAND ${Python3_EXECUTABLE} tests/tools/layers.test.py
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+endif()
+
+find_program(NODE node)
+file(GLOB_RECURSE system_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
+  ${PROJECT_SOURCE_DIR}/tests/system/*.test.js ${PROJECT_SOURCE_DIR}/tests/system/*.test.mjs)
+if(TARGET vorda AND NODE AND system_tests)
+  add_test(NAME system COMMAND ${NODE} --test ${system_tests}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(system PROPERTIES TIMEOUT 600 ENVIRONMENT
+    "VORDA_EXE=$<TARGET_FILE:vorda>;VORDA_LAUNCHER=${CMAKE_CROSSCOMPILING_EMULATOR}")
+endif()

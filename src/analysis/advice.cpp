@@ -1,0 +1,322 @@
+#include "analysis/advice.h"
+
+#include "analysis/folder_names.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "json/size_text.h"
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <unordered_map>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::uint64_t kMiB = 1ULL << 20;
+constexpr std::uint64_t kGiB = 1ULL << 30;
+constexpr std::uint64_t kRecycleBinOver = 1 * kGiB;
+constexpr std::uint64_t kTempFilesOver = 1 * kGiB;
+constexpr std::uint64_t kUpdatesOver = 1 * kGiB;
+constexpr std::uint64_t kDownloadsOver = 20 * kGiB;
+constexpr std::uint64_t kSystemFilesOver = 10 * kGiB;
+constexpr std::uint64_t kOldFilesOver = 5 * kGiB;
+constexpr std::uint64_t kOldAfterMs = 31'536'000'000ULL; // 365 days
+constexpr std::uint64_t kDuplicatesOver = 2 * kGiB;
+constexpr std::uint64_t kCacheFolderFrom = 500 * kMiB;
+constexpr std::uint64_t kCachesOver = 2 * kGiB;
+constexpr std::uint64_t kInstallerOver = 5 * kGiB;
+constexpr std::uint32_t kDeniedOver = 50;
+constexpr std::size_t kTempPathsListed = 8;
+constexpr std::size_t kOldFilesListed = 25;
+constexpr std::size_t kDuplicateGroupsListed = 8;
+constexpr int kMaxClimb = 256;
+
+using Components = std::vector<std::wstring_view>;
+
+class Adviser {
+public:
+  Adviser(const ScanResult& result, std::uint64_t nowMs)
+      : result_(result), folders_(result.folders), names_(result), nowMs_(nowMs) {}
+
+  std::vector<Finding> build();
+
+private:
+  // Every folder but the root whose name and place fit; in table order.
+  std::vector<std::uint32_t> select(const std::function<bool(std::uint32_t)>& fits) const;
+  std::optional<std::uint32_t> largest(const std::vector<std::uint32_t>& indices) const;
+  std::wstring pathOf(std::uint32_t index) const {
+    return folderPath(folders_, index, result_.separator);
+  }
+  FindingItem folderItem(std::uint32_t index) const {
+    return {pathOf(index), folders_[index].totalBytes, folders_[index].totalFiles, 0};
+  }
+  FindingItem fileItem(const FileEntry& file, std::uint32_t group) const {
+    return {filePath(result_, file), file.size, 1, group};
+  }
+  bool larger(const FileEntry* a, const FileEntry* b) const {
+    return a->size != b->size ? a->size > b->size : comparePaths(result_, *a, *b) < 0;
+  }
+  // A finding about one folder as a whole.
+  Finding folderFinding(const char* code, const char* level, std::uint32_t index) const;
+
+  void recycleBin();
+  void tempFiles();
+  void updates();
+  void downloads();
+  void systemFiles();
+  void oldFiles();
+  void duplicates();
+  void caches();
+  void installer();
+  void denied();
+
+  const ScanResult& result_;
+  const FolderTable& folders_;
+  FolderNames names_;
+  std::uint64_t nowMs_;
+  std::vector<Finding> findings_;
+};
+
+std::vector<Finding> Adviser::build() {
+  if (folders_.empty()) return {};
+  recycleBin();
+  tempFiles();
+  updates();
+  downloads();
+  systemFiles();
+  oldFiles();
+  duplicates();
+  caches();
+  installer();
+  denied();
+  std::stable_sort(findings_.begin(), findings_.end(),
+                   [](const Finding& a, const Finding& b) { return a.bytes > b.bytes; });
+  return std::move(findings_);
+}
+
+std::vector<std::uint32_t> Adviser::select(const std::function<bool(std::uint32_t)>& fits) const {
+  std::vector<std::uint32_t> indices;
+  for (std::uint32_t i = 1; i < folders_.size(); ++i) {
+    if (fits(i)) indices.push_back(i);
+  }
+  return indices;
+}
+
+std::optional<std::uint32_t> Adviser::largest(const std::vector<std::uint32_t>& indices) const {
+  const auto at =
+      std::max_element(indices.begin(), indices.end(), [this](std::uint32_t a, std::uint32_t b) {
+        return folders_[a].totalBytes < folders_[b].totalBytes;
+      });
+  if (at == indices.end()) return std::nullopt;
+  return *at;
+}
+
+Finding Adviser::folderFinding(const char* code, const char* level, std::uint32_t index) const {
+  Finding finding;
+  finding.code = code;
+  finding.level = level;
+  finding.bytes = folders_[index].totalBytes;
+  finding.count = 1;
+  finding.fileCount = folders_[index].totalFiles;
+  finding.target = pathOf(index);
+  return finding;
+}
+
+void Adviser::recycleBin() {
+  const auto bin = largest(
+      select([this](auto i) { return equalsIgnoreCase(folders_[i].name, L"$RECYCLE.BIN"); }));
+  if (!bin || folders_[*bin].totalBytes <= kRecycleBinOver) return;
+  Finding finding = folderFinding("recyclebin", "warning", *bin);
+  finding.items.push_back(folderItem(*bin));
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::tempFiles() {
+  static const Components kWindowsTemp = {L"Windows", L"Temp"};
+  static const Components kUserTemp = {L"AppData", L"Local", L"Temp"};
+  const auto temps = select([this](std::uint32_t i) {
+    return names_.endsWith(i, kWindowsTemp) || names_.endsWith(i, kUserTemp);
+  });
+  Finding finding;
+  finding.code = "tempfiles";
+  finding.level = "warning";
+  for (const std::uint32_t index : temps) {
+    finding.bytes += folders_[index].totalBytes;
+    finding.fileCount += folders_[index].totalFiles;
+    if (finding.items.size() < kTempPathsListed) finding.items.push_back(folderItem(index));
+  }
+  if (finding.bytes <= kTempFilesOver) return;
+  finding.count = finding.items.size();
+  finding.target = pathOf(*largest(temps));
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::updates() {
+  static const Components kDownload = {L"SoftwareDistribution", L"Download"};
+  const auto matches = select([this](std::uint32_t i) {
+    return folders_[i].totalBytes > kUpdatesOver && names_.endsWith(i, kDownload);
+  });
+  if (matches.empty()) return;
+  Finding finding = folderFinding("updates", "warning", matches.front());
+  finding.items.push_back(folderItem(matches.front()));
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::downloads() {
+  const auto folder = largest(select([this](std::uint32_t i) {
+    return equalsIgnoreCase(folders_[i].name, L"Downloads") && names_.grandparentIs(i, L"Users");
+  }));
+  if (!folder || folders_[*folder].totalBytes <= kDownloadsOver) return;
+  Finding finding = folderFinding("downloads", "serious", *folder);
+  finding.count = finding.fileCount;
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::systemFiles() {
+  Finding finding;
+  finding.code = "sysfiles";
+  finding.level = "good";
+  for (const FileEntry& file : result_.files) {
+    const bool known = equalsIgnoreCase(file.name, L"pagefile.sys") ||
+                       equalsIgnoreCase(file.name, L"hiberfil.sys") ||
+                       equalsIgnoreCase(file.name, L"swapfile.sys");
+    if (file.folder != 0 || !known) continue;
+    finding.bytes += file.size;
+    ++finding.count;
+    finding.notes.push_back(toUtf8(filePath(result_, file)) + "  -  " + formatSize(file.size));
+  }
+  if (finding.bytes <= kSystemFilesOver) return;
+  finding.fileCount = finding.count;
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::oldFiles() {
+  Finding finding;
+  finding.code = "oldfiles";
+  finding.level = "serious";
+  std::vector<const FileEntry*> old;
+  for (const FileEntry& file : result_.files) {
+    const bool aged =
+        file.modified > 0 && nowMs_ > file.modified && nowMs_ - file.modified > kOldAfterMs;
+    if (!aged || names_.isProtected(file.folder)) continue;
+    finding.bytes += file.size;
+    old.push_back(&file);
+  }
+  if (finding.bytes <= kOldFilesOver) return;
+  finding.count = old.size();
+  finding.fileCount = old.size();
+  const std::size_t listed = std::min(old.size(), kOldFilesListed);
+  std::partial_sort(old.begin(), old.begin() + static_cast<std::ptrdiff_t>(listed), old.end(),
+                    [this](const FileEntry* a, const FileEntry* b) { return larger(a, b); });
+  old.resize(listed);
+  for (const FileEntry* file : old) finding.items.push_back(fileItem(*file, 0));
+  finding.target = pathOf(old.front()->folder);
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::duplicates() {
+  struct Key {
+    std::uint64_t size;
+    std::wstring name; // lower-cased
+    bool operator==(const Key&) const = default;
+  };
+  struct KeyHash {
+    std::size_t operator()(const Key& key) const {
+      return std::hash<std::wstring>()(key.name) ^ (std::hash<std::uint64_t>()(key.size) * 31);
+    }
+  };
+  using Members = std::vector<const FileEntry*>;
+  std::unordered_map<Key, Members, KeyHash> groups;
+  for (const FileEntry& file : result_.files) {
+    if (file.size == 0 || names_.isProtected(file.folder)) continue;
+    groups[{file.size, lowerCase(file.name)}].push_back(&file);
+  }
+  Finding finding;
+  finding.code = "duplicates";
+  finding.level = "serious";
+  std::vector<Members*> repeated;
+  const auto wasted = [](const Members& group) { return (group.size() - 1) * group[0]->size; };
+  for (auto& [key, members] : groups) {
+    if (members.size() < 2) continue;
+    finding.bytes += wasted(members);
+    finding.fileCount += members.size() - 1;
+    repeated.push_back(&members);
+  }
+  if (finding.bytes <= kDuplicatesOver) return;
+  finding.count = repeated.size();
+  const auto byPath = [this](const FileEntry* a, const FileEntry* b) { return larger(a, b); };
+  for (Members* group : repeated) std::sort(group->begin(), group->end(), byPath);
+  const std::size_t listed = std::min(repeated.size(), kDuplicateGroupsListed);
+  std::partial_sort(repeated.begin(), repeated.begin() + static_cast<std::ptrdiff_t>(listed),
+                    repeated.end(), [&](const Members* a, const Members* b) {
+                      return wasted(*a) != wasted(*b) ? wasted(*a) > wasted(*b)
+                                                      : byPath(a->front(), b->front());
+                    });
+  repeated.resize(listed);
+  std::uint32_t number = 0;
+  for (const Members* group : repeated) {
+    ++number;
+    const FileEntry& first = *group->front();
+    finding.notes.push_back(std::to_string(group->size()) + "x  " + toUtf8(first.name) + "  -  " +
+                            formatSize(first.size));
+    for (const FileEntry* file : *group) finding.items.push_back(fileItem(*file, number));
+  }
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::caches() {
+  std::vector<bool> marked(folders_.size());
+  auto candidates = select([this](std::uint32_t i) {
+    return folders_[i].totalBytes >= kCacheFolderFrom && isCacheFolderName(folders_[i].name);
+  });
+  for (const std::uint32_t index : candidates) marked[index] = true;
+  std::erase_if(candidates, [this, &marked](std::uint32_t index) {
+    std::uint32_t at = folders_[index].parent;
+    for (int step = 0; step < kMaxClimb && at != kNoFolder && at != 0; ++step) {
+      if (marked[at]) return true;
+      at = folders_[at].parent;
+    }
+    return false;
+  });
+  Finding finding;
+  finding.code = "caches";
+  finding.level = "warning";
+  for (const std::uint32_t index : candidates) {
+    finding.bytes += folders_[index].totalBytes;
+    finding.fileCount += folders_[index].totalFiles;
+  }
+  if (finding.bytes <= kCachesOver) return;
+  finding.count = candidates.size();
+  std::stable_sort(candidates.begin(), candidates.end(), [this](std::uint32_t a, std::uint32_t b) {
+    return folders_[a].totalBytes > folders_[b].totalBytes;
+  });
+  for (const std::uint32_t index : candidates) finding.items.push_back(folderItem(index));
+  findings_.push_back(std::move(finding));
+}
+
+void Adviser::installer() {
+  static const Components kInstaller = {L"Windows", L"Installer"};
+  const auto folder =
+      largest(select([this](std::uint32_t i) { return names_.endsWith(i, kInstaller); }));
+  if (!folder || folders_[*folder].totalBytes <= kInstallerOver) return;
+  findings_.push_back(folderFinding("installer", "good", *folder));
+}
+
+void Adviser::denied() {
+  if (result_.unreadableFolders <= kDeniedOver) return;
+  Finding finding;
+  finding.code = "denied";
+  finding.level = "good";
+  finding.count = result_.unreadableFolders;
+  findings_.push_back(std::move(finding));
+}
+
+} // namespace
+
+std::vector<Finding> BuildAdvice(const ScanResult& result, std::uint64_t nowMs) {
+  return Adviser(result, nowMs).build();
+}
+
+} // namespace vorda

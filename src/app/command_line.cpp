@@ -1,0 +1,182 @@
+#include "app/command_line.h"
+
+#include "base/text.h"
+
+#include <array>
+#include <limits>
+#include <optional>
+
+namespace vorda {
+
+namespace {
+
+using Options = CommandLineOptions;
+
+struct Flag {
+  std::wstring_view name;
+  bool Options::*field;
+};
+
+constexpr std::array<Flag, 7> kFlags = {{
+    {L"--agent", &Options::agent},
+    {L"--service", &Options::service},
+    {L"--server", &Options::server},
+    {L"--no-open", &Options::noOpen},
+    {L"--show-key", &Options::showKey},
+    {L"--stop", &Options::stop},
+    {L"--check-update", &Options::checkUpdate},
+}};
+
+// Options that take the next argument, whatever it looks like.
+struct Valued {
+  std::wstring_view name;
+  std::wstring Options::*field;
+};
+
+constexpr std::array<Valued, 6> kValued = {{
+    {L"--grant-service-logon", &Options::grantAccount},
+    {L"--close-for-update", &Options::closeFolder},
+    {L"--close-for-removal", &Options::closeFolder},
+    {L"--restart-after-update", &Options::restartFolder},
+    {L"--token", &Options::token},
+    {L"--scan", &Options::scanPath},
+}};
+
+// Options of the export run: their value may not begin with "--".
+struct ExportOption {
+  std::wstring_view name;
+  std::wstring Options::*field;
+  std::wstring_view missing;
+};
+
+constexpr std::array<ExportOption, 5> kExportOptions = {{
+    {L"--out", &Options::outFile, L"--out needs a file name, or - for standard output"},
+    {L"--format", &Options::format, L"--format needs json or csv"},
+    {L"--what", &Options::what, L"--what needs files, types or advice"},
+    {L"--ext", &Options::ext, L"--ext needs one or more extensions, such as \".jpg .png\""},
+    {L"--find", &Options::find, L"--find needs a name or pattern, such as \"holiday*\""},
+}};
+
+template <typename Table>
+const typename Table::value_type* findOption(const Table& table, std::wstring_view name) {
+  for (const auto& option : table) {
+    if (option.name == name) return &option;
+  }
+  return nullptr;
+}
+
+// A base-10 number as wcstol reads it: leading blanks and a sign, then digits up to the
+// first other character; limited to 32 bits, 0 without digits.
+std::int32_t readNumber(std::wstring_view text) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  std::size_t at = text.find_first_not_of(L" \t\n\v\f\r");
+  if (at == std::wstring_view::npos) return 0;
+  const bool negative = text[at] == L'-';
+  if (negative || text[at] == L'+') ++at;
+  std::int64_t value = 0;
+  for (; at < text.size() && text[at] >= L'0' && text[at] <= L'9'; ++at) {
+    value = value * 10 + (text[at] - L'0');
+    if (value > kMost) value = negative ? kMost + 1 : kMost;
+  }
+  return static_cast<std::int32_t>(negative ? -value : value);
+}
+
+} // namespace
+
+CommandLineOptions parseCommandLine(const std::vector<std::wstring>& arguments) {
+  Options options;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::wstring& argument = arguments[i];
+    const bool hasNext = i + 1 < arguments.size();
+    if (argument == L"--help" || argument == L"-h") {
+      options.help = true;
+      return options;
+    }
+    if (const Flag* flag = findOption(kFlags, argument)) {
+      options.*(flag->field) = true;
+    } else if (const Valued* valued = findOption(kValued, argument); valued && hasNext) {
+      options.*(valued->field) = arguments[++i];
+      if (valued->field == &Options::closeFolder) {
+        options.rememberForRestart = argument == L"--close-for-update";
+      }
+    } else if (argument == L"--port" && hasNext) {
+      options.port = readNumber(arguments[++i]);
+    } else if (const ExportOption* option = findOption(kExportOptions, argument)) {
+      options.exportRun = true;
+      if (hasNext && !arguments[i + 1].starts_with(L"--")) {
+        options.*(option->field) = arguments[++i];
+      } else {
+        options.parseErrors.emplace_back(option->missing);
+      }
+    } else if (argument.starts_with(L'-') || !options.scanPath.empty()) {
+      options.unknownArgs.push_back(argument);
+    } else {
+      options.scanPath = argument;
+    }
+  }
+  return options;
+}
+
+Mode modeOf(const CommandLineOptions& options) {
+  if (options.help) return Mode::help;
+  if (!options.closeFolder.empty()) return Mode::closeCopies;
+  if (!options.restartFolder.empty()) return Mode::restartCopies;
+  if (options.checkUpdate) return Mode::checkUpdate;
+  if (options.exportRun) return Mode::exportRun;
+  if (!options.grantAccount.empty()) return Mode::grantServiceLogon;
+  if (options.stop) return Mode::stop;
+  if (options.showKey) return Mode::showKey;
+  if (options.agent || options.service || options.server) return Mode::network;
+  return Mode::interactive;
+}
+
+std::wstring effectiveFormat(const CommandLineOptions& options) {
+  if (!options.format.empty()) return options.format;
+  if (options.outFile == L"-") return L"json";
+  return endsWithIgnoreCase(options.outFile, L".csv") ? L"csv" : L"json";
+}
+
+std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
+  std::vector<std::wstring> messages = options.parseErrors;
+  if (options.outFile.empty() && options.parseErrors.empty()) {
+    messages.emplace_back(L"--format, --what, --ext and --find only work together with --out");
+  }
+  if (options.scanPath.empty()) {
+    messages.emplace_back(L"there is nothing to scan: add --scan <path>");
+  }
+  const bool otherMode = options.agent || options.service || options.server || options.showKey ||
+                         options.stop || !options.grantAccount.empty() || !options.token.empty() ||
+                         options.port != 0;
+  if (otherMode) {
+    messages.emplace_back(L"--out cannot be combined with --agent, --server, --service, --port, "
+                          L"--token, --show-key, --stop or --grant-service-logon");
+  }
+  for (const std::wstring& argument : options.unknownArgs) {
+    messages.push_back(L"unknown argument: " + argument);
+  }
+  const std::wstring& format = options.format;
+  if (!format.empty() && format != L"json" && format != L"csv") {
+    messages.push_back(L"--format is json or csv, not " + format);
+  }
+  const std::wstring& what = options.what;
+  if (!what.empty() && what != L"files" && what != L"types" && what != L"advice") {
+    messages.push_back(L"--what is files, types or advice, not " + what);
+  }
+  if (!what.empty() && effectiveFormat(options) == L"json") {
+    messages.emplace_back(
+        L"--what only applies to CSV: add --format csv, or give the file a .csv name");
+  }
+  const bool filtered = !options.ext.empty() || !options.find.empty();
+  if (filtered && !what.empty() && what != L"files") {
+    messages.emplace_back(L"--ext and --find narrow the file list, so they go with --what files");
+  }
+  return messages;
+}
+
+std::wstring argumentErrorText(const std::vector<std::wstring>& messages) {
+  std::wstring text;
+  for (const std::wstring& message : messages) text += L"Vorda: " + message + L"\n";
+  return text + L"Run vorda.com --help for the options.";
+}
+
+} // namespace vorda

@@ -1,0 +1,104 @@
+#include "app/std_output_win.h"
+
+#include "base/text.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::size_t kPieceBytes = 1'048'576;
+constexpr std::size_t kPieceUnits = 8'192;
+
+// A standard handle of this process. Where there is none it attaches the console of the
+// parent for as long as the object lives.
+class StdHandle {
+public:
+  explicit StdHandle(StdStream stream) {
+    const DWORD which = stream == StdStream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
+    handle_ = GetStdHandle(which);
+    if (!valid() && AttachConsole(ATTACH_PARENT_PROCESS) != FALSE) {
+      attached_ = true;
+      handle_ = GetStdHandle(which);
+    }
+  }
+  StdHandle(const StdHandle&) = delete;
+  StdHandle& operator=(const StdHandle&) = delete;
+  ~StdHandle() {
+    if (attached_) FreeConsole();
+  }
+
+  bool valid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
+  HANDLE get() const { return handle_; }
+  bool isConsole() const {
+    DWORD mode = 0;
+    return GetConsoleMode(handle_, &mode) != FALSE;
+  }
+
+private:
+  HANDLE handle_ = nullptr;
+  bool attached_ = false;
+};
+
+bool writeToConsole(HANDLE console, std::wstring_view text) {
+  while (!text.empty()) {
+    std::size_t units = std::min(text.size(), kPieceUnits);
+    // A pair is never split between two pieces.
+    if (units < text.size() && isHighSurrogate(text[units - 1])) --units;
+    DWORD written = 0;
+    if (WriteConsoleW(console, text.data(), static_cast<DWORD>(units), &written, nullptr) ==
+            FALSE ||
+        written == 0) {
+      return false;
+    }
+    text.remove_prefix(written);
+  }
+  return true;
+}
+
+bool writeToFile(HANDLE file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto piece = static_cast<DWORD>(std::min(bytes.size(), kPieceBytes));
+    DWORD written = 0;
+    if (WriteFile(file, bytes.data(), piece, &written, nullptr) == FALSE || written == 0) {
+      return false;
+    }
+    bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+} // namespace
+
+bool writeStdLine(std::wstring_view text, StdStream stream) {
+  const StdHandle handle(stream);
+  if (!handle.valid()) return false;
+  const std::wstring line = std::wstring(text) + L"\n";
+  return handle.isConsole() ? writeToConsole(handle.get(), line)
+                            : writeToFile(handle.get(), toUtf8(line));
+}
+
+bool writeStdText(std::string_view text, StdStream stream) {
+  const StdHandle handle(stream);
+  if (!handle.valid()) return false;
+  return handle.isConsole() ? writeToConsole(handle.get(), toUtf16(text))
+                            : writeToFile(handle.get(), text);
+}
+
+void showError(const std::wstring& text) {
+  if (writeStdLine(text, StdStream::error)) return;
+  MessageBoxW(nullptr, text.c_str(), L"Vorda", MB_ICONERROR);
+}
+
+void showInfo(const std::wstring& text) {
+  MessageBoxW(nullptr, text.c_str(), L"Vorda", MB_ICONINFORMATION);
+}
+
+void printError(std::wstring_view text) {
+  writeStdText(toUtf8(std::wstring(text) + L"\n"), StdStream::error);
+}
+
+} // namespace vorda

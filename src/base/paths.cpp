@@ -1,0 +1,69 @@
+#include "base/paths.h"
+
+#include <algorithm>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::size_t kLongPathLength = 240;
+constexpr std::wstring_view kLiteralPrefix = L"\\\\?\\";
+constexpr std::wstring_view kLiteralSharePrefix = L"\\\\?\\UNC\\";
+
+} // namespace
+
+bool isDriveLetterPath(std::wstring_view path) { return path.size() >= 2 && path[1] == L':'; }
+
+std::wstring LongPath(std::wstring_view path) {
+  return path.size() < kLongPathLength ? std::wstring(path) : literalPath(path);
+}
+
+std::wstring literalPath(std::wstring_view path) {
+  if (path.starts_with(kLiteralPrefix)) return std::wstring(path);
+  std::wstring out;
+  if (path.starts_with(L"\\\\")) {
+    out.append(kLiteralSharePrefix).append(path.substr(2));
+  } else {
+    out.append(kLiteralPrefix).append(path);
+  }
+  return out;
+}
+
+bool losesItsEnd(std::wstring_view name) {
+  return !name.empty() && (name.back() == L'.' || name.back() == L' ');
+}
+
+bool isPlainAbsolute(std::wstring_view path) {
+  const bool anchored =
+      path.starts_with(L"\\\\") || (isDriveLetterPath(path) && path.size() > 2 && path[2] == L'\\');
+  if (!anchored || path.find(L'/') != std::wstring_view::npos) return false;
+  if (path.starts_with(kLiteralPrefix)) return true;
+  const auto parts = pathComponents(path);
+  return std::none_of(parts.begin(), parts.end(),
+                      [](std::wstring_view part) { return part == L"." || part == L".."; });
+}
+
+std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t separator) {
+  std::wstring out;
+  out.reserve(folder.size() + 1 + name.size());
+  out.append(folder);
+  const bool ended =
+      !out.empty() && (out.back() == separator || (separator == L'\\' && out.back() == L'/'));
+  if (!ended) out.push_back(separator);
+  out.append(name);
+  return out;
+}
+
+std::vector<std::wstring_view> pathComponents(std::wstring_view path) {
+  std::vector<std::wstring_view> parts;
+  std::size_t from = 0;
+  while (from < path.size()) {
+    std::size_t to = from;
+    while (to < path.size() && !isSeparator(path[to])) ++to;
+    if (to > from) parts.push_back(path.substr(from, to - from));
+    from = to + 1;
+  }
+  return parts;
+}
+
+} // namespace vorda

@@ -1,0 +1,38 @@
+// Windows paths as text: joining, splitting, and the forms handed to the system.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vorda {
+
+constexpr bool isSeparator(wchar_t unit) { return unit == L'\\' || unit == L'/'; }
+
+// Whether the second character is ":".
+bool isDriveLetterPath(std::wstring_view path);
+
+// The path to hand to the system: one of 240 characters or more gets "\\?\" in front
+// ("\\?\UNC\" in place of the two backslashes of a share); a shorter one, and one that
+// has the prefix already, stays as it is. The path must be absolute to be lengthened.
+std::wstring LongPath(std::wstring_view path);
+
+// LongPath, but with the prefix at any length: for paths that the system would
+// otherwise read as another one, since it drops trailing dots and blanks of names.
+std::wstring literalPath(std::wstring_view path);
+
+// Whether the system would drop characters from the end of this name.
+bool losesItsEnd(std::wstring_view name);
+
+// Whether a path says by itself which place it means: "X:\\…" or "\\\\…" with backslashes
+// only and no component "." or "..".
+bool isPlainAbsolute(std::wstring_view path);
+
+// folder + separator + name, without doubling a separator that folder ends in.
+std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t separator = L'\\');
+
+// The non-empty components of a path, front to back, split at both separators. The
+// views point into path.
+std::vector<std::wstring_view> pathComponents(std::wstring_view path);
+
+} // namespace vorda

@@ -1,0 +1,21 @@
+// How much lies at and beneath a path.
+#pragma once
+
+#include "scan/folder_reader.h"
+
+#include <cstdint>
+#include <string>
+
+namespace vorda {
+
+struct PathMeasure {
+  std::uint64_t bytes = 0;
+  std::uint64_t files = 0;
+  std::uint64_t unreadableFolders = 0; // what lies in them is not in the figures
+};
+
+// A file by its size; a folder by everything beneath it, links neither counted nor
+// entered. A path that is itself a link, or is not there, measures nothing.
+PathMeasure measurePath(FolderSource& source, const std::wstring& path);
+
+} // namespace vorda

@@ -1,0 +1,60 @@
+#include "json/form_fields.h"
+
+#include <optional>
+
+namespace vorda {
+
+namespace {
+
+std::optional<unsigned> hexDigit(char c) {
+  if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+  if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
+  if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
+  return std::nullopt;
+}
+
+} // namespace
+
+std::string decodeFormText(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '+') {
+      out.push_back(' ');
+      continue;
+    }
+    if (text[i] == '%' && text.size() - i > 2) {
+      const auto high = hexDigit(text[i + 1]);
+      const auto low = hexDigit(text[i + 2]);
+      if (high && low) {
+        out.push_back(static_cast<char>(*high * 16 + *low));
+        i += 2;
+        continue;
+      }
+    }
+    out.push_back(text[i]);
+  }
+  return out;
+}
+
+FormFields::FormFields(std::string_view body) {
+  while (true) {
+    const std::size_t end = body.find('&');
+    const std::string_view piece = body.substr(0, end);
+    const std::size_t equals = piece.find('=');
+    const std::string_view value =
+        equals == std::string_view::npos ? std::string_view() : piece.substr(equals + 1);
+    pairs_.emplace_back(decodeFormText(piece.substr(0, equals)), decodeFormText(value));
+    if (end == std::string_view::npos) break;
+    body.remove_prefix(end + 1);
+  }
+}
+
+std::string_view FormFields::get(std::string_view key) const {
+  for (const auto& [name, value] : pairs_) {
+    if (name == key) return value;
+  }
+  return {};
+}
+
+} // namespace vorda

@@ -1,0 +1,120 @@
+#include "report/result_document.h"
+
+#include "analysis/advice.h"
+#include "analysis/types.h"
+#include "base/text.h"
+#include "fileops/safety_rules.h"
+#include "json/json_writer.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace vorda {
+
+namespace {
+
+std::size_t limitOf(std::int32_t value) { return static_cast<std::size_t>(std::max(value, 0)); }
+
+void writeMeta(JsonWriter& json, const Job& job) {
+  const ScanResult& result = job.result;
+  const std::uint64_t keptBytes =
+      std::accumulate(result.files.begin(), result.files.end(), std::uint64_t{0},
+                      [](std::uint64_t sum, const FileEntry& file) { return sum + file.size; });
+  json.open("meta", '{');
+  json.string("path", job.target);
+  json.string("method", job.progress.texts().method);
+  json.string("host", job.origin);
+  json.string("kind", classifyTarget(job.target));
+  json.seconds(result.seconds);
+  json.number("files", result.fileCount);
+  json.number("dirs", result.folderCount);
+  json.number("denied", result.unreadableFolders);
+  json.number("skipped", result.skippedFolders);
+  json.number("used", result.byteCount);
+  json.number("bigFileBytes", keptBytes);
+  json.number("volumeSize", job.drive.totalBytes);
+  json.number("volumeFree", job.drive.freeBytes);
+  json.string("volumeLabel", job.drive.label);
+  json.number("freed", job.freed);
+  json.number("binned", job.binned);
+  json.close('}');
+}
+
+void writeTypes(JsonWriter& json, const ScanResult& result, std::size_t most) {
+  json.open("exts", '[');
+  std::vector<TypeRow> rows = sortedTypes(result.types);
+  rows.resize(std::min(rows.size(), most));
+  for (const TypeRow& row : rows) {
+    json.open('{');
+    json.string("e", row.type);
+    json.number("s", row.total.bytes);
+    json.number("c", row.total.files);
+    json.close('}');
+  }
+  json.close(']');
+}
+
+void writeFiles(JsonWriter& json, const ScanResult& result, std::size_t most) {
+  json.open("files", '[');
+  for (const FileEntry* file : largestFiles(result, most)) {
+    json.open('{');
+    json.string("p", filePath(result, *file));
+    json.number("s", file->size);
+    json.number("m", file->modified);
+    json.close('}');
+  }
+  json.close(']');
+}
+
+// One of the parallel lists of a finding: an element per item.
+template <typename Write>
+void writeList(JsonWriter& json, const char* name, const Finding& finding, Write write) {
+  json.open(name, '[');
+  for (const FindingItem& item : finding.items) write(item);
+  json.close(']');
+}
+
+void writeFinding(JsonWriter& json, const Finding& finding) {
+  json.open('{');
+  json.string("code", finding.code);
+  json.string("level", finding.level);
+  json.number("bytes", finding.bytes);
+  json.number("n1", finding.count);
+  json.number("n2", finding.fileCount);
+  json.string("target", finding.target);
+  writeList(json, "paths", finding, [&](const FindingItem& item) { json.string(item.path); });
+  writeList(json, "pathBytes", finding, [&](const FindingItem& item) { json.number(item.bytes); });
+  writeList(json, "pathFiles", finding, [&](const FindingItem& item) { json.number(item.files); });
+  writeList(json, "pathGroup", finding, [&](const FindingItem& item) { json.number(item.group); });
+  writeList(json, "pathLock", finding,
+            [&](const FindingItem& item) { json.string(deleteRefusal(item.path)); });
+  json.open("notes", '[');
+  for (const std::string& note : finding.notes) json.string(note);
+  json.close(']');
+  json.close('}');
+}
+
+} // namespace
+
+const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs) {
+  const ScanResult& result = job.result;
+  JsonWriter json;
+  json.open('{');
+  writeMeta(json, job);
+  json.key("tree");
+  if (result.folders.empty()) {
+    json.null();
+  } else {
+    WriteTreeNode(result.folders, result.rootPath, options, json, 0, 0);
+  }
+  writeTypes(json, result, limitOf(options.maxTypes));
+  writeFiles(json, result, limitOf(options.maxFiles));
+  json.open("advice", '[');
+  for (const Finding& finding : BuildAdvice(result, nowMs)) writeFinding(json, finding);
+  json.close(']');
+  json.close('}');
+  job.document = std::make_shared<const std::string>(json.take());
+  return *job.document;
+}
+
+} // namespace vorda

@@ -1,0 +1,64 @@
+#include "scan/job.h"
+
+#include "base/paths.h"
+
+namespace vorda {
+
+namespace {
+
+bool run(const ScanMethod& method, Job& job, const ScanOptions& options) {
+  return method && method(job.progress, options, job.result);
+}
+
+// Turbo where the test allows it, the walk otherwise and when turbo fails.
+bool scanLocal(Job& job, const ScanSteps& steps, const ScanOptions& options) {
+  const TurboVerdict verdict = steps.turboAllowed(job.target);
+  if (verdict.allowed) {
+    job.progress.setStatus("turbo");
+    if (run(steps.turbo, job, options)) return true;
+    job.result = ScanResult{};
+    job.progress.edit([](ProgressTexts& texts) {
+      texts.noTurbo = texts.failure.empty() ? "mftOpenFailed" : texts.failure;
+      texts.failure.clear();
+      texts.status = "fallback";
+    });
+  } else {
+    job.progress.edit([&verdict](ProgressTexts& texts) {
+      texts.noTurbo = verdict.reason;
+      texts.status = "walk";
+    });
+  }
+  return run(steps.walk, job, options);
+}
+
+} // namespace
+
+ScanOptions optionsOf(const Job& job) {
+  ScanOptions options;
+  options.root = job.target;
+  options.extensions = job.extensions;
+  options.namePatterns = job.namePatterns;
+  const bool filtered = !job.extensions.empty() || !job.namePatterns.empty();
+  options.fileListThreshold = filtered ? 0 : kFileListThreshold;
+  return options;
+}
+
+void runJob(Job& job, const ScanSteps& steps) {
+  const ScanOptions options = optionsOf(job);
+  const bool remote = job.kind == "ssh";
+  const bool scanned = remote ? run(steps.remote, job, options) : scanLocal(job, steps, options);
+  if (scanned) {
+    if (job.origin.empty()) job.origin = "local";
+    if (isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
+    steps.finish(job);
+  } else {
+    job.progress.edit([](ProgressTexts& texts) {
+      texts.error = texts.failure.empty() ? "scanFailed" : texts.failure;
+    });
+  }
+  job.progress.phase = kPhaseFinished;
+  job.done = true;
+  job.resultReady = true;
+}
+
+} // namespace vorda

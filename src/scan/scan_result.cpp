@@ -1,0 +1,58 @@
+#include "scan/scan_result.h"
+
+#include "base/paths.h"
+
+#include <algorithm>
+
+namespace vorda {
+
+namespace {
+
+std::int32_t depthOf(const FolderTable& folders, std::uint32_t index) {
+  return index < folders.size() ? folders[index].depth : -1;
+}
+
+} // namespace
+
+std::wstring filePath(const ScanResult& result, const FileEntry& file) {
+  return joinPath(folderPath(result.folders, file.folder, result.separator), file.name,
+                  result.separator);
+}
+
+int comparePaths(const ScanResult& result, const FileEntry& a, const FileEntry& b) {
+  const FolderTable& folders = result.folders;
+  // What stands below the deepest shared folder on each side; the file names at first.
+  const std::wstring* left = &a.name;
+  const std::wstring* right = &b.name;
+  std::uint32_t leftFolder = a.folder;
+  std::uint32_t rightFolder = b.folder;
+  const auto climb = [&folders](std::uint32_t& folder, const std::wstring*& below) {
+    below = &folders[folder].name;
+    folder = folders[folder].parent;
+  };
+  while (leftFolder != rightFolder) {
+    const std::int32_t leftDepth = depthOf(folders, leftFolder);
+    const std::int32_t rightDepth = depthOf(folders, rightFolder);
+    if (leftDepth < 0 && rightDepth < 0) break;
+    if (leftDepth >= rightDepth) climb(leftFolder, left);
+    if (rightDepth >= leftDepth) climb(rightFolder, right);
+  }
+  return left->compare(*right);
+}
+
+std::vector<const FileEntry*> largestFiles(const ScanResult& result, std::size_t count) {
+  std::vector<const FileEntry*> order;
+  order.reserve(result.files.size());
+  for (const FileEntry& file : result.files) order.push_back(&file);
+  const auto larger = [&result](const FileEntry* a, const FileEntry* b) {
+    return a->size != b->size ? a->size > b->size : comparePaths(result, *a, *b) < 0;
+  };
+  const std::size_t kept = std::min(count, order.size());
+  const auto cut = order.begin() + static_cast<std::ptrdiff_t>(kept);
+  if (kept < order.size()) std::nth_element(order.begin(), cut, order.end(), larger);
+  order.resize(kept);
+  std::sort(order.begin(), order.end(), larger);
+  return order;
+}
+
+} // namespace vorda

@@ -1,0 +1,40 @@
+// What a scan target is, judged from its text alone, and what a failed scan is called in
+// words for people.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vorda {
+
+// "ssh", "wsl", "unc", "drive" or "folder".
+std::string classifyTarget(std::wstring_view target);
+
+// The sentence for a scan's failure word; a word without one stands for itself.
+std::string failureText(std::string_view word);
+
+// Whether a target can be read through the master file table.
+struct TurboVerdict {
+  bool allowed = false;
+  // Why not: "notlocal", "notwholedrive", "notfixed", "nofs", "notntfs" or "noadmin".
+  std::string reason;
+};
+
+// Asks the system: a whole, fixed NTFS drive whose raw volume this process may open.
+TurboVerdict turboAllowed(const std::wstring& path);
+
+// The two steps of that test that look at the path alone; empty when both pass.
+std::string turboPathRefusal(std::wstring_view path);
+
+struct DriveFigures {
+  std::uint64_t totalBytes = 0;
+  std::uint64_t freeBytes = 0;
+  std::wstring label;
+};
+
+// The figures of the drive that a drive-letter path lies on; zeroes and an empty label
+// for what the system does not tell, and for any other path.
+DriveFigures driveFigures(const std::wstring& path);
+
+} // namespace vorda

@@ -1,0 +1,53 @@
+#include "scan/targets.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "win/file_handle.h"
+
+#include <windows.h>
+
+namespace vorda {
+
+namespace {
+
+std::wstring driveRoot(const std::wstring& path) { return path.substr(0, 2) + L"\\"; }
+
+} // namespace
+
+TurboVerdict turboAllowed(const std::wstring& path) {
+  const auto refuse = [](std::string reason) { return TurboVerdict{false, std::move(reason)}; };
+  if (std::string refusal = turboPathRefusal(path); !refusal.empty()) return refuse(refusal);
+  const std::wstring root = driveRoot(path);
+  if (GetDriveTypeW(root.c_str()) != DRIVE_FIXED) return refuse("notfixed");
+  wchar_t fileSystem[32] = {};
+  if (GetVolumeInformationW(root.c_str(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, 32) ==
+      FALSE) {
+    return refuse("nofs");
+  }
+  if (!equalsIgnoreCase(fileSystem, L"NTFS")) return refuse("notntfs");
+  const std::wstring volume = L"\\\\.\\" + path.substr(0, 2);
+  const FileHandle handle(CreateFileW(volume.c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                      FILE_FLAG_NO_BUFFERING | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  return handle.valid() ? TurboVerdict{true, {}} : refuse("noadmin");
+}
+
+DriveFigures driveFigures(const std::wstring& path) {
+  DriveFigures figures;
+  if (!isDriveLetterPath(path)) return figures;
+  const std::wstring root = driveRoot(path);
+  ULARGE_INTEGER total{};
+  ULARGE_INTEGER free{};
+  if (GetDiskFreeSpaceExW(root.c_str(), nullptr, &total, &free) != FALSE) {
+    figures.totalBytes = total.QuadPart;
+    figures.freeBytes = free.QuadPart;
+  }
+  wchar_t label[260] = {};
+  if (GetVolumeInformationW(root.c_str(), label, 260, nullptr, nullptr, nullptr, nullptr, 0) !=
+      FALSE) {
+    figures.label = label;
+  }
+  return figures;
+}
+
+} // namespace vorda
