@@ -1,4 +1,6 @@
 # vorda.exe: the entry point, the resources and vorda_core.
+enable_language(RC)
+
 set(VORDA_PAGE_FILE ${PROJECT_SOURCE_DIR}/src/page/placeholder.html)
 
 configure_file(${PROJECT_SOURCE_DIR}/src/app/vorda.rc.in ${PROJECT_BINARY_DIR}/generated/vorda.rc @ONLY)

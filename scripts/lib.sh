@@ -25,7 +25,7 @@ configure_and_build() {
   shift
   local -a targets=()
   [[ $# -gt 0 ]] && targets=(--target "$@")
-  configure "$preset"
+  configure "$preset" || return
   cmake --build "$root/build/$preset" "${targets[@]}"
 }
 
@@ -37,9 +37,15 @@ quietly() {
   mkdir -p "$root/build/logs"
   "$@" >"$log" 2>&1 </dev/null && return
   local code=$?
-  cat "$log" >&2
+  {
+    echo
+    cat "$log"
+  } >&2
   return "$code"
 }
+
+# An absolute path of this machine as Windows programs see it under Wine.
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 # Everything that starts a Windows program does so in a prefix of this build tree, never in the one
 # in the developer's home. VORDA_WINEPREFIX names another.

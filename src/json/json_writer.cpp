@@ -122,6 +122,9 @@ void JsonWriter::seconds(double value) {
   out_.append(digits);
 }
 
-void JsonWriter::raw(std::string_view fragment) { out_.append(fragment); }
+void JsonWriter::raw(std::string_view fragment) {
+  out_.append(fragment);
+  noComma_ = false;
+}
 
 } // namespace vorda

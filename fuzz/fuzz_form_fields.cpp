@@ -1,0 +1,35 @@
+// A form-encoded body. Re-encoding what was read must read the same again.
+#include "json/form_fields.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+std::string encoded(const std::string& text) {
+  std::string out;
+  for (const char c : text) {
+    char escape[4];
+    std::snprintf(escape, sizeof escape, "%%%02x",
+                  static_cast<unsigned>(static_cast<unsigned char>(c)));
+    out += escape;
+  }
+  return out;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view body(reinterpret_cast<const char*>(data), size);
+  const vorda::FormFields fields(body);
+  if (fields.pairs().empty()) std::abort();
+  std::string again;
+  for (const auto& [key, value] : fields.pairs()) {
+    if (!again.empty()) again += '&';
+    again += encoded(key) + "=" + encoded(value);
+  }
+  if (vorda::FormFields(again).pairs() != fields.pairs()) std::abort();
+  if (fields.get(fields.pairs().front().first) != fields.pairs().front().second) std::abort();
+  return 0;
+}

@@ -1,0 +1,85 @@
+"""Proves on small trees that scripts/check-layers complains about what it must, and only that."""
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "check-layers"
+
+
+def run_on(files):
+    with tempfile.TemporaryDirectory() as folder:
+        for name, text in files.items():
+            path = pathlib.Path(folder, name)
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+        return subprocess.run([sys.executable, str(SCRIPT), folder], capture_output=True, text=True)
+
+
+class Layers(unittest.TestCase):
+    # What the files under test include.
+    tree = {
+        "src/base/text.h": "#pragma once\n#include <string>\n",
+        "src/base/tables_native.h": "",
+        "src/base/handle_win.h": "#include <windows.h>\n",
+        "src/win/file.h": "#include <winsock2.h>\n",
+        "src/json/writer.h": '#include "base/text.h"\n',
+        "src/scan/tree.h": "",
+        "src/http/server.h": "",
+        "tests/unit/helpers.h": "",
+    }
+
+    accepted = {
+        "src/win/file.cpp": '#include <windows.h>\n#include "base/text.h"\n',
+        "src/base/handle_win.cpp": '#include "base/handle_win.h"\n#include "win/file.h"\n',
+        "src/base/tables_native.cpp": '#include <sys/stat.h>\n#include "base/tables_native.h"\n',
+        "src/scan/walk.cpp": '#include "json/writer.h"\n#include "tree.h"\n#include <vector>\n',
+        "src/app/main_win.cpp": '#include "http/server.h"\n#include "maker.h"\n',
+        "src/base/text.cpp": '// #include <windows.h>\n/*\n#include "http/server.h"\n*/\n',
+        "tests/unit/a.test.cpp": '#include "doctest/doctest.h"\n#include "helpers.h"\n',
+        "tests/unit/a_win.test.cpp": '#include <windows.h>\n#include "base/handle_win.h"\n',
+    }
+
+    rejected = {
+        "a Windows header": ("src/scan/walk.cpp", "#include <windows.h>"),
+        "a Windows header, oddly written": ("src/scan/walk.cpp", "  #  include<WinSock2.h> // why"),
+        "a Windows header after a string": ("src/scan/walk.cpp", '#define A "/*"\n#include <winnt.h>'),
+        "a Windows header after a quote": ("src/scan/walk.cpp", "char q = '\"'; /* \" */\n#include <io.h>"),
+        "a Windows header after a raw string": (
+            "src/scan/walk.cpp", 'auto a = R"(" /* )";\n#include <io.h>\nauto b = "*/";'),
+        "a Windows header in quotes": ("src/scan/walk.cpp", '#include "windows.h"'),
+        "a Windows header in a header": ("src/base/more.h", "#include <shellapi.h>"),
+        "a POSIX header": ("src/base/more.cpp", "#include <sys/stat.h>"),
+        "a portable test": ("tests/unit/b.test.cpp", "#include <windows.h>"),
+        "a Windows file of ours": ("src/scan/walk.cpp", '#include "base/handle_win.h"'),
+        "the win folder": ("src/scan/walk.h", '#include "win/file.h"'),
+        "native in portable": ("src/base/more.cpp", '#include "base/tables_native.h"'),
+        "native in Windows": ("src/base/more_win.cpp", '#include "base/tables_native.h"'),
+        "Windows in native": ("src/base/more_native.cpp", '#include "win/file.h"'),
+        "upwards": ("src/json/more.cpp", '#include "scan/tree.h"'),
+        "upwards from win": ("src/win/more.cpp", '#include "json/writer.h"'),
+        "upwards by a relative path": ("src/base/more.h", '#include "../http/server.h"'),
+        "a macro": ("src/scan/walk.cpp", "#define H <windows.h>\n#include H"),
+        "a folder without rank": ("src/misc/more.cpp", "#include <vector>"),
+        "a file outside the folders": ("src/more.cpp", "#include <vector>"),
+    }
+
+    def test_accepts_what_is_allowed(self):
+        result = run_on({**self.tree, **self.accepted})
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+    def test_rejects_each_fault_and_names_its_file(self):
+        for title, (name, text) in self.rejected.items():
+            with self.subTest(title):
+                result = run_on({**self.tree, name: text + "\n"})
+                self.assertEqual(result.returncode, 1, result.stderr)
+                lines = result.stdout.splitlines()
+                self.assertEqual(len(lines), 1, result.stdout)
+                self.assertTrue(lines[0].startswith(name + ":"), lines[0])
+
+    def test_rejects_an_empty_tree(self):
+        self.assertEqual(run_on({"README.md": ""}).returncode, 1)
+
+
+unittest.main()

@@ -1,0 +1,87 @@
+#include "app/command_line.h"
+#include "base/text.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using Arguments = std::vector<std::wstring>;
+
+namespace {
+
+std::vector<std::string> complaints(const Arguments& arguments) {
+  std::vector<std::string> texts;
+  for (const auto& message : validateExportRun(parseCommandLine(arguments))) {
+    texts.push_back(toUtf8(message));
+  }
+  return texts;
+}
+
+} // namespace
+
+TEST_CASE("values, missing values and what is left over") {
+  const auto options =
+      parseCommandLine({L"D:\\data", L"--port", L" -12x", L"--token", L"--agent", L"more", L"--foo",
+                        L"--out", L"--scan", L"C:\\", L"--find", L"-", L"--close-for-update", L"a",
+                        L"--close-for-removal", L"b", L"--scan"});
+  CHECK(options.scanPath == L"C:\\");
+  CHECK(options.port == -12);
+  CHECK(options.token == L"--agent");
+  CHECK_FALSE(options.agent);
+  CHECK(options.find == L"-");
+  CHECK(options.exportRun);
+  CHECK(options.closeFolder == L"b");
+  CHECK_FALSE(options.rememberForRestart);
+  CHECK(options.parseErrors == Arguments{L"--out needs a file name, or - for standard output"});
+  CHECK(options.unknownArgs == Arguments{L"more", L"--foo", L"--scan"});
+  CHECK(parseCommandLine({L"--port", L"99999999999999999999"}).port == 2147483647);
+  CHECK(parseCommandLine({L"--port", L"-99999999999"}).port == -2147483647 - 1);
+  CHECK(parseCommandLine({L"--port", L"x"}).port == 0);
+}
+
+TEST_CASE("one mode wins, in a fixed order") {
+  // Each line's own option stands before all that follow it.
+  const std::vector<std::pair<Arguments, Mode>> ranks = {
+      {{L"--help"}, Mode::help},
+      {{L"--close-for-update", L"x"}, Mode::closeCopies},
+      {{L"--restart-after-update", L"x"}, Mode::restartCopies},
+      {{L"--check-update"}, Mode::checkUpdate},
+      {{L"--format"}, Mode::exportRun},
+      {{L"--grant-service-logon", L"me"}, Mode::grantServiceLogon},
+      {{L"--stop"}, Mode::stop},
+      {{L"--show-key"}, Mode::showKey},
+      {{L"--server"}, Mode::network},
+      {{L"--no-open", L"C:\\"}, Mode::interactive}};
+  Arguments line;
+  for (auto rank = ranks.rbegin(); rank != ranks.rend(); ++rank) {
+    line.insert(line.begin(), rank->first.begin(), rank->first.end());
+    CHECK(modeOf(parseCommandLine(line)) == rank->second);
+  }
+  CHECK(modeOf(parseCommandLine({})) == Mode::interactive);
+  CHECK(modeOf(parseCommandLine({L"--out", L"-h"})) == Mode::exportRun);
+}
+
+TEST_CASE("an export run is checked as a whole") {
+  CHECK(complaints({L"--out", L"x.CSV", L"--what", L"advice", L"--scan", L"C:\\"}).empty());
+  CHECK(complaints({L"C:\\", L"--out", L"-", L"--format", L"csv", L"--ext", L".a"}).empty());
+  CHECK(complaints({L"--format", L"JSON", L"--what", L"all", L"--find", L"x", L"--port", L"1",
+                    L"--zap"}) ==
+        std::vector<std::string>{
+            "--format, --what, --ext and --find only work together with --out",
+            "there is nothing to scan: add --scan <path>",
+            "--out cannot be combined with --agent, --server, --service, --port, --token, "
+            "--show-key, --stop or --grant-service-logon",
+            "unknown argument: --zap", "--format is json or csv, not JSON",
+            "--what is files, types or advice, not all",
+            "--ext and --find narrow the file list, so they go with --what files"});
+  CHECK(complaints({L"C:\\", L"--out", L"x.json", L"--what", L"files"}) ==
+        std::vector<std::string>{
+            "--what only applies to CSV: add --format csv, or give the file a .csv name"});
+  // The output's missing name is said once.
+  CHECK(complaints({L"C:\\", L"--out"}).size() == 1);
+}
+
+TEST_CASE("the help names the version") {
+  CHECK(helpText(L"1.2.3").starts_with(L"\nVorda 1.2.3  -  Brixmoor\nDisk analysis"));
+  CHECK(helpText(L"").starts_with(L"\nVorda -  Brixmoor\n"));
+  CHECK(helpText(L"").ends_with(L"collection.json to try it out."));
+}

@@ -1,0 +1,62 @@
+#include "json/form_fields.h"
+#include "json/json_writer.h"
+#include "json/size_text.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+
+TEST_CASE("commas are decided by the last byte written") {
+  JsonWriter json;
+  json.open('{');
+  json.string("a", "x");
+  json.number("b", ~0ULL);
+  json.open("c", '[');
+  json.number(1);
+  json.boolean(false);
+  json.null();
+  json.open('{');
+  json.close('}');
+  json.close(']');
+  json.key("d");
+  json.raw("[2]");
+  json.seconds(0.000123456);
+  json.string("e", ",");
+  json.string("f", L"{");
+  json.close('}');
+  CHECK(json.text() == R"({"a":"x","b":18446744073709551615,"c":[1,false,null,{}],"d":[2],)"
+                       R"("seconds":0.0001235,"e":",","f":"{"})");
+}
+
+TEST_CASE("strings are escaped byte by byte") {
+  JsonWriter json;
+  json.string(std::string_view("\t\n\r\"\\\x01\x1F/\x7F\xC3\xA9\xFF\0z", 14));
+  CHECK(json.text() == "\"\\t\\n\\r\\\"\\\\\\u0001\\u001f/\x7F\xC3\xA9\xFF\\u0000z\"");
+  JsonWriter surrogate;
+  surrogate.string(std::wstring(1, wchar_t{0xDC00}));
+  CHECK(surrogate.text() == "\"\xEF\xBF\xBD\"");
+}
+
+TEST_CASE("form bodies keep their order; the first of two keys is found") {
+  const FormFields fields("a=1&a=2&b&=x&p=C%3A%5Ca+b%2&q=%zz%E9=&%61%=y");
+  CHECK(fields.get("a") == "1");
+  CHECK(fields.get("b").empty());
+  CHECK(fields.get("") == "x");
+  CHECK(fields.get("p") == "C:\\a b%2");
+  CHECK(fields.get("q") == "%zz\xE9=");
+  CHECK(fields.get("a%") == "y");
+  CHECK(fields.pairs().size() == 7);
+  CHECK(fields.pairs()[1].second == "2");
+}
+
+TEST_CASE("sizes with a decimal comma") {
+  const std::vector<std::pair<std::uint64_t, std::string>> rows = {{0, "0 B"},
+                                                                   {1023, "1023 B"},
+                                                                   {1536, "2 KB"},
+                                                                   {1'048'575, "1024 KB"},
+                                                                   {1'048'576, "1 MB"},
+                                                                   {1'610'612'736, "1,5 GB"},
+                                                                   {1'374'389'534'720, "1,25 TB"},
+                                                                   {~0ULL, "16777216,00 TB"}};
+  for (const auto& [bytes, text] : rows) CHECK(formatSize(bytes) == text);
+}

@@ -1,0 +1,134 @@
+#include "base/text.h"
+#include "cli/scan_run.h"
+#include "report/csv_report.h"
+#include "report/result_document.h"
+#include "support/table.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using test::TableBuilder;
+
+namespace {
+
+constexpr std::uint64_t kGiB = 1ULL << 30;
+
+void fill(Job& job) {
+  TableBuilder builder(L"C:\\");
+  builder.file(L"a \"b\"", L"x, \"y\".iso", 2 * kGiB, 951'782'400'000ULL);
+  builder.file(L"", L"t.txt", 5);
+  builder.bytes(L"$Recycle.Bin", kGiB + 1);
+  job.target = L"C:\\";
+  job.origin = "local";
+  job.result = std::move(builder.summed());
+  job.result.seconds = 1.5;
+  job.result.unreadableFolders = 3;
+  job.result.skippedFolders = 4;
+  job.drive = {100, 60, L"Sys\u00E9"};
+  job.freed = 7;
+  job.binned = 8;
+  job.progress.edit([](ProgressTexts& texts) { texts.method = "walk"; });
+}
+
+} // namespace
+
+TEST_CASE("the result document, to the letter") {
+  Job job;
+  fill(job);
+  CHECK(
+      buildResultDocument(job, kDocumentOptions, 0) ==
+      R"({"meta":{"path":"C:\\","method":"walk","host":"local","kind":"drive","seconds":1.5,)"
+      R"("files":2,"dirs":3,"denied":3,"skipped":4,"used":2147483653,"bigFileBytes":2147483653,)"
+      R"("volumeSize":100,"volumeFree":60,"volumeLabel":"Sysé","freed":7,"binned":8},)"
+      R"("tree":{"n":"C:\\","s":3221225478,"f":3,"i":0,"c":[)"
+      R"({"n":"a \"b\"","s":2147483648,"f":1,"i":1},{"n":"$Recycle.Bin","s":1073741825,"f":1,"i":2},)"
+      R"({"n":"","rk":"loose","s":5,"f":1,"rest":true}]},)"
+      R"("exts":[{"e":".iso","s":2147483648,"c":1},{"e":".txt","s":5,"c":1}],)"
+      R"("files":[{"p":"C:\\a \"b\"\\x, \"y\".iso","s":2147483648,"m":951782400000},)"
+      R"({"p":"C:\\t.txt","s":5,"m":0}],)"
+      R"("advice":[{"code":"recyclebin","level":"warning","bytes":1073741825,"n1":1,"n2":1,)"
+      R"("target":"C:\\$Recycle.Bin","paths":["C:\\$Recycle.Bin"],"pathBytes":[1073741825],)"
+      R"("pathFiles":[1],"pathGroup":[0],"pathLock":["recyclebin"],"notes":[]}]})");
+  const std::string none = buildResultDocument(job, {0, 0, 0, 0, 0}, 0);
+  CHECK(none.find(R"("i":0},"exts":[],"files":[],"advice":[{)") != std::string::npos);
+  Job empty;
+  CHECK(buildResultDocument(empty, kDocumentOptions, 0)
+            .ends_with(R"("tree":null,"exts":[],"files":[],"advice":[]})"));
+}
+
+TEST_CASE("CSV in its three shapes, to the letter") {
+  Job job;
+  fill(job);
+  const LocalTime at = {2026, 1, 2, 3, 4, 5};
+  const std::string head = "\xEF\xBB\xBF# Vorda  C:\\  on   scanned 2026-01-02 03:04\r\n";
+  CHECK(buildCsvReport(job, "files", at, 0) ==
+        head + "path,bytes,modified\r\n"
+               "\"C:\\a \"\"b\"\"\\x, \"\"y\"\".iso\",2147483648,2000-02-29\r\n"
+               "\"C:\\t.txt\",5,\r\n");
+  CHECK(buildCsvReport(job, "types", at, 0) ==
+        head + "extension,bytes,files\r\n\".iso\",2147483648,1\r\n\".txt\",5,1\r\n");
+  CHECK(buildCsvReport(job, "advice", at, 0) ==
+        head + "finding,level,bytes,paths\r\n"
+               "\"recyclebin\",\"warning\",1073741825,\"C:\\$Recycle.Bin\"\r\n");
+  job.origin = "me@nas";
+  CHECK(buildCsvReport(job, "?", at, 0).find("  on me@nas  scanned ") != std::string::npos);
+}
+
+TEST_CASE("the scan run: what it says where, and how it exits") {
+  struct Run {
+    std::string errors, output, file;
+    int exitCode = 0;
+  };
+  const auto run = [](const std::wstring& target, const std::wstring& out, const char* format,
+                      const std::string& failure, const std::wstring& writeFailure) {
+    Run result;
+    ScanSteps steps;
+    steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "noadmin"}; };
+    steps.walk = [&](ScanProgress& progress, const ScanOptions&, ScanResult& found) {
+      progress.edit([&](ProgressTexts& texts) {
+        texts.method = "walk";
+        texts.failure = failure;
+      });
+      found.unreadableFolders = 2;
+      found.byteCount = 1024;
+      found.seconds = 0.26;
+      return failure.empty();
+    };
+    steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
+    steps.finish = [](Job& job) { buildResultDocument(job, kDocumentOptions, 0); };
+    const ScanRunOutputs outputs = {[&](std::wstring_view text) { result.errors += toUtf8(text); },
+                                    [&](std::string_view text) {
+                                      result.output += text;
+                                      return writeFailure.empty();
+                                    },
+                                    [&](const std::wstring&, std::string_view text) {
+                                      result.file = text;
+                                      return writeFailure;
+                                    }};
+    result.exitCode = runScanCommand({target, out, format, "", L"", L""}, steps, outputs);
+    return result;
+  };
+  const Run done = run(L"D:", L"o.json", "json", "", L"");
+  CHECK(done.exitCode == 0);
+  CHECK(done.errors == "Vorda: scanning D:\\\n");
+  CHECK(done.output == "Vorda: D:\\  0 files  1.0 KB  0.3 s  (walk)  2 folders could not be read"
+                       "  turbo mode needs administrator rights\n  -> o.json\n");
+  CHECK(done.file.starts_with(R"({"meta":{"path":"D:\\")"));
+  const Run piped = run(L"D:\\x", L"-", "csv", "", L"");
+  CHECK(piped.exitCode == 0);
+  CHECK(piped.output.starts_with("\xEF\xBB\xBF# Vorda  D:\\x"));
+  CHECK(piped.output.ends_with("path,bytes,modified\r\n"));
+  CHECK(run(L"D:\\x", L"-", "json", "", L"broken").exitCode == 1);
+  const Run failed = run(L"D:\\x", L"o", "json", "noSuchDir", L"");
+  CHECK(failed.exitCode == 1);
+  CHECK(failed.errors == "Vorda: scanning D:\\x failed: the path does not exist, is not a folder, "
+                         "or this account cannot open it\n");
+  CHECK(failed.file.empty());
+  const Run unwritten = run(L"D:\\x", L"o", "json", "", L"The disk is full.");
+  CHECK(unwritten.exitCode == 1);
+  CHECK(unwritten.errors == "Vorda: scanning D:\\x\nVorda: could not write o: The disk is full.\n");
+  CHECK(unwritten.output.empty());
+  CHECK(summarySize(1023) == "1023 B");
+  CHECK(summarySize(1024) == "1.0 KB");
+  CHECK(summarySize(~0ULL) == "16384.0 PB");
+}

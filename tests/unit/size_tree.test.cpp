@@ -1,0 +1,205 @@
+#include "analysis/size_tree.h"
+#include "support/table.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+using namespace vorda;
+using test::TableBuilder;
+
+namespace {
+
+constexpr std::uint64_t kMiB = 1ULL << 20;
+
+int sum(FolderTable& folders) {
+  ScanProgress progress;
+  SumTree(folders, progress);
+  return progress.phase;
+}
+
+std::string node(const ScanResult& result, TreeOptions options = {}) {
+  JsonWriter json;
+  WriteTreeNode(result.folders, result.rootPath, options, json, 0, 0);
+  return json.take();
+}
+
+FolderTable withParents(const std::vector<std::uint32_t>& parents) {
+  FolderTable folders;
+  for (const std::uint32_t parent : parents) folders.push_back({parent, L"n", 1, 1});
+  return folders;
+}
+
+} // namespace
+
+TEST_CASE("random trees sum to what climbing from every folder gives") {
+  std::mt19937 random(7);
+  for (int round = 0; round < 50; ++round) {
+    const auto count = static_cast<std::uint32_t>(1 + random() % 300);
+    // Any order of parents and children, as long as it is a tree below entry 0.
+    std::vector<std::uint32_t> place(count);
+    for (std::uint32_t i = 0; i < count; ++i) place[i] = i;
+    std::shuffle(place.begin() + 1, place.end(), random);
+    FolderTable folders(count);
+    std::vector<std::uint64_t> bytes(count, 0);
+    std::vector<std::int32_t> depths(count, 0);
+    for (std::uint32_t i = 1; i < count; ++i) {
+      const std::uint32_t parent = place[random() % i];
+      folders[place[i]].parent = parent;
+      depths[place[i]] = depths[parent] + 1;
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+      folders[i].ownBytes = random();
+      folders[i].ownFiles = 1;
+      for (std::uint32_t at = i; at != kNoFolder; at = folders[at].parent) {
+        bytes[at] += folders[i].ownBytes;
+      }
+    }
+    CHECK(sum(folders) == kPhaseFinished);
+    std::uint64_t listed = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      CHECK(folders[i].totalBytes == bytes[i]);
+      CHECK(folders[i].depth == depths[i]);
+      std::uint32_t before = 0;
+      for (std::uint32_t c = folders[i].firstChild; c != kNoFolder; c = folders[c].nextSibling) {
+        CHECK(folders[c].parent == i);
+        CHECK(c > before);
+        before = c;
+        ++listed;
+      }
+    }
+    CHECK(listed == count - 1);
+    CHECK(folders[0].totalFiles == count);
+  }
+}
+
+TEST_CASE("damaged tables: cut links keep their own sums and are nobody's children") {
+  FolderTable empty;
+  CHECK(sum(empty) == 0);
+
+  //                             root  out of range  self  circle of three    below the circle
+  FolderTable folders = withParents({kNoFolder, 99, 2, 4, 5, 3, 5, 6, 1});
+  sum(folders);
+  const std::vector<std::uint64_t> totals = {1, 2, 1, 1, 1, 3, 2, 1, 1};
+  const std::vector<std::int32_t> depths = {0, 1, 1, 1, 1, 1, 2, 3, 2};
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    CAPTURE(i);
+    CHECK(folders[i].totalBytes == totals[i]);
+    CHECK(folders[i].depth == depths[i]);
+  }
+  CHECK(folders[0].firstChild == kNoFolder);
+  CHECK(folderPath(folders, 7, L'\\') == L"n\\n\\n");
+
+  // A root that claims a parent is a root all the same.
+  FolderTable rooted = withParents({1, 0});
+  sum(rooted);
+  CHECK(rooted[0].totalBytes == 2);
+  CHECK(rooted[1].totalBytes == 1);
+}
+
+TEST_CASE("chains and circles of 100,000 end in linear time") {
+  constexpr std::uint32_t kCount = 100'000;
+  std::vector<std::uint32_t> down(kCount);
+  std::vector<std::uint32_t> up(kCount);
+  std::vector<std::uint32_t> pairs(kCount);
+  for (std::uint32_t i = 0; i < kCount; ++i) {
+    down[i] = i == 0 ? kNoFolder : i - 1;
+    up[i] = i == 0 ? kNoFolder : (i + 1 == kCount ? 0 : i + 1); // children stand before parents
+    pairs[i] = i == 0 ? kNoFolder : ((i - 1) ^ 1) + 1;          // circles of two
+  }
+  FolderTable chain = withParents(down);
+  FolderTable reversed = withParents(up);
+  FolderTable circles = withParents(pairs);
+  const auto start = std::chrono::steady_clock::now();
+  sum(chain);
+  sum(reversed);
+  sum(circles);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  CHECK(chain[0].totalBytes == kCount);
+  CHECK(chain[kCount - 1].depth == static_cast<int>(kCount) - 1);
+  CHECK(reversed[0].totalBytes == kCount);
+  CHECK(reversed[1].depth == static_cast<int>(kCount) - 1);
+  CHECK(circles[0].totalBytes == 1);
+  CHECK(circles[77].totalBytes == 1);
+  // Milliseconds when linear, minutes when every entry climbs its whole chain.
+  CHECK(took.count() < 10);
+}
+
+TEST_CASE("a node shows the largest subfolders and sums up the rest") {
+  TableBuilder wide(L"C:\\");
+  for (int i = 0; i < 45; ++i) wide.bytes(L"d" + std::to_wstring(i), 100 * kMiB);
+  wide.bytes(L"small", 3);
+  wide.folder(L"empty");
+  wide.bytes(L"", 9);
+  const std::string text = node(wide.summed());
+  CHECK(text.starts_with(R"({"n":"C:\\","s":4718592012,"f":47,"i":0,"c":[{"n":"d0",)"));
+  CHECK(text.ends_with(R"(,{"n":"","rk":"smaller","rn":6,"s":524288003,"f":6,"rest":true},)"
+                       R"({"n":"","rk":"loose","s":9,"f":1,"rest":true}]})"));
+  CHECK(text.find("d39") != std::string::npos);
+  CHECK(text.find("d40") == std::string::npos);
+  CHECK(text.find("empty") == std::string::npos);
+}
+
+TEST_CASE("nodes without children to show have no list") {
+  TableBuilder hollow(L"C:\\x");
+  hollow.folder(L"a\\b");
+  CHECK(node(hollow.summed()) == R"({"n":"C:\\x","s":0,"f":0,"i":0})");
+  TableBuilder files(L"C:\\x");
+  files.bytes(L"", 5);
+  CHECK(node(files.summed()) == R"({"n":"C:\\x","s":5,"f":1,"i":0})");
+  TableBuilder deep(L"C:\\x");
+  deep.bytes(L"1\\2\\3\\4\\5\\6\\7\\8", 64 * kMiB);
+  const std::string text = node(deep.summed());
+  CHECK(text.find(R"("n":"7","s":67108864,"f":1,"i":7}])") != std::string::npos);
+  CHECK(text.find(R"("n":"8")") == std::string::npos);
+}
+
+TEST_CASE("folders are found by path") {
+  TableBuilder builder(L"C:\\Data");
+  const std::uint32_t deep = builder.folder(L"\u00C9t\u00E9\\x");
+  const ScanResult& result = builder.summed();
+  const auto find = [&result](const wchar_t* path) {
+    return FindFolder(result.folders, result.rootPath, path);
+  };
+  CHECK(find(L"c:\\data\\") == 0U);
+  CHECK(find(L"D:/DATA") == std::nullopt);
+  CHECK(find(L"c:\\data\\\u00E9T\u00C9//X/") == deep);
+  CHECK(find(L"C:\\Data2") == std::nullopt);
+  CHECK(find(L"C:\\Data\\none") == std::nullopt);
+  CHECK(find(L"") == std::nullopt);
+  TableBuilder drive(L"C:\\");
+  drive.folder(L"a");
+  const ScanResult& whole = drive.summed();
+  CHECK(FindFolder(whole.folders, whole.rootPath, L"c:") == 0U);
+  CHECK(FindFolder(whole.folders, whole.rootPath, L"C:\\A") == 1U);
+  CHECK(FindFolder({}, L"C:\\", L"C:\\") == std::nullopt);
+}
+
+TEST_CASE("the largest files come in one order whatever order they were found in") {
+  std::mt19937 random(3);
+  TableBuilder builder(L"C:\\");
+  for (int i = 0; i < 300; ++i) {
+    builder.file(L"f" + std::to_wstring(i % 20) + L"\\g" + std::to_wstring(i % 3),
+                 L"n" + std::to_wstring(i / 4), static_cast<std::uint64_t>(i % 10));
+  }
+  ScanResult& result = builder.summed();
+  const auto paths = [&result](std::size_t count) {
+    std::vector<std::wstring> list;
+    for (const FileEntry* file : largestFiles(result, count)) {
+      std::wstring path = std::to_wstring(9 - file->size) + filePath(result, *file);
+      std::replace(path.begin(), path.end(), L'\\', L'\x01'); // components, not characters
+      list.push_back(path);
+    }
+    return list;
+  };
+  const auto all = paths(1000);
+  CHECK(all.size() == 300);
+  // Sizes falling; among equal ones the components of the paths rising.
+  CHECK(std::is_sorted(all.begin(), all.end()));
+  std::shuffle(result.files.begin(), result.files.end(), random);
+  CHECK(paths(1000) == all);
+  const auto most = paths(120);
+  CHECK(std::equal(most.begin(), most.end(), all.begin()));
+}
