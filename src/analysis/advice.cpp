@@ -6,9 +6,7 @@
 #include "json/size_text.h"
 
 #include <algorithm>
-#include <functional>
 #include <optional>
-#include <unordered_map>
 
 namespace vorda {
 
@@ -43,8 +41,8 @@ public:
   std::vector<Finding> build();
 
 private:
-  // Every folder but the root whose name and place fit; in table order.
-  std::vector<std::uint32_t> select(const std::function<bool(std::uint32_t)>& fits) const;
+  // Sorts every folder but the root into the lists below, in one pass over the table.
+  void collect();
   std::optional<std::uint32_t> largest(const std::vector<std::uint32_t>& indices) const;
   std::wstring pathOf(std::uint32_t index) const {
     return folderPath(folders_, index, result_.separator);
@@ -61,6 +59,8 @@ private:
   // A finding about one folder as a whole.
   Finding folderFinding(const char* code, const char* level, std::uint32_t index) const;
 
+  std::vector<std::vector<const FileEntry*>> alikeFiles();
+
   void recycleBin();
   void tempFiles();
   void updates();
@@ -76,11 +76,18 @@ private:
   const FolderTable& folders_;
   FolderNames names_;
   std::uint64_t nowMs_;
+  std::vector<std::uint32_t> bins_;
+  std::vector<std::uint32_t> temps_;
+  std::vector<std::uint32_t> updates_;
+  std::vector<std::uint32_t> downloads_;
+  std::vector<std::uint32_t> installers_;
+  std::vector<std::uint32_t> caches_; // large enough to count, nested ones included
   std::vector<Finding> findings_;
 };
 
 std::vector<Finding> Adviser::build() {
   if (folders_.empty()) return {};
+  collect();
   recycleBin();
   tempFiles();
   updates();
@@ -96,12 +103,29 @@ std::vector<Finding> Adviser::build() {
   return std::move(findings_);
 }
 
-std::vector<std::uint32_t> Adviser::select(const std::function<bool(std::uint32_t)>& fits) const {
-  std::vector<std::uint32_t> indices;
+void Adviser::collect() {
+  using namespace std::string_view_literals;
+  static const Components kWindowsTemp = {L"Windows", L"Temp"};
+  static const Components kUserTemp = {L"AppData", L"Local", L"Temp"};
+  static const Components kUpdates = {L"SoftwareDistribution", L"Download"};
+  static const Components kInstaller = {L"Windows", L"Installer"};
   for (std::uint32_t i = 1; i < folders_.size(); ++i) {
-    if (fits(i)) indices.push_back(i);
+    const std::wstring& name = folders_[i].name;
+    const std::uint64_t bytes = folders_[i].totalBytes;
+    if (equalsIgnoreCase(name, L"$RECYCLE.BIN"sv)) {
+      bins_.push_back(i);
+    } else if (equalsIgnoreCase(name, L"Temp"sv)) {
+      if (names_.endsWith(i, kWindowsTemp) || names_.endsWith(i, kUserTemp)) temps_.push_back(i);
+    } else if (equalsIgnoreCase(name, L"Download"sv)) {
+      if (names_.endsWith(i, kUpdates)) updates_.push_back(i);
+    } else if (equalsIgnoreCase(name, L"Downloads"sv)) {
+      if (names_.grandparentIs(i, L"Users")) downloads_.push_back(i);
+    } else if (equalsIgnoreCase(name, L"Installer"sv)) {
+      if (names_.endsWith(i, kInstaller)) installers_.push_back(i);
+    } else if (bytes >= kCacheFolderFrom && isCacheFolderName(name)) {
+      caches_.push_back(i);
+    }
   }
-  return indices;
 }
 
 std::optional<std::uint32_t> Adviser::largest(const std::vector<std::uint32_t>& indices) const {
@@ -125,8 +149,7 @@ Finding Adviser::folderFinding(const char* code, const char* level, std::uint32_
 }
 
 void Adviser::recycleBin() {
-  const auto bin = largest(
-      select([this](auto i) { return equalsIgnoreCase(folders_[i].name, L"$RECYCLE.BIN"); }));
+  const auto bin = largest(bins_);
   if (!bin || folders_[*bin].totalBytes <= kRecycleBinOver) return;
   Finding finding = folderFinding("recyclebin", "warning", *bin);
   finding.items.push_back(folderItem(*bin));
@@ -134,40 +157,32 @@ void Adviser::recycleBin() {
 }
 
 void Adviser::tempFiles() {
-  static const Components kWindowsTemp = {L"Windows", L"Temp"};
-  static const Components kUserTemp = {L"AppData", L"Local", L"Temp"};
-  const auto temps = select([this](std::uint32_t i) {
-    return names_.endsWith(i, kWindowsTemp) || names_.endsWith(i, kUserTemp);
-  });
   Finding finding;
   finding.code = "tempfiles";
   finding.level = "warning";
-  for (const std::uint32_t index : temps) {
+  for (const std::uint32_t index : temps_) {
     finding.bytes += folders_[index].totalBytes;
     finding.fileCount += folders_[index].totalFiles;
     if (finding.items.size() < kTempPathsListed) finding.items.push_back(folderItem(index));
   }
   if (finding.bytes <= kTempFilesOver) return;
   finding.count = finding.items.size();
-  finding.target = pathOf(*largest(temps));
+  finding.target = pathOf(*largest(temps_));
   findings_.push_back(std::move(finding));
 }
 
 void Adviser::updates() {
-  static const Components kDownload = {L"SoftwareDistribution", L"Download"};
-  const auto matches = select([this](std::uint32_t i) {
-    return folders_[i].totalBytes > kUpdatesOver && names_.endsWith(i, kDownload);
+  const auto first = std::find_if(updates_.begin(), updates_.end(), [this](std::uint32_t i) {
+    return folders_[i].totalBytes > kUpdatesOver;
   });
-  if (matches.empty()) return;
-  Finding finding = folderFinding("updates", "warning", matches.front());
-  finding.items.push_back(folderItem(matches.front()));
+  if (first == updates_.end()) return;
+  Finding finding = folderFinding("updates", "warning", *first);
+  finding.items.push_back(folderItem(*first));
   findings_.push_back(std::move(finding));
 }
 
 void Adviser::downloads() {
-  const auto folder = largest(select([this](std::uint32_t i) {
-    return equalsIgnoreCase(folders_[i].name, L"Downloads") && names_.grandparentIs(i, L"Users");
-  }));
+  const auto folder = largest(downloads_);
   if (!folder || folders_[*folder].totalBytes <= kDownloadsOver) return;
   Finding finding = folderFinding("downloads", "serious", *folder);
   finding.count = finding.fileCount;
@@ -216,61 +231,72 @@ void Adviser::oldFiles() {
   findings_.push_back(std::move(finding));
 }
 
-void Adviser::duplicates() {
-  struct Key {
-    std::uint64_t size;
-    std::wstring name; // lower-cased
-    bool operator==(const Key&) const = default;
+// Groups of two or more files outside protected areas with one size and one name. Empty
+// files waste nothing and are left out.
+std::vector<std::vector<const FileEntry*>> Adviser::alikeFiles() {
+  struct Sized {
+    std::uint64_t size; // beside the pointer, so that sorting seldom follows it
+    const FileEntry* file;
   };
-  struct KeyHash {
-    std::size_t operator()(const Key& key) const {
-      return std::hash<std::wstring>()(key.name) ^ (std::hash<std::uint64_t>()(key.size) * 31);
-    }
-  };
-  using Members = std::vector<const FileEntry*>;
-  std::unordered_map<Key, Members, KeyHash> groups;
+  std::vector<Sized> bySize;
+  bySize.reserve(result_.files.size());
   for (const FileEntry& file : result_.files) {
-    if (file.size == 0 || names_.isProtected(file.folder)) continue;
-    groups[{file.size, lowerCase(file.name)}].push_back(&file);
+    if (file.size > 0) bySize.push_back({file.size, &file});
   }
+  std::sort(bySize.begin(), bySize.end(), [](const Sized& a, const Sized& b) {
+    return a.size != b.size ? a.size > b.size : compareIgnoreCase(a.file->name, b.file->name) < 0;
+  });
+  std::vector<std::vector<const FileEntry*>> groups;
+  for (auto from = bySize.begin(); from != bySize.end();) {
+    const auto to = std::find_if_not(from, bySize.end(), [from](const Sized& other) {
+      return other.size == from->size && equalsIgnoreCase(other.file->name, from->file->name);
+    });
+    std::vector<const FileEntry*> members;
+    for (auto at = from; to - from > 1 && at != to; ++at) {
+      if (!names_.isProtected(at->file->folder)) members.push_back(at->file);
+    }
+    from = to;
+    if (members.size() > 1) groups.push_back(std::move(members));
+  }
+  return groups;
+}
+
+void Adviser::duplicates() {
+  using Members = std::vector<const FileEntry*>;
   Finding finding;
   finding.code = "duplicates";
   finding.level = "serious";
-  std::vector<Members*> repeated;
   const auto wasted = [](const Members& group) { return (group.size() - 1) * group[0]->size; };
-  for (auto& [key, members] : groups) {
-    if (members.size() < 2) continue;
-    finding.bytes += wasted(members);
-    finding.fileCount += members.size() - 1;
-    repeated.push_back(&members);
+  std::vector<Members> repeated = alikeFiles();
+  for (const Members& group : repeated) {
+    finding.bytes += wasted(group);
+    finding.fileCount += group.size() - 1;
   }
   if (finding.bytes <= kDuplicatesOver) return;
   finding.count = repeated.size();
   const auto byPath = [this](const FileEntry* a, const FileEntry* b) { return larger(a, b); };
-  for (Members* group : repeated) std::sort(group->begin(), group->end(), byPath);
+  for (Members& group : repeated) std::sort(group.begin(), group.end(), byPath);
   const std::size_t listed = std::min(repeated.size(), kDuplicateGroupsListed);
   std::partial_sort(repeated.begin(), repeated.begin() + static_cast<std::ptrdiff_t>(listed),
-                    repeated.end(), [&](const Members* a, const Members* b) {
-                      return wasted(*a) != wasted(*b) ? wasted(*a) > wasted(*b)
-                                                      : byPath(a->front(), b->front());
+                    repeated.end(), [&](const Members& a, const Members& b) {
+                      return wasted(a) != wasted(b) ? wasted(a) > wasted(b)
+                                                    : byPath(a.front(), b.front());
                     });
   repeated.resize(listed);
   std::uint32_t number = 0;
-  for (const Members* group : repeated) {
+  for (const Members& group : repeated) {
     ++number;
-    const FileEntry& first = *group->front();
-    finding.notes.push_back(std::to_string(group->size()) + "x  " + toUtf8(first.name) + "  -  " +
+    const FileEntry& first = *group.front();
+    finding.notes.push_back(std::to_string(group.size()) + "x  " + toUtf8(first.name) + "  -  " +
                             formatSize(first.size));
-    for (const FileEntry* file : *group) finding.items.push_back(fileItem(*file, number));
+    for (const FileEntry* file : group) finding.items.push_back(fileItem(*file, number));
   }
   findings_.push_back(std::move(finding));
 }
 
 void Adviser::caches() {
   std::vector<bool> marked(folders_.size());
-  auto candidates = select([this](std::uint32_t i) {
-    return folders_[i].totalBytes >= kCacheFolderFrom && isCacheFolderName(folders_[i].name);
-  });
+  std::vector<std::uint32_t> candidates = caches_;
   for (const std::uint32_t index : candidates) marked[index] = true;
   std::erase_if(candidates, [this, &marked](std::uint32_t index) {
     std::uint32_t at = folders_[index].parent;
@@ -297,9 +323,7 @@ void Adviser::caches() {
 }
 
 void Adviser::installer() {
-  static const Components kInstaller = {L"Windows", L"Installer"};
-  const auto folder =
-      largest(select([this](std::uint32_t i) { return names_.endsWith(i, kInstaller); }));
+  const auto folder = largest(installers_);
   if (!folder || folders_[*folder].totalBytes <= kInstallerOver) return;
   findings_.push_back(folderFinding("installer", "good", *folder));
 }

@@ -19,7 +19,13 @@ constexpr std::array<std::wstring_view, 11> CacheFolderNames = {
     L"node_modules", L"Cache",        L"GPUCache", L"CacheStorage", L"Code Cache", L"__pycache__",
     L"DerivedData",  L"Intermediate", L".gradle",  L".nuget",       L"Crashpad"};
 
-constexpr int kMaxClimb = 256;
+constexpr std::uint16_t kMaxClimb = 256;
+constexpr std::uint16_t kNotAsked = 0xFFFF;
+constexpr std::uint16_t kNever = 0xFFFE; // no protected name above, or too far away
+
+std::uint16_t oneStepFurther(std::uint16_t steps) {
+  return steps < kMaxClimb ? static_cast<std::uint16_t>(steps + 1) : kNever;
+}
 
 template <std::size_t N>
 bool isOneOf(const std::array<std::wstring_view, N>& names, std::wstring_view name) {
@@ -66,14 +72,39 @@ bool FolderNames::grandparentIs(std::uint32_t folder, std::wstring_view wanted) 
   return same;
 }
 
-bool FolderNames::isProtected(std::uint32_t folder) const {
-  int steps = 0;
-  bool found = false;
-  climb(folder, [&steps, &found](std::wstring_view name) {
-    found = isOneOf(ProtectedFolderNames, name);
-    return !found && ++steps <= kMaxClimb;
-  });
-  return found;
+std::uint16_t FolderNames::stepsFromRoot() const {
+  std::uint16_t steps = 0;
+  for (const std::wstring_view part : rootParts_) {
+    if (isOneOf(ProtectedFolderNames, part)) return steps;
+    steps = oneStepFurther(steps);
+    if (steps == kNever) break;
+  }
+  return kNever;
+}
+
+std::uint16_t FolderNames::stepsToProtected(std::uint32_t folder) {
+  if (protectedSteps_.empty()) {
+    protectedSteps_.assign(folders_.size(), kNotAsked);
+    protectedSteps_[0] = stepsFromRoot();
+  }
+  std::vector<std::uint32_t> climbed;
+  std::uint16_t steps = kNever;
+  for (; folder < folders_.size(); folder = folders_[folder].parent) {
+    steps = protectedSteps_[folder];
+    if (steps != kNotAsked) break;
+    climbed.push_back(folder);
+    steps = kNever;
+  }
+  for (auto at = climbed.rbegin(); at != climbed.rend(); ++at) {
+    const bool itself = isOneOf(ProtectedFolderNames, folders_[*at].name);
+    steps = itself ? std::uint16_t{0} : oneStepFurther(steps);
+    protectedSteps_[*at] = steps;
+  }
+  return steps;
+}
+
+bool FolderNames::isProtected(std::uint32_t folder) {
+  return folder < folders_.size() && stepsToProtected(folder) <= kMaxClimb;
 }
 
 bool isCacheFolderName(std::wstring_view name) { return isOneOf(CacheFolderNames, name); }

@@ -24,14 +24,20 @@ public:
 
   // Whether the folder or one of its nearest 256 ancestors has a name under which
   // programs and systems keep what is theirs. A folder outside the table is not.
-  bool isProtected(std::uint32_t folder) const;
+  bool isProtected(std::uint32_t folder);
 
 private:
   // Calls visit(name) from the folder's own name upwards until it returns false.
   template <typename Visit> void climb(std::uint32_t folder, Visit visit) const;
 
+  // How far above a folder the nearest protected name stands, itself being 0; each
+  // folder is worked out once.
+  std::uint16_t stepsToProtected(std::uint32_t folder);
+  std::uint16_t stepsFromRoot() const;
+
   const FolderTable& folders_;
-  std::vector<std::wstring_view> rootParts_; // of the root's path, from the last upwards
+  std::vector<std::uint16_t> protectedSteps_; // by folder; filled as it is asked for
+  std::vector<std::wstring_view> rootParts_;  // of the root's path, from the last upwards
 };
 
 // Whether a folder of this name holds what a tool can make again.
