@@ -9,7 +9,7 @@ if(WIN32)
   foreach(source IN LISTS bench_sources)
     get_filename_component(name ${source} NAME_WE)
     add_executable(bench_${name} ${source})
-    target_link_libraries(bench_${name} PRIVATE vorda_core psapi)
+    target_link_libraries(bench_${name} PRIVATE vorda_core)
     target_link_options(bench_${name} PRIVATE -municode)
     set_target_properties(bench_${name} PROPERTIES
       RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)

@@ -33,7 +33,7 @@ endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 300)
 
 # ---- checks of vorda.exe -------------------------------------------------------------------------
-if(TARGET vorda)
+if(WIN32)
   set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
     -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
   add_test(NAME imports COMMAND ${check_imports})
@@ -56,7 +56,7 @@ endif()
 find_program(NODE node)
 file(GLOB_RECURSE system_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
   ${PROJECT_SOURCE_DIR}/tests/system/*.test.js ${PROJECT_SOURCE_DIR}/tests/system/*.test.mjs)
-if(TARGET vorda AND NODE AND system_tests)
+if(WIN32 AND NODE AND system_tests)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 600 ENVIRONMENT

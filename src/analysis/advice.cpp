@@ -53,9 +53,6 @@ private:
   FindingItem fileItem(const FileEntry& file, std::uint32_t group) const {
     return {filePath(result_, file), file.size, 1, group};
   }
-  bool larger(const FileEntry* a, const FileEntry* b) const {
-    return a->size != b->size ? a->size > b->size : comparePaths(result_, *a, *b) < 0;
-  }
   // A finding about one folder as a whole.
   Finding folderFinding(const char* code, const char* level, std::uint32_t index) const;
 
@@ -222,10 +219,7 @@ void Adviser::oldFiles() {
   if (finding.bytes <= kOldFilesOver) return;
   finding.count = old.size();
   finding.fileCount = old.size();
-  const std::size_t listed = std::min(old.size(), kOldFilesListed);
-  std::partial_sort(old.begin(), old.begin() + static_cast<std::ptrdiff_t>(listed), old.end(),
-                    [this](const FileEntry* a, const FileEntry* b) { return larger(a, b); });
-  old.resize(listed);
+  keepLargest(result_, old, kOldFilesListed);
   for (const FileEntry* file : old) finding.items.push_back(fileItem(*file, 0));
   finding.target = pathOf(old.front()->folder);
   findings_.push_back(std::move(finding));
@@ -274,7 +268,9 @@ void Adviser::duplicates() {
   }
   if (finding.bytes <= kDuplicatesOver) return;
   finding.count = repeated.size();
-  const auto byPath = [this](const FileEntry* a, const FileEntry* b) { return larger(a, b); };
+  const auto byPath = [this](const FileEntry* a, const FileEntry* b) {
+    return comparePaths(result_, *a, *b) < 0;
+  };
   for (Members& group : repeated) std::sort(group.begin(), group.end(), byPath);
   const std::size_t listed = std::min(repeated.size(), kDuplicateGroupsListed);
   std::partial_sort(repeated.begin(), repeated.begin() + static_cast<std::ptrdiff_t>(listed),

@@ -1,17 +1,16 @@
 // The entry point: reads the command line, picks one mode, runs it and returns its exit
 // code. Here the parts are put together; nothing else makes them.
-#include "analysis/size_tree.h"
 #include "app/command_line.h"
+#include "app/export_win.h"
+#include "app/scan_steps_win.h"
+#include "app/serve_win.h"
+#include "app/session_actions_win.h"
 #include "app/std_output_win.h"
-#include "base/text.h"
-#include "base/time.h"
-#include "cli/scan_run.h"
-#include "report/result_document.h"
-#include "scan/folder_reader.h"
-#include "scan/job.h"
-#include "scan/walk.h"
+#include "app/stop_instances_win.h"
+#include "fileops/deletion_log_win.h"
+#include "http/gate.h"
+#include "maker.h"
 #include "win/program_version.h"
-#include "win/safe_file.h"
 
 #include <windows.h>
 
@@ -23,7 +22,6 @@ using namespace vorda;
 
 constexpr int kExitDone = 0;
 constexpr int kExitFailed = 1;
-constexpr int kExitWrongArguments = 2;
 
 std::vector<std::wstring> programArguments() {
   std::vector<std::wstring> arguments;
@@ -41,44 +39,48 @@ int showHelp() {
   return kExitDone;
 }
 
-ScanSteps makeScanSteps(FolderSource& folders) {
-  ScanSteps steps;
-  steps.turboAllowed = turboAllowed;
-  steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
-    return walk(folders, progress, options, result);
-  };
-  steps.driveFigures = driveFigures;
-  steps.finish = [](Job& job) {
-    SumTree(job.result.folders, job.progress);
-    buildResultDocument(job, kDocumentOptions, nowUnixMs());
-  };
-  return steps;
+TargetList targets() {
+  TargetList list = systemTargets();
+  list.version = programVersion();
+  list.website = maker::kWebSite;
+  list.logPath = deletionLogPath();
+  return list;
 }
 
-int runExport(const CommandLineOptions& options) {
-  const std::vector<std::wstring> messages = validateExportRun(options);
-  if (!messages.empty()) {
-    printError(argumentErrorText(messages));
-    return kExitWrongArguments;
-  }
-  const std::unique_ptr<FolderSource> folders = systemFolders();
-  const ScanRunOutputs outputs = {
-      [](std::wstring_view text) { writeStdText(toUtf8(text), StdStream::error); },
-      [](std::string_view text) { return writeStdText(text, StdStream::output); }, writeFileSafely};
-  const ScanRunRequest request = {
-      options.scanPath,     options.outFile, toUtf8(effectiveFormat(options)),
-      toUtf8(options.what), options.ext,     options.find};
-  return runScanCommand(request, makeScanSteps(*folders), outputs);
+// Never destroyed: nobody waits for the threads of connections and scans, which use it
+// until the process is gone.
+AppState& makeState() {
+  AppState& state = *std::make_unique<AppState>().release();
+  state.folders = systemFolders();
+  state.steps = makeScanSteps(*state.folders);
+  state.targets = targets;
+  state.session = makeSessionActions(state.server);
+  state.server.handler = makeGate(state);
+  return state;
+}
+
+// For the same reason the process ends without the destructors of static objects.
+[[noreturn]] void serveAndEnd(const CommandLineOptions& options) {
+  ExitProcess(static_cast<UINT>(serve(makeState(), options)));
 }
 
 int run() {
+  // A drive without a medium is an error like any other, not a question to the user.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
   const CommandLineOptions options = parseCommandLine(programArguments());
   switch (modeOf(options)) {
   case Mode::help: return showHelp();
   case Mode::exportRun: return runExport(options);
-  default: break;
+  case Mode::stop: stopAllInstances(); return kExitDone;
+  case Mode::showKey: return showAgentKey();
+  case Mode::network:
+  case Mode::interactive: serveAndEnd(options);
+  case Mode::closeCopies:
+  case Mode::restartCopies:
+  case Mode::checkUpdate:
+  case Mode::grantServiceLogon: break;
   }
-  showError(L"Vorda: this version scans from the command line only; see --help");
+  showError(L"Vorda: this version does not have that command yet");
   return kExitFailed;
 }
 

@@ -89,7 +89,10 @@ bool writeStdText(std::string_view text, StdStream stream) {
 }
 
 void showError(const std::wstring& text) {
-  if (writeStdLine(text, StdStream::error)) return;
+  if (!writeStdLine(text, StdStream::error)) showErrorBox(text);
+}
+
+void showErrorBox(const std::wstring& text) {
   MessageBoxW(nullptr, text.c_str(), L"Vorda", MB_ICONERROR);
 }
 

@@ -20,7 +20,8 @@ bool writeStdText(std::string_view text, StdStream stream);
 // A line to standard error; a message box when there is no place for it.
 void showError(const std::wstring& text);
 
-// A message box.
+// A message box, whatever else there is.
+void showErrorBox(const std::wstring& text);
 void showInfo(const std::wstring& text);
 
 // A line to standard error; nothing when there is no place for it.

@@ -136,6 +136,14 @@ std::wstring lowerCase(std::wstring_view text) {
   return out;
 }
 
+std::string lowerAscii(std::string_view text) {
+  std::string out(text);
+  std::transform(out.begin(), out.end(), out.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return out;
+}
+
 int compareIgnoreCase(std::wstring_view a, std::wstring_view b) {
   const std::size_t shared = std::min(a.size(), b.size());
   for (std::size_t i = 0; i < shared; ++i) {

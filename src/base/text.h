@@ -28,6 +28,9 @@ wchar_t upperUnit(wchar_t unit);
 wchar_t lowerUnit(wchar_t unit);
 std::wstring lowerCase(std::wstring_view text);
 
+// UTF-8 or other bytes with the letters A to Z in lower case, everything else as it is.
+std::string lowerAscii(std::string_view text);
+
 // Ordinal comparison ignoring case: negative, zero or positive. Units are compared
 // upper-cased, so texts of different lengths never compare equal.
 int compareIgnoreCase(std::wstring_view a, std::wstring_view b);

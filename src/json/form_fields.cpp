@@ -50,11 +50,18 @@ FormFields::FormFields(std::string_view body) {
   }
 }
 
-std::string_view FormFields::get(std::string_view key) const {
+const std::string* FormFields::find(std::string_view key) const {
   for (const auto& [name, value] : pairs_) {
-    if (name == key) return value;
+    if (name == key) return &value;
   }
-  return {};
+  return nullptr;
 }
+
+std::string_view FormFields::get(std::string_view key) const {
+  const std::string* value = find(key);
+  return value == nullptr ? std::string_view() : std::string_view(*value);
+}
+
+bool FormFields::has(std::string_view key) const { return find(key) != nullptr; }
 
 } // namespace vorda

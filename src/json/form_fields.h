@@ -22,9 +22,13 @@ public:
   // The value of the first pair with this key; empty when there is none.
   std::string_view get(std::string_view key) const;
 
+  bool has(std::string_view key) const;
+
   const std::vector<std::pair<std::string, std::string>>& pairs() const { return pairs_; }
 
 private:
+  const std::string* find(std::string_view key) const;
+
   std::vector<std::pair<std::string, std::string>> pairs_;
 };
 

@@ -1,6 +1,7 @@
 #include "report/result_document.h"
 
 #include "analysis/advice.h"
+#include "analysis/file_list.h"
 #include "analysis/types.h"
 #include "base/text.h"
 #include "fileops/safety_rules.h"
@@ -56,13 +57,7 @@ void writeTypes(JsonWriter& json, const ScanResult& result, std::size_t most) {
 
 void writeFiles(JsonWriter& json, const ScanResult& result, std::size_t most) {
   json.open("files", '[');
-  for (const FileEntry* file : largestFiles(result, most)) {
-    json.open('{');
-    json.string("p", filePath(result, *file));
-    json.number("s", file->size);
-    json.number("m", file->modified);
-    json.close('}');
-  }
+  for (const FileEntry* file : largestFiles(result, most)) writeFileEntry(json, result, *file);
   json.close(']');
 }
 

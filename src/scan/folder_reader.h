@@ -14,6 +14,7 @@ struct FolderItem {
   std::uint64_t size = 0;      // bytes, for a file
   std::uint64_t lastWrite = 0; // FILETIME units, 0 when not known
   bool folder = false;
+  bool hidden = false;
   bool reparsePoint = false; // a junction, a symbolic link or another reparse entry
 };
 

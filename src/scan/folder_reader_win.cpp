@@ -39,6 +39,7 @@ public:
     } while (isDots(data_.cFileName));
     item.name = data_.cFileName;
     item.folder = (data_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    item.hidden = (data_.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN) != 0;
     item.reparsePoint = (data_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     item.size = join(data_.nFileSizeHigh, data_.nFileSizeLow);
     item.lastWrite =

@@ -40,19 +40,25 @@ int comparePaths(const ScanResult& result, const FileEntry& a, const FileEntry& 
   return left->compare(*right);
 }
 
-std::vector<const FileEntry*> largestFiles(const ScanResult& result, std::size_t count) {
-  std::vector<const FileEntry*> order;
-  order.reserve(result.files.size());
-  for (const FileEntry& file : result.files) order.push_back(&file);
+void keepLargest(const ScanResult& result, std::vector<const FileEntry*>& files,
+                 std::size_t count) {
   const auto larger = [&result](const FileEntry* a, const FileEntry* b) {
     return a->size != b->size ? a->size > b->size : comparePaths(result, *a, *b) < 0;
   };
-  const std::size_t kept = std::min(count, order.size());
-  const auto cut = order.begin() + static_cast<std::ptrdiff_t>(kept);
-  if (kept < order.size()) std::nth_element(order.begin(), cut, order.end(), larger);
-  order.resize(kept);
-  std::sort(order.begin(), order.end(), larger);
-  return order;
+  if (count < files.size()) {
+    const auto cut = files.begin() + static_cast<std::ptrdiff_t>(count);
+    std::nth_element(files.begin(), cut, files.end(), larger);
+    files.resize(count);
+  }
+  std::sort(files.begin(), files.end(), larger);
+}
+
+std::vector<const FileEntry*> largestFiles(const ScanResult& result, std::size_t count) {
+  std::vector<const FileEntry*> files;
+  files.reserve(result.files.size());
+  for (const FileEntry& file : result.files) files.push_back(&file);
+  keepLargest(result, files, count);
+  return files;
 }
 
 } // namespace vorda

@@ -52,8 +52,11 @@ std::wstring filePath(const ScanResult& result, const FileEntry& file);
 // Only after the tree is summed.
 int comparePaths(const ScanResult& result, const FileEntry& a, const FileEntry& b);
 
-// The count largest files, largest first, equal sizes by path; all of them when there
-// are no more. Time grows with the list, not with sorting it.
+// Cuts a list of kept files to the count largest, largest first, equal sizes by path.
+// Time grows with the list, not with sorting it.
+void keepLargest(const ScanResult& result, std::vector<const FileEntry*>& files, std::size_t count);
+
+// The count largest of all kept files, in the same order; all of them when there are no more.
 std::vector<const FileEntry*> largestFiles(const ScanResult& result, std::size_t count);
 
 } // namespace vorda

@@ -28,6 +28,8 @@ class Layers(unittest.TestCase):
         "src/scan/tree.h": "",
         "src/http/server.h": "",
         "tests/unit/helpers.h": "",
+        "tests/unit/support/table.h": '#include "support/rows.h"\n',
+        "tests/unit/support/rows.h": "",
     }
 
     accepted = {

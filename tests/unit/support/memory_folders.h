@@ -66,8 +66,9 @@ private:
 
     bool open(const std::wstring& folder, bool) override {
       if (source_.onOpen) source_.onOpen(folder);
-      if (isIn(source_.unreadable, folder)) return false;
-      items_ = &source_.items_.at(folder);
+      const auto found = source_.items_.find(folder);
+      if (found == source_.items_.end() || isIn(source_.unreadable, folder)) return false;
+      items_ = &found->second;
       endsEarly_ = isIn(source_.endingEarly, folder);
       at_ = 0;
       return true;
@@ -76,7 +77,7 @@ private:
     bool next(FolderItem& item) override {
       if (at_ == items_->size()) return false;
       const MemoryItem& one = (*items_)[at_++];
-      item = {one.name, one.size, one.lastWrite, one.folder, one.reparsePoint};
+      item = {one.name, one.size, one.lastWrite, one.folder, false, one.reparsePoint};
       return true;
     }
 

@@ -1,0 +1,24 @@
+// Folders and files as they are on the disk now, for choosing what to scan.
+#pragma once
+
+#include "base/http_message.h"
+#include "scan/folder_reader.h"
+#include "scan/target_list.h"
+
+#include <functional>
+#include <string>
+
+namespace vorda {
+
+// The subfolders of a path, by name as people sort them; links among them, marked.
+// Without a path the drives and distributions.
+HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
+                           const std::function<TargetList()>& targets);
+
+// The largest files that lie directly in a folder, and how many there are in all.
+HttpResponse browseFiles(const HttpRequest& request, FolderSource& source);
+
+// The folder above, or an empty text above a drive, a share or a distribution.
+std::wstring parentOf(const std::wstring& path);
+
+} // namespace vorda

@@ -1,0 +1,33 @@
+#include "app/export_win.h"
+
+#include "app/scan_steps_win.h"
+#include "app/std_output_win.h"
+#include "base/text.h"
+#include "cli/scan_run.h"
+#include "win/safe_file.h"
+
+namespace vorda {
+
+namespace {
+
+constexpr int kExitWrongArguments = 2;
+
+} // namespace
+
+int runExport(const CommandLineOptions& options) {
+  const std::vector<std::wstring> messages = validateExportRun(options);
+  if (!messages.empty()) {
+    printError(argumentErrorText(messages));
+    return kExitWrongArguments;
+  }
+  const std::unique_ptr<FolderSource> folders = systemFolders();
+  const ScanRunOutputs outputs = {
+      [](std::wstring_view text) { writeStdText(toUtf8(text), StdStream::error); },
+      [](std::string_view text) { return writeStdText(text, StdStream::output); }, writeFileSafely};
+  const ScanRunRequest request = {
+      options.scanPath,     options.outFile, toUtf8(effectiveFormat(options)),
+      toUtf8(options.what), options.ext,     options.find};
+  return runScanCommand(request, makeScanSteps(*folders), outputs);
+}
+
+} // namespace vorda

@@ -1,0 +1,66 @@
+#include "app/hidden_window_win.h"
+
+#include <windows.h>
+
+#include <bit>
+
+namespace vorda {
+
+namespace {
+
+constexpr DWORD kIdleSleepMs = 1'000;
+
+LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+  case WM_NCCREATE: {
+    const auto* creation = std::bit_cast<const CREATESTRUCTW*>(lParam);
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
+    break;
+  }
+  case WM_QUERYENDSESSION: return TRUE;
+  // Whatever comes with it: this copy also ends when the session then goes on after all.
+  case WM_ENDSESSION:
+  case WM_CLOSE:
+    stopServer(*std::bit_cast<ServerState*>(GetWindowLongPtrW(window, GWLP_USERDATA)));
+    PostQuitMessage(0);
+    return 0;
+  default: break;
+  }
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND makeWindow(ServerState& server) {
+  const HINSTANCE program = GetModuleHandleW(nullptr);
+  WNDCLASSEXW windowClass{};
+  windowClass.cbSize = sizeof windowClass;
+  windowClass.lpfnWndProc = windowProcedure;
+  windowClass.hInstance = program;
+  windowClass.lpszClassName = kHiddenWindowClass;
+  RegisterClassExW(&windowClass);
+  return CreateWindowExW(WS_EX_TOOLWINDOW, kHiddenWindowClass, L"Vorda", 0, 0, 0, 0, 0, nullptr,
+                         nullptr, program, &server);
+}
+
+// Windows keeps messages of ordinary programs from the windows of elevated ones. These
+// must pass, or an elevated copy could not be closed from an ordinary command line.
+void admitFromBelow(HWND window) {
+  constexpr UINT kMessages[] = {WM_QUERYENDSESSION, WM_ENDSESSION, WM_CLOSE};
+  for (const UINT message : kMessages) {
+    ChangeWindowMessageFilterEx(window, message, MSGFLT_ALLOW, nullptr);
+  }
+}
+
+} // namespace
+
+void runHiddenWindow(ServerState& server) {
+  const HWND window = makeWindow(server);
+  while (window == nullptr) Sleep(kIdleSleepMs);
+  admitFromBelow(window);
+  MSG message;
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+}
+
+} // namespace vorda

@@ -1,0 +1,43 @@
+#include "app/relaunch_win.h"
+
+#include "win/com_apartment.h"
+#include "win/program_path.h"
+
+#include <shellapi.h>
+
+namespace vorda {
+
+namespace {
+
+constexpr DWORD kAnswerLeavesMs = 250;
+constexpr DWORD kPortFreesMs = 150;
+
+bool startElevated(const std::wstring& parameters, HWND owner) {
+  const ComApartment apartment;
+  const std::wstring program = programPath();
+  SHELLEXECUTEINFOW start{};
+  start.cbSize = sizeof start;
+  start.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_NOASYNC;
+  start.hwnd = owner;
+  start.lpVerb = L"runas";
+  start.lpFile = program.c_str();
+  start.lpParameters = parameters.c_str();
+  start.nShow = SW_SHOWNORMAL;
+  if (ShellExecuteExW(&start) == FALSE) return false;
+  if (start.hProcess != nullptr) CloseHandle(start.hProcess);
+  return true;
+}
+
+} // namespace
+
+void relaunchElevated(ServerState& server, HWND owner) {
+  const std::uint32_t port = server.actualPort;
+  Sleep(kAnswerLeavesMs);
+  stopServer(server);
+  Sleep(kPortFreesMs);
+  if (startElevated(L"--port " + std::to_wstring(port) + L" --no-open", owner)) ExitProcess(0);
+  std::wstring reason; // there is nobody left to tell it to
+  startServer(server, static_cast<std::uint16_t>(port), false, reason);
+}
+
+} // namespace vorda

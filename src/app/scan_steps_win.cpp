@@ -1,0 +1,24 @@
+#include "app/scan_steps_win.h"
+
+#include "analysis/size_tree.h"
+#include "base/time.h"
+#include "report/result_document.h"
+#include "scan/walk.h"
+
+namespace vorda {
+
+ScanSteps makeScanSteps(FolderSource& folders) {
+  ScanSteps steps;
+  steps.turboAllowed = turboAllowed;
+  steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
+    return walk(folders, progress, options, result);
+  };
+  steps.driveFigures = driveFigures;
+  steps.finish = [](Job& job) {
+    SumTree(job.result.folders, job.progress);
+    buildResultDocument(job, kDocumentOptions, nowUnixMs());
+  };
+  return steps;
+}
+
+} // namespace vorda

@@ -1,0 +1,87 @@
+#include "app/service_win.h"
+
+#include "app/port_choice.h"
+#include "win/kernel_handle.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <memory>
+
+namespace vorda {
+
+namespace {
+
+wchar_t serviceName[] = L"VordaAgent"; // the service table wants it writable
+
+constexpr DWORD kStartHintMs = 5'000;
+constexpr DWORD kStopHintMs = 3'000;
+
+class Service {
+public:
+  Service(ServerState& server, std::int32_t port) : server_(server), port_(port) {}
+
+  void run(); // on the thread that the service manager's client code makes
+  void control(DWORD code);
+
+private:
+  void reportPending(DWORD state, DWORD accepted, DWORD waitHintMs) {
+    report(state, accepted, waitHintMs, ++checkPoint_);
+  }
+  void report(DWORD state, DWORD accepted, DWORD waitHintMs, DWORD checkPoint) const;
+
+  ServerState& server_;
+  std::int32_t port_;
+  SERVICE_STATUS_HANDLE status_ = nullptr;
+  KernelHandle stopped_;
+  std::atomic<DWORD> checkPoint_{0};
+};
+
+// The service manager calls plain functions and hands them nothing of ours, so this one
+// pointer cannot be passed down. Set before it may call, never changed afterwards.
+Service* theService = nullptr;
+
+void WINAPI serviceMain(DWORD, wchar_t**) { theService->run(); }
+void WINAPI serviceControl(DWORD code) { theService->control(code); }
+
+void Service::report(DWORD state, DWORD accepted, DWORD waitHintMs, DWORD checkPoint) const {
+  SERVICE_STATUS status{};
+  status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
+  status.dwCurrentState = state;
+  status.dwControlsAccepted = accepted;
+  status.dwCheckPoint = checkPoint;
+  status.dwWaitHint = waitHintMs;
+  SetServiceStatus(status_, &status);
+}
+
+void Service::run() {
+  status_ = RegisterServiceCtrlHandlerW(serviceName, serviceControl);
+  if (status_ == nullptr) return;
+  reportPending(SERVICE_START_PENDING, 0, kStartHintMs);
+  stopped_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  std::wstring reason; // nobody is there to read it
+  if (stopped_.valid() && isPortNumber(port_) &&
+      startServer(server_, static_cast<std::uint16_t>(port_), true, reason)) {
+    report(SERVICE_RUNNING, SERVICE_ACCEPT_STOP, 0, 0);
+    WaitForSingleObject(stopped_.get(), INFINITE);
+  }
+  report(SERVICE_STOPPED, 0, 0, 0);
+}
+
+void Service::control(DWORD code) {
+  if (code != SERVICE_CONTROL_STOP && code != SERVICE_CONTROL_SHUTDOWN) return;
+  reportPending(SERVICE_STOP_PENDING, SERVICE_ACCEPT_STOP, kStopHintMs);
+  stopServer(server_);
+  SetEvent(stopped_.get());
+}
+
+} // namespace
+
+bool runService(ServerState& server, std::int32_t port) {
+  // Never destroyed: that the dispatcher returned does not say that its threads have.
+  theService = std::make_unique<Service>(server, port).release();
+  const SERVICE_TABLE_ENTRYW table[] = {{serviceName, serviceMain}, {nullptr, nullptr}};
+  return StartServiceCtrlDispatcherW(table) != FALSE;
+}
+
+} // namespace vorda

@@ -1,0 +1,53 @@
+#include "app/settings_win.h"
+
+#include "app/agent_key.h"
+#include "app/port_choice.h"
+#include "win/registry_key.h"
+
+// RtlGenRandom. The system's headers know it by that name only together with others that
+// are not wanted here; the library exports it by this one.
+extern "C" BOOLEAN WINAPI SystemFunction036(void* buffer, ULONG bytes);
+
+namespace vorda {
+
+namespace {
+
+constexpr const wchar_t* kSettingsPath = L"Software\\Brixmoor\\Vorda";
+constexpr const wchar_t* kTokenSetting = L"Token";
+constexpr std::size_t kLongestStoredKey = 255; // UTF-16 units
+
+RegistryKey openSettings() {
+  return RegistryKey::open(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_READ | KEY_WOW64_64KEY);
+}
+
+bool storeKey(const std::wstring& key) {
+  const RegistryKey settings =
+      RegistryKey::create(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_SET_VALUE | KEY_WOW64_64KEY);
+  return settings.setText(kTokenSetting, key);
+}
+
+} // namespace
+
+std::uint32_t readPortSetting(const wchar_t* name) {
+  const std::uint32_t port = openSettings().number(name).value_or(0);
+  return isPortNumber(port) ? port : 0;
+}
+
+std::wstring readStoredKey() {
+  return openSettings().text(kTokenSetting).value_or(L"").substr(0, kLongestStoredKey);
+}
+
+std::wstring generateAgentKey() {
+  std::array<std::uint8_t, kAgentKeyLength> random{};
+  if (SystemFunction036(random.data(), static_cast<ULONG>(random.size())) == FALSE) return {};
+  return agentKeyFrom(random);
+}
+
+std::wstring getOrCreateKey() {
+  std::wstring key = readStoredKey();
+  if (!key.empty()) return key;
+  key = generateAgentKey();
+  return !key.empty() && storeKey(key) ? key : std::wstring();
+}
+
+} // namespace vorda

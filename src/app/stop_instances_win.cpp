@@ -1,0 +1,57 @@
+#include "app/stop_instances_win.h"
+
+#include "app/hidden_window_win.h"
+#include "app/port_choice.h"
+#include "app/quit_request_win.h"
+#include "app/settings_win.h"
+
+#include <windows.h>
+
+#include <bit>
+#include <string_view>
+#include <vector>
+
+namespace vorda {
+
+namespace {
+
+constexpr unsigned kPorts = 12; // as many as an interactive start tries
+constexpr unsigned kRounds = 40;
+constexpr DWORD kRoundMs = 150;
+// A window is gone before its process is, and the process holds its own file and port.
+constexpr DWORD kAfterwardsMs = 500;
+
+BOOL CALLBACK collectHiddenWindow(HWND window, LPARAM list) {
+  wchar_t name[64] = {};
+  GetClassNameW(window, name, 64);
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  if (std::wstring_view(name) == kHiddenWindowClass && process != GetCurrentProcessId()) {
+    std::bit_cast<std::vector<HWND>*>(list)->push_back(window);
+  }
+  return TRUE;
+}
+
+std::vector<HWND> hiddenWindowsOfOthers() {
+  std::vector<HWND> windows;
+  EnumWindows(collectHiddenWindow, reinterpret_cast<LPARAM>(&windows));
+  return windows;
+}
+
+} // namespace
+
+void stopAllInstances() {
+  unsigned asked = 0;
+  for (const HWND window : hiddenWindowsOfOthers()) {
+    if (PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) ++asked;
+  }
+  const std::uint32_t stored = readPortSetting(kPortSetting);
+  asked += sendQuitRequests(stored != 0 ? stored : kDefaultPort, kPorts);
+  if (asked == 0) return;
+  for (unsigned round = 0; round < kRounds && !hiddenWindowsOfOthers().empty(); ++round) {
+    Sleep(kRoundMs);
+  }
+  Sleep(kAfterwardsMs);
+}
+
+} // namespace vorda

@@ -1,0 +1,88 @@
+#include "http/message_parser.h"
+
+#include "base/text.h"
+#include "json/form_fields.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kBlanks = " \t";
+
+// Takes the text up to the next line end off the front.
+std::string_view takeLine(std::string_view& text) {
+  const std::size_t end = text.find(kLineEnd);
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + kLineEnd.size());
+  return line;
+}
+
+// An unsigned number as strtoull reads it: leading white space and a sign, digits up to
+// the first other character, the largest value when there are too many of them.
+std::uint64_t readLength(std::string_view text) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+  std::size_t at = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
+  const bool negative = at < text.size() && text[at] == '-';
+  if (at < text.size() && (negative || text[at] == '+')) ++at;
+  std::uint64_t value = 0;
+  for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
+    const auto digit = static_cast<std::uint64_t>(text[at] - '0');
+    if (value > (kMost - digit) / 10) return kMost;
+    value = value * 10 + digit;
+  }
+  return negative ? 0 - value : value;
+}
+
+const char* reasonOf(int status) {
+  switch (status) {
+  case 200: return "OK";
+  case 400: return "Bad Request";
+  case 401: return "Unauthorized";
+  case 404: return "Not Found";
+  default: return "Internal Server Error";
+  }
+}
+
+} // namespace
+
+void parseTarget(std::string_view target, HttpRequest& request) {
+  const std::size_t mark = target.find('?');
+  request.path = target.substr(0, mark);
+  if (mark == std::string_view::npos) return;
+  const FormFields fields(target.substr(mark + 1));
+  for (const auto& [key, value] : fields.pairs()) request.query[key] = value;
+}
+
+std::optional<ParsedHead> parseHead(std::string_view head) {
+  const std::string_view requestLine = takeLine(head);
+  const std::size_t blank = requestLine.find(' ');
+  if (blank == std::string_view::npos) return std::nullopt;
+  ParsedHead parsed;
+  parsed.request.method = requestLine.substr(0, blank);
+  const std::string_view rest = requestLine.substr(blank + 1);
+  parseTarget(rest.substr(0, rest.find(' ')), parsed.request);
+  while (!head.empty()) {
+    const std::string_view line = takeLine(head);
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) continue;
+    std::string_view value = line.substr(colon + 1);
+    value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
+    std::string name = lowerAscii(line.substr(0, colon));
+    if (name == "content-length") parsed.contentLength = readLength(value);
+    parsed.request.headers.insert_or_assign(std::move(name), std::string(value));
+  }
+  return parsed;
+}
+
+std::string responseHead(const HttpResponse& response) {
+  return "HTTP/1.1 " + std::to_string(response.status) + " " + reasonOf(response.status) +
+         "\r\nContent-Type: " + response.contentType +
+         "\r\nContent-Length: " + std::to_string(response.payload().size()) +
+         "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
+}
+
+} // namespace vorda

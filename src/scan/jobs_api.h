@@ -1,0 +1,27 @@
+// The requests about scan jobs.
+#pragma once
+
+#include "base/http_message.h"
+#include "scan/job_table.h"
+
+#include <memory>
+#include <string>
+
+namespace vorda {
+
+// The job that a query parameter names by its decimal number, or null.
+std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request);
+
+// The same, but only once it is done.
+std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request);
+
+// Makes a job of the form fields path, kind and label, and starts it on a thread of its
+// own. steps must live as long as any job.
+HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps);
+
+HttpResponse listJobs(const JobTable& jobs);
+HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs);
+HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs);
+HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs);
+
+} // namespace vorda

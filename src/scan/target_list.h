@@ -1,0 +1,45 @@
+// What can be scanned from here, with a few facts about the machine and the program.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vorda {
+
+struct DriveTarget {
+  std::wstring path; // "X:\"
+  std::wstring label;
+  std::wstring fileSystem;
+  std::string type; // "fixed", "network" or "removable"
+  std::uint64_t totalBytes = 0;
+  std::uint64_t freeBytes = 0;
+  bool turbo = false;
+  std::string turboReason; // empty when turbo is possible
+};
+
+struct WslTarget {
+  std::wstring name;
+  std::wstring path;
+};
+
+struct TargetList {
+  std::vector<DriveTarget> drives;
+  std::vector<WslTarget> wsl;
+  std::wstring home;
+  std::wstring machine;
+  bool elevated = false;
+  std::wstring version;
+  std::wstring website;
+  std::wstring logPath;
+};
+
+// Asks the system for the drives, distributions, home folder, machine name and elevation;
+// what it does not tell stays empty or zero. version, website and logPath are the
+// caller's.
+TargetList systemTargets();
+
+// The list as the page gets it.
+std::string targetsDocument(const TargetList& list);
+
+} // namespace vorda

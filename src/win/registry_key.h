@@ -1,0 +1,44 @@
+// An open key of the registry; closes itself. Invalid when it could not be opened: then
+// every read finds nothing and every write fails.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace vorda {
+
+class RegistryKey {
+public:
+  RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
+  RegistryKey(const RegistryKey&) = delete;
+  RegistryKey& operator=(const RegistryKey&) = delete;
+  RegistryKey& operator=(RegistryKey&&) = delete;
+  ~RegistryKey() {
+    if (key_ != nullptr) RegCloseKey(key_);
+  }
+
+  static RegistryKey open(HKEY parent, const std::wstring& path, REGSAM access);
+  static RegistryKey create(HKEY parent, const std::wstring& path, REGSAM access);
+
+  bool valid() const { return key_ != nullptr; }
+  HKEY get() const { return key_; }
+
+  // Values of exactly the type REG_SZ and REG_DWORD.
+  std::optional<std::wstring> text(const wchar_t* name) const;
+  std::optional<std::uint32_t> number(const wchar_t* name) const;
+  bool setText(const wchar_t* name, const std::wstring& text) const;
+
+  // The name of the subkey at this place, from 0 on; nothing behind the last.
+  std::optional<std::wstring> subkey(DWORD index) const;
+
+private:
+  explicit RegistryKey(HKEY key) : key_(key) {}
+
+  HKEY key_;
+};
+
+} // namespace vorda

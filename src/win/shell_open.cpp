@@ -1,0 +1,17 @@
+#include "win/shell_open.h"
+
+#include "win/com_apartment.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace vorda {
+
+void shellOpen(const std::wstring& target, const std::wstring& parameters) {
+  const ComApartment apartment;
+  ShellExecuteW(nullptr, L"open", target.c_str(), parameters.empty() ? nullptr : parameters.c_str(),
+                nullptr, SW_SHOWNORMAL);
+}
+
+} // namespace vorda

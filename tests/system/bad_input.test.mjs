@@ -1,0 +1,118 @@
+// Places that cannot be read or written: the program says which and why, and leaves nothing behind.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import fs from 'node:fs';
+import { test } from 'node:test';
+import { compareWithCount } from './support/count.mjs';
+import {
+  confinedWine, makeFiles, output, readCsv, readJson, scratch, start, vorda, winPath,
+} from './support/vorda.mjs';
+
+const noSuchFolder = 'the path does not exist, is not a folder, or this account cannot open it';
+
+async function assertNotWritten(out, reason, [scanned, ...filters], options) {
+  const { code, out: printed, err } = await vorda(['--scan', scanned, '--out', out, ...filters], options);
+  const expected = `Vorda: scanning ${scanned}\nVorda: could not write ${out}: ${reason}\n`;
+  assert.deepEqual({ code, printed: printed.toString(), err }, { code: 1, printed: '', err: expected });
+}
+
+test('a root that is missing, or no folder', async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { file: '1', 'old.json': 'old' });
+  fs.symlinkSync('nowhere', `${folder}/link`);
+  // --scan takes whatever stands behind it for a path, also what looks like an option.
+  for (const root of ['missing', 'file', 'file/below', 'link', 'no*such', '--help', 'a'.repeat(300), 'Q:\\']) {
+    const { code, out, err } = await vorda(['--scan', root, '--out', 'old.json'], { cwd: folder });
+    assert.deepEqual([code, out.length, err], [1, 0, `Vorda: scanning ${root} failed: ${noSuchFolder}\n`]);
+  }
+  assert.equal(fs.readFileSync(`${folder}/old.json`, 'utf8'), 'old');
+});
+
+test('an output name that is a folder, or lies in one that does not exist', async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/file': '1', 'taken.csv/inside': '2' });
+  for (const name of ['taken.csv', 'taken.csv/', '.']) {
+    await assertNotWritten(`${folder}/${name}`, 'that is a folder; give a file name', [`${folder}/tree`]);
+  }
+  await assertNotWritten(`${folder}/none/out.json`, 'Path not found.', [`${folder}/tree`]);
+  assert.deepEqual(fs.readdirSync(folder).sort(), ['taken.csv', 'tree']);
+  assert.deepEqual(fs.readdirSync(`${folder}/taken.csv`), ['inside']);
+});
+
+test('folders without permission', async (t) => {
+  const confined = await confinedWine(t);
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/a/file': '12', 'tree/shut/in/file': '345', 'readonly/out.json': 'old' });
+  fs.chmodSync(`${folder}/tree/shut`, 0o000);
+  fs.chmodSync(`${folder}/readonly`, 0o555);
+  const expected = await compareWithCount(`${folder}/tree`, confined);
+  assert.deepEqual([expected.denied, expected.files.length, expected.folders.size], [1, 1, 3]);
+  const summary = await output(['--scan', `${folder}/tree`, '--out', `${folder}/out.json`], confined);
+  assert.match(summary.toString(), / s {2}\(walk\) {2}1 folders could not be read\n {2}-> /);
+
+  await assertNotWritten(`${folder}/readonly/out.json`, 'Access denied.', [`${folder}/tree`], confined);
+  await assertNotWritten(`${folder}/readonly/new.json`, 'Access denied.', [`${folder}/tree`], confined);
+  assert.deepEqual(fs.readdirSync(`${folder}/readonly`), ['out.json']);
+  assert.equal(fs.readFileSync(`${folder}/readonly/out.json`, 'utf8'), 'old');
+});
+
+test('a full disk', async (t) => {
+  const folder = scratch(t);
+  const disk = `${folder}/disk`;
+  const names = Array.from({ length: 1000 }, (_, i) => `tree/${i}-${'x'.repeat(200)}`);
+  makeFiles(folder, Object.fromEntries(names.map((name) => [name, '1'])));
+  fs.mkdirSync(disk);
+  execFileSync('mount', ['-t', 'tmpfs', '-o', 'size=64k', 'tmpfs', disk]);
+  try {
+    const scan = [`${folder}/tree`, '--find', '*'];
+    await assertNotWritten(`${disk}/new.csv`, 'Disk full.', scan);
+    assert.deepEqual(fs.readdirSync(disk), []);
+    makeFiles(disk, { 'old.csv': 'old' });
+    await assertNotWritten(`${disk}/old.csv`, 'Disk full.', scan);
+    assert.deepEqual(fs.readdirSync(disk), ['old.csv']);
+    assert.equal(fs.readFileSync(`${disk}/old.csv`, 'utf8'), 'old');
+    await output(['--scan', `${folder}/tree`, '--out', `${disk}/old.csv`, '--what', 'types']);
+    assert.equal(readCsv(fs.readFileSync(`${disk}/old.csv`)).rows.length, 1);
+  } finally {
+    execFileSync('umount', [disk]);
+  }
+});
+
+function hasOpen(pid, folder) {
+  return fs.readdirSync(`/proc/${pid}/fd`).some((fd) => {
+    try {
+      return fs.readlinkSync(`/proc/${pid}/fd/${fd}`).startsWith(folder);
+    } catch {
+      return false; // closed meanwhile
+    }
+  });
+}
+
+// The program is stopped when it reads below the folder that is to change, and goes on afterwards.
+async function scanWhile(root, readsBelow, change) {
+  const { child, ended } = start(['--scan', root, '--out', '-', '--find', '*']);
+  await new Promise((resolve) => { child.stderr.once('data', resolve); });
+  const giveUp = Date.now() + 10_000;
+  while (!hasOpen(child.pid, readsBelow) && Date.now() < giveUp);
+  child.kill('SIGSTOP');
+  change();
+  child.kill('SIGCONT');
+  return ended;
+}
+
+test('a target that vanishes while it is scanned', async (t) => {
+  const root = `${scratch(t)}/tree`;
+  for (const vanishing of [`${root}/goes`, root]) {
+    for (let i = 0; i < 8000; ++i) {
+      makeFiles(`${root}/${i % 2 ? 'stays' : 'goes'}/${i % 60}`, { [`${i % 4000}/${i}`]: '12' });
+    }
+    const run = await scanWhile(root, `${root}/goes/`, () => fs.rmSync(vanishing, { recursive: true }));
+    assert.deepEqual([run.code, run.err], [0, `Vorda: scanning ${root}\n`]);
+    const { meta, tree, files } = readJson(run.out);
+    t.diagnostic(`${meta.files} files, ${meta.dirs} folders, ${meta.denied} not read`);
+    assert.ok(meta.denied > 0 && meta.files < 8000, 'the folder vanished too late');
+    if (vanishing !== root) assert.ok(meta.files >= 4000);
+    assert.deepEqual([tree.f, tree.s, meta.used], [meta.files, meta.used, 2 * meta.files]);
+    assert.ok(files.every(({ p, s }) => p.startsWith(winPath(root)) && s === 2));
+  }
+});

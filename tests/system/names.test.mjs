@@ -1,0 +1,83 @@
+// Names that break a careless writer or reader, on a real file system, through every output.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import { test } from 'node:test';
+import { compareWithCount } from './support/count.mjs';
+import { makeFiles, output, readCsv, readJson, scratch, winPath } from './support/vorda.mjs';
+
+// Creates a file of a size no other has under each path, so that a mix-up of two shows.
+function makeDistinct(folder, paths) {
+  makeFiles(folder, Object.fromEntries(paths.map((path, i) => [path, 'x'.repeat(i + 1)])));
+}
+
+test('hostile names come through unharmed', async (t) => {
+  const folder = scratch(t);
+  makeDistinct(folder, [
+    '😀.😀', '👩‍👩‍👧‍👦 family.jpg', 'plain.JPG', 'é.É', 'e\u0301.é', '中文, 日本語.txt',
+    '\uFEFFmark.txt', '\uFFFE\uFFFF', '\u202Egpj.exe', 'line\u2028end', 'tab\tand\nnew\r\nline',
+    'bell\x07\x1F\x7F.txt',
+    'quo"te.txt', '"".csv', '"all"', 'com,ma.c,sv', 'semi;colon', "it's", 'a | b', '=1+1', '%PATH%',
+    '100%d%s', ' leading blank', 'trailing blank ', 'trailing dot.', '.hidden', '.hidden.txt', '..two',
+    '...', '$RECYCLE.BIN.x', 'CON', 'nul.txt', 'co:lon', 'st*r?<>', 'x.tar.gz', 'y.gz',
+    'n'.repeat(255), `${'n'.repeat(251)}.txt`, `${'😀'.repeat(63)}.x`,
+    'limit.567890abcdef', 'limit.4567890abc', 'limit.34567890ab', 'limit.😀😀😀😀😀',
+    'limit.😀😀😀😀😀😀',
+  ]);
+  // Bytes that are no UTF-8 still count, under a replaced name.
+  const odd = (name) => Buffer.concat([Buffer.from(`${folder}/`), Buffer.from(name, 'latin1')]);
+  fs.mkdirSync(odd('dir\xFF'));
+  fs.writeFileSync(odd('dir\xFF/in\xFFside'), '123');
+  const { files } = await compareWithCount(folder);
+  assert.ok(files.some(({ path }) => path.endsWith('/dir\uFFFD/in\uFFFDside')));
+});
+
+test('folders whose names Windows would shorten or confuse keep their own content', async (t) => {
+  const folder = scratch(t);
+  const names = ['name', 'name.', 'name..', 'name ', 'name .', 'Name', 'NAME', ' name', '. .', '... ', 'aux',
+    'com1.txt', 'co:lon', '😀'];
+  makeDistinct(folder, names.flatMap((a) => [`${a}/of ${a}`, `${a}/name./deep.txt`, `${a}/x/name/deep`]));
+  const expected = await compareWithCount(folder);
+  assert.equal(expected.folders.size, 1 + 4 * names.length);
+});
+
+// Wine can show paths of 4,095 bytes less its own prefix's; so this stops short of the system's limit.
+test('400 levels, and paths of up to 3,900 characters', async (t) => {
+  const folder = scratch(t);
+  const room = (length) => length - winPath(folder).length - 1;
+  const longest = (length, name) => {
+    const parents = `${name}/`.repeat(Math.floor((room(length) - 1) / (name.length + 1)));
+    return parents + 'f'.repeat(room(length) - parents.length);
+  };
+  const paths = [longest(3900, 'w'.repeat(255)), longest(1500, '😀'.repeat(63))];
+  const levels = Array.from({ length: 400 }, (_, i) => `lvl-${i + 1}`);
+  for (const depth of [1, 100, 399, 400]) paths.push(`${levels.slice(0, depth).join('/')}/file.txt`);
+  // Every length around the ones at which Windows changes its mind.
+  for (let length = 225; length <= 270; ++length) {
+    const name = 'p'.repeat(room(length));
+    paths.push(`${name}/in.txt`, `${name}/dots./in.txt`);
+  }
+  makeDistinct(folder, paths);
+  const { files } = await compareWithCount(folder);
+  const lengths = files.map(({ path }) => winPath(path).length);
+  assert.ok([1500, 3900].every((length) => lengths.includes(length)), `made ${lengths}`);
+});
+
+test('advice about hostile names, as CSV and as JSON', async (t) => {
+  const folder = scratch(t);
+  const temp = "Anna's, 😀; é";
+  const gib = 2 ** 30;
+  const old = ['old "file", 😀;.iso', "a | b\n'c'.iso"];
+  makeFiles(folder, { [`${temp}/AppData/Local/Temp/t`]: 1.5 * gib, [old[0]]: 4 * gib, [old[1]]: 3 * gib });
+  for (const name of old) fs.utimesSync(`${folder}/${name}`, 1e9, 1e9);
+  const scan = (...args) => output(['--scan', folder, '--out', '-', ...args]);
+  const { columns, rows } = readCsv(await scan('--format', 'csv', '--what', 'advice'));
+  assert.equal(columns, 'finding,level,bytes,paths');
+  const oldPaths = old.map((name) => winPath(`${folder}/${name}`));
+  const tempPath = winPath(`${folder}/${temp}/AppData/Local/Temp`);
+  assert.deepEqual(rows, [
+    ['oldfiles', 'serious', String(7 * gib), oldPaths.join(' | ')],
+    ['tempfiles', 'warning', String(1.5 * gib), tempPath],
+  ]);
+  const { advice } = readJson(await scan());
+  assert.deepEqual(advice.map(({ paths }) => paths), [oldPaths, [tempPath]]);
+});

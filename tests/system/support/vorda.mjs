@@ -1,0 +1,132 @@
+// Runs vorda.exe as a user does and reads what it wrote, strictly.
+import assert from 'node:assert/strict';
+import { execFileSync, spawn } from 'node:child_process';
+import { once } from 'node:events';
+import fs from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { parse } from 'csv-parse/sync';
+
+const repo = fileURLToPath(new URL('../../..', import.meta.url));
+export const exe = path.resolve(repo, process.env.VORDA_EXE ?? 'build/mingw-release/vorda.exe');
+export const wineScript = path.join(repo, 'scripts/wine');
+export const projectVersion =
+  /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
+
+// Wine's answer to a question about the volume that holds "/"; not the program's doing.
+const wineChatter = /wine: Read access denied for device .*\n/g;
+
+// `through` is a command line to start Wine with, such as setpriv's; the rest are spawn's options.
+function startWine(args, { env, through = [], ...options }) {
+  const [program, ...rest] = [...through, wineScript, ...args];
+  return spawn(program, rest, { ...options, env: { ...process.env, ...env } });
+}
+
+// Wine's own services start with the first program, inherit its pipes and end after the last one.
+// So that each run here neither starts nor waits for them, a shell without pipes is up as long as
+// its input, which this process holds. Returns a function that ends it and waits for that.
+export async function keepWineRunning(options) {
+  const shell = startWine(['cmd.exe'], { ...options, stdio: ['pipe', 'ignore', 'ignore'] });
+  const shellEnds = once(shell, 'exit');
+  const [code] = await once(startWine([exe, '--help'], { ...options, stdio: 'ignore' }), 'exit');
+  assert.equal(code, 0, `${exe} does not run`);
+  shell.unref();
+  return () => {
+    shell.ref();
+    shell.stdin.end();
+    return shellEnds;
+  };
+}
+
+await keepWineRunning();
+
+// Starts the program and returns at once: { child, ended }. The child's process id is the program's
+// own (each step on the way replaces itself by the next), and `ended` resolves to { code, signal,
+// out (bytes), err (text) }.
+export function start(args, options) {
+  const limit = { timeout: 120_000, killSignal: 'SIGKILL' }; // far beyond the longest run
+  const child = startWine([exe, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
+  const out = [];
+  const err = [];
+  child.stdout.on('data', (piece) => out.push(piece));
+  child.stderr.on('data', (piece) => err.push(piece));
+  const ended = new Promise((resolve, reject) => {
+    child.on('error', reject);
+    child.on('close', (code, signal) => {
+      const text = Buffer.concat(err).toString().replace(wineChatter, '');
+      resolve({ code, signal, out: Buffer.concat(out), err: text });
+    });
+  });
+  return { child, ended };
+}
+
+export const vorda = (args, options) => start(args, options).ended;
+
+// A run that must succeed; returns the bytes on its standard output.
+export async function output(args, options) {
+  const { code, out, err } = await vorda(args, options);
+  assert.equal(code, 0, `vorda ${args.join(' ')} failed: ${err}`);
+  return out;
+}
+
+// A new folder, in memory where that is possible, that goes away with the test.
+export function scratch(t, beforeRemoval = () => {}) {
+  const base = fs.existsSync('/dev/shm') ? '/dev/shm' : os.tmpdir();
+  const folder = fs.mkdtempSync(path.join(base, 'vorda-test-'));
+  t.after(async () => {
+    await beforeRemoval();
+    fs.rmSync(folder, { recursive: true, force: true });
+  });
+  return folder;
+}
+
+// Under Wine, drive Z: is the file system.
+export const winPath = (unixPath) => `Z:${unixPath.replaceAll('/', '\\')}`;
+
+// Makes files from { 'path/in/folder': content, or a number: that many bytes, all in a hole }.
+export function makeFiles(folder, files) {
+  for (const [name, content] of Object.entries(files)) {
+    const file = `${folder}/${name}`;
+    fs.mkdirSync(file.slice(0, file.lastIndexOf('/')), { recursive: true });
+    fs.writeFileSync(file, typeof content === 'number' ? '' : content);
+    if (typeof content === 'number') fs.truncateSync(file, content);
+  }
+}
+
+const strictUtf8 = (bytes) => new TextDecoder('utf-8', { fatal: true, ignoreBOM: true }).decode(bytes);
+
+export const readJson = (bytes) => JSON.parse(strictUtf8(bytes));
+
+// The file's bytes as { root, columns, rows }; the frame around the rows is checked to the byte.
+export function readCsv(bytes) {
+  const text = strictUtf8(bytes);
+  const head = /^\uFEFF# Vorda {2}(.+?) {2}on {3}scanned \d{4}-\d\d-\d\d \d\d:\d\d\r\n/.exec(text);
+  assert.ok(head, `no byte-order mark and comment line: ${JSON.stringify(text.slice(0, 200))}`);
+  assert.ok(text.endsWith('\r\n'), 'the last line has no end');
+  const [columns, ...rows] = parse(text.slice(head[0].length), { record_delimiter: '\r\n' });
+  return { root: head[1], columns: columns.join(), rows };
+}
+
+// Options to run the program without the rights by which root may read and write everything: in a
+// Wine prefix of its own (sharing the big folders), as Wine's server opens the files. For a user
+// without such rights setpriv changes nothing.
+export async function confinedWine(t) {
+  const prefix = scratch(t, async () => {
+    await end();
+    execFileSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
+  });
+  const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
+  fs.mkdirSync(`${prefix}/dosdevices`);
+  for (const name of fs.readdirSync(from)) {
+    const wanted = /\.reg$|^\.update-timestamp$|^vorda-ready$/.test(name);
+    if (wanted) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);
+  }
+  fs.symlinkSync(`${from}/drive_c`, `${prefix}/dosdevices/c:`);
+  fs.symlinkSync('/', `${prefix}/dosdevices/z:`);
+  const through = process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : [];
+  const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
+  const options = { through, env };
+  const end = await keepWineRunning(options);
+  return options;
+}

@@ -1,0 +1,52 @@
+// Right to the byte on trees that nobody made for a test.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import { test } from 'node:test';
+import { compareWithCount, countTree, listThreshold } from './support/count.mjs';
+import { makeFiles, scratch } from './support/vorda.mjs';
+
+const kLargeTree = 100_000;
+
+// /usr, or on a machine where it is smaller a copy of its names, sizes (in holes) and times, as
+// often as it takes: what counts is that the tree was not thought up here, and its size.
+function largeTree(t) {
+  const usr = countTree('/usr');
+  if (usr.files.length >= kLargeTree) return '/usr';
+  const copies = scratch(t);
+  for (let n = 0; n * usr.files.length < kLargeTree; ++n) {
+    for (const folder of usr.folders.keys()) fs.mkdirSync(`${copies}/${n}${folder}`, { recursive: true });
+    for (const { path, size, ms } of usr.files) {
+      const file = fs.openSync(`${copies}/${n}${path}`, 'w');
+      fs.ftruncateSync(file, size);
+      fs.futimesSync(file, ms / 1000, ms / 1000);
+      fs.closeSync(file);
+    }
+  }
+  return copies;
+}
+
+test('a tree of 100,000 and more files', async (t) => {
+  const expected = await compareWithCount(largeTree(t));
+  assert.ok(expected.files.length >= kLargeTree, `only ${expected.files.length} files`);
+  t.diagnostic(`${expected.files.length} files, ${expected.folders.size} folders, ${expected.bytes} bytes`);
+});
+
+for (const root of ['/var/lib/dpkg', '/etc']) {
+  test(`the files of ${root}`, async (t) => {
+    const expected = await compareWithCount(root);
+    t.diagnostic(`${expected.files.length} files, ${expected.folders.size} folders, ${expected.bytes} bytes`);
+  });
+}
+
+test('sizes at the limits: nothing, just under and at the list threshold, beyond 32 bits', async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, {
+    'empty/nothing.bin': 0,
+    'a/under.bin': listThreshold - 1,
+    'a/at.bin': listThreshold,
+    'a/b/four.bin': 2 ** 32,
+    'a/b/huge.bin': 5 * 2 ** 40 + 1,
+  });
+  fs.utimesSync(`${folder}/a/at.bin`, -1, -1); // before 1970: no date
+  await compareWithCount(folder);
+});

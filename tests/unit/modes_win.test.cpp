@@ -1,0 +1,65 @@
+#include "app/settings_win.h"
+#include "win/registry_key.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+
+namespace {
+
+// While it lives, this process finds an empty key in place of HKEY_LOCAL_MACHINE, so that
+// the settings of the machine that runs the tests stay as they are.
+class EmptyMachine {
+public:
+  EmptyMachine() { RegOverridePredefKey(HKEY_LOCAL_MACHINE, root_.get()); }
+  EmptyMachine(const EmptyMachine&) = delete;
+  EmptyMachine& operator=(const EmptyMachine&) = delete;
+  ~EmptyMachine() {
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kRoot);
+  }
+
+private:
+  static constexpr const wchar_t* kRoot = L"Software\\Vorda unit tests";
+  RegistryKey root_ = RegistryKey::create(HKEY_CURRENT_USER, kRoot, KEY_ALL_ACCESS);
+};
+
+} // namespace
+
+TEST_CASE("the machine's settings") {
+  const EmptyMachine machine;
+  CHECK(readStoredKey().empty());
+  const std::wstring made = getOrCreateKey();
+  CHECK(made.size() == 20);
+  CHECK(readStoredKey() == made);
+  CHECK(getOrCreateKey() == made);
+  CHECK(generateAgentKey() != made);
+
+  const RegistryKey key = RegistryKey::open(HKEY_LOCAL_MACHINE, L"Software\\Brixmoor\\Vorda",
+                                            KEY_READ | KEY_WRITE | KEY_WOW64_64KEY);
+  REQUIRE(key.text(L"Token") == made);
+  const auto set = [&key](const wchar_t* name, DWORD type, const void* bytes, DWORD count) {
+    REQUIRE(RegSetValueExW(key.get(), name, 0, type, static_cast<const BYTE*>(bytes), count) == 0);
+  };
+  CHECK(readPortSetting(kPortSetting) == 0);
+  for (const auto& [stored, read] :
+       {std::pair<DWORD, DWORD>{1, 1}, {65535, 65535}, {0, 0}, {65536, 0}, {73202, 0}}) {
+    set(kPortSetting, REG_DWORD, &stored, sizeof stored);
+    CHECK(readPortSetting(kPortSetting) == read);
+  }
+  const std::uint64_t wide = 8000;
+  set(kPortSetting, REG_QWORD, &wide, sizeof wide);
+  CHECK(readPortSetting(kPortSetting) == 0);
+  set(kPortSetting, REG_DWORD, &wide, 2);
+  CHECK(readPortSetting(kPortSetting) == 0);
+  set(kPortSetting, REG_SZ, L"8", 4); // as many bytes as a number has
+  CHECK(readPortSetting(kPortSetting) == 0);
+
+  set(L"Token", REG_EXPAND_SZ, L"abc", 8);
+  CHECK(readStoredKey().empty());
+  set(L"Token", REG_SZ, L"any text", 16); // without its closing zero
+  CHECK(getOrCreateKey() == L"any text");
+  const std::wstring longKey(300, L'k');
+  set(L"Token", REG_SZ, longKey.c_str(), 602);
+  CHECK(readStoredKey() == longKey.substr(0, 255));
+}

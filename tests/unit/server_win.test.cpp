@@ -1,0 +1,154 @@
+#include "http/server.h"
+
+#include <doctest/doctest.h>
+
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace vorda;
+
+namespace {
+
+// A server of the test's own; never freed, since its threads may outlive the test.
+ServerState& startedServer(RequestHandler handler) {
+  ServerState& server = *std::make_unique<ServerState>().release();
+  server.handler = std::move(handler);
+  std::wstring reason;
+  REQUIRE(startServer(server, 0, false, reason));
+  return server;
+}
+
+class Client {
+public:
+  explicit Client(const ServerState& server) : socket_(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<u_short>(server.actualPort));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    connected = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client() { closesocket(socket_); }
+
+  void say(std::string_view bytes) {
+    while (!bytes.empty()) {
+      const int sent = send(socket_, bytes.data(), static_cast<int>(bytes.size()), 0);
+      if (sent < 1) return;
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+  }
+
+  // Up to so many bytes, or everything to the end.
+  std::string hear(std::size_t most = ~std::size_t{0}) {
+    std::string heard;
+    char piece[65'536];
+    while (heard.size() < most) {
+      const int wanted = static_cast<int>(std::min(sizeof piece, most - heard.size()));
+      const int count = recv(socket_, piece, wanted, 0);
+      if (count < 1) break;
+      heard.append(piece, static_cast<std::size_t>(count));
+    }
+    return heard;
+  }
+
+  bool connected = false;
+
+private:
+  SOCKET socket_;
+};
+
+std::size_t workingSet() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.WorkingSetSize;
+}
+
+constexpr const char* kGet = "GET / HTTP/1.1\r\n\r\n";
+
+} // namespace
+
+TEST_CASE("a port has one server; stopping frees it") {
+  ServerState& server = startedServer(
+      [](const HttpRequest& request) { return answer(200, std::to_string(request.body.size())); });
+  const auto port = static_cast<std::uint16_t>(server.actualPort);
+  ServerState second;
+  std::wstring reason;
+  CHECK_FALSE(startServer(second, port, false, reason));
+  CHECK(reason == L"port " + std::to_wstring(port) + L" is in use");
+  CHECK_FALSE(second.running);
+  {
+    // Far more than announced: the answer comes through all the same.
+    Client client(server);
+    client.say("POST / H\r\nContent-Length: 3\r\n\r\n" + std::string(200'000, 'x'));
+    CHECK(client.hear().starts_with("HTTP/1.1 200 OK\r\n"));
+  }
+  stopServer(server);
+  stopServer(server);
+  CHECK_FALSE(Client(server).connected);
+  REQUIRE(startServer(server, port, false, reason));
+  Client again(server);
+  again.say(kGet);
+  CHECK(again.hear().ends_with("\r\n\r\n0"));
+  stopServer(server);
+}
+
+TEST_CASE("silent connections hold up nobody, and their threads go with them") {
+  ServerState& server = startedServer([](const HttpRequest&) { return answer(200, "here"); });
+  {
+    std::vector<std::unique_ptr<Client>> silent;
+    for (int i = 0; i < 300; ++i) {
+      silent.push_back(std::make_unique<Client>(server));
+      if (i % 3 == 0) silent.back()->say("GET / HT");
+    }
+    const auto start = std::chrono::steady_clock::now();
+    Client client(server);
+    client.say(kGet);
+    CHECK(client.hear().ends_with("here"));
+    CHECK(std::chrono::steady_clock::now() - start < std::chrono::seconds(1));
+    CHECK(server.threads > 300);
+    CHECK(server.heldBytes == 800);
+  }
+  for (int i = 0; i < 500 && server.threads > 17; ++i) Sleep(20);
+  CHECK(server.threads <= 17);
+  CHECK(server.heldBytes == 0);
+  stopServer(server);
+  for (int i = 0; i < 500 && server.threads > 0; ++i) Sleep(20);
+  CHECK(server.threads == 0);
+}
+
+TEST_CASE("many slow readers of one large answer hold it once") {
+  constexpr std::size_t kSize = 50'000'000;
+  const auto body = std::make_shared<const std::string>(kSize, 'v');
+  ServerState& server = startedServer([&body](const HttpRequest&) {
+    return HttpResponse{200, "t", body};
+  });
+  const std::size_t before = workingSet();
+  std::vector<std::unique_ptr<Client>> readers;
+  for (int i = 0; i < 8; ++i) {
+    readers.push_back(std::make_unique<Client>(server));
+    readers.back()->say(kGet);
+    CHECK(readers.back()->hear(1000).size() == 1000);
+  }
+  CHECK(body.use_count() >= 8);
+  CHECK(workingSet() < before + kSize);
+  std::vector<std::thread> threads;
+  std::atomic<int> whole{0};
+  for (auto& reader : readers) {
+    threads.emplace_back([&reader, &whole] {
+      const std::string rest = reader->hear();
+      if (rest.size() + 1000 > kSize && rest.ends_with("vvv")) ++whole;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  CHECK(whole == 8);
+  stopServer(server);
+}

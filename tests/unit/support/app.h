@@ -1,0 +1,75 @@
+// A whole application state on a made-up file system, with nothing of Windows in it.
+#pragma once
+
+#include "analysis/size_tree.h"
+#include "http/gate.h"
+#include "http/message_parser.h"
+#include "report/result_document.h"
+#include "scan/walk.h"
+#include "support/memory_folders.h"
+
+#include <memory>
+#include <thread>
+
+namespace vorda::test {
+
+struct App {
+  AppState state;
+  MemoryFolders* folders = nullptr; // owned by state
+  int quits = 0;
+  int elevations = 0;
+  bool elevated = true;
+  std::vector<std::wstring> revealed;
+
+  App() {
+    auto memory = std::make_unique<MemoryFolders>();
+    folders = memory.get();
+    state.folders = std::move(memory);
+    state.key = "KEY23";
+    state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "notlocal"}; };
+    state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
+                              ScanResult& result) {
+      return walk(*folders, progress, options, result, 2);
+    };
+    state.steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
+    state.steps.finish = [](Job& job) {
+      SumTree(job.result.folders, job.progress);
+      buildResultDocument(job, kDocumentOptions, 0);
+    };
+    state.targets = [] {
+      TargetList list;
+      list.drives.push_back({L"C:\\", L"Sys", L"NTFS", "fixed", 2, 1, false, "noadmin"});
+      list.wsl.push_back({L"Debian", L"\\\\wsl.localhost\\Debian"});
+      return list;
+    };
+    state.session.page = [] { return std::string("<p>page</p>"); };
+    state.session.quitSoon = [this] { ++quits; };
+    state.session.elevated = [this] { return elevated; };
+    state.session.elevateSoon = [this] { ++elevations; };
+    state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
+  }
+
+  HttpResponse ask(const std::string& method, const std::string& target,
+                   const std::string& body = {}, TextMap headers = {}) {
+    HttpRequest request;
+    request.method = method;
+    request.body = body;
+    request.headers = std::move(headers);
+    parseTarget(target, request);
+    return handleRequest(state, request);
+  }
+
+  // "200 body"
+  std::string told(const std::string& method, const std::string& target,
+                   const std::string& body = {}, TextMap headers = {}) {
+    const HttpResponse response = ask(method, target, body, std::move(headers));
+    return std::to_string(response.status) + " " + std::string(response.payload());
+  }
+
+  void waitUntilDone(int id) {
+    const std::shared_ptr<Job> job = state.jobs.find(id);
+    while (job && !job->resultReady) std::this_thread::yield();
+  }
+};
+
+} // namespace vorda::test
