@@ -28,6 +28,7 @@ struct ServerState {
   std::atomic<std::uint32_t> actualPort{0};
   std::atomic<unsigned> threads{0};        // that accept and serve
   std::atomic<unsigned> idle{0};           // of these, the ones that wait for a connection
+  std::atomic<bool> starting{false};       // a thread is starting others
   std::atomic<std::uint64_t> heldBytes{0}; // in buffers that wait for more bytes
   RequestHandler handler;                  // set before the server starts
 };

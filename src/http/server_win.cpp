@@ -23,7 +23,9 @@ constexpr std::size_t kBufferedSend = 8'192;
 // More threads than this at once can bring a process down; further connections wait in
 // the system's queue.
 constexpr unsigned kMaxThreads = 2'048;
-constexpr unsigned kMaxIdle = 16; // threads that are kept for the next connections
+// Threads that wait for the next connections: enough for a burst, no more than that.
+constexpr unsigned kMinIdle = 8;
+constexpr unsigned kMaxIdle = 24;
 constexpr unsigned kThreadStack = 262'144;
 constexpr int kDiscardPieces = 256;
 constexpr DWORD kPauseMs = 20; // after a failed accept
@@ -91,6 +93,15 @@ struct Thread {
 
 bool startThread(ServerState& server, SOCKET listener);
 
+// One thread at a time sees to it that enough others wait; the rest serve meanwhile.
+void keepThreadsWaiting(ServerState& server, SOCKET listener) {
+  if (server.idle.load() >= kMinIdle || server.starting.exchange(true)) return;
+  while (server.idle.load() < kMinIdle && server.threads.load() < kMaxThreads) {
+    if (!startThread(server, listener)) break;
+  }
+  server.starting = false;
+}
+
 void serve(ServerState& server, SOCKET socket) {
   SocketStream stream(socket);
   serveConnection(stream, server.handler, server.heldBytes);
@@ -102,14 +113,14 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
   const auto current = [&server, listener] {
     return server.running.load() && server.listenSocket.load() == listener;
   };
-  ++server.idle;
   while (current()) {
     const SOCKET socket = accept(listener, nullptr, nullptr);
     if (socket == INVALID_SOCKET) {
       if (current()) Sleep(kPauseMs); // nothing to accept with just now
       continue;
     }
-    if (--server.idle == 0 && server.threads.load() < kMaxThreads) startThread(server, listener);
+    --server.idle;
+    keepThreadsWaiting(server, listener);
     serve(server, socket);
     if (++server.idle > kMaxIdle) break;
   }
@@ -127,10 +138,12 @@ unsigned __stdcall serverThread(void* argument) {
 bool startThread(ServerState& server, SOCKET listener) {
   auto thread = std::make_unique<Thread>(Thread{server, listener});
   ++server.threads;
+  ++server.idle; // as soon as it has been started, so that nobody starts one too many
   const std::uintptr_t handle = _beginthreadex(nullptr, kThreadStack, serverThread, thread.get(),
                                                STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (handle == 0) {
     --server.threads;
+    --server.idle;
     return false;
   }
   thread.release(); // NOLINT(bugprone-unused-return-value): the thread owns it now

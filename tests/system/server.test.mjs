@@ -5,7 +5,7 @@ import fs from 'node:fs';
 import net from 'node:net';
 import { test } from 'node:test';
 import { exchange, freePort, serve, until } from './support/server.mjs';
-import { makeFiles, output, readCsv, readJson, scratch, start, vorda, winPath, wineScript } from './support/vorda.mjs';
+import { exe, makeFiles, output, readCsv, readJson, scratch, startSilent, winPath, wineScript } from './support/vorda.mjs';
 
 const curl = (...args) => execFileSync('curl', ['-s', '--max-time', '20', ...args]).toString();
 const placeholder = fs.readFileSync(new URL('../../src/page/placeholder.html', import.meta.url), 'utf8');
@@ -68,7 +68,7 @@ test('heads that are cut, huge, odd or slow', async (t) => {
   }
   assert.equal(await exchange(port, ['GET\r\n\r\n']), '');
   assert.equal(await exchange(port, [Buffer.alloc(8_388_609, 'a')], { end: true }), '');
-  const filled = `GET /api/jobs H\r\nX: ${'x'.repeat(8_388_608 - 23)}\r\n\r\n`;
+  const filled = `GET /api/jobs H\r\nX: ${'x'.repeat(8_388_608 - 24)}\r\n\r\n`;
   assert.equal(filled.length, 8_388_608);
   assert.equal(await exchange(port, [filled]), whole);
   assert.equal(await exchange(port, [request + 'x'.repeat(300_000)]), whole);
@@ -79,24 +79,31 @@ test('heads that are cut, huge, odd or slow', async (t) => {
 
 test('a thousand silent connections: others are served, and all is given back', async (t) => {
   const { child, port, base } = await serve(t);
-  await fetch(`${base}/api/jobs`);
-  const [threads, memory] = [threadsOf(child), memoryOf(child)];
-  const sockets = [];
-  for (let i = 0; i < 1100; ++i) {
-    const socket = net.connect(port, '127.0.0.1');
-    await new Promise((resolve, reject) => socket.on('connect', resolve).on('error', reject));
-    if (i % 11 === 0) socket.write('GET /api/jobs');
-    sockets.push(socket);
-  }
-  await until(() => threadsOf(child) > 1000, 'a thread for each');
-  const began = Date.now();
-  assert.equal(await (await fetch(`${base}/api/jobs`)).text(), '[]');
-  const took = Date.now() - began;
-  assert.ok(took < 1000, `answered after ${took} ms`);
-  for (const socket of sockets) socket.destroy();
-  await until(() => threadsOf(child) < threads + 30, 'the threads to end');
-  await until(() => memoryOf(child) < memory * 1.5 + 10_000, 'the memory to return');
-  t.diagnostic(`answered in ${took} ms; RSS ${memory} KiB before, ${memoryOf(child)} KiB after`);
+  // Holds 1,100 connections, a tenth of them with half a request; returns the time that another
+  // one's answer takes and the memory when all have gone.
+  const flood = async () => {
+    const sockets = [];
+    // No more at once than wait in the system's queue, so that every one is really held.
+    while (sockets.length < 1100) {
+      const batch = Array.from({ length: 20 }, () => net.connect(port, '127.0.0.1'));
+      await Promise.all(batch.map((socket) => new Promise((resolve, reject) => socket.on('connect', resolve).on('error', reject))));
+      batch.slice(0, 2).forEach((socket) => socket.write('GET /api/jobs'));
+      sockets.push(...batch);
+      await until(() => threadsOf(child) > sockets.length, 'a thread for each');
+    }
+    const began = Date.now();
+    assert.equal(await (await fetch(`${base}/api/jobs`)).text(), '[]');
+    const took = Date.now() - began;
+    for (const socket of sockets) socket.destroy();
+    await until(() => threadsOf(child) < 50, 'the threads to end');
+    return { took, memory: memoryOf(child) };
+  };
+  // Wine keeps some of the memory of ended threads for the next; what counts is that a second
+  // flood needs no more.
+  const [first, second] = [await flood(), await flood()];
+  t.diagnostic(`answered in ${first.took} and ${second.took} ms; RSS ${first.memory} and ${second.memory} KiB afterwards`);
+  assert.ok(Math.max(first.took, second.took) < 1000, 'answered within a second');
+  assert.ok(second.memory < first.memory * 1.25, 'the memory returned');
 });
 
 test('an agent asks for its key, cannot be quit by a page, and stops when told', async (t) => {
@@ -109,7 +116,7 @@ test('an agent asks for its key, cannot be quit by a page, and stops when told',
   const withHeader = `GET /api/jobs?token=no H\r\nHost: elsewhere.example\r\nX-Vorda-Token: sésame open\r\n\r\n`;
   assert.match(await exchange(port, [withHeader]), /\r\n\r\n\[\]$/);
   assert.deepEqual(await json(`/api/quit?token=${key}`), { status: 400, body: { error: 'quitRefused' } });
-  assert.equal((await vorda(['--stop'])).code, 0);
+  assert.equal((await startSilent(['--stop']).ended).code, 0);
   assert.equal((await ended).code, 0);
   await assert.rejects(fetch(base));
 });
@@ -120,7 +127,7 @@ test('a busy port: the page moves on', async (t) => {
   await new Promise((resolve) => holder.listen(port, '127.0.0.1', resolve));
   t.after(() => holder.close());
   const began = Date.now();
-  const { child, ended } = start(['--port', String(port), '--no-open']);
+  const { child, ended } = startSilent(['--port', String(port), '--no-open']);
   t.after(() => {
     child.kill('SIGKILL');
     return ended;
@@ -138,7 +145,7 @@ test('a busy port: the page moves on', async (t) => {
 test('the service runs under the service manager', async (t) => {
   const sc = (...args) => execFileSync(wineScript, ['sc.exe', ...args], { env: { ...process.env, LC_ALL: 'C.UTF-8' } }).toString();
   const port = await freePort();
-  const program = winPath((await import('./support/vorda.mjs')).exe);
+  const program = winPath(exe);
   const state = () => /STATE\s*:\s*(\d+)/.exec(sc('query', 'VordaAgent'))?.[1];
   sc('create', 'VordaAgent', 'binPath=', `"${program}" --service --port ${port} --token k1`);
   t.after(() => sc('delete', 'VordaAgent'));

@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
-import { start } from './vorda.mjs';
+import { startSilent } from './vorda.mjs';
 
 // A port nobody listens on now.
 export async function freePort() {
@@ -27,7 +27,7 @@ export async function until(check, what, milliseconds = 20_000) {
 // Starts the program and waits until it answers. Ends with the test, if not before.
 export async function serve(t, args = [], options) {
   const port = await freePort();
-  const { child, ended } = start(['--port', String(port), '--no-open', ...args], options);
+  const { child, ended } = startSilent(['--port', String(port), '--no-open', ...args], options);
   t.after(() => {
     child.kill('SIGKILL');
     return ended;
@@ -49,11 +49,9 @@ export function exchange(port, pieces, { end = false } = {}) {
     const socket = net.connect({ port, host: '127.0.0.1', allowHalfOpen: true });
     const heard = [];
     socket.on('data', (bytes) => heard.push(bytes));
-    socket.on('error', () => resolve(Buffer.concat(heard).toString()));
-    socket.on('end', () => {
-      socket.destroy();
-      resolve(Buffer.concat(heard).toString());
-    });
+    socket.on('error', () => {});
+    socket.on('end', () => socket.destroy());
+    socket.on('close', () => resolve(Buffer.concat(heard).toString()));
     socket.on('connect', async () => {
       socket.setNoDelay(true);
       for (const piece of pieces) {

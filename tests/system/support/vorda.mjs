@@ -61,6 +61,13 @@ export function start(args, options) {
   return { child, ended };
 }
 
+// The same without its output, for runs that open windows: the first of these starts a desktop
+// process of Wine's, which would hold the pipes for as long as Wine runs.
+export function startSilent(args, options) {
+  const child = startWine([exe, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio: 'ignore' });
+  return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
+}
+
 export const vorda = (args, options) => start(args, options).ended;
 
 // A run that must succeed; returns the bytes on its standard output.
