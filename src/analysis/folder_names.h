@@ -20,7 +20,7 @@ public:
   bool endsWith(std::uint32_t folder, const std::vector<std::wstring_view>& components) const;
 
   // Whether the name two levels above the folder is this one.
-  bool grandparentIs(std::uint32_t folder, std::wstring_view name) const;
+  bool grandparentIs(std::uint32_t folder, std::wstring_view wanted) const;
 
   // Whether the folder or one of its nearest 256 ancestors has a name under which
   // programs and systems keep what is theirs. A folder outside the table is not.

@@ -31,6 +31,18 @@ bool scanLocal(Job& job, const ScanSteps& steps, const ScanOptions& options) {
   return run(steps.walk, job, options);
 }
 
+// Scans, sums and builds the document; false when the scan failed.
+bool scanAndFinish(Job& job, const ScanSteps& steps) {
+  const ScanOptions options = optionsOf(job);
+  const bool scanned =
+      job.kind == "ssh" ? run(steps.remote, job, options) : scanLocal(job, steps, options);
+  if (!scanned) return false;
+  if (job.origin.empty()) job.origin = "local";
+  if (isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
+  steps.finish(job);
+  return true;
+}
+
 } // namespace
 
 ScanOptions optionsOf(const Job& job) {
@@ -44,14 +56,14 @@ ScanOptions optionsOf(const Job& job) {
 }
 
 void runJob(Job& job, const ScanSteps& steps) {
-  const ScanOptions options = optionsOf(job);
-  const bool remote = job.kind == "ssh";
-  const bool scanned = remote ? run(steps.remote, job, options) : scanLocal(job, steps, options);
-  if (scanned) {
-    if (job.origin.empty()) job.origin = "local";
-    if (isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
-    steps.finish(job);
-  } else {
+  bool finished = false;
+  try {
+    finished = scanAndFinish(job, steps);
+  } catch (...) {
+    // Out of memory, most likely: what the scan held is given back, the process lives on.
+    job.result = ScanResult{};
+  }
+  if (!finished) {
     job.progress.edit([](ProgressTexts& texts) {
       texts.error = texts.failure.empty() ? "scanFailed" : texts.failure;
     });

@@ -109,7 +109,11 @@ HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs) {
 }
 
 HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs) {
-  if (const auto job = requestedJob(jobs, request)) jobs.remove(job->id);
+  if (const auto job = requestedJob(jobs, request)) {
+    // Nobody can ask for its result any more, so a scan that still runs may stop.
+    job->progress.cancelRequested = true;
+    jobs.remove(job->id);
+  }
   return okAnswer();
 }
 

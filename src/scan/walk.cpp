@@ -9,6 +9,7 @@
 #include <array>
 #include <chrono>
 #include <iterator>
+#include <system_error>
 #include <thread>
 
 namespace vorda {
@@ -62,8 +63,14 @@ public:
   void run() {
     std::vector<std::thread> threads;
     threads.reserve(workers_.size());
-    for (WalkWorker& worker : workers_) {
-      threads.emplace_back([this, &worker]() noexcept { work(worker); });
+    try {
+      for (WalkWorker& worker : workers_) {
+        threads.emplace_back([this, &worker]() noexcept { work(worker); });
+      }
+    } catch (const std::system_error&) {
+      // The system has no more threads to give: those there are do the work, and this one
+      // with them.
+      work(workers_[threads.size()]);
     }
     for (std::thread& thread : threads) thread.join();
   }

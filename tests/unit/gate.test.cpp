@@ -202,8 +202,14 @@ TEST_CASE("a scan from its start to its end") {
 
   CHECK(app.told("GET", "/api/forget?id=1") == R"(200 {"ok":true})");
   CHECK(app.told("GET", "/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
-  CHECK(app.told("POST", "/api/scan", "path=x") == R"(200 {"id":3,"ok":true})");
-  app.waitUntilDone(3);
+  // A forgotten scan stops reading.
+  gate = false;
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
+  const std::shared_ptr<Job> forgotten = app.state.jobs.find(3);
+  CHECK(app.told("GET", "/api/forget?id=3") == R"(200 {"ok":true})");
+  gate = true;
+  while (!forgotten->done) std::this_thread::yield();
+  CHECK(forgotten->result.fileCount < 250);
 }
 
 TEST_CASE("jobs made, watched, cancelled and forgotten by many at once") {

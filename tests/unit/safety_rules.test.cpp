@@ -84,9 +84,9 @@ TEST_CASE("what must not be deleted, by spelling") {
       {L"\\\\srv\\share\\a", ""},
       {L"C:\\data\\.hidden", ""}};
   CHECK(rows.size() >= 60);
-  for (const auto& [path, word] : rows) {
-    CAPTURE(toUtf8(path));
-    CHECK(deleteRefusal(path) == word);
+  for (const auto& row : rows) {
+    CAPTURE(toUtf8(row.first));
+    CHECK(deleteRefusal(row.first) == row.second);
   }
 }
 

@@ -226,6 +226,20 @@ TEST_CASE("a job chooses its method and always ends") {
   }
 }
 
+TEST_CASE("a step that throws fails its job, not the process") {
+  Job job;
+  ScanSteps steps;
+  steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{}; };
+  steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult& result) -> bool {
+    result.fileCount = 1;
+    throw std::bad_alloc();
+  };
+  runJob(job, steps);
+  CHECK(job.done);
+  CHECK(job.progress.texts().error == "scanFailed");
+  CHECK(job.result.fileCount == 0);
+}
+
 TEST_CASE("filters drop the size limit of the file list") {
   Job job;
   CHECK(optionsOf(job).fileListThreshold == 52'428'800);

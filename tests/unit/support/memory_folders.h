@@ -34,7 +34,7 @@ public:
 
   std::wstring addFolder(const std::wstring& folder, const std::wstring& name) {
     items_[folder].push_back({name, 0, true, false, 0});
-    const std::wstring path = joinPath(folder, name);
+    std::wstring path = joinPath(folder, name);
     items_[path];
     return path;
   }
