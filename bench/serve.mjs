@@ -23,6 +23,7 @@ async function freePort() {
 
 async function startProgram(program, port, args) {
   const child = spawn(`${repo}scripts/wine`, [program, ...args], { stdio: 'ignore' });
+  process.on('exit', () => child.kill('SIGKILL')); // also after a failure
   const base = `http://127.0.0.1:${port}`;
   for (let i = 0; i < 200; ++i) {
     if (await fetch(`${base}/api/hello`).then(() => true, () => false)) return { child, base };

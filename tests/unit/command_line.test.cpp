@@ -1,22 +1,9 @@
 #include "app/command_line.h"
-#include "base/text.h"
 
 #include <doctest/doctest.h>
 
 using namespace vorda;
 using Arguments = std::vector<std::wstring>;
-
-namespace {
-
-std::vector<std::string> complaints(const Arguments& arguments) {
-  std::vector<std::string> texts;
-  for (const auto& message : validateExportRun(parseCommandLine(arguments))) {
-    texts.push_back(toUtf8(message));
-  }
-  return texts;
-}
-
-} // namespace
 
 TEST_CASE("values, missing values and what is left over") {
   const auto options =
@@ -58,26 +45,6 @@ TEST_CASE("one mode wins, in a fixed order") {
   }
   CHECK(modeOf(parseCommandLine({})) == Mode::interactive);
   CHECK(modeOf(parseCommandLine({L"--out", L"-h"})) == Mode::exportRun);
-}
-
-TEST_CASE("an export run is checked as a whole") {
-  CHECK(complaints({L"--out", L"x.CSV", L"--what", L"advice", L"--scan", L"C:\\"}).empty());
-  CHECK(complaints({L"C:\\", L"--out", L"-", L"--format", L"csv", L"--ext", L".a"}).empty());
-  CHECK(complaints({L"--format", L"JSON", L"--what", L"all", L"--find", L"x", L"--port", L"1",
-                    L"--zap"}) ==
-        std::vector<std::string>{
-            "--format, --what, --ext and --find only work together with --out",
-            "there is nothing to scan: add --scan <path>",
-            "--out cannot be combined with --agent, --server, --service, --port, --token, "
-            "--show-key, --stop or --grant-service-logon",
-            "unknown argument: --zap", "--format is json or csv, not JSON",
-            "--what is files, types or advice, not all",
-            "--ext and --find narrow the file list, so they go with --what files"});
-  CHECK(complaints({L"C:\\", L"--out", L"x.json", L"--what", L"files"}) ==
-        std::vector<std::string>{
-            "--what only applies to CSV: add --format csv, or give the file a .csv name"});
-  // The output's missing name is said once.
-  CHECK(complaints({L"C:\\", L"--out"}).size() == 1);
 }
 
 TEST_CASE("the help names the version") {

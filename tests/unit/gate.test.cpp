@@ -221,9 +221,9 @@ TEST_CASE("jobs made, watched, cancelled and forgotten by many at once") {
   std::vector<std::weak_ptr<Job>> made;
   std::mutex mutex;
   std::vector<std::thread> clients;
-  for (int client = 0; client < 8; ++client) {
+  for (int client = 0; client < 16; ++client) {
     clients.emplace_back([&app, &made, &mutex] {
-      for (int round = 0; round < 20; ++round) {
+      for (int round = 0; round < 10; ++round) {
         const std::string started = app.told("POST", "/api/scan", "path=M%3A%5Cr");
         const std::string id = started.substr(10, started.find(',') - 10);
         {
