@@ -1,6 +1,6 @@
 // Runs vorda.exe as a user does and reads what it wrote, strictly.
 import assert from 'node:assert/strict';
-import { execFileSync, spawn } from 'node:child_process';
+import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import os from 'node:os';
@@ -121,7 +121,8 @@ export function readCsv(bytes) {
 export async function confinedWine(t) {
   const prefix = scratch(t, async () => {
     await end();
-    execFileSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
+    // Fails when the server has already ended with its last program, which is as good.
+    spawnSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
   });
   const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
   fs.mkdirSync(`${prefix}/dosdevices`);
