@@ -40,7 +40,8 @@ struct ServerState {
 bool startServer(ServerState& server, std::uint16_t port, bool network, std::wstring& reason);
 
 // Ends accepting: clears running and closes the listening socket, exactly once however
-// many callers there are. Connections that are being served finish by themselves.
+// many callers there are, and waits up to a second until the port is given back.
+// Connections that are being served finish by themselves.
 void stopServer(ServerState& server);
 
 } // namespace vorda

@@ -28,7 +28,8 @@ constexpr unsigned kMinIdle = 8;
 constexpr unsigned kMaxIdle = 24;
 constexpr unsigned kThreadStack = 262'144;
 constexpr int kDiscardPieces = 256;
-constexpr DWORD kPauseMs = 20; // after a failed accept
+constexpr DWORD kPauseMs = 20; // after a failed accept, and between looks
+constexpr DWORD kStopWaitMs = 1'000;
 
 static_assert(kNoSocket == static_cast<SocketNumber>(INVALID_SOCKET));
 
@@ -96,7 +97,7 @@ bool startThread(ServerState& server, SOCKET listener);
 // One thread at a time sees to it that enough others wait; the rest serve meanwhile.
 void keepThreadsWaiting(ServerState& server, SOCKET listener) {
   if (server.idle.load() >= kMinIdle || server.starting.exchange(true)) return;
-  while (server.idle.load() < kMinIdle && server.threads.load() < kMaxThreads) {
+  while (server.running && server.idle.load() < kMinIdle && server.threads.load() < kMaxThreads) {
     if (!startThread(server, listener)) break;
   }
   server.starting = false;
@@ -200,7 +201,12 @@ bool startServer(ServerState& server, std::uint16_t port, bool network, std::wst
 void stopServer(ServerState& server) {
   server.running = false;
   const SocketNumber socket = server.listenSocket.exchange(kNoSocket);
-  if (socket != kNoSocket) closesocket(static_cast<SOCKET>(socket));
+  if (socket == kNoSocket) return;
+  closesocket(static_cast<SOCKET>(socket));
+  // The system gives the port back when the last thread has left its accept.
+  for (DWORD waited = 0; server.idle.load() > 0 && waited < kStopWaitMs; waited += kPauseMs) {
+    Sleep(kPauseMs);
+  }
 }
 
 } // namespace vorda
