@@ -1,5 +1,6 @@
 #include "app/session_actions_win.h"
 
+#include "base/detached_thread.h"
 #include "app/relaunch_win.h"
 #include "win/elevation.h"
 #include "win/program_path.h"
@@ -9,7 +10,6 @@
 #include <windows.h>
 
 #include <atomic>
-#include <thread>
 
 namespace vorda {
 
@@ -38,10 +38,10 @@ std::string page() {
 }
 
 void quitSoon() {
-  std::thread([] {
+  startDetached([] {
     Sleep(kAnswerLeavesMs);
     ExitProcess(0);
-  }).detach();
+  });
 }
 
 // A file name cannot hold either character: they only serve to end the quoted parameter
@@ -54,7 +54,7 @@ bool fitsInQuotes(std::wstring_view path) {
 // of a connection has.
 void reveal(const std::wstring& path) {
   if (!fitsInQuotes(path)) return;
-  std::thread([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); }).detach();
+  startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
 }
 
 } // namespace
@@ -67,11 +67,11 @@ SessionActions makeSessionActions(ServerState& server) {
   // While one prompt is open, asking again opens no other.
   const auto underWay = std::make_shared<std::atomic<bool>>(false);
   actions.elevateSoon = [&server, underWay] {
-    std::thread([&server, underWay, owner = GetForegroundWindow()] {
+    startDetached([&server, underWay, owner = GetForegroundWindow()] {
       if (underWay->exchange(true)) return;
       relaunchElevated(server, owner);
       *underWay = false;
-    }).detach();
+    });
   };
   actions.reveal = reveal;
   return actions;

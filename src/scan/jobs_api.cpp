@@ -1,11 +1,11 @@
 #include "scan/jobs_api.h"
 
+#include "base/detached_thread.h"
 #include "base/text.h"
 #include "json/form_fields.h"
 #include "json/json_writer.h"
 
 #include <charconv>
-#include <thread>
 
 namespace vorda {
 
@@ -65,7 +65,7 @@ HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSte
   job->label = label.empty() ? job->target : toUtf16(label);
   jobs.add(job);
   try {
-    std::thread([job, &steps] { runJob(*job, steps); }).detach();
+    startDetached([job, &steps] { runJob(*job, steps); });
   } catch (...) {
     jobs.remove(job->id);
     throw;

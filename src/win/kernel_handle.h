@@ -2,29 +2,18 @@
 // token; closes itself.
 #pragma once
 
-#include <windows.h>
+#include "win/owned.h"
 
-#include <utility>
+#include <windows.h>
 
 namespace vorda {
 
-class KernelHandle {
-public:
-  explicit KernelHandle(HANDLE handle = nullptr) : handle_(handle) {}
-  KernelHandle(const KernelHandle&) = delete;
-  KernelHandle& operator=(const KernelHandle&) = delete;
-  ~KernelHandle() { reset(); }
-
-  bool valid() const { return handle_ != nullptr; }
-  HANDLE get() const { return handle_; }
-
-  void reset(HANDLE handle = nullptr) {
-    const HANDLE old = std::exchange(handle_, handle);
-    if (old != nullptr) CloseHandle(old);
-  }
-
-private:
-  HANDLE handle_ = nullptr;
+struct KernelHandleKind {
+  using Value = HANDLE;
+  static Value none() { return nullptr; }
+  static void close(Value value) { CloseHandle(value); }
 };
+
+using KernelHandle = Owned<KernelHandleKind>;
 
 } // namespace vorda

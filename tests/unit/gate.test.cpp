@@ -152,7 +152,9 @@ TEST_CASE("a scan from its start to its end") {
                          60'000'000 + static_cast<unsigned>(i));
   }
   std::atomic<bool> gate{false};
-  app.folders->onOpen = [&gate](const std::wstring&) {
+  std::atomic<bool> reading{false};
+  app.folders->onOpen = [&gate, &reading](const std::wstring&) {
+    reading = true;
     while (!gate) std::this_thread::yield();
   };
   CHECK(app.told("POST", "/api/scan", "kind=map&path=") == R"(400 {"error":"geen pad opgegeven"})");
@@ -169,6 +171,7 @@ TEST_CASE("a scan from its start to its end") {
   CHECK(app.told("GET", "/api/dirs?id=1&p=M%3A") == R"(404 {"error":"noJob"})");
   CHECK(app.told("GET", "/api/ext?id=1&e=.iso") == R"(400 {"error":"noJob"})");
   CHECK(app.told("GET", "/api/export?id=1") == R"(400 {"error":"nopath"})");
+  while (!reading) std::this_thread::yield();
   const std::string jobs = app.told("GET", "/api/jobs");
   CHECK(jobs.starts_with(R"(200 [{"id":1,"path":"M:\\ré","kind":"map","label":"M:\\ré",)"
                          R"("state":"scanning","files":0,"bytes":0,"dirs":0,"phase":1,)"
