@@ -81,6 +81,12 @@ std::int32_t readNumber(std::wstring_view text) {
   return static_cast<std::int32_t>(negative ? -value : value);
 }
 
+// Whether there is an option that neither an export run nor an update check goes with.
+bool asksForOtherMode(const Options& options) {
+  return options.agent || options.service || options.server || options.showKey || options.stop ||
+         !options.grantAccount.empty() || !options.token.empty() || options.port != 0;
+}
+
 } // namespace
 
 CommandLineOptions parseCommandLine(const std::vector<std::wstring>& arguments) {
@@ -136,6 +142,14 @@ std::wstring effectiveFormat(const CommandLineOptions& options) {
   return endsWithIgnoreCase(options.outFile, L".csv") ? L"csv" : L"json";
 }
 
+std::vector<std::wstring> validateUpdateCheck(const CommandLineOptions& options) {
+  if (!options.exportRun && !asksForOtherMode(options) && options.scanPath.empty() &&
+      options.unknownArgs.empty()) {
+    return {};
+  }
+  return {L"--check-update stands on its own"};
+}
+
 std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
   std::vector<std::wstring> messages = options.parseErrors;
   if (options.outFile.empty() && options.parseErrors.empty()) {
@@ -144,10 +158,7 @@ std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
   if (options.scanPath.empty()) {
     messages.emplace_back(L"there is nothing to scan: add --scan <path>");
   }
-  const bool otherMode = options.agent || options.service || options.server || options.showKey ||
-                         options.stop || !options.grantAccount.empty() || !options.token.empty() ||
-                         options.port != 0;
-  if (otherMode) {
+  if (asksForOtherMode(options)) {
     messages.emplace_back(L"--out cannot be combined with --agent, --server, --service, --port, "
                           L"--token, --show-key, --stop or --grant-service-logon");
   }

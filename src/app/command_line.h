@@ -57,6 +57,9 @@ Mode modeOf(const CommandLineOptions& options);
 // empty when it can go ahead.
 std::vector<std::wstring> validateExportRun(const CommandLineOptions& options);
 
+// The same for an update check, which takes no company.
+std::vector<std::wstring> validateUpdateCheck(const CommandLineOptions& options);
+
 // The format that the run writes: the one asked for, else by the output's name.
 std::wstring effectiveFormat(const CommandLineOptions& options);
 

@@ -1,5 +1,6 @@
 // The entry point: reads the command line, picks one mode, runs it and returns its exit
 // code. Here the parts are put together; nothing else makes them.
+#include "app/check_update_win.h"
 #include "app/command_line.h"
 #include "app/export_win.h"
 #include "app/scan_steps_win.h"
@@ -7,9 +8,11 @@
 #include "app/session_actions_win.h"
 #include "app/std_output_win.h"
 #include "app/stop_instances_win.h"
+#include "base/text.h"
 #include "fileops/deletion_log_win.h"
 #include "http/gate.h"
 #include "maker.h"
+#include "update/check_for_update_win.h"
 #include "win/program_version.h"
 
 #include <windows.h>
@@ -47,6 +50,12 @@ TargetList targets() {
   return list;
 }
 
+UpdateSource updateSource() {
+  const std::wstring current = programVersion();
+  return {toUtf8(current), toUtf8(maker::kDownloadPage),
+          [current] { return checkForUpdate({maker::kUpdateHost}, current); }};
+}
+
 // Never destroyed: nobody waits for the threads of connections and scans, which use it
 // until the process is gone.
 AppState& makeState() {
@@ -54,6 +63,7 @@ AppState& makeState() {
   state.folders = systemFolders();
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
+  state.update = updateSource();
   state.session = makeSessionActions(state.server);
   state.server.handler = makeGate(state);
   return state;
@@ -72,12 +82,12 @@ int run() {
   case Mode::help: return showHelp();
   case Mode::exportRun: return runExport(options);
   case Mode::stop: stopAllInstances(); return kExitDone;
+  case Mode::checkUpdate: return runUpdateCheck(options, updateSource());
   case Mode::showKey: return showAgentKey();
   case Mode::network:
   case Mode::interactive: serveAndEnd(options);
   case Mode::closeCopies:
   case Mode::restartCopies:
-  case Mode::checkUpdate:
   case Mode::grantServiceLogon: break;
   }
   showError(L"Vorda: this version does not have that command yet");

@@ -7,6 +7,7 @@
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
 #include "scan/target_list.h"
+#include "update/update_report.h"
 
 #include <functional>
 #include <memory>
@@ -33,6 +34,7 @@ struct AppState {
   ScanSteps steps;
   std::unique_ptr<FolderSource> folders;
   std::function<TargetList()> targets;
+  UpdateSource update;
   SessionActions session;
 };
 

@@ -68,6 +68,7 @@ const std::vector<Route>& routes() {
       {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
       {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
       {"/api/forget", "", [](State& s, const Request& r) { return forgetJob(r, s.jobs); }},
+      {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
       {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},

@@ -10,6 +10,7 @@ import { parse } from 'csv-parse/sync';
 
 const repo = fileURLToPath(new URL('../../..', import.meta.url));
 export const exe = path.resolve(repo, process.env.VORDA_EXE ?? 'build/mingw-release/vorda.exe');
+export const helper = path.join(path.dirname(exe), 'vorda_test_helper.exe');
 export const wineScript = path.join(repo, 'scripts/wine');
 export const projectVersion =
   /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
@@ -41,12 +42,12 @@ export async function keepWineRunning(options) {
 
 await keepWineRunning();
 
-// Starts the program and returns at once: { child, ended }. The child's process id is the program's
+// Starts the program, or another one, and returns at once: { child, ended }. The child's process id is the program's
 // own (each step on the way replaces itself by the next), and `ended` resolves to { code, signal,
 // out (bytes), err (text) }.
-export function start(args, options) {
+export function start(args, { program = exe, ...options } = {}) {
   const limit = { timeout: 120_000, killSignal: 'SIGKILL' }; // far beyond the longest run
-  const child = startWine([exe, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
+  const child = startWine([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
   const out = [];
   const err = [];
   child.stdout.on('data', (piece) => out.push(piece));
@@ -115,10 +116,9 @@ export function readCsv(bytes) {
   return { root: head[1], columns: columns.join(), rows };
 }
 
-// Options to run the program without the rights by which root may read and write everything: in a
-// Wine prefix of its own (sharing the big folders), as Wine's server opens the files. For a user
-// without such rights setpriv changes nothing.
-export async function confinedWine(t) {
+// Options to run programs in a Wine prefix of their own, which shares only the big folders: with its
+// own registry, services and windows. `through` as for startWine.
+export async function ownWine(t, through = []) {
   const prefix = scratch(t, async () => {
     await end();
     // Fails when the server has already ended with its last program, which is as good.
@@ -132,9 +132,13 @@ export async function confinedWine(t) {
   }
   fs.symlinkSync(`${from}/drive_c`, `${prefix}/dosdevices/c:`);
   fs.symlinkSync('/', `${prefix}/dosdevices/z:`);
-  const through = process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : [];
   const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
   const options = { through, env };
   const end = await keepWineRunning(options);
   return options;
 }
+
+// The same without the rights by which root may read and write everything, as Wine's server opens the
+// files. For a user without such rights setpriv changes nothing.
+export const confinedWine = (t) =>
+  ownWine(t, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);

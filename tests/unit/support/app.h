@@ -42,6 +42,7 @@ struct App {
       list.wsl.push_back({L"Debian", L"\\\\wsl.localhost\\Debian"});
       return list;
     };
+    state.update = {"1.9.0", "https://x/get", [] { return updateOffline(); }};
     state.session.page = [] { return std::string("<p>page</p>"); };
     state.session.quitSoon = [this] { ++quits; };
     state.session.elevated = [this] { return elevated; };
