@@ -3,6 +3,7 @@
 // server starts.
 #pragma once
 
+#include "analysis/background_run.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -32,6 +33,7 @@ struct AppState {
   ServerState server;
   JobTable jobs;
   ScanSteps steps;
+  BackgroundRun finder;
   std::unique_ptr<FolderSource> folders;
   std::function<TargetList()> targets;
   UpdateSource update;

@@ -1,8 +1,10 @@
 #include "http/gate.h"
 
+#include "analysis/finder.h"
 #include "analysis/live_listing.h"
 #include "analysis/tree_api.h"
 #include "base/text.h"
+#include "fileops/safety_rules.h"
 #include "http/session_api.h"
 #include "report/export_api.h"
 #include "scan/jobs_api.h"
@@ -67,7 +69,15 @@ const std::vector<Route>& routes() {
       {"/api/export", "", [](State& s, const Request& r) { return exportCsv(r, s.jobs); }},
       {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
       {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
-      {"/api/forget", "", [](State& s, const Request& r) { return forgetJob(r, s.jobs); }},
+      {"/api/forget", "",
+       [](State& s, const Request& r) {
+         return forgetJob(r, s.jobs, [&s](int id) { s.finder.forget(id); });
+       }},
+      {"/api/findfiles", "POST",
+       [](State& s, const Request& r) {
+         return startFinder(r, s.finder, s.jobs, s.steps, deleteRefusal);
+       }},
+      {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
       {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},

@@ -6,36 +6,16 @@ namespace vorda {
 
 namespace {
 
-bool run(const ScanMethod& method, Job& job, const ScanOptions& options) {
-  return method && method(job.progress, options, job.result);
-}
-
-// Turbo where the test allows it, the walk otherwise and when turbo fails.
-bool scanLocal(Job& job, const ScanSteps& steps, const ScanOptions& options) {
-  const TurboVerdict verdict = steps.turboAllowed(job.target);
-  if (verdict.allowed) {
-    job.progress.setStatus("turbo");
-    if (run(steps.turbo, job, options)) return true;
-    job.result = ScanResult{};
-    job.progress.edit([](ProgressTexts& texts) {
-      texts.noTurbo = texts.failure.empty() ? "mftOpenFailed" : texts.failure;
-      texts.failure.clear();
-      texts.status = "fallback";
-    });
-  } else {
-    job.progress.edit([&verdict](ProgressTexts& texts) {
-      texts.noTurbo = verdict.reason;
-      texts.status = "walk";
-    });
-  }
-  return run(steps.walk, job, options);
+bool run(const ScanMethod& method, ScanProgress& progress, const ScanOptions& options,
+         ScanResult& result) {
+  return method && method(progress, options, result);
 }
 
 // Scans, sums and builds the document; false when the scan failed.
 bool scanAndFinish(Job& job, const ScanSteps& steps) {
   const ScanOptions options = optionsOf(job);
-  const bool scanned =
-      job.kind == "ssh" ? run(steps.remote, job, options) : scanLocal(job, steps, options);
+  const bool scanned = job.kind == "ssh" ? run(steps.remote, job.progress, options, job.result)
+                                         : readLocal(steps, job.progress, options, job.result);
   if (!scanned) return false;
   if (job.origin.empty()) job.origin = "local";
   if (isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
@@ -53,6 +33,27 @@ ScanOptions optionsOf(const Job& job) {
   const bool filtered = !job.extensions.empty() || !job.namePatterns.empty();
   options.fileListThreshold = filtered ? 0 : kFileListThreshold;
   return options;
+}
+
+bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions& options,
+               ScanResult& result) {
+  const TurboVerdict verdict = steps.turboAllowed(options.root);
+  if (verdict.allowed) {
+    progress.setStatus("turbo");
+    if (run(steps.turbo, progress, options, result)) return true;
+    result = ScanResult{};
+    progress.edit([](ProgressTexts& texts) {
+      texts.noTurbo = texts.failure.empty() ? "mftOpenFailed" : texts.failure;
+      texts.failure.clear();
+      texts.status = "fallback";
+    });
+  } else {
+    progress.edit([&verdict](ProgressTexts& texts) {
+      texts.noTurbo = verdict.reason;
+      texts.status = "walk";
+    });
+  }
+  return run(steps.walk, progress, options, result);
 }
 
 void runJob(Job& job, const ScanSteps& steps) {

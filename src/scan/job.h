@@ -56,6 +56,12 @@ struct ScanSteps {
 
 ScanOptions optionsOf(const Job& job);
 
+// Reads a target of this machine: by turbo where the test allows it, by the walk
+// otherwise and when turbo fails. False when the walk failed too; the word is in
+// progress.texts().failure.
+bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions& options,
+               ScanResult& result);
+
 // Runs the whole job on the calling thread: chooses the method, falls back from turbo to
 // the walk, and marks the job done in every case. A failed job has its word in
 // progress.texts().error: the method's own, or "scanFailed".

@@ -108,11 +108,13 @@ HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs) {
   return okAnswer();
 }
 
-HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs) {
+HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs,
+                       const std::function<void(int)>& forgotten) {
   if (const auto job = requestedJob(jobs, request)) {
     // Nobody can ask for its result any more, so a scan that still runs may stop.
     job->progress.cancelRequested = true;
     jobs.remove(job->id);
+    forgotten(job->id);
   }
   return okAnswer();
 }

@@ -4,6 +4,7 @@
 #include "base/http_message.h"
 #include "scan/job_table.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -22,6 +23,8 @@ HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSte
 HttpResponse listJobs(const JobTable& jobs);
 HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs);
 HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs);
-HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs);
+// forgotten: told the id of a job that has just left the table.
+HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs,
+                       const std::function<void(int)>& forgotten);
 
 } // namespace vorda

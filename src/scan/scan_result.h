@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scan/file_filter.h"
+#include "scan/file_sink.h"
 #include "scan/folder_table.h"
 #include "scan/type_totals.h"
 
@@ -17,6 +18,11 @@ struct ScanOptions {
   std::vector<std::wstring> namePatterns;
   // Bytes from which a file is kept in the list.
   std::uint64_t fileListThreshold = kFileListThreshold;
+  // Takes the kept files instead of the list. The method may then leave the folders and
+  // types of its result empty; the counters are filled all the same.
+  FileSink* sink = nullptr;
+  // Folders beneath the root that are not entered and do not count: absolute paths.
+  std::vector<std::wstring> leftOut;
 
   // Whether a file is kept in the list. Files that are not kept count all the same.
   bool keeps(std::wstring_view fileName, std::uint64_t bytes) const {

@@ -38,11 +38,13 @@ struct FinishedFolder {
 struct alignas(64) WalkWorker {
   std::atomic<std::uint64_t> files{0};
   std::atomic<std::uint64_t> bytes{0};
-  std::vector<FinishedFolder> folders;
+  std::vector<FinishedFolder> folders; // empty with a sink, like kept and types
   std::vector<FileEntry> kept;
   TypeTotals types;
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
+  unsigned finishedFolders = 0;
+  std::unique_ptr<FileTaker> taker; // while it works, when there is a sink
 };
 
 bool isVirtualFolder(std::wstring_view name) {
@@ -88,6 +90,8 @@ private:
   void work(WalkWorker& worker);
   void readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
                   std::vector<FolderTask>& found);
+  static void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item);
+  bool isLeftOut(const std::wstring& path) const;
   void addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
                  std::vector<FolderTask>& found);
   void publish(const FolderTask& task);
@@ -104,6 +108,7 @@ private:
 
 void Walk::work(WalkWorker& worker) {
   const std::unique_ptr<FolderReader> reader = source_.reader();
+  if (options_.sink != nullptr) worker.taker = options_.sink->taker();
   std::vector<FolderTask> found;
   FolderTask task;
   bool more = queue_.take(task);
@@ -111,10 +116,11 @@ void Walk::work(WalkWorker& worker) {
     // After a cancel the queue drains without being read.
     if (!progress_.cancelRequested.load(std::memory_order_relaxed)) {
       readFolder(worker, *reader, task, found);
-      if (worker.folders.size() % kPublishEvery == 0) publish(task);
+      if (++worker.finishedFolders % kPublishEvery == 0) publish(task);
     }
     more = queue_.finishAndTake(found, task);
   }
+  worker.taker.reset();
 }
 
 void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
@@ -132,11 +138,8 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
       }
       bytes += item.size;
       ++files;
-      addToType(worker.types, item.name, item.size);
-      if (options_.keeps(item.name, item.size)) {
-        worker.kept.push_back(
-            {task.index, std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
-      }
+      if (!worker.taker) addToType(worker.types, item.name, item.size);
+      if (options_.keeps(item.name, item.size)) keep(worker, task, item);
     }
     if (reader.endedEarly()) ++worker.unreadableFolders;
   } else {
@@ -147,7 +150,22 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
                      std::memory_order_relaxed);
   worker.files.store(worker.files.load(std::memory_order_relaxed) + files,
                      std::memory_order_relaxed);
+  if (worker.taker) return;
   worker.folders.push_back({task.index, task.parent, std::wstring(task.name()), bytes, files});
+}
+
+void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) {
+  const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
+  if (worker.taker) {
+    worker.taker->take({task.path, item.name, item.size, modified});
+  } else {
+    worker.kept.push_back({task.index, std::wstring(item.name), item.size, modified});
+  }
+}
+
+bool Walk::isLeftOut(const std::wstring& path) const {
+  return std::any_of(options_.leftOut.begin(), options_.leftOut.end(),
+                     [&path](const std::wstring& one) { return equalsIgnoreCase(one, path); });
 }
 
 void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
@@ -157,9 +175,10 @@ void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderIte
     return;
   }
   FolderTask child;
+  child.path = joinPath(task.path, item.name);
+  if (isLeftOut(child.path)) return;
   child.index = nextIndex_.fetch_add(1, std::memory_order_relaxed);
   child.parent = task.index;
-  child.path = joinPath(task.path, item.name);
   child.nameStart = child.path.size() - item.name.size();
   child.literal = task.literal || losesItsEnd(item.name);
   found.push_back(std::move(child));
@@ -180,7 +199,8 @@ void Walk::publish(const FolderTask& task) {
 }
 
 void Walk::mergeInto(ScanResult& result) {
-  result.folders.resize(nextIndex_.load());
+  result.folderCount = nextIndex_.load();
+  if (options_.sink == nullptr) result.folders.resize(nextIndex_.load());
   std::size_t kept = 0;
   for (const WalkWorker& worker : workers_) kept += worker.kept.size();
   result.files.reserve(kept);
@@ -202,7 +222,6 @@ void Walk::mergeInto(ScanResult& result) {
     result.unreadableFolders += worker.unreadableFolders;
     result.skippedFolders += worker.skippedFolders;
   }
-  result.folderCount = result.folders.size();
 }
 
 } // namespace

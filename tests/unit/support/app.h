@@ -50,6 +50,13 @@ struct App {
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
   }
 
+  // What runs in the background uses the state.
+  ~App() {
+    while (state.finder.running()) std::this_thread::yield();
+  }
+  App(const App&) = delete;
+  App& operator=(const App&) = delete;
+
   HttpResponse ask(const std::string& method, const std::string& target,
                    const std::string& body = {}, TextMap headers = {}) {
     HttpRequest request;
@@ -65,6 +72,20 @@ struct App {
                    const std::string& body = {}, TextMap headers = {}) {
     const HttpResponse response = ask(method, target, body, std::move(headers));
     return std::to_string(response.status) + " " + std::string(response.payload());
+  }
+
+  // Scans a folder to its end; the id of the job.
+  int scanned(const std::string& path) {
+    const std::string started = told("POST", "/api/scan", "path=" + path);
+    const int id = std::stoi(started.substr(started.find("\"id\":") + 5));
+    waitUntilDone(id);
+    return id;
+  }
+
+  // The result of a search, once it is there.
+  std::string resultOf(const std::string& path) {
+    while (told("GET", path).starts_with("200 {\"running\":true")) std::this_thread::yield();
+    return told("GET", path);
   }
 
   void waitUntilDone(int id) {

@@ -1,0 +1,105 @@
+// A search in the background: one at a time, followed by its counters, cancelled or left
+// to its end, its document kept until the next run or until a scan is forgotten.
+//
+// Whoever asks sees either the run that is going or the document of the last one, whole.
+// One lock guards the change from one to the other; it is held for moments only. A scan
+// that is forgotten after a run was admitted is never found in that run's document.
+#pragma once
+
+#include "base/http_message.h"
+#include "scan/progress.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace vorda {
+
+struct RunCounters {
+  std::uint64_t scans = 0;
+  std::uint64_t scansDone = 0;
+  std::uint64_t seen = 0;  // files looked at
+  std::uint64_t found = 0; // hits, as told by Run::found
+  const char* phase = "listing";
+  std::uint64_t total = 0; // bytes to read in this run, as far as known
+  std::uint64_t read = 0;  // bytes read
+  std::uint64_t files = 0; // files to read in this phase
+  std::uint64_t filesDone = 0;
+  std::uint64_t percent = 0; // only ever grows
+};
+
+using ScanIds = std::set<int>;
+
+// One run, shared between its thread and the requests about it.
+class Run {
+public:
+  std::atomic<std::uint64_t> found{0};
+
+  bool cancelled() const { return cancelled_.load(std::memory_order_relaxed); }
+  void cancel();
+
+  // Changes the counters under their lock: update([](RunCounters& counters) { … }).
+  template <typename Change> void update(Change change) {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t before = counters_.percent;
+    change(counters_);
+    counters_.percent = counters_.percent < before ? before : counters_.percent;
+  }
+  // All at one moment, the files of the scan that is being read among seen.
+  RunCounters counters() const;
+
+  // A scan that is being read for this run: its files count as seen, a cancel reaches it.
+  void beginScan(const std::shared_ptr<ScanProgress>& progress);
+  void endScan(std::uint64_t files);
+
+  void forget(int scan);
+  ScanIds forgotten() const;
+
+private:
+  std::atomic<bool> cancelled_{false};
+  mutable std::mutex mutex_;
+  RunCounters counters_;
+  std::shared_ptr<ScanProgress> scan_;
+  ScanIds forgotten_;
+};
+
+// Writes the document of a finished run without the hits of these scans. May be called
+// more than once.
+using RunDocument = std::function<std::string(const ScanIds& forgotten)>;
+// The work of a run, on a thread of its own.
+using RunWork = std::function<RunDocument(Run& run)>;
+using RunProgressText = std::string (*)(const RunCounters& counters);
+
+class BackgroundRun {
+public:
+  // Starts the work and answers {"started":true,"running":true}, or the same with false
+  // when a run is going, which is then left alone. What the work uses must live until
+  // running() is false.
+  HttpResponse start(RunWork work);
+
+  // The progress of the run that is going, the document of the last one, or
+  // {"running":false}.
+  HttpResponse status(RunProgressText progressText) const;
+
+  bool running() const;
+  void cancel();
+  // Call after the scan has left the table of jobs.
+  void forget(int scan);
+
+private:
+  // Shared with the thread of a run.
+  struct State {
+    std::mutex mutex;
+    std::shared_ptr<Run> run;                    // null when none is going
+    std::shared_ptr<const std::string> document; // of the last run
+  };
+  static void finish(State& state, const std::shared_ptr<Run>& run, const RunDocument& write);
+
+  std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+} // namespace vorda

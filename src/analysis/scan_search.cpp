@@ -1,0 +1,171 @@
+#include "analysis/scan_search.h"
+
+#include "analysis/size_tree.h"
+#include "base/text.h"
+#include "scan/walk.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace vorda {
+
+namespace {
+
+template <typename Number> Number leadingNumber(std::string_view text) {
+  Number value = 0;
+  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+  return parsed.ec == std::errc::result_out_of_range ? std::numeric_limits<Number>::max() : value;
+}
+
+std::vector<int> parseIds(std::string_view text) {
+  std::vector<int> ids;
+  while (true) {
+    const std::size_t end = text.find(',');
+    const std::string_view piece = text.substr(0, end);
+    int id = 0;
+    const auto parsed = std::from_chars(piece.data(), piece.data() + piece.size(), id);
+    const bool whole = parsed.ec == std::errc() && parsed.ptr == piece.data() + piece.size();
+    if (whole && id > 0 && std::find(ids.begin(), ids.end(), id) == ids.end()) ids.push_back(id);
+    if (end == std::string_view::npos) return ids;
+    text.remove_prefix(end + 1);
+  }
+}
+
+bool liesInside(std::wstring_view root, std::wstring_view path) {
+  return path.size() > root.size() && startsWithIgnoreCase(path, root) &&
+         (root.ends_with(L'\\') || path[root.size()] == L'\\');
+}
+
+std::wstring rootOf(const Job& job) {
+  const std::lock_guard lock(job.resultMutex);
+  return job.result.rootPath.empty() ? normaliseRoot(job.target) : job.result.rootPath;
+}
+
+void divide(std::vector<SearchedScans::Scan>& scans) {
+  for (std::size_t i = 0; i < scans.size(); ++i) {
+    for (std::size_t k = 0; k < scans.size(); ++k) {
+      if (liesInside(scans[i].root, scans[k].root)) scans[i].leftOut.push_back(scans[k].root);
+      if (k < i && equalsIgnoreCase(scans[i].root, scans[k].root)) scans[i].covered = true;
+    }
+  }
+}
+
+// Hands on what a method that knows nothing of sinks has put into its list.
+void handOn(ScanResult& result, const std::vector<std::wstring>& leftOut, FileSink& sink) {
+  if (result.files.empty()) return;
+  ScanProgress summing;
+  SumTree(result.folders, summing);
+  const std::unique_ptr<FileTaker> taker = sink.taker();
+  std::uint32_t folder = kNoFolder;
+  std::wstring path;
+  bool taken = false;
+  for (const FileEntry& file : result.files) {
+    if (file.folder != folder) {
+      folder = file.folder;
+      path = folderPath(result.folders, folder, result.separator);
+      taken = std::none_of(leftOut.begin(), leftOut.end(), [&path](const std::wstring& root) {
+        return equalsIgnoreCase(root, path) || liesInside(root, path);
+      });
+    }
+    if (taken) taker->take({path, file.name, file.size, file.modified});
+  }
+}
+
+void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const ScanSteps& steps,
+               Run& run, FileSink& sink) {
+  const auto progress = std::make_shared<ScanProgress>();
+  ScanOptions options;
+  options.root = scan.root;
+  options.extensions = request.extensions;
+  options.namePatterns = request.namePatterns;
+  options.fileListThreshold = request.min;
+  options.sink = &sink;
+  options.leftOut = scan.leftOut;
+  ScanResult result;
+  run.beginScan(progress);
+  if (readLocal(steps, *progress, options, result)) {
+    handOn(result, scan.leftOut, sink);
+  } else {
+    scan.error = progress->texts().failure;
+    if (scan.error.empty()) scan.error = "scanFailed";
+  }
+  run.endScan(result.fileCount);
+}
+
+void writeScan(JsonWriter& json, const SearchedScans::Scan& scan) {
+  json.open('{');
+  json.number("id", static_cast<std::uint64_t>(scan.id));
+  json.string("label", scan.label);
+  if (!scan.error.empty()) json.string("error", scan.error);
+  json.close('}');
+}
+
+} // namespace
+
+SearchRequest parseSearchRequest(const FormFields& fields, std::uint64_t defaultMin) {
+  SearchRequest request;
+  request.ids = parseIds(fields.get("ids"));
+  request.exts = toUtf16(fields.get("exts"));
+  request.names = toUtf16(fields.get("names"));
+  request.extensions = parseExtensions(request.exts);
+  request.namePatterns = parseNamePatterns(request.names);
+  request.min = fields.has("min") ? leadingNumber<std::uint64_t>(fields.get("min")) : defaultMin;
+  return request;
+}
+
+bool isCancel(const FormFields& fields) {
+  return fields.pairs().size() == 1 && fields.get("cancel") == "1";
+}
+
+SearchedScans chooseScans(const JobTable& jobs, const std::vector<int>& ids) {
+  SearchedScans chosen;
+  for (const int id : ids) {
+    const std::shared_ptr<Job> job = jobs.find(id);
+    if (!job || !job->done) continue;
+    if (job->kind == "ssh") {
+      chosen.sshSkipped.push_back({id, job->label, {}, {}, false, {}});
+    } else {
+      chosen.scans.push_back({id, job->label, rootOf(*job), {}, false, {}});
+    }
+  }
+  divide(chosen.scans);
+  return chosen;
+}
+
+void searchScans(SearchedScans& chosen, const SearchRequest& request, const ScanSteps& steps,
+                 Run& run, const SinkOfScan& sinkOf) {
+  run.update([&chosen](RunCounters& counters) { counters.scans = chosen.scans.size(); });
+  for (SearchedScans::Scan& scan : chosen.scans) {
+    if (run.cancelled()) return;
+    if (scan.covered) {
+      run.endScan(0);
+    } else {
+      searchOne(scan, request, steps, run, sinkOf(scan.id));
+    }
+  }
+}
+
+void writeSearchOptions(JsonWriter& json, const SearchRequest& request, const SearchedScans& chosen,
+                        const std::function<void(JsonWriter&)>& extra) {
+  json.open("opts", '{');
+  json.open("ids", '[');
+  for (const int id : request.ids) json.number(static_cast<std::uint64_t>(id));
+  json.close(']');
+  json.number("scans", chosen.scans.size());
+  json.string("exts", request.exts);
+  json.string("names", request.names);
+  json.number("min", request.min);
+  extra(json);
+  json.open("ssh_skipped", '[');
+  for (const SearchedScans::Scan& scan : chosen.sshSkipped) writeScan(json, scan);
+  json.close(']');
+  json.open("failed", '[');
+  for (const SearchedScans::Scan& scan : chosen.scans) {
+    if (!scan.error.empty()) writeScan(json, scan);
+  }
+  json.close(']');
+  json.close('}');
+}
+
+} // namespace vorda

@@ -1,0 +1,208 @@
+#include "analysis/best_hits.h"
+#include "analysis/finder.h"
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <random>
+#include <tuple>
+
+using namespace vorda;
+using test::App;
+
+namespace {
+
+constexpr std::uint64_t kYear2001 = 126'227'808'000'000'000ULL; // FILETIME units
+
+// The value of a number in a document, the first one of that key.
+std::uint64_t numberIn(const std::string& document, const std::string& key) {
+  const std::size_t at = document.find("\"" + key + "\":");
+  REQUIRE(at != std::string::npos);
+  return std::stoull(document.substr(at + key.size() + 3));
+}
+
+// A gate that holds every folder that is opened until it is let through.
+struct OpenGate {
+  std::atomic<bool> shut{true};
+  std::atomic<int> reached{0};
+  App& app;
+  explicit OpenGate(App& on) : app(on) {
+    app.folders->onOpen = [this](const std::wstring&) {
+      ++reached;
+      while (shut) std::this_thread::yield();
+    };
+  }
+  ~OpenGate() { app.folders->onOpen = nullptr; }
+  void waitUntilReached() const {
+    while (reached == 0) std::this_thread::yield();
+  }
+};
+
+} // namespace
+
+TEST_CASE("of many hits the best by each order are kept, whatever thread met them first") {
+  std::mt19937 random(3);
+  std::vector<Hit> all;
+  for (std::uint32_t i = 0; i < 30'000; ++i) {
+    const std::wstring folder = L"C:\\" + std::to_wstring(random() % 50);
+    // Few names, sizes and times, so that ties are common; every fifth time is unknown.
+    const std::wstring name =
+        std::wstring(random() % 2 == 0 ? L"f" : L"F") + std::to_wstring(random() % 900);
+    const std::wstring path = folder + L"\\" + name + L"." + std::to_wstring(i);
+    all.push_back(
+        {path, folder.size() + 1, random() % 3000, random() % 5 == 0 ? 0 : 1 + random() % 2000, 1});
+  }
+  for (const HitOrder order :
+       {HitOrder::newest, HitOrder::oldest, HitOrder::name, HitOrder::size}) {
+    std::vector<std::tuple<std::uint64_t, std::wstring, std::wstring>> expected;
+    std::uint64_t bytes = 0;
+    for (const Hit& hit : all) {
+      std::uint64_t key = 0;
+      if (order == HitOrder::newest) key = ~hit.modified;
+      if (order == HitOrder::oldest) key = hit.modified - 1; // unknown: the largest number
+      if (order == HitOrder::size) key = ~hit.size;
+      const bool byName = order == HitOrder::name;
+      std::wstring upper(hit.name());
+      std::replace(upper.begin(), upper.end(), L'f', L'F');
+      expected.emplace_back(key, byName ? upper : L"", hit.path);
+      bytes += hit.size;
+    }
+    std::sort(expected.begin(), expected.end());
+    std::atomic<std::uint64_t> found{0};
+    BestHits best(1, order, 700, found);
+    std::vector<std::thread> threads;
+    for (std::size_t part = 0; part < 3; ++part) {
+      threads.emplace_back([&all, &best, part] {
+        const auto taker = best.taker();
+        for (std::size_t i = part; i < all.size(); i += 3) {
+          const std::wstring_view folder(all[i].path.data(), all[i].nameStart - 1);
+          taker->take({folder, all[i].name(), all[i].size, all[i].modified});
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    best.finish();
+    CHECK(found == 30'000);
+    CHECK(best.count() == 30'000);
+    CHECK(best.bytes() == bytes);
+    REQUIRE(best.best().size() == 700);
+    std::size_t wrong = 0;
+    for (std::size_t i = 0; i < 700; ++i) wrong += best.best()[i].path != std::get<2>(expected[i]);
+    CHECK(wrong == 0);
+  }
+}
+
+TEST_CASE("a search from its fields to its document") {
+  App app;
+  const std::wstring windows = app.folders->addFolder(L"C:\\", L"Windows");
+  app.folders->addFile(windows, L"Holiday.JPG", 5, kYear2001);
+  app.folders->addFile(windows, L"holiday.txt", 2'000'000, kYear2001 + 10'000'000);
+  const std::wstring data = app.folders->addFolder(L"C:\\", L"data");
+  app.folders->addFile(data, L"my holiday.png", 7);
+  app.folders->addFile(app.folders->addFolder(data, L"data2"), L"b.jpg", 9, kYear2001);
+  app.scanned("C%3A");
+  app.folders->addFile(data, L"late holiday.jpg", 3); // after the scan
+  const auto find = [&app](const std::string& fields) {
+    const std::string started = app.told("POST", "/api/findfiles", fields);
+    return started == R"(200 {"started":true,"running":true})" ? app.resultOf("/api/findfiles")
+                                                               : started;
+  };
+  CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
+  CHECK(find("ids=1&names=holiday&exts=jpg%20.PNG&sort=name") ==
+        R"(200 {"files":[{"p":"C:\\Windows\\Holiday.JPG","s":5,"m":978307200000,"job":1,)"
+        R"("lock":"windows"},{"p":"C:\\data\\late holiday.jpg","s":3,"m":0,"job":1},)"
+        R"({"p":"C:\\data\\my holiday.png","s":7,"m":0,"job":1}],"shown":3,"count":3,"bytes":15,)"
+        R"("capped":false,"running":false,"opts":{"ids":[1],"scans":1,"exts":"jpg .PNG",)"
+        R"("names":"holiday","min":0,"sort":"name","ssh_skipped":[],"failed":[]}})");
+  for (const char* refused : {"", "ids=1", "ids=1&min=1048575", "min=-1048576", "exts=%20;&names=;",
+                              "cancel=1&ids=1", "sort=new&min=x9999999"}) {
+    CHECK(find(refused) == R"(400 {"error":"needFilter"})");
+  }
+  CHECK(numberIn(find("ids=1&min=1048576"), "count") == 1);
+  CHECK(numberIn(find("ids=1&min=99999999999999999999"), "count") == 0);
+  CHECK(find("ids=1&names=%FF&exts=%22").find(R"("exts":"\"","names":"�")") != std::string::npos);
+  CHECK(find("ids=,0,-1,1,x,1,1x,7&names=*&sort=old").find(R"("ids":[1,7],"scans":1,)") !=
+        std::string::npos);
+
+  // A scan inside another, the same twice, one that is gone, one still going, a remote one.
+  CHECK(app.scanned("C:%5Cdata%5C") == 2);
+  CHECK(app.scanned("C:") == 3);
+  const int gone = app.scanned("D:");
+  const auto remote = std::make_shared<Job>();
+  remote->kind = "ssh";
+  remote->label = L"host";
+  remote->done = true;
+  app.state.jobs.add(remote);
+  const auto unfinished = std::make_shared<Job>();
+  app.state.jobs.add(unfinished);
+  CHECK(gone == 4);
+  const std::string inside = find("ids=1,2,3,4,5,6&names=*&sort=size");
+  CHECK(numberIn(inside, "count") == 5);
+  CHECK(inside.find(R"(data2\\b.jpg","s":9,"m":978307200000,"job":2})") != std::string::npos);
+  CHECK(inside.ends_with(
+      R"("opts":{"ids":[1,2,3,4,5,6],"scans":4,"exts":"","names":"*","min":0,"sort":"size",)"
+      R"("ssh_skipped":[{"id":5,"label":"host"}],)"
+      R"("failed":[{"id":4,"label":"D:","error":"noSuchDir"}]}})"));
+  CHECK(numberIn(find("ids=5&names=*"), "scans") == 0);
+
+  // A method that fills its list instead of a sink is as good.
+  app.state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
+  app.state.steps.turbo = [&app](ScanProgress& progress, ScanOptions options, ScanResult& result) {
+    options.sink = nullptr;
+    options.leftOut.clear();
+    return walk(*app.folders, progress, options, result, 2);
+  };
+  CHECK(find("ids=1,2,3,4,5,6&names=*&sort=size") == inside);
+  app.told("GET", "/api/forget?id=6");
+  CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
+}
+
+TEST_CASE("a run is left alone by a second start, can be cancelled, and outlives its scans") {
+  App app;
+  for (int i = 0; i < 25'000; ++i) {
+    app.folders->addFile(L"C:\\", std::to_wstring(i) + L".txt", static_cast<unsigned>(i));
+  }
+  app.folders->addFile(L"D:\\", L"d.txt", 1);
+  app.folders->addFile(L"E:\\", L"e.txt", 2);
+  for (const char* drive : {"C:", "D:", "E:"}) app.scanned(drive);
+  {
+    OpenGate gate(app);
+    app.told("POST", "/api/findfiles", "ids=1,2,3&names=*");
+    gate.waitUntilReached();
+    CHECK(app.told("POST", "/api/findfiles", "ids=2&exts=txt") ==
+          R"(200 {"started":false,"running":true})");
+    CHECK(app.told("GET", "/api/findfiles") ==
+          R"(200 {"running":true,"scans":3,"scans_done":0,"found":0,"percent":0,"seen":0})");
+    app.told("GET", "/api/forget?id=2");
+    gate.shut = false;
+    const std::string capped = app.resultOf("/api/findfiles");
+    CHECK(capped.starts_with(R"(200 {"files":[{"p":"C:\\24999.txt","s":24999,)"));
+    CHECK(capped.find(R"(,"shown":20000,"count":25001,"bytes":312487502,"capped":true,)") !=
+          std::string::npos);
+    CHECK(capped.find("d.txt") == std::string::npos);
+  }
+  {
+    // Forgetting the scan with most hits uncovers the ones that they had pushed out.
+    OpenGate gate(app);
+    app.told("POST", "/api/findfiles", "ids=1,3&names=*");
+    gate.waitUntilReached();
+    app.told("GET", "/api/forget?id=1");
+    gate.shut = false;
+    const std::string left = app.resultOf("/api/findfiles");
+    CHECK(left.starts_with(R"(200 {"files":[{"p":"E:\\e.txt","s":2,"m":0,"job":3}],"shown":1,)"));
+  }
+  {
+    CHECK(app.scanned("C:") == 4);
+    OpenGate gate(app);
+    app.told("POST", "/api/findfiles", "ids=4,3&names=*");
+    gate.waitUntilReached();
+    CHECK(app.told("POST", "/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
+    gate.shut = false;
+    const std::string cancelled = app.resultOf("/api/findfiles");
+    CHECK(cancelled.find(R"("cancelled":true})") != std::string::npos);
+    CHECK(cancelled.find("e.txt") == std::string::npos);
+    CHECK(numberIn(cancelled, "count") < 25'000);
+    CHECK(app.told("POST", "/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
+  }
+}
