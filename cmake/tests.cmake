@@ -50,6 +50,18 @@ if(WIN32)
     "not part of Windows:.*kernel32")
 endif()
 
+# ---- programs that system tests need -------------------------------------------------------------
+if(WIN32)
+  file(GLOB helper_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/system/support/*_win.cpp)
+  foreach(source IN LISTS helper_sources)
+    get_filename_component(name ${source} NAME_WE)
+    add_executable(${name} ${source})
+    target_link_libraries(${name} PRIVATE vorda_core)
+    target_link_options(${name} PRIVATE -municode)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  endforeach()
+endif()
+
 # ---- tests in other languages --------------------------------------------------------------------
 # The include check reads all files whatever is built, so one kind of build is enough.
 find_package(Python3 COMPONENTS Interpreter)

@@ -1,6 +1,7 @@
 // The entry point: reads the command line, picks one mode, runs it and returns its exit
 // code. Here the parts are put together; nothing else makes them.
 #include "app/check_update_win.h"
+#include "app/askpass_win.h"
 #include "app/command_line.h"
 #include "app/export_win.h"
 #include "app/scan_steps_win.h"
@@ -75,9 +76,12 @@ AppState& makeState() {
 }
 
 int run() {
+  const std::vector<std::wstring> arguments = programArguments();
+  // Before anything else: such a start must not do what its command line seems to say.
+  if (startedAsAskpass()) return askpassMain(arguments.empty() ? L"" : arguments.front());
   // A drive without a medium is an error like any other, not a question to the user.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-  const CommandLineOptions options = parseCommandLine(programArguments());
+  const CommandLineOptions options = parseCommandLine(arguments);
   switch (modeOf(options)) {
   case Mode::help: return showHelp();
   case Mode::exportRun: return runExport(options);

@@ -3,6 +3,7 @@
 #include "analysis/size_tree.h"
 #include "base/time.h"
 #include "report/result_document.h"
+#include "scan/ssh_scan.h"
 #include "scan/walk.h"
 
 namespace vorda {
@@ -12,6 +13,10 @@ ScanSteps makeScanSteps(FolderSource& folders) {
   steps.turboAllowed = turboAllowed;
   steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
     return walk(folders, progress, options, result);
+  };
+  steps.remote = [start = systemSsh()](ScanProgress& progress, const ScanOptions& options,
+                                       Secret password, ScanResult& result, RemoteFacts& facts) {
+    return sshScan(start, progress, options, std::move(password), result, facts);
   };
   steps.driveFigures = driveFigures;
   steps.finish = [](Job& job) {

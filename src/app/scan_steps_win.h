@@ -1,4 +1,4 @@
-// The steps of a scan on this machine.
+// The steps of a scan, made of what this machine offers.
 #pragma once
 
 #include "scan/folder_reader.h"

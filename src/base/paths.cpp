@@ -47,11 +47,15 @@ std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t 
   std::wstring out;
   out.reserve(folder.size() + 1 + name.size());
   out.append(folder);
-  const bool ended =
-      !out.empty() && (out.back() == separator || (separator == L'\\' && out.back() == L'/'));
-  if (!ended) out.push_back(separator);
-  out.append(name);
+  appendName(out, name, separator);
   return out;
+}
+
+void appendName(std::wstring& path, std::wstring_view name, wchar_t separator) {
+  const bool ended =
+      !path.empty() && (path.back() == separator || (separator == L'\\' && path.back() == L'/'));
+  if (!ended) path.push_back(separator);
+  path.append(name);
 }
 
 std::vector<std::wstring_view> pathComponents(std::wstring_view path) {

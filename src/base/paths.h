@@ -31,6 +31,9 @@ bool isPlainAbsolute(std::wstring_view path);
 // folder + separator + name, without doubling a separator that folder ends in.
 std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t separator = L'\\');
 
+// Appends separator + name to a path in the same way.
+void appendName(std::wstring& path, std::wstring_view name, wchar_t separator);
+
 // The non-empty components of a path, front to back, split at both separators. The
 // views point into path.
 std::vector<std::wstring_view> pathComponents(std::wstring_view path);

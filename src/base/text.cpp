@@ -94,9 +94,7 @@ std::string toUtf8(std::wstring_view text) {
   return out;
 }
 
-std::wstring toUtf16(std::string_view text) {
-  std::wstring out;
-  out.reserve(text.size());
+void appendUtf16(std::wstring& out, std::string_view text) {
   while (!text.empty()) {
     const Decoded decoded = decodeFront(text);
     if (decoded.length == 0) {
@@ -113,6 +111,12 @@ std::wstring toUtf16(std::string_view text) {
     }
     text.remove_prefix(decoded.length);
   }
+}
+
+std::wstring toUtf16(std::string_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  appendUtf16(out, text);
   return out;
 }
 

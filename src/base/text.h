@@ -18,6 +18,7 @@ void appendUtf8(std::string& out, std::wstring_view text);
 // UTF-16 of a UTF-8 text. Every byte that is not part of a well-formed sequence
 // (overlong, surrogate, beyond U+10FFFF, cut short) becomes one U+FFFD.
 std::wstring toUtf16(std::string_view text);
+void appendUtf16(std::wstring& out, std::string_view text);
 
 constexpr bool isHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool isLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }

@@ -1,5 +1,6 @@
 #include "http/connection.h"
 
+#include "base/secret.h"
 #include "http/message_parser.h"
 
 #include <algorithm>
@@ -15,14 +16,17 @@ constexpr std::size_t kJoinedPayload = 4'096;
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
 // Bytes that arrived, counted against what the process may hold as long as more are
-// waited for.
+// waited for. There may be a password among them, so none is left behind in memory.
 class HeldBuffer {
 public:
   HeldBuffer(ByteStream& stream, std::atomic<std::uint64_t>& heldBytes)
       : stream_(stream), heldBytes_(heldBytes) {}
   HeldBuffer(const HeldBuffer&) = delete;
   HeldBuffer& operator=(const HeldBuffer&) = delete;
-  ~HeldBuffer() { heldBytes_ -= counted_; }
+  ~HeldBuffer() {
+    heldBytes_ -= counted_;
+    wipeText(bytes_);
+  }
 
   enum class Outcome { more, end, refused };
 
@@ -32,13 +36,18 @@ public:
     if (count == 0) return Outcome::end;
     counted_ += count;
     if (heldBytes_.fetch_add(count) + count > kMaxHeldBytes) return Outcome::refused;
-    bytes_.append(piece.data(), count);
+    appendWiping(bytes_, std::string_view(piece.data(), count));
+    wipeUnits(piece.data(), count);
     return Outcome::more;
   }
 
   const std::string& bytes() const { return bytes_; }
   std::string take() { return std::move(bytes_); }
-  void eraseFront(std::size_t count) { bytes_.erase(0, count); }
+  void eraseFront(std::size_t count) {
+    std::string rest = bytes_.substr(count);
+    bytes_.swap(rest);
+    wipeText(rest);
+  }
 
 private:
   ByteStream& stream_;
@@ -90,10 +99,11 @@ std::optional<HttpRequest> receiveRequest(ByteStream& stream,
 void serveConnection(ByteStream& stream,
                      const std::function<HttpResponse(const HttpRequest&)>& handler,
                      std::atomic<std::uint64_t>& heldBytes) {
-  const std::optional<HttpRequest> request = receiveRequest(stream, heldBytes);
+  std::optional<HttpRequest> request = receiveRequest(stream, heldBytes);
   if (!request) return;
   const HttpResponse response =
       handler ? handler(*request) : answer(500, "geen handler", "text/plain");
+  wipeText(request->body);
   const std::string_view payload = response.payload();
   std::string head = responseHead(response);
   // A small answer goes out in one piece; a large one is never copied.

@@ -1,5 +1,8 @@
 #include "json/form_fields.h"
 
+#include "base/secret.h"
+
+#include <algorithm>
 #include <optional>
 
 namespace vorda {
@@ -13,10 +16,8 @@ std::optional<unsigned> hexDigit(char c) {
   return std::nullopt;
 }
 
-} // namespace
-
-std::string decodeFormText(std::string_view text) {
-  std::string out;
+// Decodes into a string that never outgrows its memory.
+void decodeInto(std::string& out, std::string_view text) {
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '+') {
@@ -34,20 +35,34 @@ std::string decodeFormText(std::string_view text) {
     }
     out.push_back(text[i]);
   }
+}
+
+} // namespace
+
+std::string decodeFormText(std::string_view text) {
+  std::string out;
+  decodeInto(out, text);
   return out;
 }
 
 FormFields::FormFields(std::string_view body) {
+  pairs_.reserve(1 + static_cast<std::size_t>(std::count(body.begin(), body.end(), '&')));
   while (true) {
     const std::size_t end = body.find('&');
     const std::string_view piece = body.substr(0, end);
     const std::size_t equals = piece.find('=');
     const std::string_view value =
         equals == std::string_view::npos ? std::string_view() : piece.substr(equals + 1);
-    pairs_.emplace_back(decodeFormText(piece.substr(0, equals)), decodeFormText(value));
+    auto& pair = pairs_.emplace_back();
+    decodeInto(pair.first, piece.substr(0, equals));
+    decodeInto(pair.second, value);
     if (end == std::string_view::npos) break;
     body.remove_prefix(end + 1);
   }
+}
+
+FormFields::~FormFields() {
+  for (auto& pair : pairs_) wipeText(pair.second);
 }
 
 const std::string* FormFields::find(std::string_view key) const {

@@ -1,4 +1,5 @@
-// The form-encoded body of a POST: an ordered list of decoded (key, value) pairs.
+// The form-encoded body of a POST: an ordered list of decoded (key, value) pairs. There may
+// be a password among them: each value is decoded in its place and wiped in the end.
 #pragma once
 
 #include <string>
@@ -18,6 +19,9 @@ public:
   // Splits at every "&", each piece at its first "="; a piece without one is a key with
   // an empty value.
   explicit FormFields(std::string_view body);
+  FormFields(const FormFields&) = delete;
+  FormFields& operator=(const FormFields&) = delete;
+  ~FormFields();
 
   // The value of the first pair with this key; empty when there is none.
   std::string_view get(std::string_view key) const;

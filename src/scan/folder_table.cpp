@@ -13,7 +13,11 @@ std::wstring folderPath(const FolderTable& folders, std::uint32_t index, wchar_t
   std::wstring path;
   for (auto at = chain.rbegin(); at != chain.rend(); ++at) {
     const std::wstring& name = folders[*at].name;
-    path = at == chain.rbegin() ? name : joinPath(path, name, separator);
+    if (at == chain.rbegin()) {
+      path = name;
+    } else {
+      appendName(path, name, separator);
+    }
   }
   return path;
 }

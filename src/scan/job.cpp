@@ -11,14 +11,29 @@ bool run(const ScanMethod& method, ScanProgress& progress, const ScanOptions& op
   return method && method(progress, options, result);
 }
 
+bool scanRemote(Job& job, const ScanSteps& steps, const ScanOptions& options) {
+  RemoteFacts facts;
+  // Moved, so that the job no longer has it while the scan runs.
+  if (!steps.remote ||
+      !steps.remote(job.progress, options, std::move(job.password), job.result, facts)) {
+    return false;
+  }
+  job.origin = facts.host;
+  job.drive = facts.drive;
+  return true;
+}
+
 // Scans, sums and builds the document; false when the scan failed.
 bool scanAndFinish(Job& job, const ScanSteps& steps) {
   const ScanOptions options = optionsOf(job);
-  const bool scanned = job.kind == "ssh" ? run(steps.remote, job.progress, options, job.result)
-                                         : readLocal(steps, job.progress, options, job.result);
-  if (!scanned) return false;
+  const bool remote = job.kind == "ssh";
+  if (!(remote ? scanRemote(job, steps, options)
+               : readLocal(steps, job.progress, options, job.result))) {
+    return false;
+  }
   if (job.origin.empty()) job.origin = "local";
-  if (isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
+  // A host's name may be one letter long.
+  if (!remote && isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
   steps.finish(job);
   return true;
 }

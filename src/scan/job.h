@@ -6,8 +6,10 @@
 // on to whoever holds that mutex.
 #pragma once
 
+#include "base/secret.h"
 #include "scan/progress.h"
 #include "scan/scan_result.h"
+#include "scan/ssh_scan.h"
 #include "scan/targets.h"
 
 #include <atomic>
@@ -26,6 +28,7 @@ struct Job {
   std::wstring label;
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
+  Secret password; // for the kind "ssh"; empty once the scan has begun
 
   ScanProgress progress;
   std::atomic<bool> done{false};
@@ -42,6 +45,8 @@ struct Job {
 };
 
 using ScanMethod = std::function<bool(ScanProgress&, const ScanOptions&, ScanResult&)>;
+using RemoteMethod = std::function<bool(ScanProgress&, const ScanOptions&, Secret password,
+                                        ScanResult&, RemoteFacts&)>;
 
 // What a job's thread calls, put together by the entry point. A method that is not there
 // counts as one that failed.
@@ -49,7 +54,7 @@ struct ScanSteps {
   std::function<TurboVerdict(const std::wstring&)> turboAllowed;
   ScanMethod turbo;
   ScanMethod walk;
-  ScanMethod remote;
+  RemoteMethod remote;
   std::function<DriveFigures(const std::wstring&)> driveFigures;
   std::function<void(Job&)> finish; // sums the tree and builds the result document
 };

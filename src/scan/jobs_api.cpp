@@ -63,6 +63,7 @@ HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSte
   job->kind = fields.has("kind") ? fields.get("kind") : "map";
   const std::string_view label = fields.get("label");
   job->label = label.empty() ? job->target : toUtf16(label);
+  if (job->kind == "ssh") job->password = Secret(fields.get("password"));
   jobs.add(job);
   try {
     startDetached([job, &steps] { runJob(*job, steps); });

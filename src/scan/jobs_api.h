@@ -16,8 +16,8 @@ std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& reque
 // The same, but only once it is done.
 std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request);
 
-// Makes a job of the form fields path, kind and label, and starts it on a thread of its
-// own. steps must live as long as any job.
+// Makes a job of the form fields path, kind, label and, for the kind "ssh", password, and
+// starts it on a thread of its own. steps must live as long as any job.
 HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps);
 
 HttpResponse listJobs(const JobTable& jobs);
