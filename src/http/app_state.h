@@ -3,6 +3,7 @@
 // server starts.
 #pragma once
 
+#include "fileops/machine.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -32,6 +33,7 @@ struct AppState {
   JobTable jobs;
   ScanSteps steps;
   std::unique_ptr<FolderSource> folders;
+  std::unique_ptr<Machine> machine;
   std::function<TargetList()> targets;
   SessionActions session;
 };
