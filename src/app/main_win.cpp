@@ -62,6 +62,7 @@ UpdateSource updateSource() {
 AppState& makeState() {
   AppState& state = *std::make_unique<AppState>().release();
   state.folders = systemFolders();
+  state.machine = systemMachine();
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
   state.update = updateSource();

@@ -42,4 +42,10 @@ std::string minuteText(const LocalTime& time) {
   return text;
 }
 
+std::string secondText(const LocalTime& time) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%s:%02d", minuteText(time).c_str(), time.second);
+  return text;
+}
+
 } // namespace vorda

@@ -29,7 +29,8 @@ struct LocalTime {
 
 LocalTime localNow();
 
-// "YYYY-MM-DD hh:mm".
+// "YYYY-MM-DD hh:mm", and the same with ":ss".
 std::string minuteText(const LocalTime& time);
+std::string secondText(const LocalTime& time);
 
 } // namespace vorda

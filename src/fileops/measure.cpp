@@ -1,47 +1,101 @@
 #include "fileops/measure.h"
 
 #include "base/paths.h"
+#include "base/time.h"
 
 #include <vector>
 
 namespace vorda {
 
-PathMeasure measurePath(FolderSource& source, const std::wstring& path) {
+namespace {
+
+// Visits every folder and file beneath a folder. enter(parent, name) gives the number by
+// which a subfolder is known from then on, file(folder, item) sees each file. Returns how
+// many folders could not be listed to their end.
+template <typename Enter, typename File>
+std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, File file) {
   struct Pending {
     std::wstring path;
     bool literal;
+    std::uint32_t number;
   };
-  PathMeasure measure;
-  const PathFacts facts = source.facts(path);
-  if (!facts.exists || facts.reparsePoint) return measure;
-  if (!facts.folder) {
-    measure.bytes = facts.size;
-    measure.files = 1;
-    return measure;
-  }
+  std::uint32_t unreadable = 0;
   const std::unique_ptr<FolderReader> reader = source.reader();
-  std::vector<Pending> pending = {{path, false}};
+  std::vector<Pending> pending = {{path, false, 0}};
   while (!pending.empty()) {
     const Pending folder = std::move(pending.back());
     pending.pop_back();
     if (!reader->open(folder.path, folder.literal)) {
-      ++measure.unreadableFolders;
+      ++unreadable;
       continue;
     }
     FolderItem item;
     while (reader->next(item)) {
       if (item.reparsePoint) continue;
       if (item.folder) {
-        pending.push_back(
-            {joinPath(folder.path, item.name), folder.literal || losesItsEnd(item.name)});
+        pending.push_back({joinPath(folder.path, item.name),
+                           folder.literal || losesItsEnd(item.name),
+                           enter(folder.number, item.name)});
       } else {
-        measure.bytes += item.size;
-        ++measure.files;
+        file(folder.number, item);
       }
     }
-    if (reader->endedEarly()) ++measure.unreadableFolders;
+    if (reader->endedEarly()) ++unreadable;
   }
+  return unreadable;
+}
+
+} // namespace
+
+PathMeasure measurePath(FolderSource& source, const std::wstring& path) {
+  PathMeasure measure;
+  const PathFacts facts = source.facts(path);
+  if (!facts.exists || facts.reparsePoint) return measure;
+  const auto count = [&measure](std::wstring_view name, std::uint64_t bytes) {
+    measure.bytes += bytes;
+    ++measure.files;
+    addToType(measure.types, name, bytes);
+  };
+  if (!facts.folder) {
+    count(path.substr(path.find_last_of(L"\\/") + 1), facts.size);
+    return measure;
+  }
+  measure.unreadableFolders = visitBeneath(
+      source, path, [](std::uint32_t, std::wstring_view) { return 0U; },
+      [&count](std::uint32_t, const FolderItem& item) { count(item.name, item.size); });
   return measure;
+}
+
+ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
+                        const ScanOptions& options) {
+  ScanResult result;
+  result.rootPath = path;
+  result.folders.push_back({kNoFolder, path});
+  result.unreadableFolders = visitBeneath(
+      source, path,
+      [&result](std::uint32_t parent, std::wstring_view name) {
+        result.folders.push_back({parent, std::wstring(name)});
+        return static_cast<std::uint32_t>(result.folders.size() - 1);
+      },
+      [&result, &options](std::uint32_t folder, const FolderItem& item) {
+        result.folders[folder].ownBytes += item.size;
+        ++result.folders[folder].ownFiles;
+        result.byteCount += item.size;
+        ++result.fileCount;
+        addToType(result.types, item.name, item.size);
+        if (!options.keeps(item.name, item.size)) return;
+        result.files.push_back(
+            {folder, std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
+      });
+  result.folderCount = result.folders.size();
+  return result;
+}
+
+void addMeasure(PathMeasure& sum, const PathMeasure& one) {
+  sum.bytes += one.bytes;
+  sum.files += one.files;
+  sum.unreadableFolders += one.unreadableFolders;
+  mergeTypes(sum.types, one.types);
 }
 
 } // namespace vorda

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scan/folder_reader.h"
+#include "scan/scan_result.h"
 
 #include <cstdint>
 #include <string>
@@ -12,10 +13,17 @@ struct PathMeasure {
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
   std::uint64_t unreadableFolders = 0; // what lies in them is not in the figures
+  TypeTotals types;
 };
 
 // A file by its size; a folder by everything beneath it, links neither counted nor
 // entered. A path that is itself a link, or is not there, measures nothing.
 PathMeasure measurePath(FolderSource& source, const std::wstring& path);
+
+// A folder as a scan with these options would find it; the root's name is its path. What
+// cannot be listed stays in the table, empty.
+ScanResult surveyFolder(FolderSource& source, const std::wstring& path, const ScanOptions& options);
+
+void addMeasure(PathMeasure& sum, const PathMeasure& one);
 
 } // namespace vorda

@@ -10,12 +10,6 @@ namespace vorda {
 
 namespace {
 
-struct ProtectedPlace {
-  std::wstring_view place; // behind the drive or the share
-  const char* word;
-  bool beneath; // everything inside is refused as well
-};
-
 constexpr std::array<ProtectedPlace, 14> kProtectedPlaces = {{
     {L"\\Windows", "windows", true},
     {L"\\Program Files", "programs", true},
@@ -49,6 +43,8 @@ std::size_t levels(std::wstring_view rest) {
 }
 
 } // namespace
+
+const std::array<ProtectedPlace, 14>& protectedPlaces() { return kProtectedPlaces; }
 
 std::wstring normalisePath(std::wstring_view path) {
   std::wstring out(path);

@@ -2,10 +2,21 @@
 // without. They judge the spelling of a path alone; nothing is looked up on the disk.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 
 namespace vorda {
+
+// A place on a drive or share that stays.
+struct ProtectedPlace {
+  std::wstring_view place; // behind the drive or the share
+  const char* word;
+  bool beneath; // everything inside is refused as well
+};
+
+// In the order in which they are tested.
+const std::array<ProtectedPlace, 14>& protectedPlaces();
 
 // Why a path must not be deleted, or an empty text: "tooshort", "dotdot", "wildcard",
 // "driveroot", "notabsolute", "wholeshare", the word of a protected place ("windows",

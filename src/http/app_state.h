@@ -4,6 +4,7 @@
 #pragma once
 
 #include "analysis/background_run.h"
+#include "fileops/machine.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -35,6 +36,7 @@ struct AppState {
   ScanSteps steps;
   BackgroundRun finder;
   std::unique_ptr<FolderSource> folders;
+  std::unique_ptr<Machine> machine;
   std::function<TargetList()> targets;
   UpdateSource update;
   SessionActions session;

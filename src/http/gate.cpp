@@ -5,6 +5,7 @@
 #include "analysis/tree_api.h"
 #include "base/text.h"
 #include "fileops/safety_rules.h"
+#include "fileops/delete_api.h"
 #include "http/session_api.h"
 #include "report/export_api.h"
 #include "scan/jobs_api.h"
@@ -79,6 +80,9 @@ const std::vector<Route>& routes() {
        }},
       {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
       {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
+      {"/api/forget", "", [](State& s, const Request& r) { return forgetJob(r, s.jobs); }},
+      {"/api/delete", "POST",
+       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
       {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},

@@ -34,6 +34,10 @@ struct Job {
   std::atomic<bool> done{false};
   std::atomic<bool> resultReady{false};
 
+  // Held by a file operation on this job's files from beginning to end, so that two of them
+  // wait for each other. Taken before resultMutex, which is never held while the disk works.
+  std::mutex fileOperation;
+
   mutable std::mutex resultMutex;
   ScanResult result;
   DriveFigures drive;

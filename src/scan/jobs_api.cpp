@@ -40,13 +40,16 @@ void writeJob(JsonWriter& json, const Job& job) {
 
 } // namespace
 
-std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
-  const std::string* text = request.queryValue("id");
-  if (text == nullptr) return nullptr;
+std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number) {
   int id = 0;
-  const char* end = text->data() + text->size();
-  const auto parsed = std::from_chars(text->data(), end, id);
+  const char* end = number.data() + number.size();
+  const auto parsed = std::from_chars(number.data(), end, id);
   return parsed.ec == std::errc() && parsed.ptr == end ? jobs.find(id) : nullptr;
+}
+
+std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
+  const std::string* number = request.queryValue("id");
+  return number == nullptr ? nullptr : jobOfNumber(jobs, *number);
 }
 
 std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request) {

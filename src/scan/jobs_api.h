@@ -7,10 +7,14 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vorda {
 
-// The job that a query parameter names by its decimal number, or null.
+// The job with this decimal number, or null.
+std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number);
+
+// The job that the query parameter "id" names.
 std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request);
 
 // The same, but only once it is done.

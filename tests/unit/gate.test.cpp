@@ -34,6 +34,7 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/forget", R"(200 {"ok":true})"},
     {"/api/update", R"(502 {"ok":false,)"},
     {"/api/findfiles", R"(400 {"error":"needFilter"})"},
+    {"/api/delete", R"(400 {"error":"niets opgegeven"})"},
     {"/api/elevate", R"(200 {"ok":true,"already":true})"},
     {"/api/quit", "200 {\"ok\":true}"},
     {"/api/reveal", R"(200 {"ok":true})"}};

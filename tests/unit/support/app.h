@@ -6,6 +6,7 @@
 #include "http/message_parser.h"
 #include "report/result_document.h"
 #include "scan/walk.h"
+#include "support/made_up_disk.h"
 #include "support/memory_folders.h"
 
 #include <memory>
@@ -25,6 +26,7 @@ struct App {
     auto memory = std::make_unique<MemoryFolders>();
     folders = memory.get();
     state.folders = std::move(memory);
+    state.machine = std::make_unique<MadeUpDisk>();
     state.key = "KEY23";
     state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "notlocal"}; };
     state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,

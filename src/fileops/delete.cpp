@@ -1,0 +1,205 @@
+#include "fileops/delete.h"
+
+#include "analysis/live_listing.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "fileops/deletion_log.h"
+#include "fileops/path_judge.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
+
+namespace vorda {
+
+namespace {
+
+using Paths = std::set<std::wstring>;
+
+bool hasAncestorIn(const Paths& paths, const std::wstring& lower) {
+  for (std::size_t at = lower.find(L'\\', 1); at != std::wstring::npos;
+       at = lower.find(L'\\', at + 1)) {
+    const std::wstring ancestor = lower.substr(0, at);
+    const bool drive = ancestor.size() == 2 && isDriveLetterPath(ancestor);
+    if (paths.contains(drive ? ancestor + L'\\' : ancestor)) return true;
+  }
+  return false;
+}
+
+// Drops what goes with an ancestor of the list anyway, and what is named twice, by the
+// spelling and by the real place: two spellings of one path are one deletion.
+std::vector<Verdict> pruned(std::vector<Verdict> accepted) {
+  Paths spelled;
+  Paths real;
+  for (const Verdict& one : accepted) {
+    spelled.insert(lowerCase(one.path));
+    real.insert(lowerCase(one.real));
+  }
+  Paths taken;
+  std::vector<Verdict> remaining;
+  for (Verdict& one : accepted) {
+    const std::wstring place = lowerCase(one.real);
+    if (hasAncestorIn(spelled, lowerCase(one.path)) || hasAncestorIn(real, place)) continue;
+    if (taken.insert(place).second) remaining.push_back(std::move(one));
+  }
+  return remaining;
+}
+
+// "X:\" or "\\server\share".
+std::wstring placeRoot(const std::wstring& path) {
+  std::wstring at = path;
+  for (std::wstring above = parentOf(at); !above.empty(); above = parentOf(at)) at = above;
+  return at;
+}
+
+class Deletion {
+public:
+  Deletion(Machine& machine, FolderSource& folders, const DeleteRequest& request)
+      : machine_(machine), folders_(folders), request_(request) {}
+
+  DeleteResult run();
+
+private:
+  void tell();
+  void act();
+  void measure();
+  void judgeAgain();
+  void log(const ShellOutcome& outcome);
+
+  Machine& machine_;
+  FolderSource& folders_;
+  const DeleteRequest& request_;
+  std::vector<Verdict> accepted_;
+  std::vector<DeletedPath> handed_; // one per accepted path
+  DeleteResult result_;
+};
+
+DeleteResult Deletion::run() {
+  PathJudge judge(machine_, folders_, request_.root);
+  for (const std::wstring& path : request_.paths) {
+    Verdict verdict = judge.judge(path);
+    if (verdict.word.empty()) {
+      accepted_.push_back(std::move(verdict));
+    } else {
+      result_.refused.push_back({std::move(verdict.path), std::move(verdict.word)});
+    }
+  }
+  accepted_ = pruned(std::move(accepted_));
+  for (const Verdict& one : accepted_) {
+    handed_.push_back({one.path,
+                       request_.root.empty() ? std::wstring() : judge.inTree(one.real),
+                       one.facts.folder && !one.facts.reparsePoint,
+                       {}});
+  }
+  if (request_.dryRun) {
+    tell();
+  } else if (!accepted_.empty()) {
+    act();
+  }
+  return std::move(result_);
+}
+
+void Deletion::tell() {
+  std::map<std::wstring, bool> bins;
+  const auto hasBin = [this, &bins](const std::wstring& path) {
+    const std::wstring root = placeRoot(path);
+    const auto known = bins.find(root);
+    return known != bins.end() ? known->second
+                               : bins.emplace(root, machine_.hasBin(root)).first->second;
+  };
+  for (const Verdict& one : accepted_) {
+    if (!one.facts.folder && !one.facts.reparsePoint) result_.bytes += one.facts.size;
+    if (!request_.permanent && !(hasBin(one.path) && hasBin(one.real))) {
+      result_.noBin.push_back(one.path);
+    }
+  }
+  result_.wouldDelete = std::move(handed_);
+}
+
+void Deletion::act() {
+  // As long as the folders around the paths are held, nobody can put a link in the place of
+  // one of them, so that what is judged last is what the shell meets.
+  std::map<std::wstring, std::shared_ptr<void>> held;
+  for (const Verdict& one : accepted_) {
+    const std::wstring folder = parentOf(one.real);
+    if (!held.contains(folder)) held.emplace(folder, machine_.hold(folder));
+  }
+  for (DeletedPath& one : handed_) one.measure = measurePath(folders_, one.path);
+  judgeAgain();
+  if (handed_.empty()) return;
+
+  const bool intoBin = !request_.permanent;
+  const std::wstring& first = handed_.front().path;
+  const std::wstring binRoot =
+      intoBin && isDriveLetterPath(first) ? first.substr(0, 3) : std::wstring();
+  std::vector<std::wstring> paths;
+  for (const DeletedPath& one : handed_) paths.push_back(one.path);
+  const auto bin = [this, &binRoot] {
+    return binRoot.empty() ? std::nullopt : machine_.binFigures(binRoot);
+  };
+  const std::optional<BinFigures> before = bin();
+  const ShellOutcome outcome = machine_.shellDelete(paths, intoBin);
+  const std::optional<BinFigures> after = bin();
+
+  result_.wouldDelete = handed_;
+  for (DeletedPath& one : handed_) {
+    if (folders_.facts(one.path).exists) {
+      result_.left.push_back(std::move(one));
+    } else {
+      result_.bytes += one.measure.bytes;
+      result_.deleted.push_back(std::move(one));
+    }
+  }
+  if (before && after && after->bytes > before->bytes) {
+    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
+  }
+  log(outcome);
+}
+
+void Deletion::judgeAgain() {
+  PathJudge judge(machine_, folders_, request_.root);
+  std::vector<DeletedPath> same;
+  for (std::size_t i = 0; i < handed_.size(); ++i) {
+    const Verdict& before = accepted_[i];
+    const Verdict now = judge.judge(before.path);
+    if (now.word == "missing") {
+      result_.refused.push_back({before.path, now.word});
+    } else if (!now.word.empty() || now.real != before.real || now.identity != before.identity ||
+               now.facts.folder != before.facts.folder ||
+               now.facts.reparsePoint != before.facts.reparsePoint) {
+      result_.refused.push_back({before.path, "ambiguous"});
+    } else {
+      same.push_back(std::move(handed_[i]));
+    }
+  }
+  handed_ = std::move(same);
+}
+
+void Deletion::log(const ShellOutcome& outcome) {
+  const char* mode = "prullenbak";
+  if (request_.permanent) {
+    mode = "definitief";
+  } else if (result_.binned == 0 && result_.bytes > 0) {
+    mode = "definitief (niet in de prullenbak)";
+  }
+  for (const DeletedPath& one : result_.deleted) {
+    machine_.appendToLog(deletedLine(machine_.now(), mode, one.measure.bytes, one.path));
+  }
+  if (outcome.aborted) {
+    result_.error = "aborted";
+  } else if (outcome.code != 0) {
+    result_.error = "failed:" + std::to_string(outcome.code);
+  }
+  if (result_.error.empty()) return;
+  machine_.appendToLog(failedLine(machine_.now(), outcome.code, result_.left.size(),
+                                  result_.left.size() + result_.deleted.size()));
+}
+
+} // namespace
+
+DeleteResult deletePaths(Machine& machine, FolderSource& folders, const DeleteRequest& request) {
+  return Deletion(machine, folders, request).run();
+}
+
+} // namespace vorda

@@ -1,0 +1,257 @@
+#include "fileops/machine.h"
+
+#include "base/paths.h"
+#include "fileops/deletion_log_win.h"
+#include "win/com_apartment.h"
+#include "win/file_handle.h"
+#include "win/full_path.h"
+#include "win/kernel_handle.h"
+
+#include <windows.h>
+
+#include <sddl.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <array>
+#include <mutex>
+#include <thread>
+
+namespace vorda {
+
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD kNoticesOff = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
+constexpr int kLogTries = 20;
+constexpr DWORD kLogPauseMs = 10;
+
+// The shell may need more stack than the thread of a connection has.
+template <typename Work> void onShellThread(Work work) {
+  std::thread thread([&work] {
+    const ComApartment com;
+    work();
+  });
+  thread.join();
+}
+
+FileHandle openAttributes(const std::wstring& path, DWORD flags) {
+  return FileHandle(CreateFileW(LongPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr));
+}
+
+std::optional<std::wstring> finalName(HANDLE handle, DWORD flags) {
+  std::wstring name(GetFinalPathNameByHandleW(handle, nullptr, 0, flags) + 1, L'\0');
+  const DWORD length =
+      GetFinalPathNameByHandleW(handle, name.data(), static_cast<DWORD>(name.size()), flags);
+  if (length == 0 || length >= name.size()) return std::nullopt;
+  name.resize(length);
+  return name;
+}
+
+// "\\?\X:\…" and "\\?\UNC\…" in their ordinary spelling; nothing for other forms, such as
+// that of a volume by its number.
+std::optional<std::wstring> ordinary(const std::wstring& literal) {
+  constexpr std::wstring_view share = L"\\\\?\\UNC\\";
+  constexpr std::wstring_view drive = L"\\\\?\\";
+  if (literal.starts_with(share)) return L"\\\\" + literal.substr(share.size());
+  if (!literal.starts_with(drive)) return std::nullopt;
+  std::wstring rest = literal.substr(drive.size());
+  if (!isDriveLetterPath(rest)) return std::nullopt;
+  return rest;
+}
+
+std::optional<std::wstring> folderOf(REFKNOWNFOLDERID id) {
+  PWSTR found = nullptr;
+  const HRESULT status = SHGetKnownFolderPath(id, KF_FLAG_DONT_VERIFY, nullptr, &found);
+  std::optional<std::wstring> path;
+  if (SUCCEEDED(status)) path = found;
+  CoTaskMemFree(found);
+  return path;
+}
+
+// The folders in which a volume is mounted; not its drive letter.
+void addMountFolders(const wchar_t* volume, std::vector<std::wstring>& roots) {
+  DWORD length = 0;
+  GetVolumePathNamesForVolumeNameW(volume, nullptr, 0, &length);
+  std::vector<wchar_t> names(length + 1, L'\0');
+  if (GetVolumePathNamesForVolumeNameW(volume, names.data(), length, &length) == FALSE) return;
+  for (const wchar_t* name = names.data(); *name != 0; name += std::wstring_view(name).size() + 1) {
+    const std::wstring root = name;
+    if (root.size() > 3) roots.push_back(root);
+  }
+}
+
+class SystemMachine final : public Machine {
+public:
+  std::wstring fullPath(const std::wstring& path) override { return vorda::fullPath(path); }
+
+  std::optional<std::wstring> longPath(const std::wstring& path) override {
+    std::wstring name(GetLongPathNameW(path.c_str(), nullptr, 0) + 1, L'\0');
+    const DWORD length =
+        GetLongPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size()));
+    if (length == 0 || length >= name.size()) return std::nullopt;
+    name.resize(length);
+    return name;
+  }
+
+  std::optional<FinalPlace> finalPlace(const std::wstring& path) override {
+    const FileHandle handle = openAttributes(path, 0);
+    if (!handle.valid()) return std::nullopt;
+    const auto onVolume = finalName(handle.get(), VOLUME_NAME_NONE);
+    const auto named = finalName(handle.get(), VOLUME_NAME_DOS);
+    auto place = named ? ordinary(*named) : std::nullopt;
+    // Some drives made by software are unknown to the system's list of names.
+    if (!place && onVolume && isDriveLetterPath(path)) place = path.substr(0, 2) + *onVolume;
+    if (!place) return std::nullopt;
+    return FinalPlace{*place, onVolume ? *onVolume : place->substr(2)};
+  }
+
+  std::optional<FileIdentity> identity(const std::wstring& path) override {
+    const FileHandle handle = openAttributes(path, FILE_FLAG_OPEN_REPARSE_POINT);
+    BY_HANDLE_FILE_INFORMATION facts{};
+    if (!handle.valid() || GetFileInformationByHandle(handle.get(), &facts) == FALSE) {
+      return std::nullopt;
+    }
+    const std::uint64_t index =
+        (static_cast<std::uint64_t>(facts.nFileIndexHigh) << 32) | facts.nFileIndexLow;
+    if (index == 0) return std::nullopt; // the file system has no such numbers
+    return FileIdentity{facts.dwVolumeSerialNumber, index};
+  }
+
+  std::shared_ptr<void> hold(const std::wstring& folder) override {
+    // Without leave to delete it, others can neither rename nor remove it.
+    FileHandle handle(CreateFileW(
+        LongPath(folder).c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    if (!handle.valid()) return nullptr;
+    return std::make_shared<FileHandle>(std::move(handle));
+  }
+
+  std::vector<KnownFolder> knownFolders() override {
+    struct Known {
+      const KNOWNFOLDERID* id;
+      const char* word;
+      bool beneath;
+    };
+    const std::array<Known, 6> all = {{{&FOLDERID_Windows, "windows", true},
+                                       {&FOLDERID_ProgramFilesX64, "programs", true},
+                                       {&FOLDERID_ProgramFilesX86, "programs", true},
+                                       {&FOLDERID_ProgramData, "programdata", false},
+                                       {&FOLDERID_UserProfiles, "allusers", false},
+                                       {&FOLDERID_Profile, "profile", false}}};
+    std::vector<KnownFolder> folders;
+    for (const Known& one : all) {
+      if (auto path = folderOf(*one.id)) folders.push_back({*path, one.word, one.beneath});
+    }
+    return folders;
+  }
+
+  std::vector<std::wstring> volumeRoots() override {
+    std::vector<std::wstring> roots;
+    wchar_t text[MAX_PATH] = {};
+    const UINT length = GetSystemWindowsDirectoryW(text, MAX_PATH);
+    if (length >= 3 && length < MAX_PATH) roots.emplace_back(text, 3);
+    const HANDLE search = FindFirstVolumeW(text, MAX_PATH);
+    if (search == INVALID_HANDLE_VALUE) return roots;
+    do addMountFolders(text, roots);
+    while (FindNextVolumeW(search, text, MAX_PATH) != FALSE);
+    FindVolumeClose(search);
+    return roots;
+  }
+
+  bool hasBin(const std::wstring& root) override {
+    const UINT type = GetDriveTypeW(root.c_str());
+    const bool kept = type == DRIVE_FIXED || type == DRIVE_RAMDISK;
+    return kept && isDriveLetterPath(root) && binFigures(root).has_value();
+  }
+
+  std::optional<BinFigures> binFigures(const std::wstring& root) override {
+    std::optional<BinFigures> figures;
+    onShellThread([&root, &figures] {
+      SHQUERYRBINFO info{};
+      info.cbSize = sizeof info;
+      if (FAILED(SHQueryRecycleBinW(root.empty() ? nullptr : root.c_str(), &info))) return;
+      figures = BinFigures{static_cast<std::uint64_t>(info.i64Size),
+                           static_cast<std::uint64_t>(info.i64NumItems)};
+    });
+    return figures;
+  }
+
+  std::int32_t emptyBins() override {
+    HRESULT result = E_FAIL;
+    onShellThread([&result] {
+      result = SHEmptyRecycleBinW(nullptr, nullptr,
+                                  SHERB_NOCONFIRMATION | SHERB_NOPROGRESSUI | SHERB_NOSOUND);
+    });
+    return result;
+  }
+
+  std::wstring userSid() override {
+    HANDLE opened = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == FALSE) return {};
+    const KernelHandle token(opened);
+    DWORD size = 0;
+    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
+    std::vector<std::uint64_t> buffer(size / sizeof(std::uint64_t) + 1); // for its alignment
+    if (GetTokenInformation(token.get(), TokenUser, buffer.data(), size, &size) == FALSE) return {};
+    const void* start = buffer.data();
+    LPWSTR text = nullptr;
+    if (ConvertSidToStringSidW(static_cast<const TOKEN_USER*>(start)->User.Sid, &text) == FALSE) {
+      return {};
+    }
+    std::wstring sid = text;
+    LocalFree(text);
+    return sid;
+  }
+
+  ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) override {
+    std::wstring list;
+    for (const std::wstring& path : paths) list.append(path).push_back(L'\0');
+    list.push_back(L'\0');
+    ShellOutcome outcome;
+    onShellThread([&list, &outcome, intoBin] {
+      SHFILEOPSTRUCTW operation{};
+      operation.wFunc = FO_DELETE;
+      operation.pFrom = list.c_str();
+      operation.fFlags =
+          static_cast<FILEOP_FLAGS>(intoBin ? kNoticesOff | FOF_ALLOWUNDO : kNoticesOff);
+      outcome.code = SHFileOperationW(&operation);
+      outcome.aborted = operation.fAnyOperationsAborted != FALSE;
+    });
+    return outcome;
+  }
+
+  void appendToLog(std::string_view bytes) override {
+    // One line at a time in this process; another that has the log open is waited for a
+    // moment, and once that was in vain not again until it is free.
+    const std::lock_guard lock(logMutex_);
+    const std::wstring path = deletionLogPath();
+    CreateDirectoryW(path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    const int tries = logStuck_ ? 1 : kLogTries;
+    logStuck_ = true;
+    for (int i = 0; i < tries; ++i) {
+      if (i > 0) Sleep(kLogPauseMs);
+      const FileHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr,
+                                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+      if (!file.valid() && GetLastError() == ERROR_SHARING_VIOLATION) continue;
+      if (!file.valid()) return;
+      DWORD written = 0;
+      WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+      logStuck_ = false;
+      return;
+    }
+  }
+
+  LocalTime now() override { return localNow(); }
+
+private:
+  std::mutex logMutex_;
+  bool logStuck_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Machine> systemMachine() { return std::make_unique<SystemMachine>(); }
+
+} // namespace vorda

@@ -1,0 +1,322 @@
+// A made-up machine with drives, shares, links, short names and a shell that does what it
+// is told, down to the first NUL and with every wildcard.
+#pragma once
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "fileops/machine.h"
+#include "scan/folder_reader.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vorda::test {
+
+struct DiskNode {
+  std::wstring name;
+  std::wstring shortName;
+  std::wstring link; // where it leads; empty for all that is no link
+  bool folder = true;
+  bool locked = false; // the shell fails to delete it
+  bool mount = false;  // another volume begins here
+  std::uint64_t size = 0;
+  std::uint64_t id = 0;
+  DiskNode* parent = nullptr;
+  std::vector<std::shared_ptr<DiskNode>> children;
+};
+
+class MadeUpDisk final : public FolderSource, public Machine {
+public:
+  std::vector<KnownFolder> known;
+  std::vector<std::wstring> mounts;
+  std::vector<std::wstring> noBins; // roots
+  std::function<void()> beforeShell;
+  std::function<void(const std::wstring&)> onHold;
+  std::function<void(const std::wstring&)> onOpen;
+  std::string log;
+  std::uint64_t binBytes = 0;
+  std::uint64_t binItems = 0;
+  std::int32_t emptyResult = 0;
+  bool binsNothing = false; // the shell deletes for good although asked for the bin
+  bool aborts = false;
+  bool longPaths = true;
+  int shellCalls = 0;
+  int listed = 0; // folders opened
+  std::vector<std::wstring> handed;
+
+  // Makes a drive ("C:") or a share ("\\server\share"); another name for a folder that is
+  // already there when target is given.
+  void volume(const std::wstring& name, const std::wstring& target = {}) {
+    if (!target.empty()) {
+      volumes_[lowerCase(name)] = at(target);
+      return;
+    }
+    auto root = std::make_shared<DiskNode>();
+    root->name = name;
+    root->id = ++lastId_;
+    roots_.push_back(root);
+    volumes_[lowerCase(name)] = root.get();
+  }
+
+  // Makes a file, or with a name that ends in "\" a folder, and the folders around it. The
+  // name is taken as it stands.
+  DiskNode& add(const std::wstring& path, std::uint64_t size = 1) {
+    std::size_t from = rootLength(path);
+    DiskNode* node = volumes_.at(lowerCase(path.substr(0, from)));
+    while (++from < path.size()) {
+      const std::size_t to = std::min(path.find(L'\\', from), path.size());
+      const std::wstring name = path.substr(from, to - from);
+      DiskNode* child = childOf(*node, name);
+      if (child == nullptr) {
+        node->children.push_back(std::make_shared<DiskNode>());
+        child = node->children.back().get();
+        child->name = name;
+        child->id = ++lastId_;
+        child->parent = node;
+        child->folder = to < path.size();
+        child->size = child->folder ? 0 : size;
+      }
+      node = child;
+      from = to;
+    }
+    return *node;
+  }
+
+  void link(const std::wstring& path, const std::wstring& target) {
+    DiskNode& node = add(path + L'\\');
+    node.link = target;
+  }
+
+  DiskNode* at(const std::wstring& path) const { return resolve(path, false); }
+
+  void removeNode(DiskNode& node) {
+    std::erase_if(node.parent->children, [&node](const auto& one) { return one.get() == &node; });
+  }
+
+  // Every file and folder there is, with its full name.
+  std::vector<std::wstring> snapshot() const {
+    std::vector<std::wstring> all;
+    for (const auto& root : roots_) list(*root, root->name, all);
+    std::sort(all.begin(), all.end());
+    return all;
+  }
+
+  // ---- FolderSource
+  std::unique_ptr<FolderReader> reader() override { return std::make_unique<Reader>(*this); }
+  PathFacts facts(const std::wstring& path) override {
+    const DiskNode* node = resolve(path, false);
+    if (node == nullptr) return {};
+    return {true, node->folder, !node->link.empty() || node->mount, node->size};
+  }
+  std::wstring absolute(const std::wstring& path) override { return path; }
+
+  // ---- Machine
+  std::wstring fullPath(const std::wstring& path) override { return read(path); }
+
+  std::optional<std::wstring> longPath(const std::wstring& path) override {
+    if (!longPaths || resolve(path, false) == nullptr) return std::nullopt;
+    std::wstring out = path.substr(0, rootLength(path));
+    std::wstring spelled = out;
+    for (const std::wstring_view part :
+         pathComponents(std::wstring_view(path).substr(out.size()))) {
+      spelled.append(L"\\").append(part);
+      const DiskNode* node = resolve(spelled, false);
+      if (node == nullptr) return std::nullopt;
+      out.append(L"\\").append(node->parent == nullptr ? std::wstring(part) : node->name);
+    }
+    return out;
+  }
+
+  std::optional<FinalPlace> finalPlace(const std::wstring& path) override {
+    const DiskNode* node = resolve(path, true);
+    if (node == nullptr) return std::nullopt;
+    std::wstring below;
+    std::wstring onVolume;
+    bool inMount = false;
+    // A share stays a share: the other side does not tell where it lies.
+    const std::wstring share = path.starts_with(L"\\\\") ? path.substr(0, rootLength(path)) : L"";
+    const auto shared = volumes_.find(lowerCase(share));
+    for (; node->parent != nullptr; node = node->parent) {
+      below.insert(0, L"\\" + node->name);
+      if (shared != volumes_.end() && shared->second == node) {
+        return FinalPlace{share + below.substr(1 + node->name.size()), below};
+      }
+      inMount = inMount || node->mount;
+      if (!inMount) onVolume.insert(0, L"\\" + node->name);
+    }
+    if (onVolume.empty()) onVolume = L"\\";
+    return FinalPlace{node->name + (below.empty() ? L"\\" : below), onVolume};
+  }
+
+  std::optional<FileIdentity> identity(const std::wstring& path) override {
+    const DiskNode* node = resolve(path, false);
+    if (node == nullptr) return std::nullopt;
+    return FileIdentity{1, node->id};
+  }
+
+  std::shared_ptr<void> hold(const std::wstring& folder) override {
+    if (onHold) onHold(folder);
+    return std::make_shared<int>(0);
+  }
+  std::vector<KnownFolder> knownFolders() override { return known; }
+  std::vector<std::wstring> volumeRoots() override { return mounts; }
+  bool hasBin(const std::wstring& root) override {
+    return root.size() == 3 && std::find(noBins.begin(), noBins.end(), root) == noBins.end();
+  }
+  std::optional<BinFigures> binFigures(const std::wstring&) override {
+    return BinFigures{binBytes, binItems};
+  }
+  std::int32_t emptyBins() override {
+    if (emptyResult < 0) return emptyResult;
+    binBytes = binItems = 0;
+    if (DiskNode* bin = at(L"C:\\$Recycle.Bin\\S-1")) bin->children.clear();
+    return emptyResult;
+  }
+  std::wstring userSid() override { return L"S-1"; }
+
+  ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) override {
+    if (beforeShell) beforeShell();
+    ++shellCalls;
+    ShellOutcome outcome;
+    for (const std::wstring& path : paths) {
+      handed.push_back(path);
+      const std::wstring seen = path.substr(0, path.find(L'\0'));
+      const std::size_t slash = seen.find_last_of(L"\\/");
+      DiskNode* folder = resolve(seen.substr(0, slash), true);
+      if (folder == nullptr) continue;
+      const std::wstring name = seen.substr(slash + 1);
+      std::vector<DiskNode*> found;
+      if (name.find_first_of(L"*?<>\"") != std::wstring::npos) {
+        for (const auto& child : folder->children) found.push_back(child.get());
+      } else if (DiskNode* node = resolve(seen, false)) {
+        found.push_back(node);
+      }
+      if (found.empty()) outcome.code = 2;
+      for (DiskNode* node : found) {
+        if (!removeTree(*node, intoBin && !binsNothing)) outcome.code = 32;
+      }
+    }
+    outcome.aborted = aborts;
+    return outcome;
+  }
+
+  void appendToLog(std::string_view bytes) override { log += bytes; }
+  LocalTime now() override { return {2026, 1, 2, 3, 4, 5}; }
+
+private:
+  class Reader final : public FolderReader {
+  public:
+    explicit Reader(MadeUpDisk& disk) : disk_(disk) {}
+    bool open(const std::wstring& folder, bool) override {
+      ++disk_.listed;
+      if (disk_.onOpen) disk_.onOpen(folder);
+      const DiskNode* node = disk_.resolve(folder, true);
+      if (node == nullptr || !node->folder) return false;
+      items_ = node->children;
+      next_ = 0;
+      return true;
+    }
+    bool next(FolderItem& item) override {
+      if (next_ == items_.size()) return false;
+      const DiskNode& one = *items_[next_++];
+      item = {one.name, one.size, 0, one.folder, false, !one.link.empty()};
+      return true;
+    }
+    bool endedEarly() const override { return false; }
+
+  private:
+    MadeUpDisk& disk_;
+    std::vector<std::shared_ptr<DiskNode>> items_;
+    std::size_t next_ = 0;
+  };
+
+  // How long the drive or share at the front of a path is.
+  static std::size_t rootLength(const std::wstring& path) {
+    if (!path.starts_with(L"\\\\")) return std::min<std::size_t>(2, path.size());
+    const std::size_t server = path.find(L'\\', 2);
+    return server == std::wstring::npos ? path.size()
+                                        : std::min(path.find(L'\\', server + 1), path.size());
+  }
+
+  static DiskNode* childOf(const DiskNode& folder, std::wstring_view name) {
+    for (const auto& child : folder.children) {
+      if (equalsIgnoreCase(child->name, name) ||
+          (!child->shortName.empty() && equalsIgnoreCase(child->shortName, name))) {
+        return child.get();
+      }
+    }
+    return nullptr;
+  }
+
+  // The path as the system reads it.
+  static std::wstring read(std::wstring path) {
+    path = path.substr(0, path.find(L'\0'));
+    if (path.starts_with(L"\\\\?\\")) return path;
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    std::wstring out = path.substr(0, rootLength(path));
+    for (const std::wstring_view part :
+         pathComponents(std::wstring_view(path).substr(out.size()))) {
+      const std::size_t end = part.find_last_not_of(L". ");
+      if (part == L"..") out.resize(std::max(out.rfind(L'\\'), rootLength(out)));
+      if (end == std::wstring_view::npos) continue;
+      const std::wstring_view name = part.substr(0, end + 1);
+      if (equalsIgnoreCase(name.substr(0, name.find(L'.')), L"nul")) return L"\\\\.\\nul";
+      out.append(L"\\").append(name);
+    }
+    return out.size() == 2 ? out + L'\\' : out;
+  }
+
+  DiskNode* resolve(const std::wstring& given, bool followLast, int links = 0) const {
+    std::wstring path = read(given);
+    for (const wchar_t* prefix : {L"\\\\?\\", L"\\\\.\\"}) {
+      if (path.starts_with(prefix)) path = path.substr(4);
+    }
+    if (path.starts_with(L"GLOBALROOT\\C")) path = L"C:" + path.substr(12);
+    const std::size_t rootEnd = rootLength(path);
+    const auto volume = volumes_.find(lowerCase(path.substr(0, rootEnd)));
+    if (volume == volumes_.end() || links > 8) return nullptr;
+    DiskNode* node = volume->second;
+    const std::wstring rest = path.substr(rootEnd);
+    const auto parts = pathComponents(rest);
+    for (std::size_t i = 0; i < parts.size() && node != nullptr; ++i) {
+      // A stream belongs to its file.
+      node = childOf(*node, parts[i].substr(0, parts[i].find(L':')));
+      const bool follow = followLast || i + 1 < parts.size();
+      if (node != nullptr && follow && !node->link.empty()) {
+        node = resolve(node->link, true, links + 1);
+      }
+    }
+    return node;
+  }
+
+  bool removeTree(DiskNode& node, bool intoBin) {
+    if (node.locked) return false;
+    bool all = true;
+    const auto children = node.children;
+    for (const auto& child : children) all = removeTree(*child, intoBin) && all;
+    if (!all || node.parent == nullptr) return false;
+    if (intoBin) {
+      binBytes += node.size;
+      ++binItems;
+      if (DiskNode* bin = at(L"C:\\$Recycle.Bin\\S-1"); bin != nullptr && !node.folder) {
+        add(L"C:\\$Recycle.Bin\\S-1\\$R" + std::to_wstring(node.id) + node.name, node.size);
+      }
+    }
+    removeNode(node);
+    return true;
+  }
+
+  static void list(const DiskNode& node, const std::wstring& path, std::vector<std::wstring>& all) {
+    all.push_back(path + (node.link.empty() ? L"" : L" -> " + node.link));
+    for (const auto& child : node.children) list(*child, path + L"\\" + child->name, all);
+  }
+
+  std::vector<std::shared_ptr<DiskNode>> roots_;
+  std::map<std::wstring, DiskNode*> volumes_; // by lower-cased name
+  std::uint64_t lastId_ = 0;
+};
+
+} // namespace vorda::test
