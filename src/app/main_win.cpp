@@ -52,6 +52,7 @@ TargetList targets() {
 AppState& makeState() {
   AppState& state = *std::make_unique<AppState>().release();
   state.folders = systemFolders();
+  state.contents = systemContents();
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
   state.session = makeSessionActions(state.server);

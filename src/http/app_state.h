@@ -4,6 +4,7 @@
 #pragma once
 
 #include "analysis/background_run.h"
+#include "analysis/file_contents.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -33,7 +34,10 @@ struct AppState {
   JobTable jobs;
   ScanSteps steps;
   BackgroundRun finder;
+  BackgroundRun duplicates;
+  BackgroundRun verification;
   std::unique_ptr<FolderSource> folders;
+  std::unique_ptr<FileContents> contents;
   std::function<TargetList()> targets;
   SessionActions session;
 };

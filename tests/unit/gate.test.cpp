@@ -32,7 +32,9 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/result", R"(404 {"error":"opdracht onbekend"})"},
     {"/api/cancel", R"(200 {"ok":true})"},
     {"/api/forget", R"(200 {"ok":true})"},
+    {"/api/dupsacross", R"(200 {"started":true,"running":true})"},
     {"/api/findfiles", R"(400 {"error":"needFilter"})"},
+    {"/api/verifydups", R"(400 {"error":"niets opgegeven"})"},
     {"/api/elevate", R"(200 {"ok":true,"already":true})"},
     {"/api/quit", "200 {\"ok\":true}"},
     {"/api/reveal", R"(200 {"ok":true})"}};
