@@ -2,9 +2,38 @@
 
 #include "base/detached_thread.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vorda {
+
+void RunCounters::beginPart(const char* name, std::uint64_t lastPercent, std::uint64_t fileCount,
+                            std::uint64_t bytes) {
+  phase = name;
+  percentFrom = percentTo;
+  percentTo = lastPercent;
+  files = fileCount;
+  filesDone = 0;
+  readBefore = read;
+  total = read + bytes;
+}
+
+// By bytes where there are any to be read, else by files, and by scans while these are listed.
+std::uint64_t RunCounters::percent() const {
+  std::uint64_t all = files;
+  std::uint64_t done = filesDone;
+  if (total > readBefore) {
+    all = total - readBefore;
+    done = read - readBefore;
+  } else if (percentFrom == 0 && files == 0) {
+    all = scans;
+    done = scansDone;
+  }
+  if (all == 0) return percentFrom;
+  const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(all));
+  const auto length = static_cast<double>(percentTo - percentFrom);
+  return percentFrom + static_cast<std::uint64_t>(part * length);
+}
 
 void Run::cancel() {
   const std::lock_guard lock(mutex_);

@@ -25,11 +25,20 @@ struct RunCounters {
   std::uint64_t seen = 0;  // files looked at
   std::uint64_t found = 0; // hits, as told by Run::found
   const char* phase = "listing";
-  std::uint64_t total = 0; // bytes to read in this run, as far as known
-  std::uint64_t read = 0;  // bytes read
-  std::uint64_t files = 0; // files to read in this phase
+  std::uint64_t files = 0; // to be worked on in this part of the work
   std::uint64_t filesDone = 0;
-  std::uint64_t percent = 0; // only ever grows
+  std::uint64_t total = 0;      // bytes to read up to the end of this part
+  std::uint64_t read = 0;       // bytes read in all
+  std::uint64_t readBefore = 0; // of these, before this part
+  // The percent of the whole at which this part begins and ends.
+  std::uint64_t percentFrom = 0;
+  std::uint64_t percentTo = 0;
+
+  // Begins a part of the work; its first and last percent continue those of the part
+  // before, so that the percent never runs backwards.
+  void beginPart(const char* name, std::uint64_t lastPercent, std::uint64_t fileCount,
+                 std::uint64_t bytes);
+  std::uint64_t percent() const;
 };
 
 using ScanIds = std::set<int>;
@@ -45,9 +54,7 @@ public:
   // Changes the counters under their lock: update([](RunCounters& counters) { … }).
   template <typename Change> void update(Change change) {
     const std::lock_guard lock(mutex_);
-    const std::uint64_t before = counters_.percent;
     change(counters_);
-    counters_.percent = counters_.percent < before ? before : counters_.percent;
   }
   // All at one moment, the files of the scan that is being read among seen.
   RunCounters counters() const;

@@ -63,6 +63,7 @@ AppState& makeState() {
   AppState& state = *std::make_unique<AppState>().release();
   state.folders = systemFolders();
   state.machine = systemMachine();
+  state.contents = systemContents();
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
   state.update = updateSource();

@@ -5,6 +5,7 @@
 
 #include "analysis/background_run.h"
 #include "fileops/machine.h"
+#include "analysis/file_contents.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -35,8 +36,11 @@ struct AppState {
   JobTable jobs;
   ScanSteps steps;
   BackgroundRun finder;
+  BackgroundRun duplicates;
+  BackgroundRun verification;
   std::unique_ptr<FolderSource> folders;
   std::unique_ptr<Machine> machine;
+  std::unique_ptr<FileContents> contents;
   std::function<TargetList()> targets;
   UpdateSource update;
   SessionActions session;

@@ -1,8 +1,10 @@
 #include "http/gate.h"
 
+#include "analysis/duplicates_api.h"
 #include "analysis/finder.h"
 #include "analysis/live_listing.h"
 #include "analysis/tree_api.h"
+#include "analysis/verification.h"
 #include "base/text.h"
 #include "fileops/safety_rules.h"
 #include "fileops/delete_api.h"
@@ -72,17 +74,31 @@ const std::vector<Route>& routes() {
       {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
       {"/api/forget", "",
        [](State& s, const Request& r) {
-         return forgetJob(r, s.jobs, [&s](int id) { s.finder.forget(id); });
+         return forgetJob(r, s.jobs, [&s](int id) {
+           s.finder.forget(id);
+           s.duplicates.forget(id);
+         });
        }},
+      {"/api/dupsacross", "POST",
+       [](State& s, const Request& r) {
+         return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents, deleteRefusal);
+       }},
+      {"/api/dupsacross", "",
+       [](State& s, const Request&) { return duplicatesStatus(s.duplicates); }},
       {"/api/findfiles", "POST",
        [](State& s, const Request& r) {
          return startFinder(r, s.finder, s.jobs, s.steps, deleteRefusal);
        }},
       {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
       {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
-      {"/api/forget", "", [](State& s, const Request& r) { return forgetJob(r, s.jobs); }},
       {"/api/delete", "POST",
        [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/verifydups", "POST",
+       [](State& s, const Request& r) {
+         return startVerification(r, s.verification, *s.contents, deleteRefusal);
+       }},
+      {"/api/verifydups", "",
+       [](State& s, const Request&) { return verificationStatus(s.verification); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
       {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},

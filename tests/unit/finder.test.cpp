@@ -1,6 +1,6 @@
 #include "analysis/best_hits.h"
 #include "analysis/finder.h"
-#include "support/app.h"
+#include "support/runs.h"
 
 #include <doctest/doctest.h>
 
@@ -10,34 +10,12 @@
 
 using namespace vorda;
 using test::App;
+using test::numberIn;
+using test::OpenGate;
 
 namespace {
 
 constexpr std::uint64_t kYear2001 = 126'227'808'000'000'000ULL; // FILETIME units
-
-// The value of a number in a document, the first one of that key.
-std::uint64_t numberIn(const std::string& document, const std::string& key) {
-  const std::size_t at = document.find("\"" + key + "\":");
-  REQUIRE(at != std::string::npos);
-  return std::stoull(document.substr(at + key.size() + 3));
-}
-
-// A gate that holds every folder that is opened until it is let through.
-struct OpenGate {
-  std::atomic<bool> shut{true};
-  std::atomic<int> reached{0};
-  App& app;
-  explicit OpenGate(App& on) : app(on) {
-    app.folders->onOpen = [this](const std::wstring&) {
-      ++reached;
-      while (shut) std::this_thread::yield();
-    };
-  }
-  ~OpenGate() { app.folders->onOpen = nullptr; }
-  void waitUntilReached() const {
-    while (reached == 0) std::this_thread::yield();
-  }
-};
 
 } // namespace
 

@@ -35,6 +35,8 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/update", R"(502 {"ok":false,)"},
     {"/api/findfiles", R"(400 {"error":"needFilter"})"},
     {"/api/delete", R"(400 {"error":"niets opgegeven"})"},
+    {"/api/dupsacross", R"(200 {"started":true,"running":true})"},
+    {"/api/verifydups", R"(400 {"error":"niets opgegeven"})"},
     {"/api/elevate", R"(200 {"ok":true,"already":true})"},
     {"/api/quit", "200 {\"ok\":true}"},
     {"/api/reveal", R"(200 {"ok":true})"}};

@@ -7,6 +7,7 @@
 #include "report/result_document.h"
 #include "scan/walk.h"
 #include "support/made_up_disk.h"
+#include "support/memory_contents.h"
 #include "support/memory_folders.h"
 
 #include <memory>
@@ -16,7 +17,8 @@ namespace vorda::test {
 
 struct App {
   AppState state;
-  MemoryFolders* folders = nullptr; // owned by state
+  MemoryFolders* folders = nullptr;   // owned by state
+  MemoryContents* contents = nullptr; // owned by state
   int quits = 0;
   int elevations = 0;
   bool elevated = true;
@@ -27,6 +29,9 @@ struct App {
     folders = memory.get();
     state.folders = std::move(memory);
     state.machine = std::make_unique<MadeUpDisk>();
+    auto held = std::make_unique<MemoryContents>();
+    contents = held.get();
+    state.contents = std::move(held);
     state.key = "KEY23";
     state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "notlocal"}; };
     state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
@@ -54,7 +59,9 @@ struct App {
 
   // What runs in the background uses the state.
   ~App() {
-    while (state.finder.running()) std::this_thread::yield();
+    for (const BackgroundRun* run : {&state.finder, &state.duplicates, &state.verification}) {
+      while (run->running()) std::this_thread::yield();
+    }
   }
   App(const App&) = delete;
   App& operator=(const App&) = delete;
@@ -74,6 +81,13 @@ struct App {
                    const std::string& body = {}, TextMap headers = {}) {
     const HttpResponse response = ask(method, target, body, std::move(headers));
     return std::to_string(response.status) + " " + std::string(response.payload());
+  }
+
+  // A file with this content, in the folder listing and to be read.
+  void addContent(const std::wstring& folder, const std::wstring& name, std::string content,
+                  std::uint64_t number = 0) {
+    folders->addFile(folder, name, content.size());
+    contents->add(joinPath(folder, name), std::move(content), number);
   }
 
   // Scans a folder to its end; the id of the job.

@@ -1,0 +1,139 @@
+// Made-up files for what reads contents. A test may change them while they are read, at
+// the moments that the hooks mark.
+#pragma once
+
+#include "analysis/file_contents.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <mutex>
+
+namespace vorda::test {
+
+struct MemoryFile {
+  std::string content;
+  FileState state;
+  std::string_view failure; // of looking at it or opening it
+  bool failsReading = false;
+};
+
+class MemoryContents final : public FileContents {
+public:
+  // Called before a file is looked at, opened and read, on the thread that does it.
+  std::function<void(const std::wstring&)> onLook;
+  std::function<void(const std::wstring&)> onOpen;
+  std::function<void(const std::wstring&)> onRead;
+  std::atomic<std::uint64_t> bytesRead{0};
+  std::atomic<int> opened{0};
+
+  // number: files with the same one are one file; 0 gives the next of its own.
+  void add(const std::wstring& path, std::string content, std::uint64_t number = 0) {
+    edit(path, [&](MemoryFile& file) {
+      file.state = {content.size(), 1, 7, {number == 0 ? ++nextNumber_ : number, 1}};
+      file.content = std::move(content);
+    });
+  }
+
+  template <typename Change> void edit(const std::wstring& path, Change change) {
+    const std::lock_guard lock(mutex_);
+    change(files_[path]);
+  }
+
+  // New content, with the marks that a file system leaves.
+  void rewrite(const std::wstring& path, std::string content) {
+    edit(path, [&](MemoryFile& file) {
+      file.state.size = content.size();
+      ++file.state.lastWrite;
+      file.content = std::move(content);
+    });
+  }
+
+  void remove(const std::wstring& path) {
+    const std::lock_guard lock(mutex_);
+    files_.erase(path);
+  }
+
+  std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
+    if (onLook) onLook(path);
+    const std::optional<MemoryFile> file = copy(path);
+    failure = file ? file->failure : "missing";
+    return failure.empty() ? std::optional(file->state) : std::nullopt;
+  }
+
+  std::unique_ptr<ContentFile> open(const std::wstring& path, Writers,
+                                    std::string_view& failure) override {
+    if (onOpen) onOpen(path);
+    const std::optional<MemoryFile> file = copy(path);
+    failure = file ? file->failure : "missing";
+    if (!failure.empty()) return nullptr;
+    ++opened;
+    return std::make_unique<File>(*this, path, *file);
+  }
+
+  std::unique_ptr<Hasher> hasher() override { return std::make_unique<FourSums>(); }
+  void stepBack() override {}
+
+private:
+  std::optional<MemoryFile> copy(const std::wstring& path) {
+    const std::lock_guard lock(mutex_);
+    const auto at = files_.find(path);
+    return at == files_.end() ? std::nullopt : std::optional(at->second);
+  }
+
+  class File final : public ContentFile {
+  public:
+    File(MemoryContents& owner, std::wstring path, MemoryFile file)
+        : owner_(owner), path_(std::move(path)), file_(std::move(file)), state_(file_.state) {}
+
+    const FileState& state() const override { return state_; }
+
+    std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
+      if (owner_.onRead) owner_.onRead(path_);
+      // An open file outlives its name, and goes on when another one gets that.
+      const std::optional<MemoryFile> now = owner_.copy(path_);
+      if (now && now->state.number == file_.state.number) file_ = *now;
+      if (file_.failsReading) return std::nullopt;
+      const std::size_t from = std::min<std::size_t>(offset, file_.content.size());
+      const std::size_t count = std::min(into.size(), file_.content.size() - from);
+      std::memcpy(into.data(), file_.content.data() + from, count);
+      owner_.bytesRead += count;
+      return count;
+    }
+
+  private:
+    MemoryContents& owner_;
+    std::wstring path_;
+    MemoryFile file_;
+    FileState state_;
+  };
+
+  // Four different sums of the bytes; not for enemies.
+  class FourSums final : public Hasher {
+  public:
+    void add(std::span<const std::byte> bytes) override {
+      for (const std::byte byte : bytes) {
+        for (std::uint64_t i = 0; i < 4; ++i) {
+          sums_[i] = (sums_[i] ^ static_cast<std::uint64_t>(byte)) * (1'099'511'628'211ULL + 2 * i);
+        }
+      }
+    }
+    std::optional<Digest> finish() override {
+      Digest digest;
+      static_assert(sizeof digest == sizeof sums_);
+      std::memcpy(digest.data(), sums_.data(), sizeof sums_);
+      return digest;
+    }
+
+  private:
+    std::array<std::uint64_t, 4> sums_ = {1, 2, 3, 4};
+  };
+
+  std::mutex mutex_;
+  std::map<std::wstring, MemoryFile> files_;
+  std::uint64_t nextNumber_ = 1000;
+};
+
+} // namespace vorda::test
