@@ -3,6 +3,7 @@
 #include "analysis/size_tree.h"
 #include "base/time.h"
 #include "report/result_document.h"
+#include "scan/mft_reader.h"
 #include "scan/walk.h"
 
 namespace vorda {
@@ -10,6 +11,9 @@ namespace vorda {
 ScanSteps makeScanSteps(FolderSource& folders) {
   ScanSteps steps;
   steps.turboAllowed = turboAllowed;
+  steps.turbo = [](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
+    return readMft(openVolume, progress, options, result);
+  };
   steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
     return walk(folders, progress, options, result);
   };
