@@ -1,12 +1,14 @@
 // Makes a folder tree of a given number of files, the same on every run: many small folders, a few
 // large ones, up to nine levels deep, names and extensions as on a working machine.
-// node bench/make-tree.mjs FOLDER FILES
+// node bench/make-tree.mjs FOLDER FILES [BELOW [MOST]]: files are smaller than BELOW bytes, and most
+// folders have fewer than MOST of them.
 import fs from "node:fs";
 import path from "node:path";
 
-const [root, wanted] = [process.argv[2], Number(process.argv[3])];
+const root = process.argv[2];
+const [wanted, below = 200000, most = 16] = process.argv.slice(3).map(Number);
 if (!root || !Number.isInteger(wanted) || wanted < 1 || fs.existsSync(root)) {
-  console.error("usage: make-tree.mjs NEW_FOLDER FILES");
+  console.error("usage: make-tree.mjs NEW_FOLDER FILES [BELOW [MOST]]");
   process.exit(2);
 }
 
@@ -28,11 +30,11 @@ while (made < wanted) {
   fs.mkdirSync(folder);
   folders.push(folder);
   depths.push(depths[parent] + 1);
-  const here = random(100) < 3 ? random(300) : random(16);
+  const here = random(100) < 3 ? random(300) : random(most);
   for (let i = 0; i < here && made < wanted; ++i, ++made) {
     const file = path.join(folder, `document ${made}${extensions[random(extensions.length)]}`);
     const handle = fs.openSync(file, "w");
-    fs.ftruncateSync(handle, random(200000));
+    fs.ftruncateSync(handle, random(below));
     fs.closeSync(handle);
   }
 }

@@ -4,6 +4,7 @@
 #include "base/time.h"
 #include "report/result_document.h"
 #include "scan/ssh_scan.h"
+#include "scan/mft_reader.h"
 #include "scan/walk.h"
 
 namespace vorda {
@@ -11,6 +12,9 @@ namespace vorda {
 ScanSteps makeScanSteps(FolderSource& folders) {
   ScanSteps steps;
   steps.turboAllowed = turboAllowed;
+  steps.turbo = [](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
+    return readMft(openVolume, progress, options, result);
+  };
   steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
     return walk(folders, progress, options, result);
   };

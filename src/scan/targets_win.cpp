@@ -2,7 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
-#include "win/file_handle.h"
+#include "scan/volume_win.h"
 
 #include <windows.h>
 
@@ -25,10 +25,7 @@ TurboVerdict turboAllowed(const std::wstring& path) {
     return refuse("nofs");
   }
   if (!equalsIgnoreCase(fileSystem, L"NTFS")) return refuse("notntfs");
-  const std::wstring volume = L"\\\\.\\" + path.substr(0, 2);
-  const FileHandle handle(CreateFileW(volume.c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                      FILE_FLAG_NO_BUFFERING | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  const FileHandle handle = openRawVolume(path[0]);
   return handle.valid() ? TurboVerdict{true, {}} : refuse("noadmin");
 }
 

@@ -7,7 +7,7 @@ import { output, readCsv, readJson, winPath } from './vorda.mjs';
 const kListed = 120;
 export const listThreshold = 52_428_800;
 
-function typeOf(name) {
+export function typeOf(name) {
   const dot = name.lastIndexOf('.');
   if (dot <= 0 || dot === name.length - 1) return '(none)';
   return name.length - dot >= 13 ? '(other)' : name.slice(dot).toLowerCase();

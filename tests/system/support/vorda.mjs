@@ -30,14 +30,16 @@ function startWine(args, { env, through = [], ...options }) {
 export async function keepWineRunning(options) {
   const shell = startWine(['cmd.exe'], { ...options, stdio: ['pipe', 'ignore', 'ignore'] });
   const shellEnds = once(shell, 'exit');
-  const [code] = await once(startWine([exe, '--help'], { ...options, stdio: 'ignore' }), 'exit');
-  assert.equal(code, 0, `${exe} does not run`);
   shell.unref();
-  return () => {
+  const end = () => {
     shell.ref();
     shell.stdin.end();
     return shellEnds;
   };
+  const [code] = await once(startWine([exe, '--help'], { ...options, stdio: 'ignore' }), 'exit');
+  if (code !== 0) await end();
+  assert.equal(code, 0, `${exe} does not run`);
+  return end;
 }
 
 await keepWineRunning();
@@ -117,8 +119,10 @@ export function readCsv(bytes) {
 }
 
 // Options to run programs in a Wine prefix of their own, which shares only the big folders: with its
-// own registry, services and windows. `through` as for startWine.
-export async function ownWine(t, through = []) {
+// own registry, services and windows, and more drives if wanted: { 'd:': folder, 'd::': image, ... }.
+// `through` as for startWine.
+export async function ownWine(t, drives = {}, through = []) {
+  let end = () => {};
   const prefix = scratch(t, async () => {
     await end();
     // Fails when the server has already ended with its last program, which is as good.
@@ -130,15 +134,16 @@ export async function ownWine(t, through = []) {
     const wanted = /\.reg$|^\.update-timestamp$|^vorda-ready$/.test(name);
     if (wanted) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);
   }
-  fs.symlinkSync(`${from}/drive_c`, `${prefix}/dosdevices/c:`);
-  fs.symlinkSync('/', `${prefix}/dosdevices/z:`);
+  for (const [name, target] of Object.entries({ 'c:': `${from}/drive_c`, 'z:': '/', ...drives })) {
+    fs.symlinkSync(target, `${prefix}/dosdevices/${name}`);
+  }
   const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
   const options = { through, env };
-  const end = await keepWineRunning(options);
+  end = await keepWineRunning(options);
   return options;
 }
 
 // The same without the rights by which root may read and write everything, as Wine's server opens the
 // files. For a user without such rights setpriv changes nothing.
 export const confinedWine = (t) =>
-  ownWine(t, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);
+  ownWine(t, {}, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);

@@ -1,0 +1,48 @@
+// A bounded look at bytes that somebody else wrote, with little-endian numbers.
+//
+// Nothing is ever read outside the view: a number that does not lie inside it reads as 0,
+// a part that does not lie inside it is empty. Whether something is there at all is asked
+// with holds().
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+
+namespace vorda {
+
+class ByteView {
+public:
+  constexpr ByteView() = default;
+  constexpr ByteView(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
+
+  const std::uint8_t* data() const { return data_; }
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+
+  bool holds(std::size_t at, std::size_t count) const { return at <= size_ && count <= size_ - at; }
+  ByteView part(std::size_t at, std::size_t count) const {
+    return holds(at, count) ? ByteView(data_ + at, count) : ByteView();
+  }
+  ByteView from(std::size_t at) const { return at <= size_ ? part(at, size_ - at) : ByteView(); }
+
+  std::uint8_t u8(std::size_t at) const { return number<std::uint8_t>(at); }
+  std::uint16_t u16(std::size_t at) const { return number<std::uint16_t>(at); }
+  std::uint32_t u32(std::size_t at) const { return number<std::uint32_t>(at); }
+  std::uint64_t u64(std::size_t at) const { return number<std::uint64_t>(at); }
+
+private:
+  template <std::unsigned_integral Number> Number number(std::size_t at) const {
+    if (!holds(at, sizeof(Number))) return 0;
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < sizeof(Number); ++i) {
+      value |= static_cast<std::uint64_t>(data_[at + i]) << (8 * i);
+    }
+    return static_cast<Number>(value);
+  }
+
+  const std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+} // namespace vorda

@@ -1,0 +1,95 @@
+#include "scan/mft_table.h"
+
+#include <algorithm>
+#include <new>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::uint16_t kReplacement = 0xFFFD;
+
+std::uint16_t shown(std::uint16_t unit) {
+  return unit == 0 || unit == '/' || unit == '\\' ? kReplacement : unit;
+}
+
+bool isDots(ByteView units) {
+  return units.size() <= 4 && units.u16(0) == '.' && (units.size() == 2 || units.u16(2) == '.');
+}
+
+} // namespace
+
+void MftEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
+                       std::uint16_t parentRecordSequence) {
+  nameAt = name.at;
+  nameLength = name.length;
+  nameRank = rank;
+  parent = parentRecord;
+  parentSequence = parentRecordSequence;
+  const auto others = static_cast<std::uint8_t>(flags & ~kNarrowName);
+  flags = static_cast<std::uint8_t>(others | (name.narrow ? kNarrowName : 0));
+}
+
+std::uint8_t* NamePool::Writer::take(std::size_t bytes, std::uint32_t& at) {
+  if (bytes > kBlockBytes - used_) {
+    block_ = pool_.next_.fetch_add(1, std::memory_order_relaxed);
+    if (block_ >= pool_.blocks_.size()) return nullptr;
+    pool_.blocks_[block_].reset(new (std::nothrow) std::uint8_t[kBlockBytes]);
+    if (!pool_.blocks_[block_]) return nullptr;
+    used_ = 0;
+  }
+  at = static_cast<std::uint32_t>((block_ * kBlockBytes + used_) / 2);
+  std::uint8_t* place = pool_.blocks_[block_].get() + used_;
+  used_ += (bytes + 1) / 2 * 2;
+  return place;
+}
+
+bool NamePool::Writer::add(ByteView units, PooledName& name) {
+  const std::size_t length = units.size() / 2;
+  const bool dots = isDots(units);
+  std::uint32_t all = dots ? kReplacement : 0;
+  for (std::size_t i = 0; i < length; ++i) all |= shown(units.u16(2 * i));
+  name.narrow = all < 256;
+  name.length = static_cast<std::uint8_t>(length);
+  std::uint8_t* out = take(name.narrow ? length : 2 * length, name.at);
+  if (out == nullptr) {
+    used_ = kBlockBytes;
+    return false;
+  }
+  for (std::size_t i = 0; i < length; ++i) {
+    const std::uint16_t unit = dots ? kReplacement : shown(units.u16(2 * i));
+    if (name.narrow) {
+      out[i] = static_cast<std::uint8_t>(unit);
+    } else {
+      out[2 * i] = static_cast<std::uint8_t>(unit & 0xFFU);
+      out[2 * i + 1] = static_cast<std::uint8_t>(unit >> 8U);
+    }
+  }
+  return true;
+}
+
+void NamePool::read(const PooledName& name, std::wstring& out) const {
+  out.resize(name.length);
+  for (std::size_t i = 0; i < name.length; ++i) out[i] = unit(name, i);
+}
+
+bool MftTable::allocate(std::uint32_t count) {
+  entries_.reset(static_cast<MftEntry*>(std::calloc(count, sizeof(MftEntry))));
+  count_ = entries_ ? count : 0;
+  return entries_ != nullptr;
+}
+
+void applyExtensions(MftTable& table, std::vector<MftExtension>& extensions) {
+  std::sort(extensions.begin(), extensions.end(),
+            [](const MftExtension& a, const MftExtension& b) { return a.record < b.record; });
+  for (const MftExtension& extension : extensions) {
+    MftEntry& base = table[extension.base];
+    if (!base.seen() || base.sequence != extension.baseSequence) continue;
+    base.size += extension.size;
+    if (extension.name.length == 0 || (base.flags & MftEntry::kOwnName) != 0) continue;
+    if (base.nameLength != 0 && base.nameRank <= extension.nameRank) continue;
+    base.setName(extension.name, extension.nameRank, extension.parent, extension.parentSequence);
+  }
+}
+
+} // namespace vorda

@@ -1,0 +1,12 @@
+// Opening the raw volume of a drive letter.
+#pragma once
+
+#include "win/file_handle.h"
+
+namespace vorda {
+
+// For reading past the system's cache. Invalid when the system refuses; its error code
+// then tells why.
+FileHandle openRawVolume(wchar_t letter);
+
+} // namespace vorda
