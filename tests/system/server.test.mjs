@@ -3,12 +3,13 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import net from 'node:net';
+import path from 'node:path';
 import { test } from 'node:test';
 import { exchange, freePort, serve, until } from './support/server.mjs';
 import { exe, makeFiles, output, readCsv, readJson, scratch, startSilent, winPath, wineScript } from './support/vorda.mjs';
 
 const curl = (...args) => execFileSync('curl', ['-s', '--max-time', '20', ...args]).toString();
-const placeholder = fs.readFileSync(new URL('../../src/page/placeholder.html', import.meta.url), 'utf8');
+const page = fs.readFileSync(path.join(path.dirname(exe), 'page/page.html'), 'utf8');
 const threadsOf = (child) => fs.readdirSync(`/proc/${child.pid}/task`).length;
 const memoryOf = (child) => Number(/VmRSS:\s+(\d+)/.exec(fs.readFileSync(`/proc/${child.pid}/status`, 'utf8'))[1]);
 
@@ -20,7 +21,7 @@ test('a person scans, looks around, downloads and quits', async (t) => {
     curl('-i', `${server.base}/api/hello`),
     'HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\nContent-Length: 44\r\n' +
       'Cache-Control: no-store\r\nConnection: close\r\n\r\n{"auth":false,"server":false,"canQuit":true}');
-  assert.equal(curl(server.base), placeholder);
+  assert.equal(curl(server.base), page);
   const targets = (await server.json('/api/targets')).body;
   assert.deepEqual(Object.keys(targets), ['drives', 'wsl', 'home', 'machine', 'elevated', 'version', 'vendor', 'website', 'logPath']);
   assert.ok(targets.drives.some((drive) => drive.path === 'Z:\\' && drive.type === 'fixed' && drive.size > 0));

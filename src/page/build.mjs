@@ -1,0 +1,91 @@
+// Makes the page: one HTML file with its style, script and dictionaries inside, and a policy that
+// allows exactly these. Usage: node build.mjs OUTPUT
+import { build } from 'esbuild';
+import { createHash } from 'node:crypto';
+import fs from 'node:fs';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { gzipSync } from 'node:zlib';
+
+const MOST_BYTES = 300 * 1000;
+const MOST_GZIPPED = 85 * 1000;
+const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'dialogs'];
+
+const here = path.dirname(fileURLToPath(import.meta.url));
+const source = (name) => fs.readFileSync(path.join(here, name), 'utf8');
+const hash = (text) => `'sha256-${createHash('sha256').update(text).digest('base64')}'`;
+
+const common = { bundle: true, write: false, minify: true, legalComments: 'none', target: 'chrome109', logLevel: 'warning' };
+
+async function bundledScript() {
+  const result = await build({ ...common, entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
+  const text = result.outputFiles[0].text.trim();
+  // The page is one file: what would end the script element early must not be in the script.
+  if (/<\/script|<!--/i.test(text)) throw new Error('the script holds "</script" or "<!--"');
+  return text;
+}
+
+async function bundledStyle() {
+  const contents = STYLES.map((name) => source(`css/${name}.css`)).join('\n');
+  const result = await build({ ...common, stdin: { contents, loader: 'css' } });
+  return result.outputFiles[0].text.trim();
+}
+
+function policy(script, style) {
+  return [
+    "default-src 'none'",
+    `script-src ${hash(script)}`,
+    `style-src ${hash(style)}`,
+    "connect-src 'self'",
+    'img-src data:',
+    "base-uri 'none'",
+    "form-action 'none'",
+    "require-trusted-types-for 'script'",
+    "trusted-types 'none'",
+  ].join('; ');
+}
+
+// Markup of ours without the blanks and comments that only people need.
+const dense = (markup) => markup.replace(/<!--[^]*?-->/g, '').replace(/>\s+</g, '><').trim();
+
+function fillIn(html, parts) {
+  for (const [name, text] of Object.entries(parts)) {
+    const mark = `<!-- ${name} -->`;
+    if (!html.includes(mark)) throw new Error(`index.html has no place for ${name}`);
+    html = html.replace(mark, () => text);
+  }
+  return html;
+}
+
+async function page() {
+  const [script, style] = await Promise.all([bundledScript(), bundledStyle()]);
+  const icon = encodeURIComponent(dense(source('../app/vorda.svg')));
+  const html = fillIn(source('index.html').replace(/\n\s*/g, '\n'), {
+    policy: `<meta http-equiv="Content-Security-Policy" content="${policy(script, style)}">`,
+    icon: `<link rel="icon" href="data:image/svg+xml,${icon}">`,
+    style: `<style>${style}</style>`,
+    sprite: dense(source('sprite.svg')),
+    script: `<script>${script}</script>`,
+  });
+  const bytes = Buffer.byteLength(html);
+  const gzipped = gzipSync(html, { level: 9 }).length;
+  if (bytes > MOST_BYTES || gzipped > MOST_GZIPPED) {
+    throw new Error(`the page is too big: ${bytes} bytes, ${gzipped} gzipped; allowed are ${MOST_BYTES} and ${MOST_GZIPPED}`);
+  }
+  return { html, bytes, gzipped };
+}
+
+const output = process.argv[2];
+if (!output) {
+  console.error('usage: node build.mjs OUTPUT');
+  process.exit(2);
+}
+try {
+  const { html, bytes, gzipped } = await page();
+  fs.mkdirSync(path.dirname(path.resolve(output)), { recursive: true });
+  fs.writeFileSync(output, html);
+  console.log(`${path.basename(output)}: ${bytes} bytes, ${gzipped} gzipped`);
+} catch (error) {
+  console.error(error.message);
+  process.exit(1);
+}

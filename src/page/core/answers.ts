@@ -1,0 +1,243 @@
+// The documents of the program's API, as the page reads them. Sizes are bytes; times are milliseconds
+// since 1970, 0 when not known.
+
+export interface Hello {
+  auth: boolean;
+  server: boolean;
+  canQuit: boolean;
+}
+
+export interface Drive {
+  path: string;
+  label: string;
+  fs: string;
+  type: 'fixed' | 'network' | 'removable';
+  size: number;
+  free: number;
+  turbo: boolean;
+  turboReason: string;
+}
+
+export interface Targets {
+  drives: Drive[];
+  wsl: { name: string; path: string }[];
+  home: string;
+  machine: string;
+  elevated: boolean;
+  version: string;
+  vendor: string;
+  website: string;
+  logPath: string;
+}
+
+export interface Job {
+  id: number;
+  path: string;
+  kind: string;
+  label: string;
+  state: 'scanning' | 'cancelled' | 'done' | 'error';
+  files: number;
+  bytes: number;
+  dirs: number;
+  phase: number;
+  seconds: number;
+  status: string;
+  current: string;
+  error: string;
+  method: string;
+  noTurbo: string;
+}
+
+// A folder of the pruned size tree, or with `rest` what a folder holds besides.
+export interface TreeNode {
+  n: string;
+  s: number;
+  f: number;
+  i?: number;
+  c?: TreeNode[];
+  rk?: 'smaller' | 'loose';
+  rn?: number;
+  rest?: boolean;
+}
+
+export interface Finding {
+  code: string;
+  level: 'good' | 'warning' | 'serious';
+  bytes: number;
+  n1: number;
+  n2: number;
+  target: string;
+  paths: string[];
+  pathBytes: number[];
+  pathFiles: number[];
+  pathGroup: number[];
+  pathLock: string[];
+  notes: string[];
+}
+
+export interface FileItem {
+  p: string;
+  s: number;
+  m: number;
+}
+
+export interface TypeItem {
+  e: string;
+  s: number;
+  c: number;
+}
+
+export interface ResultDoc {
+  meta: {
+    path: string;
+    method: string;
+    host: string;
+    kind: string;
+    seconds: number;
+    files: number;
+    dirs: number;
+    denied: number;
+    skipped: number;
+    used: number;
+    volumeSize: number;
+    volumeFree: number;
+    volumeLabel: string;
+    freed: number;
+    binned: number;
+  };
+  tree: TreeNode | null;
+  exts: TypeItem[];
+  files: FileItem[];
+  advice: Finding[];
+}
+
+export interface DirsAnswer {
+  path: string;
+  s?: number;
+  f?: number;
+  dirs: { n: string; s: number; f: number }[];
+  total?: number;
+  error?: string;
+}
+
+export interface FilesAnswer {
+  path: string;
+  files: { n: string; s: number; m: number }[];
+  total: number;
+  dirs: number;
+  error?: string;
+}
+
+export interface BrowseAnswer {
+  path: string;
+  parent: string;
+  dirs: { n: string; p: string; hidden?: boolean; link?: boolean }[];
+  error?: string;
+}
+
+export interface ExtAnswer {
+  ext: string;
+  folders: { p: string; s: number; c: number }[];
+  files: FileItem[];
+  total: number;
+}
+
+export interface DeleteAnswer {
+  deleted: number;
+  bytes: number;
+  freed?: number;
+  binned?: number;
+  error: string;
+  dryRun: boolean;
+  refused: { p: string; why: string }[];
+  wouldDelete: string[];
+  noBin?: string[];
+}
+
+export interface CleanupAnswer {
+  ok: boolean;
+  deleted: number;
+  skipped: number;
+  folders: number;
+  bytes: number;
+}
+
+export interface Hit extends FileItem {
+  job: number;
+  lock?: string;
+}
+
+interface RunOptions {
+  ids?: number[] | string;
+  exts?: string;
+  names?: string;
+  min?: number;
+  sort?: string;
+  ssh_skipped?: { id: number; label: string }[];
+  failed?: { id: number; label: string; error: string }[];
+}
+
+// What every background run answers while it is going.
+export interface Running {
+  running: boolean;
+  started?: boolean;
+  percent?: number;
+  seen?: number;
+  phase?: string;
+  cancelled?: boolean;
+  error?: string;
+}
+
+export interface FindAnswer extends Running {
+  scans?: number;
+  scans_done?: number;
+  found?: number;
+  files?: Hit[];
+  shown?: number;
+  count?: number;
+  bytes?: number;
+  capped?: boolean;
+  opts?: RunOptions;
+}
+
+export interface Copy {
+  p: string;
+  m: number;
+  job: number;
+  names?: string[];
+  lock?: string;
+}
+
+export interface CopyGroup {
+  s: number;
+  c: number;
+  waste: number;
+  files: Copy[];
+}
+
+export interface AcrossAnswer extends Running {
+  total?: number;
+  read?: number;
+  groups?: CopyGroup[];
+  shown?: number;
+  count?: number;
+  waste?: number;
+  capped?: boolean;
+  skipped?: { cloud?: number; unreadable?: number; changed?: number };
+  opts?: RunOptions;
+}
+
+export interface VerifyAnswer extends Running {
+  files?: { p: string; size?: number; h?: string; error?: string }[] | number;
+  duplicates?: number[][];
+  lock?: string[];
+}
+
+export interface UpdateAnswer {
+  ok: boolean;
+  current: string;
+  latest: string;
+  newer: boolean;
+  url: string;
+  error?: string;
+}

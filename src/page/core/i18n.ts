@@ -1,0 +1,92 @@
+// The chosen language: texts, numbers, dates.
+import { en } from '../lang/en';
+import { es } from '../lang/es';
+import { fr } from '../lang/fr';
+import { nl } from '../lang/nl';
+import { pt } from '../lang/pt';
+import type { Dictionary, Forms, Key, Vars } from '../lang/shape';
+import * as units from './units';
+import { wordingOf } from './words';
+
+export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português' } as const;
+export type Lang = keyof typeof LANGS;
+
+export const T: Record<Lang, Dictionary> = { en, nl, fr, es, pt };
+
+const LOCALES: Record<Lang, string> = { en: 'en-GB', nl: 'nl-NL', fr: 'fr-FR', es: 'es-ES', pt: 'pt-PT' };
+
+const chosen = { lang: 'en' as Lang, plurals: new Map<Lang, Intl.PluralRules>() };
+
+export const isLang = (text: unknown): text is Lang => typeof text === 'string' && Object.hasOwn(LANGS, text);
+
+export function setLanguage(lang: Lang): void {
+  chosen.lang = lang;
+}
+
+export const language = (): Lang => chosen.lang;
+export const locale = (): string => LOCALES[chosen.lang];
+
+// Of the languages a reader prefers, the first that the page speaks.
+export function preferredLanguage(wanted: readonly string[]): Lang {
+  for (const tag of wanted) {
+    const lang = tag.slice(0, 2).toLowerCase();
+    if (isLang(lang)) return lang;
+  }
+  return 'en';
+}
+
+function formFor(forms: Forms, count: unknown): string {
+  let rules = chosen.plurals.get(chosen.lang);
+  if (!rules) {
+    rules = new Intl.PluralRules(locale());
+    chosen.plurals.set(chosen.lang, rules);
+  }
+  return forms[rules.select(Number(count) || 0)] ?? forms['other'] ?? '';
+}
+
+// A text cut at its placeholders: what stands between them as it is, each placeholder as its name.
+function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
+  const entry = T[chosen.lang][key as Key] ?? en[key as Key];
+  const text: string = entry === undefined ? key : typeof entry === 'string' ? entry : formFor(entry as Forms, vars['n']);
+  return text.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
+}
+
+const written = (value: unknown): string => (typeof value === 'number' ? units.formatCount(value, locale()) : String(value));
+
+export type Args<K extends Key> = keyof Vars<K> extends never ? [] : [vars: Vars<K>];
+
+// The text for a key with its placeholders filled in; numbers are written in the reader's way.
+export function t<K extends Key>(key: K, ...args: Args<K>): string {
+  return text(key, args[0] as Record<string, unknown> | undefined);
+}
+
+// The same for keys that are put together at run time. An unknown key is its own text.
+export function text(key: string, vars: Record<string, unknown> = {}): string {
+  return pieces(key, vars).map((part) => (typeof part === 'string' ? part : part.name in vars ? written(vars[part.name]) : `{${part.name}}`)).join('');
+}
+
+// The same, but placeholders may be anything, such as elements; the parts come back in order.
+export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, string | number | V>): (string | V)[] {
+  return pieces(key, vars).map((part) => {
+    if (typeof part === 'string') return part;
+    const value = (vars as Record<string, string | number | V>)[part.name];
+    return typeof value === 'number' ? written(value) : (value as string | V);
+  });
+}
+
+export const known = (key: string): key is Key => Object.hasOwn(en, key);
+
+// A word of the program as a phrase: by its key when there is one, else as it stands.
+export const phrase = (prefix: string, word: string): string => (known(prefix + word) ? text(prefix + word) : word);
+
+// The sentence for a failure word.
+export function failure(word: string): string {
+  const { key, code } = wordingOf(word);
+  return key === null ? word : text(key, { code });
+}
+
+export const size = (bytes: number): string => units.formatSize(bytes, locale());
+export const count = (value: number): string => units.formatCount(value, locale());
+export const seconds = (value: number): string => units.formatSeconds(value, locale());
+export const date = (milliseconds: number): string => units.formatDate(milliseconds, locale());
+export const percent = (share: number): string => units.formatPercent(share, locale());

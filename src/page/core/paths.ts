@@ -1,0 +1,109 @@
+// Paths and names as text. Names come from disks and are hostile: nothing here trusts their form.
+
+// Without the separators at its end; "C:\" becomes "C:" and "/" nothing. For comparisons only.
+export const trimEnd = (path: string): string => path.replace(/[\\/]+$/, '');
+
+export const sameTarget = (a: string, b: string): boolean => trimEnd(a).toLowerCase() === trimEnd(b).toLowerCase();
+
+export const separatorOf = (path: string): string => (path.startsWith('/') ? '/' : '\\');
+
+export function joinPath(folder: string, name: string): string {
+  return /[\\/]$/.test(folder) ? folder + name : folder + separatorOf(folder) + name;
+}
+
+const lastSeparator = (path: string): number => Math.max(path.lastIndexOf('\\'), path.startsWith('/') || !path.includes('\\') ? path.lastIndexOf('/') : -1);
+
+export function baseName(path: string): string {
+  const bare = trimEnd(path);
+  const at = lastSeparator(bare);
+  return bare.slice(at + 1) || path;
+}
+
+// The folder that holds a path: "C:\" for "C:\x", and "" where there is none.
+export function parentOf(path: string): string {
+  const bare = trimEnd(path);
+  const at = lastSeparator(bare);
+  if (at < 0 || /^[\\/]{0,2}$/.test(bare.slice(0, at)) && at > 0) return '';
+  const parent = bare.slice(0, at);
+  return parent === '' || /^[A-Za-z]:$/.test(parent) ? bare.slice(0, at + 1) : parent;
+}
+
+// True for the root itself and for what lies beneath it, but not for a longer name beside it.
+export function isWithin(root: string, path: string): boolean {
+  const outer = trimEnd(root).toLowerCase();
+  const inner = path.toLowerCase();
+  if (!inner.startsWith(outer)) return false;
+  return inner.length === outer.length || /[\\/]/.test(inner[outer.length]!) || trimEnd(inner) === outer;
+}
+
+// The scan a path belongs to: the one with the longest root around it. 0 when there is none.
+export function owningJob(path: string, roots: Iterable<{ id: number; root: string }>): number {
+  let best = 0;
+  let length = -1;
+  for (const { id, root } of roots) {
+    if (isWithin(root, path) && trimEnd(root).length > length) {
+      best = id;
+      length = trimEnd(root).length;
+    }
+  }
+  return best;
+}
+
+// Without the paths that go with one of the others, in the given order.
+export function topmost(paths: Iterable<string>): string[] {
+  const all = [...new Set(paths)];
+  const folded = new Set(all.map((path) => trimEnd(path).toLowerCase()));
+  return all.filter((path) => {
+    for (let up = parentOf(path); up !== ''; up = parentOf(up)) {
+      if (folded.has(trimEnd(up).toLowerCase())) return false;
+    }
+    return true;
+  });
+}
+
+const LONGEST_SHOWN = 260;
+
+// What a name must not do to the text around it is shown instead of done: control characters,
+// direction marks and halves of surrogate pairs.
+export function shown(text: string): string {
+  let safe = text.replace(/[\u0000-\u001f\u007f-\u009f]/g, (c) => {
+    const code = c.charCodeAt(0);
+    return code < 0x20 ? String.fromCharCode(0x2400 + code) : code === 0x7f ? '\u2421' : '\ufffd';
+  });
+  safe = safe.replace(/[\u061c\u200b-\u200f\u2028-\u202e\u2060-\u2069\ufeff]/g,
+    (c) => `[U+${c.charCodeAt(0).toString(16).toUpperCase().padStart(4, '0')}]`);
+  return safe.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
+}
+
+// For display: a path in two parts, of which the first may be cut by the layout while the second, the
+// name at its end, stays. What is far too long for any line is shortened here already.
+export function displayParts(path: string): { head: string; tail: string } {
+  const text = shown(path);
+  const at = lastSeparator(trimEnd(text));
+  let head = text.slice(0, at < 0 ? 0 : at);
+  let tail = text.slice(at < 0 ? 0 : at);
+  if (tail.length > LONGEST_SHOWN) tail = shorten(tail, LONGEST_SHOWN);
+  if (head.length > 2 * LONGEST_SHOWN) head = shorten(head, 2 * LONGEST_SHOWN);
+  return { head, tail };
+}
+
+// Shortened in the middle to at most `most` characters, without cutting a pair in two.
+export function shorten(text: string, most: number): string {
+  if (text.length <= most) return text;
+  const keep = Math.max(1, most - 1);
+  let front = Math.ceil(keep / 2);
+  let back = text.length - (keep - front);
+  if (/[\ud800-\udbff]/.test(text[front - 1] ?? '')) --front;
+  if (/[\udc00-\udfff]/.test(text[back] ?? '')) ++back;
+  return `${text.slice(0, front)}…${text.slice(back)}`;
+}
+
+// What kind of target a typed text is: the program decides in the end, this only words the request.
+export function kindOf(target: string): 'ssh' | 'wsl' | 'unc' | 'drive' | 'folder' {
+  const text = target.toLowerCase();
+  if (text.startsWith('ssh://')) return 'ssh';
+  if (text[1] !== ':' && text.includes('@') && !text.includes('\\')) return 'ssh';
+  if (text.startsWith('\\\\wsl.localhost\\') || text.startsWith('\\\\wsl$\\')) return 'wsl';
+  if (text.startsWith('\\\\')) return 'unc';
+  return text[1] === ':' && text.length < 4 ? 'drive' : 'folder';
+}

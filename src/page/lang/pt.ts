@@ -1,0 +1,4 @@
+import { en } from './en';
+import type { Dictionary } from './shape';
+
+export const pt: Dictionary = en;

@@ -1,0 +1,137 @@
+// The answer first: where the space went, and what could be won.
+import type { Job, ResultDoc } from '../core/answers';
+import { count, parts, percent, seconds, size, text, t, known } from '../core/i18n';
+import { shareOf } from '../core/units';
+import { linkTo } from '../ui/api';
+import { openEmptyBin } from '../ui/cleaning';
+import { button, cutPath, el, icon, inert, meter } from '../ui/dom';
+import { forgetScan, rescan } from '../ui/jobs';
+import { openInExplorer, openPath } from '../ui/places';
+import { goTo, resultScreen, type ResultScreen, type Screen } from '../ui/screen';
+import { changed, isRemote, state, treeOf } from '../ui/state';
+import { typeName } from './types';
+
+const LISTED = 5;
+
+interface Space {
+  size: number;
+  used: number; // found by the scan
+  other: number;
+  binned: number;
+  freed: number;
+  free: number;
+}
+
+// The drive as it was when scanned, and what has changed since.
+function spaceOf({ meta }: ResultDoc): Space {
+  const free = Math.min(meta.volumeFree, meta.volumeSize);
+  const occupied = meta.volumeSize - free;
+  const freed = Math.min(meta.freed, occupied);
+  const binned = Math.min(meta.binned, meta.used, occupied - freed);
+  const used = Math.max(0, Math.min(meta.used, occupied - freed) - binned);
+  return { size: meta.volumeSize, used, other: Math.max(0, occupied - freed - binned - used), binned, freed, free };
+}
+
+function answer(job: Job, doc: ResultDoc): HTMLElement {
+  const root = doc.tree?.n ?? doc.meta.path;
+  const largest = treeOf(job.id)?.entries(root).find((entry) => entry.kind === 'folder');
+  const space = spaceOf(doc);
+  if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', { path: inert(root) }));
+  if (!largest || largest.s * 2 < doc.tree!.s && doc.tree!.c?.some((child) => child.rk === 'loose' && child.s > largest.s)) {
+    return el('p', { class: 'answer' }, parts('ovAnswerFlat', { size: size(doc.meta.used), path: inert(root) }));
+  }
+  const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
+  const nowFree = space.free + space.freed;
+  return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && job.kind === 'drive'
+    ? parts('ovAnswerTight', { free: size(nowFree), size: size(space.size), path: link, used: size(largest.s) })
+    : parts('ovAnswer', { path: link, size: size(largest.s), percent: percent(shareOf(largest.s, doc.meta.used)) }));
+}
+
+function capacity(doc: ResultDoc): HTMLElement | null {
+  const space = spaceOf(doc);
+  if (space.size <= 0) return null;
+  const rows: [string, string, number][] = [
+    ['used', t('ovScanned'), space.used], ['other', t('ovOther'), space.other], ['binned', t('ovBinned'), space.binned],
+    ['freed', t('ovFreed'), space.freed], ['free', t('ovFree'), space.free],
+  ];
+  const seen = rows.filter(([, , bytes]) => bytes > 0);
+  const bar = el('div', { class: 'capacity', 'aria-hidden': 'true' }, seen.filter(([name]) => name !== 'free').map(([name, , bytes]) => {
+    const part = el('span', { class: `${name} moves` });
+    part.style.width = `${shareOf(bytes, space.size) * 100}%`;
+    return part;
+  }));
+  return el('section', { class: 'panel stack' },
+    el('div', { class: 'line' }, el('h2', {}, t('ovCapacity')), el('span', { class: 'muted push' }, t('freeOf', { free: size(space.free + space.freed), size: size(space.size) }))),
+    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, bytes]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(bytes))))));
+}
+
+function figures(job: Job, doc: ResultDoc): HTMLElement {
+  const { meta } = doc;
+  const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
+  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : meta.method;
+  const why = job.noTurbo && meta.method === 'walk' && known(`t_${job.noTurbo}`) && job.kind === 'drive' ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
+  return el('section', { class: 'panel stack' },
+    el('dl', { class: 'figures' },
+      fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
+      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), meta.host) : null),
+    why ? el('p', { class: 'small muted' }, why) : null,
+    meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
+    meta.skipped > 0 ? el('p', { class: 'small muted' }, t('ovSkipped', { n: meta.skipped })) : null);
+}
+
+interface Bar {
+  label: HTMLElement;
+  bytes: number;
+  open: () => void;
+}
+
+function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement | null {
+  if (list.length === 0) return null;
+  return el('section', { class: 'panel stack' },
+    el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${title}: ${t('ovAll')}` })),
+    el('ol', { class: 'bars' }, list.map((bar, index) => el('li', {},
+      el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole))))));
+}
+
+function make(job: Job, doc: ResultDoc): ResultScreen {
+  const tree = treeOf(job.id)!;
+  const folders = tree.entries(tree.root.path).filter((entry) => entry.kind === 'folder' && entry.s > 0).slice(0, LISTED)
+    .map((entry): Bar => ({ label: inert(entry.name), bytes: entry.s, open: () => openPath(entry.path) }));
+  const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
+  const types = doc.exts.slice(0, LISTED).map((type): Bar => ({ label: inert(typeName(type.e)), bytes: type.s, open: () => {
+    state.openFolder = type.e;
+    goTo('types');
+  } }));
+  const findings = doc.advice.filter((finding) => finding.level !== 'good');
+  const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
+  const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
+    label: el('span', {}, known(`a_${finding.code}`) ? text(`a_${finding.code}`) : finding.code), bytes: finding.bytes, open: () => {
+      state.finding = finding.code;
+      changed('view');
+      goTo('advice');
+    },
+  }));
+  const csv = (what: string, label: string): HTMLElement =>
+    el('a', { class: 'button plain', href: linkTo('/api/export', { id: job.id, what }), download: `vorda-${what}.csv` }, icon('download'), label);
+  return {
+    top: el('div', { class: 'actions push' },
+      button(t('rescan'), () => void rescan(job), { icon: 'refresh', label: t('rescanNamed', { name: job.label }) }),
+      button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain', label: t('scanForgetNamed', { name: job.label }) })),
+    content: [
+      el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
+      capacity(doc),
+      figures(job, doc),
+      el('div', { class: 'columns' },
+        bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'),
+        bars(t('ovAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice') ??
+          el('section', { class: 'panel stack' }, el('h2', {}, t('ovAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
+        bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type'),
+        bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('explorer'), 'file')),
+      el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },
+        csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')),
+        doc.meta.binned > 0 ? button(t('emptyBin'), openEmptyBin, { icon: 'broom' }) : null)),
+    ],
+  };
+}
+
+export const overview = (): Screen => resultScreen('secOverview', make);

@@ -1,0 +1,46 @@
+// What this is, and on request whether there is a newer one.
+import type { UpdateAnswer } from '../core/answers';
+import { t } from '../core/i18n';
+import { form, messageOf } from './api';
+import { openDialog } from './dialog';
+import { button, el, fill, wholePath } from './dom';
+import { state } from './state';
+
+// Only addresses of the web are made links of.
+export const safeLink = (address: string, text: string): HTMLElement =>
+  /^https:\/\//.test(address) ? el('a', { href: address, target: '_blank', rel: 'noopener noreferrer' }, text) : el('span', {}, text);
+
+async function check(into: HTMLElement, asking: HTMLButtonElement): Promise<void> {
+  asking.disabled = true;
+  fill(into, `${t('upChecking')}…`);
+  try {
+    const answer = await form<UpdateAnswer>('/api/update', {});
+    fill(into, answer.newer ? [t('upNewer', { latest: answer.latest }), ' ', safeLink(answer.url, t('upDownload'))] : t('upCurrent', { latest: answer.latest }));
+  } catch (error) {
+    fill(into, messageOf(error));
+  }
+  asking.disabled = false;
+}
+
+export function openAbout(): void {
+  if (document.querySelector('dialog.about')) return;
+  const { targets } = state;
+  const answer = el('p', { role: 'status' });
+  const ask = button(t('upCheck'), () => void check(answer, ask), { icon: 'refresh' });
+  const close = button(t('close'), () => dialog.close());
+  const fact = (label: string, ...value: (Node | string)[]): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
+  const dialog = openDialog({
+    title: t('about'), small: true, ends: close, first: close,
+    body: [
+      targets ? el('div', { class: 'stack' },
+        el('p', {}, t('abVersion', { version: targets.version }), '. ', t('abBy', { vendor: targets.vendor }), '.'),
+        el('p', {}, t('abMachine', { machine: targets.machine })),
+        targets.website ? el('p', {}, safeLink(targets.website, t('abWebsite'))) : null) : null,
+      targets ? el('dl', { class: 'stack' },
+        fact(t('abRights'), t(targets.elevated ? 'abElevated' : 'abNotElevated')),
+        fact(t('abLog'), wholePath(targets.logPath))) : null,
+      el('div', { class: 'stack' }, el('div', {}, ask), answer, el('p', { class: 'small muted' }, t('upPrivacy'))),
+    ],
+  });
+  dialog.element.classList.add('about');
+}

@@ -1,0 +1,98 @@
+// The pane beside the tree and the map: the chosen folder or file, in full.
+import { date, percent, size, t } from '../core/i18n';
+import type { Entry } from '../core/tree';
+import { joinPath, parentOf } from '../core/paths';
+import { shareOf } from '../core/units';
+import { openDeletion } from './deletion';
+import { button, choice, el, fill, inert, iconButton, wholePath } from './dom';
+import { loadFiles } from './folders';
+import { toggleMark } from './marks';
+import { openInExplorer, openInMap, reveal } from './places';
+import { isRemote, jobOnView, listen, state, treeOf } from './state';
+import { copyText } from './toast';
+
+const LISTED_FILES = 30;
+
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, job: 0, timer: 0 };
+
+export function detailsPane(): HTMLElement {
+  pane.root = el('aside', { class: 'details', 'aria-label': t('details') });
+  draw();
+  return pane.root;
+}
+
+// Shows an entry of the scan on view. Its files are fetched once the choice has rested a moment.
+export function showDetails(entry: Entry | null): void {
+  pane.entry = entry;
+  pane.job = state.view;
+  draw();
+  clearTimeout(pane.timer);
+  if (entry?.kind === 'folder') pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), 250);
+}
+
+export function toggleDrawer(): void {
+  pane.root?.classList.toggle('open');
+}
+
+export const detailsButton = (): HTMLElement => button(t('details'), toggleDrawer, { icon: 'info', class: 'shut push' });
+
+const fact = (label: string, value: Node | string): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
+
+function filesOf(entry: Entry): HTMLElement | null {
+  const files = treeOf(pane.job)?.filesOf(entry.path);
+  if (!files) return null;
+  if (files.files.length === 0) return el('p', { class: 'small muted' }, t('dtFilesNone'));
+  const more = files.total - Math.min(files.files.length, LISTED_FILES);
+  return el('section', { class: 'stack' }, el('h3', {}, t('dtFilesHere')),
+    el('ul', { class: 'files' }, files.files.slice(0, LISTED_FILES).map((file) => {
+      const path = joinPath(entry.path, file.n);
+      return el('li', {}, choice('checkbox', inert(file.n), { checked: state.selection.has(path), on: { change: () => toggleMark(path, file.s) } }),
+        el('span', { class: 'number' }, size(file.s)));
+    })),
+    more > 0 ? el('p', { class: 'small muted' }, t('dtMoreFiles', { n: more })) : null);
+}
+
+function draw(): void {
+  const { root, entry } = pane;
+  if (!root?.isConnected && root === null) return;
+  const close = iconButton('remove', t('close'), toggleDrawer, { class: 'shut push' });
+  if (!entry || (entry.kind !== 'folder' && entry.kind !== 'file')) {
+    fill(root!, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));
+    return;
+  }
+  const tree = treeOf(pane.job);
+  const remote = isRemote(jobOnView());
+  const isRoot = entry.path === tree?.root.path;
+  const parent = isRoot ? undefined : tree?.find(parentOf(entry.path));
+  const marked = state.selection.has(entry.path);
+  const { path } = entry;
+  fill(root!, el('div', { class: 'stack wide' },
+    el('div', { class: 'line' }, el('h2', {}, inert(entry.name.slice(0, 200))), close),
+    el('dl', {},
+      fact(t('dtSize'), size(entry.s)),
+      entry.kind === 'folder' ? fact(t('dtFiles'), t('nFiles', { n: entry.f })) : null,
+      parent ? fact(t('dtShare'), percent(shareOf(entry.s, parent.s))) : null,
+      entry.m > 0 ? fact(t('dtDate'), date(entry.m)) : null,
+      fact(t('dtPath'), wholePath(path))),
+    el('div', { class: 'actions' },
+      button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
+      remote ? null : button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      state.section === 'map' ? button(t('dtOpenExplorer'), () => openInExplorer(path), { icon: 'explorer' }) : button(t('dtOpenMap'), () => openInMap(path), { icon: 'map' })),
+    remote ? el('p', { class: 'small muted' }, t('dtRemote')) : null,
+    remote || isRoot ? null : el('div', { class: 'actions' },
+      button(marked ? t('dtUnmark') : t('dtMark'), () => toggleMark(path, entry.s), { icon: 'check', 'aria-pressed': String(marked) }),
+      button(`${t('delete')}…`, () => openDeletion([path]), { icon: 'bin', class: 'danger' })),
+    entry.kind === 'folder' ? filesOf(entry) : null));
+}
+
+listen((changes) => {
+  if (!pane.root?.isConnected) return;
+  if (changes.has('view')) pane.entry = null;
+  if (changes.has('results') && pane.entry) pane.entry = treeOf(state.view)?.find(pane.entry.path) ?? null;
+  if (changes.has('view') || changes.has('results') || changes.has('details') || changes.has('selection')) {
+    // Typing and clicking inside must not lose the place.
+    const focused = [...pane.root.querySelectorAll('button, input')].indexOf(document.activeElement as Element);
+    draw();
+    if (focused >= 0) (pane.root.querySelectorAll<HTMLElement>('button, input')[focused] ?? pane.root.querySelector<HTMLElement>('button'))?.focus();
+  }
+});

@@ -1,0 +1,45 @@
+// Native modal dialogs, one shape for all.
+import { el, heading, type Child } from './dom';
+
+let titles = 0;
+
+export interface DialogOptions {
+  title: string;
+  body: Child;
+  ends: Child; // the buttons
+  small?: boolean;
+  first?: HTMLElement; // takes the focus
+  onClose?: () => void;
+  fallback?: () => HTMLElement | null; // takes the focus afterwards when what had it is gone
+}
+
+export interface Dialog {
+  element: HTMLDialogElement;
+  body: HTMLElement;
+  ends: HTMLElement;
+  close(): void;
+}
+
+export function openDialog(options: DialogOptions): Dialog {
+  const id = `d${++titles}`;
+  const before = document.activeElement;
+  const title = heading(options.title);
+  title.id = id;
+  const body = el('div', { class: 'body' }, options.body);
+  const ends = el('div', { class: 'ends' }, options.ends);
+  const element = el('dialog', { class: options.small ? 'small-dialog' : '', 'aria-labelledby': id },
+    el('div', { class: 'sheet' }, el('div', { class: 'title' }, title), body, ends));
+  document.body.append(element);
+  element.addEventListener('close', () => {
+    // Toasts shown in it outlive it.
+    element.querySelectorAll('.toasts').forEach((toasts) => document.body.append(toasts));
+    element.remove();
+    options.onClose?.();
+    if (!(before instanceof HTMLElement) || !before.isConnected || document.activeElement === document.body) {
+      (before instanceof HTMLElement && before.isConnected ? before : options.fallback?.() ?? document.querySelector<HTMLElement>('main h1'))?.focus();
+    }
+  });
+  element.showModal();
+  (options.first ?? title).focus();
+  return { element, body, ends, close: () => element.close() };
+}

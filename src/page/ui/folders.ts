@@ -1,0 +1,52 @@
+// Fetching what a scanned folder holds, and finding one's way to a path in the tree.
+import type { DirsAnswer, FilesAnswer } from '../core/answers';
+import { parentOf } from '../core/paths';
+import { api, query, wordOf } from './api';
+import { changed, isRemote, jobById, state, treeOf } from './state';
+
+// The subfolders as scanned and, on this machine, the files as they are now.
+export async function loadFolder(id: number, path: string): Promise<void> {
+  const tree = treeOf(id);
+  if (!tree?.needsLoading(path)) return;
+  tree.startLoading(path);
+  changed('tree');
+  const files = isRemote(jobById(id)) ? null : api<FilesAnswer>(query('/api/files', { p: path })).catch(() => null);
+  try {
+    const dirs = await api<DirsAnswer>(query('/api/dirs', { id, p: path }));
+    const live = await files;
+    if (live && !live.error) tree.setFiles(path, live);
+    tree.setFolders(path, dirs);
+  } catch (error) {
+    tree.setFailed(path, wordOf(error));
+  }
+  changed('tree');
+}
+
+export async function loadFiles(id: number, path: string): Promise<void> {
+  const tree = treeOf(id);
+  if (!tree || tree.filesOf(path) || isRemote(jobById(id))) return;
+  try {
+    tree.setFiles(path, await api<FilesAnswer>(query('/api/files', { p: path })));
+  } catch {
+    return;
+  }
+  changed('tree', 'details');
+}
+
+// From the root down to a path; only the path itself when it lies outside.
+export function chainTo(root: string, path: string): string[] {
+  const chain: string[] = [];
+  for (let at = path; at !== '' && at !== root; at = parentOf(at)) chain.unshift(at);
+  return [root, ...chain];
+}
+
+// Opens every folder above a path, fetching what is not known yet.
+export async function expandTo(id: number, path: string): Promise<void> {
+  const tree = treeOf(id);
+  if (!tree) return;
+  for (const folder of chainTo(tree.root.path, path).slice(0, -1)) {
+    state.expanded.add(folder);
+    if (tree.needsLoading(folder)) await loadFolder(id, folder);
+  }
+  changed('tree');
+}

@@ -1,0 +1,71 @@
+// The bar that says what is marked and what can be done with it.
+import { size, t } from '../core/i18n';
+import { topmost } from '../core/paths';
+import type { Selection } from '../core/selection';
+import { openDeletion } from './deletion';
+import { button, el, setText } from './dom';
+import { changed, state } from './state';
+
+export interface MarksBar {
+  root: HTMLElement;
+  update: () => void;
+}
+
+export interface MarksOptions {
+  selection: Selection;
+  bytesOf: (path: string) => number;
+  hidden?: () => number; // how many marked rows the filter hides
+  all?: () => void; // marks everything shown
+  onDelete: () => void;
+  deleteLabel?: string;
+  clear: () => void;
+}
+
+export function marksBar(options: MarksOptions): MarksBar {
+  const words = el('strong', { role: 'status' });
+  const hiddenWords = el('span', { class: 'muted' });
+  const none = button(t('selectNone'), options.clear, { class: 'plain' });
+  const remove = button(options.deleteLabel ?? t('deleteMarked'), options.onDelete, { icon: 'bin', class: 'danger' });
+  const all = options.all ? button(t('selectAll'), options.all, { class: 'plain' }) : null;
+  const root = el('div', { class: 'selection-bar' }, words, hiddenWords, el('span', { class: 'push actions' }, all, none, remove));
+  const update = (): void => {
+    const keys = [...options.selection.keys];
+    root.hidden = keys.length === 0;
+    const bytes = keys.reduce((sum, key) => sum + options.bytesOf(key), 0);
+    setText(words, keys.length === 0 ? '' : t('selected', { items: t('nItems', { n: keys.length }), size: size(bytes) }));
+    const hidden = options.hidden?.() ?? 0;
+    setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');
+  };
+  update();
+  return { root, update };
+}
+
+export function clearMarks(): void {
+  state.selection.clear();
+  state.weights.clear();
+  changed('selection');
+}
+
+export function toggleMark(path: string, bytes: number): void {
+  state.selection.toggle(-1, path);
+  state.weights.set(path, bytes);
+  changed('selection');
+}
+
+// The bar for what is marked in the explorer, the map and the types. A parent and its child count once.
+export function scanMarksBar(fallback: () => HTMLElement | null): MarksBar {
+  const bar = el('div', { class: 'selection-bar' });
+  const words = el('strong', { role: 'status' });
+  bar.append(words, el('span', { class: 'push actions' },
+    button(t('selectNone'), clearMarks, { class: 'plain' }),
+    button(t('deleteMarked'), () => openDeletion(state.selection.keys, { fallback }), { icon: 'bin', class: 'danger' })));
+  const update = (): void => {
+    const paths = topmost(state.selection.keys);
+    bar.hidden = paths.length === 0;
+    const bytes = paths.reduce((sum, path) => sum + (state.weights.get(path) ?? 0), 0);
+    setText(words, paths.length === 0 ? '' : t('selected', { items: t('nItems', { n: paths.length }), size: size(bytes) }));
+  };
+  update();
+  return { root: bar, update };
+}
+

@@ -1,0 +1,317 @@
+// A table of which only the rows in view exist. Rows have one height, so that any of 20,000 is found
+// by multiplication; a fixed set of row elements is moved about and filled anew. The table is one tab
+// stop: the arrow keys move an active row, which assistive technology follows through
+// aria-activedescendant. What is marked lives in a Selection, not here.
+import { t } from '../core/i18n';
+import type { Selection } from '../core/selection';
+import type { PlainKey } from '../lang/shape';
+import { el, icon, setAttribute } from './dom';
+
+export interface Column<R> {
+  title: PlainKey;
+  width: string;
+  number?: boolean;
+  extra?: boolean; // left out on narrow screens
+  sort?: string; // its word in onSort
+  hidden?: boolean; // the title is heard, not seen
+  make?: () => HTMLElement;
+  fill: (cell: HTMLElement, row: R, index: number) => void;
+}
+
+export interface TableOptions<R> {
+  label: string;
+  role: 'grid' | 'treegrid';
+  columns: Column<R>[];
+  keyOf: (row: R) => string;
+  markable?: (row: R) => boolean;
+  selection?: Selection;
+  onMarked?: () => void;
+  mayMark?: (row: R) => boolean; // asked before each mark
+  onActive?: (row: R, index: number) => void;
+  onEnter?: (row: R, index: number) => void;
+  onKey?: (event: KeyboardEvent, index: number) => boolean; // true: done with it
+  onSort?: (word: string) => void;
+  decorate?: (element: HTMLElement, row: R, index: number) => void;
+  grows?: boolean; // as high as its rows, within limits
+}
+
+const SPARE = 12;
+let tables = 0;
+
+interface PooledRow {
+  element: HTMLElement;
+  cells: HTMLElement[];
+  index: number;
+}
+
+export class Table<R> {
+  readonly root: HTMLElement;
+  private readonly space = el('div', { class: 'space', role: 'rowgroup' });
+  private readonly head: HTMLElement;
+  private readonly probe = el('div', { class: 'trow', role: 'presentation', 'aria-hidden': 'true' });
+  private readonly prefix = `t${++tables}`;
+  private readonly pool: PooledRow[] = [];
+  private rows: readonly R[] = [];
+  private rowHeight = 32;
+  private first = 0;
+  private sorted: { word: string; down: boolean } | null = null;
+  private readonly observer: ResizeObserver;
+  active = 0;
+
+  constructor(private readonly options: TableOptions<R>) {
+    const { columns } = options;
+    this.head = el('div', { class: 'head-row', role: 'rowgroup' }, el('div', { role: 'row', 'aria-rowindex': '1' }, columns.map((column) => this.headCell(column))));
+    this.root = el('div', {
+      class: options.grows ? 'table grows' : 'table', role: options.role, tabindex: '0', 'aria-label': options.label,
+      'aria-multiselectable': options.selection ? 'true' : null,
+      on: { keydown: (event) => this.key(event), click: (event) => this.click(event), dblclick: (event) => this.twice(event) },
+    }, this.head, this.space);
+    this.root.style.setProperty('--columns-wide', columns.map((column) => column.width).join(' '));
+    this.root.style.setProperty('--columns-narrow', columns.filter((column) => !column.extra).map((column) => column.width).join(' '));
+    this.probe.style.visibility = 'hidden';
+    this.space.append(this.probe);
+    this.root.addEventListener('scroll', () => this.draw(false), { passive: true });
+    this.root.addEventListener('focus', () => this.draw(true));
+    this.observer = new ResizeObserver(() => this.measure());
+    this.observer.observe(this.root);
+  }
+
+  private headCell(column: Column<R>): HTMLElement {
+    const className = [column.number ? 'number' : '', column.extra ? 'extra' : ''].join(' ').trim();
+    const cell = el('div', { role: 'columnheader', class: className });
+    const { sort } = column;
+    if (sort && this.options.onSort) {
+      cell.append(el('button', {
+        type: 'button', class: 'sort', 'aria-label': t('sortBy', { column: t(column.title) }), 'data-sort': sort,
+        on: { click: () => this.options.onSort?.(sort) },
+      }, t(column.title), icon('down', 'arrow')));
+    } else {
+      cell.append(el('span', { class: column.hidden ? 'heard' : '' }, t(column.title)));
+    }
+    return cell;
+  }
+
+  showSort(word: string, down: boolean): void {
+    this.sorted = { word, down };
+    this.head.querySelectorAll('[role=columnheader]').forEach((cell) => {
+      const mine = cell.querySelector(`[data-sort="${word}"]`) !== null;
+      setAttribute(cell, 'aria-sort', mine ? (down ? 'descending' : 'ascending') : null);
+    });
+  }
+
+  get sort(): { word: string; down: boolean } | null {
+    return this.sorted;
+  }
+
+  leave(): void {
+    this.observer.disconnect();
+  }
+
+  private measure(): void {
+    const height = this.probe.offsetHeight || 32;
+    if (height !== this.rowHeight) {
+      const top = this.root.scrollTop / this.rowHeight;
+      this.rowHeight = height;
+      this.setHeight();
+      this.root.scrollTop = top * height;
+    }
+    this.draw(true);
+  }
+
+  private setHeight(): void {
+    this.space.style.height = `${this.rows.length * this.rowHeight}px`;
+  }
+
+  setRows(rows: readonly R[]): void {
+    const activeKey = this.rows[this.active] === undefined ? null : this.options.keyOf(this.rows[this.active]!);
+    this.rows = rows;
+    setAttribute(this.root, 'aria-rowcount', rows.length + 1);
+    if (activeKey !== null && (rows[this.active] === undefined || this.options.keyOf(rows[this.active]!) !== activeKey)) {
+      const again = rows.findIndex((row) => this.options.keyOf(row) === activeKey);
+      // What was active is gone: its neighbour takes its place.
+      this.active = again >= 0 ? again : Math.max(0, Math.min(this.active, rows.length - 1));
+    }
+    this.setHeight();
+    this.draw(true);
+  }
+
+  row(index: number): R | undefined {
+    return this.rows[index];
+  }
+
+  get length(): number {
+    return this.rows.length;
+  }
+
+  // Fills the rows in view again, after marks or contents have changed.
+  refresh(): void {
+    this.draw(true);
+  }
+
+  private draw(refill: boolean): void {
+    const count = this.rows.length;
+    const room = Math.max(0, this.root.clientHeight - this.head.offsetHeight);
+    const inView = Math.ceil(room / this.rowHeight) + 1;
+    const first = Math.max(0, Math.min(Math.floor(this.root.scrollTop / this.rowHeight) - SPARE / 2, count - inView - SPARE));
+    if (!refill && first === this.first) return;
+    this.first = first;
+    const size = Math.min(count, inView + SPARE);
+    while (this.pool.length < size) this.pool.push(this.makeRow());
+    while (this.pool.length > size) this.pool.pop()!.element.remove();
+    for (let index = first; index < first + size; ++index) {
+      const pooled = this.pool[index % size]!;
+      if (refill || pooled.index !== index) this.fillRow(pooled, index);
+    }
+    const alive = this.active >= first && this.active < first + size;
+    setAttribute(this.root, 'aria-activedescendant', alive && count > 0 ? `${this.prefix}-${this.active}` : null);
+  }
+
+  private makeRow(): PooledRow {
+    const cells = this.options.columns.map((column) => {
+      const cell = column.make ? column.make() : el('div');
+      cell.setAttribute('role', 'gridcell');
+      if (column.number) cell.classList.add('number');
+      if (column.extra) cell.classList.add('extra');
+      return cell;
+    });
+    const element = el('div', { class: 'trow', role: 'row' }, cells);
+    this.space.append(element);
+    return { element, cells, index: -1 };
+  }
+
+  private fillRow(pooled: PooledRow, index: number): void {
+    const row = this.rows[index];
+    if (row === undefined) return;
+    const { element, cells } = pooled;
+    pooled.index = index;
+    element.id = `${this.prefix}-${index}`;
+    element.style.transform = `translateY(${index * this.rowHeight}px)`;
+    setAttribute(element, 'aria-rowindex', index + 2);
+    element.classList.toggle('active', index === this.active);
+    if (this.options.selection) {
+      const markable = this.options.markable?.(row) ?? true;
+      setAttribute(element, 'aria-selected', markable ? (this.options.selection.has(this.options.keyOf(row)) ? 'true' : 'false') : null);
+    }
+    this.options.columns.forEach((column, at) => column.fill(cells[at]!, row, index));
+    this.options.decorate?.(element, row, index);
+  }
+
+  moveTo(index: number, quiet = false): void {
+    if (this.rows.length === 0) return;
+    this.active = Math.max(0, Math.min(index, this.rows.length - 1));
+    this.reveal(this.active);
+    this.draw(true);
+    const row = this.rows[this.active];
+    if (row !== undefined && !quiet) this.options.onActive?.(row, this.active);
+  }
+
+  private reveal(index: number): void {
+    const room = this.root.clientHeight - this.head.offsetHeight;
+    const top = index * this.rowHeight;
+    if (top < this.root.scrollTop) this.root.scrollTop = top;
+    else if (top + this.rowHeight > this.root.scrollTop + room) this.root.scrollTop = top + this.rowHeight - room;
+  }
+
+  private mark(index: number): void {
+    const row = this.rows[index];
+    const { selection } = this.options;
+    if (row === undefined || !selection || !(this.options.markable?.(row) ?? true)) return;
+    const key = this.options.keyOf(row);
+    if (!selection.has(key) && !(this.options.mayMark?.(row) ?? true)) return;
+    selection.toggle(index, key);
+    this.options.onMarked?.();
+    this.draw(true);
+  }
+
+  private keyAt = (index: number): string | null => {
+    const row = this.rows[index];
+    if (row === undefined || !(this.options.markable?.(row) ?? true) || !(this.options.mayMark?.(row) ?? true)) return null;
+    return this.options.keyOf(row);
+  };
+
+  private extend(index: number): void {
+    if (!this.options.selection) return;
+    this.options.selection.extendTo(index, this.keyAt);
+    this.options.onMarked?.();
+    this.draw(true);
+  }
+
+  markAll(): void {
+    if (!this.options.selection) return;
+    for (let i = 0; i < this.rows.length; ++i) {
+      const key = this.keyAt(i);
+      if (key !== null) this.options.selection.keys.add(key);
+    }
+    this.options.onMarked?.();
+    this.draw(true);
+  }
+
+  private key(event: KeyboardEvent): void {
+    if (event.target !== this.root || event.altKey) return;
+    if (this.options.onKey?.(event, this.active)) {
+      event.preventDefault();
+      return;
+    }
+    const page = Math.max(1, Math.floor((this.root.clientHeight - this.head.offsetHeight) / this.rowHeight) - 1);
+    const moves: Record<string, number> = {
+      ArrowDown: this.active + 1, ArrowUp: this.active - 1, PageDown: this.active + page, PageUp: this.active - page,
+      Home: 0, End: this.rows.length - 1,
+    };
+    const target = moves[event.key];
+    if (target !== undefined) {
+      event.preventDefault();
+      if (event.shiftKey && this.options.selection) {
+        this.extend(Math.max(0, Math.min(target, this.rows.length - 1)));
+      } else {
+        this.options.selection?.startAt(target);
+      }
+      this.moveTo(target);
+    } else if (event.key === ' ') {
+      event.preventDefault();
+      if (event.shiftKey) this.extend(this.active);
+      else this.mark(this.active);
+    } else if (event.key === 'Enter') {
+      const row = this.rows[this.active];
+      if (row === undefined) return;
+      event.preventDefault();
+      this.options.onEnter?.(row, this.active);
+    } else if (event.key.toLowerCase() === 'a' && (event.ctrlKey || event.metaKey) && this.options.selection) {
+      event.preventDefault();
+      this.markAll();
+    }
+  }
+
+  private indexOf(event: Event): number {
+    const element = (event.target as Element).closest('.trow');
+    return this.pool.find((pooled) => pooled.element === element)?.index ?? -1;
+  }
+
+  private click(event: MouseEvent): void {
+    const index = this.indexOf(event);
+    if (index < 0 || (event.target as Element).closest('button, a, .twist')) return;
+    if (event.shiftKey) this.extend(index);
+    else if (event.ctrlKey || event.metaKey || (event.target as Element).closest('.mark-cell')) this.mark(index);
+    else this.options.selection?.startAt(index);
+    this.moveTo(index);
+  }
+
+  private twice(event: MouseEvent): void {
+    const index = this.indexOf(event);
+    const row = this.rows[index];
+    if (row === undefined || (event.target as Element).closest('button, a, .twist, .mark-cell')) return;
+    this.options.onEnter?.(row, index);
+  }
+}
+
+// The cell with the box that shows whether a row is marked.
+export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Column<R> => ({
+  title: 'colMark', width: '1.25rem', hidden: true,
+  make: () => el('div', { class: 'mark-cell' }, el('span', { class: 'mark', 'aria-hidden': 'true' }, icon('check'))),
+  fill: (cell, row) => {
+    const box = cell.firstElementChild!;
+    const kind = state(row);
+    setAttribute(box, 'class', kind === 'open' ? 'mark' : `mark ${kind}`);
+    const use = box.firstElementChild?.firstElementChild;
+    if (use) setAttribute(use, 'href', kind === 'locked' ? '#i-lock' : '#i-check');
+  },
+});
