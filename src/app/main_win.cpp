@@ -1,7 +1,7 @@
 // The entry point: reads the command line, picks one mode, runs it and returns its exit
 // code. Here the parts are put together; nothing else makes them.
-#include "app/check_update_win.h"
 #include "app/askpass_win.h"
+#include "app/check_update_win.h"
 #include "app/command_line.h"
 #include "app/export_win.h"
 #include "app/scan_steps_win.h"

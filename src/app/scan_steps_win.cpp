@@ -3,8 +3,8 @@
 #include "analysis/size_tree.h"
 #include "base/time.h"
 #include "report/result_document.h"
-#include "scan/ssh_scan.h"
 #include "scan/mft_reader.h"
+#include "scan/ssh_scan.h"
 #include "scan/walk.h"
 
 namespace vorda {

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "analysis/background_run.h"
-#include "fileops/machine.h"
 #include "analysis/file_contents.h"
+#include "fileops/machine.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
