@@ -3,6 +3,7 @@
 #include "analysis/live_listing.h"
 #include "analysis/tree_api.h"
 #include "base/text.h"
+#include "fileops/cleanup_api.h"
 #include "fileops/delete_api.h"
 #include "http/session_api.h"
 #include "report/export_api.h"
@@ -69,6 +70,10 @@ const std::vector<Route>& routes() {
       {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
       {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
       {"/api/forget", "", [](State& s, const Request& r) { return forgetJob(r, s.jobs); }},
+      {"/api/emptybin", "POST",
+       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
+      {"/api/cleanup", "POST",
+       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/delete", "POST",
        [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},

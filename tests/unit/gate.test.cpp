@@ -31,6 +31,8 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/result", R"(404 {"error":"opdracht onbekend"})"},
     {"/api/cancel", R"(200 {"ok":true})"},
     {"/api/forget", R"(200 {"ok":true})"},
+    {"/api/emptybin", R"(200 {"ok":true,"bytes":0,"items":0})"},
+    {"/api/cleanup", R"(404 {"error":"noJob"})"},
     {"/api/delete", R"(400 {"error":"niets opgegeven"})"},
     {"/api/elevate", R"(200 {"ok":true,"already":true})"},
     {"/api/quit", "200 {\"ok\":true}"},
