@@ -91,11 +91,4 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
   return result;
 }
 
-void addMeasure(PathMeasure& sum, const PathMeasure& one) {
-  sum.bytes += one.bytes;
-  sum.files += one.files;
-  sum.unreadableFolders += one.unreadableFolders;
-  mergeTypes(sum.types, one.types);
-}
-
 } // namespace vorda

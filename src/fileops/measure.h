@@ -24,6 +24,4 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path);
 // cannot be listed stays in the table, empty.
 ScanResult surveyFolder(FolderSource& source, const std::wstring& path, const ScanOptions& options);
 
-void addMeasure(PathMeasure& sum, const PathMeasure& one);
-
 } // namespace vorda

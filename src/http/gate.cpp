@@ -6,6 +6,7 @@
 #include "analysis/tree_api.h"
 #include "analysis/verification.h"
 #include "base/text.h"
+#include "fileops/cleanup_api.h"
 #include "fileops/delete_api.h"
 #include "fileops/safety_rules.h"
 #include "http/session_api.h"
@@ -79,6 +80,8 @@ const std::vector<Route>& routes() {
            s.duplicates.forget(id);
          });
        }},
+      {"/api/emptybin", "POST",
+       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
       {"/api/dupsacross", "POST",
        [](State& s, const Request& r) {
          return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents, deleteRefusal);
@@ -90,15 +93,17 @@ const std::vector<Route>& routes() {
          return startFinder(r, s.finder, s.jobs, s.steps, deleteRefusal);
        }},
       {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
-      {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
-      {"/api/delete", "POST",
-       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/verifydups", "POST",
        [](State& s, const Request& r) {
          return startVerification(r, s.verification, *s.contents, deleteRefusal);
        }},
       {"/api/verifydups", "",
        [](State& s, const Request&) { return verificationStatus(s.verification); }},
+      {"/api/cleanup", "POST",
+       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/delete", "POST",
+       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
       {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},

@@ -34,6 +34,8 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/forget", R"(200 {"ok":true})"},
     {"/api/update", R"(502 {"ok":false,)"},
     {"/api/findfiles", R"(400 {"error":"needFilter"})"},
+    {"/api/emptybin", R"(200 {"ok":true,"bytes":0,"items":0})"},
+    {"/api/cleanup", R"(404 {"error":"noJob"})"},
     {"/api/delete", R"(400 {"error":"niets opgegeven"})"},
     {"/api/dupsacross", R"(200 {"started":true,"running":true})"},
     {"/api/verifydups", R"(400 {"error":"niets opgegeven"})"},

@@ -1,0 +1,91 @@
+#include "fileops/cleanup.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "fileops/deletion_log.h"
+#include "fileops/path_judge.h"
+#include "fileops/safety_rules.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::array<std::wstring_view, 3> kCleanable = {
+    L"\\windows\\temp", L"\\appdata\\local\\temp", L"\\softwaredistribution\\download"};
+
+bool liesWhereItSays(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  const PathFacts facts = folders.facts(path);
+  const auto place = machine.finalPlace(path);
+  if (!facts.folder || facts.reparsePoint || !place) return false;
+  const std::wstring named = machine.longPath(path).value_or(path);
+  // The drive may be a substituted one, the folders behind it may not be.
+  return endsWithIgnoreCase(place->path, std::wstring_view(named).substr(2));
+}
+
+// The names in a folder; false when it cannot be listed.
+bool listNames(FolderSource& folders, const std::wstring& path, std::vector<std::wstring>& names) {
+  const std::unique_ptr<FolderReader> reader = folders.reader();
+  if (!reader->open(path, false)) return false;
+  FolderItem item;
+  while (reader->next(item)) names.emplace_back(item.name);
+  return true;
+}
+
+// Whether the shell would take the path for this very entry. One called ".. ", say, which
+// can be made, would be read as the folder above.
+bool isReadAsSpelled(Machine& machine, const std::wstring& entry, const std::wstring& name) {
+  return !hasStrayCharacters(entry) && !losesItsEnd(name) &&
+         entry.find_first_of(L"*?") == std::wstring::npos &&
+         equalsIgnoreCase(machine.fullPath(entry), entry);
+}
+
+} // namespace
+
+bool isCleanableFolder(std::wstring_view path) {
+  const std::wstring normal = normalisePath(path);
+  return std::any_of(kCleanable.begin(), kCleanable.end(),
+                     [&normal](std::wstring_view one) { return endsWithIgnoreCase(normal, one); });
+}
+
+CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  CleanupResult result;
+  const std::wstring folder = normalisePath(path);
+  if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
+    result.error = "notAllowed";
+    return result;
+  }
+  // Held first and looked at then: what it is now it stays.
+  const std::shared_ptr<void> held = machine.hold(folder);
+  std::vector<std::wstring> names;
+  if (!folders.facts(folder).exists) {
+    result.error = "unreadable";
+  } else if (!liesWhereItSays(machine, folders, folder)) {
+    result.error = "notAllowed";
+  } else if (!listNames(folders, folder, names)) {
+    result.error = "unreadable";
+  }
+  if (!result.error.empty()) return result;
+
+  result.before = measurePath(folders, folder);
+  for (const std::wstring& name : names) {
+    const std::wstring entry = joinPath(folder, name);
+    const bool plain = isReadAsSpelled(machine, entry, name);
+    const PathMeasure measure = plain ? measurePath(folders, entry) : PathMeasure{};
+    const ShellOutcome outcome =
+        plain ? machine.shellDelete({entry}, false) : ShellOutcome{0, true};
+    if (outcome.code == 0 && !outcome.aborted) {
+      ++result.deleted;
+      result.bytes += measure.bytes;
+    } else {
+      ++result.skipped;
+    }
+  }
+  machine.appendToLog(
+      cleanedLine(machine.now(), result.bytes, path, result.deleted, result.skipped));
+  return result;
+}
+
+} // namespace vorda

@@ -1,0 +1,393 @@
+#include "fileops/cleanup.h"
+#include "support/app.h"
+#include "support/made_up_disk.h"
+
+#include <doctest/doctest.h>
+
+#include <array>
+#include <random>
+#include <set>
+
+using namespace vorda;
+using test::MadeUpDisk;
+
+namespace {
+
+constexpr std::uint64_t kMiB = 1ULL << 20;
+
+// An application on a made-up disk that changes when it deletes.
+struct DiskApp : test::App {
+  MadeUpDisk* disk;
+
+  DiskApp() : disk(std::make_unique<MadeUpDisk>().release()) {
+    state.folders.reset(disk);
+    state.machine.reset(disk);
+    state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
+                              ScanResult& result) {
+      return walk(*disk, progress, options, result, 2);
+    };
+  }
+  DiskApp(const DiskApp&) = delete;
+  DiskApp& operator=(const DiskApp&) = delete;
+  ~DiskApp() { static_cast<void>(state.machine.release()); } // the same object as the folders
+
+  std::shared_ptr<Job> scan(const std::string& path) {
+    const std::string answer = told("POST", "/api/scan", "path=" + path);
+    const int id = std::stoi(answer.substr(10));
+    waitUntilDone(id);
+    return state.jobs.find(id);
+  }
+};
+
+// All that a scan knows, by full names.
+using Facts = std::set<std::string>;
+
+void addFolder(Facts& facts, const ScanResult& result, std::uint32_t index) {
+  const FolderEntry& folder = result.folders[index];
+  std::string line = "folder " + toUtf8(folderPath(result.folders, index, L'\\'));
+  for (const std::uint64_t number : {folder.ownBytes, folder.ownFiles, folder.totalBytes,
+                                     folder.totalFiles, static_cast<std::uint64_t>(folder.depth)}) {
+    line += " " + std::to_string(number);
+  }
+  CHECK(facts.insert(line).second);
+  for (std::uint32_t child = folder.firstChild; child != kNoFolder;
+       child = result.folders[child].nextSibling) {
+    CHECK(result.folders[child].parent == index);
+    addFolder(facts, result, child);
+  }
+}
+
+Facts factsOf(const Job& job) {
+  const ScanResult& result = job.result;
+  Facts facts;
+  addFolder(facts, result, 0);
+  for (const FileEntry& file : result.files) {
+    facts.insert("file " + toUtf8(filePath(result, file)) + " " + std::to_string(file.size));
+  }
+  for (const auto& [type, total] : result.types) {
+    facts.insert("type " + toUtf8(type) + " " + std::to_string(total.bytes) + " " +
+                 std::to_string(total.files));
+  }
+  facts.insert("totals " + std::to_string(result.fileCount) + " " +
+               std::to_string(result.byteCount) + " " + std::to_string(result.folderCount));
+  facts.insert("published " + std::to_string(job.progress.files) + " " +
+               std::to_string(job.progress.bytes) + " " + std::to_string(job.progress.dirs));
+  const std::string& document = *job.document;
+  std::string shown = document.substr(document.find("\"exts\""));
+  facts.insert(shown + document.substr(document.find("\"used\""), 40));
+  return facts;
+}
+
+std::string firstDifference(const Facts& a, const Facts& b) {
+  for (const std::string& one : a) {
+    if (!b.contains(one)) return one;
+  }
+  return a.size() == b.size() ? "" : "one more: " + firstDifference(b, a);
+}
+
+// Nobody is told that a scan of now would tell otherwise.
+void checkLikeFreshScan(DiskApp& app, const Job& job) {
+  std::string root;
+  for (const char c : toUtf8(job.target)) root += c == '\\' ? "%5C" : std::string(1, c);
+  const auto fresh = app.scan(root);
+  CHECK(firstDifference(factsOf(job), factsOf(*fresh)) == "");
+  app.told("GET", "/api/forget?id=" + std::to_string(fresh->id));
+}
+
+void fill(MadeUpDisk& disk) {
+  disk.volume(L"C:");
+  for (const wchar_t* path : {L"C:\\r\\a\\big.iso", L"C:\\r\\a\\deep\\more\\big.ISO",
+                              L"C:\\r\\b\\other.bin", L"C:\\r\\top.bin"}) {
+    disk.add(path, 70 * kMiB);
+  }
+  for (const wchar_t* path :
+       {L"C:\\r\\a\\small.txt", L"C:\\r\\b\\s.txt", L"C:\\r\\loose.txt", L"C:\\r\\b\\c\\s.iso"}) {
+    disk.add(path, 100);
+  }
+  disk.add(L"C:\\r\\empty\\");
+  disk.link(L"C:\\r\\link", L"C:\\elsewhere");
+  disk.add(L"C:\\elsewhere\\x");
+}
+
+} // namespace
+
+TEST_CASE("after a deletion the scan on view is what a new one would find") {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"p=C:%5Cr%5Ca", R"("deleted":1,"bytes":146800740,"freed":146800740,"binned":0,)"},
+      {"p=C:%5Cr%5Ca%5Cdeep&p=C:%5Cr%5Cb%5Cs.txt&p=C:%5Cr%5Ctop.bin",
+       R"("deleted":3,"bytes":146800740,"freed":146800740,"binned":0,)"},
+      {"p=c:/R/loose.TXT&p=C:%5Cr%5Cempty&p=C:%5Cr%5Clink", R"("deleted":3,"bytes":100,)"},
+      {"p=C:%5Cr%5Cb&p=C:%5Cr%5Clocked", R"("deleted":1,"bytes":73400520,)"}};
+  for (const auto& [fields, expected] : rows) {
+    CAPTURE(fields);
+    DiskApp app;
+    fill(*app.disk);
+    app.disk->add(L"C:\\r\\locked\\in\\use.bin", 70 * kMiB).locked = true;
+    app.disk->add(L"C:\\r\\locked\\in\\free.bin", 80 * kMiB);
+    app.disk->add(L"C:\\r\\locked\\in\\gone\\free.txt", 3);
+    const auto job = app.scan("C:%5Cr");
+    const std::size_t indices = job->result.folders.size();
+    const std::string dry = app.told("POST", "/api/delete", fields + "&job=1&permanent=1&dryrun=1");
+    CHECK(job->freed == 0);
+    const std::string told = app.told("POST", "/api/delete", fields + "&job=1&permanent=1");
+    CHECK(told.find(expected) != std::string::npos);
+    CHECK(app.disk->shellCalls == 1);
+    if (told.find("failed") == std::string::npos) {
+      // The dry run told the same size, and the same paths.
+      const auto bytes = [](const std::string& text) {
+        const std::size_t at = text.find("\"bytes\":");
+        return text.substr(at, text.find(',', at) - at);
+      };
+      CHECK(bytes(dry) == bytes(told));
+    }
+    CHECK(dry.substr(dry.find("\"refused\"")) ==
+          told.substr(told.find("\"refused\""), told.size() - told.find("\"refused\"") - 1) +
+              ",\"noBin\":[]}");
+    CHECK(job->result.folders.size() == indices);
+    CHECK(job->document->find("\"freed\":" + std::to_string(job->freed)) != std::string::npos);
+    checkLikeFreshScan(app, *job);
+  }
+}
+
+TEST_CASE("any sequence of deletions leaves a true tree") {
+  std::mt19937 random(20);
+  for (int round = 0; round < 25; ++round) {
+    DiskApp app;
+    app.disk->volume(L"C:");
+    std::vector<std::wstring> paths;
+    for (int i = 0; i < 120; ++i) {
+      std::wstring path = L"C:\\r";
+      for (auto depth = random() % 4; depth-- > 0;) {
+        path += L"\\d" + std::to_wstring(random() % 4);
+        paths.push_back(path);
+      }
+      path += L"\\f" + std::to_wstring(i) + (i % 3 == 0 ? L".iso" : L".txt");
+      app.disk->add(path, random() % 7 == 0 ? (random() % 3 + 50) * kMiB : random() % 1000).locked =
+          random() % 40 == 0;
+      paths.push_back(path);
+    }
+    const auto job = app.scan("C:%5Cr");
+    std::uint64_t freed = 0;
+    for (int step = 0; step < 6; ++step) {
+      std::string fields = "job=1&permanent=1";
+      for (auto n = random() % 6 + 1; n-- > 0;) {
+        fields += "&p=" + toUtf8(paths[random() % paths.size()]);
+      }
+      const std::string told = app.told("POST", "/api/delete", fields);
+      freed += std::stoull(told.substr(told.find("\"bytes\":") + 8));
+      CHECK(job->freed == freed);
+      checkLikeFreshScan(app, *job);
+    }
+  }
+}
+
+TEST_CASE("into the bin, and out of it") {
+  DiskApp app;
+  fill(*app.disk);
+  app.disk->add(L"C:\\$Recycle.Bin\\S-1\\$Rold.txt", 5 * kMiB);
+  const auto drive = app.scan("C:%5C");
+  CHECK(app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cb%5Cother.bin&p=C:%5Cr%5Cb%5Cs.txt") ==
+        R"(200 {"deleted":2,"bytes":73400420,"freed":0,"binned":73400420,"error":"",)"
+        R"("dryRun":false,"refused":[],"wouldDelete":["C:\\r\\b\\other.bin","C:\\r\\b\\s.txt"]})");
+  CHECK(drive->freed == 0);
+  CHECK(drive->binned == 73400420);
+  // Only the list of kept files differs: the file in the bin has a new name there.
+  const auto withoutFile = [](Facts facts) {
+    std::erase_if(facts, [](const std::string& one) {
+      return one.starts_with("file C:\\$Recycle.Bin") || one.starts_with("\"exts\"");
+    });
+    return facts;
+  };
+  const auto fresh = app.scan("C:%5C");
+  CHECK(firstDifference(withoutFile(factsOf(*drive)), withoutFile(factsOf(*fresh))) == "");
+
+  app.disk->emptyResult = static_cast<std::int32_t>(0x80004005);
+  CHECK(app.told("POST", "/api/emptybin") ==
+        R"(500 {"ok":false,"bytes":0,"items":0,"error":"emptyFailed"})");
+  CHECK(drive->binned == 73400420);
+  CHECK(drive->freed == 0);
+  app.disk->emptyResult = 0;
+  CHECK(app.told("POST", "/api/emptybin") == R"(200 {"ok":true,"bytes":73400420,"items":2})");
+  CHECK(drive->binned == 0);
+  CHECK(drive->freed == 73400420 + 5 * kMiB);
+  checkLikeFreshScan(app, *drive);
+  // An empty bin is no failure, whatever the shell calls it.
+  for (const std::uint32_t code : {0x80070002U, 0x8000FFFFU}) {
+    app.disk->emptyResult = static_cast<std::int32_t>(code);
+    CHECK(app.told("POST", "/api/emptybin") == R"(200 {"ok":true,"bytes":0,"items":0})");
+  }
+  app.disk->binItems = 1;
+  CHECK(app.told("POST", "/api/emptybin").starts_with("500"));
+}
+
+TEST_CASE("scans without a bin in their tree move what was binned to what is freed") {
+  DiskApp app;
+  fill(*app.disk);
+  app.disk->volume(L"D:");
+  app.disk->add(L"D:\\x", 3);
+  const auto folder = app.scan("C:%5Cr");
+  const auto other = app.scan("D:%5C");
+  const auto remote = app.scan("D:%5C");
+  remote->kind = "ssh";
+  remote->binned = 9;
+  app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Cb");
+  app.told("POST", "/api/delete", "job=2&p=D:%5Cx");
+  CHECK(folder->binned == 73400620);
+  checkLikeFreshScan(app, *folder);
+  CHECK(app.told("POST", "/api/emptybin").starts_with("200"));
+  CHECK(folder->freed == 73400620);
+  CHECK(other->freed == 3);
+  CHECK(other->document->find("\"freed\":3,\"binned\":0") != std::string::npos);
+  CHECK(remote->binned == 9);
+}
+
+TEST_CASE("a bin that takes a part") {
+  DiskApp app;
+  fill(*app.disk);
+  app.disk->add(L"C:\\$Recycle.Bin\\desktop.ini", 0);
+  const auto job = app.scan("C:%5C");
+  // Somebody else's deletion is in the bin's growth, or the shell kept a part: 3 files of 4.
+  app.disk->binsNothing = true;
+  app.disk->beforeShell = [&app] { app.disk->binBytes += 75; };
+  for (int i = 0; i < 4; ++i) app.disk->add(L"C:\\p\\" + std::to_wstring(i), 25);
+  app.told("GET", "/api/forget?id=1");
+  const auto now = app.scan("C:%5C");
+  CHECK(app.told("POST", "/api/delete", "job=2&p=C:%5Cp").find(R"("freed":25,"binned":75,)") !=
+        std::string::npos);
+  const auto& folders = now->result.folders;
+  const auto bin = FindFolder(folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1");
+  REQUIRE(bin);
+  CHECK(folders[*bin].totalBytes == 75);
+  CHECK(folders[*bin].totalFiles == 3);
+  CHECK(folders[0].totalBytes == now->result.byteCount);
+  CHECK(now->result.byteCount == job->result.byteCount + 75);
+}
+
+TEST_CASE("folders for temporary files are emptied, and nothing else") {
+  CHECK(isCleanableFolder(L"C:\\Windows\\Temp\\"));
+  CHECK(isCleanableFolder(L"c:/windows/temp"));
+  CHECK(isCleanableFolder(L"C:\\Users\\anna\\AppData\\Local\\Temp"));
+  CHECK(isCleanableFolder(L"C:\\Windows\\SoftwareDistribution\\Download//"));
+  for (const wchar_t* path : {L"C:\\Windows", L"D:\\temp", L"C:\\Windows\\Temp\\x", L"",
+                              L"C:\\XWindows\\Temp", L"C:\\AppData\\Temp"}) {
+    CHECK_FALSE(isCleanableFolder(path));
+  }
+
+  DiskApp app;
+  MadeUpDisk& disk = *app.disk;
+  disk.volume(L"C:");
+  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\old\\deep\\a.tmp", 10);
+  disk.add(L"C:\\Windows\\Temp\\used\\free.tmp", 20);
+  disk.add(L"C:\\Windows\\Temp\\used\\held.tmp", 30).locked = true;
+  // Read by the shell, these would be the folder above, every file, and a device.
+  for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul"}) {
+    test::DiskNode& temp = *disk.at(L"C:\\Windows\\Temp");
+    temp.children.push_back(std::make_shared<test::DiskNode>());
+    temp.children.back()->name = name;
+    temp.children.back()->folder = false;
+    temp.children.back()->parent = &temp;
+  }
+  disk.add(L"C:\\Windows\\system.ini", 5);
+  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
+  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8);
+  const auto job = app.scan("C:%5C");
+  // Since then eve has put a link in the way of her folder.
+  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
+  disk.link(L"C:\\Users\\eve\\AppData", L"C:\\Users\\anna\\Documents\\AppData");
+
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
+  CHECK(app.told("POST", "/api/cleanup", "what=downloads&job=1") ==
+        R"(400 {"error":"notAllowed"})");
+  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") ==
+        R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})");
+  disk.removeNode(*disk.at(L"C:\\Users\\anna")); // only eve's way there is tried
+  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
+  const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
+  // Temp: two of the entries went, one is in use and four are not touched; anna's own is
+  // emptied as the advice names it, but for what is in use; eve's is passed over.
+  CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":7,"folders":2,"bytes":1153433630})");
+  CHECK(
+      disk.log ==
+      "2026-01-02 03:04:05  LEEGGEMAAKT  1153433610  C:\\Windows\\Temp  (2 weg, 5 overgeslagen)\r\n"
+      "2026-01-02 03:04:05  LEEGGEMAAKT  0  C:\\Users\\anna\\Documents\\AppData\\Local\\Temp  "
+      "(0 weg, 1 overgeslagen)\r\n");
+  CHECK(disk.at(L"C:\\Windows\\system.ini") != nullptr);
+  CHECK(job->freed == 1153433630);
+  // Eve's change is hers, and no news to the scan.
+  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
+  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
+  checkLikeFreshScan(app, *job);
+}
+
+TEST_CASE("a request that is not whole, or names no usable scan, does nothing") {
+  DiskApp app;
+  fill(*app.disk);
+  app.scan("C:%5Cr");
+  app.told("POST", "/api/scan", "path=C:%5Cnone");
+  app.waitUntilDone(2);
+  const auto before = app.disk->snapshot();
+  const std::string cut = "p=C:%5Cr%5Ca&job=1";
+  for (const char* length : {"17", "19", "40", "018", "", "x"}) {
+    for (const char* path : {"/api/delete", "/api/cleanup"}) {
+      CHECK(app.told("POST", path, cut, {{"content-length", length}}) ==
+            R"(400 {"error":"incomplete"})");
+    }
+  }
+  for (const char* job : {"", "2", "3", "x", "1x", "-1", "0"}) {
+    CHECK(app.told("POST", "/api/delete", std::string("p=C:%5Cr%5Ca&job=") + job) ==
+          R"(404 {"error":"noJob"})");
+  }
+  CHECK(app.told("POST", "/api/delete", "job=1&dryrun=1") == R"(400 {"error":"niets opgegeven"})");
+  // A field that is not exactly "1" is not set; and the first of two counts.
+  CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Ca&dryrun=1&dryrun=0").find("\"dryRun\":true") !=
+        std::string::npos);
+  CHECK(app.told("POST", "/api/delete", "p=C:%5C&dryrun=01").find("\"dryRun\":false") !=
+        std::string::npos);
+  CHECK(app.disk->snapshot() == before);
+  CHECK(app.told("POST", "/api/delete", cut, {{"content-length", "18"}}).starts_with("200"));
+}
+
+TEST_CASE("while the disk works, scans answer and only the same scan's files wait") {
+  DiskApp app;
+  fill(*app.disk);
+  app.disk->volume(L"D:");
+  app.disk->add(L"D:\\x\\y", 3);
+  app.disk->add(L"C:\\Windows\\Temp\\z", 3);
+  app.scan("C:%5Cr");
+  app.scan("D:%5C");
+  std::atomic<bool> gate{false};
+  std::atomic<int> inShell{0};
+  std::atomic<int> done{0};
+  app.disk->beforeShell = [&] {
+    if (++inShell == 1) {
+      while (!gate) std::this_thread::yield();
+    }
+  };
+  const auto remove = [&app, &done](const char* fields) {
+    return std::thread([&app, &done, fields] {
+      app.told("POST", "/api/delete", fields);
+      ++done;
+    });
+  };
+  std::vector<std::thread> threads;
+  threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Ca"));
+  while (inShell == 0) std::this_thread::yield();
+  CHECK(app.told("GET", "/api/jobs").starts_with("200 [{\"id\":1,"));
+  CHECK(app.told("GET", "/api/result?id=1").find("big.iso") != std::string::npos);
+  CHECK(app.told("GET", "/api/dirs?id=1&p=C:%5Cr").find("\"n\":\"a\"") != std::string::npos);
+  threads.push_back(remove("job=2&permanent=1&p=D:%5Cx")); // another scan's
+  while (done == 0) std::this_thread::yield();
+  threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Cb"));
+  threads.emplace_back([&app, &done] {
+    app.told("POST", "/api/emptybin");
+    ++done;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  CHECK(inShell == 2);
+  CHECK(done == 1);
+  gate = true;
+  for (std::thread& thread : threads) thread.join();
+  CHECK(inShell == 3);
+  CHECK(app.disk->snapshot().size() == 12);
+}
