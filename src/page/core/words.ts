@@ -16,7 +16,7 @@ const ERRORS: Record<string, Key> = {
   'onbekend eindpunt': 'eUnknownRequest', 'onjuiste of ontbrekende sleutel': 'keyWrong',
   'geen pad opgegeven': 'eNoSuchDir', 'opdracht onbekend': 'eNoJob', 'nog niet klaar': 'eNotReady',
   'niets opgegeven': 'delNothing',
-  aborted: 'delAborted', offline: 'eOffline',
+  incomplete: 'eIncomplete', aborted: 'delAborted', offline: 'eOffline',
 };
 
 export interface Wording {

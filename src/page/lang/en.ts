@@ -417,7 +417,7 @@ export const en = {
   r_profile: 'a whole user profile',
   r_outside: 'outside the scanned folder, or that folder itself',
   r_missing: 'no longer there',
-  r_ambiguous: 'Windows could take this path for another one',
+  r_ambiguous: 'too long, or Windows could take this path for another one',
 
   // ---- key ----
   keyTitle: 'Key needed',
@@ -469,5 +469,6 @@ export const en = {
   eForeignOrigin: 'Vorda refused a request that seemed to come from another page.',
   eInternalError: 'Vorda met an error of its own.',
   eUnknownRequest: 'This Vorda is older than this page and does not know this request.',
+  eIncomplete: 'The request did not arrive whole. Nothing was done.',
   eNotReady: 'The result is not ready yet.',
 } as const;

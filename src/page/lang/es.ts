@@ -405,7 +405,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'un perfil de usuario entero',
   r_outside: 'fuera de la carpeta analizada, o esa misma carpeta',
   r_missing: 'ya no existe',
-  r_ambiguous: 'Windows podría tomar esta ruta por otra',
+  r_ambiguous: 'demasiado larga, o Windows podría tomar esta ruta por otra',
 
   keyTitle: 'Hace falta la clave',
   keyText: 'Este Vorda atiende también a otros equipos y pide su clave. En ese equipo, «vorda.exe --show-key» la muestra.',
@@ -454,5 +454,6 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   eForeignOrigin: 'Vorda ha rechazado una petición que parecía venir de otra página.',
   eInternalError: 'Vorda ha tenido un error interno.',
   eUnknownRequest: 'Este Vorda es más antiguo que esta página y no conoce esta petición.',
+  eIncomplete: 'La petición no llegó completa. No se ha hecho nada.',
   eNotReady: 'El resultado aún no está listo.',
 });

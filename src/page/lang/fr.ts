@@ -404,7 +404,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'un profil d’utilisateur entier',
   r_outside: 'hors du dossier analysé, ou ce dossier lui-même',
   r_missing: 'n’existe plus',
-  r_ambiguous: 'Windows pourrait prendre ce chemin pour un autre',
+  r_ambiguous: 'trop long, ou Windows pourrait prendre ce chemin pour un autre',
 
   keyTitle: 'Clé requise',
   keyText: 'Ce Vorda sert aussi d’autres ordinateurs et demande sa clé. Sur cet ordinateur, « vorda.exe --show-key » l’affiche.',
@@ -453,5 +453,6 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   eForeignOrigin: 'Vorda a refusé une demande qui semblait venir d’une autre page.',
   eInternalError: 'Vorda a rencontré une erreur interne.',
   eUnknownRequest: 'Ce Vorda est plus ancien que cette page et ne connaît pas cette demande.',
+  eIncomplete: 'La demande n’est pas arrivée entière. Rien n’a été fait.',
   eNotReady: 'Le résultat n’est pas encore prêt.',
 });

@@ -404,7 +404,7 @@ export const nl = dictionary<'one' | 'other'>()({
   r_profile: 'een heel gebruikersprofiel',
   r_outside: 'buiten de gescande map, of die map zelf',
   r_missing: 'bestaat niet meer',
-  r_ambiguous: 'Windows zou dit pad voor een ander kunnen houden',
+  r_ambiguous: 'te lang, of Windows zou dit pad voor een ander kunnen houden',
 
   keyTitle: 'Sleutel nodig',
   keyText: 'Deze Vorda bedient ook andere computers en vraagt om de sleutel. Op die computer toont "vorda.exe --show-key" hem.',
@@ -453,5 +453,6 @@ export const nl = dictionary<'one' | 'other'>()({
   eForeignOrigin: 'Vorda weigerde een verzoek dat van een andere pagina leek te komen.',
   eInternalError: 'In Vorda zelf ging iets mis.',
   eUnknownRequest: 'Deze Vorda is ouder dan deze pagina en kent dit verzoek niet.',
+  eIncomplete: 'Het verzoek kwam niet volledig aan. Er is niets gedaan.',
   eNotReady: 'Het resultaat is nog niet klaar.',
 });

@@ -405,7 +405,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'um perfil de utilizador inteiro',
   r_outside: 'fora da pasta analisada, ou essa própria pasta',
   r_missing: 'já não existe',
-  r_ambiguous: 'o Windows poderia tomar este caminho por outro',
+  r_ambiguous: 'demasiado longo, ou o Windows poderia tomar este caminho por outro',
 
   keyTitle: 'É precisa a chave',
   keyText: 'Este Vorda serve também outros computadores e pede a chave. Nesse computador, «vorda.exe --show-key» mostra-a.',
@@ -454,5 +454,6 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   eForeignOrigin: 'O Vorda recusou um pedido que parecia vir de outra página.',
   eInternalError: 'O Vorda teve um erro interno.',
   eUnknownRequest: 'Este Vorda é mais antigo do que esta página e não conhece este pedido.',
+  eIncomplete: 'O pedido não chegou completo. Nada foi feito.',
   eNotReady: 'O resultado ainda não está pronto.',
 });

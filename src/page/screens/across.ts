@@ -7,6 +7,7 @@ import { shown } from '../core/paths';
 import { Selection } from '../core/selection';
 import { shareOf } from '../core/units';
 import { messageOf } from '../ui/api';
+import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
 import { openDialog } from '../ui/dialog';
 import { button, cutPath, el, field, fill, heading, icon, setAttribute, setText } from '../ui/dom';
@@ -169,6 +170,9 @@ export function across(): Screen {
       { title: 'colDate', width: '6.5rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.copy ? date(row.copy.m) : '') },
     ],
     onMarked: () => bar.update(),
+    onActive: (row) => {
+      if (row.copy) showHit(row.copy, row.group.s);
+    },
     onEnter: (row) => {
       if (row.copy) void reveal(row.copy.p);
     },
@@ -247,8 +251,10 @@ export function across(): Screen {
   if (!duplicates.asked) void duplicates.follow();
 
   return {
-    root: el('div', { class: 'screen fills' }, el('div', { class: 'top' }, heading(t('acTitle')), el('span', { class: 'muted' }, t('acIntro'))),
+    root: el('div', { class: 'screen fills' }, el('div', { class: 'top' }, heading(t('acTitle')), el('span', { class: 'muted' }, t('acIntro')), detailsButton()),
+     
       formPlace, el('div', { class: 'line' }, status, el('span', { class: 'push' }, stop)), progress, notes, results),
+    detailed: true,
     leave: () => table?.leave(),
     update: (changes) => {
       if (changes.has('across') || changes.has('jobs') || changes.has('results')) update();

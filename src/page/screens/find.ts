@@ -3,6 +3,7 @@ import type { Hit } from '../core/answers';
 import { date, failure, phrase, size, t } from '../core/i18n';
 import { baseName, shown } from '../core/paths';
 import { Selection } from '../core/selection';
+import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
 import { button, choice, el, field, fill, heading, inert, setAttribute, setText } from '../ui/dom';
 import { nameOf, searchable } from '../ui/jobs';
@@ -114,7 +115,7 @@ export function find(): Screen {
       scanChoices(entered.without), problem));
   };
 
-  const filter = el('input', { type: 'search', class: 'input', placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => arrange() } });
+  const filter = el('input', { type: 'search', class: 'input filter', placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => arrange() } });
   const filtered = el('span', { class: 'small muted' });
 
   const makeTable = (): Table<Hit> => new Table<Hit>({
@@ -127,6 +128,7 @@ export function find(): Screen {
       { title: 'colDate', width: '6.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
     ],
     onMarked: () => bar.update(),
+    onActive: (hit) => showHit(hit, hit.s),
     onEnter: (hit) => void reveal(hit.p),
     onKey: (event) => {
       const hit = table?.row(table.active);
@@ -139,6 +141,7 @@ export function find(): Screen {
       order = { word: word as SortWord, down };
       table?.showSort(word, down);
       arrange();
+      table?.toTop();
     },
     decorate: (element, hit) => setAttribute(element, 'title', shown(hit.p.slice(0, 1000)) + (hit.lock ? ` (${t('locked', { why: phrase('r_', hit.lock) })})` : '')),
   });
@@ -232,8 +235,10 @@ export function find(): Screen {
   if (!finder.asked) void finder.follow();
 
   return {
-    root: el('div', { class: 'screen fills' }, el('div', { class: 'top' }, heading(t('fiTitle')), el('span', { class: 'muted' }, t('fiIntro'))),
+    root: el('div', { class: 'screen fills' }, el('div', { class: 'top' }, heading(t('fiTitle')), el('span', { class: 'muted' }, t('fiIntro')), detailsButton()),
+     
       formPlace, el('div', { class: 'line' }, status, el('span', { class: 'push' }, stop)), progress, notes, results),
+    detailed: true,
     leave: () => table?.leave(),
     update: (changes) => {
       if (changes.has('find') || changes.has('jobs') || changes.has('results')) update();

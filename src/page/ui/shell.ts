@@ -11,7 +11,7 @@ import { cancelScan, forgetScan, isRunning, nameOf, poll, progressText, stateTex
 import { goTo, type Screen } from './screen';
 import { listen, SECTIONS, state, type Change, type Section } from './state';
 import { chooseLanguage, chooseTheme, theme } from './theme';
-import { toastPlaces } from './toast';
+import { toast, toastPlaces } from './toast';
 import { advice } from '../screens/advice';
 import { across } from '../screens/across';
 import { explorer } from '../screens/explorer';
@@ -264,6 +264,7 @@ function onChange(changes: ReadonlySet<Change>): void {
     }
     updateElevateButtons();
   }
+  if (changes.has('offline') && !state.offline) toast(t('back'));
   for (const update of frame.updates) update();
   if (frame.section !== state.section) showSection(true);
   else frame.screen.update?.(changes);

@@ -206,6 +206,11 @@ export class Table<R> {
     if (row !== undefined && !quiet) this.options.onActive?.(row, this.active);
   }
 
+  toTop(): void {
+    this.root.scrollTop = 0;
+    this.moveTo(0, true);
+  }
+
   private reveal(index: number): void {
     const room = this.root.clientHeight - this.head.offsetHeight;
     const top = index * this.rowHeight;
