@@ -68,7 +68,7 @@ export interface MapItem<T> {
 export interface Tile<T> extends Rect {
   item: T;
   level: number; // 0 for the folder's own children
-  branch: number; // which child of the folder it belongs to
+  branch: number; // which child it belongs to, counted where there first is more than one; -1 above that
   heading: boolean; // keeps a strip at its top for its name
 }
 
@@ -85,10 +85,11 @@ const MOST_TILES = 6000;
 export function layoutMap<T>(top: T, area: Rect, childrenOf: (item: T) => MapItem<T>[], deepest: number, heading: number): MapLayout<T> {
   const tiles: Tile<T>[] = [];
   const melted: Rect[] = [];
-  const waiting: { item: T; area: Rect; level: number; branch: number }[] = [{ item: top, area, level: 0, branch: -1 }];
+  const waiting: { item: T; area: Rect; level: number; branch: number; tile: Tile<T> | null }[] = [{ item: top, area, level: 0, branch: -1, tile: null }];
   for (let at = 0; at < waiting.length && tiles.length < MOST_TILES; ++at) {
-    const { item, area: space, level, branch } = waiting[at]!;
+    const { item, area: space, level, branch, tile: holder } = waiting[at]!;
     const children = childrenOf(item);
+    if (holder) holder.heading = children.length > 0;
     const rects = squarify(children.map((child) => child.size), space);
     let rest: Rect | null = null;
     for (let i = 0; i < rects.length; ++i) {
@@ -98,11 +99,11 @@ export function layoutMap<T>(top: T, area: Rect, childrenOf: (item: T) => MapIte
         continue;
       }
       const deeper = level + 1 < deepest && rect.w > 24 && rect.h > heading + 24;
-      const tile: Tile<T> = { ...rect, item: children[i]!.item, level, branch: branch < 0 ? i : branch, heading: deeper };
+      const tile: Tile<T> = { ...rect, item: children[i]!.item, level, branch: branch >= 0 ? branch : children.length > 1 ? i : -1, heading: false };
       tiles.push(tile);
       if (deeper) {
         waiting.push({
-          item: tile.item, level: level + 1, branch: tile.branch,
+          item: tile.item, level: level + 1, branch: tile.branch, tile,
           area: { x: rect.x + 2, y: rect.y + heading, w: rect.w - 4, h: rect.h - heading - 2 },
         });
       }

@@ -11,12 +11,12 @@ const ERRORS: Record<string, Key> = {
   unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', quitRefused: 'eQuitRefused',
   updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'eNeedFilter',
   noJob: 'eNoJob', notAllowed: 'eNotAllowed', emptyFailed: 'eEmptyFailed', notScanned: 'eNotScanned',
-  foreignOrigin: 'eForeignOrigin', internalError: 'eInternalError', '': 'eScanFailed',
+  foreignOrigin: 'eForeignOrigin', searchFailed: 'eInternalError', internalError: 'eInternalError', '': 'eScanFailed',
   // The program's own phrases, for requests this page does not normally make.
   'onbekend eindpunt': 'eUnknownRequest', 'onjuiste of ontbrekende sleutel': 'keyWrong',
   'geen pad opgegeven': 'eNoSuchDir', 'opdracht onbekend': 'eNoJob', 'nog niet klaar': 'eNotReady',
   'niets opgegeven': 'delNothing',
-  aborted: 'delAborted', offline: 'eOffline',
+  incomplete: 'eIncomplete', aborted: 'delAborted', offline: 'eOffline',
 };
 
 export interface Wording {

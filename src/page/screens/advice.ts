@@ -1,1 +1,117 @@
-import { heading, el } from '../ui/dom'; import type { Screen } from '../ui/screen'; export const advice = (): Screen => ({ root: el('div', {}, heading('advice')) });
+// The findings of a scan: what each is, what acting on it means, and where its places are.
+import type { Finding, Job, ResultDoc } from '../core/answers';
+import { count, known, phrase, size, t, text } from '../core/i18n';
+import { shareOf } from '../core/units';
+import { openCleanup, openEmptyBin } from '../ui/cleaning';
+import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
+import { elevateButton } from '../ui/elevate';
+import { scanMarksBar, toggleMark } from '../ui/marks';
+import { openInExplorer } from '../ui/places';
+import { emptyState, goTo, resultScreen, type ResultScreen, type Screen } from '../ui/screen';
+import { isRemote, state } from '../ui/state';
+import { toast } from '../ui/toast';
+
+// Findings whose places are emptied as a whole, never deleted one by one.
+const EMPTIED = ['tempfiles', 'updates', 'recyclebin'];
+
+interface Place {
+  path: string;
+  bytes: number;
+  files: number;
+  group: number;
+  lock: string;
+}
+
+export function placesOf(finding: Finding): Place[] {
+  return finding.paths.map((path, i): Place => ({
+    path, bytes: finding.pathBytes[i] ?? 0, files: finding.pathFiles[i] ?? 0, group: finding.pathGroup[i] ?? 0, lock: finding.pathLock[i] ?? '',
+  })).sort((a, b) => b.bytes - a.bytes || a.group - b.group);
+}
+
+// Where places are copies of each other, one of each group stays.
+function lastOfGroup(places: Place[], place: Place): boolean {
+  return place.group > 0 && !places.some((other) => other.group === place.group && other.path !== place.path && !state.selection.has(other.path));
+}
+
+function placeRow(place: Place, places: Place[], largest: number, canMark: boolean): HTMLElement {
+  const label = t('dtMark');
+  const box = el('input', { type: 'checkbox', 'aria-label': `${label}: ${place.path}`, checked: state.selection.has(place.path), 'data-key': place.path, on: {
+    change: () => {
+      if (box.checked && lastOfGroup(places, place)) {
+        box.checked = false;
+        toast(t('acLast'));
+        return;
+      }
+      toggleMark(place.path, place.bytes);
+    },
+  } });
+  const locked = place.lock !== '';
+  return el('li', {},
+    canMark && !locked ? box : locked ? el('span', { title: t('locked', { why: phrase('r_', place.lock) }) }, icon('lock')) : el('span'),
+    cutPath(place.path), meter(shareOf(place.bytes, largest), 'extra'),
+    el('span', { class: 'number extra muted' }, place.files > 0 ? t('nFiles', { n: place.files }) : ''),
+    el('span', { class: 'number' }, size(place.bytes)),
+    iconButton('explorer', `${t('adOpen')}: ${place.path}`, () => openInExplorer(place.path)),
+    locked && canMark ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
+}
+
+function actionsOf(job: Job, finding: Finding): HTMLElement[] {
+  switch (finding.code) {
+    case 'recyclebin': return [button(t('emptyBin'), openEmptyBin, { icon: 'broom' })];
+    case 'tempfiles':
+    case 'updates': return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
+    case 'duplicates': return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
+    case 'denied': return state.targets && !state.targets.elevated && !state.hello.auth ? [elevateButton()] : [];
+    default: return [];
+  }
+}
+
+function card(job: Job, finding: Finding): HTMLElement {
+  const places = placesOf(finding);
+  const largest = places[0]?.bytes ?? 0;
+  const canMark = !isRemote(job) && !EMPTIED.includes(finding.code);
+  const title = known(`a_${finding.code}`) ? text(`a_${finding.code}`) : finding.code;
+  const line = (label: string, part: string): HTMLElement[] => {
+    const key = `a_${finding.code}_${part}`;
+    if (!known(key)) return part === 'what' ? [el('dt', {}, label), el('dd', {}, t('a_unknown_what'))] : [];
+    return [el('dt', {}, label), el('dd', {}, text(key, { n: finding.n1 }))];
+  };
+  const heading = el('h2', { tabindex: '-1', id: `finding-${finding.code}` }, title);
+  return el('article', { class: 'panel finding', 'aria-labelledby': heading.id },
+    el('div', { class: 'title' }, heading, el('span', { class: `tag ${finding.level}` }, text(`level_${finding.level}`)),
+      finding.bytes > 0 ? el('span', { class: 'amount' }, size(finding.bytes)) : null),
+    el('dl', {}, line(t('adWhat'), 'what'), line(t('adWhy'), 'why'), line(t('adEffect'), 'effect'), line(t('adReturns'), 'returns')),
+    places.length > 0 ? el('section', { class: 'stack' }, el('h3', {}, t('adPlaces')), el('ul', { class: 'places' }, places.map((place) => placeRow(place, places, largest, canMark)))) : null,
+    finding.notes.length > 0 && places.length === 0 ? el('section', { class: 'stack' }, el('h3', {}, t('adNotes')), el('ul', { class: 'small' }, finding.notes.map((note) => el('li', {}, inert(note.slice(0, 600)))))) : null,
+    el('div', { class: 'actions' }, actionsOf(job, finding),
+      places.length === 0 && finding.target ? button(t('adOpen'), () => openInExplorer(finding.target), { icon: 'explorer' }) : null));
+}
+
+function make(job: Job, doc: ResultDoc): ResultScreen {
+  if (doc.advice.length === 0) {
+    return { content: emptyState(t('adEmpty'), t('adEmptyText'), button(t('secExplorer'), () => goTo('explorer'), { icon: 'explorer' })) };
+  }
+  const cards = el('div', { class: 'stack wide' }, doc.advice.map((finding) => card(job, finding)));
+  const bar = scanMarksBar(() => cards.querySelector<HTMLElement>('input, h2'));
+  bar.root.classList.add('stays');
+  requestAnimationFrame(() => {
+    const wanted = state.finding && document.getElementById(`finding-${state.finding}`);
+    state.finding = '';
+    if (!wanted) return;
+    wanted.scrollIntoView({ block: 'start' });
+    wanted.focus({ preventScroll: true });
+  });
+  return {
+    top: el('span', { class: 'muted' }, count(doc.advice.length)),
+    content: [bar.root, cards],
+    update: (changes) => {
+      if (!changes.has('selection')) return;
+      bar.update();
+      cards.querySelectorAll<HTMLInputElement>('input').forEach((box) => {
+        box.checked = state.selection.has(box.dataset['key'] ?? '');
+      });
+    },
+  };
+}
+
+export const advice = (): Screen => resultScreen('adTitle', make);

@@ -6,7 +6,7 @@ import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { detailsButton, showDetails } from '../ui/details';
 import { el, icon, setAttribute, setIcon, setText } from '../ui/dom';
-import { loadFolder } from '../ui/folders';
+import { expandTo, loadFolder } from '../ui/folders';
 import { scanMarksBar } from '../ui/marks';
 import { openInMap } from '../ui/places';
 import { resultScreen, type ResultScreen, type Screen } from '../ui/screen';
@@ -182,6 +182,7 @@ function make(job: Job): ResultScreen {
   complete();
   requestAnimationFrame(goToOpenFolder);
   let wanted = state.openFolder;
+  if (wanted && !rows.some((row) => row.entry.path === wanted)) void expandTo(job.id, wanted);
 
   return {
     top: [el('span', { class: 'small muted' }, t('exBigOnly', { size: size(BIG_FILE_BYTES) })), detailsButton()],

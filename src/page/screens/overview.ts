@@ -99,7 +99,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     .map((entry): Bar => ({ label: inert(entry.name), bytes: entry.s, open: () => openPath(entry.path) }));
   const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
   const types = doc.exts.slice(0, LISTED).map((type): Bar => ({ label: inert(typeName(type.e)), bytes: type.s, open: () => {
-    state.openFolder = type.e;
+    state.type = type.e;
     goTo('types');
   } }));
   const findings = doc.advice.filter((finding) => finding.level !== 'good');

@@ -1,7 +1,7 @@
 // The pane beside the tree and the map: the chosen folder or file, in full.
-import { date, percent, size, t } from '../core/i18n';
+import { date, percent, phrase, size, t } from '../core/i18n';
 import type { Entry } from '../core/tree';
-import { joinPath, parentOf } from '../core/paths';
+import { baseName, joinPath, parentOf } from '../core/paths';
 import { shareOf } from '../core/units';
 import { openDeletion } from './deletion';
 import { button, choice, el, fill, inert, iconButton, wholePath } from './dom';
@@ -13,9 +13,19 @@ import { copyText } from './toast';
 
 const LISTED_FILES = 30;
 
-const pane = { root: null as HTMLElement | null, entry: null as Entry | null, job: 0, timer: 0 };
+// A file that a search found, in whatever scan.
+interface Found {
+  p: string;
+  m: number;
+  lock?: string;
+  names?: string[];
+}
+
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0 };
 
 export function detailsPane(): HTMLElement {
+  pane.entry = null;
+  pane.found = null;
   pane.root = el('aside', { class: 'details', 'aria-label': t('details') });
   draw();
   return pane.root;
@@ -24,10 +34,30 @@ export function detailsPane(): HTMLElement {
 // Shows an entry of the scan on view. Its files are fetched once the choice has rested a moment.
 export function showDetails(entry: Entry | null): void {
   pane.entry = entry;
+  pane.found = null;
   pane.job = state.view;
   draw();
   clearTimeout(pane.timer);
   if (entry?.kind === 'folder') pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), 250);
+}
+
+export function showHit(found: Found, bytes: number): void {
+  pane.entry = { kind: 'file', path: found.p, name: baseName(found.p), s: bytes, f: 1, n: 0, m: found.m };
+  pane.found = found;
+  draw();
+}
+
+function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, close: HTMLElement): void {
+  const names = found.names ?? [];
+  fill(root, el('div', { class: 'stack wide' },
+    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close),
+    el('dl', {}, fact(t('dtSize'), size(s)), m > 0 ? fact(t('dtDate'), date(m)) : null, fact(t('dtPath'), wholePath(path))),
+    found.lock ? el('p', { class: 'small' }, t('locked', { why: phrase('r_', found.lock) })) : null,
+    el('div', { class: 'actions' },
+      button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
+      button(t('reveal'), () => void reveal(path), { icon: 'reveal' })),
+    names.length > 0 ? el('section', { class: 'stack' }, el('p', { class: 'small muted' }, t('acHard', { n: names.length })),
+      el('ul', { class: 'small' }, names.slice(0, LISTED_FILES).map((one) => el('li', {}, wholePath(one))))) : null));
 }
 
 export function toggleDrawer(): void {
@@ -60,6 +90,10 @@ function draw(): void {
     fill(root!, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));
     return;
   }
+  if (pane.found) {
+    drawHit(root!, entry, pane.found, close);
+    return;
+  }
   const tree = treeOf(pane.job);
   const remote = isRemote(jobOnView());
   const isRoot = entry.path === tree?.root.path;
@@ -88,7 +122,7 @@ function draw(): void {
 listen((changes) => {
   if (!pane.root?.isConnected) return;
   if (changes.has('view')) pane.entry = null;
-  if (changes.has('results') && pane.entry) pane.entry = treeOf(state.view)?.find(pane.entry.path) ?? null;
+  if (changes.has('results') && pane.entry && !pane.found) pane.entry = treeOf(state.view)?.find(pane.entry.path) ?? null;
   if (changes.has('view') || changes.has('results') || changes.has('details') || changes.has('selection')) {
     // Typing and clicking inside must not lose the place.
     const focused = [...pane.root.querySelectorAll('button, input')].indexOf(document.activeElement as Element);

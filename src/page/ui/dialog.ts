@@ -35,8 +35,10 @@ export function openDialog(options: DialogOptions): Dialog {
     element.querySelectorAll('.toasts').forEach((toasts) => document.body.append(toasts));
     element.remove();
     options.onClose?.();
-    if (!(before instanceof HTMLElement) || !before.isConnected || document.activeElement === document.body) {
-      (before instanceof HTMLElement && before.isConnected ? before : options.fallback?.() ?? document.querySelector<HTMLElement>('main h1'))?.focus();
+    // What had the focus may be gone or hidden by now; then a neighbour takes it.
+    for (const next of [before, options.fallback?.(), document.querySelector('main h1')]) {
+      if (document.activeElement !== document.body && document.activeElement !== null) break;
+      if (next instanceof HTMLElement) next.focus();
     }
   });
   element.showModal();

@@ -4,6 +4,7 @@ import { count, failure, size, t } from '../core/i18n';
 import { sameTarget } from '../core/paths';
 import { api, form, messageOf, query } from './api';
 import { changed, clearFetched, isRemote, jobById, state } from './state';
+import { dropFromSearches } from './runs';
 import { announce, toast, toastFailure } from './toast';
 
 const POLL_MS = 400;
@@ -147,6 +148,7 @@ function drop(id: number): void {
   state.results.delete(id);
   state.resultErrors.delete(id);
   state.trees.delete(id);
+  dropFromSearches((_path, job) => job === id);
 }
 
 export async function forgetScan(id: number): Promise<void> {

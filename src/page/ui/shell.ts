@@ -11,7 +11,7 @@ import { cancelScan, forgetScan, isRunning, nameOf, poll, progressText, stateTex
 import { goTo, type Screen } from './screen';
 import { listen, SECTIONS, state, type Change, type Section } from './state';
 import { chooseLanguage, chooseTheme, theme } from './theme';
-import { toastPlaces } from './toast';
+import { toast, toastPlaces } from './toast';
 import { advice } from '../screens/advice';
 import { across } from '../screens/across';
 import { explorer } from '../screens/explorer';
@@ -32,7 +32,7 @@ const FIRST: readonly Section[] = ['overview', 'explorer', 'advice', 'picker'];
 export const isSection = (text: string): text is Section => (SECTIONS as readonly string[]).includes(text);
 
 const sectionLink = (section: Section): HTMLAnchorElement =>
-  el('a', { href: `#${section}` }, icon(section), el('span', { class: 'word' }, t(TITLES[section])));
+  el('a', { href: `#${section}`, title: t(TITLES[section]) }, icon(section), el('span', { class: 'word' }, t(TITLES[section])));
 
 function languageSelect(): HTMLSelectElement {
   const select = el('select', { class: 'input' },
@@ -149,7 +149,7 @@ function makeChip(job: Job): Chip {
 function header(): { root: HTMLElement; update: () => void } {
   const list = el('ul', { class: 'line chips', 'aria-label': t('scansList') });
   const chips = new Map<number, Chip>();
-  const machine = el('span', { class: 'small muted push' });
+  const machine = el('span', { class: 'small muted push machine' });
   const rights = el('span', {});
   const progress = el('div', { class: 'progress unknown slim', 'aria-hidden': 'true' }, el('span'));
   const root = el('header', { class: 'header' }, el('div', { class: 'bar' }, list, machine, rights), progress);
@@ -264,6 +264,7 @@ function onChange(changes: ReadonlySet<Change>): void {
     }
     updateElevateButtons();
   }
+  if (changes.has('offline') && !state.offline) toast(t('back'));
   for (const update of frame.updates) update();
   if (frame.section !== state.section) showSection(true);
   else frame.screen.update?.(changes);

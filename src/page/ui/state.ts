@@ -22,6 +22,7 @@ export const state = {
   selection: new Selection(), // paths in the explorer, the map and the advice
   weights: new Map<string, number>(), // bytes of the marked paths when they were marked
   expanded: new Set<string>(),
+  type: '', // the type in focus
   openFolder: '', // the folder whose details or map is on view
   types: new Map<string, ExtAnswer | string>(), // by extension: the detail, or why there is none
   finding: '', // the advice finding in focus

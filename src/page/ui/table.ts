@@ -27,6 +27,7 @@ export interface TableOptions<R> {
   selection?: Selection;
   onMarked?: () => void;
   mayMark?: (row: R) => boolean; // asked before each mark
+  onRefused?: () => void; // told when a single mark was not allowed
   onActive?: (row: R, index: number) => void;
   onEnter?: (row: R, index: number) => void;
   onKey?: (event: KeyboardEvent, index: number) => boolean; // true: done with it
@@ -205,6 +206,11 @@ export class Table<R> {
     if (row !== undefined && !quiet) this.options.onActive?.(row, this.active);
   }
 
+  toTop(): void {
+    this.root.scrollTop = 0;
+    this.moveTo(0, true);
+  }
+
   private reveal(index: number): void {
     const room = this.root.clientHeight - this.head.offsetHeight;
     const top = index * this.rowHeight;
@@ -217,7 +223,10 @@ export class Table<R> {
     const { selection } = this.options;
     if (row === undefined || !selection || !(this.options.markable?.(row) ?? true)) return;
     const key = this.options.keyOf(row);
-    if (!selection.has(key) && !(this.options.mayMark?.(row) ?? true)) return;
+    if (!selection.has(key) && !(this.options.mayMark?.(row) ?? true)) {
+      this.options.onRefused?.();
+      return;
+    }
     selection.toggle(index, key);
     this.options.onMarked?.();
     this.draw(true);
