@@ -2,16 +2,14 @@
 
 #include "base/time.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace vorda {
 
 namespace {
 
+constexpr std::uint32_t kFileSignature = 0x454C4946; // "FILE"
 constexpr std::size_t kStride = 512;
-constexpr std::uint32_t kEndOfAttributes = 0xFFFFFFFF;
-constexpr std::size_t kSmallestAttribute = 16;
 constexpr std::size_t kNonResidentHeader = 56; // up to and with the real size
 constexpr std::size_t kNameOffset = 66;        // in the value of a file name
 // The largest file that the file system can hold; anything above is damage.
@@ -68,7 +66,7 @@ void takeData(const Attribute& attribute, RecordValues& values) {
 
 RecordHeader readHeader(ByteView record) {
   RecordHeader header;
-  header.file = record.holds(0, 4) && std::memcmp(record.data(), "FILE", 4) == 0;
+  header.file = record.u32(0) == kFileSignature;
   const std::uint16_t flags = record.u16(22);
   header.inUse = (flags & 1U) != 0;
   header.directory = (flags & 2U) != 0;
@@ -91,24 +89,6 @@ bool applyFixups(std::uint8_t* record, std::size_t size) {
   for (std::size_t i = 1; i <= strides; ++i) {
     std::memmove(record + i * kStride - 2, sequence.data() + 2 * i, 2);
   }
-  return true;
-}
-
-AttributeWalk::AttributeWalk(ByteView record)
-    : record_(record.part(0, std::min<std::size_t>(record.u32(24), record.size()))),
-      at_(record.u16(20)) {}
-
-bool AttributeWalk::next(Attribute& attribute) {
-  if (!record_.holds(at_, 4)) return false;
-  attribute.type = record_.u32(at_);
-  if (attribute.type == kEndOfAttributes) return false;
-  const std::size_t length = record_.u32(at_ + 4);
-  if (length < kSmallestAttribute || !record_.holds(at_, length)) {
-    broken_ = attribute.type != 0; // empty space is an end like any other
-    return false;
-  }
-  attribute.bytes = record_.part(at_, length);
-  at_ += length;
   return true;
 }
 

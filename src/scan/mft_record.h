@@ -11,6 +11,8 @@
 
 #include "base/byte_view.h"
 
+#include <algorithm>
+
 namespace vorda {
 
 inline constexpr std::uint32_t kStandardInformation = 0x10;
@@ -60,16 +62,35 @@ struct Attribute {
   ByteView runs() const { return bytes.from(bytes.u16(32)); }
 };
 
-// Goes through the attributes of a record whose fixups were applied.
+// Goes through the attributes of a record whose fixups were applied. Here, since it is the
+// innermost loop of the reader.
 class AttributeWalk {
 public:
-  explicit AttributeWalk(ByteView record);
+  explicit AttributeWalk(ByteView record)
+      : record_(record.part(0, std::min<std::size_t>(record.u32(24), record.size()))),
+        at_(record.u16(20)) {}
 
-  bool next(Attribute& attribute);
+  bool next(Attribute& attribute) {
+    if (!record_.holds(at_, 4)) return false;
+    attribute.type = record_.u32(at_);
+    if (attribute.type == kEnd) return false;
+    const std::size_t length = record_.u32(at_ + 4);
+    if (length < kSmallest || !record_.holds(at_, length)) {
+      broken_ = attribute.type != 0; // empty space is an end like any other
+      return false;
+    }
+    attribute.bytes = record_.part(at_, length);
+    at_ += length;
+    return true;
+  }
+
   // Whether the end was an attribute that cannot be one.
   bool broken() const { return broken_; }
 
 private:
+  static constexpr std::uint32_t kEnd = 0xFFFFFFFF;
+  static constexpr std::size_t kSmallest = 16;
+
   ByteView record_; // the bytes in use
   std::size_t at_;
   bool broken_ = false;

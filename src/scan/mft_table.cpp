@@ -17,6 +17,15 @@ bool isDots(ByteView units) {
   return units.size() <= 4 && units.u16(0) == '.' && (units.size() == 2 || units.u16(2) == '.');
 }
 
+void writeWide(ByteView units, std::uint8_t* out) {
+  const bool dots = isDots(units);
+  for (std::size_t i = 0; i < units.size(); i += 2) {
+    const std::uint16_t unit = dots ? kReplacement : shown(units.u16(i));
+    out[i] = static_cast<std::uint8_t>(unit & 0xFFU);
+    out[i + 1] = static_cast<std::uint8_t>(unit >> 8U);
+  }
+}
+
 } // namespace
 
 void MftEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
@@ -30,8 +39,9 @@ void MftEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t 
   flags = static_cast<std::uint8_t>(others | (name.narrow ? kNarrowName : 0));
 }
 
-std::uint8_t* NamePool::Writer::take(std::size_t bytes, std::uint32_t& at) {
+std::uint8_t* NamePool::Writer::roomFor(std::size_t bytes, std::uint32_t& at) {
   if (bytes > kBlockBytes - used_) {
+    used_ = kBlockBytes;
     block_ = pool_.next_.fetch_add(1, std::memory_order_relaxed);
     if (block_ >= pool_.blocks_.size()) return nullptr;
     pool_.blocks_[block_].reset(new (std::nothrow) std::uint8_t[kBlockBytes]);
@@ -39,32 +49,27 @@ std::uint8_t* NamePool::Writer::take(std::size_t bytes, std::uint32_t& at) {
     used_ = 0;
   }
   at = static_cast<std::uint32_t>((block_ * kBlockBytes + used_) / 2);
-  std::uint8_t* place = pool_.blocks_[block_].get() + used_;
-  used_ += (bytes + 1) / 2 * 2;
-  return place;
+  return pool_.blocks_[block_].get() + used_;
 }
 
 bool NamePool::Writer::add(ByteView units, PooledName& name) {
   const std::size_t length = units.size() / 2;
-  const bool dots = isDots(units);
-  std::uint32_t all = dots ? kReplacement : 0;
-  for (std::size_t i = 0; i < length; ++i) all |= shown(units.u16(2 * i));
-  name.narrow = all < 256;
+  std::uint8_t* out = roomFor(2 * length, name.at);
+  if (out == nullptr) return false;
   name.length = static_cast<std::uint8_t>(length);
-  std::uint8_t* out = take(name.narrow ? length : 2 * length, name.at);
-  if (out == nullptr) {
-    used_ = kBlockBytes;
-    return false;
-  }
+  // Nearly all names are narrow and clean, so that is tried first.
+  const std::uint8_t* in = units.data();
+  std::uint8_t high = 0;
+  bool hostile = isDots(units);
   for (std::size_t i = 0; i < length; ++i) {
-    const std::uint16_t unit = dots ? kReplacement : shown(units.u16(2 * i));
-    if (name.narrow) {
-      out[i] = static_cast<std::uint8_t>(unit);
-    } else {
-      out[2 * i] = static_cast<std::uint8_t>(unit & 0xFFU);
-      out[2 * i + 1] = static_cast<std::uint8_t>(unit >> 8U);
-    }
+    const std::uint8_t low = in[2 * i];
+    out[i] = low;
+    high |= in[2 * i + 1];
+    hostile = hostile || low == 0 || low == '/' || low == '\\';
   }
+  name.narrow = high == 0 && !hostile;
+  if (!name.narrow) writeWide(units, out);
+  used_ += name.narrow ? (length + 1) / 2 * 2 : 2 * length;
   return true;
 }
 

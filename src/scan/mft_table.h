@@ -79,14 +79,14 @@ public:
     bool add(ByteView units, PooledName& name);
 
   private:
-    std::uint8_t* take(std::size_t bytes, std::uint32_t& at);
+    // Room for so many bytes; add() says how many of them it used.
+    std::uint8_t* roomFor(std::size_t bytes, std::uint32_t& at);
 
     NamePool& pool_;
     std::size_t block_ = 0;
     std::size_t used_ = kBlockBytes;
   };
 
-  // Calls back with the units of a name, as a range of bytes or of two-byte units.
   wchar_t unit(const PooledName& name, std::size_t i) const {
     const std::uint8_t* bytes = start(name);
     if (name.narrow) return bytes[i];

@@ -1,0 +1,217 @@
+// NTFS volumes in memory, put together record by record.
+#pragma once
+
+#include "scan/mft_build.h"
+#include "scan/volume.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace vorda::test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline void put(Bytes& bytes, std::size_t at, std::uint64_t value, std::size_t count) {
+  if (bytes.size() < at + count) bytes.resize(at + count);
+  for (std::size_t i = 0; i < count; ++i) {
+    bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  }
+}
+
+inline std::uint64_t reference(std::uint64_t record, std::uint64_t sequence) {
+  return record | sequence << 48U;
+}
+
+// Written as on the disk: { length, offset from the run before }, in 4 bytes each.
+inline Bytes runList(const std::vector<std::pair<std::uint32_t, std::int64_t>>& runs) {
+  Bytes list;
+  for (const auto& [count, offset] : runs) {
+    list.push_back(0x44);
+    put(list, list.size(), count, 4);
+    put(list, list.size(), static_cast<std::uint64_t>(offset), 4);
+  }
+  list.push_back(0);
+  return list;
+}
+
+class TestRecord {
+public:
+  // Sequence number 1 and a base record unless said otherwise.
+  explicit TestRecord(bool directory = false, std::uint64_t base = 0, std::uint16_t sequence = 1) {
+    bytes_.assign({'F', 'I', 'L', 'E'});
+    put(bytes_, 16, sequence, 2);
+    put(bytes_, 20, 256, 2);
+    put(bytes_, 22, directory ? 3 : 1, 2);
+    put(bytes_, 32, base, 8);
+    bytes_.resize(256); // room for the update sequence of any record size
+  }
+
+  TestRecord& resident(std::uint32_t type, const Bytes& value, bool named = false) {
+    Bytes attribute;
+    put(attribute, 8, named ? 0x100 : 0, 2);
+    put(attribute, 16, value.size(), 4);
+    put(attribute, 20, 24, 4);
+    attribute.insert(attribute.end(), value.begin(), value.end());
+    return add(type, attribute);
+  }
+
+  TestRecord& nonResident(std::uint32_t type, std::uint64_t size, const Bytes& runs = {0},
+                          std::uint64_t firstCluster = 0, bool named = false) {
+    Bytes attribute;
+    put(attribute, 8, named ? 0x101 : 1, 2);
+    put(attribute, 16, firstCluster, 8);
+    put(attribute, 32, 64, 2);
+    put(attribute, 48, size, 8);
+    attribute.resize(64);
+    attribute.insert(attribute.end(), runs.begin(), runs.end());
+    return add(type, attribute);
+  }
+
+  TestRecord& modified(std::uint64_t fileTime) {
+    Bytes value(32);
+    put(value, 8, fileTime, 8);
+    return resident(kStandardInformation, value);
+  }
+
+  TestRecord& name(const std::wstring& name, std::uint64_t parent, std::uint8_t nameSpace = 1) {
+    Bytes value(66);
+    put(value, 0, parent, 8);
+    put(value, 64, name.size(), 1);
+    put(value, 65, nameSpace, 1);
+    for (const wchar_t unit : name) put(value, value.size(), static_cast<std::uint64_t>(unit), 2);
+    return resident(kFileName, value);
+  }
+
+  TestRecord& file(const std::wstring& called, std::uint64_t parent, std::uint64_t size) {
+    return name(called, parent).nonResident(kData, size);
+  }
+
+  // With the end mark and the protection.
+  Bytes finished(std::size_t recordBytes) const {
+    Bytes bytes = bytes_;
+    put(bytes, bytes.size(), 0xFFFFFFFF, 4);
+    put(bytes, 24, bytes.size() + 4, 4);
+    bytes.resize(recordBytes);
+    put(bytes, 4, 48, 2);
+    put(bytes, 6, recordBytes / 512 + 1, 2);
+    put(bytes, 48, 0x4711, 2);
+    for (std::size_t i = 1; i <= recordBytes / 512; ++i) {
+      std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(i * 512 - 2), 2,
+                  bytes.begin() + static_cast<std::ptrdiff_t>(48 + 2 * i));
+      put(bytes, i * 512 - 2, 0x4711, 2);
+    }
+    return bytes;
+  }
+
+private:
+  TestRecord& add(std::uint32_t type, Bytes& attribute) {
+    attribute.resize((attribute.size() + 7) / 8 * 8);
+    put(attribute, 0, type, 4);
+    put(attribute, 4, attribute.size(), 4);
+    bytes_.insert(bytes_.end(), attribute.begin(), attribute.end());
+    return *this;
+  }
+
+  Bytes bytes_;
+};
+
+// A volume of 512-byte sectors and 1,024-byte records whose table begins at cluster 64.
+struct TestVolume {
+  std::uint32_t clusterBytes = 512;
+  std::uint32_t tableRecords = 64;
+  std::map<std::uint32_t, TestRecord> records; // without record 0
+  TestRecord first;                            // record 0 without its data
+  // Of the table: count and absolute first cluster.
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> extents{{128, 64}};
+  std::uint64_t sectors = 0x100000;
+
+  TestVolume() {
+    records.emplace(5, TestRecord(true, 0, 5).name(L".", reference(5, 5)));
+    first.name(L"$MFT", reference(5, 5));
+  }
+
+  static Bytes runsOf(const std::vector<std::pair<std::uint32_t, std::uint32_t>>& extents) {
+    std::vector<std::pair<std::uint32_t, std::int64_t>> runs;
+    std::int64_t before = 0;
+    for (const auto& [count, at] : extents) {
+      runs.emplace_back(count, at - before);
+      before = at;
+    }
+    return runList(runs);
+  }
+
+  TestRecord& add(std::uint32_t number, TestRecord record) {
+    return records.insert_or_assign(number, std::move(record)).first->second;
+  }
+
+  Bytes image() const {
+    TestRecord zero = first;
+    zero.nonResident(kData, std::uint64_t{tableRecords} * 1024, runsOf(extents));
+    return image(zero);
+  }
+
+  Bytes image(const TestRecord& zero) const {
+    Bytes bytes(4096);
+    std::copy_n("NTFS    ", 8, bytes.begin() + 3);
+    put(bytes, 11, 512, 2);
+    put(bytes, 13, clusterBytes / 512, 1);
+    put(bytes, 40, sectors, 8);
+    put(bytes, 48, 64, 8);
+    put(bytes, 64, 0xF6, 1);
+    Bytes table = zero.finished(1024);
+    for (const auto& [number, record] : records) {
+      table.resize(std::max<std::size_t>(table.size(), std::size_t{number} * 1024));
+      const Bytes one = record.finished(1024);
+      table.insert(table.end(), one.begin(), one.end());
+    }
+    std::size_t done = 0;
+    for (const auto& [count, at] : extents) {
+      const std::size_t part =
+          std::min<std::size_t>(std::size_t{count} * clusterBytes, table.size() - done);
+      const std::size_t from = std::size_t{at} * clusterBytes;
+      if (bytes.size() < from + part) bytes.resize(from + part);
+      std::copy_n(table.begin() + static_cast<std::ptrdiff_t>(done), part,
+                  bytes.begin() + static_cast<std::ptrdiff_t>(from));
+      done += part;
+    }
+    return bytes;
+  }
+};
+
+// Reads like the system: whole sectors into aligned memory, or nothing. Behind the image's
+// bytes there are zeroes.
+class MemoryVolume final : public Volume {
+public:
+  explicit MemoryVolume(Bytes image) : image_(std::move(image)) {}
+  std::function<bool(std::uint64_t offset)> onRead; // false: the read fails
+  std::size_t mostBuffer = std::size_t{1} << 30U;   // bytes
+
+  std::size_t read(std::uint64_t offset, std::uint8_t* out, std::size_t size) override {
+    const std::size_t sector = std::size_t{image_[11]} | std::size_t{image_[12]} << 8U;
+    const bool aligned = sector == 0 || (offset % sector == 0 && size % sector == 0 &&
+                                         reinterpret_cast<std::uintptr_t>(out) % sector == 0);
+    if (!aligned || (onRead && !onRead(offset))) return 0;
+    std::fill_n(out, size, std::uint8_t{0});
+    if (offset < image_.size()) {
+      std::copy_n(image_.begin() + static_cast<std::ptrdiff_t>(offset),
+                  std::min<std::size_t>(size, image_.size() - offset), out);
+    }
+    return size;
+  }
+
+  PageBuffer buffer(std::size_t size) override {
+    constexpr std::align_val_t kPage{4096};
+    const auto free = [](std::uint8_t* at) { operator delete(at, kPage); };
+    if (size > mostBuffer) return {nullptr, free};
+    return {static_cast<std::uint8_t*>(operator new(size, kPage)), free};
+  }
+
+private:
+  Bytes image_;
+};
+
+} // namespace vorda::test
