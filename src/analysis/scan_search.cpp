@@ -1,6 +1,5 @@
 #include "analysis/scan_search.h"
 
-#include "analysis/size_tree.h"
 #include "base/text.h"
 #include "scan/walk.h"
 
@@ -51,27 +50,6 @@ void divide(std::vector<SearchedScans::Scan>& scans) {
   }
 }
 
-// Hands on what a method that knows nothing of sinks has put into its list.
-void handOn(ScanResult& result, const std::vector<std::wstring>& leftOut, FileSink& sink) {
-  if (result.files.empty()) return;
-  ScanProgress summing;
-  SumTree(result.folders, summing);
-  const std::unique_ptr<FileTaker> taker = sink.taker();
-  std::uint32_t folder = kNoFolder;
-  std::wstring path;
-  bool taken = false;
-  for (const FileEntry& file : result.files) {
-    if (file.folder != folder) {
-      folder = file.folder;
-      path = folderPath(result.folders, folder, result.separator);
-      taken = std::none_of(leftOut.begin(), leftOut.end(), [&path](const std::wstring& root) {
-        return equalsIgnoreCase(root, path) || liesInside(root, path);
-      });
-    }
-    if (taken) taker->take({path, file.name, file.size, file.modified});
-  }
-}
-
 void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const ScanSteps& steps,
                Run& run, FileSink& sink) {
   const auto progress = std::make_shared<ScanProgress>();
@@ -84,9 +62,7 @@ void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const Sc
   options.leftOut = scan.leftOut;
   ScanResult result;
   run.beginScan(progress);
-  if (readLocal(steps, *progress, options, result)) {
-    handOn(result, scan.leftOut, sink);
-  } else {
+  if (!readLocal(steps, *progress, options, result)) {
     scan.error = progress->texts().failure;
     if (scan.error.empty()) scan.error = "scanFailed";
   }

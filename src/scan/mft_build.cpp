@@ -1,7 +1,11 @@
 #include "scan/mft_build.h"
 
+#include "base/text.h"
+
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <memory>
 #include <unordered_map>
 
 namespace vorda {
@@ -72,12 +76,53 @@ private:
   Totals::value_type* last_ = nullptr;
 };
 
+// Which folders of the table a search leaves out, with all that lies in them.
+class LeftOutFolders {
+public:
+  LeftOutFolders(const ScanOptions& options, const ScanResult& result)
+      : paths_(options.leftOut), result_(result) {}
+
+  bool contains(std::uint32_t folder) {
+    if (paths_.empty()) return false;
+    known_.resize(result_.folders.size(), kUnknown);
+    climb_.clear();
+    while (folder != kNoFolder && known_[folder] == kUnknown) {
+      climb_.push_back(folder);
+      folder = result_.folders[folder].parent;
+    }
+    bool out = folder != kNoFolder && known_[folder] == kOut;
+    for (auto at = climb_.rbegin(); at != climb_.rend(); ++at) {
+      out = out || isNamed(*at);
+      known_[*at] = out ? kOut : kIn;
+    }
+    return out;
+  }
+
+private:
+  static constexpr char kUnknown = 0;
+  static constexpr char kIn = 1;
+  static constexpr char kOut = 2;
+
+  bool isNamed(std::uint32_t folder) const {
+    return std::any_of(paths_.begin(), paths_.end(), [this, folder](const std::wstring& path) {
+      return endsWithIgnoreCase(path, result_.folders[folder].name) &&
+             equalsIgnoreCase(path, folderPath(result_.folders, folder, result_.separator));
+    });
+  }
+
+  const std::vector<std::wstring>& paths_;
+  const ScanResult& result_;
+  std::vector<char> known_;
+  std::vector<std::uint32_t> climb_;
+};
+
 // Folders keep their index in the result and their distance from the root where files
 // have size and time.
 class Builder {
 public:
   Builder(MftTable& table, const ScanOptions& options, ScanResult& result)
-      : table_(table), options_(options), result_(result), types_(table.names) {}
+      : table_(table), options_(options), result_(result), types_(table.names),
+        leftOut_(options, result) {}
 
   bool run() {
     if (table_.size() <= kRootRecord) return false;
@@ -87,7 +132,9 @@ public:
     placeFolders();
     addFiles();
     types_.moveInto(result_.types);
-    result_.folderCount = result_.folders.size();
+    for (std::uint32_t folder = 0; folder < result_.folders.size(); ++folder) {
+      if (!leftOut_.contains(folder)) ++result_.folderCount;
+    }
     return true;
   }
 
@@ -115,6 +162,7 @@ private:
   void place(MftEntry& folder);
   void climbed(MftEntry& folder, const MftEntry* parent);
   void addFiles();
+  void keep(std::uint32_t index, const std::wstring& name, const MftEntry& file);
   std::uint32_t folderOfFile(std::uint32_t record);
   std::uint32_t orphans();
 
@@ -124,6 +172,10 @@ private:
   TypeTally types_;
   std::vector<MftEntry*> climb_;
   std::uint32_t orphans_ = kNoFolder;
+  LeftOutFolders leftOut_;
+  std::unique_ptr<FileTaker> taker_; // when there is a sink
+  std::uint32_t takenFrom_ = kNoFolder;
+  std::wstring takenPath_;
 };
 
 void Builder::addFolders() {
@@ -208,12 +260,26 @@ std::uint32_t Builder::folderOfFile(std::uint32_t record) {
   return static_cast<std::uint32_t>(parent->size);
 }
 
+void Builder::keep(std::uint32_t index, const std::wstring& name, const MftEntry& file) {
+  if (!taker_) {
+    result_.files.push_back({index, name, file.size, file.modified});
+    return;
+  }
+  if (index != takenFrom_) {
+    takenFrom_ = index;
+    takenPath_ = folderPath(result_.folders, index, result_.separator);
+  }
+  taker_->take({takenPath_, name, file.size, file.modified});
+}
+
 void Builder::addFiles() {
+  if (options_.sink != nullptr) taker_ = options_.sink->taker();
   std::wstring name;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const MftEntry& file = table_[record];
     if (!file.seen() || file.directory()) continue;
     const std::uint32_t index = folderOfFile(record);
+    if (leftOut_.contains(index)) continue;
     FolderEntry& folder = result_.folders[index];
     folder.ownBytes += file.size;
     ++folder.ownFiles;
@@ -223,10 +289,9 @@ void Builder::addFiles() {
     if (record < kFirstUserRecord || file.nameLength == 0) continue;
     if (file.size < options_.fileListThreshold) continue;
     table_.names.read(file.name(), name);
-    if (options_.keeps(name, file.size)) {
-      result_.files.push_back({index, name, file.size, file.modified});
-    }
+    if (options_.keeps(name, file.size)) keep(index, name, file);
   }
+  taker_.reset();
 }
 
 } // namespace

@@ -258,6 +258,8 @@ bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& 
   try {
     failure = readVolume(open, progress, options, result);
   } catch (const std::bad_alloc&) {
+    // A sink may have been given some files already, and the walk would give it them again.
+    if (options.sink != nullptr) throw;
     failure = "mftMemory";
   }
   if (!failure.empty()) {

@@ -124,14 +124,6 @@ TEST_CASE("a search from its fields to its document") {
       R"("failed":[{"id":4,"label":"D:","error":"noSuchDir"}]}})"));
   CHECK(numberIn(find("ids=5&names=*"), "scans") == 0);
 
-  // A method that fills its list instead of a sink is as good.
-  app.state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
-  app.state.steps.turbo = [&app](ScanProgress& progress, ScanOptions options, ScanResult& result) {
-    options.sink = nullptr;
-    options.leftOut.clear();
-    return walk(*app.folders, progress, options, result, 2);
-  };
-  CHECK(find("ids=1,2,3,4,5,6&names=*&sort=size") == inside);
   app.told("GET", "/api/forget?id=6");
   CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
 }

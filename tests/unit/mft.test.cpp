@@ -1,3 +1,4 @@
+#include "base/paths.h"
 #include "scan/job.h"
 #include "scan/mft_boot.h"
 #include "scan/mft_extents.h"
@@ -236,6 +237,43 @@ TEST_CASE("what does not hang on the root is gathered in one folder") {
   CHECK(root.totalBytes == read.result.byteCount);
   CHECK(read.result.folders.back().ownFiles == 6);
   CHECK(read.result.folders[1].name == L"dir");
+}
+
+TEST_CASE("a search is handed its files, without those of the folders it leaves out") {
+  struct Collected final : FileSink, FileTaker {
+    Lines lines;
+    std::unique_ptr<FileTaker> taker() override { return std::make_unique<Forward>(*this); }
+    void take(const FoundFile& file) override {
+      lines.insert(joinPath(file.folder, file.name) + L" " + std::to_wstring(file.size));
+    }
+    struct Forward final : FileTaker {
+      explicit Forward(Collected& to) : to_(to) {}
+      void take(const FoundFile& file) override { to_.take(file); }
+      Collected& to_;
+    };
+  } sink;
+  TestVolume volume;
+  volume.add(20, TestRecord(true).name(L"Below", reference(22, 1)));
+  volume.add(21, TestRecord(true).name(L"out", reference(22, 1)));
+  volume.add(22, TestRecord(true).name(L"A", kRoot));
+  volume.add(23, TestRecord(true).name(L"deep", reference(21, 1)));
+  std::uint32_t record = 30;
+  for (const std::uint64_t folder : {kRoot, reference(20, 1), reference(21, 1), reference(23, 1)}) {
+    volume.add(record, TestRecord().file(L"f", folder, record));
+    ++record;
+  }
+  ScanProgress progress;
+  ScanOptions options;
+  options.root = L"D:";
+  options.fileListThreshold = 31;
+  options.leftOut = {L"d:\\a\\OUT", L"D:\\A\\ow"};
+  options.sink = &sink;
+  ScanResult result;
+  REQUIRE(readMft(opens(volume.image()), progress, options, result));
+  CHECK(sink.lines == Lines{L"D:\\A\\Below\\f 31"});
+  CHECK(result.files.empty());
+  CHECK(result.fileCount == 3); // with the table itself
+  CHECK(result.folderCount == 3);
 }
 
 TEST_CASE("names cannot lead to another place") {
