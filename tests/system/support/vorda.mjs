@@ -66,8 +66,8 @@ export function start(args, { program = exe, ...options } = {}) {
 
 // The same without its output, for runs that open windows: the first of these starts a desktop
 // process of Wine's, which would hold the pipes for as long as Wine runs.
-export function startSilent(args, options) {
-  const child = startWine([exe, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio: 'ignore' });
+export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
+  const child = startWine([program, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
