@@ -68,7 +68,7 @@ void deleteHandOver() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kPath, KEY_WOW64_64K
 
 void noteDuringInstallation() {
   const KernelHandle installing(OpenMutexW(SYNCHRONIZE, FALSE, kInstallerMutex));
-  if (!installing.valid()) return;
+  if (!installing.valid() && GetLastError() != ERROR_ACCESS_DENIED) return; // none exists
   const std::wstring record = agentRecord(processAccount(GetCurrentProcess()), GetCommandLineW());
   const ListLock lock;
   writeHandOver(withAgent(readHandOver(), record, fileTimeNow()));

@@ -20,58 +20,42 @@ std::string told(const StepOutcome& outcome) {
   return text;
 }
 
-RunningCopy copy(std::uint32_t id, CopyKind kind, const std::wstring& account = L"") {
-  return {id, true, false, L"v.exe --x" + std::to_wstring(id), kind, account};
-}
-
 } // namespace
 
 TEST_CASE("closing: who is ended, what is said and what is remembered") {
   std::vector<std::uint32_t> ended;
-  std::optional<bool> serviceStops = true;
   CloseSteps steps;
+  steps.copies = {{1, false, true, L"", CopyKind::page, L""}};
   steps.end = [&ended](std::uint32_t id) {
     ended.push_back(id);
-    return id != 5;
+    return id != 3;
   };
-  steps.stopService = [&](std::uint32_t id) {
-    CHECK(std::find(ended.begin(), ended.end(), id) == ended.end()); // never ended before
-    return serviceStops;
+  steps.stopService = [&ended](std::uint32_t id) -> std::optional<bool> {
+    CHECK((ended.empty() || ended.back() != id)); // before its process is ended
+    return id == 4 ? std::optional(false) : std::nullopt;
   };
   std::vector<std::wstring> records;
-  const auto close = [&] {
-    ended.clear();
-    records.clear();
-    return told(closeCopies(steps, L"C:\\f", &records));
-  };
-  CHECK(close() == "nothing was running from C:\\f\n");
-  steps.copies = {{1, false, true, L"", CopyKind::page, L""}};
-  CHECK(close() == "pid 1: cannot open\nnothing was running from C:\\f\n");
+  CHECK(told(closeCopies(steps, L"C:\\f", &records)) ==
+        "pid 1: cannot open\nnothing was running from C:\\f\n");
   steps.copies = {{2, false, false, L"", CopyKind::agent, L""},
-                  {3, true, false, L"", CopyKind::page, L""}};
-  CHECK(close() == "!pid 2: cannot open\npid 3 closed  \n");
-  steps.copies = {copy(5, CopyKind::agent)};
-  CHECK(close() == "!pid 5: cannot close\n");
-  CHECK(records.empty());
-
-  steps.copies = {copy(4, CopyKind::service, L"S-1-5-18"), copy(6, CopyKind::agent, L"S-1-5-18"),
-                  copy(7, CopyKind::agent, L"S-1-5-181"), copy(8, CopyKind::agent)};
-  const std::string lines = "pid 4 closed  v.exe --x4\npid 6 closed  agent  v.exe --x6\n"
-                            "pid 7 closed  agent  v.exe --x7\npid 8 closed  agent  v.exe --x8\n";
-  CHECK(close() == lines + "service VordaAgent stopped\n");
-  CHECK(records == std::vector<std::wstring>{L"system|v.exe --x6", L"account|S-1-5-181|v.exe --x7",
-                                             L"account||v.exe --x8", L"service|"});
-  serviceStops = false;
-  CHECK(close() == "!" + lines + "service VordaAgent could not be stopped\n");
-  serviceStops = std::nullopt; // another folder's copy is the service
-  CHECK(close() == lines);
-  CHECK(records.size() == 3);
+                  {3, true, false, L"c", CopyKind::agent, L"S-1-5-18"},
+                  {4, true, false, L"d", CopyKind::service, L"S-1-5-18"},
+                  {5, true, false, L"e --service", CopyKind::service, L"S-1-5-18"},
+                  {6, true, false, L"f", CopyKind::agent, L"S-1-5-18"},
+                  {7, true, false, L"g", CopyKind::agent, L"S-1-5-181"},
+                  {8, true, false, L"h", CopyKind::agent, L""},
+                  {9, true, false, L"", CopyKind::page, L""}};
+  CHECK(told(closeCopies(steps, L"", &records)) ==
+        "!pid 2: cannot open\npid 3: cannot close\npid 4 closed  d\npid 5 closed  e --service\n"
+        "pid 6 closed  agent  f\npid 7 closed  agent  g\npid 8 closed  agent  h\npid 9 closed  \n"
+        "service VordaAgent could not be stopped\n");
+  CHECK(records ==
+        std::vector<std::wstring>{L"system|f", L"account|S-1-5-181|g", L"account||h", L"service|"});
 }
 
 TEST_CASE("restarting: each record and how it may end") {
   const std::vector<std::string> services = {"gone", "running", "started", "refused"};
-  for (std::vector<std::string> row : test::cases("restarts.txt")) {
-    row.resize(4);
+  for (const auto& row : test::cases("restarts.txt", 4)) {
     const std::string& how = row[0];
     std::string started;
     const auto startService = [&] {
@@ -95,12 +79,9 @@ TEST_CASE("restarting: each record and how it may end") {
 }
 
 TEST_CASE("how long a list counts") {
-  const auto age = [](std::uint64_t written) { return isFresh({{}, {}, written}, kNow); };
-  CHECK(age(kNow));
-  CHECK(age(kNow - 60 * kMinute + 1));
-  for (const std::uint64_t written : {kNow - 60 * kMinute, kNow + 1, std::uint64_t{0}}) {
-    CHECK_FALSE(age(written));
-  }
+  const auto fresh = [](std::uint64_t written) { return isFresh({{}, {}, written}, kNow); };
+  CHECK((fresh(kNow) && fresh(kNow - 60 * kMinute + 1)));
+  CHECK_FALSE((fresh(kNow - 60 * kMinute) || fresh(kNow + 1) || fresh(0) || fresh(~0ULL)));
   // An agent more does not bring an old list back to life.
   HandOver list = withAgent({{L"old"}, {L"old line"}, kNow - 61 * kMinute}, L"a", kNow);
   list = withAgent(withAgent(list, L"b", kNow + kMinute), L"a", kNow + 2 * kMinute);

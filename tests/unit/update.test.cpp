@@ -7,10 +7,9 @@
 using namespace vorda;
 
 TEST_CASE("what counts as a version, and which one is newer") {
-  for (std::vector<std::string> row : test::cases("versions.txt")) {
-    row.resize(3);
+  for (const auto& row : test::cases("versions.txt", 3)) {
     CAPTURE(row[1]);
-    if (row[2].empty() && row[0].ends_with("valid")) {
+    if (row[0].ends_with("valid")) {
       CHECK(isVersionText(row[1]) == (row[0] == "valid"));
     } else {
       CHECK(isNewer(row[1], row[2]) == (row[0] == "newer"));
@@ -24,12 +23,10 @@ TEST_CASE("what counts as a version, and which one is newer") {
 TEST_CASE("answers of the web site") {
   const auto told = [](unsigned status, std::string_view body) {
     const UpdateAnswer answer = readUpdateAnswer(status, body);
-    CHECK(answer.ok == answer.error.empty());
-    CHECK(answer.ok != answer.latest.empty());
-    return answer.latest + answer.error;
+    return (answer.ok ? "ok " : "") + answer.latest + answer.error;
   };
-  for (const auto& row : test::cases("update_answers.txt")) {
-    CHECK(told(200, row[1]) == (row[0] == "-" ? "updateAnswer" : row[0]));
+  for (const auto& row : test::cases("update_answers.txt", 2)) {
+    CHECK(told(200, row[1]) == (row[0] == "-" ? "updateAnswer" : "ok " + row[0]));
   }
   const std::string good = R"([{"meta":{"bx_version":"2.0.1"}}])";
   for (const unsigned status : {0U, 100U, 201U, 204U, 301U, 404U, 500U}) {
@@ -37,7 +34,7 @@ TEST_CASE("answers of the web site") {
   }
   for (std::size_t length = 0; length < good.size(); ++length) {
     const bool whole = length > good.rfind("\"}");
-    CHECK(told(200, good.substr(0, length)) == (whole ? "2.0.1" : "updateAnswer"));
+    CHECK(told(200, good.substr(0, length)) == (whole ? "ok 2.0.1" : "updateAnswer"));
   }
 }
 
