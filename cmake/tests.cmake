@@ -32,13 +32,6 @@ else()
 endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 300)
 
-# What the system tests need besides vorda.exe itself.
-if(WIN32)
-  add_executable(vorda_test_helper tests/system/support/helper_win.cpp)
-  target_link_libraries(vorda_test_helper PRIVATE vorda_core)
-  target_link_options(vorda_test_helper PRIVATE -municode)
-endif()
-
 # ---- checks of vorda.exe -------------------------------------------------------------------------
 if(WIN32)
   set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>

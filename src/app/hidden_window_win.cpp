@@ -10,6 +10,11 @@ namespace {
 
 constexpr DWORD kIdleSleepMs = 1'000;
 
+struct Owner {
+  ServerState& server;
+  const std::function<void()>& beforeClosing;
+};
+
 LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
   case WM_NCCREATE: {
@@ -20,16 +25,19 @@ LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
   case WM_QUERYENDSESSION: return TRUE;
   // Whatever comes with it: this copy also ends when the session then goes on after all.
   case WM_ENDSESSION:
-  case WM_CLOSE:
-    stopServer(*std::bit_cast<ServerState*>(GetWindowLongPtrW(window, GWLP_USERDATA)));
+  case WM_CLOSE: {
+    const Owner& owner = *std::bit_cast<const Owner*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    owner.beforeClosing();
+    stopServer(owner.server);
     PostQuitMessage(0);
     return 0;
+  }
   default: break;
   }
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
-HWND makeWindow(ServerState& server) {
+HWND makeWindow(Owner& owner) {
   const HINSTANCE program = GetModuleHandleW(nullptr);
   WNDCLASSEXW windowClass{};
   windowClass.cbSize = sizeof windowClass;
@@ -38,7 +46,7 @@ HWND makeWindow(ServerState& server) {
   windowClass.lpszClassName = kHiddenWindowClass;
   RegisterClassExW(&windowClass);
   return CreateWindowExW(WS_EX_TOOLWINDOW, kHiddenWindowClass, L"Vorda", 0, 0, 0, 0, 0, nullptr,
-                         nullptr, program, &server);
+                         nullptr, program, &owner);
 }
 
 // Windows keeps messages of ordinary programs from the windows of elevated ones. These
@@ -52,8 +60,9 @@ void admitFromBelow(HWND window) {
 
 } // namespace
 
-void runHiddenWindow(ServerState& server) {
-  const HWND window = makeWindow(server);
+void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClosing) {
+  Owner owner = {server, beforeClosing};
+  const HWND window = makeWindow(owner);
   while (window == nullptr) Sleep(kIdleSleepMs);
   admitFromBelow(window);
   MSG message;

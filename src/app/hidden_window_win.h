@@ -4,12 +4,15 @@
 
 #include "http/server.h"
 
+#include <functional>
+
 namespace vorda {
 
 inline constexpr const wchar_t* kHiddenWindowClass = L"VordaHiddenWindow";
 
 // Makes the window and handles its messages until one asks this copy to end; by then the
 // server no longer listens. Without a window it serves on and never returns.
-void runHiddenWindow(ServerState& server);
+// Just before, beforeClosing is called.
+void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClosing);
 
 } // namespace vorda

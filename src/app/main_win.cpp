@@ -4,6 +4,7 @@
 #include "app/check_update_win.h"
 #include "app/command_line.h"
 #include "app/export_win.h"
+#include "app/installer_win.h"
 #include "app/scan_steps_win.h"
 #include "app/serve_win.h"
 #include "app/session_actions_win.h"
@@ -14,11 +15,10 @@
 #include "http/gate.h"
 #include "maker.h"
 #include "update/check_for_update_win.h"
+#include "win/command_line.h"
 #include "win/program_version.h"
 
 #include <windows.h>
-
-#include <shellapi.h>
 
 namespace {
 
@@ -26,16 +26,6 @@ using namespace vorda;
 
 constexpr int kExitDone = 0;
 constexpr int kExitFailed = 1;
-
-std::vector<std::wstring> programArguments() {
-  std::vector<std::wstring> arguments;
-  int count = 0;
-  wchar_t** vector = CommandLineToArgvW(GetCommandLineW(), &count);
-  if (vector == nullptr) return arguments;
-  for (int i = 1; i < count; ++i) arguments.emplace_back(vector[i]);
-  LocalFree(vector);
-  return arguments;
-}
 
 int showHelp() {
   const std::wstring text = helpText(programVersion());
@@ -78,7 +68,7 @@ AppState& makeState() {
 }
 
 int run() {
-  const std::vector<std::wstring> arguments = programArguments();
+  const std::vector<std::wstring> arguments = splitCommandLine(GetCommandLineW());
   // Before anything else: such a start must not do what its command line seems to say.
   if (startedAsAskpass()) return askpassMain(arguments.empty() ? L"" : arguments.front());
   // A drive without a medium is an error like any other, not a question to the user.
@@ -92,11 +82,10 @@ int run() {
   case Mode::showKey: return showAgentKey();
   case Mode::network:
   case Mode::interactive: serveAndEnd(options);
-  case Mode::closeCopies:
-  case Mode::restartCopies:
-  case Mode::grantServiceLogon: break;
+  case Mode::closeCopies: return runClose(options);
+  case Mode::restartCopies: return runRestart(options.restartFolder, runsAsSystem());
+  case Mode::grantServiceLogon: return runGrantServiceLogon(options.grantAccount);
   }
-  showError(L"Vorda: this version does not have that command yet");
   return kExitFailed;
 }
 

@@ -7,6 +7,7 @@
 #include "app/settings_win.h"
 #include "app/std_output_win.h"
 #include "base/text.h"
+#include "update/hand_over_store_win.h"
 #include "win/shell_open.h"
 
 #include <windows.h>
@@ -50,7 +51,9 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
     return kExitFailed;
   }
   if (!options.agent && !options.noOpen) openBrowser(state, options);
-  runHiddenWindow(state.server);
+  runHiddenWindow(state.server, [network] {
+    if (network) noteDuringInstallation();
+  });
   return kExitDone;
 }
 

@@ -1,6 +1,7 @@
 #include "app/service_win.h"
 
 #include "app/port_choice.h"
+#include "update/agent_service_win.h"
 #include "win/kernel_handle.h"
 
 #include <windows.h>
@@ -11,8 +12,6 @@
 namespace vorda {
 
 namespace {
-
-wchar_t serviceName[] = L"VordaAgent"; // the service table wants it writable
 
 constexpr DWORD kStartHintMs = 5'000;
 constexpr DWORD kStopHintMs = 3'000;
@@ -55,7 +54,7 @@ void Service::report(DWORD state, DWORD accepted, DWORD waitHintMs, DWORD checkP
 }
 
 void Service::run() {
-  status_ = RegisterServiceCtrlHandlerW(serviceName, serviceControl);
+  status_ = RegisterServiceCtrlHandlerW(kAgentServiceName, serviceControl);
   if (status_ == nullptr) return;
   reportPending(SERVICE_START_PENDING, 0, kStartHintMs);
   stopped_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -80,7 +79,8 @@ void Service::control(DWORD code) {
 bool runService(ServerState& server, std::int32_t port) {
   // Never destroyed: that the dispatcher returned does not say that its threads have.
   theService = std::make_unique<Service>(server, port).release();
-  const SERVICE_TABLE_ENTRYW table[] = {{serviceName, serviceMain}, {nullptr, nullptr}};
+  std::wstring name = kAgentServiceName; // the table wants it writable
+  const SERVICE_TABLE_ENTRYW table[] = {{name.data(), serviceMain}, {nullptr, nullptr}};
   return StartServiceCtrlDispatcherW(table) != FALSE;
 }
 

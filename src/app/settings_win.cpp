@@ -2,6 +2,8 @@
 
 #include "app/agent_key.h"
 #include "app/port_choice.h"
+#include "base/text.h"
+#include "base/time.h"
 #include "win/registry_key.h"
 
 // RtlGenRandom. The system's headers know it by that name only together with others that
@@ -14,16 +16,17 @@ namespace {
 
 constexpr const wchar_t* kSettingsPath = L"Software\\Brixmoor\\Vorda";
 constexpr const wchar_t* kTokenSetting = L"Token";
+constexpr const wchar_t* kLastUpdateSetting = L"LastUpdate";
 constexpr std::size_t kLongestStoredKey = 255; // UTF-16 units
 
 RegistryKey openSettings() {
   return RegistryKey::open(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_READ | KEY_WOW64_64KEY);
 }
 
-bool storeKey(const std::wstring& key) {
+bool storeSetting(const wchar_t* name, const std::wstring& text) {
   const RegistryKey settings =
       RegistryKey::create(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_SET_VALUE | KEY_WOW64_64KEY);
-  return settings.setText(kTokenSetting, key);
+  return settings.setText(name, text);
 }
 
 } // namespace
@@ -47,7 +50,9 @@ std::wstring getOrCreateKey() {
   std::wstring key = readStoredKey();
   if (!key.empty()) return key;
   key = generateAgentKey();
-  return !key.empty() && storeKey(key) ? key : std::wstring();
+  return !key.empty() && storeSetting(kTokenSetting, key) ? key : std::wstring();
 }
+
+void noteUpdate() { storeSetting(kLastUpdateSetting, toUtf16(secondText(localNow()))); }
 
 } // namespace vorda

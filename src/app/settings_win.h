@@ -24,4 +24,7 @@ std::wstring generateAgentKey();
 // as it does without administrator rights.
 std::wstring getOrCreateKey();
 
+// Notes that an installation has just finished.
+void noteUpdate();
+
 } // namespace vorda

@@ -12,7 +12,7 @@ constexpr std::string_view kKey = "\"bx_version\":\"";
 } // namespace
 
 UpdateAnswer readUpdateAnswer(unsigned status, std::string_view body) {
-  const UpdateAnswer notUnderstood = {false, "", "updateAnswer"};
+  UpdateAnswer notUnderstood = {false, "", "updateAnswer"};
   const std::size_t key = body.find(kKey);
   if (status != 200 || key == std::string_view::npos) return notUnderstood;
   const std::string_view rest = body.substr(key + kKey.size());

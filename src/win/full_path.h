@@ -8,4 +8,8 @@ namespace vorda {
 // The path itself when the system does not tell.
 std::wstring fullPath(const std::wstring& path);
 
+// The one spelling of a file or folder that exists: letter case as on disk, no short names
+// and no links on the way. fullPath without closing separators when it cannot be opened.
+std::wstring resolvedPath(const std::wstring& path);
+
 } // namespace vorda

@@ -1,8 +1,19 @@
 #include "win/registry_key.h"
 
-#include <vector>
+#include <cstring>
 
 namespace vorda {
+
+namespace {
+
+// Whoever wrote the value may have left out a closing zero, or half a character.
+std::wstring unitsOf(const std::vector<BYTE>& bytes) {
+  std::wstring units(bytes.size() / sizeof(wchar_t), L'\0');
+  std::memcpy(units.data(), bytes.data(), units.size() * sizeof(wchar_t));
+  return units;
+}
+
+} // namespace
 
 RegistryKey RegistryKey::open(HKEY parent, const std::wstring& path, REGSAM access) {
   HKEY key = nullptr;
@@ -17,22 +28,62 @@ RegistryKey RegistryKey::create(HKEY parent, const std::wstring& path, REGSAM ac
   return RegistryKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
+std::optional<std::vector<BYTE>> RegistryKey::raw(const wchar_t* name, DWORD type) const {
+  DWORD found = 0;
+  DWORD count = 0;
+  if (!valid() || RegQueryValueExW(key_, name, nullptr, &found, nullptr, &count) != ERROR_SUCCESS ||
+      found != type) {
+    return std::nullopt;
+  }
+  std::vector<BYTE> bytes(count);
+  if (RegQueryValueExW(key_, name, nullptr, &found, bytes.data(), &count) != ERROR_SUCCESS ||
+      found != type) {
+    return std::nullopt;
+  }
+  bytes.resize(count);
+  return bytes;
+}
+
+bool RegistryKey::setRaw(const wchar_t* name, DWORD type, const void* bytes,
+                         std::size_t count) const {
+  return valid() && RegSetValueExW(key_, name, 0, type, static_cast<const BYTE*>(bytes),
+                                   static_cast<DWORD>(count)) == ERROR_SUCCESS;
+}
+
 std::optional<std::wstring> RegistryKey::text(const wchar_t* name) const {
-  DWORD type = 0;
-  DWORD bytes = 0;
-  if (!valid() || RegQueryValueExW(key_, name, nullptr, &type, nullptr, &bytes) != ERROR_SUCCESS ||
-      type != REG_SZ) {
-    return std::nullopt;
+  const auto bytes = raw(name, REG_SZ);
+  if (!bytes) return std::nullopt;
+  const std::wstring units = unitsOf(*bytes);
+  return units.substr(0, units.find(L'\0'));
+}
+
+bool RegistryKey::setText(const wchar_t* name, const std::wstring& text) const {
+  return setRaw(name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+}
+
+std::optional<std::vector<std::wstring>> RegistryKey::texts(const wchar_t* name) const {
+  const auto bytes = raw(name, REG_MULTI_SZ);
+  if (!bytes) return std::nullopt;
+  std::vector<std::wstring> texts(1);
+  for (const wchar_t unit : unitsOf(*bytes)) {
+    if (unit != L'\0') {
+      texts.back() += unit;
+    } else if (!texts.back().empty()) {
+      texts.emplace_back();
+    }
   }
-  // Whoever wrote the value may have left out the closing zero, or half a character.
-  std::vector<wchar_t> buffer(bytes / sizeof(wchar_t) + 2, L'\0');
-  bytes = static_cast<DWORD>((buffer.size() - 1) * sizeof(wchar_t));
-  if (RegQueryValueExW(key_, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer.data()),
-                       &bytes) != ERROR_SUCCESS ||
-      type != REG_SZ) {
-    return std::nullopt;
-  }
-  return std::wstring(buffer.data());
+  if (texts.back().empty()) texts.pop_back();
+  return texts;
+}
+
+bool RegistryKey::setTexts(const wchar_t* name, const std::vector<std::wstring>& texts) const {
+  std::wstring units;
+  for (const std::wstring& text : texts) units += text + L'\0';
+  return setRaw(name, REG_MULTI_SZ, units.c_str(), (units.size() + 1) * sizeof(wchar_t));
+}
+
+bool RegistryKey::setBytes(const wchar_t* name, const std::vector<BYTE>& bytes) const {
+  return setRaw(name, REG_BINARY, bytes.data(), bytes.size());
 }
 
 std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
@@ -46,13 +97,6 @@ std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
     return std::nullopt;
   }
   return value;
-}
-
-bool RegistryKey::setText(const wchar_t* name, const std::wstring& text) const {
-  const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-  return valid() &&
-         RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                        bytes) == ERROR_SUCCESS;
 }
 
 std::optional<std::wstring> RegistryKey::subkey(DWORD index) const {

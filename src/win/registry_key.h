@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace vorda {
 
@@ -32,11 +33,22 @@ public:
   std::optional<std::uint32_t> number(const wchar_t* name) const;
   bool setText(const wchar_t* name, const std::wstring& text) const;
 
+  // Values of exactly the types REG_MULTI_SZ, without empty texts, and REG_BINARY.
+  std::optional<std::vector<std::wstring>> texts(const wchar_t* name) const;
+  std::optional<std::vector<BYTE>> bytes(const wchar_t* name) const {
+    return raw(name, REG_BINARY);
+  }
+  bool setTexts(const wchar_t* name, const std::vector<std::wstring>& texts) const;
+  bool setBytes(const wchar_t* name, const std::vector<BYTE>& bytes) const;
+
   // The name of the subkey at this place, from 0 on; nothing behind the last.
   std::optional<std::wstring> subkey(DWORD index) const;
 
 private:
   explicit RegistryKey(HKEY key) : key_(key) {}
+
+  std::optional<std::vector<BYTE>> raw(const wchar_t* name, DWORD type) const;
+  bool setRaw(const wchar_t* name, DWORD type, const void* bytes, std::size_t count) const;
 
   HKEY key_;
 };

@@ -10,7 +10,7 @@ import { parse } from 'csv-parse/sync';
 
 const repo = fileURLToPath(new URL('../../..', import.meta.url));
 export const exe = path.resolve(repo, process.env.VORDA_EXE ?? 'build/mingw-release/vorda.exe');
-export const helper = path.join(path.dirname(exe), 'vorda_test_helper.exe');
+export const helper = path.join(path.dirname(exe), 'tests/update_helper_win.exe');
 export const wineScript = path.join(repo, 'scripts/wine');
 export const projectVersion =
   /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
@@ -66,8 +66,8 @@ export function start(args, { program = exe, ...options } = {}) {
 
 // The same without its output, for runs that open windows: the first of these starts a desktop
 // process of Wine's, which would hold the pipes for as long as Wine runs.
-export function startSilent(args, options) {
-  const child = startWine([exe, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio: 'ignore' });
+export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
+  const child = startWine([program, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
