@@ -30,8 +30,9 @@ export async function keepWineRunning(options) {
   const shell = startWine(['cmd.exe'], { ...options, stdio: ['pipe', 'ignore', 'ignore'] });
   const shellEnds = once(shell, 'exit');
   const [code] = await once(startWine([exe, '--help'], { ...options, stdio: 'ignore' }), 'exit');
-  assert.equal(code, 0, `${exe} does not run`);
+  // Before the check: a shell that is waited for would keep a failed test from ending.
   shell.unref();
+  assert.equal(code, 0, `${exe} does not run`);
   return () => {
     shell.ref();
     shell.stdin.end();
@@ -119,6 +120,7 @@ export function readCsv(bytes) {
 // Wine prefix of its own (sharing the big folders), as Wine's server opens the files. For a user
 // without such rights setpriv changes nothing.
 export async function confinedWine(t) {
+  let end = () => {};
   const prefix = scratch(t, async () => {
     await end();
     // Fails when the server has already ended with its last program, which is as good.
@@ -135,6 +137,6 @@ export async function confinedWine(t) {
   const through = process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : [];
   const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
   const options = { through, env };
-  const end = await keepWineRunning(options);
+  end = await keepWineRunning(options);
   return options;
 }
