@@ -44,9 +44,9 @@ export async function keepWineRunning(options) {
 
 await keepWineRunning();
 
-// Starts the program, or another one, and returns at once: { child, ended }. The child's process id is the program's
-// own (each step on the way replaces itself by the next), and `ended` resolves to { code, signal,
-// out (bytes), err (text) }.
+// Starts the program, or another one, and returns at once: { child, ended }. The child's process id is
+// the program's own (each step on the way replaces itself by the next), and `ended` resolves to { code,
+// signal, out (bytes), err (text) }.
 export function start(args, { program = exe, ...options } = {}) {
   const limit = { timeout: 120_000, killSignal: 'SIGKILL' }; // far beyond the longest run
   const child = startWine([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });

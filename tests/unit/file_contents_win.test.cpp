@@ -1,0 +1,112 @@
+#include "analysis/file_contents.h"
+#include "base/paths.h"
+#include "win/file_handle.h"
+
+#include <doctest/doctest.h>
+
+#include <filesystem>
+
+using namespace vorda;
+
+namespace {
+
+// A folder that goes away with everything in it.
+struct Scratch {
+  std::wstring path;
+  Scratch() {
+    wchar_t temp[MAX_PATH];
+    GetTempPathW(MAX_PATH, temp);
+    path = temp + (L"vorda-contents-" + std::to_wstring(GetCurrentProcessId()));
+    CreateDirectoryW(path.c_str(), nullptr);
+  }
+  ~Scratch() { std::filesystem::remove_all(path); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+};
+
+FileHandle openWith(const std::wstring& path, DWORD access, DWORD share, DWORD how) {
+  return FileHandle(
+      CreateFileW(literalPath(path).c_str(), access, share, nullptr, how, 0, nullptr));
+}
+
+void write(const std::wstring& path, std::string_view text) {
+  const FileHandle file = openWith(path, GENERIC_WRITE, 0, CREATE_ALWAYS);
+  DWORD written = 0;
+  REQUIRE(WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
+}
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+} // namespace
+
+TEST_CASE("files of the system: what is told of them, who may have them open, what they hold") {
+  const Scratch scratch;
+  const auto contents = systemContents();
+  const std::wstring file = scratch.path + L"\\a file";
+  write(file, "abc");
+  std::string_view failure;
+  const auto state = contents->look(file, failure);
+  REQUIRE(state);
+  CHECK(state->size == 3);
+  CHECK(state->hasIdentity());
+  // Another name of the same file, and a longer one than the system likes.
+  const std::wstring link = scratch.path + L"\\" + std::wstring(240, L'n');
+  REQUIRE(CreateHardLinkW(literalPath(link).c_str(), file.c_str(), nullptr));
+  CHECK(contents->look(link, failure) == state);
+  write(scratch.path + L"\\other", "abc");
+  CHECK(contents->look(scratch.path + L"\\other", failure)->number != state->number);
+
+  const auto opened = contents->open(link, Writers::refused, failure);
+  REQUIRE(opened);
+  CHECK(opened->state() == *state);
+  std::array<std::byte, 8> bytes{};
+  CHECK(opened->read(1, bytes) == 2);
+  CHECK(opened->read(3, bytes) == 0);
+  CHECK(opened->read(1ULL << 40, bytes) == 0);
+  const auto hasher = contents->hasher();
+  CHECK(opened->read(0, bytes) == 3);
+  hasher->add(std::span(bytes).first(1));
+  hasher->add(std::span(bytes).subspan(1, 2));
+  const auto digest = hasher->finish();
+  REQUIRE(digest);
+  CHECK(digest->front() == 0xba); // the published digest of "abc": ba7816bf … f20015ad
+  CHECK(digest->at(1) == 0x78);
+  CHECK(digest->back() == 0xad);
+  // Nobody writes to it while it is checked.
+  CHECK_FALSE(openWith(file, GENERIC_WRITE, kShareAll, OPEN_EXISTING).valid());
+
+  const std::wstring other = scratch.path + L"\\other";
+  {
+    const FileHandle writer = openWith(other, GENERIC_WRITE, kShareAll, OPEN_EXISTING);
+    CHECK(contents->open(other, Writers::allowed, failure));
+    CHECK_FALSE(contents->open(other, Writers::refused, failure));
+    CHECK(failure == "unreadable");
+  }
+  {
+    const FileHandle owner = openWith(other, GENERIC_READ, 0, OPEN_EXISTING);
+    CHECK(contents->look(other, failure));
+    CHECK_FALSE(contents->open(other, Writers::allowed, failure));
+    CHECK(failure == "unreadable");
+  }
+  struct Row {
+    std::wstring path;
+    std::string_view failure;
+  };
+  for (const Row& row : {Row{scratch.path + L"\\none", "missing"},
+                         {scratch.path + L"\\none\\none", "missing"},
+                         {scratch.path, "unreadable"},
+                         {L"", "unreadable"},
+                         {L"a file", "unreadable"},
+                         {scratch.path + L"\\.\\a file", "unreadable"},
+                         {scratch.path + L"/a file", "unreadable"},
+                         {L"\\\\.\\NUL", "unreadable"},
+                         {L"C:\\NUL", "unreadable"},
+                         {L"\\\\?\\" + file, "unreadable"}}) {
+    CAPTURE(row.failure);
+    CHECK_FALSE(contents->look(row.path, failure));
+    CHECK(failure == row.failure);
+    failure = {};
+    CHECK_FALSE(contents->open(row.path, Writers::allowed, failure));
+    CHECK(failure == row.failure);
+  }
+}
