@@ -1,0 +1,21 @@
+// Boot sectors: a layout that is accepted is one that can be counted with.
+#include "scan/mft_boot.h"
+
+#include <bit>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vorda::MftLayout layout;
+  if (!vorda::decodeBoot({data, size}, layout).empty()) return 0;
+  const bool sizes = std::has_single_bit(layout.sectorBytes) && layout.sectorBytes <= 4096 &&
+                     layout.clusterBytes % layout.sectorBytes == 0 &&
+                     layout.clusterBytes <= 2'097'152 && layout.recordBytes >= 512 &&
+                     layout.recordBytes <= 65'536 && layout.recordBytes % 512 == 0;
+  // The reader relies on it: records fill whole sectors, or sectors whole records.
+  const bool fits =
+      layout.recordBytes % layout.sectorBytes == 0 || layout.sectorBytes % layout.recordBytes == 0;
+  const bool offsets = layout.tableCluster < layout.clusters &&
+                       layout.clusters <= (~std::uint64_t{0} >> 1U) / layout.clusterBytes;
+  if (!sizes || !fits || !offsets) std::abort();
+  return 0;
+}

@@ -1,0 +1,47 @@
+// Records behind their fixups: whatever is in them, what is read of them lies inside. The
+// protection is put on and taken off again on the way.
+#include "scan/mft_record.h"
+#include "scan/mft_table.h"
+
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+struct Names {
+  vorda::NamePool pool{1};
+  vorda::NamePool::Writer writer{pool};
+};
+
+// What a name reads like after it was kept.
+std::wstring kept(vorda::ByteView name) {
+  static auto names = std::make_unique<Names>();
+  vorda::PooledName pooled;
+  if (!names->writer.add(name, pooled)) {
+    names = std::make_unique<Names>(); // full
+    if (!names->writer.add(name, pooled)) std::abort();
+  }
+  std::wstring text;
+  names->pool.read(pooled, text);
+  return text;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::vector<std::uint8_t> bytes(data, data + size);
+  const vorda::ByteView record(bytes.data(), size);
+  const vorda::RecordHeader header = vorda::readHeader(record);
+  if (header.baseReference.record >> 48U != 0) std::abort();
+  const vorda::RecordValues values = vorda::readValues(record);
+  const std::size_t name = values.name.size();
+  const bool inside = name == 0 || (values.name.data() >= record.data() &&
+                                    values.name.data() + name <= record.data() + size);
+  if (!inside || name % 2 != 0 || name > 510 || values.size > 1ULL << 53U) std::abort();
+  const std::wstring text = name == 0 ? L"" : kept(values.name);
+  const bool harmless = text.find_first_of(std::wstring_view(L"/\\\0", 3)) == text.npos;
+  if (text.size() != name / 2 || !harmless || text == L"." || text == L"..") std::abort();
+  const std::vector<std::uint8_t> before = bytes;
+  if (!vorda::applyFixups(bytes.data(), size) && bytes != before) std::abort();
+  return 0;
+}

@@ -1,0 +1,17 @@
+// Run lists on a volume of as many clusters as the first bytes say: no run leaves it.
+#include "scan/mft_runs.h"
+
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const vorda::ByteView input(data, size);
+  const std::uint64_t clusters = (input.u64(0) >> 1U) >> (input.u8(8) % 64);
+  std::vector<vorda::Extent> extents;
+  vorda::decodeRuns(input.from(9), clusters, extents);
+  if (extents.size() > size / 3) std::abort();
+  for (const vorda::Extent& one : extents) {
+    if (one.count == 0 || one.cluster >= clusters || one.count > clusters - one.cluster)
+      std::abort();
+  }
+  return 0;
+}
