@@ -76,7 +76,8 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
     const PathMeasure measure = plain ? measurePath(folders, entry) : PathMeasure{};
     const ShellOutcome outcome =
         plain ? machine.shellDelete({entry}, false) : ShellOutcome{0, true};
-    if (outcome.code == 0 && !outcome.aborted) {
+    // The shell has been seen to report success for a file in use.
+    if (outcome.code == 0 && !outcome.aborted && !folders.facts(entry).exists) {
       ++result.deleted;
       result.bytes += measure.bytes;
     } else {

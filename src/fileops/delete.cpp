@@ -56,7 +56,8 @@ std::wstring placeRoot(const std::wstring& path) {
 class Deletion {
 public:
   Deletion(Machine& machine, FolderSource& folders, const DeleteRequest& request)
-      : machine_(machine), folders_(folders), request_(request) {}
+      : machine_(machine), folders_(folders), request_(request),
+        judge_(machine, folders, request.root) {}
 
   DeleteResult run();
 
@@ -70,15 +71,15 @@ private:
   Machine& machine_;
   FolderSource& folders_;
   const DeleteRequest& request_;
+  PathJudge judge_;
   std::vector<Verdict> accepted_;
   std::vector<DeletedPath> handed_; // one per accepted path
   DeleteResult result_;
 };
 
 DeleteResult Deletion::run() {
-  PathJudge judge(machine_, folders_, request_.root);
   for (const std::wstring& path : request_.paths) {
-    Verdict verdict = judge.judge(path);
+    Verdict verdict = judge_.judge(path);
     if (verdict.word.empty()) {
       accepted_.push_back(std::move(verdict));
     } else {
@@ -88,7 +89,7 @@ DeleteResult Deletion::run() {
   accepted_ = pruned(std::move(accepted_));
   for (const Verdict& one : accepted_) {
     handed_.push_back({one.path,
-                       request_.root.empty() ? std::wstring() : judge.inTree(one.real),
+                       request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
                        one.facts.folder && !one.facts.reparsePoint,
                        {}});
   }
@@ -125,7 +126,7 @@ void Deletion::act() {
     const std::wstring folder = parentOf(one.real);
     if (!held.contains(folder)) held.emplace(folder, machine_.hold(folder));
   }
-  for (DeletedPath& one : handed_) one.measure = measurePath(folders_, one.path);
+  measure();
   judgeAgain();
   if (handed_.empty()) return;
 
@@ -157,13 +158,25 @@ void Deletion::act() {
   log(outcome);
 }
 
+void Deletion::measure() {
+  for (std::size_t i = 0; i < handed_.size(); ++i) {
+    std::string& word = accepted_[i].word;
+    handed_[i].measure = measurePath(
+        folders_, handed_[i].path, [this, &word](const std::wstring& path, std::wstring_view name) {
+          if (word.empty()) word = judge_.wordOfFolder(path, name);
+        });
+  }
+}
+
 void Deletion::judgeAgain() {
   PathJudge judge(machine_, folders_, request_.root);
   std::vector<DeletedPath> same;
   for (std::size_t i = 0; i < handed_.size(); ++i) {
     const Verdict& before = accepted_[i];
     const Verdict now = judge.judge(before.path);
-    if (now.word == "missing") {
+    if (!before.word.empty()) {
+      result_.refused.push_back({before.path, before.word});
+    } else if (now.word == "missing") {
       result_.refused.push_back({before.path, now.word});
     } else if (!now.word.empty() || now.real != before.real || now.identity != before.identity ||
                now.facts.folder != before.facts.folder ||

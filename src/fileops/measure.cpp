@@ -9,9 +9,9 @@ namespace vorda {
 
 namespace {
 
-// Visits every folder and file beneath a folder. enter(parent, name) gives the number by
-// which a subfolder is known from then on, file(folder, item) sees each file. Returns how
-// many folders could not be listed to their end.
+// Visits every folder and file beneath a folder. enter(parent, path, name) gives the number
+// by which a subfolder is known from then on, file(folder, item) sees each file. Returns
+// how many folders could not be listed to their end.
 template <typename Enter, typename File>
 std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, File file) {
   struct Pending {
@@ -33,9 +33,9 @@ std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter
     while (reader->next(item)) {
       if (item.reparsePoint) continue;
       if (item.folder) {
-        pending.push_back({joinPath(folder.path, item.name),
-                           folder.literal || losesItsEnd(item.name),
-                           enter(folder.number, item.name)});
+        std::wstring below = joinPath(folder.path, item.name);
+        const std::uint32_t number = enter(folder.number, below, item.name);
+        pending.push_back({std::move(below), folder.literal || losesItsEnd(item.name), number});
       } else {
         file(folder.number, item);
       }
@@ -47,7 +47,8 @@ std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter
 
 } // namespace
 
-PathMeasure measurePath(FolderSource& source, const std::wstring& path) {
+PathMeasure measurePath(FolderSource& source, const std::wstring& path,
+                        const FolderVisit& onFolder) {
   PathMeasure measure;
   const PathFacts facts = source.facts(path);
   if (!facts.exists || facts.reparsePoint) return measure;
@@ -61,7 +62,11 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path) {
     return measure;
   }
   measure.unreadableFolders = visitBeneath(
-      source, path, [](std::uint32_t, std::wstring_view) { return 0U; },
+      source, path,
+      [&onFolder](std::uint32_t, const std::wstring& below, std::wstring_view name) {
+        if (onFolder) onFolder(below, name);
+        return 0U;
+      },
       [&count](std::uint32_t, const FolderItem& item) { count(item.name, item.size); });
   return measure;
 }
@@ -73,7 +78,7 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
   result.folders.push_back({kNoFolder, path});
   result.unreadableFolders = visitBeneath(
       source, path,
-      [&result](std::uint32_t parent, std::wstring_view name) {
+      [&result](std::uint32_t parent, const std::wstring&, std::wstring_view name) {
         result.folders.push_back({parent, std::wstring(name)});
         return static_cast<std::uint32_t>(result.folders.size() - 1);
       },

@@ -58,6 +58,8 @@ PathJudge::PathJudge(Machine& machine, FolderSource& folders, const std::wstring
     : machine_(machine), folders_(folders), root_(root) {
   for (const KnownFolder& known : machine_.knownFolders()) {
     guard(known.path, known.word, known.beneath);
+    const auto place = machine_.finalPlace(known.path);
+    if (place && place->path != known.path) guard(place->path, known.word, known.beneath);
   }
   for (const std::wstring& volume : machine_.volumeRoots()) {
     for (const ProtectedPlace& place : protectedPlaces()) {
@@ -158,6 +160,14 @@ std::string PathJudge::refusalOfPlace(const Verdict& verdict) {
     }
   }
   return wordAround(parent);
+}
+
+std::string PathJudge::wordOfFolder(const std::wstring& path, std::wstring_view name) {
+  for (const Guard& one : guards_) {
+    if (!one.identity || !equalsIgnoreCase(lastName(one.path), name)) continue;
+    if (one.identity == machine_.identity(path)) return one.word;
+  }
+  return {};
 }
 
 const std::string& PathJudge::wordAround(const std::wstring& folder) {

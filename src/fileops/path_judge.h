@@ -36,6 +36,10 @@ public:
   // The words of deleteRefusal, then "outside", "ambiguous" and "missing".
   Verdict judge(std::wstring_view path);
 
+  // The word of a guarded folder that was met on the way through another one, if it is one:
+  // a last net under all that the forms of a path can tell. Empty for any other folder.
+  std::string wordOfFolder(const std::wstring& path, std::wstring_view name);
+
   // A place in the root under the name it has in the root's own tree.
   std::wstring inTree(const std::wstring& real) const;
 

@@ -8,6 +8,7 @@
 #include "scan/folder_reader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <string>
@@ -44,7 +45,7 @@ public:
   bool aborts = false;
   bool longPaths = true;
   int shellCalls = 0;
-  int listed = 0; // folders opened
+  std::atomic<int> listed{0}; // folders opened
   std::vector<std::wstring> handed;
 
   // Makes a drive ("C:") or a share ("\\server\share"); another name for a folder that is

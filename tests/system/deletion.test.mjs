@@ -1,0 +1,247 @@
+// Deleting, cleaning and emptying the bin for real: Wine's shell does it, in a prefix made for this
+// file alone, and whatever else in that prefix goes or changes is found.
+import assert from 'node:assert/strict';
+import { spawn, spawnSync } from 'node:child_process';
+import fs from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { after, test } from 'node:test';
+import { setTimeout as pause } from 'node:timers/promises';
+import { serve, until } from './support/server.mjs';
+import { keepWineRunning, makeFiles, scratch, wineScript, winPath } from './support/vorda.mjs';
+
+const kMiB = 2 ** 20;
+const build = path.join(path.dirname(wineScript), '../build');
+const prefix = fs.mkdtempSync(path.join(build, 'deletion-test-'));
+const drive = `${prefix}/drive_c`;
+const trash = `${prefix}/xdg/Trash/files`;
+// Hard links: the copy takes no time, and what is deleted in it stays in the original.
+spawnSync('cp', ['-al', `${process.env.VORDA_WINEPREFIX ?? `${build}/wine`}/.`, prefix]);
+for (const name of ['files', 'info']) fs.mkdirSync(`${prefix}/xdg/Trash/${name}`, { recursive: true });
+const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg` };
+const end = await keepWineRunning({ env });
+after(async () => {
+  await end();
+  spawnSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
+  fs.rmSync(prefix, { recursive: true, force: true });
+});
+fs.symlinkSync('../drive_c/Program Files', `${prefix}/dosdevices/s:`); // a substituted drive
+fs.mkdirSync(`${prefix}/dosdevices/unc/localhost`, { recursive: true });
+fs.symlinkSync('../../../drive_c', `${prefix}/dosdevices/unc/localhost/c$`);
+const logFile = `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log`;
+const log = () => fs.readFileSync(logFile, 'utf8').replaceAll(/^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(?= )/gm, 'AT');
+
+// Everything in the prefix but Wine's own bookkeeping, with size and time: a map by path.
+function snapshot() {
+  const all = new Map();
+  const find = spawnSync('find', [prefix, '-printf', '%P\\t%y %s %T@ %l\\n'], { maxBuffer: 2 ** 28 }).stdout.toString();
+  for (const line of find.trimEnd().split('\n')) {
+    const [name, ...facts] = line.split('\t');
+    const folder = facts[0].startsWith('d');
+    if (!/^([^/]*\.reg|\.update-timestamp|)$|verwijderd\.log$/.test(name)) all.set(name, folder ? 'd' : facts.join());
+  }
+  return all;
+}
+
+// Runs the work and returns what it changed: the paths gone, and those that are new or other.
+async function changes(work) {
+  const before = snapshot();
+  await work();
+  const now = snapshot();
+  return {
+    gone: [...before.keys()].filter((name) => !now.has(name)).sort(),
+    other: [...now].filter(([name, facts]) => before.get(name) !== facts).map(([name]) => name).sort(),
+  };
+}
+
+async function serveHere(t) {
+  const server = await serve(t, [], { env });
+  const scan = async (root) => {
+    const { id } = (await server.post('/api/scan', { path: root, kind: 'folder' })).body;
+    await until(async () => (await server.json('/api/jobs')).body.find((one) => one.id === id && one.state === 'done'), 'the scan');
+    return id;
+  };
+  const result = async (id) => (await server.json(`/api/result?id=${id}`)).body;
+  const remove = async (paths, fields = {}) => {
+    const { status, body } = await server.post('/api/delete', [...paths.map((one) => ['p', one]), ...Object.entries(fields)]);
+    assert.equal(status, 200);
+    return body;
+  };
+  // The document of a scan, without what only time and deletions change.
+  const steady = ({ meta, ...rest }) => {
+    const unnumbered = JSON.stringify({ ...rest, meta: { ...meta, seconds: 0, volumeFree: 0, freed: 0, binned: 0 } });
+    return unnumbered.replaceAll(/"i":\d+/g, '"i":0');
+  };
+  const likeFresh = async (id, what) => {
+    const { meta } = await result(id);
+    const fresh = await scan(meta.path);
+    assert.equal(steady(await result(id)), steady(await result(fresh)), what);
+    await server.json(`/api/forget?id=${fresh}`);
+    return meta;
+  };
+  return { ...server, scan, result, remove, likeFresh };
+}
+
+// Another program that has a file open until the returned function is called.
+async function holdOpen(file) {
+  const holder = spawn(wineScript, ['cmd.exe', '/c', `set /p x= > ${file}`], { env: { ...process.env, ...env }, stdio: ['pipe', 'ignore', 'ignore'] });
+  await until(() => fs.existsSync(`${drive}/${file.slice(3).replaceAll('\\', '/')}`), 'the file in use');
+  await pause(300);
+  return () => new Promise((resolve) => holder.on('exit', resolve).stdin.end('\n'));
+}
+
+test('a dry run tells it, a deletion does it, the log and the scan know of it', async (t) => {
+  makeFiles(`${drive}/work`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
+  const letGo = await holdOpen('C:\\work\\b\\in\\use\\held.txt');
+  const server = await serveHere(t);
+  const job = await server.scan('C:\\work');
+  const paths = ['C:\\work\\a', 'C:\\work\\b\\y & z.txt', 'c:/WORK/a/deep'];
+  const accepted = ['C:\\work\\a', 'C:\\work\\b\\y & z.txt'];
+  const bytes = 70 * kMiB + 3 + 5;
+  let told;
+  assert.deepEqual(await changes(async () => {
+    told = await server.remove(paths, { job, dryrun: 1 });
+  }), { gone: [], other: [] });
+  assert.deepEqual(told, { deleted: 0, bytes, error: '', dryRun: true, refused: [], wouldDelete: accepted, noBin: [] });
+
+  const binned = await changes(async () => {
+    told = await server.remove(paths, { job });
+  });
+  const gone = ['a', 'a/big.iso', 'a/deep', 'a/deep/é', 'a/deep/é/s.txt', 'b/y & z.txt'].map((one) => `drive_c/work/${one}`);
+  assert.deepEqual(binned.gone, gone);
+  assert.ok(binned.other.every((name) => /^(xdg\/Trash|drive_c\/users\/[^/]+\/AppData\/Local\/Vorda$)/.test(name)), binned.other.join());
+  // Wine's bin counts files that lie in it directly and not those in its folders.
+  assert.deepEqual(told, { deleted: 2, bytes, freed: bytes - 5, binned: 5, error: '', dryRun: false, refused: [], wouldDelete: accepted });
+  assert.deepEqual(fs.readdirSync(trash).sort(), ['a', 'y & z.txt']);
+  let meta = await server.likeFresh(job, 'into the bin');
+  assert.deepEqual([meta.freed, meta.binned], [bytes - 5, 5]);
+
+  const permanent = await changes(async () => {
+    told = await server.remove(['C:\\work\\loose.bin'], { job, permanent: 1 });
+  });
+  assert.deepEqual(permanent, { gone: ['drive_c/work/loose.bin'], other: [] });
+  await server.likeFresh(job, 'for good');
+
+  const partly = await changes(async () => {
+    told = await server.remove(['C:\\work\\b'], { job, permanent: 1 });
+  });
+  assert.match(told.error, /^failed:\d+$/);
+  assert.deepEqual([told.deleted, told.bytes], [0, 0]);
+  assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/work/b/')), 'a part of it went');
+  assert.deepEqual(partly.other, []);
+  meta = await server.likeFresh(job, 'in part');
+  assert.equal(meta.freed, bytes - 5 + 66 * kMiB);
+
+  assert.equal(log(),
+    `AT  prullenbak  ${bytes - 5}  C:\\work\\a\r\nAT  prullenbak  5  C:\\work\\b\\y & z.txt\r\n` +
+    `AT  definitief  ${66 * kMiB}  C:\\work\\loose.bin\r\n` +
+    `AT  MISLUKT (${told.error.slice(7)})  1 van 1 paden bleven staan\r\n`);
+
+  let emptied;
+  await changes(async () => {
+    emptied = await server.post('/api/emptybin', {});
+  });
+  assert.deepEqual(emptied, { status: 200, body: { ok: true, bytes: 5, items: 2 } });
+  assert.deepEqual(fs.readdirSync(trash), ['a']); // Wine's shell leaves folders that are not empty
+  meta = await server.likeFresh(job, 'the bin emptied');
+  assert.deepEqual([meta.freed, meta.binned], [bytes + 66 * kMiB, 0]);
+  fs.rmSync(`${trash}/a`, { recursive: true });
+  assert.deepEqual((await server.post('/api/emptybin', {})).body, { ok: true, bytes: 0, items: 0 });
+  await letGo();
+});
+
+test('no way in leads to what must stay', async (t) => {
+  makeFiles(`${drive}/data`, { 'a.txt': 'a', 'sub/b.txt': 'b' });
+  fs.symlinkSync('../windows', `${drive}/data/to-windows`);
+  fs.symlinkSync('..', `${drive}/data/to-root`);
+  const server = await serveHere(t);
+  const unix = winPath(prefix);
+  const expected = Object.entries({
+    'C:\\windows\\system32': 'windows', 'C:\\WINDOWS.': 'windows', 'C:\\windows ': 'windows', 'C:\\\\windows': 'windows', 'C:\\.\\windows\\notepad.exe': 'windows',
+    'C:\\data\\to-windows\\notepad.exe': 'windows', 'C:\\data\\to-root\\windows\\notepad.exe': 'windows', 'C:\\data\\to-root\\users': 'allusers',
+    'C:\\data\\to-root\\users\\Public': 'profile', 'C:\\data\\to-root\\Program Files': 'programs', 'S:\\Common Files': 'programs',
+    [`${unix}\\drive_c\\windows\\notepad.exe`]: 'windows', [`${unix}\\drive_c\\Program Files`]: 'programs', [`${unix}\\drive_c\\users\\Public`]: 'profile',
+    [`${unix}\\drive_c\\ProgramData`]: 'programdata', [`${unix}\\dosdevices\\s:\\Common Files`]: 'ambiguous', [`${unix}\\drive_c`]: 'driveroot',
+    '\\\\localhost\\c$\\windows\\notepad.exe': 'windows', '\\\\localhost\\c$\\users\\Public': 'profile', '\\\\?\\C:\\windows\\notepad.exe': 'wildcard', '\\\\.\\C:\\windows\\notepad.exe': 'windows',
+    'C:\\data\\a.txt.': 'ambiguous', 'C:\\data\\sub ': 'ambiguous', 'C:\\data\\.\\a.txt': 'ambiguous', 'C:\\data\\a.txt:s': 'ambiguous', 'C:\\data\\\0a.txt': 'ambiguous', 'C:\\data\\*': 'wildcard',
+    'C:\\data\\con': 'wholeshare', 'C:\\data\\none': 'missing',
+  });
+  const difference = await changes(async () => {
+    for (const fields of [{ dryrun: 1 }, {}, { permanent: 1 }]) {
+      const told = await server.remove(expected.map(([one]) => one), fields);
+      assert.deepEqual(told.refused.map(({ p, why }) => [p, why]), expected.map(([p, why]) => [p, why]));
+      assert.deepEqual([told.deleted, told.wouldDelete], [0, []]);
+    }
+  });
+  assert.deepEqual(difference, { gone: [], other: [] });
+  // The prefix is a folder around drive C: which only a look into it tells.
+  const around = await changes(async () => {
+    const told = await server.remove([unix], { permanent: 1 });
+    assert.deepEqual(told.refused, [{ p: unix, why: 'programs' }]);
+  });
+  assert.deepEqual(around, { gone: [], other: [] });
+  const job = await server.scan('C:\\data');
+  const outside = await server.remove(['C:\\data', 'C:\\data\\to-root\\data2', 'Z:\\data\\a.txt', 'C:\\data\\sub\\b.txt'], { job, permanent: 1 });
+  assert.deepEqual(outside.refused.map(({ why }) => why), ['outside', 'missing', 'outside']);
+  assert.deepEqual(await changes(() => server.remove(['C:\\data\\sub'], { job, permanent: 1 })), { gone: ['drive_c/data/sub'], other: [] });
+  await server.likeFresh(job, 'beside the links');
+});
+
+test('temporary files go, but for what is in use', async (t) => {
+  makeFiles(`${drive}/windows/temp`, { 'big.bin': 1100 * kMiB, 'old/deep/a.tmp': 'abc', 'é.tmp': '12' });
+  const letGo = await holdOpen('C:\\windows\\temp\\held.tmp');
+  const server = await serveHere(t);
+  const job = await server.scan('C:\\windows');
+  let told;
+  const difference = await changes(async () => {
+    told = await server.post('/api/cleanup', { what: 'tempfiles', job });
+  });
+  assert.deepEqual(told, { status: 200, body: { ok: true, deleted: 3, skipped: 1, folders: 1, bytes: 1100 * kMiB + 5 } });
+  assert.deepEqual(difference, { gone: ['big.bin', 'old', 'old/deep', 'old/deep/a.tmp', 'é.tmp'].map((one) => `drive_c/windows/temp/${one}`), other: [] });
+  assert.ok(log().endsWith(`AT  LEEGGEMAAKT  ${1100 * kMiB + 5}  C:\\windows\\temp  (3 weg, 1 overgeslagen)\r\n`), log());
+  const meta = await server.likeFresh(job, 'cleaned');
+  assert.equal(meta.freed, 1100 * kMiB + 5);
+  await letGo();
+});
+
+test('two copies write one log, whole lines each; without a log files go all the same', async (t) => {
+  const names = Array.from({ length: 150 }, (_, i) => `f${i}`);
+  for (const folder of ['one', 'two']) makeFiles(`${drive}/${folder}`, Object.fromEntries(names.map((name) => [name, 'x'])));
+  fs.rmSync(logFile, { force: true });
+  const servers = [await serveHere(t), await serveHere(t)];
+  await Promise.all(['one', 'two'].map((folder, i) => servers[i].remove(names.map((name) => `C:\\${folder}\\${name}`), { permanent: 1 })));
+  const lines = log().split('\r\n');
+  assert.equal(lines.pop(), '');
+  assert.deepEqual(lines.sort(), ['one', 'two'].flatMap((folder) => names.map((name) => `AT  definitief  1  C:\\${folder}\\${name}`)).sort());
+  fs.rmSync(logFile);
+  fs.mkdirSync(logFile);
+  makeFiles(`${drive}/one`, { last: 'x' });
+  assert.equal((await servers[0].remove(['C:\\one\\last'], { permanent: 1 })).deleted, 1);
+});
+
+test('a large folder goes while the scans answer', async (t) => {
+  const folder = scratch(t);
+  const count = Number(process.env.VORDA_MANY_FILES ?? 4000);
+  for (let i = 0; i < count; ++i) makeFiles(`${folder}/many/d${i % 40}`, { [`f${i}.dat`]: '' });
+  const server = await serveHere(t);
+  const job = await server.scan(winPath(folder));
+  const waits = [];
+  const began = performance.now();
+  let told;
+  const removal = server.remove([`${winPath(folder)}\\many`], { job, permanent: 1 }).then((body) => {
+    told = body;
+  });
+  while (!told) {
+    const asked = performance.now();
+    await (await fetch(`${server.base}/api/jobs`)).text();
+    waits.push(performance.now() - asked);
+    await pause(10);
+  }
+  await removal;
+  assert.equal(told.deleted, 1);
+  assert.deepEqual(fs.readdirSync(folder), []);
+  waits.sort((a, b) => a - b);
+  const [middle, most] = [waits[Math.floor(waits.length / 2)], waits.at(-1)];
+  t.diagnostic(`${count} files in ${Math.round(performance.now() - began)} ms; ${waits.length} polls, half within ${middle.toFixed(1)} ms, all within ${most.toFixed(1)} ms`);
+  assert.ok(middle < 100, `half of the polls took longer than ${middle} ms`);
+});
