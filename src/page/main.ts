@@ -46,6 +46,7 @@ async function start(): Promise<void> {
   const last = state.jobs[state.jobs.length - 1];
   if (last) state.view = last.id;
   state.section = sectionAtStart();
+  state.started = true;
   changed('view', 'section', 'jobs');
   if (fragment === 'about') openAbout();
   if (scanAtStart.path) {

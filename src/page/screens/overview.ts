@@ -88,7 +88,7 @@ interface Bar {
 function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement | null {
   if (list.length === 0) return null;
   return el('section', { class: 'panel stack' },
-    el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${title}: ${t('ovAll')}` })),
+    el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${t('ovAll')}: ${title}` })),
     el('ol', { class: 'bars' }, list.map((bar, index) => el('li', {},
       el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole))))));
 }
@@ -115,8 +115,8 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     el('a', { class: 'button plain', href: linkTo('/api/export', { id: job.id, what }), download: `vorda-${what}.csv` }, icon('download'), label);
   return {
     top: el('div', { class: 'actions push' },
-      button(t('rescan'), () => void rescan(job), { icon: 'refresh', label: t('rescanNamed', { name: job.label }) }),
-      button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain', label: t('scanForgetNamed', { name: job.label }) })),
+      button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
+      button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
       el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
       capacity(doc),
