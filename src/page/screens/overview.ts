@@ -22,13 +22,15 @@ interface Space {
   free: number;
 }
 
-// The drive as it was when scanned, and what has changed since.
+// The drive as it was when scanned, and what has changed since. A scan of the whole drive counts what
+// went into the bin, since that lies on it as well; a scan of one folder does not.
 function spaceOf({ meta }: ResultDoc): Space {
   const free = Math.min(meta.volumeFree, meta.volumeSize);
   const occupied = meta.volumeSize - free;
   const freed = Math.min(meta.freed, occupied);
-  const binned = Math.min(meta.binned, meta.used, occupied - freed);
-  const used = Math.max(0, Math.min(meta.used, occupied - freed) - binned);
+  const binned = Math.min(meta.binned, occupied - freed);
+  const counted = /^[a-z]:[\\/]?$/i.test(meta.path) ? meta.used - binned : meta.used;
+  const used = Math.max(0, Math.min(counted, occupied - freed - binned));
   return { size: meta.volumeSize, used, other: Math.max(0, occupied - freed - binned - used), binned, freed, free };
 }
 

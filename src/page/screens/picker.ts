@@ -133,7 +133,7 @@ function sshPart(): HTMLElement {
 }
 
 export function picker(): Screen {
-  const search = el('input', { type: 'search', class: 'input', placeholder: t('pickSearch'), 'aria-label': t('pickSearch') });
+  const search = el('input', { type: 'search', class: 'input filter', placeholder: t('pickSearch'), 'aria-label': t('pickSearch') });
   const none = el('p', { class: 'muted', role: 'status' });
   const groups = el('div', { class: 'stack wide' });
   const hosts = el('ul', { class: 'targets' });
