@@ -73,4 +73,11 @@ if(CMAKE_CROSSCOMPILING)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+
+  # The page: its decisions without a browser, and in one on the page of the real program.
+  file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
+    ${PROJECT_SOURCE_DIR}/tests/page/*.test.mjs)
+  add_test(NAME page COMMAND ${NODE} --test ${page_tests}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(page PROPERTIES TIMEOUT 600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 endif()

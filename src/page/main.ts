@@ -12,6 +12,8 @@ import { changed, state, type Section } from './ui/state';
 import { applyStoredChoices } from './ui/theme';
 import { toastFailure } from './ui/toast';
 
+const FIRST_LOOK_MS = 400;
+
 const address = new URL(location.href);
 const fragment = address.hash.slice(1);
 const scanAtStart = { path: address.searchParams.get('scan') ?? '' };
@@ -46,6 +48,7 @@ async function start(): Promise<void> {
   const last = state.jobs[state.jobs.length - 1];
   if (last) state.view = last.id;
   state.section = sectionAtStart();
+  state.started = true;
   changed('view', 'section', 'jobs');
   if (fragment === 'about') openAbout();
   if (scanAtStart.path) {
@@ -77,6 +80,6 @@ if (window.top !== window.self) {
   applyStoredChoices();
   takeKey();
   onKeyNeeded.ask = (wrong) => askForKey(wrong, () => void run());
-  startFrame();
-  void run();
+  // The first thing seen is the right one, unless it takes too long to know it.
+  void Promise.race([run(), new Promise((resolve) => setTimeout(resolve, FIRST_LOOK_MS))]).then(startFrame);
 }

@@ -79,7 +79,7 @@ async function verifyAndDelete(groups: readonly CopyGroup[], fallback: () => HTM
 
 export function across(): Screen {
   const problem = el('p', { class: 'wrong', role: 'alert' });
-  const status = el('p', { role: 'status' });
+  const status = el('p');
   const notes = el('div', { class: 'stack small muted' });
   const done = el('span', { class: 'moves' });
   const progress = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('acTitle') }, done);

@@ -61,7 +61,7 @@ function actionsOf(job: Job, finding: Finding): HTMLElement[] {
     case 'tempfiles':
     case 'updates': return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
     case 'duplicates': return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
-    case 'denied': return state.targets && !state.targets.elevated && !state.hello.auth ? [elevateButton()] : [];
+    case 'denied': return state.targets && !state.targets.elevated ? [elevateButton()] : [];
     default: return [];
   }
 }

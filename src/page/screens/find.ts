@@ -71,7 +71,7 @@ export const noScans = (title: string, textLine: string): HTMLElement =>
 
 export function find(): Screen {
   const problem = el('p', { class: 'wrong', role: 'alert' });
-  const status = el('p', { role: 'status' });
+  const status = el('p');
   const notes = el('div', { class: 'stack small muted' });
   const progress = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': t('fiTitle') }, el('span'));
   const stop = button(t('fiStop'), () => void finder.stop(), { icon: 'stop' });

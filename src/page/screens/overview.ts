@@ -22,13 +22,15 @@ interface Space {
   free: number;
 }
 
-// The drive as it was when scanned, and what has changed since.
+// The drive as it was when scanned, and what has changed since. A scan of the whole drive counts what
+// went into the bin, since that lies on it as well; a scan of one folder does not.
 function spaceOf({ meta }: ResultDoc): Space {
   const free = Math.min(meta.volumeFree, meta.volumeSize);
   const occupied = meta.volumeSize - free;
   const freed = Math.min(meta.freed, occupied);
-  const binned = Math.min(meta.binned, meta.used, occupied - freed);
-  const used = Math.max(0, Math.min(meta.used, occupied - freed) - binned);
+  const binned = Math.min(meta.binned, occupied - freed);
+  const counted = /^[a-z]:[\\/]?$/i.test(meta.path) ? meta.used - binned : meta.used;
+  const used = Math.max(0, Math.min(counted, occupied - freed - binned));
   return { size: meta.volumeSize, used, other: Math.max(0, occupied - freed - binned - used), binned, freed, free };
 }
 
@@ -88,7 +90,7 @@ interface Bar {
 function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement | null {
   if (list.length === 0) return null;
   return el('section', { class: 'panel stack' },
-    el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${title}: ${t('ovAll')}` })),
+    el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${t('ovAll')}: ${title}` })),
     el('ol', { class: 'bars' }, list.map((bar, index) => el('li', {},
       el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole))))));
 }
@@ -115,8 +117,8 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     el('a', { class: 'button plain', href: linkTo('/api/export', { id: job.id, what }), download: `vorda-${what}.csv` }, icon('download'), label);
   return {
     top: el('div', { class: 'actions push' },
-      button(t('rescan'), () => void rescan(job), { icon: 'refresh', label: t('rescanNamed', { name: job.label }) }),
-      button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain', label: t('scanForgetNamed', { name: job.label }) })),
+      button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
+      button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
       el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
       capacity(doc),

@@ -3,10 +3,10 @@ import type { BrowseAnswer, Drive, Job } from '../core/answers';
 import { failure, phrase, size, t } from '../core/i18n';
 import { kindOf, sameTarget } from '../core/paths';
 import { shareOf } from '../core/units';
-import { api, query, wordOf } from '../ui/api';
+import { api, onKeyNeeded, query, wordOf } from '../ui/api';
 import { button, el, field, fill, heading, icon, inert, loading, meter, setText } from '../ui/dom';
 import { elevateButton } from '../ui/elevate';
-import { failureNotice, type Screen } from '../ui/screen';
+import { emptyState, failureNotice, type Screen } from '../ui/screen';
 import { isRunning, progressText, rescan, startScan, stateText } from '../ui/jobs';
 import { state, type Change } from '../ui/state';
 import { toastFailure } from '../ui/toast';
@@ -42,7 +42,7 @@ function target(options: { icon: string; name: string; path: string; kind: strin
     line.classList.toggle('wrong', job?.state === 'error');
     if (job) setText(line, job.state === 'error' ? `${t('stError')}: ${failure(job.error)}` : `${stateText(job)}: ${progressText(job)}`);
     setText(go, job ? t('rescan') : t('scan'));
-    go.setAttribute('aria-label', t(job ? 'rescanNamed' : 'scanNamed', { name }));
+    go.setAttribute('aria-label', `${t(job ? 'rescan' : 'scan')}: ${name}`);
     go.disabled = job !== undefined && isRunning(job);
   };
   update();
@@ -133,7 +133,7 @@ function sshPart(): HTMLElement {
 }
 
 export function picker(): Screen {
-  const search = el('input', { type: 'search', class: 'input', placeholder: t('pickSearch'), 'aria-label': t('pickSearch') });
+  const search = el('input', { type: 'search', class: 'input filter', placeholder: t('pickSearch'), 'aria-label': t('pickSearch') });
   const none = el('p', { class: 'muted', role: 'status' });
   const groups = el('div', { class: 'stack wide' });
   const hosts = el('ul', { class: 'targets' });
@@ -173,7 +173,7 @@ export function picker(): Screen {
   const build = (): void => {
     const known = state.targets;
     if (!known) {
-      fill(groups, loading());
+      fill(groups, state.hello.auth ? emptyState(t('keyTitle'), t('keyText'), button(t('keyGo'), () => onKeyNeeded.ask(false), { icon: 'key' })) : loading());
       return;
     }
     const drives = known.drives.map(driveTarget);
@@ -196,7 +196,7 @@ export function picker(): Screen {
   return {
     root: el('div', { class: 'screen' }, el('div', { class: 'top' }, heading(t('pickTitle')), el('span', { class: 'push' }, search)), none, groups),
     update: (changes: ReadonlySet<Change>) => {
-      if (changes.has('targets')) build();
+      if (changes.has('targets') || changes.has('session')) build();
       if (!changes.has('jobs')) return;
       listOthers();
       for (const one of targets) one.update();

@@ -12,6 +12,7 @@ import { isRemote, jobOnView, listen, state, treeOf } from './state';
 import { copyText } from './toast';
 
 const LISTED_FILES = 30;
+const FETCH_MS = 250;
 
 // A file that a search found, in whatever scan.
 interface Found {
@@ -21,7 +22,7 @@ interface Found {
   names?: string[];
 }
 
-const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0 };
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0 };
 
 export function detailsPane(): HTMLElement {
   pane.entry = null;
@@ -31,20 +32,28 @@ export function detailsPane(): HTMLElement {
   return pane.root;
 }
 
+// Going through rows with a key held down draws only where it rests.
+function drawSoon(): void {
+  clearTimeout(pane.timer);
+  cancelAnimationFrame(pane.frame);
+  pane.frame = requestAnimationFrame(() => {
+    pane.frame = requestAnimationFrame(draw);
+  });
+}
+
 // Shows an entry of the scan on view. Its files are fetched once the choice has rested a moment.
 export function showDetails(entry: Entry | null): void {
   pane.entry = entry;
   pane.found = null;
   pane.job = state.view;
-  draw();
-  clearTimeout(pane.timer);
-  if (entry?.kind === 'folder') pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), 250);
+  drawSoon();
+  if (entry?.kind === 'folder') pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), FETCH_MS);
 }
 
 export function showHit(found: Found, bytes: number): void {
   pane.entry = { kind: 'file', path: found.p, name: baseName(found.p), s: bytes, f: 1, n: 0, m: found.m };
   pane.found = found;
-  draw();
+  drawSoon();
 }
 
 function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, close: HTMLElement): void {
@@ -84,7 +93,7 @@ function filesOf(entry: Entry): HTMLElement | null {
 
 function draw(): void {
   const { root, entry } = pane;
-  if (!root?.isConnected && root === null) return;
+  if (!root) return;
   const close = iconButton('remove', t('close'), toggleDrawer, { class: 'shut push' });
   if (!entry || (entry.kind !== 'folder' && entry.kind !== 'file')) {
     fill(root!, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));

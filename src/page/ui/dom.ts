@@ -92,7 +92,9 @@ export const inert = (text: string): HTMLElement => el('bdi', {}, shown(text));
 // A path on one line, cut in front of its file name where there is no room.
 export function cutPath(path: string): HTMLElement {
   const { head, tail } = displayParts(path);
-  return el('bdi', { class: 'cut' }, el('span', { class: 'head' }, head), el('span', { class: 'tail' }, tail));
+  // Heard as a whole: two parts side by side would be read with a gap between them.
+  return el('bdi', { class: 'cut' }, el('span', { class: 'heard' }, shown(path.slice(0, 4000))),
+    el('span', { class: 'head', 'aria-hidden': 'true' }, head), el('span', { class: 'tail', 'aria-hidden': 'true' }, tail));
 }
 
 export const wholePath = (path: string): HTMLElement => el('bdi', { class: 'path' }, shown(path));

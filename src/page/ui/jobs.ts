@@ -12,7 +12,9 @@ const HIDDEN_POLL_MS = 5000;
 const MOST_WAIT_MS = 10_000;
 const ANNOUNCE_MS = 10_000;
 
-const poller = { timer: 0, busy: false, failures: 0, announced: 0 };
+// `changes` counts what this page did to the list of scans: an answer that was under way meanwhile
+// knows nothing of it.
+const poller = { timer: 0, busy: false, failures: 0, announced: 0, changes: 0 };
 
 export const isRunning = (job: Job): boolean => job.state === 'scanning' || job.state === 'cancelled';
 
@@ -44,10 +46,15 @@ export async function poll(): Promise<void> {
   if (poller.busy) return;
   poller.busy = true;
   try {
+    const before = poller.changes;
     const jobs = await api<Job[]>('/api/jobs');
     poller.failures = 0;
+    if (before !== poller.changes) return;
     for (const job of jobs) tell(jobById(job.id), job);
     state.jobs = jobs;
+    for (const id of state.results.keys()) {
+      if (!jobById(id)) drop(id);
+    }
     if (state.view && !jobById(state.view)) viewLast();
     changed('jobs');
     await Promise.all(jobs.filter((job) => job.state === 'done' && !state.results.has(job.id) && !state.resultErrors.has(job.id)).map((job) => fetchResult(job.id)));
@@ -59,6 +66,10 @@ export async function poll(): Promise<void> {
     schedule();
   }
 }
+
+document.addEventListener('visibilitychange', () => {
+  if (!document.hidden && (state.offline || state.jobs.some(isRunning))) void poll();
+});
 
 export async function fetchResult(id: number): Promise<void> {
   try {
@@ -114,7 +125,12 @@ export async function startScan(path: string, kind: string, label: string): Prom
   if (password) fields['password'] = password;
   const { id } = await form<{ id: number }>('/api/scan', fields);
   const replaced = state.jobs.filter((job) => job.id !== id && sameTarget(job.path, path));
+  ++poller.changes;
   for (const job of replaced) drop(job.id);
+  // Until the program says more about it.
+  state.jobs = [...state.jobs, {
+    id, path, kind, label, state: 'scanning', files: 0, bytes: 0, dirs: 0, phase: 0, seconds: 0, status: '', current: '', error: '', method: '', noTurbo: '',
+  }];
   state.wacht = id;
   state.view = id;
   clearView();
@@ -154,6 +170,7 @@ function drop(id: number): void {
 export async function forgetScan(id: number): Promise<void> {
   try {
     await api(query('/api/forget', { id }));
+    ++poller.changes;
     drop(id);
     if (state.view === id) {
       viewLast();

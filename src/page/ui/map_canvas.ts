@@ -62,12 +62,16 @@ export class MapCanvas {
   private hovered = -1;
   private active = 0;
   private chosen = '';
+  private box: DOMRect | null = null; // where the map lies; forgotten when that may have changed
 
   constructor(private readonly hooks: MapHooks) {
     this.options = el('div', {
       class: 'options', role: 'listbox', tabindex: '0', on: {
         keydown: (event) => this.key(event),
         pointermove: (event) => this.hover(event),
+        pointerenter: () => {
+          this.box = null;
+        },
         pointerleave: () => this.setHovered(-1),
         click: (event) => this.click(event),
         dblclick: (event) => this.twice(event),
@@ -104,6 +108,7 @@ export class MapCanvas {
   redraw(): void {
     const { clientWidth: width, clientHeight: height } = this.root;
     if (!this.folder || width === 0 || height === 0) return;
+    this.box = null;
     performance.mark('map-layout');
     this.layout = layoutMap(this.folder, { x: 0, y: 0, w: width, h: height },
       (entry) => (entry.kind === 'folder' ? this.hooks.childrenOf(entry).filter((child) => child.s > 0).map((item) => ({ item, size: item.s })) : []),
@@ -217,7 +222,7 @@ export class MapCanvas {
   }
 
   private indexAt(event: MouseEvent): number {
-    const box = this.root.getBoundingClientRect();
+    const box = (this.box ??= this.root.getBoundingClientRect());
     return tileAt(this.layout.tiles, event.clientX - box.left, event.clientY - box.top);
   }
 
@@ -234,6 +239,7 @@ export class MapCanvas {
   }
 
   private click(event: MouseEvent): void {
+    this.box = null;
     const tile = this.layout.tiles[this.indexAt(event)];
     if (!tile) return;
     this.choose(tile.item.path);

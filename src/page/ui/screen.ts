@@ -44,7 +44,7 @@ function progressPanel(job: Job): Following {
   const status = el('p', {});
   const figures = el('p', { class: 'answer' });
   const current = el('p', { class: 'small muted' });
-  const bar = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': t('scanNamed', { name: nameOf(job) }) }, el('span'));
+  const bar = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': nameOf(job) }, el('span'));
   const stop = button(t('scanStop'), () => void cancelScan(job.id), { icon: 'stop' });
   const root = el('div', { class: 'panel stack wide' }, el('h2', {}, inert(nameOf(job))), figures, bar, status, current, el('div', {}, stop));
   const update = (now: Job): void => {

@@ -99,9 +99,9 @@ const footButton = (name: string, label: string, action: () => void): HTMLElemen
 
 function navigation(): HTMLElement {
   const other = theme() === 'dark' ? 'light' : 'dark';
-  return el('div', { class: 'nav' },
+  return el('nav', { class: 'nav', 'aria-label': t('sections') },
     el('div', { class: 'brand' }, icon('drive', 'logo'), el('span', { class: 'word' }, 'Vorda')),
-    el('nav', { 'aria-label': t('sections') }, el('ul', {},
+    el('div', { class: 'links' }, el('ul', {},
       SECTIONS.map((section) => el('li', { class: FIRST.includes(section) ? '' : 'second' }, sectionLink(section))))),
     el('ul', { class: 'foot' },
       el('li', { class: 'wide-only' }, field(t('language'), languageSelect())),
@@ -171,7 +171,7 @@ function header(): { root: HTMLElement; update: () => void } {
     list.hidden = chips.size === 0;
     setText(machine, state.targets?.machine ?? '');
     progress.hidden = !state.jobs.some(isRunning);
-    const wanted = state.targets && !state.targets.elevated && !state.hello.auth;
+    const wanted = state.targets && !state.targets.elevated;
     if (wanted && !rights.firstChild) rights.append(elevateButton());
     else if (!wanted) rights.replaceChildren();
   };
@@ -210,17 +210,19 @@ function showSection(focus: boolean): void {
   if (!frame) return;
   frame.screen.leave?.();
   frame.section = state.section;
+  mirrorSection(); // first, because the map keeps its folder with its own step
   frame.screen = MAKERS[state.section]();
   frame.content.replaceChildren(frame.screen.root);
   frame.content.scrollTop = 0;
   frame.main.classList.toggle('detailed', frame.screen.detailed === true);
   frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
   if (frame.screen.detailed) frame.main.append(detailsPane());
-  frame.nav.querySelectorAll('nav a').forEach((link) =>
+  frame.nav.querySelectorAll('a').forEach((link) =>
     setAttribute(link, 'aria-current', link.getAttribute('href') === `#${state.section}` ? 'page' : null));
   if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();
-  mirrorSection();
 }
+
+const mirrored = { once: false };
 
 const showTitle = (): void => {
   document.title = `${t(TITLES[state.section])} - Vorda`;
@@ -230,9 +232,11 @@ const showTitle = (): void => {
 function mirrorSection(): void {
   showTitle();
   const wanted = `#${state.section}`;
-  if (location.hash === wanted || location.hash === '#about') return;
-  if (location.hash === '') history.replaceState(null, '', wanted);
-  else history.pushState(null, '', wanted);
+  // The section that the page opens with is no step of its own.
+  if (!state.started || location.hash === wanted || location.hash === '#about') return;
+  if (mirrored.once) history.pushState(null, '', wanted);
+  else history.replaceState(null, '', wanted);
+  mirrored.once = true;
 }
 
 export function rebuild(): void {
@@ -246,22 +250,22 @@ export function rebuild(): void {
     event.preventDefault();
     content.querySelector<HTMLElement>('h1')?.focus();
   } } }, t('skip'));
+  // What is pressed in the navigation keeps the focus, under its new name.
+  const focusable = 'a, button, select';
+  const focused = frame ? [...frame.nav.querySelectorAll(focusable)].indexOf(document.activeElement as Element) : -1;
   frame?.screen.leave?.();
   head.root.prepend(warning.root);
   app.replaceChildren(skip, nav, head.root, main);
   document.body.append(...toastPlaces());
   frame = { screen: { root: content }, section: state.section, content, main, nav, quits: state.hello.canQuit, updates: [head.update, warning.update] };
   showSection(false);
+  if (focused >= 0) nav.querySelectorAll<HTMLElement>(focusable)[focused]?.focus();
 }
 
 function onChange(changes: ReadonlySet<Change>): void {
   if (!frame) return;
   if (changes.has('language') || changes.has('session')) {
-    if (changes.has('language') || frame.quits !== state.hello.canQuit) {
-      const focused = document.activeElement?.id;
-      rebuild();
-      if (focused && changes.has('language')) document.querySelector<HTMLElement>('.nav select')?.focus();
-    }
+    if (changes.has('language') || frame.quits !== state.hello.canQuit) rebuild();
     updateElevateButtons();
   }
   if (changes.has('offline') && !state.offline) toast(t('back'));

@@ -30,6 +30,7 @@ export const state = {
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only
   wacht: 0, // the scan to jump to when it finishes
+  started: false, // the start is over: scans and targets are known
   offline: false,
   ended: false,
 };

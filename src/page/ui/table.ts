@@ -55,6 +55,7 @@ export class Table<R> {
   private rows: readonly R[] = [];
   private rowHeight = 32;
   private first = 0;
+  private room = 0; // height in which rows are seen; kept, since asking lays the page out
   private sorted: { word: string; down: boolean } | null = null;
   private readonly observer: ResizeObserver;
   active = 0;
@@ -110,6 +111,7 @@ export class Table<R> {
 
   private measure(): void {
     const height = this.probe.offsetHeight || 32;
+    this.room = Math.max(0, this.root.clientHeight - this.head.offsetHeight);
     if (height !== this.rowHeight) {
       const top = this.root.scrollTop / this.rowHeight;
       this.rowHeight = height;
@@ -151,20 +153,27 @@ export class Table<R> {
 
   private draw(refill: boolean): void {
     const count = this.rows.length;
-    const room = Math.max(0, this.root.clientHeight - this.head.offsetHeight);
-    const inView = Math.ceil(room / this.rowHeight) + 1;
+    const inView = Math.ceil(this.room / this.rowHeight) + 1;
     const first = Math.max(0, Math.min(Math.floor(this.root.scrollTop / this.rowHeight) - SPARE / 2, count - inView - SPARE));
     if (!refill && first === this.first) return;
     this.first = first;
     const size = Math.min(count, inView + SPARE);
+    if (this.pool.length !== size) refill = true; // which row an element shows depends on how many there are
     while (this.pool.length < size) this.pool.push(this.makeRow());
     while (this.pool.length > size) this.pool.pop()!.element.remove();
     for (let index = first; index < first + size; ++index) {
       const pooled = this.pool[index % size]!;
       if (refill || pooled.index !== index) this.fillRow(pooled, index);
     }
-    const alive = this.active >= first && this.active < first + size;
-    setAttribute(this.root, 'aria-activedescendant', alive && count > 0 ? `${this.prefix}-${this.active}` : null);
+    this.pointAtActive();
+  }
+
+  private pooled(index: number): PooledRow | undefined {
+    return this.pool.find((one) => one.index === index);
+  }
+
+  private pointAtActive(): void {
+    setAttribute(this.root, 'aria-activedescendant', this.pooled(this.active) ? `${this.prefix}-${this.active}` : null);
   }
 
   private makeRow(): PooledRow {
@@ -199,9 +208,12 @@ export class Table<R> {
 
   moveTo(index: number, quiet = false): void {
     if (this.rows.length === 0) return;
+    this.pooled(this.active)?.element.classList.remove('active');
     this.active = Math.max(0, Math.min(index, this.rows.length - 1));
     this.reveal(this.active);
-    this.draw(true);
+    this.draw(false);
+    this.pooled(this.active)?.element.classList.add('active');
+    this.pointAtActive();
     const row = this.rows[this.active];
     if (row !== undefined && !quiet) this.options.onActive?.(row, this.active);
   }
@@ -212,10 +224,9 @@ export class Table<R> {
   }
 
   private reveal(index: number): void {
-    const room = this.root.clientHeight - this.head.offsetHeight;
     const top = index * this.rowHeight;
     if (top < this.root.scrollTop) this.root.scrollTop = top;
-    else if (top + this.rowHeight > this.root.scrollTop + room) this.root.scrollTop = top + this.rowHeight - room;
+    else if (top + this.rowHeight > this.root.scrollTop + this.room) this.root.scrollTop = top + this.rowHeight - this.room;
   }
 
   private mark(index: number): void {
@@ -261,7 +272,7 @@ export class Table<R> {
       event.preventDefault();
       return;
     }
-    const page = Math.max(1, Math.floor((this.root.clientHeight - this.head.offsetHeight) / this.rowHeight) - 1);
+    const page = Math.max(1, Math.floor(this.room / this.rowHeight) - 1);
     const moves: Record<string, number> = {
       ArrowDown: this.active + 1, ArrowUp: this.active - 1, PageDown: this.active + page, PageUp: this.active - page,
       Home: 0, End: this.rows.length - 1,

@@ -1,6 +1,6 @@
 // Short confirmations that go away by themselves, and words for those who listen.
 import { el } from './dom';
-import { messageOf } from './api';
+import { messageOf, wordOf } from './api';
 
 const SHOWN_MS = 4500;
 
@@ -20,7 +20,10 @@ export function toast(message: string): void {
   setTimeout(() => note.remove(), SHOWN_MS);
 }
 
-export const toastFailure = (error: unknown): void => toast(messageOf(error));
+// A missing key is asked for in a dialog of its own, which says it all.
+export function toastFailure(error: unknown): void {
+  if (wordOf(error) !== 'key') toast(messageOf(error));
+}
 
 export function announce(message: string): void {
   places.heard.textContent = message;

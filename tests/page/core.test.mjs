@@ -1,0 +1,166 @@
+// The page's decisions, without a browser.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { page } from './support/modules.mjs';
+
+const { i18n, paths, plan, selection, squarify, tree, units, words } = page;
+const MiB = 2 ** 20;
+
+test('sizes, shares and dates in the form of each locale', () => {
+  const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
+  assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
+    ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
+  assert.equal(units.formatSize(1536, 'nl-NL'), '1,50 KB');
+  assert.deepEqual([NaN, -1].map((bytes) => units.formatSize(bytes, 'en-GB')), ['0 B', '0 B']);
+  assert.deepEqual([0, 0.0001, 0.05, 0.5, 1].map((share) => units.formatPercent(share, 'en-GB')), ['0%', '< 0.1%', '5.0%', '50%', '100%']);
+  assert.deepEqual([0, -5, 1e17].map((time) => units.formatDate(time, 'en-GB')), ['', '', '']);
+  assert.equal(units.formatDate(Date.UTC(2024, 1, 3, 12), 'en-GB'), '03/02/2024');
+  assert.equal(units.formatSeconds(1.25, 'fr-FR'), '1,3 s');
+});
+
+test('paths: parts, owners and what goes with what', () => {
+  const cases = [['C:\\a\\b', 'C:\\a', 'b'], ['C:\\a', 'C:\\', 'a'], ['C:\\', '', 'C:'], ['\\\\srv\\share\\x', '\\\\srv\\share', 'x'],
+    ['/home/x', '/home', 'x'], ['/home', '/', 'home'], ['/', '', '/'], ['C:\\a\\', 'C:\\', 'a'], ['C:\\a/b\\c', 'C:\\a/b', 'c']];
+  for (const [path, parent, name] of cases) assert.deepEqual([paths.parentOf(path), paths.baseName(path)], [parent, name], path);
+  assert.deepEqual([paths.joinPath('C:\\', 'a'), paths.joinPath('C:\\a', 'b'), paths.joinPath('/', 'a'), paths.joinPath('/a', 'b\\c')], ['C:\\a', 'C:\\a\\b', '/a', '/a/b\\c']);
+  const roots = [{ id: 1, root: 'D:\\Data' }, { id: 2, root: 'D:\\' }, { id: 3, root: 'd:\\data\\deep\\' }];
+  const owner = (path) => paths.owningJob(path, roots);
+  assert.deepEqual(['D:\\Data2\\x', 'd:\\DATA\\x', 'D:\\Data', 'D:\\Data\\Deep\\x', 'E:\\x'].map(owner), [2, 1, 1, 3, 0]);
+  assert.deepEqual(paths.topmost(['C:\\a\\b', 'C:\\A', 'C:\\ab', 'C:\\a\\b\\c', 'C:\\A']), ['C:\\A', 'C:\\ab']);
+  assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
+});
+
+test('hostile names are inert and short enough to show', () => {
+  assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
+  const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
+  const { head, tail } = paths.displayParts(long);
+  assert.ok(head.length <= 520 && tail.length <= 260 && tail.endsWith('.txt') && head.startsWith('C:\\'));
+  for (let most = 3; most < 12; ++most) {
+    const short = paths.shorten('ab\u{1f600}\u{1f600}cd\u{1f600}ef\u{1f600}', most);
+    assert.ok(short.length <= most && short.isWellFormed?.() !== false && !/[\ud800-\udbff](?![\udc00-\udfff])/.test(short), `${most}: ${short}`);
+  }
+});
+
+test('words become sentences, in every language, and unknown ones stay', () => {
+  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
+    'unreadable', 'elevateDenied', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+  for (const lang of Object.keys(i18n.LANGS)) {
+    i18n.setLanguage(lang);
+    for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
+    assert.match(i18n.failure('sshFailed:255'), /255/);
+    assert.match(i18n.failure('failed:124'), /124/);
+    for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
+  }
+  assert.equal(i18n.failure('somethingNew'), 'somethingNew');
+  assert.equal(words.wordingOf('constructor').key, null);
+  i18n.setLanguage('nl');
+  assert.deepEqual([i18n.t('nFiles', { n: 1 }), i18n.t('nFiles', { n: 12345 }), i18n.phrase('r_', 'newWord'), i18n.text('no such key')],
+    ['1 bestand', '12.345 bestanden', 'newWord', 'no such key']);
+  i18n.setLanguage('fr');
+  assert.deepEqual([i18n.t('nFiles', { n: 0 }), i18n.t('nFiles', { n: 1_000_000 })], ['0 fichier', '1\u202f000\u202f000 de fichiers']);
+  assert.deepEqual(['en', 'nl', 'fr', 'es', 'pt'].map((lang) => page[lang].confirmWord), ['DELETE', 'VERWIJDER', 'SUPPRIMER', 'ELIMINAR', 'ELIMINAR']);
+  assert.deepEqual([i18n.preferredLanguage(['de-DE', 'pt-BR', 'en']), i18n.preferredLanguage(['de'])], ['pt', 'en']);
+  i18n.setLanguage('en');
+});
+
+test('no dictionary leaves English text', () => {
+  // What reads alike in both languages.
+  const alike = {
+    nl: ['scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
+    fr: ['sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
+    es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
+    pt: ['acRunning'],
+  };
+  const everywhere = ['title', 'turbo', 's_turbo', 'progressLine', 'how_ssh', 'mapTile', 'fiExtsHint'];
+  for (const [lang, keys] of Object.entries(alike)) {
+    const left = Object.keys(page.en).filter((key) => JSON.stringify(page[lang][key]) === JSON.stringify(page.en[key]));
+    assert.deepEqual(left.filter((key) => !keys.includes(key) && !everywhere.includes(key)), [], lang);
+  }
+});
+
+const doc = (over = {}) => ({
+  meta: { path: 'C:\\d', used: 300 * MiB, files: 9 }, exts: [], advice: [],
+  files: [{ p: 'C:\\d\\a\\big.iso', s: 60 * MiB, m: 5 }, { p: 'C:\\d\\film.mkv', s: 90 * MiB, m: 0 }, { p: 'C:\\d\\small', s: 10, m: 0 }],
+  tree: { n: 'C:\\d', s: 300 * MiB, f: 9, i: 0, c: [
+    { n: 'a', s: 150 * MiB, f: 4, i: 1, c: [{ n: '', rk: 'loose', s: 150 * MiB, f: 4, rest: true }] },
+    { n: '', rk: 'smaller', rn: 3, s: 40 * MiB, f: 2, rest: true },
+    { n: '', rk: 'loose', s: 110 * MiB, f: 3, rest: true },
+  ] }, ...over,
+});
+
+test('the tree: pruned, completed by fetched folders, with large files among them', () => {
+  const scan = new tree.ScanTree(doc());
+  const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', 'loose  20 2']);
+  assert.deepEqual(names('C:\\d\\a'), ['loose  90 3', 'file big.iso 60 1']);
+  assert.ok(scan.needsLoading('C:\\d'));
+  scan.startLoading('C:\\d');
+  assert.ok(!scan.needsLoading('C:\\d'));
+  scan.setFolders('C:\\d', { path: 'C:\\d', s: 300 * MiB, f: 9, dirs: [{ n: 'a', s: 150 * MiB, f: 4 }, { n: 'b', s: 40 * MiB, f: 2 }, { n: 'none', s: 0, f: 0 }], total: 3 });
+  scan.setFiles('C:\\d', { path: 'C:\\d', files: [{ n: 'film.mkv', s: 90 * MiB, m: 7 }, { n: 'tiny', s: 1, m: 0 }], total: 2, dirs: 3 });
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'loose  20 2', 'folder none 0 0']);
+  const rows = tree.treeRows(scan, new Set(['C:\\d', 'C:\\d\\a', 'C:\\d\\none']));
+  assert.deepEqual(rows.map((row) => [row.entry.name, row.depth, row.parent, row.open]),
+    [['C:\\d', 0, -1, true], ['a', 1, 0, true], ['', 2, 1, false], ['big.iso', 2, 1, false], ['film.mkv', 1, 0, false], ['b', 1, 0, false], ['', 1, 0, false], ['none', 1, 0, false]]);
+  assert.deepEqual([tree.findTyped(rows, 0, 'B'), tree.findTyped(rows, 4, 'b'), tree.findTyped(rows, 0, 'zz')], [3, 5, -1]);
+  scan.setFailed('C:\\d\\b', 'offline');
+  assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => entry.kind), ['failed']);
+  assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder may be tried again');
+  const empty = new tree.ScanTree(doc({ tree: null, files: [] }));
+  assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
+});
+
+test('the map covers its area exactly once, whatever the sizes', () => {
+  const area = { x: 3, y: 5, w: 401, h: 233 };
+  for (const values of [[1], [5, 3, 1, 1], Array.from({ length: 400 }, (_, i) => 1000 / (i + 1)), [1e15, 1, 1], [7, 7, 7, 7, 7]]) {
+    const rects = squarify.squarify(values, area);
+    const total = values.reduce((sum, value) => sum + value, 0);
+    rects.forEach((rect, i) => assert.ok(Math.abs(rect.w * rect.h - (values[i] / total) * area.w * area.h) < 1e-3, `${i} of ${values.length}`));
+    assert.ok(rects.every((rect) => rect.x >= area.x - 1e-6 && rect.y >= area.y - 1e-6 && rect.x + rect.w <= area.x + area.w + 1e-6 && rect.y + rect.h <= area.y + area.h + 1e-6));
+  }
+  assert.ok(squarify.squarify([0, 0], area).every((rect) => rect.w === 0));
+  const children = { top: ['a', 'b', 'c'], a: ['x', 'y'] };
+  const size = { a: 60, b: 39.9999, c: 0.0001, x: 40, y: 20 };
+  const layout = squarify.layoutMap('top', { x: 0, y: 0, w: 400, h: 300 }, (item) => (children[item] ?? []).map((name) => ({ item: name, size: size[name] })), 5, 18);
+  assert.deepEqual(layout.tiles.map((tile) => [tile.item, tile.level, tile.branch, tile.heading]), [['a', 0, 0, true], ['b', 0, 1, false], ['x', 1, 0, false], ['y', 1, 0, false]]);
+  assert.equal(layout.melted.length, 1, 'what is too small to see is still shown as a rest');
+  const inside = layout.tiles[2];
+  assert.equal(squarify.tileAt(layout.tiles, inside.x + 1, inside.y + 1), 2);
+  const own = layout.tiles.slice(0, 2);
+  assert.equal(squarify.nearestTile(own, 0, own[1].x > own[0].x ? 1 : 0, own[1].x > own[0].x ? 0 : 1), 1);
+});
+
+test('deletions: one request per scan, and a truthful sentence afterwards', () => {
+  const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
+  assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
+    [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
+  const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
+  assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
+  assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '' }]), { deleted: 2, bytes: 5, binned: 1, error: 'aborted' });
+  assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
+});
+
+test('duplicates: one copy of each group stays, and only what is still equal goes', () => {
+  const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
+  const kept = (rule) => plan.keeper(group, rule).p;
+  assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
+  const locked = { ...group, files: [...group.files, { p: 'C:\\Windows\\y', m: 1, job: 1, lock: 'windows' }] };
+  assert.equal(plan.keeper(locked, 'newest').p, 'C:\\Windows\\y');
+  assert.ok(plan.mayChoose(group, new Set(['C:\\two']), 'D:\\x'));
+  assert.ok(!plan.mayChoose(group, new Set(['C:\\two', 'C:\\long\\one']), 'D:\\x'));
+  assert.ok(!plan.mayChoose(locked, new Set(), 'C:\\Windows\\y'));
+  const names = ['a', 'b', 'c', 'd'];
+  assert.deepEqual([...plan.verified(new Set(['a', 'c', 'd']), names, [[0, 1]])], ['a'], 'c and d no longer have an equal');
+  assert.deepEqual([...plan.verified(new Set(['a', 'b']), names, [[0, 1]])], [], 'none would stay');
+});
+
+test('marking a range, in both directions', () => {
+  const marks = new selection.Selection();
+  const keyAt = (i) => (i === 3 ? null : `k${i}`);
+  marks.toggle(5, 'k5');
+  marks.extendTo(2, keyAt);
+  assert.deepEqual([...marks.keys].sort(), ['k2', 'k4', 'k5']);
+  marks.extendTo(6, keyAt);
+  marks.keepOnly((key) => key !== 'k4');
+  assert.deepEqual([...marks.keys].sort(), ['k2', 'k5', 'k6']);
+});

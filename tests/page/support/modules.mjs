@@ -1,0 +1,15 @@
+// The page's modules without a document, bundled as the page itself is.
+import { build } from 'esbuild';
+import { fileURLToPath } from 'node:url';
+
+const names = ['i18n', 'paths', 'plan', 'selection', 'squarify', 'tree', 'units', 'words'];
+const { outputFiles } = await build({
+  stdin: {
+    contents: names.map((name) => `export * as ${name} from './core/${name}';`).join('') +
+      ["en", "nl", "fr", "es", "pt"].map((lang) => `export { ${lang} } from './lang/${lang}';`).join(''),
+    resolveDir: fileURLToPath(new URL('../../../src/page', import.meta.url)),
+  },
+  bundle: true, format: 'esm', write: false, target: 'node18',
+});
+
+export const page = await import(`data:text/javascript;base64,${Buffer.from(outputFiles[0].contents).toString('base64')}`);
