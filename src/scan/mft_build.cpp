@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <limits>
 #include <memory>
 #include <unordered_map>
@@ -42,17 +43,17 @@ private:
   static constexpr std::size_t kMost = 13; // enough to tell that a type is too long for one
 
   struct Ending {
-    std::array<std::uint16_t, kMost> units{};
-    std::uint16_t length = 0;
+    std::array<std::uint16_t, 16> units{}; // in whole words, for the hash
+    std::size_t length = 0;
     bool operator==(const Ending&) const = default;
   };
 
   struct EndingHash {
     std::size_t operator()(const Ending& ending) const {
       std::uint64_t hash = ending.length;
-      for (std::size_t i = 0; i < ending.length; ++i) {
-        hash = (hash ^ ending.units[i]) * 0x9E37'79B9'7F4A'7C15ULL;
-        hash ^= hash >> 29U;
+      for (const std::uint64_t word : std::bit_cast<std::array<std::uint64_t, 4>>(ending.units)) {
+        hash = (hash ^ word) * 0x9E37'79B9'7F4A'7C15ULL;
+        hash ^= hash >> 32U;
       }
       return static_cast<std::size_t>(hash);
     }
@@ -60,13 +61,13 @@ private:
 
   Ending endingOf(const PooledName& name) const {
     Ending ending;
+    const NamePool::Units units = names_.units(name);
     std::size_t dot = name.length;
-    while (dot > 0 && names_.unit(name, dot - 1) != L'.') --dot;
+    while (dot > 0 && units[dot - 1] != '.') --dot;
     // No dot, or nothing but the dot before or behind it: the ending stays empty.
     if (dot <= 1 || dot == name.length) return ending;
-    for (std::size_t i = dot - 1; i < name.length && ending.length < kMost; ++i) {
-      ending.units[ending.length++] = static_cast<std::uint16_t>(names_.unit(name, i));
-    }
+    ending.length = std::min<std::size_t>(name.length - (dot - 1), kMost);
+    for (std::size_t i = 0; i < ending.length; ++i) ending.units[i] = units[dot - 1 + i];
     return ending;
   }
 

@@ -73,9 +73,15 @@ bool NamePool::Writer::add(ByteView units, PooledName& name) {
   return true;
 }
 
+NamePool::Units NamePool::units(const PooledName& name) const {
+  constexpr std::size_t kSteps = kBlockBytes / 2;
+  return {blocks_[name.at / kSteps].get() + name.at % kSteps * 2, name.narrow};
+}
+
 void NamePool::read(const PooledName& name, std::wstring& out) const {
+  const Units from = units(name);
   out.resize(name.length);
-  for (std::size_t i = 0; i < name.length; ++i) out[i] = unit(name, i);
+  for (std::size_t i = 0; i < name.length; ++i) out[i] = static_cast<wchar_t>(from[i]);
 }
 
 bool MftTable::allocate(std::uint32_t count) {

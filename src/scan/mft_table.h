@@ -87,19 +87,23 @@ public:
     std::size_t used_ = kBlockBytes;
   };
 
-  wchar_t unit(const PooledName& name, std::size_t i) const {
-    const std::uint8_t* bytes = start(name);
-    if (name.narrow) return bytes[i];
-    return static_cast<wchar_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
-  }
+  class Units {
+  public:
+    Units(const std::uint8_t* bytes, bool narrow) : bytes_(bytes), narrow_(narrow) {}
+    std::uint16_t operator[](std::size_t i) const {
+      if (narrow_) return bytes_[i];
+      return static_cast<std::uint16_t>(bytes_[2 * i] | (bytes_[2 * i + 1] << 8U));
+    }
+
+  private:
+    const std::uint8_t* bytes_;
+    bool narrow_;
+  };
+  // As many as the name is long; none when its length is 0.
+  Units units(const PooledName& name) const;
   void read(const PooledName& name, std::wstring& out) const;
 
 private:
-  const std::uint8_t* start(const PooledName& name) const {
-    constexpr std::size_t kSteps = kBlockBytes / 2;
-    return blocks_[name.at / kSteps].get() + name.at % kSteps * 2;
-  }
-
   std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;
   std::atomic<std::size_t> next_{0};
 };

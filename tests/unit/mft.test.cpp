@@ -282,10 +282,11 @@ TEST_CASE("names cannot lead to another place") {
   volume.add(21, TestRecord().file(L"..\\Windows/x" + std::wstring(1, 0), reference(20, 1), 21));
   volume.add(22, TestRecord().file(L".", kRoot, 22));
   volume.add(23, TestRecord().file(L"...", kRoot, 23));
+  volume.add(25, TestRecord().file(L"a/b", kRoot, 25));
   volume.add(24, TestRecord().file(std::wstring(255, L'n'), kRoot, 24));
   CHECK(listed(reading(opens(volume.image()))) ==
         Lines{L"\xFFFD\xFFFD\\..\xFFFDWindows\xFFFDx\xFFFD 21", L"\xFFFD 22", L"... 23",
-              std::wstring(255, L'n') + L" 24"});
+              L"a\xFFFD\x62 25", std::wstring(255, L'n') + L" 24"});
 }
 
 TEST_CASE("types are counted as the walk counts them") {
@@ -382,6 +383,27 @@ TEST_CASE("a table in pieces is read whole or not at all") {
   CHECK(wordOf(volume.image(far.nonResident(kData, 24 * 1024, part(0, 1)))) == "mftCorrupt");
 }
 
+TEST_CASE("records smaller than a sector, and a table that ends inside one") {
+  TestVolume volume;
+  volume.sectorBytes = 4096;
+  volume.clusterBytes = 4096;
+  volume.tableRecords = 30;
+  volume.extents = {{6, 64}, {2, 80}};
+  Bytes list(32);
+  put(list, 0, kData, 4);
+  put(list, 4, 32, 2);
+  put(list, 8, 6, 8);
+  put(list, 16, reference(18, 1), 8);
+  TestRecord zero;
+  zero.resident(kAttributeList, list).nonResident(kData, 30 * 1024, runList({{6, 64}}));
+  volume.add(18, TestRecord(false, reference(0, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
+  volume.add(29, TestRecord().file(L"last", kRoot, 29));
+  CHECK(listed(reading(opens(volume.image(zero)))) == Lines{L"last 29"});
+  // The record that continues the table must say that it does.
+  volume.add(18, TestRecord(false, reference(5, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
+  CHECK(wordOf(volume.image(zero)) == "mftCorrupt");
+}
+
 TEST_CASE("single bad records are passed over, many are not") {
   TestVolume volume;
   volume.tableRecords = 4096;
@@ -446,6 +468,7 @@ TEST_CASE("every failure has its word, and the walk takes over") {
       {"mftUnreadable", failing(table, table + 2)}, // and the chunk with the same beginning
       {"mftCorrupt", changed(table, 'B', 1)},
       {"mftCorrupt", changed(table + 510, 0, 2)},
+      {"mftCorrupt", changed(table + 6, 2, 2)},             // an update sequence too short
       {"mftCorrupt", changed(table + 6, 600, 2)},           // an update sequence beyond the record
       {"mftCorrupt", changed(table + 5 * 1024 + 22, 0, 2)}, // no root folder
       {"mftCorrupt", with(TestRecord().nonResident(kData, 65 * 1024, run))},

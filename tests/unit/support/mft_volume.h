@@ -119,8 +119,9 @@ private:
   Bytes bytes_;
 };
 
-// A volume of 512-byte sectors and 1,024-byte records whose table begins at cluster 64.
+// A volume of 1,024-byte records whose table begins at cluster 64.
 struct TestVolume {
+  std::uint32_t sectorBytes = 512;
   std::uint32_t clusterBytes = 512;
   std::uint32_t tableRecords = 64;
   std::map<std::uint32_t, TestRecord> records; // without record 0
@@ -157,8 +158,8 @@ struct TestVolume {
   Bytes image(const TestRecord& zero) const {
     Bytes bytes(4096);
     std::copy_n("NTFS    ", 8, bytes.begin() + 3);
-    put(bytes, 11, 512, 2);
-    put(bytes, 13, clusterBytes / 512, 1);
+    put(bytes, 11, sectorBytes, 2);
+    put(bytes, 13, clusterBytes / sectorBytes, 1);
     put(bytes, 40, sectors, 8);
     put(bytes, 48, 64, 8);
     put(bytes, 64, 0xF6, 1);
