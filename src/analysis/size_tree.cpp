@@ -101,9 +101,18 @@ ShownChildren shownChildren(const FolderTable& folders, const TreeOptions& optio
   return shown;
 }
 
-std::wstring_view withoutTrailingSeparator(std::wstring_view path) {
-  if (!path.empty() && isSeparator(path.back())) path.remove_suffix(1);
-  return path;
+bool isSlash(wchar_t unit) { return unit == L'/'; }
+
+// The child of this very name, else one that differs from it by case only. Folders of
+// other machines may differ by nothing else.
+std::uint32_t childNamed(const FolderTable& folders, std::uint32_t parent, std::wstring_view name) {
+  std::uint32_t alike = kNoFolder;
+  for (std::uint32_t child = folders[parent].firstChild; child != kNoFolder;
+       child = folders[child].nextSibling) {
+    if (folders[child].name == name) return child;
+    if (alike == kNoFolder && equalsIgnoreCase(folders[child].name, name)) alike = child;
+  }
+  return alike;
 }
 
 } // namespace
@@ -140,19 +149,20 @@ void SumTree(FolderTable& folders, ScanProgress& progress) {
 std::optional<std::uint32_t> FindFolder(const FolderTable& folders, std::wstring_view rootPath,
                                         std::wstring_view path) {
   if (folders.empty()) return std::nullopt;
-  const std::wstring_view root = withoutTrailingSeparator(rootPath);
-  const std::wstring_view wanted = withoutTrailingSeparator(path);
+  // On other machines "\" may be part of a name.
+  const auto separates = isRemotePath(rootPath) ? isSlash : isSeparator;
+  const auto trimmed = [separates](std::wstring_view text) {
+    if (!text.empty() && separates(text.back())) text.remove_suffix(1);
+    return text;
+  };
+  const std::wstring_view root = trimmed(rootPath);
+  const std::wstring_view wanted = trimmed(path);
   if (equalsIgnoreCase(wanted, root)) return 0;
-  const bool beneath = startsWithIgnoreCase(wanted, root) && isSeparator(wanted[root.size()]);
-  if (!beneath) return std::nullopt;
+  if (!startsWithIgnoreCase(wanted, root) || !separates(wanted[root.size()])) return std::nullopt;
   std::uint32_t at = 0;
-  for (const std::wstring_view part : pathComponents(wanted.substr(root.size()))) {
-    std::uint32_t child = folders[at].firstChild;
-    while (child != kNoFolder && !equalsIgnoreCase(folders[child].name, part)) {
-      child = folders[child].nextSibling;
-    }
-    if (child == kNoFolder) return std::nullopt;
-    at = child;
+  for (const std::wstring_view part : pathComponents(wanted.substr(root.size()), separates)) {
+    at = childNamed(folders, at, part);
+    if (at == kNoFolder) return std::nullopt;
   }
   return at;
 }

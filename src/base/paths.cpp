@@ -58,16 +58,20 @@ void appendName(std::wstring& path, std::wstring_view name, wchar_t separator) {
   path.append(name);
 }
 
-std::vector<std::wstring_view> pathComponents(std::wstring_view path) {
+std::vector<std::wstring_view> pathComponents(std::wstring_view path, bool (*separates)(wchar_t)) {
   std::vector<std::wstring_view> parts;
   std::size_t from = 0;
   while (from < path.size()) {
     std::size_t to = from;
-    while (to < path.size() && !isSeparator(path[to])) ++to;
+    while (to < path.size() && !separates(path[to])) ++to;
     if (to > from) parts.push_back(path.substr(from, to - from));
     from = to + 1;
   }
   return parts;
+}
+
+bool isRemotePath(std::wstring_view path) {
+  return path.starts_with(L'/') && !path.starts_with(L"//");
 }
 
 } // namespace vorda

@@ -34,8 +34,12 @@ std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t 
 // Appends separator + name to a path in the same way.
 void appendName(std::wstring& path, std::wstring_view name, wchar_t separator);
 
-// The non-empty components of a path, front to back, split at both separators. The
-// views point into path.
-std::vector<std::wstring_view> pathComponents(std::wstring_view path);
+// The non-empty components of a path, front to back, split at both separators or as
+// said. The views point into path.
+std::vector<std::wstring_view> pathComponents(std::wstring_view path,
+                                              bool (*separates)(wchar_t) = isSeparator);
+
+// Whether a path is one of another machine: those of this one do not begin with a lone "/".
+bool isRemotePath(std::wstring_view path);
 
 } // namespace vorda

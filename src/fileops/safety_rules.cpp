@@ -67,7 +67,8 @@ std::string deleteRefusal(std::wstring_view path) {
     if (whole[2] != L'\\') return "notabsolute";
     rest = whole.substr(2);
   } else {
-    if (!whole.starts_with(L"\\\\")) return "notabsolute";
+    // "/\name" is a name at the root of another machine, and no share.
+    if (isRemotePath(path) || !whole.starts_with(L"\\\\")) return "notabsolute";
     const std::size_t serverEnd = whole.find(L'\\', 2);
     if (serverEnd == std::wstring_view::npos) return "wholeshare";
     const std::size_t shareEnd = whole.find(L'\\', serverEnd + 1);
@@ -84,6 +85,8 @@ std::string deleteRefusal(std::wstring_view path) {
 bool isInsideRoot(std::wstring_view root, std::wstring_view path) {
   std::wstring outer = normalisePath(root);
   if (outer.size() == 2 && isDriveLetterPath(outer)) outer.push_back(L'\\');
+  // The root of another machine's scan: nothing here lies in it.
+  if (!isDriveLetterPath(outer) && !outer.starts_with(L"\\\\")) return false;
   const std::wstring inner = normalisePath(path);
   if (inner.size() <= outer.size() || !startsWithIgnoreCase(inner, outer)) return false;
   return outer.ends_with(L'\\') || inner[outer.size()] == L'\\';

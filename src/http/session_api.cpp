@@ -1,5 +1,6 @@
 #include "http/session_api.h"
 
+#include "base/paths.h"
 #include "base/text.h"
 #include "json/json_writer.h"
 
@@ -32,7 +33,10 @@ HttpResponse elevate(const AppState& state) {
 }
 
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {
-  if (const std::string* path = request.queryValue("p")) state.session.reveal(toUtf16(*path));
+  if (const std::string* path = request.queryValue("p")) {
+    const std::wstring place = toUtf16(*path);
+    if (!isRemotePath(place)) state.session.reveal(place);
+  }
   return okAnswer();
 }
 

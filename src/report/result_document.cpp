@@ -25,7 +25,8 @@ void writeMeta(JsonWriter& json, const Job& job) {
   json.string("path", job.target);
   json.string("method", job.progress.texts().method);
   json.string("host", job.origin);
-  json.string("kind", classifyTarget(job.target));
+  // "host:/path" names no account, and only the one who asked knows that it is a host.
+  json.string("kind", job.kind == "ssh" ? job.kind : classifyTarget(job.target));
   json.seconds(result.seconds);
   json.number("files", result.fileCount);
   json.number("dirs", result.folderCount);

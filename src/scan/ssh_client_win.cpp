@@ -63,7 +63,7 @@ struct FolderIdentity {
 std::wstring findSsh() {
   const std::wstring system =
       systemText([](wchar_t* text, DWORD size) { return GetSystemDirectoryW(text, size); });
-  if (const std::wstring ours = system + L"\\OpenSSH\\ssh.exe"; isFile(ours)) return ours;
+  if (std::wstring ours = system + L"\\OpenSSH\\ssh.exe"; isFile(ours)) return ours;
   const FolderIdentity current(
       systemText([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); }));
   const std::wstring program = programPath();

@@ -26,6 +26,19 @@ bool isRefusedInPath(wchar_t unit) {
   return unit < 32 || unit == 127 || kRefusedInPath.find(unit) != std::wstring_view::npos;
 }
 
+// The brackets around an IPv6 address are for reading; ssh wants it without.
+std::wstring hostForSsh(std::wstring_view host) {
+  const std::size_t start = host.rfind(L'@') + 1; // 0 without one
+  if (!host.substr(start).starts_with(L'[') || !host.ends_with(L']')) return std::wstring(host);
+  std::wstring out(host.substr(0, start));
+  return out.append(host.substr(start + 1, host.size() - start - 2));
+}
+
+// Nothing that ssh would take for an option, or for no argument at all.
+bool isPlainArgument(std::wstring_view host) {
+  return !host.empty() && !host.starts_with(L'-') && host.find(L"@-") == std::wstring_view::npos;
+}
+
 // Cuts ":digits" off the end of the host; the port, 0 when it is out of range.
 std::uint16_t takePort(std::wstring_view& host) {
   std::size_t digits = host.size();
@@ -57,8 +70,7 @@ std::optional<SshTarget> parseSshTarget(std::wstring_view text) {
     if (colon != std::wstring_view::npos) path = text.substr(colon + 1);
   }
   if (path.empty()) path = L"/";
-  if (host.empty() || target.port == 0) return std::nullopt;
-  if (host.starts_with(L'-') || host.find(L"@-") != std::wstring_view::npos) return std::nullopt;
+  if (target.port == 0 || !isPlainArgument(hostForSsh(host))) return std::nullopt;
   if (!std::all_of(host.begin(), host.end(), isAllowedInHost)) return std::nullopt;
   if (!path.starts_with(L'/') || std::any_of(path.begin(), path.end(), isRefusedInPath)) {
     return std::nullopt;
@@ -79,8 +91,8 @@ std::wstring remoteCommand(const SshTarget& target) {
 std::wstring sshCommandLine(const SshTarget& target, bool withPassword) {
   const wchar_t* asking = withPassword ? L" -o NumberOfPasswordPrompts=1" : L" -o BatchMode=yes";
   return L"ssh.exe -p " + std::to_wstring(target.port) + asking +
-         L" -o ConnectTimeout=10 -o StrictHostKeyChecking=accept-new " + target.host + L" " +
-         quoteArgument(remoteCommand(target));
+         L" -o ConnectTimeout=10 -o StrictHostKeyChecking=accept-new " + hostForSsh(target.host) +
+         L" " + quoteArgument(remoteCommand(target));
 }
 
 } // namespace vorda

@@ -6,38 +6,38 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
 namespace {
 
-constexpr char kExit = 0;
-constexpr char kToError = 2;
+constexpr unsigned char kExit = 0;
+constexpr unsigned char kToError = 2;
 constexpr int kBroken = 255;
 
 bool receiveAll(SOCKET relay, char* buffer, int size) {
-  while (size > 0) {
-    const int count = recv(relay, buffer, size, 0);
-    if (count <= 0) return false;
-    buffer += count;
-    size -= count;
-  }
-  return true;
+  int count = 1;
+  for (; size > 0 && count > 0; buffer += count, size -= count)
+    count = recv(relay, buffer, size, 0);
+  return count > 0;
 }
 
 std::string startedWith(int argc, wchar_t** argv) {
   std::string told;
-  const auto tell = [&told](const wchar_t* text) { (told += vorda::toUtf8(text)).push_back('\0'); };
+  const auto tell = [&told](const wchar_t* text) {
+    told.append(vorda::toUtf8(text)).push_back('\0');
+  };
   char byte = 0;
   DWORD count = 0;
   ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &count, nullptr);
   tell(count == 0 ? L"nothing to read" : L"input");
   for (int i = 0; i < argc; ++i) tell(argv[i]);
-  told.push_back('\0');
-  wchar_t* block = GetEnvironmentStringsW();
-  for (const wchar_t* at = block; *at != L'\0'; at += std::wcslen(at) + 1) tell(at);
-  FreeEnvironmentStringsW(block);
-  told.push_back('\0');
+  tell(L"");
+  // Lives as long as the process.
+  for (const wchar_t* at = GetEnvironmentStringsW(); *at != L'\0'; at += std::wcslen(at) + 1)
+    tell(at);
+  tell(L"");
   return told;
 }
 
@@ -47,28 +47,26 @@ extern "C" int wmain(int argc, wchar_t** argv) {
   WSADATA data;
   WSAStartup(MAKEWORD(2, 2), &data);
   const vorda::SocketHandle relay(socket(AF_INET, SOCK_STREAM, 0));
+  const char* port = std::getenv("VORDA_SSH_RELAY");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const char* port = std::getenv("VORDA_SSH_RELAY");
   address.sin_port = htons(static_cast<u_short>(port == nullptr ? 0 : std::atoi(port)));
   if (connect(relay.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
     return kBroken;
   const std::string told = startedWith(argc, argv);
   send(relay.get(), told.data(), static_cast<int>(told.size()), 0);
-  std::vector<char> bytes;
-  while (true) {
+  std::vector<char> bytes(5);
+  while (receiveAll(relay.get(), bytes.data(), 5)) {
     unsigned char head[5];
-    if (!receiveAll(relay.get(), reinterpret_cast<char*>(head), 5)) return kBroken;
+    std::copy_n(bytes.data(), 5, head);
     const int number = head[1] | head[2] << 8 | head[3] << 16 | head[4] << 24;
     if (head[0] == kExit) return number;
-    bytes.resize(static_cast<std::size_t>(number));
-    if (!receiveAll(relay.get(), bytes.data(), number)) return kBroken;
-    const DWORD stream = head[0] == kToError ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE;
+    bytes.resize(static_cast<std::size_t>(number) + 5);
+    if (!receiveAll(relay.get(), bytes.data(), number)) break;
+    const HANDLE to = GetStdHandle(head[0] == kToError ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
     DWORD written = 0;
-    if (WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(number), &written,
-                  nullptr) == FALSE) {
-      return kBroken;
-    }
+    if (WriteFile(to, bytes.data(), static_cast<DWORD>(number), &written, nullptr) == FALSE) break;
   }
+  return kBroken;
 }

@@ -1,0 +1,188 @@
+// Scans over a real ssh: the client of this machine, two real servers, and df and find behind them.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import fs from 'node:fs';
+import net from 'node:net';
+import os from 'node:os';
+import { after, test } from 'node:test';
+import { exchange, freePort, serve, until } from './support/server.mjs';
+import { bridge, makeKey, passwordServer, relay, startSshd, writeScript } from './support/ssh.mjs';
+import { confinedWine, exe, makeFiles, output, readJson, scratch, vorda, winPath, wineScript } from './support/vorda.mjs';
+
+const ends = [];
+after(async () => { for (const end of ends) await end(); });
+const here = { after: (end) => ends.unshift(end) };
+const folder = scratch(here);
+const wine = await confinedWine(here); // nobody else's --stop reaches it
+const { runs, config, env } = await relay(here, folder, wine.env);
+for (const name of ['bin', 'server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
+fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
+const withPath = (...folders) => ({ ...wine, env: { ...env, WINEPATH: folders.join(';') } });
+const options = withPath(winPath(`${folder}/bin`));
+const [port, me] = [await freePort(), `${os.userInfo().username}@127.0.0.1`];
+const hostKeys = ['host', 'host2'].map((name) => makeKey(`${folder}/${name}`));
+makeKey(`${folder}/id`);
+fs.writeFileSync(`${folder}/banner`, 'Only for us.\nVORDA-FIND \nf\t1\t0\t/x\n');
+const lines = [`HostKey ${hostKeys[0]}`, `AuthorizedKeysFile ${folder}/id.pub`, `Banner ${folder}/banner`, `SetEnv PATH=${folder}/server-bin:/usr/bin:/bin`];
+let sshd = await startSshd(here, folder, port, lines);
+const target = (path, at = port) => `ssh://${me}:${at}${path}`;
+const server = await serve(here, [], options);
+const kSentences = {
+  sshDenied: 'the host refused the sign-in; on the command line only a key works, the key of the account Vorda runs as',
+  sshFailed: 'ssh stopped with an error; 255 means unreachable, port closed or host key changed',
+  sshEmpty: 'signed in, but find returned nothing; does the path exist?',
+  sshTarget: 'not readable as user@host:/path',
+  sshMissing: 'ssh.exe could not be started; is the OpenSSH client installed?',
+};
+
+async function post(one, on = server, more = {}) {
+  const { id } = (await on.post('/api/scan', { path: one, kind: 'ssh', ...more })).body;
+  const job = async () => (await on.json('/api/jobs')).body.find((other) => other.id === id);
+  const ended = async () => ((now) => now.phase === 3 && now.state !== 'cancelled' && now)(await job());
+  return { id, job, done: () => until(ended, 'the job', 60_000) };
+}
+
+async function fails(one, word, on = server, wineOptions = options) {
+  const { id, done } = await post(one, on);
+  assert.deepEqual([(await done()).state, (await on.json(`/api/result?id=${id}`)).body], ['error', { error: word }], one);
+  const { code, err } = await vorda(['--scan', one, '--out', '-'], wineOptions);
+  assert.deepEqual([code, err], [1, `Vorda: scanning ${one} failed: ${kSentences[word.split(':')[0]]}\n`]);
+}
+
+test('100,000 files by ssh are those of the walk', async () => {
+  const tree = `${folder}/tree`;
+  execFileSync('node', ['bench/make-tree.mjs', tree, '100000']);
+  makeFiles(tree, { 'b i g/ü 1.iso': 200_000_000, "b i g/it's.iso": 100_000_000, 'b i g/deep/er/x.vhdx': 70_000_000, 'none/empty.d/.hidden': '' });
+  const scan = async (one, ...args) => output(['--scan', one, '--out', '-', ...args], options);
+  const node = ({ n, s, f, c = [], rest }) => ({ n, s, f, rest, c: c.map(node) });
+  const facts = ({ meta: { files, dirs, used, bigFileBytes, denied, skipped }, exts, files: list, tree: root }) => ({
+    files, dirs, used, bigFileBytes, denied, skipped, exts, tree: { ...node(root), n: '' },
+    list: list.map(({ p, s, m }) => [p.replace('Z:', '').replaceAll('\\', '/'), s, m]) });
+  const remote = readJson(await scan(target(tree)));
+  assert.deepEqual(facts(remote), facts(readJson(await scan(tree))));
+  assert.deepEqual([remote.meta.files, remote.meta.path, remote.meta.host, remote.meta.kind, remote.tree.n], [100_004, target(tree), me, 'ssh', tree]);
+  assert.equal(remote.meta.volumeSize, execFileSync('df', ['-Pk', tree]).toString().split('\n')[1].split(/ +/)[1] * 1024);
+  const rows = (csv) => csv.toString().replaceAll('"Z:', '"').replaceAll('\\', '/').split('\r\n').slice(1).sort();
+  const csv = await scan(target(tree), '--format', 'csv', '--find', '*');
+  assert.ok(csv.toString().startsWith(`\uFEFF# Vorda  ${target(tree)}  on ${me}  scanned `));
+  assert.deepEqual(rows(csv), rows(await scan(tree, '--format', 'csv', '--find', '*')));
+  assert.deepEqual([runs[0].input, runs[0].args.slice(0, 5), runs[0].env.SSH_ASKPASS], ['nothing to read', ['ssh.exe', '-p', String(port), '-o', 'BatchMode=yes'], undefined]);
+});
+
+test('each failure has its word and its sentence', async () => {
+  fs.symlinkSync('/usr', `${folder}/link`);
+  await fails(target(`${folder}/link`), 'sshEmpty');
+  await fails(target('/no/such/place'), 'sshFailed:1');
+  await fails(target('/', await freePort()), 'sshFailed:255');
+  const restarted = async (...settings) => {
+    await sshd.stop();
+    sshd = await startSshd(here, folder, port, settings);
+  };
+  await restarted(`HostKey ${hostKeys[1]}`, lines[1]);
+  await fails(target('/'), 'sshFailed:255');
+  await restarted(lines[0], `AuthorizedKeysFile ${folder}/host2.pub`);
+  await fails(target('/'), 'sshDenied');
+  await restarted(...lines);
+  const before = runs.length;
+  for (const one of ["me@h:/a'b", 'me@h:/a;b', '-oProxyCommand=x@h:/', 'me@-oProxyCommand=x:/', 'me@h"x:/']) await fails(one, 'sshTarget');
+  assert.equal(runs.length, before, 'nothing was started for a refused target');
+});
+
+test('only a trusted ssh.exe is started, and without one none', async (t) => {
+  const [marker, beside, planted] = [`${folder}/started`, `${folder}/planted/vorda.exe`, winPath(`${folder}/planted`)];
+  const [scan, inPlanted] = [['--scan', target(`${folder}/bin`), '--out', '-'], { cwd: `${folder}/planted` }];
+  writeScript(`${folder}/planted/ssh.exe`, `touch '${marker}'`);
+  fs.symlinkSync(exe, beside);
+  const bare = { ...withPath('.', 'planted', '..\\planted', planted.slice(2), planted.replace('Z:', 'Z:.')), ...inPlanted };
+  const other = await serve(t, [], bare);
+  await fails(target('/'), 'sshMissing', other, { ...bare, cwd: folder });
+  assert.match((await vorda(scan, { ...withPath(planted), ...inPlanted })).err, /could not be started/);
+  const copy = spawnSync(wineScript, [beside, ...scan], { env: { ...process.env, ...withPath(planted, winPath(`${folder}/bin/../planted`)).env } });
+  assert.match(copy.stderr.toString(), /could not be started/);
+  assert.ok(!fs.existsSync(marker), 'a planted ssh.exe was started');
+  // The system's own comes first; and the trap would have sprung.
+  const [c, own] = [`${wine.env.VORDA_WINEPREFIX}/dosdevices/c:`, `${folder}/drive_c`];
+  execFileSync('cp', ['-rs', fs.readlinkSync(c), own]);
+  fs.mkdirSync(`${own}/windows/system32/OpenSSH`);
+  fs.symlinkSync(bridge, `${own}/windows/system32/OpenSSH/ssh.exe`);
+  fs.unlinkSync(c);
+  fs.symlinkSync(own, c);
+  await output(scan, withPath(planted));
+  assert.ok(!fs.existsSync(marker));
+  fs.unlinkSync(`${own}/windows/system32/OpenSSH/ssh.exe`);
+  await vorda(scan, withPath(planted));
+  assert.ok(fs.existsSync(marker));
+
+  // Without any ssh nothing but this program has had the password, and it has wiped it.
+  const traces = ['short 7', 'e for the heap a pass p'];
+  for (const password of ['short 7', ...[40, 400, 2000].map((count) => 'a pass phrase for the heap '.repeat(count))]) {
+    const body = String(new URLSearchParams({ path: target('/'), kind: 'ssh', password }));
+    await exchange(other.port, [`POST /api/scan H\r\nContent-Length: ${body.length}\r\n\r\n${body}`]);
+  }
+  await until(async () => (await other.json('/api/jobs')).body.every(({ error }) => error === 'sshMissing'), 'the end of the jobs');
+  const [memory, found] = [fs.openSync(`/proc/${other.child.pid}/mem`, 'r'), new Set()];
+  for (const [, from, to] of fs.readFileSync(`/proc/${other.child.pid}/maps`, 'utf8').matchAll(/^(\w+)-(\w+) rw/gm)) {
+    const bytes = Buffer.alloc(Number(`0x${to}`) - Number(`0x${from}`));
+    try { fs.readSync(memory, bytes, 0, bytes.length, Number(`0x${from}`)); } catch { continue; }
+    for (const text of [...traces, ...traces.map((one) => one.replaceAll(' ', '+')), 'sshMissing']) if (bytes.includes(text) || bytes.includes(text, 0, 'utf16le')) found.add(text);
+  }
+  assert.deepEqual([...found], ['sshMissing']);
+});
+
+test('a password goes through the helper and nowhere else', async () => {
+  const password = 'p"ä $s\'x\\ %41+';
+  makeFiles(`${folder}/few`, { 'a/b.txt': 'hello' });
+  fs.appendFileSync(config, `IdentityFile ${makeKey(`${folder}/locked`, 'phrase')}\n`);
+  const at = await passwordServer(here, hostKeys[0], password);
+  const right = await post(target(`${folder}/few`, at), server, { password });
+  assert.deepEqual((({ state, error, files, bytes, dirs, method }) => [state, error, files, bytes, dirs, method])(await right.done()), ['done', '', 1, 5, 2, 'ssh']);
+  const { args, env: given } = runs.at(-1);
+  assert.deepEqual([args[4], given.VORDA_ASKPASS, given.SSH_ASKPASS, given.SSH_ASKPASS_REQUIRE], ['NumberOfPasswordPrompts=1', password, winPath(exe), 'force']);
+  assert.match(fs.readFileSync(`${folder}/asked`, 'utf8'), /^Enter passphrase for .*\n.*'s password: \n$/);
+  assert.equal((await (await post(target('/', at), server, { password: 'wrong' })).done()).error, 'sshDenied');
+  const said = JSON.stringify([args, await server.json('/api/jobs'), await server.json(`/api/result?id=${right.id}`)]);
+  for (const part of ["ä $s'x", encodeURIComponent('ä $s')]) assert.ok(!said.includes(part));
+  for (const [prompt, status, answer] of [["x's password: ", 0, `${password}\n`], ['--help', 0, `${password}\n`], ['Enter passphrase for key', 1, ''], ['Enter PIN for key', 1, ''], ['(yes/no)?', 1, '']]) {
+    const asked = spawnSync(wineScript, [exe, prompt], { env: { ...process.env, ...env, VORDA_ASKPASS: password } });
+    assert.deepEqual([asked.status, asked.stdout.toString()], [status, answer], prompt);
+  }
+});
+
+test('a cancel, and a server that dies, in the middle', async (t) => {
+  const find = (text) => writeScript(`${folder}/server-bin/find`, text);
+  const halfway = async () => {
+    const started = await post(target(`${folder}/tree`));
+    await until(async () => (await started.job()).files >= 4096, 'the first totals');
+    return { ...started, run: runs.at(-1) };
+  };
+  const cancelled = async ({ id, job }) => {
+    const began = Date.now();
+    await server.json(`/api/cancel?id=${id}`);
+    await until(async () => (await job()).phase > 1, 'the end of the reading');
+    return Date.now() - began;
+  };
+  find(`/usr/bin/find "$@" | (head -n 10000; exec tail --pid=${process.pid} -f /dev/null)`);
+  const killed = await halfway();
+  const sessions = fs.readFileSync(`/proc/${sshd.child.pid}/task/${sshd.child.pid}/children`, 'utf8');
+  for (const pid of sessions.trim().split(' ')) process.kill(pid, 'SIGKILL');
+  const partial = await killed.done();
+  assert.deepEqual([partial.state, partial.files > 4096 && partial.files < 10_001], ['done', true]);
+  const silent = await halfway();
+  const took = [await cancelled(silent)];
+  const since = Date.now();
+  find(`yes "$(printf 'f\\t1\\t0\\t%s/tree/x' '${folder}')"`);
+  const endless = await halfway();
+  took.push(await cancelled(endless));
+  const [, talking] = [await endless.done(), Date.now() - since];
+  // One that says nothing does not notice, and is left.
+  const [, waited] = [await silent.done(), Date.now() - since];
+  t.diagnostic(`reading ended ${took.join(' and ')} ms after the cancel; ssh was waited for ${talking} and ${waited} ms`);
+  assert.ok(Math.max(...took) < 400 && talking < 5000 && waited > 9000 && waited < 13_000);
+  assert.deepEqual([silent.run.ssh.exitCode, silent.run.socket.destroyed], [null, false]);
+  // It has inherited nothing that outlives the server in it, such as the port.
+  server.child.kill('SIGKILL');
+  await server.ended;
+  const next = net.createServer();
+  await new Promise((resolve, reject) => next.on('error', reject).listen(server.port, '127.0.0.1', resolve));
+  next.close();
+});

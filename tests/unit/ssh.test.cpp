@@ -1,0 +1,225 @@
+#include "analysis/size_tree.h"
+#include "base/quote_argument.h"
+#include "base/text.h"
+#include "fileops/safety_rules.h"
+#include "scan/ssh_output.h"
+#include "scan/ssh_start.h"
+#include "scan/ssh_target.h"
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+#include <fstream>
+#include <sstream>
+
+using namespace vorda;
+
+namespace {
+
+std::vector<std::string> dataLines(const char* file) {
+  std::ifstream in(std::string("tests/data/") + file, std::ios::binary);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.starts_with("# ")) lines.push_back(line);
+  }
+  REQUIRE(lines.size() > 10);
+  return lines;
+}
+
+struct Listing {
+  ScanOptions options{L"", {}, {}, 0};
+  ScanProgress progress;
+  ScanResult result;
+  RemoteTree tree{"/data", options, result};
+  SshOutput output{tree, result, progress};
+
+  std::string summary() {
+    SumTree(result.folders, progress);
+    std::ostringstream out;
+    out << "== " << result.fileCount << " files " << result.byteCount << " bytes "
+        << output.linesListed() << " lines drive " << output.fileSystem().totalBytes << ' '
+        << output.fileSystem().freeBytes << (output.permissionDenied() ? " denied\n" : " -\n");
+    for (std::uint32_t i = 0; i < result.folders.size(); ++i) {
+      out << toUtf8(folderPath(result.folders, i, L'/')) << ' ' << result.folders[i].ownBytes << ' '
+          << result.folders[i].ownFiles << '\n';
+    }
+    for (const FileEntry& file : result.files) {
+      out << toUtf8(filePath(result, file)) << ' ' << file.size << ' ' << file.modified << '\n';
+    }
+    return out.str();
+  }
+};
+
+// Says each text in turn, where "" is silence, and then no more.
+struct Played final : SshProcess {
+  std::vector<std::string> texts;
+  std::function<void()> onSilence;
+
+  Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
+            std::size_t& count) override {
+    CHECK(wait.count() <= 100);
+    if (texts.empty()) return Read::end;
+    const std::string text = texts.front();
+    texts.erase(texts.begin());
+    if (text.empty()) onSilence();
+    count = text.copy(buffer, size);
+    return text.empty() ? Read::silence : Read::bytes;
+  }
+  std::uint32_t close(std::chrono::milliseconds) override { return 1; }
+};
+
+} // namespace
+
+TEST_CASE("targets: what ssh and the shell get to see, or nothing") {
+  for (const std::string& line : dataLines("ssh_targets.txt")) {
+    CAPTURE(line);
+    const std::size_t tab = line.find('\t');
+    const auto target = parseSshTarget(toUtf16(line.substr(0, tab)));
+    std::string read = "refused";
+    if (target) {
+      read = toUtf8(target->host + L"\t" + std::to_wstring(target->port) + L"\t" + target->path);
+    }
+    CHECK(read == line.substr(tab + 1));
+  }
+  for (wchar_t unit = 0; unit < 32; ++unit)
+    CHECK_FALSE(parseSshTarget(std::wstring(L"h:/") + unit));
+  CHECK_FALSE(parseSshTarget(L"h:/\x7F"));
+  CHECK(sshCommandLine({L"me@h", 2222, L"/my data"}, false) ==
+        LR"(ssh.exe -p 2222 -o BatchMode=yes -o ConnectTimeout=10 -o )"
+        LR"(StrictHostKeyChecking=accept-new me@h "echo VORDA-DF; df -Pk '/my data' 2>/dev/null; )"
+        LR"(echo VORDA-FIND; find '/my data' -xdev \( -type f -o -type d \) -printf )"
+        LR"('%y\t%s\t%T@\t%p\n' 2>/dev/null")");
+  CHECK(sshCommandLine({L"me@[::1%e]", 22, L"/"}, true).find(L" me@::1%e \"") !=
+        std::wstring::npos);
+  CHECK(quoteArgument(LR"(a\b "c\" \\"d\\)") == LR"("a\b \"c\\\" \\\\\"d\\\\")");
+}
+
+TEST_CASE("listings give the same whatever pieces they come in, and a cut one what was whole") {
+  const std::vector<std::string> lines = dataLines("ssh_listings.txt");
+  for (auto at = lines.begin(); at != lines.end();) {
+    CAPTURE(*at);
+    std::string input;
+    std::string expected;
+    for (++at; !at->starts_with("=="); ++at) input += *at + "\n";
+    for (; at != lines.end() && !at->starts_with("##"); ++at) {
+      if (!at->empty()) expected += *at + "\n";
+    }
+    std::uint64_t before = 0;
+    for (std::size_t cut = 0; cut <= input.size(); ++cut) {
+      Listing listing;
+      listing.output.feed(std::string_view(input).substr(0, cut));
+      const std::uint64_t listed = listing.output.linesListed();
+      CHECK((listed == before || (listed == before + 1 && input[cut - 1] == '\n')));
+      before = listed;
+      listing.output.feed(std::string_view(input).substr(cut));
+      listing.output.finish();
+      CHECK(listing.summary() == expected);
+    }
+  }
+}
+
+TEST_CASE("endless lines are passed over, bottomless ones cost no more than their bytes") {
+  Listing listing;
+  listing.output.feed("VORDA-FIND\nf\t1\t0\t/data/");
+  for (int i = 0; i < 100; ++i) listing.output.feed(std::string(1'000'000, 'x'));
+  std::string deep = "\nf\t2\t0\t/data";
+  while (deep.size() < SshOutput::kMaxLineBytes - 1) deep += "/d";
+  listing.output.feed(deep + "\nf\t4\t0\t/data/x\nPermission denied");
+  listing.output.finish();
+  CHECK(listing.result.byteCount == 6);
+  CHECK(listing.output.permissionDenied());
+  SumTree(listing.result.folders, listing.progress);
+  CHECK(toUtf8(filePath(listing.result, listing.result.files.front())) == deep.substr(7));
+}
+
+TEST_CASE("progress while lines come, and a cancel while none do") {
+  ScanProgress progress;
+  auto played = std::make_unique<Played>();
+  std::string many = "VORDA-FIND\n";
+  for (int i = 0; i < 4'096; ++i) many += "f\t1\t0\t/data/d/" + std::to_string(i) + "\n";
+  played->texts = {many.substr(0, many.size() - 9), many.substr(many.size() - 9), "",
+                   "f\t1\t0\t/data/more\n"};
+  played->onSilence = [&progress] {
+    CHECK(progress.files == 4'096);
+    CHECK(progress.dirs == 2);
+    CHECK(progress.texts().current == L"/data/d");
+    CHECK(progress.texts().status == "sshList");
+    progress.cancelRequested = true;
+  };
+  ScanOptions options;
+  options.root = L"me@h:/data/";
+  ScanResult result;
+  RemoteFacts facts;
+  std::string failure = "sshPipe";
+  const SshStart start = [&](const std::wstring&, const Secret&, std::string& word) {
+    word = failure;
+    return failure.empty() ? std::move(played) : nullptr;
+  };
+  CHECK_FALSE(sshScan(start, progress, options, Secret("p"), result, facts));
+  CHECK(progress.texts().failure == "sshPipe");
+  failure.clear();
+  // A NUL would begin another variable of the environment.
+  CHECK_FALSE(sshScan(start, progress, options, Secret({"p\0PATH=", 7}), result, facts));
+  CHECK(progress.texts().failure == "sshDenied");
+  CHECK(sshScan(start, progress, options, Secret(), result, facts));
+  CHECK(result.fileCount == 4'096);
+  CHECK(result.rootPath == L"/data");
+}
+
+TEST_CASE("what ssh is started from and with") {
+  CHECK(absoluteFolders(L"C:\\a;;rel;.;\\x;C:x;\"D:\\b;c\";\\\\s\\d;C:/e;C:") ==
+        std::vector<std::wstring>{L"C:\\a", L"D:\\b;c", L"\\\\s\\d", L"C:/e"});
+  const auto block = [](std::wstring text) {
+    std::replace(text.begin(), text.end(), L'|', L'\0');
+    return text;
+  };
+  const std::wstring own = block(L"=C:=C:\\x|ssh_askpass=old|B=1|Vorda_AskPass=old|"
+                                 L"SSH_ASKPASS_REQUIREX=keep|SSH_ASKPASS_REQUIRE=never|zed=||");
+  CHECK(askpassEnvironment(own.c_str(), L"C:\\v.exe", Secret("p=\xC3\xA9")).view() ==
+        block(L"=C:=C:\\x|B=1|SSH_ASKPASS=C:\\v.exe|SSH_ASKPASS_REQUIRE=force|"
+              L"SSH_ASKPASS_REQUIREX=keep|VORDA_ASKPASS=p=\u00E9|zed=||"));
+}
+
+TEST_CASE("a job over ssh: the password does not stay, the paths are the other machine's") {
+  test::App app;
+  std::string given;
+  app.state.steps.remote = [&](ScanProgress&, const ScanOptions& options, Secret password,
+                               ScanResult& result, RemoteFacts& facts) {
+    given = password.view();
+    CHECK(app.state.jobs.all().back()->password.empty());
+    facts = {"me@h", {1024, 512, L""}};
+    RemoteTree tree("/", options, result);
+    for (const char* path : {"/b/Data/f", "/b/data/f", "/b/x\\y/f", "/\\srv\\share\\z"}) {
+      tree.addFile(path, 3'000'000'000 + given.size(), 0);
+    }
+    return true;
+  };
+  app.state.steps.driveFigures = [](const std::wstring&) -> DriveFigures { throw 0; };
+  app.told("POST", "/api/scan", "path=h%3A%2F&kind=ssh&password=p%C3%A9+%26");
+  app.waitUntilDone(1);
+  CHECK(given == "p\xC3\xA9 &");
+  const std::string result = app.told("GET", "/api/result?id=1");
+  CHECK(result.find(R"("path":"h:/","method":"","host":"me@h","kind":"ssh")") < 20);
+  CHECK(result.find(R"("volumeSize":1024,"volumeFree":512)") != std::string::npos);
+  const auto dirs = [&app](const std::string& p) {
+    return app.told("GET", "/api/dirs?id=1&p=" + p);
+  };
+  CHECK(dirs("/b/data/").starts_with(R"(200 {"path":"/b/data/","s":3000000005,"f":1,)"));
+  CHECK(dirs("/b/DATA").find("notScanned") == std::string::npos);
+  CHECK(dirs("/b/x%5Cy").find("notScanned") == std::string::npos);
+  CHECK(dirs("%5Cb").find("notScanned") != std::string::npos);
+  // Nothing of it can be deleted or shown here, not even what looks like a share.
+  const ScanResult& scanned = app.state.jobs.find(1)->result;
+  CHECK(scanned.files.size() == 4);
+  for (const FileEntry& file : scanned.files) {
+    const std::wstring path = filePath(scanned, file);
+    CHECK(deleteRefusal(path) == "notabsolute");
+    CHECK_FALSE(isInsideRoot(L"/", path));
+    app.told("GET", "/api/reveal?p=" + toUtf8(path));
+  }
+  CHECK(app.revealed.empty());
+  // A scan of another kind has no use for a password.
+  app.told("POST", "/api/scan", "path=h%3A%2F&password=p");
+  app.waitUntilDone(2);
+  CHECK(app.state.jobs.find(2)->password.empty());
+}
