@@ -52,7 +52,9 @@ public:
 class ContentFile {
 public:
   virtual ~ContentFile() = default;
-  virtual const FileState& state() const = 0; // when it was opened
+  // Now. Nothing when it has lost its name, or the system does not tell. A new name shows in
+  // the state.
+  virtual std::optional<FileState> state() = 0;
   // How many bytes were read, fewer than asked for only at the end of the file; nothing
   // when reading failed.
   virtual std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) = 0;

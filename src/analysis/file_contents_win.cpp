@@ -79,7 +79,7 @@ std::optional<FileState> stateOf(HANDLE file, std::string_view& failure) {
     failure = "link";
     return std::nullopt;
   }
-  if (standard.DeletePending != FALSE) {
+  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) {
     failure = "missing";
     return std::nullopt;
   }
@@ -91,9 +91,12 @@ std::optional<FileState> stateOf(HANDLE file, std::string_view& failure) {
 
 class SystemFile final : public ContentFile {
 public:
-  SystemFile(FileHandle file, const FileState& state) : file_(std::move(file)), state_(state) {}
+  explicit SystemFile(FileHandle file) : file_(std::move(file)) {}
 
-  const FileState& state() const override { return state_; }
+  std::optional<FileState> state() override {
+    std::string_view failure;
+    return stateOf(file_.get(), failure);
+  }
 
   std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
     std::size_t done = 0;
@@ -115,7 +118,6 @@ public:
 
 private:
   FileHandle file_;
-  FileState state_;
 };
 
 struct HashHandleKind {
@@ -205,9 +207,8 @@ public:
                                FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_OPEN_NO_RECALL |
                                    FILE_FLAG_OPEN_REPARSE_POINT,
                                failure);
-    if (!file.valid()) return nullptr;
-    const std::optional<FileState> state = stateOf(file.get(), failure);
-    return state ? std::make_unique<SystemFile>(std::move(file), *state) : nullptr;
+    if (!file.valid() || !stateOf(file.get(), failure)) return nullptr;
+    return std::make_unique<SystemFile>(std::move(file));
   }
 
   std::unique_ptr<Hasher> hasher() override { return std::make_unique<SystemHasher>(sha256_); }

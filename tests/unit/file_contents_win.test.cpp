@@ -62,7 +62,7 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
 
   const auto opened = contents->open(link, Writers::refused, failure);
   REQUIRE(opened);
-  CHECK(opened->state() == *state);
+  CHECK(opened->state() == state);
   std::array<std::byte, 8> bytes{};
   CHECK(opened->read(1, bytes) == 2);
   CHECK(opened->read(3, bytes) == 0);
@@ -92,6 +92,12 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
     CHECK_FALSE(contents->open(other, Writers::allowed, failure));
     CHECK(failure == "unreadable");
   }
+  // What gets another name while it is open is no longer what it was.
+  const auto renamed = contents->open(other, Writers::refused, failure);
+  const auto before = renamed->state();
+  REQUIRE(MoveFileW(other.c_str(), (other + L" now").c_str()));
+  CHECK(renamed->state() != before);
+
   struct Row {
     std::wstring path;
     std::string_view failure;

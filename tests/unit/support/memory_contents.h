@@ -94,15 +94,15 @@ private:
   class File final : public ContentFile {
   public:
     File(MemoryContents& owner, std::wstring path, MemoryFile file)
-        : owner_(owner), path_(std::move(path)), file_(std::move(file)), state_(file_.state) {}
+        : owner_(owner), path_(std::move(path)), file_(std::move(file)) {}
 
-    const FileState& state() const override { return state_; }
+    std::optional<FileState> state() override {
+      return refresh() ? std::optional(file_.state) : std::nullopt;
+    }
 
     std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
       if (owner_.onRead) owner_.onRead(path_);
-      // An open file outlives its name, and goes on when another one gets that.
-      const std::optional<MemoryFile> now = owner_.copy(path_);
-      if (now && now->number == file_.number) file_ = *now;
+      refresh();
       if (file_.failsReading) return std::nullopt;
       const std::size_t from = std::min<std::size_t>(offset, file_.content.size());
       const std::size_t count = std::min(into.size(), file_.content.size() - from);
@@ -112,10 +112,17 @@ private:
     }
 
   private:
+    // An open file outlives its name, and goes on when another one gets that.
+    bool refresh() {
+      const std::optional<MemoryFile> now = owner_.copy(path_);
+      const bool named = now && now->number == file_.number;
+      if (named) file_ = *now;
+      return named;
+    }
+
     MemoryContents& owner_;
     std::wstring path_;
     MemoryFile file_;
-    FileState state_;
   };
 
   // Four different sums of the bytes; not for enemies.
