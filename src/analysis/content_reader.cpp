@@ -37,14 +37,7 @@ std::uint64_t endBytes(std::uint64_t size) { return std::min(size, 2 * kEndBytes
 
 std::string_view ContentReader::digestWhole(const std::wstring& path, const FileState& expected,
                                             Digest& out) {
-  Digest digested{};
-  std::string_view failure = digest(path, expected, {{0, expected.size}}, digested);
-  if (!failure.empty()) return failure;
-  // By its path, not by the open file: that may have been renamed or deleted meanwhile, and
-  // something else may have its name.
-  if (contents_.look(path, failure) != expected) return "changed";
-  out = digested;
-  return {};
+  return digest(path, expected, {{0, expected.size}}, out);
 }
 
 std::string_view ContentReader::digestEnds(const std::wstring& path, const FileState& expected,
@@ -64,6 +57,7 @@ std::string_view ContentReader::digest(const std::wstring& path, const FileState
     failure = addRange(*file, range, *hasher);
     if (!failure.empty()) return failure;
   }
+  if (file->state() != expected) return "changed";
   const std::optional<Digest> finished = hasher->finish();
   if (!finished) return "unreadable";
   out = *finished;

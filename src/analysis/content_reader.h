@@ -20,12 +20,11 @@ class ContentReader {
 public:
   ContentReader(FileContents& contents, Run& run, Writers writers);
 
-  // Empty with the digest in out, or why there is none: a word of FileContents, "changed"
-  // when the file is not in the expected state (any more), "cancelled". What was read
-  // counts in the run. Of the whole file: it was in that state before and after.
+  // The digest of the whole file, or of its first and last 64 KiB (which are the whole when
+  // it has no more than 128 KiB). Empty with the digest in out, or why there is none: a word
+  // of FileContents, "changed" when the file was not in the expected state before and after,
+  // "cancelled". What was read counts in the run.
   std::string_view digestWhole(const std::wstring& path, const FileState& expected, Digest& out);
-  // Of the first and last 64 KiB, or of the whole when that is not more: a hint only, except
-  // in the latter case.
   std::string_view digestEnds(const std::wstring& path, const FileState& expected, Digest& out);
 
 private:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <string_view>
 #include <tuple>
 
@@ -12,14 +13,16 @@ namespace {
 
 // The percent of the whole at which the parts of the work end.
 constexpr std::uint64_t kLooked = 20;
-constexpr std::uint64_t kCompared = 35;
+constexpr std::uint64_t kIdentified = 25;
+constexpr std::uint64_t kCompared = 40;
 constexpr std::uint64_t kHashed = 100;
 
 struct Copy {
   std::uint64_t size = 0;
   FileCopy names;
   FileState state;
-  Digest digest{}; // of the ends, later of the whole
+  std::optional<FileIdentity> identity; // asked for only where the state has its like
+  Digest digest{};                      // of the ends, later of the whole
   // Empty only when the last stretch of work succeeded.
   std::string_view failure;
 
@@ -31,7 +34,10 @@ constexpr auto bySize = [](const Copy& copy) { return copy.size; };
 constexpr auto byContent = [](const Copy& copy) { return std::tie(copy.size, copy.digest); };
 constexpr auto byState = [](const Copy& copy) {
   const FileState& state = copy.state;
-  return std::tie(state.volume, state.number, state.size, state.lastWrite);
+  return std::tie(state.size, state.lastWrite, state.created, state.changed);
+};
+constexpr auto byIdentity = [](const Copy& copy) -> const std::optional<FileIdentity>& {
+  return copy.identity;
 };
 constexpr auto byPath = [](const Copy& copy) -> const std::wstring& { return copy.path(); };
 
@@ -56,10 +62,10 @@ template <typename Key> void keepEqual(Copies& copies, Key key) {
 // Puts the names of one file together.
 void mergeNames(Copies& copies) {
   sortBy(copies, byPath);
-  sortBy(copies, byState);
+  sortBy(copies, byIdentity);
   Copies merged;
   for (Copy& copy : copies) {
-    if (!merged.empty() && copy.state.hasIdentity() && copy.state == merged.back().state) {
+    if (copy.identity && !merged.empty() && copy.identity == merged.back().identity) {
       merged.back().names.push_back(std::move(copy.names.front()));
     } else {
       merged.push_back(std::move(copy));
@@ -101,6 +107,7 @@ private:
   using CopyOrder = std::vector<Copy*>;
 
   Copies look(std::vector<SizedName> names);
+  void identify(Copies& copies);
   void compareEnds(Copies& copies);
   void hashWhole(Copies& copies);
 
@@ -145,9 +152,28 @@ Copies Search::look(std::vector<SizedName> names) {
       copy.failure = state->size == copy.size ? "" : "changed";
     };
   });
+  identify(copies);
   mergeNames(copies);
   keepEqual(copies, bySize);
   return copies;
+}
+
+// Only files in the same state can be one file.
+void Search::identify(Copies& copies) {
+  sortBy(copies, byState);
+  CopyOrder alike;
+  for (std::size_t i = 1; i < copies.size(); ++i) {
+    if (byState(copies[i - 1]) != byState(copies[i])) continue;
+    if (alike.empty() || alike.back() != &copies[i - 1]) alike.push_back(&copies[i - 1]);
+    alike.push_back(&copies[i]);
+  }
+  beginPart("comparing", kIdentified, alike.size(), 0);
+  workOn(copies, alike, [this]() -> CopyWork {
+    return [this](Copy& copy) {
+      copy.identity = contents_.identity(copy.path());
+      copy.failure = {};
+    };
+  });
 }
 
 void Search::compareEnds(Copies& copies) {

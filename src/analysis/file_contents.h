@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,15 +17,24 @@
 
 namespace vorda {
 
-// Which file it is and which content it has, as far as the system tells without reading.
+// What the system tells of a file without reading it. Two names of one file have the same
+// state; so may two files, by chance.
 struct FileState {
-  std::uint64_t size = 0;      // bytes
-  std::uint64_t lastWrite = 0; // FILETIME units
-  std::uint64_t volume = 0;
-  std::array<std::uint64_t, 2> number{}; // within the volume; zero when not known
+  std::uint64_t size = 0; // bytes
+  // FILETIME units; 0 where the file system keeps no such time.
+  std::uint64_t created = 0;
+  std::uint64_t lastWrite = 0;
+  std::uint64_t changed = 0; // of anything about it, also of its name
 
   bool operator==(const FileState&) const = default;
-  bool hasIdentity() const { return number[0] != 0 || number[1] != 0; }
+};
+
+// Which file of the machine it is. Asked for separately, since that can take much longer.
+struct FileIdentity {
+  std::uint64_t volume = 0;
+  std::array<std::uint64_t, 2> number{}; // within the volume
+
+  auto operator<=>(const FileIdentity&) const = default;
 };
 
 using Digest = std::array<std::uint8_t, 32>;
@@ -42,7 +52,9 @@ public:
 class ContentFile {
 public:
   virtual ~ContentFile() = default;
-  virtual const FileState& state() const = 0; // when it was opened
+  // Now. Nothing when it has lost its name, or the system does not tell. A new name shows in
+  // the state.
+  virtual std::optional<FileState> state() = 0;
   // How many bytes were read, fewer than asked for only at the end of the file; nothing
   // when reading failed.
   virtual std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) = 0;
@@ -57,6 +69,8 @@ public:
   virtual ~FileContents() = default;
   // Never opens the content, and so never fetches it from the cloud or waits for a lock.
   virtual std::optional<FileState> look(const std::wstring& path, std::string_view& failure) = 0;
+  // Nothing when the file or its file system does not tell.
+  virtual std::optional<FileIdentity> identity(const std::wstring& path) = 0;
   // With writers refused, a file that somebody has open for writing is "unreadable". Null
   // with the failure word.
   virtual std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,

@@ -20,6 +20,8 @@ constexpr DWORD kRecallOnOpen = 0x0004'0000;
 constexpr DWORD kRecallOnDataAccess = 0x0040'0000;
 constexpr DWORD kInTheCloud = FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
 
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 // Names that the system would shorten need the prefix that keeps it from doing so.
 std::wstring systemPath(const std::wstring& path) {
   const auto parts = pathComponents(path);
@@ -57,40 +59,44 @@ FileHandle openPath(const std::wstring& path, DWORD access, DWORD share, DWORD f
   return file;
 }
 
+// Two questions that the file system answers from what it has at hand. Not
+// GetFileInformationByHandle, which also asks for the volume: a round trip of its own on
+// shares, and a slow one elsewhere.
 std::optional<FileState> stateOf(HANDLE file, std::string_view& failure) {
-  BY_HANDLE_FILE_INFORMATION info{};
+  FILE_BASIC_INFO basic{};
+  FILE_STANDARD_INFO standard{};
   failure = "unreadable";
-  if (GetFileInformationByHandle(file, &info) == FALSE) return std::nullopt;
-  if ((info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return std::nullopt;
-  if ((info.dwFileAttributes & kInTheCloud) != 0) {
+  if (GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic) == FALSE ||
+      GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) == FALSE ||
+      standard.Directory != FALSE || standard.EndOfFile.QuadPart < 0) {
+    return std::nullopt;
+  }
+  if ((basic.FileAttributes & kInTheCloud) != 0) {
     failure = "cloud";
     return std::nullopt;
   }
-  if ((info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+  if ((basic.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
     failure = "link";
     return std::nullopt;
   }
-  FileState state;
-  state.size = join(info.nFileSizeHigh, info.nFileSizeLow);
-  state.lastWrite = join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime);
-  state.volume = info.dwVolumeSerialNumber;
-  state.number[0] = join(info.nFileIndexHigh, info.nFileIndexLow);
-  // Some file systems number their files with more than 64 bits.
-  FILE_ID_INFO id{};
-  if (GetFileInformationByHandleEx(file, FileIdInfo, &id, sizeof id) != FALSE) {
-    state.volume = id.VolumeSerialNumber;
-    static_assert(sizeof id.FileId.Identifier == sizeof state.number);
-    std::memcpy(state.number.data(), id.FileId.Identifier, sizeof state.number);
+  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) {
+    failure = "missing";
+    return std::nullopt;
   }
   failure = {};
-  return state;
+  const auto time = [](LARGE_INTEGER value) { return static_cast<std::uint64_t>(value.QuadPart); };
+  return FileState{static_cast<std::uint64_t>(standard.EndOfFile.QuadPart),
+                   time(basic.CreationTime), time(basic.LastWriteTime), time(basic.ChangeTime)};
 }
 
 class SystemFile final : public ContentFile {
 public:
-  SystemFile(FileHandle file, const FileState& state) : file_(std::move(file)), state_(state) {}
+  explicit SystemFile(FileHandle file) : file_(std::move(file)) {}
 
-  const FileState& state() const override { return state_; }
+  std::optional<FileState> state() override {
+    std::string_view failure;
+    return stateOf(file_.get(), failure);
+  }
 
   std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
     std::size_t done = 0;
@@ -112,7 +118,6 @@ public:
 
 private:
   FileHandle file_;
-  FileState state_;
 };
 
 struct HashHandleKind {
@@ -149,6 +154,13 @@ private:
   bool good_ = false;
 };
 
+FileHandle openToLook(const std::wstring& path, std::string_view& failure) {
+  return openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
+                  FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT |
+                      FILE_FLAG_BACKUP_SEMANTICS,
+                  failure);
+}
+
 class SystemContents final : public FileContents {
 public:
   SystemContents() {
@@ -163,11 +175,28 @@ public:
   }
 
   std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
-    const FileHandle file = openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
-                                     FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT |
-                                         FILE_FLAG_BACKUP_SEMANTICS,
-                                     failure);
+    const FileHandle file = openToLook(path, failure);
     return file.valid() ? stateOf(file.get(), failure) : std::nullopt;
+  }
+
+  std::optional<FileIdentity> identity(const std::wstring& path) override {
+    std::string_view failure;
+    const FileHandle file = openToLook(path, failure);
+    FileIdentity identity;
+    // Some file systems number their files with more than 64 bits, others know only these.
+    FILE_ID_INFO id{};
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!file.valid()) return std::nullopt;
+    if (GetFileInformationByHandleEx(file.get(), FileIdInfo, &id, sizeof id) != FALSE) {
+      identity.volume = id.VolumeSerialNumber;
+      static_assert(sizeof id.FileId.Identifier == sizeof identity.number);
+      std::memcpy(identity.number.data(), id.FileId.Identifier, sizeof identity.number);
+    } else if (GetFileInformationByHandle(file.get(), &info) != FALSE) {
+      identity.volume = info.dwVolumeSerialNumber;
+      identity.number[0] = join(info.nFileIndexHigh, info.nFileIndexLow);
+    }
+    const bool known = identity.number[0] != 0 || identity.number[1] != 0;
+    return known ? std::optional(identity) : std::nullopt;
   }
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,
@@ -178,9 +207,8 @@ public:
                                FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_OPEN_NO_RECALL |
                                    FILE_FLAG_OPEN_REPARSE_POINT,
                                failure);
-    if (!file.valid()) return nullptr;
-    const std::optional<FileState> state = stateOf(file.get(), failure);
-    return state ? std::make_unique<SystemFile>(std::move(file), *state) : nullptr;
+    if (!file.valid() || !stateOf(file.get(), failure)) return nullptr;
+    return std::make_unique<SystemFile>(std::move(file));
   }
 
   std::unique_ptr<Hasher> hasher() override { return std::make_unique<SystemHasher>(sha256_); }
@@ -190,7 +218,6 @@ public:
   void stepBack() override { SetThreadPriority(GetCurrentThread(), THREAD_MODE_BACKGROUND_BEGIN); }
 
 private:
-  static constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   BCRYPT_ALG_HANDLE sha256_ = nullptr;
 };
 

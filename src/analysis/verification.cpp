@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace vorda {
@@ -19,6 +20,7 @@ constexpr std::uint64_t kHashed = 100;
 struct CheckedFile {
   std::wstring path;
   FileState state;
+  std::optional<FileIdentity> identity;
   Digest digest{};
   bool looked = false;
   std::string_view failure = "cancelled"; // empty with a digest only
@@ -45,14 +47,12 @@ std::string hexText(const Digest& digest) {
 // One file under two names is no duplicate of itself: deleting one name frees nothing, and
 // where both are the same place reached in two ways, it deletes the only copy.
 void markSameFiles(std::vector<CheckedFile>& files) {
-  std::map<std::pair<std::uint64_t, std::array<std::uint64_t, 2>>, std::size_t> byIdentity;
+  std::map<FileIdentity, std::size_t> byIdentity;
   std::map<std::wstring_view, std::size_t> byPath;
   for (std::size_t i = 0; i < files.size(); ++i) {
     CheckedFile& file = files[i];
-    const auto identity = std::make_pair(file.state.volume, file.state.number);
-    file.same = file.looked && file.state.hasIdentity()
-                    ? byIdentity.emplace(identity, i).first->second
-                    : byPath.emplace(file.path, i).first->second;
+    file.same = file.identity ? byIdentity.emplace(*file.identity, i).first->second
+                              : byPath.emplace(file.path, i).first->second;
   }
 }
 
@@ -72,6 +72,7 @@ void check(Verification& verification, FileContents& contents, Run& run) {
       CheckedFile& file = files[item];
       if (const auto state = contents.look(file.path, file.failure)) {
         file.state = *state;
+        file.identity = contents.identity(file.path);
         file.looked = true;
         file.failure = "cancelled"; // until it is read
       }

@@ -91,7 +91,7 @@ TEST_CASE("names of one file are one copy, and cost no reading") {
   CHECK(fixture.contents.opened == 2);
   // A number that nobody knows tells nothing.
   for (const auto& name : fixture.names) {
-    fixture.contents.edit(name.name.path, [](auto& file) { file.state.number = {}; });
+    fixture.contents.edit(name.name.path, [](auto& file) { file.number = 0; });
   }
   CHECK(found(fixture.search()).begin()->find(L'=') == std::wstring::npos);
 }

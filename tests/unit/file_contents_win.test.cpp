@@ -45,20 +45,24 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
   const std::wstring file = scratch.path + L"\\a file";
   write(file, "abc");
   std::string_view failure;
-  const auto state = contents->look(file, failure);
-  REQUIRE(state);
-  CHECK(state->size == 3);
-  CHECK(state->hasIdentity());
   // Another name of the same file, and a longer one than the system likes.
   const std::wstring link = scratch.path + L"\\" + std::wstring(240, L'n');
   REQUIRE(CreateHardLinkW(literalPath(link).c_str(), file.c_str(), nullptr));
+  const auto state = contents->look(file, failure);
+  REQUIRE(state);
+  CHECK(state->size == 3);
   CHECK(contents->look(link, failure) == state);
+  const auto identity = contents->identity(file);
+  REQUIRE(identity);
   write(scratch.path + L"\\other", "abc");
-  CHECK(contents->look(scratch.path + L"\\other", failure)->number != state->number);
+  CHECK(contents->identity(link) == identity);
+  CHECK(contents->identity(scratch.path + L"\\other")->volume == identity->volume);
+  CHECK(contents->identity(scratch.path + L"\\other") != identity);
+  CHECK_FALSE(contents->identity(scratch.path + L"\\none"));
 
   const auto opened = contents->open(link, Writers::refused, failure);
   REQUIRE(opened);
-  CHECK(opened->state() == *state);
+  CHECK(opened->state() == state);
   std::array<std::byte, 8> bytes{};
   CHECK(opened->read(1, bytes) == 2);
   CHECK(opened->read(3, bytes) == 0);
@@ -88,6 +92,12 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
     CHECK_FALSE(contents->open(other, Writers::allowed, failure));
     CHECK(failure == "unreadable");
   }
+  // What gets another name while it is open is no longer what it was.
+  const auto renamed = contents->open(other, Writers::refused, failure);
+  const auto before = renamed->state();
+  REQUIRE(MoveFileW(other.c_str(), (other + L" now").c_str()));
+  CHECK(renamed->state() != before);
+
   struct Row {
     std::wstring path;
     std::string_view failure;

@@ -16,6 +16,7 @@ namespace vorda::test {
 struct MemoryFile {
   std::string content;
   FileState state;
+  std::uint64_t number = 0; // 0: the file system does not tell
   std::string_view failure; // of looking at it or opening it
   bool failsReading = false;
 };
@@ -32,7 +33,8 @@ public:
   // number: files with the same one are one file; 0 gives the next of its own.
   void add(const std::wstring& path, std::string content, std::uint64_t number = 0) {
     edit(path, [&](MemoryFile& file) {
-      file.state = {content.size(), 1, 7, {number == 0 ? ++nextNumber_ : number, 1}};
+      file.number = number == 0 ? ++nextNumber_ : number;
+      file.state = {content.size(), 1, 1, number == 0 ? file.number : 1};
       file.content = std::move(content);
     });
   }
@@ -46,7 +48,7 @@ public:
   void rewrite(const std::wstring& path, std::string content) {
     edit(path, [&](MemoryFile& file) {
       file.state.size = content.size();
-      ++file.state.lastWrite;
+      file.state.changed = ++file.state.lastWrite;
       file.content = std::move(content);
     });
   }
@@ -61,6 +63,12 @@ public:
     const std::optional<MemoryFile> file = copy(path);
     failure = file ? file->failure : "missing";
     return failure.empty() ? std::optional(file->state) : std::nullopt;
+  }
+
+  std::optional<FileIdentity> identity(const std::wstring& path) override {
+    const std::optional<MemoryFile> file = copy(path);
+    if (!file || file->number == 0) return std::nullopt;
+    return FileIdentity{7, {file->number, 0}};
   }
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers,
@@ -86,15 +94,15 @@ private:
   class File final : public ContentFile {
   public:
     File(MemoryContents& owner, std::wstring path, MemoryFile file)
-        : owner_(owner), path_(std::move(path)), file_(std::move(file)), state_(file_.state) {}
+        : owner_(owner), path_(std::move(path)), file_(std::move(file)) {}
 
-    const FileState& state() const override { return state_; }
+    std::optional<FileState> state() override {
+      return refresh() ? std::optional(file_.state) : std::nullopt;
+    }
 
     std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
       if (owner_.onRead) owner_.onRead(path_);
-      // An open file outlives its name, and goes on when another one gets that.
-      const std::optional<MemoryFile> now = owner_.copy(path_);
-      if (now && now->state.number == file_.state.number) file_ = *now;
+      refresh();
       if (file_.failsReading) return std::nullopt;
       const std::size_t from = std::min<std::size_t>(offset, file_.content.size());
       const std::size_t count = std::min(into.size(), file_.content.size() - from);
@@ -104,10 +112,17 @@ private:
     }
 
   private:
+    // An open file outlives its name, and goes on when another one gets that.
+    bool refresh() {
+      const std::optional<MemoryFile> now = owner_.copy(path_);
+      const bool named = now && now->number == file_.number;
+      if (named) file_ = *now;
+      return named;
+    }
+
     MemoryContents& owner_;
     std::wstring path_;
     MemoryFile file_;
-    FileState state_;
   };
 
   // Four different sums of the bytes; not for enemies.
