@@ -125,7 +125,7 @@ export function find(): Screen {
       { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(baseName(hit.p).slice(0, 300))) },
       { title: 'colFolder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(hit.p.slice(0, Math.min(hit.p.length - baseName(hit.p).length - 1, 400)))) },
       { title: 'colSize', width: '5.5rem', number: true, sort: 'size', fill: (cell, hit) => setText(cell, size(hit.s)) },
-      { title: 'colDate', width: '6.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
+      { title: 'colDate', width: '7.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
     ],
     onMarked: () => bar.update(),
     onActive: (hit) => showHit(hit, hit.s),
