@@ -51,7 +51,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
   return [
     markColumn((row) => (canMark(row) ? 'open' : 'none')),
     {
-      title: 'colName', width: 'minmax(8rem, 5fr)',
+      title: 'colName', width: 'minmax(9rem, 6fr)',
       make: () => {
         const twist = el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right'));
         return el('div', { class: 'name-cell' }, twist, icon('folder'), el('bdi', { class: 'cell-name' }));
@@ -70,7 +70,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
     },
     { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, row.entry.kind === 'failed' || row.entry.kind === 'loading' ? '' : size(row.entry.s)) },
     {
-      title: 'colShare', width: 'minmax(6rem, 2fr)', extra: true,
+      title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
       make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
       fill: (cell, row) => {
         const share = row.depth === 0 ? 1 : shareOf(row.entry.s, parentSize(row));
@@ -78,7 +78,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
         setText(cell.lastElementChild!, row.entry.kind === 'failed' || whole() === 0 ? '' : percent(share));
       },
     },
-    { title: 'colFiles', width: '6rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.entry.kind === 'file' || row.entry.f === 0 ? '' : count(row.entry.f)) },
+    { title: 'colFiles', width: '5rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.entry.kind === 'file' || row.entry.f === 0 ? '' : count(row.entry.f)) },
   ];
 }
 

@@ -110,8 +110,8 @@ export function find(): Screen {
       el('div', { class: 'form' },
         field(t('fiNames'), input('names', { placeholder: t('fiNamesHint') })),
         field(t('fiExts'), input('exts', { placeholder: t('fiExtsHint') })),
-        field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'narrow' }),
-        unit, field(t('fiSort'), sort, { class: 'narrow' }), go),
+        field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'pair', after: unit }),
+        field(t('fiSort'), sort, { class: 'narrow' }), go),
       scanChoices(entered.without), problem));
   };
 
