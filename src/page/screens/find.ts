@@ -9,7 +9,7 @@ import { button, choice, el, field, fill, heading, inert, setAttribute, setText 
 import { nameOf, searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
-import { dropFromSearches, finder } from '../ui/runs';
+import { finder } from '../ui/runs';
 import { emptyState, goTo, type Screen } from '../ui/screen';
 import { state } from '../ui/state';
 import { markColumn, Table } from '../ui/table';
@@ -164,7 +164,6 @@ export function find(): Screen {
       fallback: () => table?.root ?? null,
       after: (gone) => {
         marks.selection.keepOnly((path) => !gone(path));
-        dropFromSearches(gone);
       },
     }),
   });

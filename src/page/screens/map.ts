@@ -84,7 +84,7 @@ function make(job: Job): ResultScreen {
     },
   });
 
-  const show = (): void => {
+  const show = (fresh: boolean): void => {
     const name = shown(folder.path);
     table.root.setAttribute('aria-label', t('mapTable', { path: name }));
     table.setRows(rows());
@@ -99,7 +99,7 @@ function make(job: Job): ResultScreen {
           if (entry) enter(entry);
         } } }, label));
     })));
-    showDetails(folder);
+    if (fresh) showDetails(folder);
   };
   const goInto = (entry: Entry): void => {
     folder = entry;
@@ -107,7 +107,7 @@ function make(job: Job): ResultScreen {
     table.active = 0;
     table.root.scrollTop = 0;
     void loadFolder(job.id, entry.path);
-    show();
+    show(true);
   };
   // Each folder entered is a step that the browser's Back takes back.
   const enter = (entry: Entry): void => {
@@ -131,10 +131,12 @@ function make(job: Job): ResultScreen {
   };
   addEventListener('popstate', onBack);
 
-  folder = resolve(state.openFolder);
+  // After Back into this section, its step tells which folder it was.
+  const step = (history.state as Partial<Place> | null)?.map;
+  folder = resolve(typeof step === 'string' ? step : state.openFolder);
   history.replaceState({ map: folder.path } satisfies Place, '', '#map');
   void loadFolder(job.id, folder.path);
-  show();
+  show(true);
   setText(under, t('mapHelp'));
 
   return {
@@ -151,7 +153,7 @@ function make(job: Job): ResultScreen {
         folder = resolve(folder.path);
         void loadFolder(job.id, folder.path);
       }
-      if (changes.has('results') || changes.has('tree')) show();
+      if (changes.has('results') || changes.has('tree')) show(false);
       if (changes.has('selection')) {
         bar.update();
         table.refresh();
