@@ -244,7 +244,7 @@ export function across(): Screen {
     marks.keepOnly((path) => bytes.has(path));
     if (!table) {
       table = makeTable();
-      fill(results, el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'narrow' }), button(t('acApply'), apply, { icon: 'check' }),
+      fill(results, el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'natural' }), button(t('acApply'), apply, { icon: 'check' }),
         el('span', { class: 'small muted' }, t('acLast'))), bar.root, table.root);
     }
     table.setRows(rows);

@@ -111,7 +111,7 @@ export function find(): Screen {
         field(t('fiNames'), input('names', { placeholder: t('fiNamesHint') })),
         field(t('fiExts'), input('exts', { placeholder: t('fiExtsHint') })),
         field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'pair', after: unit }),
-        field(t('fiSort'), sort, { class: 'narrow' }), go),
+        field(t('fiSort'), sort, { class: 'natural' }), go),
       scanChoices(entered.without), problem));
   };
 
