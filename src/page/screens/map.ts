@@ -1,7 +1,7 @@
 // A folder as a picture of sizes, and beside it the same folder as a table.
 import type { Job } from '../core/answers';
 import { percent, size, t } from '../core/i18n';
-import { baseName, parentOf, shown } from '../core/paths';
+import { baseName, shown } from '../core/paths';
 import type { Entry } from '../core/tree';
 import { shareOf } from '../core/units';
 import { detailsButton, showDetails } from '../ui/details';
@@ -24,10 +24,9 @@ function make(job: Job): ResultScreen {
   let folder: Entry = tree().root;
 
   const resolve = (path: string): Entry => {
-    for (let at = path.split('\0')[0]!; at !== ''; at = parentOf(at)) {
+    for (let at = path.split('\0')[0]!; at !== '' && at !== tree().root.path; at = tree().folderOf(at)) {
       const entry = tree().find(at);
       if (entry?.kind === 'folder' && tree().opens(entry)) return entry;
-      if (at === tree().root.path) break;
     }
     return tree().root;
   };
@@ -118,7 +117,7 @@ function make(job: Job): ResultScreen {
   const up = (): void => {
     if (folder.path === tree().root.path) return;
     const left = folder.path;
-    const parent = resolve(parentOf(left));
+    const parent = resolve(tree().folderOf(left));
     history.pushState({ map: parent.path } satisfies Place, '', '#map');
     goInto(parent);
     const index = rows().findIndex((row) => row.path === left);
