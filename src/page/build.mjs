@@ -1,5 +1,7 @@
 // Makes the page: one HTML file with its style, script and dictionaries inside, and a policy that
-// allows exactly these. Usage: node build.mjs OUTPUT
+// allows exactly these. Usage: node build.mjs OUTPUT [--pseudo]
+// With --pseudo the English texts are made 40 % longer and put in brackets, so that a text that does not
+// come from the dictionary, or has no room, can be seen.
 import { build } from 'esbuild';
 import { createHash } from 'node:crypto';
 import fs from 'node:fs';
@@ -17,8 +19,20 @@ const hash = (text) => `'sha256-${createHash('sha256').update(text).digest('base
 
 const common = { bundle: true, write: false, minify: true, legalComments: 'none', target: 'chrome109', logLevel: 'warning' };
 
-async function bundledScript() {
-  const result = await build({ ...common, entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
+// Longer, marked, and with its placeholders; the confirmation word stays what people have to type.
+const longer = (text) => `[${text}${' ~~~~~'.repeat(100).slice(0, Math.ceil(text.replace(/\{\w+\}/g, '').length * 0.4))}]`;
+const pseudoEnglish = {
+  name: 'pseudo',
+  setup(bundle) {
+    bundle.onLoad({ filter: /[/\\]lang[/\\]en\.ts$/ }, ({ path: file }) => ({
+      contents: fs.readFileSync(file, 'utf8').replace(/: '((?:[^'\\]|\\.)*)'/g, (whole, text) => (text === 'DELETE' ? whole : `: '${longer(text)}'`)),
+      loader: 'ts',
+    }));
+  },
+};
+
+async function bundledScript(plugins) {
+  const result = await build({ ...common, plugins, entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
   const text = result.outputFiles[0].text.trim();
   // The page is one file: what would end the script element early must not be in the script.
   if (/<\/script|<!--/i.test(text)) throw new Error('the script holds "</script" or "<!--"');
@@ -57,8 +71,8 @@ function fillIn(html, parts) {
   return html;
 }
 
-async function page() {
-  const [script, style] = await Promise.all([bundledScript(), bundledStyle()]);
+async function page(plugins) {
+  const [script, style] = await Promise.all([bundledScript(plugins), bundledStyle()]);
   const icon = encodeURIComponent(dense(source('../app/vorda.svg')));
   const html = fillIn(source('index.html').replace(/\n\s*/g, '\n'), {
     policy: `<meta http-equiv="Content-Security-Policy" content="${policy(script, style)}">`,
@@ -75,13 +89,13 @@ async function page() {
   return { html, bytes, gzipped };
 }
 
-const output = process.argv[2];
+const [output, option] = process.argv.slice(2);
 if (!output) {
-  console.error('usage: node build.mjs OUTPUT');
+  console.error('usage: node build.mjs OUTPUT [--pseudo]');
   process.exit(2);
 }
 try {
-  const { html, bytes, gzipped } = await page();
+  const { html, bytes, gzipped } = await page(option === '--pseudo' ? [pseudoEnglish] : []);
   fs.mkdirSync(path.dirname(path.resolve(output)), { recursive: true });
   fs.writeFileSync(output, html);
   console.log(`${path.basename(output)}: ${bytes} bytes, ${gzipped} gzipped`);

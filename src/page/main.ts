@@ -46,8 +46,9 @@ async function start(): Promise<void> {
   checkElevation();
   await poll();
   const last = state.jobs[state.jobs.length - 1];
-  if (last) state.view = last.id;
-  state.section = sectionAtStart();
+  if (last && !state.started) state.view = last.id;
+  // A start after a new key was asked for goes on where the reader was.
+  if (!state.started) state.section = sectionAtStart();
   state.started = true;
   changed('view', 'section', 'jobs');
   if (fragment === 'about') openAbout();

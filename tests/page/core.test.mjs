@@ -106,6 +106,11 @@ test('the tree: pruned, completed by fetched folders, with large files among the
   scan.setFailed('C:\\d\\b', 'offline');
   assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => entry.kind), ['failed']);
   assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder may be tried again');
+  for (const n of ['C:', 'C:\\', 'C:\\d\\']) {
+    const odd = new tree.ScanTree(doc({ tree: { n, s: 90 * MiB, f: 2, c: [{ n: 'in', s: 9, f: 1 }] }, files: [{ p: `${n.replace(/\\$/, '')}\\x.iso`, s: 60 * MiB, m: 0 }] }));
+    const [file, folder] = odd.entries(n);
+    assert.deepEqual([file.name, folder.name, odd.find(folder.path)?.name, odd.folderOf(folder.path)], ['x.iso', 'in', 'in', n]);
+  }
   const empty = new tree.ScanTree(doc({ tree: null, files: [] }));
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });

@@ -187,7 +187,7 @@ test('five languages, two appearances, remembered', async (t) => {
   assert.deepEqual(await tab.evaluate(() => [localStorage['vorda-lang'], localStorage['vorda-theme'], document.documentElement.dataset.theme]), ['pt', 'dark', 'dark']);
   await tab.reload();
   await tab.getByRole('heading', { level: 1, name: 'Resumo' }).waitFor();
-  assert.equal(await tab.evaluate(() => getComputedStyle(document.body).backgroundColor), 'rgb(20, 24, 29)');
+  assert.equal(await tab.evaluate(() => getComputedStyle(document.documentElement).backgroundColor), 'rgb(20, 24, 29)');
 });
 
 test('quit, and a server that is lost and comes back', async (t) => {

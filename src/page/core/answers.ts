@@ -111,6 +111,13 @@ export interface ResultDoc {
   advice: Finding[];
 }
 
+// Whether an answer is a result at all, before anything relies on its parts.
+export function isResult(answer: unknown): answer is ResultDoc {
+  const doc = answer as Partial<ResultDoc> | null;
+  return typeof doc?.meta?.path === 'string' && (doc.tree === null || typeof doc.tree?.n === 'string') &&
+    [doc.exts, doc.files, doc.advice].every(Array.isArray);
+}
+
 export interface DirsAnswer {
   path: string;
   s?: number;

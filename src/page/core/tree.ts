@@ -1,7 +1,7 @@
 // One scan's folders as the page knows them: the pruned tree of the result document, completed by the
 // folders and files fetched since. Paths are spelled as the scan spells them and compared to the letter.
 import type { DirsAnswer, FileItem, FilesAnswer, ResultDoc, TreeNode } from './answers';
-import { joinPath, parentOf } from './paths';
+import { joinPath, parentOf, trimEnd } from './paths';
 
 // Files of this size and more stand in the tree themselves.
 export const BIG_FILE_BYTES = 50 * 1024 * 1024;
@@ -50,11 +50,18 @@ export class ScanTree {
     }
     for (const file of doc.files) {
       if (file.s < BIG_FILE_BYTES) continue;
-      const folder = parentOf(file.p);
+      const folder = this.folderOf(file.p);
       const list = this.bigFiles.get(folder);
       if (list) list.push(file);
       else this.bigFiles.set(folder, [file]);
     }
+  }
+
+  // The folder above a path, spelled as the tree spells it: a scan of "C:" or "D:\x\" keeps its root's
+  // own form.
+  folderOf(path: string): string {
+    const folder = parentOf(path);
+    return trimEnd(folder) === trimEnd(this.root.path) ? this.root.path : folder;
   }
 
   private update(path: string, change: Partial<Fetched>): void {
@@ -161,8 +168,7 @@ export class ScanTree {
   // The entry with this path, if the page has met it.
   find(path: string): Entry | undefined {
     if (path === this.root.path) return this.root;
-    const folder = parentOf(path);
-    return this.entries(folder).find((item) => item.path === path);
+    return this.entries(this.folderOf(path)).find((item) => item.path === path);
   }
 }
 

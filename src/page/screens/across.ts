@@ -14,7 +14,7 @@ import { button, cutPath, el, field, fill, heading, icon, setAttribute, setText 
 import { searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
-import { dropFromSearches, duplicates, wholeRun } from '../ui/runs';
+import { duplicates, stopRun, wholeRun } from '../ui/runs';
 import { failureNotice, type Screen } from '../ui/screen';
 import { state } from '../ui/state';
 import { Table, markColumn } from '../ui/table';
@@ -48,14 +48,17 @@ async function verifyAndDelete(groups: readonly CopyGroup[], fallback: () => HTM
   const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('acVerifying') }, done);
   const stay = button(t('cancel'), () => dialog.close());
   let open = true;
+  let reading = true;
   const dialog = openDialog({ title: t('acVerify'), small: true, body: [words, bar], ends: stay, first: stay, fallback, onClose: () => {
     open = false;
+    if (reading) void stopRun('/api/verifydups');
   } });
   try {
     const answer = await wholeRun<VerifyAnswer>('/api/verifydups', { p: paths }, (progress) => {
       done.style.width = `${progress.percent ?? 0}%`;
       bar.setAttribute('aria-valuenow', String(progress.percent ?? 0));
     });
+    reading = false;
     if (!open) return;
     const sure = verified(chosen, paths, answer.duplicates ?? []);
     const less = chosen.size - sure.size;
@@ -69,10 +72,10 @@ async function verifyAndDelete(groups: readonly CopyGroup[], fallback: () => HTM
       fallback,
       after: (gone) => {
         marks.keepOnly((path) => !gone(path));
-        dropFromSearches(gone);
       },
     });
   } catch (error) {
+    reading = false;
     fill(dialog.body, failureNotice(messageOf(error), null, paths.join('\n')));
   }
 }
@@ -241,7 +244,7 @@ export function across(): Screen {
     marks.keepOnly((path) => bytes.has(path));
     if (!table) {
       table = makeTable();
-      fill(results, el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'narrow' }), button(t('acApply'), apply, { icon: 'check' }),
+      fill(results, el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'natural' }), button(t('acApply'), apply, { icon: 'check' }),
         el('span', { class: 'small muted' }, t('acLast'))), bar.root, table.root);
     }
     table.setRows(rows);

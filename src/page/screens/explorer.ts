@@ -51,7 +51,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
   return [
     markColumn((row) => (canMark(row) ? 'open' : 'none')),
     {
-      title: 'colName', width: 'minmax(8rem, 5fr)',
+      title: 'colName', width: 'minmax(9rem, 6fr)',
       make: () => {
         const twist = el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right'));
         return el('div', { class: 'name-cell' }, twist, icon('folder'), el('bdi', { class: 'cell-name' }));
@@ -70,7 +70,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
     },
     { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, row.entry.kind === 'failed' || row.entry.kind === 'loading' ? '' : size(row.entry.s)) },
     {
-      title: 'colShare', width: 'minmax(6rem, 2fr)', extra: true,
+      title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
       make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
       fill: (cell, row) => {
         const share = row.depth === 0 ? 1 : shareOf(row.entry.s, parentSize(row));
@@ -78,7 +78,7 @@ function columns(whole: () => number, parentSize: (row: TreeRow) => number, canM
         setText(cell.lastElementChild!, row.entry.kind === 'failed' || whole() === 0 ? '' : percent(share));
       },
     },
-    { title: 'colFiles', width: '6rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.entry.kind === 'file' || row.entry.f === 0 ? '' : count(row.entry.f)) },
+    { title: 'colFiles', width: '5rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.entry.kind === 'file' || row.entry.f === 0 ? '' : count(row.entry.f)) },
   ];
 }
 
@@ -165,12 +165,16 @@ function make(job: Job): ResultScreen {
     rows = treeRows(tree(), state.expanded);
     table.setRows(rows);
   };
-  // Fetches what open branches lack after a rescan or a deletion.
-  const complete = (): void => {
-    for (const path of [...state.expanded]) {
-      const entry = tree().find(path);
-      if (entry && tree().needsLoading(path)) void loadFolder(job.id, path);
+  // Fetches what open branches lack after a deletion, outer ones first. Until all are there the rows stay
+  // as they were, so that none vanishes and comes back.
+  let completing = false;
+  const complete = async (): Promise<void> => {
+    completing = true;
+    for (const path of [...state.expanded].sort((a, b) => a.length - b.length)) {
+      if (tree()?.find(path) && tree().needsLoading(path)) await loadFolder(job.id, path);
     }
+    completing = false;
+    if (table.root.isConnected && treeOf(job.id)) settle();
   };
   const goToOpenFolder = (): void => {
     const index = rows.findIndex((row) => row.entry.path === state.openFolder);
@@ -178,10 +182,18 @@ function make(job: Job): ResultScreen {
     const row = rows[table.active];
     if (row) showDetails(row.entry);
   };
-  rebuild();
-  complete();
-  requestAnimationFrame(goToOpenFolder);
+  // A place asked for from elsewhere may only become known after a while.
   let wanted = state.openFolder;
+  const settle = (): void => {
+    rebuild();
+    if (!wanted || !rows.some((row) => row.entry.path === wanted)) return;
+    state.openFolder = wanted;
+    wanted = '';
+    goToOpenFolder();
+  };
+  rebuild();
+  void complete();
+  requestAnimationFrame(goToOpenFolder);
   if (wanted && !rows.some((row) => row.entry.path === wanted)) void expandTo(job.id, wanted);
 
   return {
@@ -190,16 +202,8 @@ function make(job: Job): ResultScreen {
     keeps: true,
     leave: () => table.leave(),
     update: (changes) => {
-      if (changes.has('results')) complete();
-      if (changes.has('results') || changes.has('tree')) {
-        rebuild();
-        // A place asked for from elsewhere may only have become known now.
-        if (wanted && rows.some((row) => row.entry.path === wanted)) {
-          state.openFolder = wanted;
-          goToOpenFolder();
-          wanted = '';
-        }
-      }
+      if (changes.has('results')) void complete();
+      else if (changes.has('tree') && !completing) settle();
       if (changes.has('selection')) {
         bar.update();
         table.refresh();

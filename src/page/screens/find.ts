@@ -9,7 +9,7 @@ import { button, choice, el, field, fill, heading, inert, setAttribute, setText 
 import { nameOf, searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
-import { dropFromSearches, finder } from '../ui/runs';
+import { finder } from '../ui/runs';
 import { emptyState, goTo, type Screen } from '../ui/screen';
 import { state } from '../ui/state';
 import { markColumn, Table } from '../ui/table';
@@ -110,8 +110,8 @@ export function find(): Screen {
       el('div', { class: 'form' },
         field(t('fiNames'), input('names', { placeholder: t('fiNamesHint') })),
         field(t('fiExts'), input('exts', { placeholder: t('fiExtsHint') })),
-        field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'narrow' }),
-        unit, field(t('fiSort'), sort, { class: 'narrow' }), go),
+        field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'pair', after: unit }),
+        field(t('fiSort'), sort, { class: 'natural' }), go),
       scanChoices(entered.without), problem));
   };
 
@@ -125,7 +125,7 @@ export function find(): Screen {
       { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(baseName(hit.p).slice(0, 300))) },
       { title: 'colFolder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(hit.p.slice(0, Math.min(hit.p.length - baseName(hit.p).length - 1, 400)))) },
       { title: 'colSize', width: '5.5rem', number: true, sort: 'size', fill: (cell, hit) => setText(cell, size(hit.s)) },
-      { title: 'colDate', width: '6.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
+      { title: 'colDate', width: '7.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
     ],
     onMarked: () => bar.update(),
     onActive: (hit) => showHit(hit, hit.s),
@@ -164,7 +164,6 @@ export function find(): Screen {
       fallback: () => table?.root ?? null,
       after: (gone) => {
         marks.selection.keepOnly((path) => !gone(path));
-        dropFromSearches(gone);
       },
     }),
   });

@@ -1,7 +1,7 @@
 // A folder as a picture of sizes, and beside it the same folder as a table.
 import type { Job } from '../core/answers';
 import { percent, size, t } from '../core/i18n';
-import { baseName, parentOf, shown } from '../core/paths';
+import { baseName, shown } from '../core/paths';
 import type { Entry } from '../core/tree';
 import { shareOf } from '../core/units';
 import { detailsButton, showDetails } from '../ui/details';
@@ -24,10 +24,9 @@ function make(job: Job): ResultScreen {
   let folder: Entry = tree().root;
 
   const resolve = (path: string): Entry => {
-    for (let at = path.split('\0')[0]!; at !== ''; at = parentOf(at)) {
+    for (let at = path.split('\0')[0]!; at !== '' && at !== tree().root.path; at = tree().folderOf(at)) {
       const entry = tree().find(at);
       if (entry?.kind === 'folder' && tree().opens(entry)) return entry;
-      if (at === tree().root.path) break;
     }
     return tree().root;
   };
@@ -84,7 +83,7 @@ function make(job: Job): ResultScreen {
     },
   });
 
-  const show = (): void => {
+  const show = (fresh: boolean): void => {
     const name = shown(folder.path);
     table.root.setAttribute('aria-label', t('mapTable', { path: name }));
     table.setRows(rows());
@@ -99,7 +98,7 @@ function make(job: Job): ResultScreen {
           if (entry) enter(entry);
         } } }, label));
     })));
-    showDetails(folder);
+    if (fresh) showDetails(folder);
   };
   const goInto = (entry: Entry): void => {
     folder = entry;
@@ -107,7 +106,7 @@ function make(job: Job): ResultScreen {
     table.active = 0;
     table.root.scrollTop = 0;
     void loadFolder(job.id, entry.path);
-    show();
+    show(true);
   };
   // Each folder entered is a step that the browser's Back takes back.
   const enter = (entry: Entry): void => {
@@ -118,7 +117,7 @@ function make(job: Job): ResultScreen {
   const up = (): void => {
     if (folder.path === tree().root.path) return;
     const left = folder.path;
-    const parent = resolve(parentOf(left));
+    const parent = resolve(tree().folderOf(left));
     history.pushState({ map: parent.path } satisfies Place, '', '#map');
     goInto(parent);
     const index = rows().findIndex((row) => row.path === left);
@@ -131,10 +130,12 @@ function make(job: Job): ResultScreen {
   };
   addEventListener('popstate', onBack);
 
-  folder = resolve(state.openFolder);
+  // After Back into this section, its step tells which folder it was.
+  const step = (history.state as Partial<Place> | null)?.map;
+  folder = resolve(typeof step === 'string' ? step : state.openFolder);
   history.replaceState({ map: folder.path } satisfies Place, '', '#map');
   void loadFolder(job.id, folder.path);
-  show();
+  show(true);
   setText(under, t('mapHelp'));
 
   return {
@@ -151,7 +152,7 @@ function make(job: Job): ResultScreen {
         folder = resolve(folder.path);
         void loadFolder(job.id, folder.path);
       }
-      if (changes.has('results') || changes.has('tree')) show();
+      if (changes.has('results') || changes.has('tree')) show(false);
       if (changes.has('selection')) {
         bar.update();
         table.refresh();

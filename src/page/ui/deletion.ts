@@ -8,6 +8,7 @@ import { form, messageOf } from './api';
 import { openDialog, type Dialog } from './dialog';
 import { append, button, choice, el, field, fill, icon, setText, wholePath } from './dom';
 import { refreshResults } from './jobs';
+import { dropFromSearches } from './runs';
 import { failureNotice } from './screen';
 import { changed, scanRoots, state } from './state';
 import { announce } from './toast';
@@ -16,7 +17,7 @@ const MOST_LISTED = 80;
 
 export interface DeletionOptions {
   fallback?: () => HTMLElement | null; // takes the focus when the row that had it is gone
-  after?: (gone: (path: string) => boolean) => void; // drops what went from lists of one's own
+  after?: (gone: (path: string) => boolean) => void; // drops what went from marks of one's own
 }
 
 const ask = (part: Part, more: Record<string, string>): Promise<DeleteAnswer> =>
@@ -150,8 +151,8 @@ async function carryOut(dialog: Dialog, stay: HTMLButtonElement, go: HTMLButtonE
   announce(words);
 }
 
-// Marks and lists forget what went. When only part of it went, nobody said which: then the marks stay
-// on what a fresh look at the disk still finds, which is the lists' own business.
+// Marks and lists forget what went. When only part of it went, the answers do not say which, so another
+// dry run does: what is gone is refused as missing.
 function dropGone(plan: Plan, deleted: number, options: DeletionOptions): void {
   if (deleted === 0) return;
   const all = deleted >= plan.wouldDelete.length;
@@ -164,18 +165,22 @@ function dropGone(plan: Plan, deleted: number, options: DeletionOptions): void {
     }
     return false;
   };
+  if (all) forget(gone, options);
+  else void forgetMissing(plan.wouldDelete, options);
+}
+
+function forget(gone: (path: string) => boolean, options: DeletionOptions): void {
   state.selection.keepOnly((path) => !gone(path));
-  if (all) options.after?.(gone);
-  else void stillThere(plan.wouldDelete, options);
+  options.after?.(gone);
+  dropFromSearches(gone);
   changed('selection');
 }
 
-// Which paths are still there, told by another dry run: what is missing is refused as such.
-async function stillThere(paths: string[], options: DeletionOptions): Promise<void> {
+async function forgetMissing(paths: string[], options: DeletionOptions): Promise<void> {
   try {
     const runs = await Promise.all(partsByJob(paths, scanRoots(), state.view).map(async (part) => ({ part, answer: await ask(part, { dryrun: '1' }) })));
     const missing = new Set(planOf(runs).refused.filter((one) => one.why === 'missing').map((one) => one.p));
-    options.after?.((path) => missing.has(path));
+    forget((path) => missing.has(path), options);
   } catch {
     // The lists then keep showing what is gone; deleting it again is refused as missing.
   }

@@ -1,7 +1,7 @@
 // The pane beside the tree and the map: the chosen folder or file, in full.
 import { date, percent, phrase, size, t } from '../core/i18n';
 import type { Entry } from '../core/tree';
-import { baseName, joinPath, parentOf } from '../core/paths';
+import { baseName, joinPath } from '../core/paths';
 import { shareOf } from '../core/units';
 import { openDeletion } from './deletion';
 import { button, choice, el, fill, inert, iconButton, wholePath } from './dom';
@@ -27,7 +27,9 @@ const pane = { root: null as HTMLElement | null, entry: null as Entry | null, fo
 export function detailsPane(): HTMLElement {
   pane.entry = null;
   pane.found = null;
-  pane.root = el('aside', { class: 'details', 'aria-label': t('details') });
+  pane.root = el('aside', { class: 'details', 'aria-label': t('details'), on: { keydown: (event) => {
+    if (event.key === 'Escape') pane.root?.classList.remove('open');
+  } } });
   draw();
   return pane.root;
 }
@@ -106,7 +108,7 @@ function draw(): void {
   const tree = treeOf(pane.job);
   const remote = isRemote(jobOnView());
   const isRoot = entry.path === tree?.root.path;
-  const parent = isRoot ? undefined : tree?.find(parentOf(entry.path));
+  const parent = isRoot ? undefined : tree?.find(tree.folderOf(entry.path));
   const marked = state.selection.has(entry.path);
   const { path } = entry;
   fill(root!, el('div', { class: 'stack wide' },

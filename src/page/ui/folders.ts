@@ -1,6 +1,6 @@
 // Fetching what a scanned folder holds, and finding one's way to a path in the tree.
 import type { DirsAnswer, FilesAnswer } from '../core/answers';
-import { parentOf } from '../core/paths';
+import { parentOf, trimEnd } from '../core/paths';
 import { api, query, wordOf } from './api';
 import { changed, isRemote, jobById, state, treeOf } from './state';
 
@@ -36,7 +36,7 @@ export async function loadFiles(id: number, path: string): Promise<void> {
 // From the root down to a path; only the path itself when it lies outside.
 export function chainTo(root: string, path: string): string[] {
   const chain: string[] = [];
-  for (let at = path; at !== '' && at !== root; at = parentOf(at)) chain.unshift(at);
+  for (let at = path; at !== '' && trimEnd(at) !== trimEnd(root); at = parentOf(at)) chain.unshift(at);
   return [root, ...chain];
 }
 

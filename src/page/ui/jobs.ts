@@ -1,8 +1,8 @@
 // Scans: starting, following, viewing and forgetting them.
-import type { Job, ResultDoc } from '../core/answers';
+import { isResult, type Job, type ResultDoc } from '../core/answers';
 import { count, failure, size, t } from '../core/i18n';
 import { sameTarget } from '../core/paths';
-import { api, form, messageOf, query } from './api';
+import { api, Failure, form, messageOf, query } from './api';
 import { changed, clearFetched, isRemote, jobById, state } from './state';
 import { dropFromSearches } from './runs';
 import { announce, toast, toastFailure } from './toast';
@@ -71,10 +71,15 @@ document.addEventListener('visibilitychange', () => {
   if (!document.hidden && (state.offline || state.jobs.some(isRunning))) void poll();
 });
 
+async function askResult(id: number): Promise<ResultDoc> {
+  const answer = await api<unknown>(query('/api/result', { id }));
+  if (!isResult(answer)) throw new Failure('scanFailed', t('eScanFailed'));
+  return answer;
+}
+
 export async function fetchResult(id: number): Promise<void> {
   try {
-    const doc = await api<ResultDoc>(query('/api/result', { id }));
-    state.results.set(id, doc);
+    state.results.set(id, await askResult(id));
     state.resultErrors.delete(id);
     state.trees.delete(id);
   } catch (error) {
@@ -190,7 +195,7 @@ export async function refreshResults(ids: Iterable<number>): Promise<void> {
   let stale = false;
   await Promise.all(wanted.map(async (id) => {
     try {
-      state.results.set(id, await api<ResultDoc>(query('/api/result', { id })));
+      state.results.set(id, await askResult(id));
       state.trees.delete(id);
     } catch {
       stale = true;

@@ -1,6 +1,5 @@
 // Ways from one section to a place in another, and out to Windows.
 import { t } from '../core/i18n';
-import { parentOf } from '../core/paths';
 import { api, query } from './api';
 import { expandTo } from './folders';
 import { goTo } from './screen';
@@ -26,7 +25,7 @@ export function openInExplorer(path: string): void {
 export function openInMap(path: string): void {
   const tree = treeOf(state.view);
   const entry = tree?.find(path);
-  state.openFolder = !entry || entry.kind === 'folder' ? path : parentOf(path);
+  state.openFolder = !entry || entry.kind === 'folder' ? path : tree?.folderOf(path) ?? path;
   changed('details');
   goTo('map');
 }

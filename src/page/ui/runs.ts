@@ -84,6 +84,11 @@ export async function wholeRun<A extends Running>(path: string, fields: Record<s
   }
 }
 
+// Ends a run nobody waits for any more, so that the next one need not.
+export async function stopRun(path: string): Promise<void> {
+  await form(path, { cancel: '1' }).catch(() => {});
+}
+
 // Takes what a deletion removed, or a forgotten scan's files, out of the results on view.
 export function dropFromSearches(gone: (path: string, job: number) => boolean): void {
   const { find, across } = state;

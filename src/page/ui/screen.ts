@@ -105,7 +105,11 @@ export function resultScreen(title: PlainKey, make: (job: Job, doc: ResultDoc) =
     shownDoc = doc;
     if (!job) return show(null, noScanState());
     if (doc) {
-      inner = make(job, doc);
+      try {
+        inner = make(job, doc);
+      } catch (error) {
+        return show(null, failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
+      }
       return show(inner.top, inner.content);
     }
     if (kind === 'running' || kind === 'waiting') {

@@ -62,6 +62,9 @@ function askQuit(): void {
   });
 }
 
+// As the style sheet has it: in rem, so that large text counts as well.
+const isNarrow = (): boolean => innerWidth < 37.5 * parseFloat(getComputedStyle(document.documentElement).fontSize);
+
 // Settings, and on narrow screens the sections that have no place in the bar.
 function openMore(): void {
   const close = button(t('close'), () => dialog.close());
@@ -73,7 +76,7 @@ function openMore(): void {
   const dialog = openDialog({
     title: t('more'), small: true, ends: close,
     body: [
-      innerWidth < 600 ? el('ul', { class: 'more-list' }, links) : null,
+      isNarrow() ? el('ul', { class: 'more-list' }, links) : null,
       field(t('language'), languageSelect()),
       field(t('theme'), themeSelect()),
       el('div', { class: 'actions' },
