@@ -5,8 +5,9 @@
 // "link" (a reparse point), "unreadable" (locked, forbidden, no file, or a failed read).
 #pragma once
 
+#include "base/file_identity.h"
+
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,14 +28,6 @@ struct FileState {
   std::uint64_t changed = 0; // of anything about it, also of its name
 
   bool operator==(const FileState&) const = default;
-};
-
-// Which file of the machine it is. Asked for separately, since that can take much longer.
-struct FileIdentity {
-  std::uint64_t volume = 0;
-  std::array<std::uint64_t, 2> number{}; // within the volume
-
-  auto operator<=>(const FileIdentity&) const = default;
 };
 
 using Digest = std::array<std::uint8_t, 32>;
@@ -69,7 +62,7 @@ public:
   virtual ~FileContents() = default;
   // Never opens the content, and so never fetches it from the cloud or waits for a lock.
   virtual std::optional<FileState> look(const std::wstring& path, std::string_view& failure) = 0;
-  // Nothing when the file or its file system does not tell.
+  // Nothing when the file or its file system does not tell. Can take much longer than a look.
   virtual std::optional<FileIdentity> identity(const std::wstring& path) = 0;
   // With writers refused, a file that somebody has open for writing is "unreadable". Null
   // with the failure word.

@@ -2,13 +2,13 @@
 
 #include "base/paths.h"
 #include "win/file_handle.h"
+#include "win/file_identity.h"
 
 #include <windows.h>
 
 #include <bcrypt.h>
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace vorda {
@@ -27,8 +27,6 @@ std::wstring systemPath(const std::wstring& path) {
   const auto parts = pathComponents(path);
   return std::any_of(parts.begin(), parts.end(), losesItsEnd) ? literalPath(path) : LongPath(path);
 }
-
-std::uint64_t join(DWORD high, DWORD low) { return (static_cast<std::uint64_t>(high) << 32) | low; }
 
 std::string_view failureOf(DWORD error) {
   switch (error) {
@@ -182,21 +180,7 @@ public:
   std::optional<FileIdentity> identity(const std::wstring& path) override {
     std::string_view failure;
     const FileHandle file = openToLook(path, failure);
-    FileIdentity identity;
-    // Some file systems number their files with more than 64 bits, others know only these.
-    FILE_ID_INFO id{};
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!file.valid()) return std::nullopt;
-    if (GetFileInformationByHandleEx(file.get(), FileIdInfo, &id, sizeof id) != FALSE) {
-      identity.volume = id.VolumeSerialNumber;
-      static_assert(sizeof id.FileId.Identifier == sizeof identity.number);
-      std::memcpy(identity.number.data(), id.FileId.Identifier, sizeof identity.number);
-    } else if (GetFileInformationByHandle(file.get(), &info) != FALSE) {
-      identity.volume = info.dwVolumeSerialNumber;
-      identity.number[0] = join(info.nFileIndexHigh, info.nFileIndexLow);
-    }
-    const bool known = identity.number[0] != 0 || identity.number[1] != 0;
-    return known ? std::optional(identity) : std::nullopt;
+    return file.valid() ? fileIdentity(file.get()) : std::nullopt;
   }
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,

@@ -5,6 +5,7 @@
 // threads.
 #pragma once
 
+#include "base/file_identity.h"
 #include "base/time.h"
 
 #include <cstdint>
@@ -15,13 +16,6 @@
 #include <vector>
 
 namespace vorda {
-
-// What tells one file or folder of a machine from every other, whatever it is called.
-struct FileIdentity {
-  std::uint64_t volume = 0;
-  std::uint64_t index = 0;
-  bool operator==(const FileIdentity&) const = default;
-};
 
 // Where an opened path really lies.
 struct FinalPlace {

@@ -4,6 +4,7 @@
 #include "fileops/deletion_log_win.h"
 #include "win/com_apartment.h"
 #include "win/file_handle.h"
+#include "win/file_identity.h"
 #include "win/full_path.h"
 #include "win/kernel_handle.h"
 
@@ -109,14 +110,7 @@ public:
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
     const FileHandle handle = openAttributes(path, FILE_FLAG_OPEN_REPARSE_POINT);
-    BY_HANDLE_FILE_INFORMATION facts{};
-    if (!handle.valid() || GetFileInformationByHandle(handle.get(), &facts) == FALSE) {
-      return std::nullopt;
-    }
-    const std::uint64_t index =
-        (static_cast<std::uint64_t>(facts.nFileIndexHigh) << 32) | facts.nFileIndexLow;
-    if (index == 0) return std::nullopt; // the file system has no such numbers
-    return FileIdentity{facts.dwVolumeSerialNumber, index};
+    return handle.valid() ? fileIdentity(handle.get()) : std::nullopt;
   }
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {

@@ -26,8 +26,14 @@ std::vector<std::string> dataLines(const char* file) {
   return lines;
 }
 
+ScanOptions keepingAll() {
+  ScanOptions options;
+  options.fileListThreshold = 0;
+  return options;
+}
+
 struct Listing {
-  ScanOptions options{L"", {}, {}, 0};
+  ScanOptions options = keepingAll();
   ScanProgress progress;
   ScanResult result;
   RemoteTree tree{"/data", options, result};

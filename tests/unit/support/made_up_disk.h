@@ -155,7 +155,7 @@ public:
   std::optional<FileIdentity> identity(const std::wstring& path) override {
     const DiskNode* node = resolve(path, false);
     if (node == nullptr) return std::nullopt;
-    return FileIdentity{1, node->id};
+    return FileIdentity{1, {node->id, 0}};
   }
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
