@@ -126,11 +126,12 @@ void scanWhole(Job& job, wchar_t letter, const ScanSteps& with) {
 }
 
 void measureMemory(wchar_t letter) {
-  const double records = [letter] {
+  const std::uint64_t count = [letter] {
     const OpenedVolume opened = openVolume(letter);
     const Table table = findIt(*opened.volume);
-    return static_cast<double>(table.extents.bytes / table.layout.recordBytes);
+    return table.extents.bytes / table.layout.recordBytes;
   }();
+  const auto records = static_cast<double>(count);
   const double before = memory().now;
   double held = 0;
   double peakRead = 0;

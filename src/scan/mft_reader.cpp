@@ -252,7 +252,7 @@ std::string readVolume(const OpenVolume& open, ScanProgress& progress, const Sca
   progress.setStatus("mftRead");
   MftTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return "mftMemory";
-  const std::string word = RecordReader(*opened.volume, layout, extents, table, progress).run();
+  std::string word = RecordReader(*opened.volume, layout, extents, table, progress).run();
   if (!word.empty()) return word;
   opened.volume.reset();
   progress.phase = kPhaseSumming;

@@ -38,6 +38,24 @@ inline Bytes runList(const std::vector<std::pair<std::uint32_t, std::int64_t>>& 
   return list;
 }
 
+// Of pieces of the unnamed stream: { first cluster, record }, the records in their first use
+// plus whatever the reference says on top; one named stream is in it as well.
+inline Bytes attributeList(const std::vector<std::pair<std::uint64_t, std::uint64_t>>& pieces) {
+  Bytes list;
+  const auto add = [&list](std::uint64_t cluster, std::uint64_t holder, bool named) {
+    const std::size_t at = list.size();
+    list.resize(at + 32);
+    put(list, at, kData, 4);
+    put(list, at + 4, 32, 2);
+    put(list, at + 6, named ? 1 : 0, 1);
+    put(list, at + 8, cluster, 8);
+    put(list, at + 16, holder + reference(0, 1), 8);
+  };
+  add(77, 15, true);
+  for (const auto& [cluster, holder] : pieces) add(cluster, holder, false);
+  return list;
+}
+
 class TestRecord {
 public:
   // Sequence number 1 and a base record unless said otherwise.
@@ -135,24 +153,18 @@ struct TestVolume {
     first.name(L"$MFT", reference(5, 5));
   }
 
-  static Bytes runsOf(const std::vector<std::pair<std::uint32_t, std::uint32_t>>& extents) {
-    std::vector<std::pair<std::uint32_t, std::int64_t>> runs;
-    std::int64_t before = 0;
-    for (const auto& [count, at] : extents) {
-      runs.emplace_back(count, at - before);
-      before = at;
-    }
-    return runList(runs);
-  }
-
   TestRecord& add(std::uint32_t number, TestRecord record) {
     return records.insert_or_assign(number, std::move(record)).first->second;
   }
 
   Bytes image() const {
+    std::vector<std::pair<std::uint32_t, std::int64_t>> runs;
+    for (std::int64_t before = 0; const auto& [count, at] : extents) {
+      runs.emplace_back(count, at - before);
+      before = at;
+    }
     TestRecord zero = first;
-    zero.nonResident(kData, std::uint64_t{tableRecords} * 1024, runsOf(extents));
-    return image(zero);
+    return image(zero.nonResident(kData, std::uint64_t{tableRecords} * 1024, runList(runs)));
   }
 
   Bytes image(const TestRecord& zero) const {
