@@ -15,7 +15,8 @@ void require(bool holds) {
 
 // The sums that must be the same however the bytes come.
 std::array<std::uint64_t, 6> listed(std::string_view bytes, std::size_t step) {
-  const ScanOptions options{L"", {}, {}, 0};
+  ScanOptions options;
+  options.fileListThreshold = 0;
   ScanProgress progress;
   ScanResult result;
   RemoteTree tree("/d", options, result);

@@ -83,7 +83,7 @@ void PathJudge::guard(const std::wstring& path, const std::string& word, bool be
 Verdict PathJudge::judge(std::wstring_view path) {
   Verdict verdict;
   verdict.path = normalisePath(path);
-  verdict.word = deleteRefusal(verdict.path);
+  verdict.word = deleteRefusal(path); // as it came: a remote path begins with "/"
   if (!verdict.word.empty()) return verdict;
   if (!root_.empty() && !(isPlace(root_) && isInsideRoot(root_, verdict.path))) {
     verdict.word = "outside";

@@ -221,6 +221,8 @@ TEST_CASE("a job over ssh: the password does not stay, the paths are the other m
     const std::wstring path = filePath(scanned, file);
     CHECK(deleteRefusal(path) == "notabsolute");
     CHECK_FALSE(isInsideRoot(L"/", path));
+    const std::string told = app.told("POST", "/api/delete", "dryrun=1&p=" + toUtf8(path));
+    CHECK(told.find(R"("why":"notabsolute"}],"wouldDelete":[])") != std::string::npos);
     app.told("GET", "/api/reveal?p=" + toUtf8(path));
   }
   CHECK(app.revealed.empty());
