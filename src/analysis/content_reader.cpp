@@ -51,13 +51,14 @@ std::string_view ContentReader::digest(const std::wstring& path, const FileState
   std::string_view failure;
   const std::unique_ptr<ContentFile> file = contents_.open(path, writers_, failure);
   if (!file) return failure;
-  if (file->state() != expected) return "changed";
+  const std::optional<OpenState> before = file->state();
+  if (!before || before->file != expected) return "changed";
   const std::unique_ptr<Hasher> hasher = contents_.hasher();
   for (const Range& range : ranges) {
     failure = addRange(*file, range, *hasher);
     if (!failure.empty()) return failure;
   }
-  if (file->state() != expected) return "changed";
+  if (file->state() != before) return "changed";
   const std::optional<Digest> finished = hasher->finish();
   if (!finished) return "unreadable";
   out = *finished;

@@ -34,7 +34,7 @@ constexpr auto bySize = [](const Copy& copy) { return copy.size; };
 constexpr auto byContent = [](const Copy& copy) { return std::tie(copy.size, copy.digest); };
 constexpr auto byState = [](const Copy& copy) {
   const FileState& state = copy.state;
-  return std::tie(state.size, state.lastWrite, state.created, state.changed);
+  return std::tie(state.size, state.lastWrite, state.created);
 };
 constexpr auto byIdentity = [](const Copy& copy) -> const std::optional<FileIdentity>& {
   return copy.identity;

@@ -18,16 +18,23 @@
 
 namespace vorda {
 
-// What the system tells of a file without reading it. Two names of one file have the same
+// What the system tells of a file without opening it. Two names of one file have the same
 // state; so may two files, by chance.
 struct FileState {
   std::uint64_t size = 0; // bytes
   // FILETIME units; 0 where the file system keeps no such time.
   std::uint64_t created = 0;
   std::uint64_t lastWrite = 0;
-  std::uint64_t changed = 0; // of anything about it, also of its name
 
   bool operator==(const FileState&) const = default;
+};
+
+// What it tells of an open one.
+struct OpenState {
+  FileState file;
+  std::uint64_t changed = 0; // FILETIME units; of anything about it, also of its name
+
+  bool operator==(const OpenState&) const = default;
 };
 
 using Digest = std::array<std::uint8_t, 32>;
@@ -45,9 +52,8 @@ public:
 class ContentFile {
 public:
   virtual ~ContentFile() = default;
-  // Now. Nothing when it has lost its name, or the system does not tell. A new name shows in
-  // the state.
-  virtual std::optional<FileState> state() = 0;
+  // Now. Nothing when it has lost its name, or the system does not tell.
+  virtual std::optional<OpenState> state() = 0;
   // How many bytes were read, fewer than asked for only at the end of the file; nothing
   // when reading failed.
   virtual std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) = 0;
@@ -60,7 +66,7 @@ enum class Writers { allowed, refused };
 class FileContents {
 public:
   virtual ~FileContents() = default;
-  // Never opens the content, and so never fetches it from the cloud or waits for a lock.
+  // Never opens the file, and so never fetches it from the cloud or waits for a lock.
   virtual std::optional<FileState> look(const std::wstring& path, std::string_view& failure) = 0;
   // Nothing when the file or its file system does not tell. Can take much longer than a look.
   virtual std::optional<FileIdentity> identity(const std::wstring& path) = 0;

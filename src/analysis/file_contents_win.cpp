@@ -8,7 +8,6 @@
 
 #include <bcrypt.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace vorda {
@@ -22,11 +21,7 @@ constexpr DWORD kInTheCloud = FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOn
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Names that the system would shorten need the prefix that keeps it from doing so.
-std::wstring systemPath(const std::wstring& path) {
-  const auto parts = pathComponents(path);
-  return std::any_of(parts.begin(), parts.end(), losesItsEnd) ? literalPath(path) : LongPath(path);
-}
+std::uint64_t join(DWORD high, DWORD low) { return (static_cast<std::uint64_t>(high) << 32) | low; }
 
 std::string_view failureOf(DWORD error) {
   switch (error) {
@@ -39,59 +34,63 @@ std::string_view failureOf(DWORD error) {
   }
 }
 
-// Only what lies on a disk under a name of its own: no devices, pipes or relative names.
+// Only what lies on a disk under a name of its own: nothing relative, no device. In the
+// literal form no name is read as another one.
+std::optional<std::wstring> systemPath(const std::wstring& path) {
+  const bool plain = isPlainAbsolute(path) && path.find_first_of(L"?*") == std::wstring::npos;
+  return plain ? std::optional(literalPath(path)) : std::nullopt;
+}
+
 FileHandle openPath(const std::wstring& path, DWORD access, DWORD share, DWORD flags,
                     std::string_view& failure) {
-  if (!isPlainAbsolute(path) || path.find_first_of(L"?*") != std::wstring::npos) {
-    failure = "unreadable";
-    return FileHandle();
-  }
+  const std::optional<std::wstring> name = systemPath(path);
+  failure = "unreadable";
+  if (!name) return FileHandle();
   FileHandle file(
-      CreateFileW(systemPath(path).c_str(), access, share, nullptr, OPEN_EXISTING, flags, nullptr));
+      CreateFileW(name->c_str(), access, share, nullptr, OPEN_EXISTING, flags, nullptr));
   if (!file.valid()) {
     failure = failureOf(GetLastError());
   } else if (GetFileType(file.get()) != FILE_TYPE_DISK) {
-    failure = "unreadable";
     file.reset();
+  } else {
+    failure = {};
   }
   return file;
 }
 
-// Two questions that the file system answers from what it has at hand. Not
-// GetFileInformationByHandle, which also asks for the volume: a round trip of its own on
+// Why a file with these attributes is not read; empty for any other.
+std::string_view failureOfKind(DWORD attributes) {
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return "unreadable";
+  if ((attributes & kInTheCloud) != 0) return "cloud";
+  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? "link" : "";
+}
+
+// Not GetFileInformationByHandle, which also asks for the volume: a round trip of its own on
 // shares, and a slow one elsewhere.
-std::optional<FileState> stateOf(HANDLE file, std::string_view& failure) {
+std::optional<OpenState> stateOf(HANDLE file, std::string_view& failure) {
   FILE_BASIC_INFO basic{};
   FILE_STANDARD_INFO standard{};
   failure = "unreadable";
   if (GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic) == FALSE ||
-      GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) == FALSE ||
-      standard.Directory != FALSE || standard.EndOfFile.QuadPart < 0) {
+      GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) == FALSE) {
     return std::nullopt;
   }
-  if ((basic.FileAttributes & kInTheCloud) != 0) {
-    failure = "cloud";
-    return std::nullopt;
-  }
-  if ((basic.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
-    failure = "link";
-    return std::nullopt;
-  }
-  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) {
-    failure = "missing";
-    return std::nullopt;
-  }
-  failure = {};
-  const auto time = [](LARGE_INTEGER value) { return static_cast<std::uint64_t>(value.QuadPart); };
-  return FileState{static_cast<std::uint64_t>(standard.EndOfFile.QuadPart),
-                   time(basic.CreationTime), time(basic.LastWriteTime), time(basic.ChangeTime)};
+  failure = failureOfKind(basic.FileAttributes);
+  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) failure = "missing";
+  if (!failure.empty()) return std::nullopt;
+  const auto number = [](LARGE_INTEGER value) {
+    return static_cast<std::uint64_t>(value.QuadPart);
+  };
+  return OpenState{
+      {number(standard.EndOfFile), number(basic.CreationTime), number(basic.LastWriteTime)},
+      number(basic.ChangeTime)};
 }
 
 class SystemFile final : public ContentFile {
 public:
   explicit SystemFile(FileHandle file) : file_(std::move(file)) {}
 
-  std::optional<FileState> state() override {
+  std::optional<OpenState> state() override {
     std::string_view failure;
     return stateOf(file_.get(), failure);
   }
@@ -152,13 +151,6 @@ private:
   bool good_ = false;
 };
 
-FileHandle openToLook(const std::wstring& path, std::string_view& failure) {
-  return openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
-                  FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT |
-                      FILE_FLAG_BACKUP_SEMANTICS,
-                  failure);
-}
-
 class SystemContents final : public FileContents {
 public:
   SystemContents() {
@@ -173,13 +165,26 @@ public:
   }
 
   std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
-    const FileHandle file = openToLook(path, failure);
-    return file.valid() ? stateOf(file.get(), failure) : std::nullopt;
+    const std::optional<std::wstring> name = systemPath(path);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    failure = "unreadable";
+    if (!name) return std::nullopt;
+    if (GetFileAttributesExW(name->c_str(), GetFileExInfoStandard, &data) == FALSE) {
+      failure = failureOf(GetLastError());
+      return std::nullopt;
+    }
+    failure = failureOfKind(data.dwFileAttributes);
+    if (!failure.empty()) return std::nullopt;
+    return FileState{join(data.nFileSizeHigh, data.nFileSizeLow),
+                     join(data.ftCreationTime.dwHighDateTime, data.ftCreationTime.dwLowDateTime),
+                     join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
   }
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
     std::string_view failure;
-    const FileHandle file = openToLook(path, failure);
+    const FileHandle file =
+        openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
+                 FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT, failure);
     return file.valid() ? fileIdentity(file.get()) : std::nullopt;
   }
 

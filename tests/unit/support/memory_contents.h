@@ -16,6 +16,7 @@ namespace vorda::test {
 struct MemoryFile {
   std::string content;
   FileState state;
+  std::uint64_t changed = 0;
   std::uint64_t number = 0; // 0: the file system does not tell
   std::string_view failure; // of looking at it or opening it
   bool failsReading = false;
@@ -34,7 +35,7 @@ public:
   void add(const std::wstring& path, std::string content, std::uint64_t number = 0) {
     edit(path, [&](MemoryFile& file) {
       file.number = number == 0 ? ++nextNumber_ : number;
-      file.state = {content.size(), 1, 1, number == 0 ? file.number : 1};
+      file.state = {content.size(), 1, number == 0 ? file.number : 1};
       file.content = std::move(content);
     });
   }
@@ -48,7 +49,7 @@ public:
   void rewrite(const std::wstring& path, std::string content) {
     edit(path, [&](MemoryFile& file) {
       file.state.size = content.size();
-      file.state.changed = ++file.state.lastWrite;
+      file.changed = ++file.state.lastWrite;
       file.content = std::move(content);
     });
   }
@@ -96,8 +97,8 @@ private:
     File(MemoryContents& owner, std::wstring path, MemoryFile file)
         : owner_(owner), path_(std::move(path)), file_(std::move(file)) {}
 
-    std::optional<FileState> state() override {
-      return refresh() ? std::optional(file_.state) : std::nullopt;
+    std::optional<OpenState> state() override {
+      return refresh() ? std::optional(OpenState{file_.state, file_.changed}) : std::nullopt;
     }
 
     std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
