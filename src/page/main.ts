@@ -12,7 +12,8 @@ import { changed, state, type Section } from './ui/state';
 import { applyStoredChoices } from './ui/theme';
 import { toastFailure } from './ui/toast';
 
-const FIRST_LOOK_MS = 400;
+const FIRST_LOOK_MS = 1500;
+const MOST_WAIT_MS = 10_000;
 
 const address = new URL(location.href);
 const fragment = address.hash.slice(1);
@@ -63,13 +64,13 @@ async function start(): Promise<void> {
   }
 }
 
-async function run(): Promise<void> {
+async function run(wait = 1000): Promise<void> {
   try {
     await start();
   } catch (error) {
     toastFailure(error);
     // Nothing is known yet: what the page can do is ask again until someone answers.
-    if (state.offline) setTimeout(() => void run(), 2000);
+    if (state.offline) setTimeout(() => void run(Math.min(MOST_WAIT_MS, wait * 2)), wait);
   }
 }
 

@@ -16,10 +16,10 @@ import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
 import { duplicates, stopRun, wholeRun } from '../ui/runs';
 import { failureNotice, type Screen } from '../ui/screen';
+import { boundInput, chosenScans, leftOut, noScans, scanChoices, typedNumber } from '../ui/search_form';
 import { state } from '../ui/state';
 import { Table, markColumn } from '../ui/table';
 import { announce, toast } from '../ui/toast';
-import { chosenScans, noScans, scanChoices } from './find';
 
 const MEBI = 1024 * 1024;
 
@@ -104,26 +104,15 @@ export function across(): Screen {
       return;
     }
     marks.clear();
-    const min = Math.max(1, Math.round((Number(entered.min.replace(',', '.')) || 0) * MEBI));
+    const min = Math.max(1, Math.round(typedNumber(entered.min) * MEBI));
     setText(problem, await duplicates.start({ ids: ids.join(','), names: entered.names.trim(), exts: entered.exts.trim(), min }));
   };
 
-  const input = (name: 'names' | 'exts' | 'min', props: Record<string, unknown>): HTMLInputElement => {
-    const made = el('input', { class: 'input', type: 'text', autocomplete: 'off', spellcheck: 'false', value: entered[name], ...props, on: {
-      input: () => {
-        entered[name] = made.value;
-      },
-      keydown: (event) => {
-        if (event.key === 'Enter') void begin();
-      },
-    } });
-    return made;
-  };
   const buildForm = (): void => fill(formPlace, el('section', { class: 'panel stack' },
     el('div', { class: 'form' },
-      field(t('fiNames'), input('names', { placeholder: t('fiNamesHint') })),
-      field(t('fiExts'), input('exts', { placeholder: t('fiExtsHint') })),
-      field(`${t('fiMin')} (MB)`, input('min', { inputmode: 'decimal' }), { class: 'narrow' }), go),
+      field(t('fiNames'), boundInput(entered, 'names', () => void begin(), { placeholder: t('fiNamesHint') })),
+      field(t('fiExts'), boundInput(entered, 'exts', () => void begin(), { placeholder: t('fiExtsHint') })),
+      field(`${t('fiMin')} (MB)`, boundInput(entered, 'min', () => void begin(), { inputmode: 'decimal' }), { class: 'narrow' }), go),
     scanChoices(entered.without), problem));
 
   const rule = el('select', { class: 'input', on: { change: () => {
@@ -188,16 +177,12 @@ export function across(): Screen {
   const showNotes = (): void => {
     const answer = state.across;
     const skipped = answer?.skipped ?? {};
-    const ssh = answer?.opts?.ssh_skipped ?? [];
-    const failed = answer?.opts?.failed ?? [];
     fill(notes,
-      answer?.cancelled ? el('p', {}, t('fiStopped')) : null,
       answer?.capped ? el('p', {}, t('acCapped', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
       skipped.cloud ? el('p', {}, t('acSkipCloud', { n: skipped.cloud })) : null,
       skipped.unreadable ? el('p', {}, t('acSkipUnreadable', { n: skipped.unreadable })) : null,
       skipped.changed ? el('p', {}, t('acSkipChanged', { n: skipped.changed })) : null,
-      ssh.length > 0 ? el('p', {}, t('fiSsh', { names: ssh.map((one) => shown(one.label)).join(', ') })) : null,
-      failed.length > 0 ? el('p', {}, t('fiFailed', { names: failed.map((one) => `${shown(one.label)} (${failure(one.error)})`).join(', ') })) : null);
+      leftOut(answer));
   };
 
   const showProgress = (): void => {
@@ -216,7 +201,7 @@ export function across(): Screen {
     if (can !== hasForm || !formPlace.firstChild) {
       hasForm = can;
       if (can) buildForm();
-      else fill(formPlace, noScans(t('fiNoScans'), t('fiNoScansText')));
+      else fill(formPlace, noScans());
     }
     const answer = state.across;
     const running = answer?.running === true;

@@ -5,12 +5,13 @@ import { baseName, shown } from '../core/paths';
 import { Selection } from '../core/selection';
 import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
-import { button, choice, el, field, fill, heading, inert, setAttribute, setText } from '../ui/dom';
-import { nameOf, searchable } from '../ui/jobs';
+import { button, el, field, fill, heading, setAttribute, setText } from '../ui/dom';
+import { searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
 import { finder } from '../ui/runs';
-import { emptyState, goTo, type Screen } from '../ui/screen';
+import { goTo, type Screen } from '../ui/screen';
+import { boundInput, chosenScans, leftOut, noScans, scanChoices, typedNumber } from '../ui/search_form';
 import { state } from '../ui/state';
 import { markColumn, Table } from '../ui/table';
 import { announce, copyText } from '../ui/toast';
@@ -28,24 +29,8 @@ export function findAll(type: string): void {
   void start();
 }
 
-// Which of the finished scans a search covers.
-export function scanChoices(without: Set<number>): HTMLElement {
-  const jobs = searchable();
-  return el('fieldset', {}, el('legend', {}, t('fiWhere')), el('div', { class: 'line' }, jobs.map((job) =>
-    choice('checkbox', inert(nameOf(job)), {
-      checked: !without.has(job.id), on: {
-        change: (event) => {
-          if ((event.target as HTMLInputElement).checked) without.delete(job.id);
-          else without.add(job.id);
-        },
-      },
-    }))));
-}
-
-export const chosenScans = (without: Set<number>): number[] => searchable().map((job) => job.id).filter((id) => !without.has(id));
-
 async function start(): Promise<string> {
-  const min = Math.round((Number(entered.min.replace(',', '.')) || 0) * UNITS[entered.unit]);
+  const min = Math.round(typedNumber(entered.min) * UNITS[entered.unit]);
   const names = entered.names.trim();
   const exts = entered.exts.trim();
   const ids = chosenScans(entered.without);
@@ -66,9 +51,6 @@ function sortHits(hits: Hit[], word: SortWord, down: boolean): Hit[] {
   return keyed.map((one) => one.hit);
 }
 
-export const noScans = (title: string, textLine: string): HTMLElement =>
-  emptyState(title, textLine, button(t('chooseTarget'), () => goTo('picker'), { class: 'first', icon: 'picker' }));
-
 export function find(): Screen {
   const problem = el('p', { class: 'wrong', role: 'alert' });
   const status = el('p');
@@ -87,18 +69,6 @@ export function find(): Screen {
 
   const begin = async (): Promise<void> => setText(problem, await start());
 
-  const input = (name: 'names' | 'exts' | 'min', props: Record<string, unknown>): HTMLInputElement => {
-    const made = el('input', { class: 'input', type: 'text', autocomplete: 'off', spellcheck: 'false', value: entered[name], ...props, on: {
-      input: () => {
-        entered[name] = made.value;
-      },
-      keydown: (event) => {
-        if (event.key === 'Enter') void begin();
-      },
-    } });
-    return made;
-  };
-
   const buildForm = (): void => {
     const unit = el('select', { class: 'input', 'aria-label': t('fiUnit'), on: { change: () => {
       entered.unit = unit.value as keyof typeof UNITS;
@@ -108,9 +78,9 @@ export function find(): Screen {
     } } }, ['size', 'new', 'old', 'name'].map((one) => el('option', { value: one, selected: one === entered.sort }, phrase('sort_', one))));
     fill(formPlace, el('section', { class: 'panel stack' },
       el('div', { class: 'form' },
-        field(t('fiNames'), input('names', { placeholder: t('fiNamesHint') })),
-        field(t('fiExts'), input('exts', { placeholder: t('fiExtsHint') })),
-        field(t('fiMin'), input('min', { inputmode: 'decimal' }), { class: 'pair', after: unit }),
+        field(t('fiNames'), boundInput(entered, 'names', () => void begin(), { placeholder: t('fiNamesHint') })),
+        field(t('fiExts'), boundInput(entered, 'exts', () => void begin(), { placeholder: t('fiExtsHint') })),
+        field(t('fiMin'), boundInput(entered, 'min', () => void begin(), { inputmode: 'decimal' }), { class: 'pair', after: unit }),
         field(t('fiSort'), sort, { class: 'natural' }), go),
       scanChoices(entered.without), problem));
   };
@@ -181,13 +151,9 @@ export function find(): Screen {
 
   const showNotes = (): void => {
     const answer = state.find;
-    const ssh = answer?.opts?.ssh_skipped ?? [];
-    const failed = answer?.opts?.failed ?? [];
     fill(notes,
-      answer?.cancelled ? el('p', {}, t('fiStopped')) : null,
       answer?.capped ? el('p', {}, t('fiCapped', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
-      ssh.length > 0 ? el('p', {}, t('fiSsh', { names: ssh.map((one) => shown(one.label)).join(', ') })) : null,
-      failed.length > 0 ? el('p', {}, t('fiFailed', { names: failed.map((one) => `${shown(one.label)} (${failure(one.error)})`).join(', ') })) : null);
+      leftOut(answer));
   };
 
   const update = (): void => {
@@ -195,7 +161,7 @@ export function find(): Screen {
     if (can !== hasForm || !formPlace.firstChild) {
       hasForm = can;
       if (can) buildForm();
-      else fill(formPlace, noScans(t('fiNoScans'), t('fiNoScansText')));
+      else fill(formPlace, noScans());
     }
     const answer = state.find;
     const running = answer?.running === true;

@@ -49,7 +49,7 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
     : parts('ovAnswer', { path: link, size: size(largest.s), percent: percent(shareOf(largest.s, doc.meta.used)) }));
 }
 
-function capacity(doc: ResultDoc): HTMLElement | null {
+function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
   const space = spaceOf(doc);
   if (space.size <= 0) return null;
   const rows: [string, string, number][] = [
@@ -64,7 +64,8 @@ function capacity(doc: ResultDoc): HTMLElement | null {
   }));
   return el('section', { class: 'panel stack' },
     el('div', { class: 'line' }, el('h2', {}, t('ovCapacity')), el('span', { class: 'muted push' }, t('freeOf', { free: size(space.free + space.freed), size: size(space.size) }))),
-    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, bytes]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(bytes))))));
+    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, bytes]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(bytes))))),
+    remote ? null : el('div', { class: 'actions' }, button(t('emptyBin'), openEmptyBin, { icon: 'broom' })));
 }
 
 function figures(job: Job, doc: ResultDoc): HTMLElement {
@@ -121,7 +122,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
       el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
-      capacity(doc),
+      capacity(doc, isRemote(job)),
       figures(job, doc),
       el('div', { class: 'columns' },
         bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'),
@@ -130,8 +131,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
         bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type'),
         bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('explorer'), 'file')),
       el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },
-        csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')),
-        doc.meta.binned > 0 ? button(t('emptyBin'), openEmptyBin, { icon: 'broom' }) : null)),
+        csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')))),
     ],
   };
 }

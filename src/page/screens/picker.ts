@@ -136,6 +136,7 @@ export function picker(): Screen {
   const search = el('input', { type: 'search', class: 'input filter', placeholder: t('pickSearch'), 'aria-label': t('pickSearch') });
   const none = el('p', { class: 'muted', role: 'status' });
   const groups = el('div', { class: 'stack wide' });
+  const folders = el('ul', { class: 'targets' });
   const hosts = el('ul', { class: 'targets' });
   let targets: Target[] = [];
   let extra = '';
@@ -163,10 +164,13 @@ export function picker(): Screen {
     const signature = others.map((job) => job.id).join();
     if (signature === extra) return;
     extra = signature;
-    targets = targets.filter((one) => !hosts.contains(one.root));
-    const added = others.map((job) => target({ icon: job.kind === 'ssh' ? 'ssh' : 'folder', name: job.label, path: job.path, kind: job.kind, under: [] }));
-    fill(hosts, added.map((one) => one.root));
-    targets.push(...added);
+    targets = targets.filter((one) => !folders.contains(one.root) && !hosts.contains(one.root));
+    for (const [list, remote] of [[folders, false], [hosts, true]] as const) {
+      const added = others.filter((job) => (job.kind === 'ssh') === remote)
+        .map((job) => target({ icon: remote ? 'ssh' : 'folder', name: job.label, path: job.path, kind: job.kind, under: [] }));
+      fill(list, added.map((one) => one.root));
+      targets.push(...added);
+    }
     filter();
   };
 
@@ -185,8 +189,8 @@ export function picker(): Screen {
       group(t('drives'), drives, t('drivesNone')),
       slow ? el('div', { class: 'notice' }, icon('shield'), el('div', { class: 'stack' }, el('p', {}, t('elevateWhy')), el('div', {}, elevateButton()))) : null,
       wsl.length > 0 ? group(t('wsl'), wsl) : null,
-      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), el('ul', { class: 'targets' }, home.map((one) => one.root)), folderPart(), hosts),
-      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart()));
+      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), el('ul', { class: 'targets' }, home.map((one) => one.root)), folderPart(), folders),
+      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(), hosts));
     extra = '';
     listOthers();
     filter();

@@ -99,10 +99,7 @@ function showPlan(dialog: Dialog, stay: HTMLButtonElement, plan: Plan, options: 
       : noBin.length > 0 ? t('delGoMixed', { ...named, gone: noBin.length }) : t('delGoBin', named));
   };
   const run = (): Promise<void> => carryOut(dialog, stay, go, plan, forGood(), options);
-  how.addEventListener('change', () => {
-    update();
-    if (!typing.hidden) typed.focus();
-  });
+  how.addEventListener('change', update);
   typed.addEventListener('input', update);
   typed.addEventListener('keydown', (event) => {
     if (event.key !== 'Enter') return;
@@ -135,7 +132,8 @@ async function carryOut(dialog: Dialog, stay: HTMLButtonElement, go: HTMLButtonE
   const outcome = outcomeOf(answers);
   const words = problem || outcomeText(outcome);
   const left = plan.wouldDelete.length - outcome.deleted;
-  const told = outcome.error && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
+  const refused = [...plan.refused, ...answers.flatMap((answer) => answer.refused ?? [])];
+  const told = (problem || outcome.error) && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
   await refreshResults(touched);
   dropGone(plan, outcome.deleted, options);
   dialog.element.removeEventListener('cancel', keepOpen);
@@ -146,7 +144,7 @@ async function carryOut(dialog: Dialog, stay: HTMLButtonElement, go: HTMLButtonE
     el('p', { class: 'answer', role: 'status' }, words),
     told ? el('p', {}, told) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
-    plan.refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: plan.refused.length })), refusedList(plan.refused)) : null,
+    refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: refused.length })), refusedList(refused)) : null,
     state.targets?.logPath ? el('p', { class: 'small muted' }, t('delLog', { path: state.targets.logPath })) : null);
   announce(words);
 }

@@ -13,6 +13,7 @@ export interface MarksBar {
 
 export interface MarksOptions {
   selection: Selection;
+  counted?: (paths: Iterable<string>) => string[]; // of the marked paths, those that count
   bytesOf: (path: string) => number;
   hidden?: () => number; // how many marked rows the filter hides
   all?: () => void; // marks everything shown
@@ -29,7 +30,7 @@ export function marksBar(options: MarksOptions): MarksBar {
   const all = options.all ? button(t('selectAll'), options.all, { class: 'plain' }) : null;
   const root = el('div', { class: 'selection-bar' }, words, hiddenWords, el('span', { class: 'push actions' }, all, none, remove));
   const update = (): void => {
-    const keys = [...options.selection.keys];
+    const keys = options.counted?.(options.selection.keys) ?? [...options.selection.keys];
     root.hidden = keys.length === 0;
     const bytes = keys.reduce((sum, key) => sum + options.bytesOf(key), 0);
     setText(words, keys.length === 0 ? '' : t('selected', { items: t('nItems', { n: keys.length }), size: size(bytes) }));
@@ -53,19 +54,10 @@ export function toggleMark(path: string, bytes: number): void {
 }
 
 // The bar for what is marked in the explorer, the map and the types. A parent and its child count once.
-export function scanMarksBar(fallback: () => HTMLElement | null): MarksBar {
-  const bar = el('div', { class: 'selection-bar' });
-  const words = el('strong', { role: 'status' });
-  bar.append(words, el('span', { class: 'push actions' },
-    button(t('selectNone'), clearMarks, { class: 'plain' }),
-    button(t('deleteMarked'), () => openDeletion(state.selection.keys, { fallback }), { icon: 'bin', class: 'danger' })));
-  const update = (): void => {
-    const paths = topmost(state.selection.keys);
-    bar.hidden = paths.length === 0;
-    const bytes = paths.reduce((sum, path) => sum + (state.weights.get(path) ?? 0), 0);
-    setText(words, paths.length === 0 ? '' : t('selected', { items: t('nItems', { n: paths.length }), size: size(bytes) }));
-  };
-  update();
-  return { root: bar, update };
-}
-
+export const scanMarksBar = (fallback: () => HTMLElement | null): MarksBar => marksBar({
+  selection: state.selection,
+  counted: topmost,
+  bytesOf: (path) => state.weights.get(path) ?? 0,
+  clear: clearMarks,
+  onDelete: () => openDeletion(state.selection.keys, { fallback }),
+});
