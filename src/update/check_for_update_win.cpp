@@ -1,14 +1,13 @@
 #include "update/check_for_update_win.h"
 
-#include "base/detached_thread.h"
-#include "win/owned.h"
+#include "win/kernel_handle.h"
 
 #include <windows.h>
 
+#include <process.h>
 #include <winhttp.h>
 
 #include <algorithm>
-#include <future>
 #include <memory>
 #include <optional>
 
@@ -105,17 +104,39 @@ UpdateAnswer ask(const UpdateServer& server, const std::wstring& currentVersion)
   return readUpdateAnswer(*status, body);
 }
 
+struct Check {
+  UpdateServer server;
+  std::wstring currentVersion;
+  UpdateAnswer answer;
+};
+
+unsigned __stdcall runCheck(void* argument) {
+  const std::unique_ptr<std::shared_ptr<Check>> held(
+      static_cast<std::shared_ptr<Check>*>(argument));
+  Check& check = **held;
+  try {
+    check.answer = ask(check.server, check.currentVersion);
+  } catch (...) {
+    check.answer = updateOffline();
+  }
+  return 0;
+}
+
 } // namespace
 
 UpdateAnswer checkForUpdate(const UpdateServer& server, const std::wstring& currentVersion) {
   // Finding a proxy and drops of a head have no time-out of their own. So the caller waits
-  // only so long for a thread that then ends by itself, seen by nobody.
-  const auto task = std::make_shared<std::packaged_task<UpdateAnswer()>>(
-      [server, currentVersion] { return ask(server, currentVersion); });
-  std::future<UpdateAnswer> answer = task->get_future();
-  startDetached([task] { (*task)(); });
-  return answer.wait_for(server.longest) == std::future_status::ready ? answer.get()
-                                                                      : updateOffline();
+  // only so long for a thread that then ends by itself, seen by nobody. In all other cases
+  // it waits for the thread's very end: a process that ends together with it may crash.
+  const auto check = std::make_shared<Check>(Check{server, currentVersion, {}});
+  auto held = std::make_unique<std::shared_ptr<Check>>(check);
+  const KernelHandle thread(
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, runCheck, held.get(), 0, nullptr)));
+  if (!thread.valid()) return updateOffline();
+  held.release(); // NOLINT(bugprone-unused-return-value): the thread owns it now
+  const auto longest = static_cast<DWORD>(server.longest.count());
+  return WaitForSingleObject(thread.get(), longest) == WAIT_OBJECT_0 ? check->answer
+                                                                     : updateOffline();
 }
 
 } // namespace vorda

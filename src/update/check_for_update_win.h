@@ -19,7 +19,7 @@ struct UpdateServer {
 
 // Over HTTPS with a certificate that this machine trusts; no redirect is followed. Ends
 // when the longest time is over, whatever the network does: "updateOffline". currentVersion
-// goes along in the name of the client. Throws std::system_error without a thread to give.
+// goes along in the name of the client.
 UpdateAnswer checkForUpdate(const UpdateServer& server, const std::wstring& currentVersion);
 
 } // namespace vorda
