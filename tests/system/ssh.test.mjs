@@ -184,7 +184,9 @@ test('a cancel, and a server that dies, in the middle', async (t) => {
   // It has inherited nothing that outlives the server in it, such as the port.
   server.child.kill('SIGKILL');
   await server.ended;
-  const next = net.createServer();
-  await new Promise((resolve, reject) => next.on('error', reject).listen(server.port, '127.0.0.1', resolve));
-  next.close();
+  // Wine gives the port back a moment after the process is gone.
+  const isFree = () => new Promise((resolve) => {
+    const next = net.createServer().on('error', () => resolve(false)).listen(server.port, '127.0.0.1', () => next.close(() => resolve(true)));
+  });
+  await until(isFree, 'the port of the server');
 });
