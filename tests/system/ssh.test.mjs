@@ -173,16 +173,20 @@ test('a cancel, and a server that dies, in the middle', async (t) => {
   find(`yes "$(printf 'f\\t1\\t0\\t%s/tree/x' '${folder}')"`);
   const endless = await halfway();
   took.push(await cancelled(endless));
-  const [, talking] = [await endless.done(), Date.now() - since];
+  const cancelledAt = Date.now();
+  await endless.done();
+  const talking = Date.now() - cancelledAt;
   // One that says nothing does not notice, and is left.
   const [, waited] = [await silent.done(), Date.now() - since];
   t.diagnostic(`reading ended ${took.join(' and ')} ms after the cancel; ssh was waited for ${talking} and ${waited} ms`);
-  assert.ok(Math.max(...took) < 400 && talking < 5000 && waited > 9000 && waited < 13_000);
+  assert.ok(Math.max(...took) < 1000 && talking < 8000 && waited > 9000 && waited < 20_000);
   assert.deepEqual([silent.run.ssh.exitCode, silent.run.socket.destroyed], [null, false]);
   // It has inherited nothing that outlives the server in it, such as the port.
   server.child.kill('SIGKILL');
   await server.ended;
-  const next = net.createServer();
-  await new Promise((resolve, reject) => next.on('error', reject).listen(server.port, '127.0.0.1', resolve));
-  next.close();
+  // Wine gives the port back a moment after the process is gone.
+  const isFree = () => new Promise((resolve) => {
+    const next = net.createServer().on('error', () => resolve(false)).listen(server.port, '127.0.0.1', () => next.close(() => resolve(true)));
+  });
+  await until(isFree, 'the port of the server');
 });

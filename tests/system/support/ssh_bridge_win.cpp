@@ -51,7 +51,8 @@ extern "C" int wmain(int argc, wchar_t** argv) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<u_short>(port == nullptr ? 0 : std::atoi(port)));
+  address.sin_port =
+      htons(static_cast<u_short>(port == nullptr ? 0 : std::strtoul(port, nullptr, 10)));
   if (connect(relay.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
     return kBroken;
   const std::string told = startedWith(argc, argv);
