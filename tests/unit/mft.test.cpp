@@ -324,7 +324,7 @@ TEST_CASE("every failure has its word, and the walk takes over") {
     put(image, at, value, count);
     return opens(image);
   };
-  const auto with = [](TestRecord zero) { return opens(TestVolume().image(zero)); };
+  const auto with = [](const TestRecord& zero) { return opens(TestVolume().image(zero)); };
   const auto failing = [&good](std::uint64_t from, std::uint64_t to) {
     return opens(good, [=](MemoryVolume& volume) {
       volume.onRead = [=, n = 0](std::uint64_t offset) mutable {
