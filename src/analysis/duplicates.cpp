@@ -214,7 +214,7 @@ template <typename Read> std::function<Search::CopyWork()> Search::reading(Read 
   return [this, read]() -> CopyWork {
     contents_.stepBack();
     return
-        [this, read, reader = std::make_shared<ContentReader>(contents_, run_, Writers::allowed)](
+        [read, reader = std::make_shared<ContentReader>(contents_, run_, Writers::allowed)](
             Copy& copy) { copy.failure = ((*reader).*read)(copy.path(), copy.state, copy.digest); };
   };
 }

@@ -91,12 +91,12 @@ async function holdOpen(file) {
 }
 
 test('a dry run tells it, a deletion does it, the log and the scan know of it', async (t) => {
-  makeFiles(`${drive}/work`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
-  const letGo = await holdOpen('C:\\work\\b\\in\\use\\held.txt');
+  makeFiles(`${drive}/kept`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
+  const letGo = await holdOpen('C:\\kept\\b\\in\\use\\held.txt');
   const server = await serveHere(t);
-  const job = await server.scan('C:\\work');
-  const paths = ['C:\\work\\a', 'C:\\work\\b\\y & z.txt', 'c:/WORK/a/deep'];
-  const accepted = ['C:\\work\\a', 'C:\\work\\b\\y & z.txt'];
+  const job = await server.scan('C:\\kept');
+  const paths = ['C:\\kept\\a', 'C:\\kept\\b\\y & z.txt', 'c:/KEPT/a/deep'];
+  const accepted = ['C:\\kept\\a', 'C:\\kept\\b\\y & z.txt'];
   const bytes = 70 * kMiB + 3 + 5;
   let told;
   assert.deepEqual(await changes(async () => {
@@ -107,7 +107,7 @@ test('a dry run tells it, a deletion does it, the log and the scan know of it', 
   const binned = await changes(async () => {
     told = await server.remove(paths, { job });
   });
-  const gone = ['a', 'a/big.iso', 'a/deep', 'a/deep/é', 'a/deep/é/s.txt', 'b/y & z.txt'].map((one) => `drive_c/work/${one}`);
+  const gone = ['a', 'a/big.iso', 'a/deep', 'a/deep/é', 'a/deep/é/s.txt', 'b/y & z.txt'].map((one) => `drive_c/kept/${one}`);
   assert.deepEqual(binned.gone, gone);
   assert.ok(binned.other.every((name) => /^(xdg\/Trash|drive_c\/users\/[^/]+\/AppData\/Local\/Vorda$)/.test(name)), binned.other.join());
   // Wine's bin counts files that lie in it directly and not those in its folders.
@@ -117,24 +117,24 @@ test('a dry run tells it, a deletion does it, the log and the scan know of it', 
   assert.deepEqual([meta.freed, meta.binned], [bytes - 5, 5]);
 
   const permanent = await changes(async () => {
-    told = await server.remove(['C:\\work\\loose.bin'], { job, permanent: 1 });
+    told = await server.remove(['C:\\kept\\loose.bin'], { job, permanent: 1 });
   });
-  assert.deepEqual(permanent, { gone: ['drive_c/work/loose.bin'], other: [] });
+  assert.deepEqual(permanent, { gone: ['drive_c/kept/loose.bin'], other: [] });
   await server.likeFresh(job, 'for good');
 
   const partly = await changes(async () => {
-    told = await server.remove(['C:\\work\\b'], { job, permanent: 1 });
+    told = await server.remove(['C:\\kept\\b'], { job, permanent: 1 });
   });
   assert.match(told.error, /^failed:\d+$/);
   assert.deepEqual([told.deleted, told.bytes], [0, 0]);
-  assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/work/b/')), 'a part of it went');
+  assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/kept/b/')), 'a part of it went');
   assert.deepEqual(partly.other, []);
   meta = await server.likeFresh(job, 'in part');
   assert.equal(meta.freed, bytes - 5 + 66 * kMiB);
 
   assert.equal(log(),
-    `AT  prullenbak  ${bytes - 5}  C:\\work\\a\r\nAT  prullenbak  5  C:\\work\\b\\y & z.txt\r\n` +
-    `AT  definitief  ${66 * kMiB}  C:\\work\\loose.bin\r\n` +
+    `AT  prullenbak  ${bytes - 5}  C:\\kept\\a\r\nAT  prullenbak  5  C:\\kept\\b\\y & z.txt\r\n` +
+    `AT  definitief  ${66 * kMiB}  C:\\kept\\loose.bin\r\n` +
     `AT  MISLUKT (${told.error.slice(7)})  1 van 1 paden bleven staan\r\n`);
 
   let emptied;
