@@ -214,12 +214,13 @@ function showSection(focus: boolean): void {
   frame.screen.leave?.();
   frame.section = state.section;
   mirrorSection(); // first, because the map keeps its folder with its own step
+  const details = detailsPane(); // before the section, which may fill it at once
   frame.screen = MAKERS[state.section]();
   frame.content.replaceChildren(frame.screen.root);
   frame.content.scrollTop = 0;
   frame.main.classList.toggle('detailed', frame.screen.detailed === true);
   frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
-  if (frame.screen.detailed) frame.main.append(detailsPane());
+  if (frame.screen.detailed) frame.main.append(details);
   frame.nav.querySelectorAll('a').forEach((link) =>
     setAttribute(link, 'aria-current', link.getAttribute('href') === `#${state.section}` ? 'page' : null));
   if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();
