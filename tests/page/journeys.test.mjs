@@ -3,19 +3,11 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import http from 'node:http';
 import { test } from 'node:test';
-import { goTo, openDialog, openTab, scanned } from './support/browser.mjs';
+import { goTo, openTab, requestsOf, scanned } from './support/browser.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, readCsv, scratch, startSilent, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
-const requestsOf = (tab, path) => {
-  const bodies = [];
-  tab.on('request', (request) => {
-    if (new URL(request.url()).pathname === path) bodies.push(new URLSearchParams(request.postData() ?? ''));
-  });
-  return bodies;
-};
-
 test('a first scan: picked, followed, looked at; scanning again replaces it', async (t) => {
   const folder = scratch(t);
   makeFiles(folder, { 'films/a.mkv': 300 * MiB, 'films/b.txt': 'b', 'small/c.txt': 'c', 'd.iso': 70 * MiB });
@@ -50,93 +42,6 @@ test('a first scan: picked, followed, looked at; scanning again replaces it', as
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await tab.getByText(/is in .*: 70.0 MB|There are 70.0 MB/).waitFor();
   assert.deepEqual((await json('/api/jobs')).body.map((job) => job.id), [2], 'the first scan is forgotten');
-});
-
-test('into the recycle bin, for good only with the word, and a refusal explained', async (t) => {
-  const { folder, root, tab } = await scanned(t, { 'a/big.bin': 200 * MiB, 'b/other.bin': 100 * MiB, 'b/in/deep.txt': 'x', 'Windows/Temp/t': 90 * MiB });
-  const sent = requestsOf(tab, '/api/delete');
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
-  await tree.focus();
-  await tab.keyboard.press('ArrowDown');
-  await tab.keyboard.press(' ');
-  let dialog = await openDialog(tab);
-  assert.equal(await tab.evaluate(() => document.activeElement.textContent), 'Cancel');
-  assert.ok(fs.existsSync(`${folder}/a`), 'asking touches nothing');
-  await dialog.getByRole('button', { name: 'Move 1 item (200 MB) to the recycle bin' }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
-  assert.deepEqual(fs.readdirSync(folder).sort(), ['Windows', 'b']);
-  assert.deepEqual(sent.map((body) => [body.getAll('p'), body.get('job'), body.get('dryrun'), body.get('permanent')]),
-    [[[`${root}\\a`], '1', '1', null], [[`${root}\\a`], '1', null, '0']]);
-  assert.equal(await tab.getByRole('row', { name: /^a / }).count(), 0, 'the tree follows');
-  assert.equal(await tab.evaluate(() => document.activeElement.getAttribute('role')), 'treegrid');
-
-  await tab.getByRole('row', { name: /^b / }).locator('.mark-cell').click();
-  dialog = await openDialog(tab);
-  await dialog.getByLabel('Delete permanently').check();
-  const go = dialog.getByRole('button', { name: 'Delete 1 item (100 MB) permanently' });
-  for (const typed of ['', 'delet', 'VERWIJDER']) {
-    await dialog.getByLabel('Type DELETE to confirm').fill(typed);
-    assert.ok(await go.isDisabled(), typed);
-    await tab.keyboard.press('Enter');
-  }
-  assert.ok(fs.existsSync(`${folder}/b`));
-  await dialog.getByLabel('Type DELETE to confirm').fill(' delete ');
-  await tab.keyboard.press('Enter');
-  await dialog.getByText('1 item deleted').waitFor();
-  await dialog.getByRole('button', { name: 'Close' }).click();
-  assert.deepEqual(fs.readdirSync(folder), ['Windows']);
-
-  fs.rmSync(`${folder}/Windows`, { recursive: true });
-  await tab.getByRole('row', { name: /^Windows / }).locator('.mark-cell').click();
-  dialog = await openDialog(tab);
-  await dialog.getByText('None of this can be deleted.').waitFor();
-  await dialog.getByText('(no longer there)').waitFor();
-  assert.equal(await dialog.getByRole('button', { name: /Delete|Move/ }).count(), 0);
-});
-
-test('found among thousands: three marked, three gone', async (t) => {
-  const files = Object.fromEntries(Array.from({ length: 2000 }, (_, i) => [`many/f${String(i).padStart(4, '0')}.jpg`, 'x'.repeat(1 + (i % 7))]));
-  const { folder, tab } = await scanned(t, { ...files, 'other.txt': 'o' });
-  await goTo(tab, 'find', 'Find files');
-  await tab.getByRole('button', { name: 'Find', exact: true }).click();
-  await tab.getByText('Enter a name, an extension').waitFor();
-  await tab.getByLabel('Extensions').fill('.jpg');
-  await tab.keyboard.press('Enter');
-  await tab.getByRole('main').getByText('2,000 files found').waitFor();
-  await tab.getByRole('button', { name: 'Sort by Name' }).click();
-  await tab.getByRole('grid').focus();
-  for (const key of ['ArrowDown', ' ', 'Shift+ArrowDown', 'Shift+ArrowDown']) await tab.keyboard.press(key);
-  await tab.getByText('3 items marked').waitFor();
-  assert.ok(await tab.evaluate(() => document.querySelectorAll('*').length) < 1500);
-  await tab.getByLabel('Filter').fill('f0001');
-  await tab.getByText('2 of them are hidden by the filter').waitFor();
-  const dialog = await openDialog(tab);
-  await dialog.getByRole('button', { name: /to the recycle bin/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
-  const left = fs.readdirSync(`${folder}/many`);
-  assert.deepEqual([left.length, left.includes('f0000.jpg'), ...[1, 2, 3].map((i) => left.includes(`f000${i}.jpg`))], [1997, true, false, false, false]);
-  await tab.getByRole('main').getByText('1,997 files found').waitFor();
-});
-
-test('duplicates: one of each group stays, and what changed meanwhile is left alone', async (t) => {
-  const content = (letter) => letter.repeat(2 * MiB);
-  const { folder, tab } = await scanned(t, { 'a/one': content('x'), 'b/two': content('x'), 'c/three': content('x'), 'a/four': content('y'), 'b/five': content('y') });
-  await goTo(tab, 'across', 'Duplicates');
-  await tab.getByRole('button', { name: 'Search for duplicates' }).click();
-  await tab.getByRole('main').getByText('2 groups found').waitFor();
-  await tab.getByLabel('Keep in each group').selectOption('first');
-  await tab.getByRole('button', { name: 'Mark the others' }).click();
-  await tab.getByText('3 items marked, 6.00 MB').waitFor();
-  await tab.getByRole('row', { name: /a\\one/ }).locator('.mark-cell').click();
-  await tab.getByText('One copy of each group always stays.').last().waitFor();
-  await tab.getByText('3 items marked, 6.00 MB').waitFor();
-  fs.writeFileSync(`${folder}/b/five`, content('z'));
-  const dialog = await openDialog(tab, 'Compare and delete');
-  await dialog.getByText('2 items would go').waitFor();
-  await dialog.getByRole('button', { name: /to the recycle bin/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
-  assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${folder}/${name}`)), [['four', 'one'], ['five'], []]);
 });
 
 test('an agent: key by address, by dialog, and a wrong one', async (t) => {
