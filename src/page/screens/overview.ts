@@ -1,6 +1,7 @@
 // The answer first: where the space went, and what could be won.
 import type { Job, ResultDoc } from '../core/answers';
-import { count, parts, percent, seconds, size, text, t, known } from '../core/i18n';
+import { count, parts, percent, phrase, seconds, size, text, t, known } from '../core/i18n';
+import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { linkTo } from '../ui/api';
 import { openEmptyBin } from '../ui/cleaning';
@@ -71,12 +72,12 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
 function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
-  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : meta.method;
+  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
   const why = job.noTurbo && meta.method === 'walk' && known(`t_${job.noTurbo}`) && job.kind === 'drive' ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
-      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), meta.host) : null),
+      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
     meta.skipped > 0 ? el('p', { class: 'small muted' }, t('ovSkipped', { n: meta.skipped })) : null);
@@ -108,7 +109,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   const findings = doc.advice.filter((finding) => finding.level !== 'good');
   const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
   const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
-    label: el('span', {}, known(`a_${finding.code}`) ? text(`a_${finding.code}`) : finding.code), bytes: finding.bytes, open: () => {
+    label: el('span', {}, phrase('a_', finding.code)), bytes: finding.bytes, open: () => {
       state.finding = finding.code;
       changed('view');
       goTo('advice');

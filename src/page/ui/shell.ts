@@ -1,4 +1,5 @@
 // The frame around the sections: navigation, scans in the header, the details pane, banners.
+import { shown } from '../core/paths';
 import { LANGS, failure, isLang, language, size, t } from '../core/i18n';
 import type { Job } from '../core/answers';
 import type { PlainKey } from '../lang/shape';
@@ -172,7 +173,7 @@ function header(): { root: HTMLElement; update: () => void } {
       chip.update(job);
     }
     list.hidden = chips.size === 0;
-    setText(machine, state.targets?.machine ?? '');
+    setText(machine, shown(state.targets?.machine ?? ''));
     progress.hidden = !state.jobs.some(isRunning);
     const wanted = state.targets && !state.targets.elevated;
     if (wanted && !rights.firstChild) rights.append(elevateButton());
