@@ -127,7 +127,7 @@ test('each language, in every section, with its own word to confirm', async (t) 
 test('light and dark, chosen and remembered', async (t) => {
   const tab = await openTab(t, { colorScheme: 'dark' });
   await tab.goto(server.base);
-  const ground = () => tab.evaluate(() => getComputedStyle(document.body).backgroundColor);
+  const ground = () => tab.evaluate(() => getComputedStyle(document.documentElement).backgroundColor);
   assert.equal(await ground(), 'rgb(20, 24, 29)', 'as the system wishes');
   await tab.getByRole('button', { name: 'Light appearance' }).click();
   assert.equal(await ground(), 'rgb(247, 248, 250)');
@@ -138,6 +138,8 @@ test('light and dark, chosen and remembered', async (t) => {
 
 test('a program that is lost keeps what is shown; the next one starts from nothing; quit ends it', async (t) => {
   const first = await serve(t, [], wine);
+  let second = null;
+  t.after(() => second?.child.kill('SIGKILL'));
   const tab = await openTab(t, { expected: /ERR_CONNECTION/ });
   await tab.goto(`${first.base}/?scan=D:%5C`);
   await heading(tab, 'Overview');
@@ -146,8 +148,7 @@ test('a program that is lost keeps what is shown; the next one starts from nothi
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await says(tab.getByRole('alert'), 'Vorda does not answer. What you see is as of the last answer.');
   await says(tab, 'Most of the space is in films: 300 MB');
-  const second = startSilent(['--port', String(first.port), '--no-open'], wine);
-  t.after(() => second.child.kill('SIGKILL'));
+  second = startSilent(['--port', String(first.port), '--no-open'], wine);
   await until(() => fetch(first.base).catch(() => null), 'the second program');
   await tab.getByRole('button', { name: 'Try again' }).click().catch(() => {}); // it may have tried by itself
   await says(tab, 'Vorda answers again.');
