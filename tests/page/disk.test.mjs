@@ -69,7 +69,7 @@ test('a drive is scanned; scanning it again replaces the old scan, however it is
   await says(tab, 'Most of the space is in Windows: 1.18 GB, 70% of what was scanned.');
   await tab.getByRole('button', { name: 'Films', exact: true }).click();
   const tree = tab.getByRole('treegrid');
-  await row(tree, 'film.mkv').waitFor();
+  await row(tree, 'Many').waitFor();
   assert.deepEqual((await rowsOf(tree)).map((cells) => [cells[1], cells[2]]), [['D:\\', '1.68 GB'], ['Windows', '1.18 GB'],
     ['Films', '300 MB'], ['film.mkv', '300 MB'], ['Photos', '210 MB'], ['Copies', '10.0 MB'], ['Many', '19.5 KB']]);
   await goTo(tab, 'map', 'Map');
@@ -97,7 +97,8 @@ test('into the bin, and for good once the word is typed', async (t) => {
   await says(dialog, '1 item moved to the recycle bin, 70.0 MB.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Photos/2019`), namesIn(trash), lastLogged()], [['b.raw'], ['a.raw'], 'prullenbak  73400320  D:\\Photos\\2019\\a.raw']);
-  assert.deepEqual([await row(tree, 'a.raw').count(), await focused(tab)], [0, 'treegrid']);
+  await row(tree, 'a.raw').waitFor({ state: 'detached' });
+  assert.equal(await focused(tab), 'treegrid');
 
   await row(tree, '2020').click();
   await tree.press('ArrowRight');
@@ -117,7 +118,7 @@ test('into the bin, and for good once the word is typed', async (t) => {
   await says(dialog, '1 item deleted, 80.0 MB freed.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Photos/2020`), namesIn(trash), lastLogged()], [[], ['a.raw'], 'definitief  83886080  D:\\Photos\\2020\\c.raw']);
-  assert.equal((await rowsOf(tree)).find((cells) => cells[1] === 'Photos')[2], '60.0 MB', 'the tree has the new sizes');
+  await row(tree, 'Photos').filter({ hasText: '60.0 MB' }).waitFor();
 });
 
 test('a refusal says why, and what is refused stays', async (t) => {
