@@ -160,8 +160,11 @@ function header(): { root: HTMLElement; update: () => void } {
   const update = (): void => {
     for (const [id, chip] of chips) {
       if (state.jobs.some((job) => job.id === id)) continue;
+      const focused = chip.root.contains(document.activeElement);
       chip.root.remove();
       chips.delete(id);
+      // Its neighbour takes the focus, or else what the page goes on with.
+      if (focused) (list.querySelector('button') ?? document.querySelector<HTMLElement>('main h1'))?.focus();
     }
     for (const job of state.jobs) {
       let chip = chips.get(job.id);
