@@ -122,6 +122,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
+      state.stopped.has(job.id) ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('fiStopped'))) : null,
       el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
       capacity(doc, isRemote(job)),
       figures(job, doc),

@@ -50,7 +50,12 @@ export async function poll(): Promise<void> {
     const jobs = await api<Job[]>('/api/jobs');
     poller.failures = 0;
     if (before !== poller.changes) return;
-    for (const job of jobs) tell(jobById(job.id), job);
+    for (const job of jobs) {
+      // A program that was started anew gives its numbers to other scans.
+      if ((jobById(job.id)?.path ?? job.path) !== job.path) drop(job.id);
+      if (job.state === 'cancelled') state.stopped.add(job.id);
+      tell(jobById(job.id), job);
+    }
     state.jobs = jobs;
     for (const id of state.results.keys()) {
       if (!jobById(id)) drop(id);
@@ -158,6 +163,7 @@ export async function rescan(job: Job): Promise<void> {
 export async function cancelScan(id: number): Promise<void> {
   try {
     await api(query('/api/cancel', { id }));
+    state.stopped.add(id);
     await poll();
   } catch (error) {
     toastFailure(error);
@@ -169,6 +175,7 @@ function drop(id: number): void {
   state.results.delete(id);
   state.resultErrors.delete(id);
   state.trees.delete(id);
+  state.stopped.delete(id);
   dropFromSearches((_path, job) => job === id);
 }
 
