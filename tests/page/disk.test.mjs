@@ -223,3 +223,19 @@ test('temporary files are emptied, then the bin', async (t) => {
   await binned.waitFor({ state: 'detached' });
   assert.deepEqual(namesIn(trash), []);
 });
+
+test('a removed scan takes its hits, their marks and the focus along', async (t) => {
+  const tab = await at(t, 'types', 'Types');
+  await tab.getByRole('button', { name: '.txt', exact: true }).click();
+  await tab.getByRole('button', { name: 'Find all of this type' }).click();
+  await says(tab.getByRole('main'), '2 files found');
+  await tab.getByRole('grid').focus();
+  await tab.keyboard.press('Control+a');
+  await says(tab, '2 items marked');
+  await tab.getByRole('button', { name: 'Remove the scan of E:\\' }).press('Enter');
+  await says(tab, '1 item marked, 3 B');
+  assert.deepEqual([(await ask('/api/jobs')).map((job) => job.path), await focused(tab)], [['D:\\'], 'D:\\\n367 MB']);
+  await tab.getByRole('button', { name: 'Remove the scan of D:\\' }).press('Enter');
+  await says(tab, 'Nothing to search yet');
+  assert.deepEqual([await ask('/api/jobs'), await focused(tab)], [[], 'Find files']);
+});

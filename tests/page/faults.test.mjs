@@ -92,8 +92,11 @@ test('hostile documents are shown as text, and what they name is sent back to th
 });
 
 test('an answer that is late or cut off loses nothing', async (t) => {
-  const { faults, tab } = await opened(t, { expected: /ERR_/ });
+  const { faults, tab } = await opened(t, { expected: /ERR_|400/ });
   faults.answers['/api/dirs'] = CUT;
+  await tab.goto(`${faults.base}/?scan=Z:%5Cnowhere`);
+  await says(tab.getByRole('main'), 'Failed: This path does not exist');
+  await tab.getByRole('button', { name: /^Remove the scan/ }).click();
   await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/late`))}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
   await goTo(tab, 'explorer', 'Folders');
@@ -122,6 +125,23 @@ test('an answer that is late or cut off loses nothing', async (t) => {
   delete faults.answers['/api/result'];
   release();
   await says(tab, /There are 70\.0 MB in .*b, mostly in files/);
+
+  // That a scan was stopped is remembered, although the program tells it only while it stops.
+  let told = 'scanning';
+  faults.answers['/api/cancel'] = ({ real }) => {
+    told = 'cancelled';
+    return real();
+  };
+  faults.answers['/api/jobs'] = async ({ real }) => {
+    const jobs = await real();
+    if (told) jobs.at(-1).state = told;
+    if (told === 'cancelled') told = '';
+    return jobs;
+  };
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  await tab.getByRole('button', { name: /^Stop the scan of/ }).click();
+  await says(tab.getByRole('main'), 'Stopped: this is what was found until then.');
+  faults.answers = {};
 
   // While nobody answers, what is known stays, and a dialog says so without deleting.
   await goTo(tab, 'explorer', 'Folders');
