@@ -70,7 +70,7 @@ export const goTo = async (tab, section, title) => {
 export async function openDialog(tab, button = 'Delete marked') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByText(/would go|None of this/).waitFor();
+  await dialog.getByText(/would go,|None of this/).waitFor();
   return dialog;
 }
 
