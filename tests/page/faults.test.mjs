@@ -99,6 +99,12 @@ test('an answer that is late or cut off loses nothing', async (t) => {
   await tab.getByRole('button', { name: /^Remove the scan/ }).click();
   await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/late`))}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  faults.answers['/api/result'] = CUT;
+  await says(tab.getByRole('alert'), 'Vorda does not answer.');
+  delete faults.answers['/api/result'];
+  await tab.getByRole('button', { name: 'Scan again' }).waitFor(); // the result came after all
+
   await goTo(tab, 'explorer', 'Folders');
   const tree = tab.getByRole('treegrid');
   await row(tree, 'Could not be loaded').first().waitFor();
