@@ -25,7 +25,10 @@ for (let i = 0; i < 20_003; ++i) {
   if (i % 1000 === 0) fs.mkdirSync(`${d}/Many/${i / 1000}`, { recursive: true });
   fs.writeFileSync(`${d}/Many/${Math.floor(i / 1000)}/file${String(i).padStart(5, '0')}.dat`, 'x');
 }
+makeFiles(`${folder}/share`, { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' });
 const wine = await ownWine(here, { 'd:': d, 'e:': e });
+fs.mkdirSync(`${wine.env.VORDA_WINEPREFIX}/dosdevices/unc/nas`, { recursive: true });
+fs.symlinkSync(`${folder}/share`, `${wine.env.VORDA_WINEPREFIX}/dosdevices/unc/nas/public`);
 const trash = `${wine.env.VORDA_XDG_DATA_HOME}/Trash/files`;
 const server = await serve(here, [], wine);
 const ask = async (path) => (await server.json(path)).body;
@@ -222,6 +225,23 @@ test('temporary files are emptied, then the bin', async (t) => {
   await dialog.getByRole('button', { name: 'Close' }).click();
   await binned.waitFor({ state: 'detached' });
   assert.deepEqual(namesIn(trash), []);
+});
+
+test('on a share, where there is no bin, what goes is gone, and the dialog says so', async (t) => {
+  const tab = await at(t, '', 'Overview');
+  await scan(tab, '\\\\nas\\public');
+  await goTo(tab, 'explorer', 'Folders');
+  await mark(tab.getByRole('treegrid'), 'archive');
+  const dialog = await openDialog(tab);
+  await says(dialog, '1 item lies where there is no recycle bin. It would be gone for good:');
+  assert.equal(await dialog.getByText('Move to the recycle bin').isVisible(), false);
+  await dialog.getByRole('textbox').fill('DELETE');
+  await dialog.getByRole('button', { name: 'Delete 1 item (60.0 MB) permanently' }).click();
+  await says(dialog, '1 item deleted, 60.0 MB freed.');
+  assert.deepEqual([namesIn(`${folder}/share`), namesIn(trash), lastLogged()], [['new.txt'], [], 'definitief  62914560  \\\\nas\\public\\archive']);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await tab.getByRole('button', { name: 'Remove the scan of \\\\nas\\public' }).click();
+  await tab.getByRole('list', { name: 'Scans' }).getByText('nas').waitFor({ state: 'detached' });
 });
 
 test('a removed scan takes its hits, their marks and the focus along', async (t) => {
