@@ -176,6 +176,7 @@ test('duplicates on two drives: one copy stays, the others go once compared agai
   const tab = await at(t, '', 'Overview');
   const sent = requestsOf(tab, '/api/delete');
   await scan(tab, 'E:\\');
+  await says(tab, 'There are 3.00 MB in E:\\, mostly in smaller folders.');
   const [first, second] = (await ask('/api/jobs')).map((job) => String(job.id));
   await goTo(tab, 'across', 'Duplicates');
   await tab.getByRole('button', { name: 'Search for duplicates' }).click();

@@ -40,7 +40,11 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
   const largest = treeOf(job.id)?.entries(root).find((entry) => entry.kind === 'folder');
   const space = spaceOf(doc);
   if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', { path: inert(root) }));
-  if (!largest || largest.s * 2 < doc.tree!.s && doc.tree!.c?.some((child) => child.rk === 'loose' && child.s > largest.s)) {
+  const rest = (kind: 'loose' | 'smaller'): number => doc.tree?.c?.find((child) => child.rk === kind)?.s ?? 0;
+  if (rest('smaller') > Math.max(largest?.s ?? 0, rest('loose'))) {
+    return el('p', { class: 'answer' }, parts('ovAnswerSpread', { size: size(doc.meta.used), path: inert(root) }));
+  }
+  if (!largest || largest.s * 2 < doc.tree!.s && rest('loose') > largest.s) {
     return el('p', { class: 'answer' }, parts('ovAnswerFlat', { size: size(doc.meta.used), path: inert(root) }));
   }
   const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
