@@ -4,6 +4,7 @@ import { es } from '../lang/es';
 import { fr } from '../lang/fr';
 import { nl } from '../lang/nl';
 import { pt } from '../lang/pt';
+import { shown } from './paths';
 import type { Dictionary, Forms, Key, Vars } from '../lang/shape';
 import * as units from './units';
 import { wordingOf } from './words';
@@ -47,11 +48,12 @@ function formFor(forms: Forms, count: unknown): string {
 // A text cut at its placeholders: what stands between them as it is, each placeholder as its name.
 function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
   const entry = T[chosen.lang][key as Key] ?? en[key as Key];
-  const text: string = entry === undefined ? key : typeof entry === 'string' ? entry : formFor(entry as Forms, vars['n']);
+  const text: string = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry as Forms, vars['n']);
   return text.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
 }
 
-const written = (value: unknown): string => (typeof value === 'number' ? units.formatCount(value, locale()) : String(value));
+// What fills a placeholder may be a name or a word from outside, and is made harmless like any other.
+const written = (value: unknown): string => (typeof value === 'number' ? units.formatCount(value, locale()) : shown(String(value)));
 
 export type Args<K extends Key> = keyof Vars<K> extends never ? [] : [vars: Vars<K>];
 
@@ -77,12 +79,12 @@ export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, stri
 export const known = (key: string): key is Key => Object.hasOwn(en, key);
 
 // A word of the program as a phrase: by its key when there is one, else as it stands.
-export const phrase = (prefix: string, word: string): string => (known(prefix + word) ? text(prefix + word) : word);
+export const phrase = (prefix: string, word: string): string => (known(prefix + word) ? text(prefix + word) : shown(word));
 
 // The sentence for a failure word.
 export function failure(word: string): string {
   const { key, code } = wordingOf(word);
-  return key === null ? word : text(key, { code });
+  return key === null ? shown(word) : text(key, { code });
 }
 
 export const size = (bytes: number): string => units.formatSize(bytes, locale());

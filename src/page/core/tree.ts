@@ -105,6 +105,7 @@ export class ScanTree {
     return list;
   }
 
+  // A folder without a name would be its own parent, and is left out.
   private make(path: string): Entry[] {
     const known = this.fetched.get(path);
     const node = this.nodes.get(path);
@@ -117,7 +118,7 @@ export class ScanTree {
       known.dirs.dirs.forEach((dir, index) => {
         bytes += dir.s;
         files += dir.f;
-        if (index < MOST_FOLDERS) list.push(entry('folder', joinPath(path, dir.n), dir.n, dir.s, dir.f));
+        if (index < MOST_FOLDERS && dir.n !== '') list.push(entry('folder', joinPath(path, dir.n), dir.n, dir.s, dir.f));
       });
       const hidden = known.dirs.dirs.slice(MOST_FOLDERS);
       if (hidden.length > 0) {
@@ -128,7 +129,7 @@ export class ScanTree {
       looseFiles = Math.max(0, (known.dirs.f ?? files) - files);
     } else {
       for (const child of node?.c ?? []) {
-        if (!child.rest) list.push(entry('folder', joinPath(path, child.n), child.n, child.s, child.f));
+        if (!child.rest && child.n !== '') list.push(entry('folder', joinPath(path, child.n), child.n, child.s, child.f));
         else if (child.rk === 'smaller') list.push(entry('smaller', `${path}\0smaller`, '', child.s, child.f, { n: child.rn ?? 0 }));
         else {
           looseBytes = child.s;

@@ -128,6 +128,7 @@ export const en = {
   // ---- overview ----
   ovAnswer: 'Most of the space is in {path}: {size}, {percent} of what was scanned.',
   ovAnswerFlat: 'There are {size} in {path}, mostly in files that lie directly in it.',
+  ovAnswerSpread: 'There are {size} in {path}, mostly in smaller folders.',
   ovAnswerEmpty: 'There is nothing in {path}.',
   ovAnswerTight: 'Only {free} of {size} are free. Most of the space is in {path}: {used}.',
   ovWin: 'The advice below could free up to {size}.',

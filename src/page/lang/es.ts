@@ -125,6 +125,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
 
   ovAnswer: 'La mayor parte del espacio está en {path}: {size}, el {percent} de lo analizado.',
   ovAnswerFlat: 'Hay {size} en {path}, sobre todo en archivos que están directamente ahí.',
+  ovAnswerSpread: 'Hay {size} en {path}, sobre todo en carpetas más pequeñas.',
   ovAnswerEmpty: 'No hay nada en {path}.',
   ovAnswerTight: 'Solo quedan {free} libres de {size}. La mayor parte del espacio está en {path}: {used}.',
   ovWin: 'Los consejos de abajo podrían liberar hasta {size}.',

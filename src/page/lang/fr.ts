@@ -124,6 +124,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
 
   ovAnswer: 'L’essentiel de l’espace est dans {path} : {size}, {percent} de ce qui a été analysé.',
   ovAnswerFlat: 'Il y a {size} dans {path}, surtout en fichiers placés directement dedans.',
+  ovAnswerSpread: 'Il y a {size} dans {path}, surtout dans des dossiers plus petits.',
   ovAnswerEmpty: 'Il n’y a rien dans {path}.',
   ovAnswerTight: 'Il ne reste que {free} libres sur {size}. L’essentiel de l’espace est dans {path} : {used}.',
   ovWin: 'Les conseils ci-dessous pourraient libérer jusqu’à {size}.',

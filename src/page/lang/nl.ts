@@ -124,6 +124,7 @@ export const nl = dictionary<'one' | 'other'>()({
 
   ovAnswer: 'De meeste ruimte zit in {path}: {size}, {percent} van wat gescand is.',
   ovAnswerFlat: 'In {path} staat {size}, vooral in bestanden die er rechtstreeks in staan.',
+  ovAnswerSpread: 'In {path} staat {size}, vooral in kleinere mappen.',
   ovAnswerEmpty: 'In {path} staat niets.',
   ovAnswerTight: 'Er is nog maar {free} van {size} vrij. De meeste ruimte zit in {path}: {used}.',
   ovWin: 'Het advies hieronder kan tot {size} vrijmaken.',

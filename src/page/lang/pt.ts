@@ -125,6 +125,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
 
   ovAnswer: 'A maior parte do espaço está em {path}: {size}, {percent} do que foi analisado.',
   ovAnswerFlat: 'Há {size} em {path}, sobretudo em ficheiros que estão diretamente lá.',
+  ovAnswerSpread: 'Há {size} em {path}, sobretudo em pastas mais pequenas.',
   ovAnswerEmpty: 'Não há nada em {path}.',
   ovAnswerTight: 'Só restam {free} livres de {size}. A maior parte do espaço está em {path}: {used}.',
   ovWin: 'Os conselhos abaixo podem libertar até {size}.',

@@ -1,6 +1,7 @@
 // The findings of a scan: what each is, what acting on it means, and where its places are.
 import type { Finding, Job, ResultDoc } from '../core/answers';
 import { count, known, phrase, size, t, text } from '../core/i18n';
+import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { openCleanup, openEmptyBin } from '../ui/cleaning';
 import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
@@ -35,7 +36,7 @@ function lastOfGroup(places: Place[], place: Place): boolean {
 
 function placeRow(place: Place, places: Place[], largest: number, canMark: boolean): HTMLElement {
   const label = t('dtMark');
-  const box = el('input', { type: 'checkbox', 'aria-label': `${label}: ${place.path}`, checked: state.selection.has(place.path), 'data-key': place.path, on: {
+  const box = el('input', { type: 'checkbox', 'aria-label': `${label}: ${shown(place.path)}`, checked: state.selection.has(place.path), 'data-key': place.path, on: {
     change: () => {
       if (box.checked && lastOfGroup(places, place)) {
         box.checked = false;
@@ -51,7 +52,7 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
     cutPath(place.path), meter(shareOf(place.bytes, largest), 'extra'),
     el('span', { class: 'number extra muted' }, place.files > 0 ? t('nFiles', { n: place.files }) : ''),
     el('span', { class: 'number' }, size(place.bytes)),
-    iconButton('explorer', `${t('adOpen')}: ${place.path}`, () => openInExplorer(place.path)),
+    iconButton('explorer', `${t('adOpen')}: ${shown(place.path)}`, () => openInExplorer(place.path)),
     locked && canMark ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
 }
 
@@ -70,7 +71,7 @@ function card(job: Job, finding: Finding): HTMLElement {
   const places = placesOf(finding);
   const largest = places[0]?.bytes ?? 0;
   const canMark = !isRemote(job) && !EMPTIED.includes(finding.code);
-  const title = known(`a_${finding.code}`) ? text(`a_${finding.code}`) : finding.code;
+  const title = phrase('a_', finding.code);
   const line = (label: string, part: string): HTMLElement[] => {
     const key = `a_${finding.code}_${part}`;
     if (!known(key)) return part === 'what' ? [el('dt', {}, label), el('dd', {}, t('a_unknown_what'))] : [];

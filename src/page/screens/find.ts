@@ -183,6 +183,8 @@ export function find(): Screen {
     if (answer?.files === shownFiles) return;
     shownFiles = answer?.files;
     const any = (shownFiles?.length ?? 0) > 0;
+    const alive = new Set(shownFiles?.map((hit) => hit.p));
+    marks.selection.keepOnly((path) => alive.has(path)); // a removed scan takes its hits along
     if (any) {
       for (const hit of shownFiles!) marks.weights.set(hit.p, hit.s);
       if (!table) {

@@ -1,6 +1,7 @@
 // The answer first: where the space went, and what could be won.
 import type { Job, ResultDoc } from '../core/answers';
-import { count, parts, percent, seconds, size, text, t, known } from '../core/i18n';
+import { count, parts, percent, phrase, seconds, size, text, t, known } from '../core/i18n';
+import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { linkTo } from '../ui/api';
 import { openEmptyBin } from '../ui/cleaning';
@@ -39,7 +40,11 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
   const largest = treeOf(job.id)?.entries(root).find((entry) => entry.kind === 'folder');
   const space = spaceOf(doc);
   if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', { path: inert(root) }));
-  if (!largest || largest.s * 2 < doc.tree!.s && doc.tree!.c?.some((child) => child.rk === 'loose' && child.s > largest.s)) {
+  const rest = (kind: 'loose' | 'smaller'): number => doc.tree?.c?.find((child) => child.rk === kind)?.s ?? 0;
+  if (rest('smaller') > Math.max(largest?.s ?? 0, rest('loose'))) {
+    return el('p', { class: 'answer' }, parts('ovAnswerSpread', { size: size(doc.meta.used), path: inert(root) }));
+  }
+  if (!largest || largest.s * 2 < doc.tree!.s && rest('loose') > largest.s) {
     return el('p', { class: 'answer' }, parts('ovAnswerFlat', { size: size(doc.meta.used), path: inert(root) }));
   }
   const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
@@ -71,12 +76,12 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
 function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
-  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : meta.method;
+  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
   const why = job.noTurbo && meta.method === 'walk' && known(`t_${job.noTurbo}`) && job.kind === 'drive' ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
-      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), meta.host) : null),
+      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
     meta.skipped > 0 ? el('p', { class: 'small muted' }, t('ovSkipped', { n: meta.skipped })) : null);
@@ -108,7 +113,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   const findings = doc.advice.filter((finding) => finding.level !== 'good');
   const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
   const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
-    label: el('span', {}, known(`a_${finding.code}`) ? text(`a_${finding.code}`) : finding.code), bytes: finding.bytes, open: () => {
+    label: el('span', {}, phrase('a_', finding.code)), bytes: finding.bytes, open: () => {
       state.finding = finding.code;
       changed('view');
       goTo('advice');
@@ -121,6 +126,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
+      state.stopped.has(job.id) ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('fiStopped'))) : null,
       el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
       capacity(doc, isRemote(job)),
       figures(job, doc),

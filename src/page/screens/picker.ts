@@ -1,7 +1,7 @@
 // Choosing what to scan: drives, Linux distributions, a folder, a host.
 import type { BrowseAnswer, Drive, Job } from '../core/answers';
 import { failure, phrase, size, t } from '../core/i18n';
-import { kindOf, sameTarget } from '../core/paths';
+import { kindOf, sameTarget, shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { api, onKeyNeeded, query, wordOf } from '../ui/api';
 import { button, el, field, fill, heading, icon, inert, loading, meter, setText } from '../ui/dom';
@@ -42,7 +42,7 @@ function target(options: { icon: string; name: string; path: string; kind: strin
     line.classList.toggle('wrong', job?.state === 'error');
     if (job) setText(line, job.state === 'error' ? `${t('stError')}: ${failure(job.error)}` : `${stateText(job)}: ${progressText(job)}`);
     setText(go, job ? t('rescan') : t('scan'));
-    go.setAttribute('aria-label', `${t(job ? 'rescan' : 'scan')}: ${name}`);
+    go.setAttribute('aria-label', `${t(job ? 'rescan' : 'scan')}: ${shown(name)}`);
     go.disabled = job !== undefined && isRunning(job);
   };
   update();
@@ -54,7 +54,7 @@ const DRIVE_ICONS: Record<Drive['type'], string> = { fixed: 'drive', network: 'n
 function driveTarget(drive: Drive): Target {
   const kind = { fixed: t('typeFixed'), network: t('typeNetwork'), removable: t('typeRemovable') }[drive.type] ?? t('typeFixed');
   const letter = drive.path.replace(/\\$/, '');
-  const facts = [kind, drive.fs].filter(Boolean).join(', ');
+  const facts = [kind, shown(drive.fs)].filter(Boolean).join(', ');
   const turbo = drive.turbo
     ? el('span', { class: 'tag good' }, icon('bolt'), t('turbo'))
     : el('span', { class: 'small muted' }, t('turboOff', { why: phrase('t_', drive.turboReason) }));

@@ -46,12 +46,15 @@ export interface Options extends RequestInit {
   withoutKey?: boolean;
 }
 
+// A header holds bytes, one per letter: of the key, those of its UTF-8.
+const asBytes = (text: string): string => String.fromCharCode(...new TextEncoder().encode(text));
+
 // One request; the answer's document, or a Failure.
 export async function api<T>(path: string, options: Options = {}): Promise<T> {
   const { withoutKey, ...init } = options;
   const headers = new Headers(init.headers);
   const tried = !withoutKey && state.TOKEN !== '';
-  if (tried) headers.set('X-Vorda-Token', state.TOKEN);
+  if (tried) headers.set('X-Vorda-Token', asBytes(state.TOKEN));
   let response: Response;
   let body: string;
   try {

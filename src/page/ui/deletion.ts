@@ -84,9 +84,11 @@ function showPlan(dialog: Dialog, stay: HTMLButtonElement, plan: Plan, options: 
   const word = t('confirmWord');
   const typed = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'characters' });
   const typing = field(t('delType', { word }), typed);
-  const how = el('fieldset', { class: 'stack' }, el('legend', {}, t('delHow')),
-    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: true, hint: t('delBinHint') }),
-    choice('radio', t('delForGood'), { name: 'how', value: 'forgood', hint: t('delForGoodHint') }));
+  // Where the bin would take nothing, it is no choice.
+  const onlyForGood = binned.length === 0;
+  const how = el('fieldset', { class: 'stack', hidden: onlyForGood }, el('legend', {}, t('delHow')),
+    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyForGood, hint: t('delBinHint') }),
+    choice('radio', t('delForGood'), { name: 'how', value: 'forgood', checked: onlyForGood, hint: t('delForGoodHint') }));
   const go = button('', () => void run(), { icon: 'bin', class: 'danger first' });
   const forGood = (): boolean => how.querySelector<HTMLInputElement>('input[value=forgood]')!.checked;
   const needsWord = (): boolean => forGood() || noBin.length > 0;
@@ -95,7 +97,7 @@ function showPlan(dialog: Dialog, stay: HTMLButtonElement, plan: Plan, options: 
     go.disabled = needsWord() && !confirms(typed.value, word);
     const named = { n: wouldDelete.length, size: size(plan.bytes) };
     // What the bin would not take goes for good, so the button must not promise otherwise.
-    go.replaceChildren(icon('bin'), forGood() || noBin.length === wouldDelete.length ? t('delGoForGood', named)
+    go.replaceChildren(icon('bin'), forGood() ? t('delGoForGood', named)
       : noBin.length > 0 ? t('delGoMixed', { ...named, gone: noBin.length }) : t('delGoBin', named));
   };
   const run = (): Promise<void> => carryOut(dialog, stay, go, plan, forGood(), options);

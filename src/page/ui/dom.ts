@@ -1,5 +1,5 @@
 // Making elements. Text is only ever set as text: what the program reports is hostile input.
-import { displayParts, shown } from '../core/paths';
+import { displayParts, shorten, shown } from '../core/paths';
 import { t } from '../core/i18n';
 
 export type Child = Node | string | number | null | undefined | false | readonly Child[];
@@ -86,8 +86,10 @@ export function button(content: string, action: (event: MouseEvent) => void, opt
 export const iconButton = (iconName: string, label: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement =>
   button('', action, { icon: iconName, label, class: `plain bare ${options.class ?? ''}`, ...Object.fromEntries(Object.entries(options).filter(([key]) => key !== 'class')) });
 
-// A name or path as inert text.
-export const inert = (text: string): HTMLElement => el('bdi', {}, shown(text));
+const MOST_INLINE = 520;
+
+// A name or path as inert text, no longer than a few lines.
+export const inert = (text: string): HTMLElement => el('bdi', {}, shorten(shown(text), MOST_INLINE));
 
 // A path on one line, cut in front of its file name where there is no room.
 export function cutPath(path: string): HTMLElement {

@@ -2,7 +2,7 @@
 import { isResult, type Job, type ResultDoc } from '../core/answers';
 import { count, failure, size, t } from '../core/i18n';
 import { sameTarget } from '../core/paths';
-import { api, Failure, form, messageOf, query } from './api';
+import { api, Failure, form, messageOf, query, wordOf } from './api';
 import { changed, clearFetched, isRemote, jobById, state } from './state';
 import { dropFromSearches } from './runs';
 import { announce, toast, toastFailure } from './toast';
@@ -20,11 +20,12 @@ export const isRunning = (job: Job): boolean => job.state === 'scanning' || job.
 
 export const nameOf = (job: Job): string => job.label || job.path;
 
+const lacksResult = (job: Job): boolean => job.state === 'done' && !state.results.has(job.id) && !state.resultErrors.has(job.id);
+
 function schedule(): void {
   clearTimeout(poller.timer);
   if (state.ended) return;
-  const running = state.jobs.some(isRunning);
-  if (!running && !state.offline) return;
+  if (!state.jobs.some((job) => isRunning(job) || lacksResult(job)) && !state.offline) return;
   const pace = document.hidden ? HIDDEN_POLL_MS : POLL_MS;
   const wait = state.offline ? Math.min(MOST_WAIT_MS, pace * 2 ** Math.min(5, poller.failures)) : pace;
   poller.timer = window.setTimeout(() => void poll(), wait);
@@ -50,14 +51,19 @@ export async function poll(): Promise<void> {
     const jobs = await api<Job[]>('/api/jobs');
     poller.failures = 0;
     if (before !== poller.changes) return;
-    for (const job of jobs) tell(jobById(job.id), job);
+    for (const job of jobs) {
+      // A program that was started anew gives its numbers to other scans.
+      if ((jobById(job.id)?.path ?? job.path) !== job.path) drop(job.id);
+      if (job.state === 'cancelled') state.stopped.add(job.id);
+      tell(jobById(job.id), job);
+    }
     state.jobs = jobs;
     for (const id of state.results.keys()) {
       if (!jobById(id)) drop(id);
     }
     if (state.view && !jobById(state.view)) viewLast();
     changed('jobs');
-    await Promise.all(jobs.filter((job) => job.state === 'done' && !state.results.has(job.id) && !state.resultErrors.has(job.id)).map((job) => fetchResult(job.id)));
+    await Promise.all(jobs.filter(lacksResult).map((job) => fetchResult(job.id)));
     jumpIfAwaited();
   } catch {
     ++poller.failures;
@@ -83,7 +89,9 @@ export async function fetchResult(id: number): Promise<void> {
     state.resultErrors.delete(id);
     state.trees.delete(id);
   } catch (error) {
-    state.resultErrors.set(id, messageOf(error));
+    // Whoever does not answer at all is asked again in the next round.
+    if (wordOf(error) === 'offline') ++poller.failures;
+    else state.resultErrors.set(id, messageOf(error));
   }
   changed('results', 'view');
 }
@@ -158,6 +166,7 @@ export async function rescan(job: Job): Promise<void> {
 export async function cancelScan(id: number): Promise<void> {
   try {
     await api(query('/api/cancel', { id }));
+    state.stopped.add(id);
     await poll();
   } catch (error) {
     toastFailure(error);
@@ -169,6 +178,7 @@ function drop(id: number): void {
   state.results.delete(id);
   state.resultErrors.delete(id);
   state.trees.delete(id);
+  state.stopped.delete(id);
   dropFromSearches((_path, job) => job === id);
 }
 

@@ -1,4 +1,5 @@
 // The frame around the sections: navigation, scans in the header, the details pane, banners.
+import { shown } from '../core/paths';
 import { LANGS, failure, isLang, language, size, t } from '../core/i18n';
 import type { Job } from '../core/answers';
 import type { PlainKey } from '../lang/shape';
@@ -159,8 +160,11 @@ function header(): { root: HTMLElement; update: () => void } {
   const update = (): void => {
     for (const [id, chip] of chips) {
       if (state.jobs.some((job) => job.id === id)) continue;
+      const focused = chip.root.contains(document.activeElement);
       chip.root.remove();
       chips.delete(id);
+      // Its neighbour takes the focus, or else what the page goes on with.
+      if (focused) (list.querySelector('button') ?? document.querySelector<HTMLElement>('main h1'))?.focus();
     }
     for (const job of state.jobs) {
       let chip = chips.get(job.id);
@@ -172,7 +176,7 @@ function header(): { root: HTMLElement; update: () => void } {
       chip.update(job);
     }
     list.hidden = chips.size === 0;
-    setText(machine, state.targets?.machine ?? '');
+    setText(machine, shown(state.targets?.machine ?? ''));
     progress.hidden = !state.jobs.some(isRunning);
     const wanted = state.targets && !state.targets.elevated;
     if (wanted && !rights.firstChild) rights.append(elevateButton());
@@ -214,12 +218,13 @@ function showSection(focus: boolean): void {
   frame.screen.leave?.();
   frame.section = state.section;
   mirrorSection(); // first, because the map keeps its folder with its own step
+  const details = detailsPane(); // before the section, which may fill it at once
   frame.screen = MAKERS[state.section]();
   frame.content.replaceChildren(frame.screen.root);
   frame.content.scrollTop = 0;
   frame.main.classList.toggle('detailed', frame.screen.detailed === true);
   frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
-  if (frame.screen.detailed) frame.main.append(detailsPane());
+  if (frame.screen.detailed) frame.main.append(details);
   frame.nav.querySelectorAll('a').forEach((link) =>
     setAttribute(link, 'aria-current', link.getAttribute('href') === `#${state.section}` ? 'page' : null));
   if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();

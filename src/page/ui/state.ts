@@ -29,6 +29,7 @@ export const state = {
   find: null as FindAnswer | null,
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only
+  stopped: new Set<number>(), // scans that were ended early while this page looked on
   wacht: 0, // the scan to jump to when it finishes
   started: false, // the start is over: scans and targets are known
   offline: false,

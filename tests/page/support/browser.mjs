@@ -10,22 +10,43 @@ let launched = null;
 const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server'] }));
 after(async () => (await launched)?.close());
 
-// A tab in a profile of its own. `expected` are complaints that the test provokes.
+// A tab in a profile of its own; further tabs of the same person come from its context. `expected` are
+// complaints that the test provokes. Requests to anything but the server first gone to are complaints too.
 export async function openTab(t, { expected = null, ...options } = {}) {
   const context = await (await browser()).newContext({ viewport: { width: 1280, height: 900 }, locale: 'en-GB', reducedMotion: 'reduce', ...options });
-  const tab = await context.newPage();
-  tab.setDefaultTimeout(20_000);
+  context.setDefaultTimeout(20_000);
+  await context.addInitScript(() => addEventListener('securitypolicyviolation', (event) => console.error(`policy: ${event.violatedDirective}`)));
   const complaints = [];
-  tab.on('pageerror', (error) => complaints.push(error.stack));
-  tab.on('console', (message) => {
+  const complain = (text) => {
+    if (!expected?.test(text)) complaints.push(text);
+  };
+  let home = null;
+  context.on('weberror', (error) => complain(error.error().stack));
+  context.on('console', (message) => {
     // The server of a test ends before its tab does; a request cut off by that is no fault of the page.
-    if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text()) && !expected?.test(message.text())) complaints.push(message.text());
+    if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text())) complain(message.text());
   });
+  context.on('request', (request) => {
+    const { origin, protocol } = new URL(request.url());
+    home ??= origin;
+    if (origin !== home && protocol !== 'data:') complain(`asked elsewhere: ${request.url()}`);
+  });
+  const tab = await context.newPage();
   t.after(async () => {
+    if (process.env.PICTURES) await tab.screenshot({ path: `${process.env.PICTURES}/${t.name.replaceAll(/\W+/g, '-')}.png` });
     await context.close();
     assert.deepEqual(complaints, []);
   });
   return tab;
+}
+
+// The bodies of the requests that a tab sends to a path from now on.
+export function requestsOf(tab, path) {
+  const bodies = [];
+  tab.on('request', (request) => {
+    if (new URL(request.url()).pathname === path) bodies.push(new URLSearchParams(request.postData() ?? ''));
+  });
+  return bodies;
 }
 
 // The program on a folder with these files, and a tab that shows the finished scan's overview.
@@ -49,6 +70,26 @@ export const goTo = async (tab, section, title) => {
 export async function openDialog(tab, button = 'Delete marked') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByText(/would go|None of this/).waitFor();
+  await dialog.getByText(/would go,|None of this/).waitFor();
   return dialog;
+}
+
+// Resolves when the place says this.
+export const says = (place, words) => place.getByText(words).first().waitFor();
+
+export const row = (table, name) => table.getByRole('row').filter({ hasText: name });
+
+// Marks a row as a person does, by its box.
+export const mark = (table, name) => row(table, name).locator('.mark-cell').click();
+
+// The rows of a table that are in the document, as their cells' texts.
+export const rowsOf = (table) => table.locator('.trow[aria-rowindex]').evaluateAll((rows) => rows
+  .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => [...one.children].map((cell) => cell.innerText.trim())));
+
+// Scans what is typed into the picker, and waits for its overview.
+export async function scan(tab, target) {
+  await goTo(tab, 'picker', 'What do you want to scan?');
+  await tab.getByLabel('Path of a folder').fill(target);
+  await tab.getByRole('button', { name: 'Scan folder' }).click();
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
 }

@@ -130,6 +130,7 @@ export async function ownWine(t, drives = {}, through = []) {
   });
   const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
   fs.mkdirSync(`${prefix}/dosdevices`);
+  fs.mkdirSync(`${prefix}/xdg-data`); // without it there is no recycle bin
   for (const name of fs.readdirSync(from)) {
     const wanted = /\.reg$|^\.update-timestamp$|^vorda-ready$/.test(name);
     if (wanted) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);

@@ -1,0 +1,222 @@
+// What the real program can't be made to do on a healthy machine: answers that are hostile, late or cut
+// off, a copy without rights, one that comes back with them.
+import assert from 'node:assert/strict';
+import { after, test } from 'node:test';
+import { goTo, mark, openDialog, openTab, requestsOf, row, says, scan } from './support/browser.mjs';
+import { CUT, between } from './support/between.mjs';
+import { serve, until } from '../system/support/server.mjs';
+import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
+
+const MiB = 2 ** 20;
+const ends = [];
+after(async () => { for (const end of ends) await end(); });
+const here = { after: (end) => ends.unshift(end) };
+const folder = scratch(here);
+makeFiles(folder, { 'late/a/one.iso': 80 * MiB, 'late/b/two.iso': 70 * MiB, 'share/a/x': 80 * MiB, 'share/b/y': 70 * MiB });
+const server = await serve(here, [], { env: { VORDA_XDG_DATA_HOME: scratch(here) } });
+
+async function opened(t, options) {
+  const tab = await openTab(t, options); // first, so that it is closed first
+  const faults = await between(t, server.base);
+  return { faults, tab };
+}
+
+// Names that a disk, a host or another program may bring.
+const NAMES = [
+  '<img src=x onerror=alert(1)>', '"><script>alert(1)</script>', '\u202egpj.exe\u2066', 'half \ud83d pair \ude00', 'tab\tline\nnul\u0000esc\u001b[31m',
+  `${'long '.repeat(6400)}end`, 'x'.repeat(32_000), 'javascript:alert(1)', '{name} {n}', '__proto__', 'constructor', '', '\u0645\u0644\u0641', 'e\u0301'.repeat(300), '..', ' ',
+];
+
+test('hostile documents are shown as text, and what they name is sent back to the letter', async (t) => {
+  const { faults, tab } = await opened(t);
+  const root = 'D:\\';
+  const paths = NAMES.map((name) => root + name);
+  const sizes = NAMES.map((_, i) => (100 - i) * MiB);
+  const nasty = NAMES[2] + NAMES[0];
+  const job = { id: 7, path: root, kind: 'folder', label: nasty, state: 'done', files: 1e15, bytes: 2 ** 60, dirs: -1, phase: 3, seconds: 1e9, status: nasty, current: nasty, error: '', method: nasty, noTurbo: nasty };
+  const hits = paths.map((p, i) => ({ p, s: sizes[i], m: i % 2 ? 9e15 : -1, job: 7, ...(i === 1 ? { lock: nasty } : {}) })).filter((hit) => hit.p !== root);
+  const node = (n, s, c) => ({ n, s, f: 3, c });
+  const fields = (value) => Object.fromEntries(['target', 'n1', 'n2'].map((name) => [name, value]));
+  const finding = (code, level) => ({ code, level, bytes: 5 * MiB, ...fields(nasty), paths, pathBytes: sizes, pathFiles: [], pathGroup: [], pathLock: ['', nasty], notes: NAMES });
+  Object.assign(faults.answers, {
+    '/api/targets': { drives: [{ path: root, label: nasty, fs: nasty, type: nasty, size: 10, free: 2 ** 53, turbo: false, turboReason: nasty }], wsl: [{ name: nasty, path: nasty }],
+      home: paths[2], machine: nasty, elevated: true, version: nasty, vendor: nasty, website: 'javascript:alert(1)', logPath: paths[2] },
+    '/api/jobs': [job, { ...job, id: 8, path: paths[6], state: 'error', error: nasty }],
+    '/api/result': { meta: { ...Object.fromEntries(['method', 'host', 'kind', 'volumeLabel'].map((name) => [name, nasty])), path: root, seconds: 0, files: 9, dirs: 9, denied: 1, skipped: 2, used: 9 * MiB, volumeSize: 10, volumeFree: 99, freed: 2 ** 53, binned: 3 },
+      tree: node(root, 999 * MiB, NAMES.map((name, i) => node(name, sizes[i], NAMES.map((one) => node(one, 9))))), exts: NAMES.map((e, i) => ({ e: e.slice(0, 300), s: sizes[i], c: 3 })), files: hits, advice: [finding('downloads', 'serious'), finding(nasty, nasty), finding('__proto__', 'good')] },
+    '/api/dirs': ({ url }) => ({ path: url.searchParams.get('p'), s: 999 * MiB, f: 9, dirs: NAMES.map((n, i) => ({ n, s: sizes[i], f: 2 })), total: 9 }),
+    '/api/files': { path: root, files: NAMES.map((n, i) => ({ n, s: sizes[i], m: 0 })), total: 99, dirs: 0 },
+    '/api/ext': { ext: nasty, folders: paths.map((p) => ({ p, s: 5, c: 1 })), files: hits, total: 99 },
+    '/api/browse': { path: paths[2], parent: nasty, dirs: NAMES.map((n, i) => ({ n, p: paths[i], link: true })) },
+    '/api/findfiles': { running: false, files: hits, shown: 9, count: 9, bytes: 9, capped: true, opts: { ssh_skipped: [{ id: 1, label: nasty }], failed: [{ id: 1, label: nasty, error: nasty }] } },
+    '/api/dupsacross': { running: false, groups: [{ s: 5, c: NAMES.length, waste: 9, files: hits.map((hit) => ({ ...hit, names: NAMES })) }], shown: 1, count: 1, waste: 9, skipped: { cloud: 1, unreadable: 1, changed: 1 }, opts: {} },
+    '/api/delete': ({ body }) => ({ deleted: 0, bytes: 9, error: '', dryRun: true, refused: [{ p: paths[2], why: nasty }], wouldDelete: body.getAll('p'), noBin: [] }),
+  });
+  tab.on('dialog', () => assert.fail('a name was run'));
+  const sent = requestsOf(tab, '/api/delete');
+  await tab.goto(faults.base);
+  await tab.getByRole('heading', { level: 1, name: 'Failed' }).or(tab.getByRole('heading', { name: 'Overview' })).waitFor();
+  await tab.getByRole('list', { name: 'Scans' }).getByRole('button').first().click();
+  const inert = async (where) => {
+    const found = await tab.evaluate(() => {
+      const texts = [];
+      const walk = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+      for (let node = walk.nextNode(); node; node = walk.nextNode()) texts.push(node.data);
+      for (const element of document.querySelectorAll('[title], [aria-label]')) texts.push(element.title, element.ariaLabel ?? '');
+      return {
+        raw: texts.filter((text) => /[\u0000-\u0008\u000b-\u001f\u202a-\u202e\u2066-\u2069]|[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/.test(text)).map((text) => text.slice(0, 80)),
+        made: document.querySelectorAll('#app img, #app script, #app iframe, dialog img, [href^="javascript"]').length,
+        wide: document.documentElement.scrollWidth > innerWidth,
+        long: [...document.querySelectorAll('body *')].filter((one) => !one.firstElementChild && one.textContent.length > 1000 && !one.closest('.details, .heard, .path, script, style')).map((one) => `${one.parentElement.className} ${one.textContent.length}`),
+      };
+    });
+    assert.deepEqual(found, { raw: [], made: 0, wide: false, long: [] }, where);
+  };
+  for (const [section, title] of [['overview', 'Overview'], ['explorer', 'Folders'], ['advice', 'Advice'], ['types', 'Types'], ['map', 'Map'], ['find', 'Find files'], ['across', 'Duplicates'], ['picker', 'What do']]) {
+    await goTo(tab, section, title);
+    await inert(section);
+  }
+  await tab.getByRole('button', { name: 'Browse' }).click();
+  await tab.locator('.browser li').nth(3).waitFor();
+  await inert('browse');
+  await tab.getByRole('button', { name: 'About Vorda' }).click();
+  await inert('about');
+  await tab.keyboard.press('Escape');
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByRole('grid').focus();
+  await tab.keyboard.press('Control+a');
+  await openDialog(tab);
+  await inert('deletion');
+  const wanted = hits.filter((hit) => !hit.lock).map((hit) => hit.p.toWellFormed());
+  assert.deepEqual(sent[0].getAll('p').sort(), wanted.sort());
+});
+
+test('an answer that is late or cut off loses nothing', async (t) => {
+  const { faults, tab } = await opened(t, { expected: /ERR_|400/ });
+  faults.answers['/api/dirs'] = CUT;
+  await tab.goto(`${faults.base}/?scan=Z:%5Cnowhere`);
+  await says(tab.getByRole('main'), 'Failed: This path does not exist');
+  await tab.getByRole('button', { name: /^Remove the scan/ }).click();
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/late`))}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  faults.answers['/api/result'] = CUT;
+  await says(tab.getByRole('alert'), 'Vorda does not answer.');
+  delete faults.answers['/api/result'];
+  await tab.getByRole('button', { name: 'Scan again' }).waitFor(); // the result came after all
+
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await row(tree, 'Could not be loaded').first().waitFor();
+  await row(tree, 'one.iso').waitFor({ state: 'detached' });
+  delete faults.answers['/api/dirs'];
+  await row(tree, 'Could not be loaded').first().dblclick();
+  await row(tree, 'Could not be loaded').waitFor({ state: 'detached' });
+
+  // A scan started while the answer about another one is still on its way is followed all the same.
+  let release;
+  const held = new Promise((resolve) => { release = resolve; });
+  faults.answers['/api/result'] = async ({ real }) => {
+    const made = await real();
+    await held;
+    return made;
+  };
+  await goTo(tab, 'picker', 'What do');
+  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/late/a`));
+  await tab.getByRole('button', { name: 'Scan folder' }).click();
+  await until(async () => (await server.json('/api/jobs')).body.length === 2, 'the first scan');
+  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/late/b`));
+  await tab.getByRole('button', { name: 'Scan folder' }).click();
+  await until(async () => (await server.json('/api/jobs')).body.filter((job) => job.state === 'done').length === 3, 'the second scan');
+  delete faults.answers['/api/result'];
+  release();
+  await says(tab, /There are 70\.0 MB in .*b, mostly in files/);
+
+  // That a scan was stopped is remembered, although the program tells it only while it stops.
+  let told = 'scanning';
+  faults.answers['/api/cancel'] = ({ real }) => {
+    told = 'cancelled';
+    return real();
+  };
+  faults.answers['/api/jobs'] = async ({ real }) => {
+    const jobs = await real();
+    if (told) jobs.at(-1).state = told;
+    if (told === 'cancelled') told = '';
+    return jobs;
+  };
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  await tab.getByRole('button', { name: /^Stop the scan of/ }).click();
+  await says(tab.getByRole('main'), 'Stopped: this is what was found until then.');
+  faults.answers = {};
+
+  // While nobody answers, what is known stays, and a dialog says so without deleting.
+  await goTo(tab, 'explorer', 'Folders');
+  await mark(tree, 'two.iso');
+  faults.lost = true;
+  await tab.getByRole('button', { name: 'Delete marked' }).click();
+  const dialog = tab.getByRole('dialog');
+  await says(dialog, 'Vorda does not answer.');
+  assert.equal(await dialog.getByRole('button', { name: /^Delete|^Move/ }).count(), 0);
+  faults.lost = false;
+  await dialog.getByRole('button', { name: 'Try again' }).click();
+  await says(dialog, '1 item would go, 70.0 MB.');
+});
+
+test('what no recycle bin takes needs the word, whatever is chosen', async (t) => {
+  const { faults, tab } = await opened(t);
+  let kept = [];
+  faults.answers['/api/delete'] = async ({ body, real }) => {
+    if (body.get('dryrun') === '1') return { ...await real(), noBin: body.getAll('p').filter((path) => !kept.some((name) => path.endsWith(name))) };
+    return { deleted: 0, bytes: 0, freed: 0, binned: 0, error: 'failed:124', dryRun: false, refused: [], wouldDelete: body.getAll('p') };
+  };
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/share`))}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  for (const name of ['a', 'b']) await tree.locator('.trow', { hasText: new RegExp(`^${name}`) }).locator('.mark-cell').click();
+  let dialog = await openDialog(tab);
+  await says(dialog, '2 items lie where there is no recycle bin. They would be gone for good:');
+  assert.equal(await dialog.getByLabel('Move to the recycle bin').isVisible(), false, 'no bin is promised');
+  assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (150 MB) permanently' }).isDisabled());
+  await tab.keyboard.press('Escape');
+  kept = ['b'];
+  dialog = await openDialog(tab);
+  const go = dialog.getByRole('button', { name: 'Delete 2 items (150 MB), 1 of them permanently' });
+  assert.ok(await go.isDisabled());
+  await dialog.getByRole('textbox').fill('DELETE');
+  await go.click();
+  await says(dialog, 'Windows did not delete everything (code 124).');
+  await says(dialog, '2 items are still there.');
+});
+
+test('rights: asked for, refused, given', async (t) => {
+  const { faults, tab } = await opened(t, { expected: /ERR_|Failed to load/ });
+  let elevated = false;
+  let answer = { ok: true };
+  faults.answers['/api/targets'] = async ({ real }) => ({ ...await real(), elevated });
+  faults.answers['/api/elevate'] = () => answer;
+  const loads = [];
+  tab.on('load', () => loads.push(Date.now()));
+  await tab.goto(faults.base);
+  const chip = (name) => tab.getByRole('banner').getByRole('button', { name });
+  const [restart, restarting, answering] = ['Restart as administrator', 'Restarting', 'Please answer the question Windows is asking.'].map(chip);
+  await restart.click();
+  await restarting.waitFor();
+  await answering.waitFor();
+  await says(tab.locator('.toasts'), 'Vorda is running without administrator rights: the restart was declined or did not work.');
+  assert.equal(loads.length, 2, 'the page came anew after a while');
+  assert.deepEqual(await tab.evaluate(() => ({ ...sessionStorage })), {});
+  await restart.click();
+  await restarting.waitFor();
+  faults.lost = true;
+  elevated = true;
+  await tab.waitForEvent('requestfailed');
+  faults.lost = false;
+  await tab.waitForEvent('load');
+  await tab.getByRole('heading', { level: 1 }).waitFor();
+  assert.deepEqual([await restart.count(), await tab.locator('.toast').count()], [0, 0]);
+  elevated = false;
+  await tab.reload();
+  answer = { ok: true, already: true };
+  await Promise.all([tab.waitForEvent('load'), restart.click()]);
+});

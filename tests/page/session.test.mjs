@@ -1,0 +1,197 @@
+// Coming and going: links, keys, languages, hosts, and a program that ends and begins.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import { after, test } from 'node:test';
+import { goTo, openTab, mark, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
+import { serve, until } from '../system/support/server.mjs';
+import { bridge, makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
+import { makeFiles, ownWine, scratch, startSilent, winPath } from '../system/support/vorda.mjs';
+
+const MiB = 2 ** 20;
+const TITLES = { overview: 'Overview', explorer: 'Folders', advice: 'Advice', types: 'Types', map: 'Map', find: 'Find files', across: 'Duplicates', picker: 'What do you want to scan?' };
+const ends = [];
+after(async () => { for (const end of ends) await end(); });
+const here = { after: (end) => ends.unshift(end) };
+const folder = scratch(here);
+makeFiles(`${folder}/d`, { 'films/a.mkv': 300 * MiB, 'b.iso': 70 * MiB });
+const wine = await ownWine(here, { 'd:': `${folder}/d` });
+const server = await serve(here, [], wine);
+const heading = (tab, name) => tab.getByRole('heading', { level: 1, name }).waitFor();
+
+test('a section in the address is honoured when it can be, and is no step of its own', async (t) => {
+  const tab = await openTab(t);
+  const open = async (fragment, title) => {
+    await tab.goto('about:blank');
+    await tab.goto(`${server.base}/#${fragment}`);
+    await heading(tab, title);
+    const section = Object.keys(TITLES).find((one) => TITLES[one] === title);
+    await tab.waitForFunction((wanted) => location.hash === wanted, `#${section}`);
+    await tab.goBack();
+    assert.equal(tab.url(), 'about:blank', `one step back from ${fragment}`);
+  };
+  for (const [asked, given] of [['advice', 'picker'], ['picker', 'picker'], ['find', 'find'], ['across', 'across'], ['nonsense', 'picker']]) await open(asked, TITLES[given]);
+  await tab.goto(`${server.base}/?scan=D:%5C`);
+  await heading(tab, 'Overview');
+  await says(tab, 'Most of the space is in films: 300 MB, 81% of what was scanned.');
+  const jobs = async () => (await server.json('/api/jobs')).body.map((job) => [job.id, job.path, job.kind]);
+  assert.deepEqual([await jobs(), new URL(tab.url()).search], [[[1, 'D:\\', 'drive']], '']);
+  await tab.reload();
+  await heading(tab, 'Overview');
+  await tab.goto(`${server.base}/?scan=D:%5Cfilms`);
+  await says(tab, 'There are 300 MB in D:\\films, mostly in files that lie directly in it.');
+  assert.deepEqual(await jobs(), [[1, 'D:\\', 'drive'], [2, 'D:\\films', 'folder']]);
+  for (const section of Object.keys(TITLES)) await open(section, TITLES[section]);
+  await tab.goto(`${server.base}/#about`);
+  await says(tab.getByRole('dialog', { name: 'About Vorda' }), /^Version \d/);
+  await tab.keyboard.press('Escape');
+  await heading(tab, 'Overview');
+  await goTo(tab, 'types', 'Types');
+  await goTo(tab, 'advice', 'Advice');
+  await tab.goBack();
+  await heading(tab, 'Types');
+  await tab.goForward();
+  await heading(tab, 'Advice');
+  await tab.evaluate(() => { location.hash = 'about'; });
+  await tab.getByRole('dialog', { name: 'About Vorda' }).waitFor();
+});
+
+test('a key in the address is used, hidden, kept by this tab and by no other', async (t) => {
+  const key = 'k€y é/+=&1';
+  const { base } = await serve(t, ['--server', '--token', key], wine);
+  const tab = await openTab(t, { expected: /401/ });
+  await tab.goto(`${base}/?token=${encodeURIComponent(key)}#find`);
+  await heading(tab, 'Find files');
+  await scan(tab, 'D:\\');
+  assert.equal(tab.url(), `${base}/#overview`);
+  assert.equal(await tab.getByRole('button', { name: 'Quit Vorda' }).count(), 0);
+  const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
+  assert.match(fs.readFileSync(await download.path(), 'utf8'), /\.mkv/, 'links carry the key');
+  await tab.reload();
+  await heading(tab, 'Overview');
+  await tab.goBack();
+  assert.ok(!(tab.url() + await tab.title()).includes('token'));
+  assert.deepEqual(await tab.evaluate(() => [Object.keys(localStorage), { ...sessionStorage }]), [[], { 'vorda-token': key }]);
+
+  const other = await tab.context().newPage();
+  await other.goto(base);
+  const dialog = other.getByRole('dialog', { name: 'Key needed' });
+  const input = dialog.getByLabel('Key', { exact: true });
+  await input.press('Enter');
+  await says(dialog, 'Enter the key first.');
+  await input.fill('wrong');
+  await other.keyboard.press('Enter');
+  await says(dialog, 'This key is not the right one.');
+  assert.equal(await input.inputValue(), '');
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await other.getByRole('main').getByRole('button', { name: 'Sign in' }).click();
+  await input.fill(key);
+  await dialog.getByRole('button', { name: 'Sign in' }).click();
+  await heading(other, 'Overview');
+});
+
+test('each language, in every section, with its own word to confirm', async (t) => {
+  const { tab } = await scanned(t, { 'films/b.iso': 80 * MiB, 'photos/d.iso': 70 * MiB });
+  const words = { nl: 'VERWIJDER', fr: 'SUPPRIMER', es: 'ELIMINAR', pt: 'ELIMINAR', en: 'DELETE' };
+  const titles = {};
+  for (const [lang, word] of Object.entries(words)) {
+    await tab.locator('.nav select').focus();
+    await tab.locator('.nav select').selectOption(lang);
+    assert.equal(await tab.evaluate(() => document.activeElement.tagName), 'SELECT', 'the focus stays');
+    assert.deepEqual(await tab.evaluate(() => [document.documentElement.lang, localStorage['vorda-lang']]), [lang, lang]);
+    titles[lang] = [];
+    for (const section of Object.keys(TITLES)) {
+      await tab.locator(`.nav a[href="#${section}"]`).click();
+      await tab.locator(`.nav a[href="#${section}"][aria-current=page]`).waitFor();
+      const text = await tab.locator('#app').innerText();
+      assert.doesNotMatch(text, /\{\w+\}|undefined|NaN|\b(?:ov|ex|dt|ty|ad|fi|ac|del|st|sec)[A-Z]\w+/, `${lang} ${section}`);
+      titles[lang].push(await tab.locator('h1').innerText());
+    }
+    await tab.locator('.nav a[href="#explorer"]').click();
+    await mark(tab.getByRole('treegrid'), 'photos');
+    await tab.locator('.selection-bar .danger').click();
+    const dialog = tab.getByRole('dialog');
+    await dialog.getByRole('radio').last().check();
+    const go = dialog.locator('.ends .danger');
+    for (const typed of new Set(Object.values(words))) {
+      await dialog.getByRole('textbox').fill(typed.toLowerCase());
+      assert.equal(await go.isEnabled(), typed === word, `${typed} in ${lang}`);
+    }
+    assert.match(await go.innerText(), lang === 'en' ? /70\.0 MB/ : /70,0 MB/);
+    await tab.keyboard.press('Escape');
+    await mark(tab.getByRole('treegrid'), 'photos');
+  }
+  assert.deepEqual(Object.values(titles).map((list) => new Set(list).size), [8, 8, 8, 8, 8]);
+  assert.equal(new Set(Object.values(titles).map(String)).size, 5);
+});
+
+test('light and dark, chosen and remembered', async (t) => {
+  const tab = await openTab(t, { colorScheme: 'dark' });
+  await tab.goto(server.base);
+  const ground = () => tab.evaluate(() => getComputedStyle(document.documentElement).backgroundColor);
+  assert.equal(await ground(), 'rgb(20, 24, 29)', 'as the system wishes');
+  await tab.getByRole('button', { name: 'Light appearance' }).click();
+  assert.equal(await ground(), 'rgb(247, 248, 250)');
+  await tab.reload();
+  await tab.getByRole('button', { name: 'Dark appearance' }).waitFor();
+  assert.deepEqual([await ground(), await tab.evaluate(() => localStorage['vorda-theme'])], ['rgb(247, 248, 250)', 'light']);
+});
+
+test('a program that is lost keeps what is shown; the next one starts from nothing; quit ends it', async (t) => {
+  const first = await serve(t, [], wine);
+  let second = null;
+  t.after(() => second?.child.kill('SIGKILL'));
+  const tab = await openTab(t, { expected: /ERR_CONNECTION/ });
+  await tab.goto(`${first.base}/?scan=D:%5C`);
+  await heading(tab, 'Overview');
+  first.child.kill('SIGKILL');
+  await first.ended;
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  await says(tab.getByRole('alert'), 'Vorda does not answer. What you see is as of the last answer.');
+  await says(tab, 'Most of the space is in films: 300 MB');
+  second = startSilent(['--port', String(first.port), '--no-open'], wine);
+  await until(() => fetch(first.base).catch(() => null), 'the second program');
+  await tab.getByRole('button', { name: 'Try again' }).click().catch(() => {}); // it may have tried by itself
+  await says(tab, 'Vorda answers again.');
+  assert.equal(await tab.getByRole('alert').isVisible(), false);
+  await scan(tab, 'D:\\films');
+  await says(tab, 'There are 300 MB in D:\\films');
+  assert.equal(await tab.getByRole('list', { name: 'Scans' }).getByRole('listitem').count(), 1);
+  await tab.getByRole('button', { name: 'Quit Vorda' }).click();
+  await tab.getByRole('dialog').getByRole('button', { name: 'Quit Vorda' }).click();
+  await says(tab, 'Vorda has ended. You can close this tab.');
+  assert.equal((await second.ended).code, 0);
+});
+
+test('a host over ssh, by password', async (t) => {
+  const ssh = `${folder}/ssh`;
+  makeFiles(ssh, { 'home/big/film.mkv': 90 * MiB, 'home/note': 'x' });
+  fs.mkdirSync(`${ssh}/bin`);
+  fs.symlinkSync(bridge, `${ssh}/bin/ssh.exe`);
+  const { env } = await relay(t, ssh, wine.env);
+  const port = await passwordServer(t, makeKey(`${ssh}/host`), 's3cret pass');
+  const own = await serve(t, [], { ...wine, env: { ...env, WINEPATH: winPath(`${ssh}/bin`) } });
+  const tab = await openTab(t, { expected: /400/ });
+  const sent = requestsOf(tab, '/api/scan');
+  await tab.goto(own.base);
+  await tab.getByLabel('Host and path').fill(`ssh://anna@127.0.0.1:${port}${ssh}/home`);
+  await tab.getByLabel(/^Password/).fill('wrong');
+  await tab.getByRole('button', { name: 'Scan host' }).click();
+  await says(tab.getByRole('main'), 'Failed: The host refused the sign-in.');
+  await tab.getByLabel(/^Password/).fill('s3cret pass');
+  await tab.getByRole('button', { name: 'Scan host' }).click();
+  await heading(tab, 'Overview');
+  await says(tab, 'anna@127.0.0.1');
+  assert.deepEqual([(await own.json('/api/jobs')).body.length, sent.map((body) => body.get('password'))], [1, ['wrong', 's3cret pass']]);
+  await goTo(tab, 'explorer', 'Folders');
+  await row(tab.getByRole('treegrid'), 'big').click();
+  await says(tab, 'On another host: it can be looked at, not changed.');
+  assert.equal(await tab.locator('.mark-cell .mark:not(.none)').count(), 0);
+  await tab.getByRole('treegrid').press('Space');
+  assert.equal(await tab.getByRole('button', { name: /Delete/ }).count(), 0);
+  const kept = await tab.evaluate(() => JSON.stringify([{ ...localStorage }, { ...sessionStorage }, location.href, document.title, document.documentElement.outerHTML, history.state]));
+  assert.ok(!kept.includes('s3cret'));
+  await goTo(tab, 'picker', TITLES.picker);
+  await tab.getByRole('button', { name: /^Scan again: ssh/ }).click();
+  await heading(tab, 'Overview');
+  assert.equal(sent.at(-1).get('password'), 's3cret pass', 'this tab remembers it');
+});
