@@ -89,6 +89,7 @@ DeleteResult Deletion::run() {
   accepted_ = pruned(std::move(accepted_));
   for (const Verdict& one : accepted_) {
     handed_.push_back({one.path,
+                       one.real,
                        request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
                        one.facts.folder && !one.facts.reparsePoint,
                        {}});
@@ -131,11 +132,11 @@ void Deletion::act() {
   if (handed_.empty()) return;
 
   const bool intoBin = !request_.permanent;
-  const std::wstring& first = handed_.front().path;
+  const std::wstring& first = handed_.front().real;
   const std::wstring binRoot =
       intoBin && isDriveLetterPath(first) ? first.substr(0, 3) : std::wstring();
   std::vector<std::wstring> paths;
-  for (const DeletedPath& one : handed_) paths.push_back(one.path);
+  for (const DeletedPath& one : handed_) paths.push_back(one.real);
   const auto bin = [this, &binRoot] {
     return binRoot.empty() ? std::nullopt : machine_.binFigures(binRoot);
   };
@@ -145,7 +146,7 @@ void Deletion::act() {
 
   result_.wouldDelete = handed_;
   for (DeletedPath& one : handed_) {
-    if (folders_.facts(one.path).exists) {
+    if (folders_.facts(one.real).exists) {
       result_.left.push_back(std::move(one));
     } else {
       result_.bytes += one.measure.bytes;
@@ -162,7 +163,7 @@ void Deletion::measure() {
   for (std::size_t i = 0; i < handed_.size(); ++i) {
     std::string& word = accepted_[i].word;
     handed_[i].measure = measurePath(
-        folders_, handed_[i].path, [this, &word](const std::wstring& path, std::wstring_view name) {
+        folders_, handed_[i].real, [this, &word](const std::wstring& path, std::wstring_view name) {
           if (word.empty()) word = judge_.wordOfFolder(path, name);
         });
   }

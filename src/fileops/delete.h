@@ -27,7 +27,8 @@ struct RefusedPath {
 
 // A path that the shell was asked to delete.
 struct DeletedPath {
-  std::wstring path;
+  std::wstring path;   // as asked for
+  std::wstring real;   // where it really lies, which is what the shell is told
   std::wstring inTree; // the name it has in the tree of the root; empty without a root
   bool folder = false;
   PathMeasure measure; // just before

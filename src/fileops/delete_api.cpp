@@ -56,7 +56,7 @@ void addScannedFolders(const Job& job, DeleteResult& result) {
 }
 
 void moveIntoBin(TreeUpdate& update, const DeleteResult& result, Machine& machine) {
-  const std::wstring& first = result.wouldDelete.front().path;
+  const std::wstring& first = result.wouldDelete.front().real;
   if (result.binned == 0 || !isDriveLetterPath(first)) return;
   std::uint64_t files = 0;
   for (const DeletedPath& one : result.deleted) files += one.measure.files;
@@ -71,7 +71,7 @@ void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSou
   // What the shell gave up on may have lost a part of what was in it.
   std::vector<std::pair<const DeletedPath*, ScanResult>> left;
   for (const DeletedPath& one : result.left) {
-    if (one.folder) left.emplace_back(&one, surveyFolder(folders, one.path, optionsOf(job)));
+    if (one.folder) left.emplace_back(&one, surveyFolder(folders, one.real, optionsOf(job)));
   }
   const std::lock_guard lock(job.resultMutex);
   TreeUpdate update(job.result);

@@ -111,6 +111,7 @@ std::string PathJudge::judgeForms(Verdict& verdict) {
   const std::optional<FinalPlace>& parent = finalOf(parentOf(named));
   if (!parent) return "ambiguous";
   verdict.real = joinPath(parent->path, name);
+  if (verdict.real.size() > kLongestForShell) return "ambiguous";
   if (std::string word = refusalOfForm(verdict.real, finalRoot_); !word.empty()) return word;
   // A volume mounted in a folder has its own Windows folder, its own users and so on.
   if (isDriveLetterPath(verdict.real)) {

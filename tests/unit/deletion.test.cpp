@@ -118,7 +118,9 @@ TEST_CASE("what goes with another path is named once, and links go as links") {
                                               L"C:\\data\\to-windows", L"D:\\other"};
   CHECK(names(result.wouldDelete) == expected);
   CHECK(names(result.deleted) == expected);
-  CHECK(disk->handed == expected);
+  // The shell is told the real places: a link on the way might change.
+  CHECK(disk->handed == std::vector<std::wstring>{L"C:\\data\\sub", L"C:\\data\\Long Folder Name",
+                                                  L"C:\\data\\to-windows", L"D:\\other"});
   CHECK(disk->shellCalls == 1);
   CHECK(result.bytes == 4);
   CHECK(result.deleted[2].measure.files == 0);
