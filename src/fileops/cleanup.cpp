@@ -36,9 +36,8 @@ bool listNames(FolderSource& folders, const std::wstring& path, std::vector<std:
 
 // Whether the shell would take the path for this very entry. One called ".. ", say, which
 // can be made, would be read as the folder above.
-bool isReadAsSpelled(Machine& machine, const std::wstring& entry, const std::wstring& name) {
-  return !hasStrayCharacters(entry) && !losesItsEnd(name) &&
-         entry.find_first_of(L"*?") == std::wstring::npos &&
+bool isReadAsSpelled(Machine& machine, const std::wstring& entry) {
+  return !hasStrayCharacters(entry) && entry.find_first_of(L"*?") == std::wstring::npos &&
          equalsIgnoreCase(machine.fullPath(entry), entry);
 }
 
@@ -72,7 +71,7 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   result.before = measurePath(folders, folder);
   for (const std::wstring& name : names) {
     const std::wstring entry = joinPath(folder, name);
-    const bool plain = isReadAsSpelled(machine, entry, name);
+    const bool plain = isReadAsSpelled(machine, entry);
     const PathMeasure measure = plain ? measurePath(folders, entry) : PathMeasure{};
     const ShellOutcome outcome =
         plain ? machine.shellDelete({entry}, false) : ShellOutcome{0, true};

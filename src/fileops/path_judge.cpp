@@ -22,14 +22,9 @@ std::wstring_view lastName(std::wstring_view path) {
   return path.substr(path.find_last_of(L'\\') + 1);
 }
 
-// Whether a root says by itself which place it is; that of a remote scan does not.
-bool isPlace(std::wstring_view root) {
-  return root.starts_with(L"\\\\") || isDriveLetterPath(root);
-}
-
 bool isReadOtherwise(const Verdict& verdict, const std::wstring& full) {
   const auto parts = pathComponents(verdict.path);
-  return verdict.path.starts_with(L"\\\\.\\") || !equalsIgnoreCase(verdict.path, full) ||
+  return !equalsIgnoreCase(verdict.path, full) ||
          std::any_of(parts.begin(), parts.end(), losesItsEnd);
 }
 
@@ -85,7 +80,7 @@ Verdict PathJudge::judge(std::wstring_view path) {
   verdict.path = normalisePath(path);
   verdict.word = deleteRefusal(verdict.path);
   if (!verdict.word.empty()) return verdict;
-  if (!root_.empty() && !(isPlace(root_) && isInsideRoot(root_, verdict.path))) {
+  if (!root_.empty() && !isInsideRoot(root_, verdict.path)) {
     verdict.word = "outside";
   } else if (hasStrayCharacters(verdict.path)) {
     verdict.word = "ambiguous"; // and not shown to the system at all

@@ -32,7 +32,8 @@ std::unique_ptr<MadeUpDisk> makeWorld() {
       {L"C:\\Windows", "windows", true},        {L"C:\\Program Files", "programs", true},
       {L"D:\\sys\\Programs", "programs", true}, {L"D:\\sys\\PD", "programdata", false},
       {L"V:\\Moved", "programs", true},         {L"\\\\localhost\\inner\\Kept", "programs", true},
-      {L"C:\\Users", "allusers", false},        {L"C:\\Users\\anna", "profile", false}};
+      {L"C:\\Users", "allusers", false},        {L"D:\\people", "allusers", false},
+      {L"C:\\Users\\anna", "profile", false}};
   disk->mounts = {L"C:\\", L"C:\\mnt\\vol"};
   return disk;
 }
@@ -63,20 +64,28 @@ bool wentAlone(const std::vector<std::wstring>& before, const std::vector<std::w
 
 TEST_CASE("every spelling of a deletion goes where it should, and nowhere else") {
   std::wstring root;
+  std::string without = "@without ";
   int refused = 0;
   int deleted = 0;
   test::eachRow("tests/data/deletion_spellings.txt", [&](const std::string& line) {
     CAPTURE(line);
-    if (line[0] == '@') {
+    if (line.starts_with("@without")) without = line + " ";
+    if (line.starts_with("@root")) {
       root = line.size() > 6 ? test::withUnits(line.substr(6)) : L"";
-      return;
     }
+    if (line[0] == '@') return;
+    const auto tells = [&without](const char* what) {
+      return without.find(std::string(" ") + what + " ") == std::string::npos;
+    };
     const std::string word = line.substr(0, line.find(' '));
     const std::wstring path = test::withUnits(line.substr(word.size() + 1));
-    // Whether the system can tell long names must make no difference.
-    for (const bool longPaths : {true, false}) {
+    // Whether the system can tell long names makes no difference, unless it is said.
+    for (const bool longPaths : {tells("long"), tells("long") && without.size() > 10}) {
       const std::unique_ptr<MadeUpDisk> disk = makeWorld();
       disk->longPaths = longPaths;
+      disk->finalPlaces = tells("final");
+      disk->identities = tells("identity");
+      if (!tells("mounts")) disk->mounts.clear();
       if (word == "deleted" && disk->at(path) == nullptr) disk->add(path);
       const std::wstring name = word == "deleted" ? realName(*disk->at(path)) : L"";
       const std::vector<std::wstring> before = disk->snapshot();
@@ -161,6 +170,11 @@ TEST_CASE("what turns into something else while it is measured stays") {
        }},
       {"ambiguous", [](MadeUpDisk& disk) { disk.at(L"C:\\data\\sub\\x")->link = L"C:\\Users"; }},
       {"ambiguous", [](MadeUpDisk& disk) { disk.at(L"C:\\data\\sub\\x")->folder = true; }},
+      // What has become a place to be kept.
+      {"ambiguous",
+       [](MadeUpDisk& disk) {
+         disk.known.push_back({L"C:\\data\\sub", "programs", true});
+       }},
       {"missing", [](MadeUpDisk& disk) { disk.removeNode(*disk.at(L"C:\\data\\sub\\x")); }}};
   for (const auto& [word, change] : changes) {
     const auto disk = makeWorld();

@@ -241,26 +241,24 @@ TEST_CASE("scans without a bin in their tree move what was binned to what is fre
   CHECK(remote->binned == 9);
 }
 
-TEST_CASE("a bin that takes a part") {
+TEST_CASE("a bin that takes a part, and has no folder of the user's yet") {
   DiskApp app;
   fill(*app.disk);
   app.disk->add(L"C:\\$Recycle.Bin\\desktop.ini", 0);
+  for (int i = 0; i < 4; ++i) app.disk->add(L"C:\\p\\" + std::to_wstring(i), 25);
   const auto job = app.scan("C:%5C");
-  // Somebody else's deletion is in the bin's growth, or the shell kept a part: 3 files of 4.
+  const std::uint64_t before = job->result.byteCount;
   app.disk->binsNothing = true;
   app.disk->beforeShell = [&app] { app.disk->binBytes += 75; };
-  for (int i = 0; i < 4; ++i) app.disk->add(L"C:\\p\\" + std::to_wstring(i), 25);
-  app.told("GET", "/api/forget?id=1");
-  const auto now = app.scan("C:%5C");
-  CHECK(app.told("POST", "/api/delete", "job=2&p=C:%5Cp").find(R"("freed":25,"binned":75,)") !=
+  CHECK(app.told("POST", "/api/delete", "job=1&p=C:%5Cp").find(R"("freed":25,"binned":75,)") !=
         std::string::npos);
-  const auto& folders = now->result.folders;
+  const FolderTable& folders = job->result.folders;
   const auto bin = FindFolder(folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1");
   REQUIRE(bin);
   CHECK(folders[*bin].totalBytes == 75);
-  CHECK(folders[*bin].totalFiles == 3);
-  CHECK(folders[0].totalBytes == now->result.byteCount);
-  CHECK(now->result.byteCount == job->result.byteCount + 75);
+  CHECK(folders[*bin].totalFiles == 3); // of 4
+  CHECK(folders[0].totalBytes == before - 25);
+  CHECK(job->result.byteCount == before - 25);
 }
 
 TEST_CASE("folders for temporary files are emptied, and nothing else") {
@@ -276,12 +274,23 @@ TEST_CASE("folders for temporary files are emptied, and nothing else") {
   DiskApp app;
   MadeUpDisk& disk = *app.disk;
   disk.volume(L"C:");
+  disk.add(L"C:\\Windows\\Tempo\\x");
+  for (const wchar_t* path : {L"C:\\Windows\\Tempo", L"\\Windows\\Temp"}) {
+    CHECK(cleanFolder(disk, disk, path).error == "notAllowed");
+  }
+  CHECK(cleanFolder(disk, disk, L"C:\\none\\Windows\\Temp").error == "unreadable");
+  disk.add(L"C:\\backup\\Windows\\Temp\\x");
+  disk.add(L"C:\\moved\\Windows\\");
+  disk.link(L"C:\\moved\\Windows\\Temp", L"C:\\backup\\Windows\\Temp");
+  CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").error == "notAllowed");
+  disk.removeNode(*disk.at(L"C:\\backup"));
+  CHECK(disk.shellCalls == 0);
   disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
   disk.add(L"C:\\Windows\\Temp\\old\\deep\\a.tmp", 10);
   disk.add(L"C:\\Windows\\Temp\\used\\free.tmp", 20);
   disk.add(L"C:\\Windows\\Temp\\used\\held.tmp", 30).locked = true;
   // Read by the shell, these would be the folder above, every file, and a device.
-  for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul"}) {
+  for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul", L"*"}) {
     test::DiskNode& temp = *disk.at(L"C:\\Windows\\Temp");
     temp.children.push_back(std::make_shared<test::DiskNode>());
     temp.children.back()->name = name;
@@ -299,21 +308,25 @@ TEST_CASE("folders for temporary files are emptied, and nothing else") {
   CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
   CHECK(app.told("POST", "/api/cleanup", "what=downloads&job=1") ==
         R"(400 {"error":"notAllowed"})");
-  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") ==
-        R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})");
+  const std::string none = R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})";
+  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") == none);
   disk.removeNode(*disk.at(L"C:\\Users\\anna")); // only eve's way there is tried
   disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
   const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
-  // Temp: two of the entries went, one is in use and four are not touched; anna's own is
+  // Temp: two of the entries went, one is in use and five are not touched; anna's own is
   // emptied as the advice names it, but for what is in use; eve's is passed over.
-  CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":7,"folders":2,"bytes":1153433630})");
+  CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":8,"folders":2,"bytes":1153433630})");
   CHECK(
       disk.log ==
-      "2026-01-02 03:04:05  LEEGGEMAAKT  1153433610  C:\\Windows\\Temp  (2 weg, 5 overgeslagen)\r\n"
+      "2026-01-02 03:04:05  LEEGGEMAAKT  1153433610  C:\\Windows\\Temp  (2 weg, 6 overgeslagen)\r\n"
       "2026-01-02 03:04:05  LEEGGEMAAKT  0  C:\\Users\\anna\\Documents\\AppData\\Local\\Temp  "
       "(0 weg, 1 overgeslagen)\r\n");
   CHECK(disk.at(L"C:\\Windows\\system.ini") != nullptr);
+  CHECK(disk.at(L"C:\\Windows\\Temp")->children.size() == 6);
   CHECK(job->freed == 1153433630);
+  disk.lies = true;
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == none);
+  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
   // Eve's change is hers, and no news to the scan.
   disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
   disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
@@ -338,6 +351,9 @@ TEST_CASE("a request that is not whole, or names no usable scan, does nothing") 
     CHECK(app.told("POST", "/api/delete", std::string("p=C:%5Cr%5Ca&job=") + job) ==
           R"(404 {"error":"noJob"})");
   }
+  const std::wstring root = std::exchange(app.state.jobs.find(1)->result.rootPath, L"");
+  CHECK(app.told("POST", "/api/delete", cut) == R"(404 {"error":"noJob"})");
+  app.state.jobs.find(1)->result.rootPath = root;
   CHECK(app.told("POST", "/api/delete", "job=1&dryrun=1") == R"(400 {"error":"niets opgegeven"})");
   // A field that is not exactly "1" is not set; and the first of two counts.
   CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Ca&dryrun=1&dryrun=0").find("\"dryRun\":true") !=

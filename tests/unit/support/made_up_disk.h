@@ -43,7 +43,11 @@ public:
   std::int32_t emptyResult = 0;
   bool binsNothing = false; // the shell deletes for good although asked for the bin
   bool aborts = false;
+  bool lies = false; // the shell reports success whatever came of it
+  // What the system tells at all.
   bool longPaths = true;
+  bool finalPlaces = true;
+  bool identities = true;
   int shellCalls = 0;
   std::atomic<int> listed{0}; // folders opened
   std::vector<std::wstring> handed;
@@ -133,7 +137,7 @@ public:
 
   std::optional<FinalPlace> finalPlace(const std::wstring& path) override {
     const DiskNode* node = resolve(path, true);
-    if (node == nullptr) return std::nullopt;
+    if (!finalPlaces || node == nullptr) return std::nullopt;
     std::wstring below;
     std::wstring onVolume;
     bool inMount = false;
@@ -154,7 +158,7 @@ public:
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
     const DiskNode* node = resolve(path, false);
-    if (node == nullptr) return std::nullopt;
+    if (!identities || node == nullptr) return std::nullopt;
     return FileIdentity{1, {node->id, 0}};
   }
 
@@ -201,6 +205,7 @@ public:
       }
     }
     outcome.aborted = aborts;
+    if (lies) outcome.code = 0;
     return outcome;
   }
 
