@@ -98,25 +98,21 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
   REQUIRE(MoveFileW(other.c_str(), (other + L" now").c_str()));
   CHECK(renamed->state() != before);
 
-  struct Row {
-    std::wstring path;
-    std::string_view failure;
-  };
-  for (const Row& row : {Row{scratch.path + L"\\none", "missing"},
-                         {scratch.path + L"\\none\\none", "missing"},
-                         {scratch.path, "unreadable"},
-                         {L"", "unreadable"},
-                         {L"a file", "unreadable"},
-                         {scratch.path + L"\\.\\a file", "unreadable"},
-                         {scratch.path + L"/a file", "unreadable"},
-                         {L"\\\\.\\NUL", "unreadable"},
-                         {L"C:\\NUL", "missing"},
-                         {L"\\\\?\\" + file, "unreadable"}}) {
-    CAPTURE(row.failure);
-    CHECK_FALSE(contents->look(row.path, failure));
-    CHECK(failure == row.failure);
+  const std::vector<std::pair<std::wstring, std::string_view>> rows = {
+      {scratch.path + L"\\none", "missing"},
+      {scratch.path + L"\\none\\none", "missing"},
+      {L"C:\\NUL", "missing"},
+      {scratch.path, "unreadable"},
+      {L"a file", "unreadable"},
+      {scratch.path + L"\\.\\a file", "unreadable"},
+      {L"\\\\.\\NUL", "unreadable"},
+      {L"\\\\?\\" + file, "unreadable"}};
+  for (const auto& [path, word] : rows) {
+    CAPTURE(word);
+    CHECK_FALSE(contents->look(path, failure));
+    CHECK(failure == word);
     failure = {};
-    CHECK_FALSE(contents->open(row.path, Writers::allowed, failure));
-    CHECK(failure == row.failure);
+    CHECK_FALSE(contents->open(path, Writers::allowed, failure));
+    CHECK(failure == word);
   }
 }
