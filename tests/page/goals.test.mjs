@@ -248,3 +248,148 @@ test('says everything in the reader’s language, and has room for longer ones',
   }
   assert.deepEqual([...found], []);
 });
+
+// Hands without a mouse. After every key something has the focus, in view, and can be seen to have it.
+function hands(tab) {
+  const look = () => tab.evaluate(() => {
+    const at = document.activeElement;
+    const { id } = document.getElementById(at.getAttribute('aria-activedescendant')) ?? {};
+    const seen = id && at.matches('.table') ? document.getElementById(id) : at.matches('.options') ? document.querySelector('.ring:not([hidden])') ?? at : at;
+    const { outlineStyle, outlineWidth, borderTopWidth } = getComputedStyle(seen);
+    const box = seen.getBoundingClientRect();
+    const x = Math.max(box.left + 1, Math.min(box.left + box.width / 2, innerWidth - 2));
+    const y = Math.max(box.top + 1, Math.min(box.top + box.height / 2, innerHeight - 2));
+    const above = document.elementFromPoint(x, y);
+    const shown = box.width > 0 && box.bottom > 0 && box.top < innerHeight && (seen.contains(above) || above?.contains(seen) || seen.matches('.ring'));
+    const ring = (outlineStyle !== 'none' && parseFloat(outlineWidth) >= 2) || (seen.matches('.ring') && parseFloat(borderTopWidth) >= 2);
+    const label = at.labels?.[0]?.innerText ?? '';
+    return { name: `${at.getAttribute('aria-label') ?? (label || at.innerText || at.value || '')}`.trim(), kind: at.getAttribute('role') ?? at.tagName.toLowerCase(), heading: /^h[12]$/i.test(at.tagName), shown, ring };
+  });
+  const press = async (...keys) => {
+    for (const key of keys) {
+      await tab.keyboard.press(key);
+      await settled(tab);
+      let now = await look();
+      if (now.kind === 'body' && key.endsWith('Tab')) { // the browser's own controls come between the last and the first
+        await tab.keyboard.press(key);
+        now = await look();
+      }
+      assert.ok(now.kind !== 'body' && now.shown && (now.ring || now.heading), `after ${key}: ${JSON.stringify(now).slice(0, 300)}`);
+    }
+  };
+  // Goes on with Tab until what is meant has the focus.
+  const to = async (kind, name, key = 'Tab') => {
+    const met = [];
+    for (let step = 0; step < 70; ++step) {
+      const now = await look();
+      if (now.kind === kind && name.test(now.name)) return;
+      met.push(`${now.kind} ${now.name}`);
+      await press(key);
+    }
+    assert.fail(`no way by ${key} to ${kind} ${name}: ${met.join(' | ')}`);
+  };
+  const write = (text) => tab.keyboard.type(text);
+  const heading = (name, level = 1) => tab.getByRole('heading', { level, name }).waitFor();
+  const section = async (name, title) => {
+    await to('a', name);
+    await press('Enter');
+    await heading(title);
+  };
+  return { press, to, write, section, heading };
+}
+
+describe('by keys alone', side, () => {
+  const own = async (t, files) => {
+    const place = scratch(t);
+    makeFiles(place, files);
+    const { base } = await serve(t, [], { env: { ...wine.env, VORDA_XDG_DATA_HOME: scratch(t) } });
+    const tab = await openTab(t);
+    await tab.goto(base);
+    await tab.locator('main h1').waitFor();
+    const by = hands(tab);
+    await by.to('input', /^Path of a folder/);
+    await by.write(`Z:${place.replaceAll('/', '\\')}`);
+    await tab.keyboard.press('Enter');
+    await by.heading('Overview');
+    return { place, tab, ...by };
+  };
+
+  test('scan, explore, map, into the bin', async (t) => {
+    const { place, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
+    await section(/^Map/, 'Map');
+    await to('listbox', /^Size map/);
+    await press('ArrowRight', 'Enter');
+    await tab.getByRole('listbox', { name: /\\a$/ }).waitFor();
+    await press('ArrowDown', 'Backspace');
+    await tab.getByRole('listbox', { name: /[^\\]{3}$/ }).waitFor();
+    await section(/^Folders/, 'Folders');
+    await to('treegrid', /./);
+    await press('ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'End', 'Home', 'ArrowDown', ' ');
+    await to('button', /^Delete marked/, 'Shift+Tab');
+    await press('Enter');
+    await tab.getByText('1 item would go').waitFor();
+    await to('button', /^Move 1 item/);
+    await press('Enter');
+    await tab.getByText(/1 item .*recycle bin/).first().waitFor();
+    await press('Enter', 'ArrowDown');
+    assert.deepEqual(fs.readdirSync(place), ['b']);
+  });
+
+  test('find, select, delete for good', async (t) => {
+    const { place, tab, press, to, write, section } = await own(t, { '1.jpg': 'a', '2.jpg': 'ab', '3.jpg': 'abc', 'note.txt': 'n' });
+    await section(/^Find/, 'Find files');
+    await to('input', /^Extensions/);
+    await write('.jpg');
+    await press('Enter');
+    await tab.getByRole('main').getByText('3 files found').waitFor();
+    await to('grid', /./);
+    await press('Home', ' ', 'Shift+ArrowDown');
+    await tab.getByText('2 items marked').waitFor();
+    await to('button', /^Delete marked/, 'Shift+Tab');
+    await press('Enter');
+    await tab.getByText('2 items would go').waitFor();
+    await to('input', /^Move to/);
+    await press('ArrowDown');
+    await to('input', /^Type DELETE/);
+    await write('delete');
+    await to('button', /^Delete 2 items/);
+    await press('Enter');
+    await tab.getByText('2 items deleted').first().waitFor();
+    await press('Enter', 'ArrowDown');
+    assert.deepEqual(fs.readdirSync(place).sort(), ['1.jpg', 'note.txt']);
+  });
+
+  test('duplicates', async (t) => {
+    const { place, tab, press, to, section } = await own(t, { 'a/one': twice, 'b/two': twice, 'c/three': twice });
+    await section(/^Duplicates/, 'Duplicates');
+    await to('button', /^Search for duplicates/);
+    await press('Enter');
+    await tab.getByRole('main').getByText('1 group found').waitFor();
+    await to('select', /^Keep in each/);
+    await press('End');
+    await to('button', /^Mark the others/);
+    await press('Enter');
+    await to('button', /^Compare and delete/);
+    await press('Enter');
+    await tab.getByText('2 items would go').waitFor();
+    await to('button', /^Move 2 items/);
+    await press('Enter');
+    await tab.getByRole('button', { name: 'Close' }).waitFor();
+    await press('Enter');
+    assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
+  });
+
+  test('the key of an agent, then another language', async (t) => {
+    const { base } = await serve(t, ['--server', '--token', 'k'.repeat(32)], wine);
+    const tab = await openTab(t, { expected: /401/ });
+    await tab.goto(base);
+    const { press, to, write, heading } = hands(tab);
+    await to('input', /^Key/);
+    await write('k'.repeat(32));
+    await tab.keyboard.press('Enter');
+    await heading('What do you want to scan?');
+    await to('select', /^Language/);
+    await press('ArrowDown');
+    await heading('Wat wil je scannen?');
+  });
+});

@@ -10,7 +10,7 @@ import { messageOf } from '../ui/api';
 import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
 import { openDialog } from '../ui/dialog';
-import { button, cutPath, el, field, fill, heading, icon, setAttribute, setText } from '../ui/dom';
+import { button, cutPath, el, field, fill, heading, icon, rest, setAttribute, setText } from '../ui/dom';
 import { searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
@@ -129,7 +129,7 @@ export function across(): Screen {
   };
 
   const bar = marksBar({
-    selection: marks, bytesOf: (path) => bytes.get(path) ?? 0, deleteLabel: t('acVerify'),
+    selection: marks, bytesOf: (path) => bytes.get(path) ?? 0, deleteLabel: t('acVerify'), fallback: () => table?.root ?? null,
     clear: () => {
       marks.clear();
       table?.refresh();
@@ -205,8 +205,9 @@ export function across(): Screen {
     }
     const answer = state.across;
     const running = answer?.running === true;
+    rest(go, running);
+    if (!running && document.activeElement === stop) go.focus();
     progress.hidden = stop.hidden = !running;
-    go.disabled = running;
     if (running) showProgress();
     else if (answer?.error) setText(status, failure(answer.error));
     else if (answer?.groups) {
