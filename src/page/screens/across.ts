@@ -37,6 +37,8 @@ function rowsOf(groups: readonly CopyGroup[]): Row[] {
   return groups.flatMap((group, number) => [{ group, copy: null, number }, ...group.files.map((copy) => ({ group, copy, number }))]);
 }
 
+const groupWords = ({ group }: Row): string => t('acGroup', { n: group.c, size: size(group.s), waste: size(group.waste) });
+
 const keyOf = (row: Row): string => row.copy?.p ?? `\0group ${row.number}`;
 
 // Reads the files again; what is still equal to a copy that stays goes on to the deletion dialog.
@@ -155,7 +157,7 @@ export function across(): Screen {
           setText(more, names > 0 ? `+${names}` : '');
           more.title = names > 0 ? `${t('acHard', { n: names })}\n${row.copy!.names!.slice(0, 20).map(shown).join('\n')}` : '';
           if (row.copy) name.replaceChildren(cutPath(row.copy.p));
-          else setText(name, t('acGroup', { n: row.group.c, size: size(row.group.s), waste: size(row.group.waste) }));
+          else setText(name, groupWords(row));
         },
       },
       { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, row.copy ? size(row.group.s) : size(row.group.waste)) },
@@ -170,7 +172,7 @@ export function across(): Screen {
     },
     decorate: (element, row) => {
       element.classList.toggle('group', !row.copy);
-      setAttribute(element, 'title', !row.copy ? null : shown(row.copy.p.slice(0, 1000)) + (row.copy.lock ? ` (${t('locked', { why: phrase('r_', row.copy.lock) })})` : ''));
+      setAttribute(element, 'title', !row.copy ? groupWords(row) : shown(row.copy.p.slice(0, 1000)) + (row.copy.lock ? ` (${t('locked', { why: phrase('r_', row.copy.lock) })})` : ''));
     },
   });
 
