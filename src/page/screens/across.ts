@@ -10,7 +10,7 @@ import { messageOf } from '../ui/api';
 import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
 import { openDialog } from '../ui/dialog';
-import { button, cutPath, el, field, fill, heading, icon, setAttribute, setText } from '../ui/dom';
+import { button, cutPath, el, field, fill, heading, icon, rest, setAttribute, setText } from '../ui/dom';
 import { searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
@@ -36,6 +36,8 @@ interface Row {
 function rowsOf(groups: readonly CopyGroup[]): Row[] {
   return groups.flatMap((group, number) => [{ group, copy: null, number }, ...group.files.map((copy) => ({ group, copy, number }))]);
 }
+
+const groupWords = ({ group }: Row): string => t('acGroup', { n: group.c, size: size(group.s), waste: size(group.waste) });
 
 const keyOf = (row: Row): string => row.copy?.p ?? `\0group ${row.number}`;
 
@@ -129,7 +131,7 @@ export function across(): Screen {
   };
 
   const bar = marksBar({
-    selection: marks, bytesOf: (path) => bytes.get(path) ?? 0, deleteLabel: t('acVerify'),
+    selection: marks, bytesOf: (path) => bytes.get(path) ?? 0, deleteLabel: t('acVerify'), fallback: () => table?.root ?? null,
     clear: () => {
       marks.clear();
       table?.refresh();
@@ -155,7 +157,7 @@ export function across(): Screen {
           setText(more, names > 0 ? `+${names}` : '');
           more.title = names > 0 ? `${t('acHard', { n: names })}\n${row.copy!.names!.slice(0, 20).map(shown).join('\n')}` : '';
           if (row.copy) name.replaceChildren(cutPath(row.copy.p));
-          else setText(name, t('acGroup', { n: row.group.c, size: size(row.group.s), waste: size(row.group.waste) }));
+          else setText(name, groupWords(row));
         },
       },
       { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, row.copy ? size(row.group.s) : size(row.group.waste)) },
@@ -170,7 +172,7 @@ export function across(): Screen {
     },
     decorate: (element, row) => {
       element.classList.toggle('group', !row.copy);
-      setAttribute(element, 'title', !row.copy ? null : shown(row.copy.p.slice(0, 1000)) + (row.copy.lock ? ` (${t('locked', { why: phrase('r_', row.copy.lock) })})` : ''));
+      setAttribute(element, 'title', !row.copy ? groupWords(row) : shown(row.copy.p.slice(0, 1000)) + (row.copy.lock ? ` (${t('locked', { why: phrase('r_', row.copy.lock) })})` : ''));
     },
   });
 
@@ -205,8 +207,9 @@ export function across(): Screen {
     }
     const answer = state.across;
     const running = answer?.running === true;
+    rest(go, running);
+    if (!running && document.activeElement === stop) go.focus();
     progress.hidden = stop.hidden = !running;
-    go.disabled = running;
     if (running) showProgress();
     else if (answer?.error) setText(status, failure(answer.error));
     else if (answer?.groups) {

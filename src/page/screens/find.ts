@@ -5,7 +5,7 @@ import { baseName, shown } from '../core/paths';
 import { Selection } from '../core/selection';
 import { detailsButton, showHit } from '../ui/details';
 import { openDeletion } from '../ui/deletion';
-import { button, el, field, fill, heading, setAttribute, setText } from '../ui/dom';
+import { button, el, field, fill, heading, rest, setAttribute, setText } from '../ui/dom';
 import { searchable } from '../ui/jobs';
 import { marksBar } from '../ui/marks';
 import { reveal } from '../ui/places';
@@ -125,6 +125,7 @@ export function find(): Screen {
       return [...marks.selection.keys].filter((path) => !seen.has(path)).length;
     },
     all: () => table?.markAll(),
+    fallback: () => table?.root ?? null,
     clear: () => {
       marks.selection.clear();
       table?.refresh();
@@ -165,8 +166,9 @@ export function find(): Screen {
     }
     const answer = state.find;
     const running = answer?.running === true;
+    rest(go, running);
+    if (!running && document.activeElement === stop) go.focus();
     progress.hidden = stop.hidden = !running;
-    go.disabled = running;
     if (running) {
       setText(status, t('fiRunning', { found: answer.found ?? 0, seen: answer.seen ?? 0, done: answer.scans_done ?? 0, scans: t('nScans', { n: answer.scans ?? 0 }) }));
       progress.setAttribute('aria-valuetext', status.textContent ?? '');

@@ -4,7 +4,7 @@ import { failure, phrase, size, t } from '../core/i18n';
 import { kindOf, sameTarget, shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { api, onKeyNeeded, query, wordOf } from '../ui/api';
-import { button, el, field, fill, heading, icon, inert, loading, meter, setText } from '../ui/dom';
+import { button, el, field, fill, heading, icon, inert, loading, meter, rest, setText } from '../ui/dom';
 import { elevateButton } from '../ui/elevate';
 import { emptyState, failureNotice, type Screen } from '../ui/screen';
 import { isRunning, progressText, rescan, startScan, stateText } from '../ui/jobs';
@@ -43,7 +43,7 @@ function target(options: { icon: string; name: string; path: string; kind: strin
     if (job) setText(line, job.state === 'error' ? `${t('stError')}: ${failure(job.error)}` : `${stateText(job)}: ${progressText(job)}`);
     setText(go, job ? t('rescan') : t('scan'));
     go.setAttribute('aria-label', `${t(job ? 'rescan' : 'scan')}: ${shown(name)}`);
-    go.disabled = job !== undefined && isRunning(job);
+    rest(go, job !== undefined && isRunning(job));
   };
   update();
   return { root, words: `${name} ${path}`.toLowerCase(), update };

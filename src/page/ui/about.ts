@@ -3,7 +3,7 @@ import type { UpdateAnswer } from '../core/answers';
 import { t } from '../core/i18n';
 import { form, messageOf } from './api';
 import { openDialog } from './dialog';
-import { button, el, fill, wholePath } from './dom';
+import { button, el, fill, rest, wholePath } from './dom';
 import { state } from './state';
 
 // Only addresses of the web are made links of.
@@ -11,7 +11,7 @@ export const safeLink = (address: string, text: string): HTMLElement =>
   /^https:\/\//.test(address) ? el('a', { href: address, target: '_blank', rel: 'noopener noreferrer' }, text) : el('span', {}, text);
 
 async function check(into: HTMLElement, asking: HTMLButtonElement): Promise<void> {
-  asking.disabled = true;
+  rest(asking, true);
   fill(into, `${t('upChecking')}…`);
   try {
     const answer = await form<UpdateAnswer>('/api/update', {});
@@ -19,7 +19,7 @@ async function check(into: HTMLElement, asking: HTMLButtonElement): Promise<void
   } catch (error) {
     fill(into, messageOf(error));
   }
-  asking.disabled = false;
+  rest(asking, false);
 }
 
 export function openAbout(): void {

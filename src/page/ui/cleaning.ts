@@ -3,15 +3,16 @@ import type { CleanupAnswer } from '../core/answers';
 import { size, t } from '../core/i18n';
 import { form, messageOf } from './api';
 import { openDialog } from './dialog';
-import { button, el, fill, setText, wholePath, type Child } from './dom';
+import { button, el, fill, rest, setText, wholePath, type Child } from './dom';
 import { refreshResults } from './jobs';
 import { state } from './state';
 
 function askAndRun(title: string, question: Child, go: string, action: () => Promise<string[]>): void {
   const stay = button(t('cancel'), () => dialog.close());
   const run = async (): Promise<void> => {
+    rest(stay, true);
+    stay.focus();
     act.remove();
-    stay.disabled = true;
     fill(dialog.body, el('p', { role: 'status' }, `${t('delGoing')}…`), el('div', { class: 'progress unknown', 'aria-hidden': 'true' }, el('span')));
     let words: string[];
     try {
@@ -20,7 +21,7 @@ function askAndRun(title: string, question: Child, go: string, action: () => Pro
       words = [messageOf(error)];
     }
     fill(dialog.body, el('div', { role: 'status', class: 'stack' }, words.map((line, index) => el('p', { class: index === 0 ? 'answer' : '' }, line))));
-    stay.disabled = false;
+    rest(stay, false);
     setText(stay, t('close'));
     stay.focus();
   };

@@ -6,7 +6,7 @@ import { confirms, outcomeKey, outcomeOf, partsByJob, planOf, type Outcome, type
 import { trimEnd } from '../core/paths';
 import { form, messageOf } from './api';
 import { openDialog, type Dialog } from './dialog';
-import { append, button, choice, el, field, fill, icon, setText, wholePath } from './dom';
+import { append, button, choice, el, field, fill, icon, rest, setText, wholePath } from './dom';
 import { refreshResults } from './jobs';
 import { dropFromSearches } from './runs';
 import { failureNotice } from './screen';
@@ -117,8 +117,9 @@ function showPlan(dialog: Dialog, stay: HTMLButtonElement, plan: Plan, options: 
 async function carryOut(dialog: Dialog, stay: HTMLButtonElement, go: HTMLButtonElement, plan: Plan, permanent: boolean, options: DeletionOptions): Promise<void> {
   const keepOpen = (event: Event): void => event.preventDefault();
   dialog.element.addEventListener('cancel', keepOpen);
+  rest(stay, true);
+  stay.focus();
   go.remove();
-  stay.disabled = true;
   fill(dialog.body, el('p', { class: 'answer', role: 'status' }, `${t('delGoing')}…`), el('div', { class: 'progress unknown', 'aria-hidden': 'true' }, el('span')));
   const answers: DeleteAnswer[] = [];
   const touched: number[] = [];
@@ -139,7 +140,7 @@ async function carryOut(dialog: Dialog, stay: HTMLButtonElement, go: HTMLButtonE
   await refreshResults(touched);
   dropGone(plan, outcome.deleted, options);
   dialog.element.removeEventListener('cancel', keepOpen);
-  stay.disabled = false;
+  rest(stay, false);
   setText(stay, t('close'));
   stay.focus();
   fill(dialog.body,

@@ -28,7 +28,7 @@ export function detailsPane(): HTMLElement {
   pane.entry = null;
   pane.found = null;
   pane.root = el('aside', { class: 'details', 'aria-label': t('details'), on: { keydown: (event) => {
-    if (event.key === 'Escape') pane.root?.classList.remove('open');
+    if (event.key === 'Escape' && pane.root?.classList.contains('open')) toggleDrawer();
   } } });
   draw();
   return pane.root;
@@ -71,8 +71,10 @@ function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, c
       el('ul', { class: 'small' }, names.slice(0, LISTED_FILES).map((one) => el('li', {}, wholePath(one))))) : null));
 }
 
+// Where the pane is a drawer, the focus goes into it and comes back.
 export function toggleDrawer(): void {
-  pane.root?.classList.toggle('open');
+  if (pane.root?.classList.toggle('open')) pane.root.querySelector('button')?.focus();
+  else document.querySelector<HTMLElement>('.content .button.shut')?.focus();
 }
 
 export const detailsButton = (): HTMLElement => button(t('details'), toggleDrawer, { icon: 'info', class: 'shut push' });

@@ -78,9 +78,15 @@ export interface ButtonOptions {
 
 export function button(content: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement {
   const { icon: iconName, class: className, label, ...attributes } = options;
-  return el('button', { type: 'button', class: `button ${className ?? ''}`.trim(), 'aria-label': label, title: label && !content ? label : null, ...attributes, on: { click: action } },
+  const made: HTMLButtonElement = el('button', { type: 'button', class: `button ${className ?? ''}`.trim(), 'aria-label': label, title: label && !content ? label : null, ...attributes, on: { click: (event) => {
+    if (made.getAttribute('aria-disabled') !== 'true') action(event);
+  } } },
     iconName ? icon(iconName) : null, content);
+  return made;
 }
+
+// A button with nothing to do for now keeps the focus, if it has it, and does nothing.
+export const rest = (made: HTMLButtonElement, yes: boolean): void => setAttribute(made, 'aria-disabled', yes);
 
 // A button that is only a picture; its name is heard and shown as a tip.
 export const iconButton = (iconName: string, label: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement =>

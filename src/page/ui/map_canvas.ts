@@ -9,9 +9,11 @@ import { shareOf } from '../core/units';
 import { el, setAttribute } from './dom';
 
 const DEEPEST = 6;
+// In pixels, at the usual text size.
 const HEADING = 18;
 const LABEL_WIDTH = 44;
 const LABEL_HEIGHT = 16;
+const LABEL_SIZE = 12;
 const PALETTE = 7;
 const MOST_OPTIONS = 300;
 
@@ -62,6 +64,7 @@ export class MapCanvas {
   private hovered = -1;
   private active = 0;
   private chosen = '';
+  private textScale = 1; // the reader's own text size, as a multiple of the usual one
   private box: DOMRect | null = null; // where the map lies; forgotten when that may have changed
 
   constructor(private readonly hooks: MapHooks) {
@@ -109,10 +112,11 @@ export class MapCanvas {
     const { clientWidth: width, clientHeight: height } = this.root;
     if (!this.folder || width === 0 || height === 0) return;
     this.box = null;
+    this.textScale = parseFloat(getComputedStyle(document.documentElement).fontSize) / 16 || 1;
     performance.mark('map-layout');
     this.layout = layoutMap(this.folder, { x: 0, y: 0, w: width, h: height },
       (entry) => (entry.kind === 'folder' ? this.hooks.childrenOf(entry).filter((child) => child.s > 0).map((item) => ({ item, size: item.s })) : []),
-      DEEPEST, HEADING);
+      DEEPEST, HEADING * this.textScale);
     this.own = this.layout.tiles.filter((tile) => tile.level === 0).slice(0, MOST_OPTIONS);
     performance.mark('map-draw');
     this.draw(width, height);
@@ -135,7 +139,7 @@ export class MapCanvas {
     pen.fillRect(0, 0, width, height);
     pen.textBaseline = 'middle';
     const font = getComputedStyle(this.root).fontFamily;
-    pen.font = `12px ${font}`;
+    pen.font = `${LABEL_SIZE * this.textScale}px ${font}`;
     pen.strokeStyle = edge;
     pen.lineWidth = 1;
     for (const tile of this.layout.tiles) {
@@ -152,7 +156,7 @@ export class MapCanvas {
     for (const area of this.layout.melted) this.hatch(pen, area.x, area.y, area.w, area.h, ink, other);
     pen.fillStyle = ink;
     for (const tile of this.layout.tiles) {
-      if (tile.w < LABEL_WIDTH || tile.h < LABEL_HEIGHT) continue;
+      if (tile.w < LABEL_WIDTH * this.textScale || tile.h < LABEL_HEIGHT * this.textScale) continue;
       this.label(pen, tile);
     }
   }
@@ -177,16 +181,17 @@ export class MapCanvas {
 
   private label(pen: CanvasRenderingContext2D, tile: Tile<Entry>): void {
     const room = tile.w - 8;
+    const scale = this.textScale;
     // Most letters are about six wide; measuring only where that leaves doubt.
     let words = this.hooks.nameOf(tile.item);
-    if (words.length * 4 > room) words = shorten(words, Math.max(3, Math.floor(room / 4)));
+    if (words.length * 4 * scale > room) words = shorten(words, Math.max(3, Math.floor(room / (4 * scale))));
     while (words.length > 3 && pen.measureText(words).width > room) words = shorten(words, words.length - Math.max(1, Math.ceil(words.length / 12)));
     if (pen.measureText(words).width > room) return;
-    const middle = tile.heading || tile.h < 34 ? tile.y + Math.min(tile.h, HEADING) / 2 : tile.y + 12;
+    const middle = tile.heading || tile.h < 34 * scale ? tile.y + Math.min(tile.h, HEADING * scale) / 2 : tile.y + 12 * scale;
     pen.fillText(words, tile.x + 4, middle);
-    if (!tile.heading && tile.h >= 40) {
+    if (!tile.heading && tile.h >= 40 * scale) {
       const amount = size(tile.item.s);
-      if (pen.measureText(amount).width <= room) pen.fillText(amount, tile.x + 4, middle + 16);
+      if (pen.measureText(amount).width <= room) pen.fillText(amount, tile.x + 4, middle + 16 * scale);
     }
   }
 

@@ -19,6 +19,7 @@ export interface MarksOptions {
   all?: () => void; // marks everything shown
   onDelete: () => void;
   deleteLabel?: string;
+  fallback: () => HTMLElement | null; // takes the focus when the bar goes
   clear: () => void;
 }
 
@@ -31,6 +32,7 @@ export function marksBar(options: MarksOptions): MarksBar {
   const root = el('div', { class: 'selection-bar' }, words, hiddenWords, el('span', { class: 'push actions' }, all, none, remove));
   const update = (): void => {
     const keys = options.counted?.(options.selection.keys) ?? [...options.selection.keys];
+    if (keys.length === 0 && root.contains(document.activeElement)) options.fallback()?.focus();
     root.hidden = keys.length === 0;
     const bytes = keys.reduce((sum, key) => sum + options.bytesOf(key), 0);
     setText(words, keys.length === 0 ? '' : t('selected', { items: t('nItems', { n: keys.length }), size: size(bytes) }));
@@ -59,5 +61,6 @@ export const scanMarksBar = (fallback: () => HTMLElement | null): MarksBar => ma
   counted: topmost,
   bytesOf: (path) => state.weights.get(path) ?? 0,
   clear: clearMarks,
+  fallback,
   onDelete: () => openDeletion(state.selection.keys, { fallback }),
 });

@@ -2,7 +2,7 @@
 import type { Job, ResultDoc } from '../core/answers';
 import { failure, phrase, t } from '../core/i18n';
 import type { PlainKey } from '../lang/shape';
-import { button, el, heading, icon, inert, setText, type Child } from './dom';
+import { button, el, heading, icon, inert, rest, setText, type Child } from './dom';
 import { cancelScan, fetchResult, isRunning, nameOf, progressText, rescan } from './jobs';
 import { changed, jobOnView, resultOnView, state, type Change } from './state';
 import { copyText } from './toast';
@@ -52,7 +52,7 @@ function progressPanel(job: Job): Following {
     setText(status, now.state === 'cancelled' ? t('stCancelled') : statusText(now));
     bar.setAttribute('aria-valuetext', progressText(now));
     current.replaceChildren(inert(now.current.slice(0, 300)));
-    stop.disabled = now.state === 'cancelled';
+    rest(stop, now.state === 'cancelled');
   };
   update(job);
   return { root, update };

@@ -1,0 +1,395 @@
+// What the page promises besides what it does: that it is light, can be used by everyone, fits every
+// screen, says everything in the reader's language, and can be worked by keys alone.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import fs from 'node:fs';
+import { createRequire } from 'node:module';
+import { after, describe, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { gzipSync } from 'node:zlib';
+import { openTab } from './support/browser.mjs';
+import { serve, until } from '../system/support/server.mjs';
+import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
+
+const MiB = 2 ** 20;
+const repo = fileURLToPath(new URL('../..', import.meta.url));
+const axe = fs.readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
+const ends = [];
+after(async () => { for (const end of ends) await end(); });
+const here = { after: (end) => ends.unshift(end) };
+
+const folder = scratch(here);
+const twice = 'copy'.repeat(MiB);
+makeFiles(folder, {
+  'Films/Norway/a.mkv': 3000 * MiB, 'Films/b.mp4': 900 * MiB, 'Photos/old.raw': 1200 * MiB, 'Windows/Temp/setup.log': 1200 * MiB,
+  'Users/anna/Downloads/setup.iso': 2500 * MiB, 'Users/anna/AppData/Local/Temp/t.tmp': 600 * MiB, 'node_modules/x.bin': 1500 * MiB,
+  'pagefile.sys': 4000 * MiB, 'Copies/one.dat': twice, 'Copies/two.dat': twice, 'Copies/three.dat': twice, 'Photos/notes.txt': 'n',
+});
+fs.utimesSync(`${folder}/Photos/old.raw`, new Date('2017-05-04'), new Date('2017-05-04'));
+const wine = await ownWine(here, { 'd:': folder });
+const server = await serve(here, [], wine);
+// A scan that fails stands in the header and among the targets as well.
+await server.post('/api/scan', { path: 'D:\\nowhere', kind: 'folder', label: 'D:\\nowhere' });
+await server.post('/api/scan', { path: 'D:\\', kind: 'drive', label: 'Data (D:)' });
+const finished = (path, fields) => server.post(path, fields).then(() => until(async () => !(await server.json(path)).body.running, path));
+await until(async () => (await server.json('/api/jobs')).body.every((job) => /done|error/.test(job.state)), 'the scans');
+const ids = (await server.json('/api/jobs')).body.filter((job) => job.state === 'done').map((job) => job.id).join();
+await finished('/api/findfiles', { ids, exts: '.mkv .mp4 .raw .iso .dat', names: '', min: '0', sort: 'size' });
+await finished('/api/dupsacross', { ids, exts: '.dat', names: '', min: '1' });
+
+// A tab whose program has not all rights and cannot put everything into the bin, for what is only shown then.
+async function open(t, { address = '/#overview', stored = {}, html = null, beyondBin = false, ...options } = {}) {
+  const tab = await openTab(t, options);
+  await tab.addInitScript((values) => Object.assign(localStorage, values), stored);
+  if (html) await tab.route(`${server.base}/`, (route) => route.fulfill({ contentType: 'text/html; charset=utf-8', body: html }));
+  const altered = (path, alter) => tab.route(`${server.base}${path}`, async (route) => {
+    const answer = await route.fetch();
+    await route.fulfill({ response: answer, json: alter(await answer.json()) });
+  });
+  await altered('/api/targets', (answer) => ({ ...answer, elevated: false }));
+  if (beyondBin) await altered('/api/delete', (answer) => ({ ...answer, noBin: answer.wouldDelete.slice(0, 1), refused: [{ p: 'D:\\Windows', why: 'missing' }] }));
+  await tab.goto(`${server.base}${address}`);
+  await tab.locator('main h1').waitFor();
+  return tab;
+}
+
+const settled = (tab) => tab.evaluate(() => new Promise((resolve) => setTimeout(() => requestAnimationFrame(resolve), 60)));
+const goTo = async (tab, section) => {
+  await tab.evaluate((wanted) => { location.hash = wanted; }, section);
+  await tab.locator(`.nav a[href="#${section}"][aria-current=page]`).waitFor({ state: 'attached' });
+  await settled(tab);
+};
+const pressed = async (tab, place, ...keys) => {
+  await tab.locator(place).first().focus();
+  for (const key of keys) await tab.keyboard.press(key);
+  await settled(tab);
+};
+const clicked = async (tab, place) => {
+  await tab.locator(place).first().click();
+  await tab.locator('dialog[open] .ends .button').first().waitFor();
+  await settled(tab);
+};
+
+// Every section and dialog, by name, and how one gets there whatever the language.
+const SCENES = {
+  overview: (tab) => goTo(tab, 'overview'),
+  'empty bin': (tab) => clicked(tab, '.panel .button:has([href="#i-broom"])'),
+  advice: (tab) => goTo(tab, 'advice'),
+  cleaning: (tab) => clicked(tab, '.finding:has(#finding-tempfiles) .button:has([href="#i-broom"])'),
+  types: async (tab) => {
+    await goTo(tab, 'types');
+    await pressed(tab, 'main .table', 'ArrowDown', 'Enter');
+  },
+  map: async (tab) => {
+    await goTo(tab, 'map');
+    await pressed(tab, '.map .options', 'ArrowRight', 'ArrowRight');
+  },
+  find: async (tab) => {
+    await goTo(tab, 'find');
+    await pressed(tab, 'main .table', ' ', 'Shift+ArrowDown');
+  },
+  across: async (tab) => {
+    await goTo(tab, 'across');
+    await tab.locator('.keep .button').click();
+    await pressed(tab, 'main .table', 'ArrowDown');
+  },
+  picker: async (tab) => {
+    await goTo(tab, 'picker');
+    await tab.locator('main .button:has([href="#i-folder"])').click();
+    await tab.locator('.browser button').first().waitFor();
+  },
+  explorer: async (tab) => {
+    await goTo(tab, 'explorer');
+    await pressed(tab, 'main .table', 'ArrowDown', 'ArrowRight', 'ArrowDown', ' ', 'ArrowDown', ' ');
+  },
+  deletion: async (tab) => {
+    await tab.locator('.selection-bar .danger').click();
+    await tab.locator('dialog [value=forgood]').check();
+    await tab.locator('dialog .notice').waitFor();
+  },
+  more: async (tab) => {
+    const button = '.nav .more-only button';
+    if (!(await tab.locator(button).isVisible())) await tab.setViewportSize({ width: 500, height: 900 });
+    await clicked(tab, button);
+  },
+  about: (tab) => clicked(tab, 'dialog .button:has([href="#i-info"])'),
+};
+
+async function eachScene(tab, look) {
+  const size = tab.viewportSize();
+  for (const [name, show] of Object.entries(SCENES)) {
+    await show(tab);
+    await look(name);
+    if (name === 'more') continue; // leads to the next
+    if (await tab.locator('dialog[open]').count()) await tab.keyboard.press('Escape');
+  }
+  await tab.setViewportSize(size);
+}
+
+test('light: what is sent, and how little stands in the document for 20,000 hits', async (t) => {
+  const sent = Buffer.from(await (await fetch(`${server.base}/`)).arrayBuffer());
+  const sizes = [sent.length, gzipSync(sent, { level: 9 }).length];
+  assert.ok(sizes[0] <= 300_000 && sizes[1] <= 85_000, sizes.join());
+
+  const tab = await openTab(t, { viewport: { width: 1440, height: 900 } });
+  const files = Array.from({ length: 20_000 }, (_, i) => ({ p: `D:\\Films\\${i % 300}\\hit ${i}.jpg`, s: 20_000_000 - i, m: 1.7e12, job: Number(ids) }));
+  await tab.route('**/api/findfiles', (route) => route.fulfill({ json: { running: false, files, shown: 20_000, count: 34_567, bytes: 9e9, capped: true } }));
+  await tab.goto(`${server.base}/#find`);
+  const grid = tab.getByRole('grid');
+  await grid.waitFor();
+  for (const key of ['End', 'PageUp', 'Control+a', 'Home']) {
+    await pressed(tab, '[role=grid]', key);
+    const nodes = await tab.evaluate(() => {
+      const walker = document.createTreeWalker(document, NodeFilter.SHOW_ALL);
+      let count = 1;
+      while (walker.nextNode()) ++count;
+      return count;
+    });
+    assert.ok(nodes <= 1500, `${nodes} nodes after ${key}`);
+  }
+  await tab.getByText('20,000 items marked').waitFor();
+});
+
+const side = { concurrency: 2 };
+describe('usable by everyone: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
+  test(`in ${lang}`, async (t) => {
+    const tab = await open(t, { bypassCSP: true, beyondBin: true, stored: { 'vorda-lang': lang } });
+    await tab.evaluate(axe);
+    const looked = [];
+    await eachScene(tab, async (name) => {
+      for (const theme of ['light', 'dark']) {
+        const found = await tab.evaluate(async (wanted) => {
+          document.documentElement.dataset.theme = wanted;
+          // The dark appearance differs from the light one in colours alone.
+          const rules = wanted === 'dark' ? { runOnly: ['cat.color'] } : {};
+          const { violations, passes } = await window.axe.run({ resultTypes: ['violations'], ...rules });
+          if (!passes.some((rule) => rule.id === 'color-contrast')) return ['no contrast was looked at'];
+          return violations.flatMap(({ id, nodes }) => nodes.map((node) => `${id}: ${node.html.slice(0, 200)} ${node.failureSummary}`));
+        }, theme);
+        assert.deepEqual(found, [], `${name}, ${theme}`);
+        looked.push(name);
+      }
+    });
+    assert.equal(looked.length, 2 * Object.keys(SCENES).length);
+  });
+}));
+
+// What does not fit: sideways scrolling outside of tables, and texts of the page that are cut off or
+// stand beyond what holds them. Names and paths may be shortened.
+const misfits = (tab) => tab.evaluate(() => {
+  const found = [];
+  const root = document.documentElement;
+  if (root.scrollWidth > innerWidth) found.push(`the page is ${root.scrollWidth} wide in ${innerWidth}`);
+  const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+  const range = document.createRange();
+  for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+    const at = node.parentElement;
+    if (!node.data.trim() || at.closest('bdi, .trow, .heard, script, style, .skip, [aria-hidden=true], option') || !at.checkVisibility({ visibilityProperty: true })) continue;
+    range.selectNodeContents(node);
+    const text = range.getBoundingClientRect();
+    if (text.width === 0 || getComputedStyle(at).clipPath !== 'none') continue;
+    for (let box = at; box && box !== document.body; box = box.parentElement) {
+      const { overflowX, display } = getComputedStyle(box);
+      if (display === 'inline' || display === 'contents') continue;
+      const { left, right } = box.getBoundingClientRect();
+      if (text.left < left - 1 || text.right > right + 1) {
+        found.push(`"${node.data.slice(0, 60)}" beyond ${box.tagName}.${box.className} by ${Math.max(left - text.left, text.right - right).toFixed(1)}`);
+        break;
+      }
+      if (overflowX !== 'visible' && (box === at || box.matches('button'))) break;
+    }
+  }
+  for (const one of document.querySelectorAll('#app *, dialog *')) {
+    const { overflowX } = getComputedStyle(one);
+    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
+  }
+  return found;
+});
+
+const SIZES = {
+  'a small telephone': { viewport: { width: 360, height: 740 }, hasTouch: true },
+  'a 4K screen': { viewport: { width: 3840, height: 2160 } },
+  'zoomed in to 320 pixels': { viewport: { width: 320, height: 512 } },
+  'texts twice as large': { viewport: { width: 1280, height: 900 }, enlarged: true },
+};
+describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, ...options }]) => {
+  test(name, async (t) => {
+    const tab = await open(t, { ...options, beyondBin: true, stored: { 'vorda-lang': 'fr' } });
+    if (enlarged) await tab.evaluate(() => { document.documentElement.style.fontSize = '200%'; });
+    const found = [];
+    await eachScene(tab, async (scene) => found.push(...(await misfits(tab)).map((one) => `${scene}: ${one}`)));
+    assert.deepEqual(found, []);
+  });
+}));
+
+test('says everything in the reader’s language, and has room for longer ones', async (t) => {
+  const file = `${scratch(t)}/page.html`;
+  execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);
+  const html = fs.readFileSync(file, 'utf8');
+  const found = new Set();
+  for (const width of [1280, 700, 360]) {
+    const tab = await open(t, { html, beyondBin: true, viewport: { width, height: 800 } });
+    await eachScene(tab, async (scene) => {
+      const left = await tab.evaluate(() => {
+        const texts = [];
+        for (const one of document.body.querySelectorAll('*')) {
+          for (const name of ['aria-label', 'title', 'placeholder', 'aria-valuetext']) texts.push(one.getAttribute(name) ?? '');
+          if (!one.closest('bdi, script, style, noscript, option[lang], .brand, .machine')) texts.push([...one.childNodes].map((node) => (node instanceof Text ? node.data : '')).join(''));
+        }
+        // Marked texts hold others; names, paths and figures are nobody's language.
+        return texts.map((text) => {
+          for (let before = ''; before !== text;) [before, text] = [text, text.replace(/\[[^[\]]*\]/g, '')];
+          return text.replace(/\b[A-Z]:(\\.*)?/g, '').replace(/\b([KMGT]?B|Data|NTFS)\b/g, '');
+        }).filter((text) => /\p{L}{2}/u.test(text));
+      });
+      for (const one of left) found.add(`untranslated in ${scene}: ${one}`);
+      for (const one of await misfits(tab)) found.add(`${width} wide, ${scene}: ${one}`);
+    });
+  }
+  assert.deepEqual([...found], []);
+});
+
+// Hands without a mouse. After every key something has the focus, in view, and can be seen to have it.
+function hands(tab) {
+  const look = () => tab.evaluate(() => {
+    const at = document.activeElement;
+    const { id } = document.getElementById(at.getAttribute('aria-activedescendant')) ?? {};
+    const seen = id && at.matches('.table') ? document.getElementById(id) : at.matches('.options') ? document.querySelector('.ring:not([hidden])') ?? at : at;
+    const { outlineStyle, outlineWidth, borderTopWidth } = getComputedStyle(seen);
+    const box = seen.getBoundingClientRect();
+    const x = Math.max(box.left + 1, Math.min(box.left + box.width / 2, innerWidth - 2));
+    const y = Math.max(box.top + 1, Math.min(box.top + box.height / 2, innerHeight - 2));
+    const above = document.elementFromPoint(x, y);
+    const shown = box.width > 0 && box.bottom > 0 && box.top < innerHeight && (seen.contains(above) || above?.contains(seen) || seen.matches('.ring'));
+    const ring = (outlineStyle !== 'none' && parseFloat(outlineWidth) >= 2) || (seen.matches('.ring') && parseFloat(borderTopWidth) >= 2);
+    const label = at.labels?.[0]?.innerText ?? '';
+    return { name: `${at.getAttribute('aria-label') ?? (label || at.innerText || at.value || '')}`.trim(), kind: at.getAttribute('role') ?? at.tagName.toLowerCase(), heading: /^h[12]$/i.test(at.tagName), shown, ring };
+  });
+  const press = async (...keys) => {
+    for (const key of keys) {
+      await tab.keyboard.press(key);
+      await settled(tab);
+      let now = await look();
+      if (now.kind === 'body' && key.endsWith('Tab')) { // the browser's own controls come between the last and the first
+        await tab.keyboard.press(key);
+        now = await look();
+      }
+      assert.ok(now.kind !== 'body' && now.shown && (now.ring || now.heading), `after ${key}: ${JSON.stringify(now).slice(0, 300)}`);
+    }
+  };
+  // Goes on with Tab until what is meant has the focus.
+  const to = async (kind, name, key = 'Tab') => {
+    const met = [];
+    for (let step = 0; step < 70; ++step) {
+      const now = await look();
+      if (now.kind === kind && name.test(now.name)) return;
+      met.push(`${now.kind} ${now.name}`);
+      await press(key);
+    }
+    assert.fail(`no way by ${key} to ${kind} ${name}: ${met.join(' | ')}`);
+  };
+  const write = (text) => tab.keyboard.type(text);
+  const heading = (name, level = 1) => tab.getByRole('heading', { level, name }).waitFor();
+  const section = async (name, title) => {
+    await to('a', name);
+    await press('Enter');
+    await heading(title);
+  };
+  return { press, to, write, section, heading };
+}
+
+describe('by keys alone', side, () => {
+  const own = async (t, files) => {
+    const place = scratch(t);
+    makeFiles(place, files);
+    const { base } = await serve(t, [], { env: { ...wine.env, VORDA_XDG_DATA_HOME: scratch(t) } });
+    const tab = await openTab(t);
+    await tab.goto(base);
+    await tab.locator('main h1').waitFor();
+    const by = hands(tab);
+    await by.to('input', /^Path of a folder/);
+    await by.write(`Z:${place.replaceAll('/', '\\')}`);
+    await tab.keyboard.press('Enter');
+    await by.heading('Overview');
+    return { place, tab, ...by };
+  };
+
+  test('scan, explore, map, into the bin', async (t) => {
+    const { place, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
+    await section(/^Map/, 'Map');
+    await to('listbox', /^Size map/);
+    await press('ArrowRight', 'Enter');
+    await tab.getByRole('listbox', { name: /\\a$/ }).waitFor();
+    await press('ArrowDown', 'Backspace');
+    await tab.getByRole('listbox', { name: /[^\\]{3}$/ }).waitFor();
+    await section(/^Folders/, 'Folders');
+    await to('treegrid', /./);
+    await press('ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'End', 'Home', 'ArrowDown', ' ');
+    await to('button', /^Delete marked/, 'Shift+Tab');
+    await press('Enter');
+    await tab.getByText('1 item would go').waitFor();
+    await to('button', /^Move 1 item/);
+    await press('Enter');
+    await tab.getByText(/1 item .*recycle bin/).first().waitFor();
+    await press('Enter', 'ArrowDown');
+    assert.deepEqual(fs.readdirSync(place), ['b']);
+  });
+
+  test('find, select, delete for good', async (t) => {
+    const { place, tab, press, to, write, section } = await own(t, { '1.jpg': 'a', '2.jpg': 'ab', '3.jpg': 'abc', 'note.txt': 'n' });
+    await section(/^Find/, 'Find files');
+    await to('input', /^Extensions/);
+    await write('.jpg');
+    await press('Enter');
+    await tab.getByRole('main').getByText('3 files found').waitFor();
+    await to('grid', /./);
+    await press('Home', ' ', 'Shift+ArrowDown');
+    await tab.getByText('2 items marked').waitFor();
+    await to('button', /^Delete marked/, 'Shift+Tab');
+    await press('Enter');
+    await tab.getByText('2 items would go').waitFor();
+    await to('input', /^Move to/);
+    await press('ArrowDown');
+    await to('input', /^Type DELETE/);
+    await write('delete');
+    await to('button', /^Delete 2 items/);
+    await press('Enter');
+    await tab.getByText('2 items deleted').first().waitFor();
+    await press('Enter', 'ArrowDown');
+    assert.deepEqual(fs.readdirSync(place).sort(), ['1.jpg', 'note.txt']);
+  });
+
+  test('duplicates', async (t) => {
+    const { place, tab, press, to, section } = await own(t, { 'a/one': twice, 'b/two': twice, 'c/three': twice });
+    await section(/^Duplicates/, 'Duplicates');
+    await to('button', /^Search for duplicates/);
+    await press('Enter');
+    await tab.getByRole('main').getByText('1 group found').waitFor();
+    await to('select', /^Keep in each/);
+    await press('End');
+    await to('button', /^Mark the others/);
+    await press('Enter');
+    await to('button', /^Compare and delete/);
+    await press('Enter');
+    await tab.getByText('2 items would go').waitFor();
+    await to('button', /^Move 2 items/);
+    await press('Enter');
+    await tab.getByRole('button', { name: 'Close' }).waitFor();
+    await press('Enter');
+    assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
+  });
+
+  test('the key of an agent, then another language', async (t) => {
+    const { base } = await serve(t, ['--server', '--token', 'k'.repeat(32)], wine);
+    const tab = await openTab(t, { expected: /401/ });
+    await tab.goto(base);
+    const { press, to, write, heading } = hands(tab);
+    await to('input', /^Key/);
+    await write('k'.repeat(32));
+    await tab.keyboard.press('Enter');
+    await heading('What do you want to scan?');
+    await to('select', /^Language/);
+    await press('ArrowDown');
+    await heading('Wat wil je scannen?');
+  });
+});
