@@ -2,8 +2,8 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
+#include <tuple>
 
 namespace vorda {
 
@@ -11,7 +11,10 @@ struct FileIdentity {
   std::uint64_t volume = 0;
   std::array<std::uint64_t, 2> number{}; // within the volume; some number with 128 bits
 
-  auto operator<=>(const FileIdentity&) const = default;
+  bool operator==(const FileIdentity&) const = default;
+  bool operator<(const FileIdentity& other) const {
+    return std::tie(volume, number) < std::tie(other.volume, other.number);
+  }
 };
 
 } // namespace vorda

@@ -137,7 +137,7 @@ TEST_CASE("searches started, watched, cancelled and robbed of their scans by man
   // A short race with every run of the tests; VORDA_RACE_SECONDS makes a long one of it.
   const char* wish = std::getenv("VORDA_RACE_SECONDS"); // NOLINT(concurrency-mt-unsafe)
   const auto end = std::chrono::steady_clock::now() +
-                   std::chrono::seconds(wish == nullptr ? 3 : std::atoi(wish));
+                   std::chrono::seconds(wish == nullptr ? 3 : std::stoi(wish));
   std::atomic<int> torn{0};
   std::atomic<int> stale{0};
   std::atomic<int> results{0};

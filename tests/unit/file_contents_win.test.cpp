@@ -107,7 +107,9 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
       {scratch.path + L"\\.\\a file", "unreadable"},
       {L"\\\\.\\NUL", "unreadable"},
       {L"\\\\?\\" + file, "unreadable"}};
-  for (const auto& [path, word] : rows) {
+  for (const auto& row : rows) {
+    const auto& path = row.first;
+    const std::string_view word = row.second;
     CAPTURE(word);
     CHECK_FALSE(contents->look(path, failure));
     CHECK(failure == word);

@@ -28,7 +28,7 @@ TEST_CASE("of many hits the best by each order are kept, whatever thread met the
     // Few names, sizes and times, so that ties are common; every fifth time is unknown.
     const std::wstring name =
         std::wstring(random() % 2 == 0 ? L"f" : L"F") + std::to_wstring(random() % 900);
-    const std::wstring path = folder + L"\\" + name + L"." + std::to_wstring(i);
+    const std::wstring path = joinPath(folder, name).append(L".").append(std::to_wstring(i));
     all.push_back(
         {path, folder.size() + 1, random() % 3000, random() % 5 == 0 ? 0 : 1 + random() % 2000, 1});
   }
