@@ -173,7 +173,8 @@ TEST_CASE("what turns into something else while it is measured stays") {
       // What has become a place to be kept, under a name that only its identity explains.
       {"ambiguous",
        [](MadeUpDisk& disk) {
-         disk.known.push_back({L"\\\\localhost\\c$\\data\\sub", "programs", true});
+         disk.volume(L"\\\\pc\\data", L"C:\\data");
+         disk.known.push_back({L"\\\\pc\\data\\sub", "programs", true});
        }},
       {"missing", [](MadeUpDisk& disk) { disk.removeNode(*disk.at(L"C:\\data\\sub\\x")); }}};
   for (const auto& one : changes) {
