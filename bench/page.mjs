@@ -1,0 +1,169 @@
+// How quick the page is in Debian's chromium, headless and without a graphics card, on the real program:
+// first use, a table of 20,000 hits, a map of 5,000 tiles. Prints figures beside their goals.
+// node bench/page.mjs, from a shell with Wine's environment set and the program built.
+import { chromium } from 'playwright-core';
+import { serve, until } from '../tests/system/support/server.mjs';
+import { makeFiles, scratch } from '../tests/system/support/vorda.mjs';
+
+const ends = [];
+const here = { after: (end) => ends.unshift(end) };
+
+function figures(times) {
+  const sorted = [...times].sort((a, b) => a - b);
+  const at = (share) => sorted[Math.min(sorted.length - 1, Math.floor(share * sorted.length))];
+  return { median: at(0.5), p95: at(0.95), worst: sorted.at(-1) };
+}
+
+function print(what, times, goal) {
+  const { median, p95, worst } = figures(times);
+  const number = (value) => value.toFixed(value < 10 ? 2 : 0).padStart(7);
+  console.log(`${what.padEnd(46)} median ${number(median)} ms  p95 ${number(p95)} ms  worst ${number(worst)} ms  goal ${goal} (${times.length} times)`);
+}
+
+// Usable: the section's heading and a control in it are there and painted.
+async function firstUse(browser, address, what) {
+  const times = [];
+  const shifts = [];
+  for (let turn = 0; turn < 25; ++turn) {
+    const context = await browser.newContext({ viewport: { width: 1440, height: 900 } });
+    const tab = await context.newPage();
+    await tab.addInitScript(() => {
+      window.shifted = 0;
+      new PerformanceObserver((list) => list.getEntries().forEach((entry) => { window.shifted += entry.value; })).observe({ type: 'layout-shift', buffered: true });
+      const look = () => {
+        if (document.querySelector('main h1') && document.querySelector('main .button')) setTimeout(() => { window.usable = performance.now(); });
+        else requestAnimationFrame(look);
+      };
+      requestAnimationFrame(look);
+    });
+    await tab.goto(address);
+    await tab.waitForFunction(() => window.usable);
+    times.push(await tab.evaluate(() => window.usable));
+    await tab.waitForTimeout(300);
+    shifts.push(await tab.evaluate(() => window.shifted));
+    await context.close();
+  }
+  print(`first use, ${what}`, times.slice(5), '300 ms');
+  console.log(`${`layout shift, ${what}`.padEnd(46)} worst  ${Math.max(...shifts).toFixed(4)}  goal 0`);
+}
+
+async function hits(browser, base) {
+  const tab = await browser.newPage({ viewport: { width: 1440, height: 900 } });
+  const files = Array.from({ length: 20_000 }, (_, i) => ({ p: `D:\\Users\\anna\\${(i * 7919) % 311}\\picture ${(i * 104_729) % 99_991}.jpg`, s: 30_000_000 - i, m: 1.6e12 + ((i * 7919) % 20_000) * 1e6, job: 1 }));
+  await tab.route('**/api/findfiles', (route) => route.fulfill({ json: { running: false, files, shown: 20_000, count: 20_000, bytes: 9e9 } }));
+  await tab.goto(`${base}/#find`);
+  await tab.locator('main .table .trow').nth(5).waitFor();
+  // A step of the wheel, a page, and any place: handler, style and layout of each.
+  for (const [name, step] of [['a step', 100], ['a page', 800], ['anywhere', 0]]) {
+    print(`20,000 hits: scrolling, ${name}`, await tab.evaluate(async (by) => {
+      const table = document.querySelector('main .table');
+      const times = [];
+      for (let i = 1; i <= 300; ++i) {
+        await new Promise((resolve) => requestAnimationFrame(resolve));
+        const top = by ? i * by : (i * 104_729 * 13) % (table.scrollHeight - 1000);
+        const start = performance.now();
+        table.scrollTop = top;
+        table.dispatchEvent(new Event('scroll'));
+        table.lastElementChild.getBoundingClientRect();
+        times.push(performance.now() - start);
+      }
+      return times;
+    }, step), 'p95 4 ms');
+  }
+  for (const column of ['name', 'folder', 'size', 'date']) {
+    print(`20,000 hits: sorting by ${column}`, await tab.evaluate(async (word) => {
+      const times = [];
+      for (let i = 0; i < 12; ++i) {
+        await new Promise((resolve) => setTimeout(resolve, 30));
+        const start = performance.now();
+        document.querySelector(`[data-sort=${word}]`).click();
+        document.querySelector('main .table').getBoundingClientRect();
+        times.push(performance.now() - start);
+      }
+      return times;
+    }, column), '150 ms');
+  }
+  await tab.close();
+}
+
+// 70 folders of 70 files' worth of folders each, all large enough to be seen.
+function wideTree(doc) {
+  const top = doc.tree.n;
+  const c = Array.from({ length: 70 }, (_, i) => ({
+    n: `folder ${i}`, s: 70_000_000, f: 70, c: Array.from({ length: 70 }, (_, k) => ({ n: `inner ${i} ${k}`, s: 1_000_000, f: 1 })),
+  }));
+  return { ...doc, meta: { ...doc.meta, used: 4_900_000_000 }, tree: { n: top, s: 4_900_000_000, f: 4900, c }, files: [] };
+}
+
+async function map(browser, base) {
+  const tab = await browser.newPage({ viewport: { width: 1920, height: 1200 } });
+  await tab.route('**/api/result*', async (route) => {
+    const answer = await route.fetch();
+    await route.fulfill({ response: answer, json: wideTree(await answer.json()) });
+  });
+  await tab.route('**/api/dirs*', (route) => route.fulfill({ status: 500, json: { error: 'none' } }));
+  await tab.addInitScript(() => {
+    // How many tiles there are is what the pen is asked to fill.
+    window.filled = 0;
+    const { fillRect } = CanvasRenderingContext2D.prototype;
+    CanvasRenderingContext2D.prototype.fillRect = function (...args) {
+      ++window.filled;
+      return fillRect.apply(this, args);
+    };
+  });
+  await tab.goto(`${base}/#map`);
+  await tab.locator('.map .options [role=option]').first().waitFor({ state: 'attached' });
+  await tab.waitForTimeout(500);
+  const { layout, draw, painted, filled, tiles } = await tab.evaluate(async () => {
+    const root = document.querySelector('.map');
+    const canvas = root.querySelector('canvas');
+    const painted = [];
+    performance.clearMeasures();
+    for (let i = 0; i < 60; ++i) {
+      window.filled = 0;
+      root.style.marginBlockEnd = `${i % 2}px`;
+      await new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(resolve)));
+      const start = performance.now();
+      canvas.getContext('2d').getImageData(0, 0, 1, 1); // waits for what was drawn
+      painted.push(performance.now() - start);
+    }
+    const of = (name) => performance.getEntriesByName(name, 'measure').map((entry) => entry.duration);
+    return { layout: of('map-layout'), draw: of('map-draw'), painted, filled: window.filled, tiles: root.querySelectorAll('[role=option]').length };
+  });
+  console.log(`map: ${filled} areas filled, ${tiles} options`);
+  print('map: layout', layout.slice(5), '15 ms');
+  print('map: draw', draw.slice(5), 'p95 12 ms');
+  print('map: until it is painted, after that', painted.slice(5), '-');
+  print('map: hover', await tab.evaluate(async () => {
+    const options = document.querySelector('.map .options');
+    const box = options.getBoundingClientRect();
+    const times = [];
+    for (let i = 0; i < 600; ++i) {
+      if (i % 10 === 0) await new Promise((resolve) => requestAnimationFrame(resolve));
+      const at = { clientX: box.left + ((i * 7919) % box.width), clientY: box.top + ((i * 104_729) % box.height), bubbles: true };
+      const start = performance.now();
+      options.dispatchEvent(new PointerEvent('pointermove', at));
+      options.getBoundingClientRect();
+      times.push(performance.now() - start);
+    }
+    return times;
+  }), '1 ms');
+  await tab.close();
+}
+
+try {
+  const folder = scratch(here);
+  makeFiles(folder, Object.fromEntries(Array.from({ length: 400 }, (_, i) => [`folder ${i % 40}/file ${i}.bin`, (1 + i) * 2 ** 20])));
+  const server = await serve(here, []);
+  const browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server', '--enable-precise-memory-info'] });
+  ends.unshift(() => browser.close());
+  await firstUse(browser, server.base, 'nothing scanned');
+  await server.post('/api/scan', { path: `Z:${folder.replaceAll('/', '\\')}`, kind: 'folder', label: 'bench' });
+  await until(async () => (await server.json('/api/jobs')).body.every((job) => job.state === 'done'), 'the scan');
+  await firstUse(browser, server.base, 'one scan');
+  await hits(browser, server.base);
+  await map(browser, server.base);
+} finally {
+  for (const end of ends) await end();
+}
+process.exit(0);
