@@ -42,10 +42,12 @@ async function start(): Promise<void> {
     askForKey(false, () => void run());
     return;
   }
-  state.targets = await api<Targets>('/api/targets');
-  changed('targets');
-  checkElevation();
-  await poll();
+  const asked = api<Targets>('/api/targets').then((targets) => {
+    state.targets = targets;
+    changed('targets');
+    checkElevation();
+  });
+  await Promise.all([asked, poll()]);
   const last = state.jobs[state.jobs.length - 1];
   if (last && !state.started) state.view = last.id;
   // A start after a new key was asked for goes on where the reader was.
