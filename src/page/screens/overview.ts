@@ -57,11 +57,14 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
 function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
   const space = spaceOf(doc);
   if (space.size <= 0) return null;
-  const rows: [string, string, number][] = [
-    ['used', t('ovScanned'), space.used], ['other', t('ovOther'), space.other], ['binned', t('ovBinned'), space.binned],
-    ['freed', t('ovFreed'), space.freed], ['free', t('ovFree'), space.free],
+  // Files with holes or compressed ones free less than their size says: what went is told as it is, even
+  // where the bar has no room for it.
+  const rows: [string, string, number, number][] = [
+    ['used', t('ovScanned'), space.used, space.used], ['other', t('ovOther'), space.other, space.other],
+    ['binned', t('ovBinned'), space.binned, doc.meta.binned], ['freed', t('ovFreed'), space.freed, doc.meta.freed],
+    ['free', t('ovFree'), space.free, space.free],
   ];
-  const seen = rows.filter(([, , bytes]) => bytes > 0);
+  const seen = rows.filter(([, , , told]) => told > 0);
   const bar = el('div', { class: 'capacity', 'aria-hidden': 'true' }, seen.filter(([name]) => name !== 'free').map(([name, , bytes]) => {
     const part = el('span', { class: `${name} moves` });
     part.style.width = `${shareOf(bytes, space.size) * 100}%`;
@@ -69,7 +72,7 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
   }));
   return el('section', { class: 'panel stack' },
     el('div', { class: 'line' }, el('h2', {}, t('ovCapacity')), el('span', { class: 'muted push' }, t('freeOf', { free: size(space.free + space.freed), size: size(space.size) }))),
-    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, bytes]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(bytes))))),
+    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, , told]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(told))))),
     remote ? null : el('div', { class: 'actions' }, button(t('emptyBin'), openEmptyBin, { icon: 'broom' })));
 }
 

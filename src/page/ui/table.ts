@@ -156,16 +156,31 @@ export class Table<R> {
     const inView = Math.ceil(this.room / this.rowHeight) + 1;
     const first = Math.max(0, Math.min(Math.floor(this.root.scrollTop / this.rowHeight) - SPARE / 2, count - inView - SPARE));
     if (!refill && first === this.first) return;
+    const leap = Math.abs(first - this.first) > SPARE;
     this.first = first;
     const size = Math.min(count, inView + SPARE);
     if (this.pool.length !== size) refill = true; // which row an element shows depends on how many there are
     while (this.pool.length < size) this.pool.push(this.makeRow());
     while (this.pool.length > size) this.pool.pop()!.element.remove();
+    // After a leap all rows are other ones: those out of view can wait until it is painted.
+    const seen = Math.floor(this.root.scrollTop / this.rowHeight);
+    let waiting = false;
     for (let index = first; index < first + size; ++index) {
       const pooled = this.pool[index % size]!;
-      if (refill || pooled.index !== index) this.fillRow(pooled, index);
+      if (!refill && pooled.index === index) continue;
+      if (!refill && leap && (index < seen || index >= seen + inView)) waiting = true;
+      else this.fillRow(pooled, index);
     }
+    if (waiting) setTimeout(() => this.fillRest());
     this.pointAtActive();
+  }
+
+  private fillRest(): void {
+    const size = this.pool.length;
+    for (let index = this.first; index < this.first + size; ++index) {
+      const pooled = this.pool[index % size]!;
+      if (pooled.index !== index) this.fillRow(pooled, index);
+    }
   }
 
   private pooled(index: number): PooledRow | undefined {
