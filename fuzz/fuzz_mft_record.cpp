@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                     values.name.data() + name <= record.data() + size);
   if (!inside || name % 2 != 0 || name > 510 || values.size > 1ULL << 53U) std::abort();
   const std::wstring text = name == 0 ? L"" : kept(values.name);
-  const bool harmless = text.find_first_of(std::wstring_view(L"/\\\0", 3)) == text.npos;
+  const bool harmless = text.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring::npos;
   if (text.size() != name / 2 || !harmless || text == L"." || text == L"..") std::abort();
   const std::vector<std::uint8_t> before = bytes;
   if (!vorda::applyFixups(bytes.data(), size) && bytes != before) std::abort();

@@ -59,11 +59,10 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   // Held first and looked at then: what it is now it stays.
   const std::shared_ptr<void> held = machine.hold(folder);
   std::vector<std::wstring> names;
-  if (!folders.facts(folder).exists) {
-    result.error = "unreadable";
-  } else if (!liesWhereItSays(machine, folders, folder)) {
+  const bool there = folders.facts(folder).exists;
+  if (there && !liesWhereItSays(machine, folders, folder)) {
     result.error = "notAllowed";
-  } else if (!listNames(folders, folder, names)) {
+  } else if (!there || !listNames(folders, folder, names)) {
     result.error = "unreadable";
   }
   if (!result.error.empty()) return result;
