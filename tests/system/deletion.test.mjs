@@ -29,6 +29,7 @@ fs.symlinkSync('../drive_c/Program Files', `${prefix}/dosdevices/s:`); // a subs
 fs.mkdirSync(`${prefix}/dosdevices/unc/localhost`, { recursive: true });
 fs.symlinkSync('../../../drive_c', `${prefix}/dosdevices/unc/localhost/c$`);
 const logFile = `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log`;
+fs.rmSync(logFile, { force: true }); // of other tests in the prefix that was copied
 const log = () => fs.readFileSync(logFile, 'utf8').replaceAll(/^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(?= )/gm, 'AT');
 
 // Everything in the prefix but Wine's own bookkeeping, with size and time: a map by path.

@@ -99,8 +99,9 @@ test('a thousand silent connections: others are served, and all is given back', 
     await until(() => threadsOf(child) < 50, 'the threads to end');
     return { took, memory: memoryOf(child) };
   };
-  // Wine keeps some of the memory of ended threads for the next; what counts is that a second
-  // flood needs no more.
+  // Wine keeps some of the memory of ended threads for the next, and how much shows after a first
+  // flood or two; what counts is that a further one needs no more.
+  await flood();
   const [first, second] = [await flood(), await flood()];
   t.diagnostic(`answered in ${first.took} and ${second.took} ms; RSS ${first.memory} and ${second.memory} KiB afterwards`);
   assert.ok(Math.max(first.took, second.took) < 1000, 'answered within a second');
