@@ -2,9 +2,9 @@
 // it took; bench/duplicates.mjs compares that with another program.
 //
 // duplicates_win.exe FOLDER MIN
-#include "analysis/duplicates.h"
 #include "json/json_writer.h"
-#include "scan/walk.h"
+#include "scan/walk/walk.h"
+#include "search/duplicates.h"
 
 #include <windows.h>
 

@@ -2,10 +2,10 @@
 // turns; and what a search holds in memory that finds 500,000 of 1,000,000 files.
 //
 // finder_win.exe FOLDER [ROUNDS]
-#include "analysis/finder.h"
+#include "api/search_form.h"
 #include "base/text.h"
-#include "fileops/safety_rules.h"
-#include "scan/walk.h"
+#include "scan/walk/walk.h"
+#include "search/finder.h"
 
 #include <windows.h>
 
@@ -78,12 +78,11 @@ struct Finder {
     job->target = root;
     job->done = true;
     jobs.add(job);
-    HttpRequest request;
-    request.body = "ids=" + std::to_string(job->id) + "&" + fields;
-    startFinder(request, run, jobs, steps, deleteRefusal);
+    const FormFields form("ids=" + std::to_string(job->id) + "&" + fields);
+    run.start(finderWork(parseFinderRequest(form), jobs, steps));
     while (run.running()) Sleep(1);
     jobs.remove(job->id);
-    return std::string(finderStatus(run).payload());
+    return *run.status().document;
   }
 
   ScanSteps steps;

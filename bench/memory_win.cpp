@@ -1,8 +1,8 @@
 // What a large scan result costs in the program as it is shipped: seconds to sum it and
 // to write its document, and memory per folder and per kept file, at two sizes.
-#include "analysis/size_tree.h"
 #include "report/result_document.h"
 #include "synthetic.h"
+#include "tree/size_tree.h"
 
 #include <windows.h>
 
@@ -43,7 +43,7 @@ void measure(std::uint32_t folders, std::uint32_t files) {
   const double withFolders = memory().now;
   bench::fillFiles(job.result, files);
   const double withFiles = memory().now;
-  const double summing = secondsOf([&job] { SumTree(job.result.folders, job.progress); });
+  const double summing = secondsOf([&job] { sumTree(job.result.folders, job.progress); });
   const double peakSummed = memory().peak;
   const double writing =
       secondsOf([&job] { buildResultDocument(job, kDocumentOptions, 1'800'000'000'000ULL); });

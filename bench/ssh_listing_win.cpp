@@ -1,7 +1,7 @@
 // Builds a scan result from a listing in a file, as it comes from the other end of an ssh:
 // seconds, and memory per file, the kept ones with a filter that keeps all included.
 // ssh_listing_win.exe ROOT FILE
-#include "scan/ssh_scan.h"
+#include "scan/ssh/ssh_scan.h"
 
 #include <windows.h>
 
@@ -48,7 +48,7 @@ void measure(const wchar_t* root, const wchar_t* name, std::uint64_t keptFrom) {
   options.fileListThreshold = keptFrom;
   ScanProgress progress;
   ScanResult result;
-  RemoteFacts facts;
+  SshFacts facts;
   const auto before = static_cast<double>(memory().WorkingSetSize);
   const auto began = std::chrono::steady_clock::now();
   if (!sshScan(start, progress, options, Secret(), result, facts)) return;

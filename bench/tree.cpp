@@ -1,10 +1,10 @@
 // Summing, writing and sorting at the size of a large machine: five million folders, a
 // million kept files. Every run also prints what one folder or file costs, at two sizes,
 // so that growth beyond linear is seen.
-#include "analysis/size_tree.h"
 #include "report/csv_report.h"
 #include "report/result_document.h"
 #include "synthetic.h"
+#include "tree/size_tree.h"
 
 #include <benchmark/benchmark.h>
 
@@ -32,7 +32,7 @@ void sumTree(benchmark::State& state) {
   FolderTable folders = realisticTree(static_cast<std::uint32_t>(state.range(0)));
   for (auto _ : state) {
     ScanProgress progress;
-    SumTree(folders, progress);
+    sumTree(folders, progress);
     benchmark::DoNotOptimize(folders[0].totalBytes);
   }
   const auto deepest = std::max_element(folders.begin(), folders.end(),
@@ -46,7 +46,7 @@ void sumTreeWithChain(benchmark::State& state) {
   FolderTable folders = treeWithChain(static_cast<std::uint32_t>(state.range(0)));
   for (auto _ : state) {
     ScanProgress progress;
-    SumTree(folders, progress);
+    sumTree(folders, progress);
     benchmark::DoNotOptimize(folders[0].totalBytes);
   }
   perItem(state, folders.size());
@@ -61,7 +61,7 @@ Job& jobOf(std::uint32_t folders, std::uint32_t files) {
     job->origin = "local";
     job->result.rootPath = L"C:\\";
     job->result.folders = realisticTree(folders);
-    SumTree(job->result.folders, job->progress);
+    sumTree(job->result.folders, job->progress);
     fillFiles(job->result, files);
   }
   return *job;

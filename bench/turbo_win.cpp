@@ -3,10 +3,10 @@
 // medians and ratios are what counts.
 //
 // turbo_win.exe LETTER ROUNDS | turbo_win.exe LETTER memory
-#include "analysis/size_tree.h"
 #include "report/result_document.h"
-#include "scan/mft_extents.h"
-#include "scan/mft_reader.h"
+#include "scan/turbo/table_extents.h"
+#include "scan/turbo/turbo_scan.h"
+#include "tree/size_tree.h"
 
 #include <windows.h>
 
@@ -110,7 +110,7 @@ ScanSteps steps(const OpenVolume& open) {
   };
   steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
   steps.finish = [](Job& job) {
-    SumTree(job.result.folders, job.progress);
+    sumTree(job.result.folders, job.progress);
     buildResultDocument(job, kDocumentOptions, 1'800'000'000'000ULL);
   };
   return steps;

@@ -4,7 +4,7 @@
 //
 // walk_win.exe FOLDER [ROUNDS]
 #include "base/text.h"
-#include "scan/walk.h"
+#include "scan/walk/walk.h"
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 // A form-encoded body. Re-encoding what was read must read the same again.
-#include "json/form_fields.h"
+#include "http/form_fields.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // Attribute lists: the pieces come out in order, and never more than the list has room for.
-#include "scan/mft_attribute_list.h"
+#include "scan/turbo/attribute_list.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // Boot sectors: a layout that is accepted is one that can be counted with.
-#include "scan/mft_boot.h"
+#include "scan/turbo/boot_sector.h"
 
 #include <bit>
 #include <cstdlib>

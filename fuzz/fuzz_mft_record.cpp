@@ -1,7 +1,7 @@
 // Records behind their fixups: whatever is in them, what is read of them lies inside. The
 // protection is put on and taken off again on the way.
-#include "scan/mft_record.h"
-#include "scan/mft_table.h"
+#include "scan/turbo/file_record.h"
+#include "scan/turbo/record_table.h"
 
 #include <cstdlib>
 #include <vector>

@@ -1,5 +1,5 @@
 // Run lists on a volume of as many clusters as the first bytes say: no run leaves it.
-#include "scan/mft_runs.h"
+#include "scan/turbo/run_list.h"
 
 #include <cstdlib>
 

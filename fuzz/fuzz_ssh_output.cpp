@@ -1,6 +1,6 @@
 // What another machine prints, and in the first byte the size of the pieces it comes in. Pieces
 // change nothing, and what was listed adds up.
-#include "scan/ssh_output.h"
+#include "scan/ssh/ssh_output.h"
 
 #include <array>
 #include <cstdlib>
@@ -19,7 +19,7 @@ std::array<std::uint64_t, 6> listed(std::string_view bytes, std::size_t step) {
   options.fileListThreshold = 0;
   ScanProgress progress;
   ScanResult result;
-  RemoteTree tree("/d", options, result);
+  ListingTree tree("/d", options, result);
   SshOutput output(tree, result, progress);
   for (; !bytes.empty(); bytes.remove_prefix(std::min(step, bytes.size()))) {
     output.feed(bytes.substr(0, step));

@@ -1,7 +1,7 @@
 #include "app/askpass_win.h"
 
 #include "base/text.h"
-#include "scan/ssh_start.h"
+#include "scan/ssh/ssh_start.h"
 
 #include <windows.h>
 

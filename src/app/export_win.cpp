@@ -1,9 +1,9 @@
 #include "app/export_win.h"
 
+#include "app/scan_run.h"
 #include "app/scan_steps_win.h"
 #include "app/std_output_win.h"
 #include "base/text.h"
-#include "cli/scan_run.h"
 #include "win/safe_file.h"
 
 namespace vorda {

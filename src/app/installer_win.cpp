@@ -25,7 +25,7 @@ int report(const StepOutcome& outcome) {
 }
 
 bool fileExists(const std::wstring& path) {
-  return GetFileAttributesW(LongPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+  return GetFileAttributesW(systemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The entry point: reads the command line, picks one mode, runs it and returns its exit
 // code. Here the parts are put together; nothing else makes them.
+#include "api/gate.h"
 #include "app/askpass_win.h"
 #include "app/check_update_win.h"
 #include "app/command_line.h"
@@ -12,7 +13,6 @@
 #include "app/stop_instances_win.h"
 #include "base/text.h"
 #include "fileops/deletion_log_win.h"
-#include "http/gate.h"
 #include "maker.h"
 #include "update/check_for_update_win.h"
 #include "win/command_line.h"

@@ -1,11 +1,11 @@
 #include "app/scan_steps_win.h"
 
-#include "analysis/size_tree.h"
 #include "base/time.h"
 #include "report/result_document.h"
-#include "scan/mft_reader.h"
-#include "scan/ssh_scan.h"
-#include "scan/walk.h"
+#include "scan/ssh/ssh_scan.h"
+#include "scan/turbo/turbo_scan.h"
+#include "scan/walk/walk.h"
+#include "tree/size_tree.h"
 
 namespace vorda {
 
@@ -18,13 +18,13 @@ ScanSteps makeScanSteps(FolderSource& folders) {
   steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
     return walk(folders, progress, options, result);
   };
-  steps.remote = [start = systemSsh()](ScanProgress& progress, const ScanOptions& options,
-                                       Secret password, ScanResult& result, RemoteFacts& facts) {
+  steps.ssh = [start = systemSsh()](ScanProgress& progress, const ScanOptions& options,
+                                    Secret password, ScanResult& result, SshFacts& facts) {
     return sshScan(start, progress, options, std::move(password), result, facts);
   };
   steps.driveFigures = driveFigures;
   steps.finish = [](Job& job) {
-    SumTree(job.result.folders, job.progress);
+    sumTree(job.result.folders, job.progress);
     buildResultDocument(job, kDocumentOptions, nowUnixMs());
   };
   return steps;

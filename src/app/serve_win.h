@@ -1,8 +1,8 @@
 // The modes that serve the page or a remote browser, and the key they ask for.
 #pragma once
 
+#include "api/app_state.h"
 #include "app/command_line.h"
-#include "http/app_state.h"
 
 namespace vorda {
 

@@ -1,7 +1,7 @@
 #include "app/session_actions_win.h"
 
-#include "base/detached_thread.h"
 #include "app/relaunch_win.h"
+#include "base/detached_thread.h"
 #include "win/elevation.h"
 #include "win/program_path.h"
 #include "win/read_file.h"

@@ -1,7 +1,7 @@
 // What the session endpoints do to this machine.
 #pragma once
 
-#include "http/app_state.h"
+#include "api/app_state.h"
 
 namespace vorda {
 

@@ -14,7 +14,7 @@ constexpr std::wstring_view kLiteralSharePrefix = L"\\\\?\\UNC\\";
 
 bool isDriveLetterPath(std::wstring_view path) { return path.size() >= 2 && path[1] == L':'; }
 
-std::wstring LongPath(std::wstring_view path) {
+std::wstring systemPath(std::wstring_view path) {
   return path.size() < kLongPathLength ? std::wstring(path) : literalPath(path);
 }
 
@@ -68,6 +68,21 @@ std::vector<std::wstring_view> pathComponents(std::wstring_view path, bool (*sep
     from = to + 1;
   }
   return parts;
+}
+
+std::wstring parentOf(const std::wstring& path) {
+  const std::size_t end = path.find_last_of(L"\\/");
+  if (end == std::wstring::npos || path.size() <= 3) return {};
+  if (isDriveLetterPath(path)) return path.substr(0, std::max<std::size_t>(end, 3));
+  // Server and share are one place; nothing lies between them.
+  return pathComponents(path).size() <= 2 ? std::wstring() : path.substr(0, end);
+}
+
+std::wstring normaliseRoot(std::wstring_view root) {
+  while (root.size() > 3 && isSeparator(root.back())) root.remove_suffix(1);
+  std::wstring out(root);
+  if (out.size() == 2 && out[1] == L':') out.push_back(L'\\');
+  return out;
 }
 
 bool isRemotePath(std::wstring_view path) {

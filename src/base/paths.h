@@ -15,9 +15,9 @@ bool isDriveLetterPath(std::wstring_view path);
 // The path to hand to the system: one of 240 characters or more gets "\\?\" in front
 // ("\\?\UNC\" in place of the two backslashes of a share); a shorter one, and one that
 // has the prefix already, stays as it is. The path must be absolute to be lengthened.
-std::wstring LongPath(std::wstring_view path);
+std::wstring systemPath(std::wstring_view path);
 
-// LongPath, but with the prefix at any length: for paths that the system would
+// systemPath, but with the prefix at any length: for paths that the system would
 // otherwise read as another one, since it drops trailing dots and blanks of names.
 std::wstring literalPath(std::wstring_view path);
 
@@ -38,6 +38,12 @@ void appendName(std::wstring& path, std::wstring_view name, wchar_t separator);
 // said. The views point into path.
 std::vector<std::wstring_view> pathComponents(std::wstring_view path,
                                               bool (*separates)(wchar_t) = isSeparator);
+
+// The folder above, or an empty text above a drive, a share or a distribution.
+std::wstring parentOf(const std::wstring& path);
+
+// A root as it is scanned: without trailing separators, "X:" as "X:\".
+std::wstring normaliseRoot(std::wstring_view root);
 
 // Whether a path is one of another machine: those of this one do not begin with a lone "/".
 bool isRemotePath(std::wstring_view path);

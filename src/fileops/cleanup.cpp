@@ -4,7 +4,7 @@
 #include "base/text.h"
 #include "fileops/deletion_log.h"
 #include "fileops/path_judge.h"
-#include "fileops/safety_rules.h"
+#include "rules/safety_rules.h"
 
 #include <algorithm>
 #include <array>

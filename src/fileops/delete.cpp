@@ -1,6 +1,5 @@
 #include "fileops/delete.h"
 
-#include "analysis/live_listing.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/deletion_log.h"

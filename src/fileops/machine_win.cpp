@@ -37,7 +37,7 @@ template <typename Work> void onShellThread(Work work) {
 }
 
 FileHandle openAttributes(const std::wstring& path, DWORD flags) {
-  return FileHandle(CreateFileW(LongPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+  return FileHandle(CreateFileW(systemPath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr));
 }
 
@@ -115,9 +115,10 @@ public:
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
     // Without leave to delete it, others can neither rename nor remove it.
-    FileHandle handle(CreateFileW(
-        LongPath(folder).c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    FileHandle handle(CreateFileW(systemPath(folder).c_str(), FILE_LIST_DIRECTORY,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
+                                  nullptr));
     if (!handle.valid()) return nullptr;
     return std::make_shared<FileHandle>(std::move(handle));
   }

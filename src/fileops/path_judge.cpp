@@ -1,9 +1,8 @@
 #include "fileops/path_judge.h"
 
-#include "analysis/live_listing.h"
 #include "base/paths.h"
 #include "base/text.h"
-#include "fileops/safety_rules.h"
+#include "rules/safety_rules.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #include "fileops/recycle_bin.h"
 
-#include "analysis/size_tree.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "tree/size_tree.h"
 
 namespace vorda {
 
@@ -53,7 +53,7 @@ std::optional<std::uint64_t> BinsOfDrives::bringUpToDate(TreeUpdate& update,
   const auto at = bins_.find(lowerUnit(result.rootPath[0]));
   if (at == bins_.end() || !at->second.known) return std::nullopt;
   const Bin& bin = at->second;
-  if (!FindFolder(result.folders, result.rootPath, bin.folder)) return std::nullopt;
+  if (!findFolder(result.folders, result.rootPath, bin.folder)) return std::nullopt;
   return update.replaceFolder(bin.folder, bin.after, bin.before.types);
 }
 

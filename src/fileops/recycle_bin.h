@@ -1,9 +1,9 @@
 // The recycle bins of this machine, and what scans know of them.
 #pragma once
 
-#include "analysis/tree_update.h"
 #include "fileops/machine.h"
 #include "fileops/measure.h"
+#include "tree/tree_update.h"
 
 #include <cstdint>
 #include <map>

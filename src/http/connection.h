@@ -2,7 +2,7 @@
 // behind an interface, so that every way bytes can arrive is tried in a test.
 #pragma once
 
-#include "base/http_message.h"
+#include "http/message.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,7 +1,7 @@
 #include "http/message_parser.h"
 
 #include "base/text.h"
-#include "json/form_fields.h"
+#include "http/form_fields.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,7 +1,7 @@
 // The bytes of a request's head to values, and an answer's head to bytes.
 #pragma once
 
-#include "base/http_message.h"
+#include "http/message.h"
 
 #include <cstdint>
 #include <optional>

@@ -5,7 +5,7 @@
 // seldom a new thread, and silent connections hold up nobody but their own thread.
 #pragma once
 
-#include "base/http_message.h"
+#include "http/message.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "report/csv_report.h"
 
-#include "analysis/advice.h"
-#include "analysis/types.h"
 #include "base/text.h"
+#include "tree/advice.h"
+#include "tree/types.h"
 
 namespace vorda {
 
@@ -32,7 +32,7 @@ void appendTypes(std::string& out, const ScanResult& result) {
 
 void appendAdvice(std::string& out, const ScanResult& result, std::uint64_t nowMs) {
   out.append("finding,level,bytes,paths").append(kLineEnd);
-  for (const Finding& finding : BuildAdvice(result, nowMs)) {
+  for (const Finding& finding : buildAdvice(result, nowMs)) {
     std::string paths;
     for (const FindingItem& item : finding.items) {
       if (!paths.empty()) paths.append(" | ");

@@ -1,11 +1,11 @@
 #include "report/result_document.h"
 
-#include "analysis/advice.h"
-#include "analysis/file_list.h"
-#include "analysis/types.h"
 #include "base/text.h"
-#include "fileops/safety_rules.h"
 #include "json/json_writer.h"
+#include "rules/safety_rules.h"
+#include "tree/advice.h"
+#include "tree/file_list.h"
+#include "tree/types.h"
 
 #include <algorithm>
 #include <numeric>
@@ -101,12 +101,12 @@ const std::string& buildResultDocument(Job& job, const TreeOptions& options, std
   if (result.folders.empty()) {
     json.null();
   } else {
-    WriteTreeNode(result.folders, result.rootPath, options, json, 0, 0);
+    writeTreeNode(result.folders, result.rootPath, options, json, 0, 0);
   }
   writeTypes(json, result, limitOf(options.maxTypes));
   writeFiles(json, result, limitOf(options.maxFiles));
   json.open("advice", '[');
-  for (const Finding& finding : BuildAdvice(result, nowMs)) writeFinding(json, finding);
+  for (const Finding& finding : buildAdvice(result, nowMs)) writeFinding(json, finding);
   json.close(']');
   json.close('}');
   job.document = std::make_shared<const std::string>(json.take());

@@ -2,8 +2,8 @@
 // again after every change to it; readers take the text the job keeps.
 #pragma once
 
-#include "analysis/size_tree.h"
 #include "scan/job.h"
+#include "tree/size_tree.h"
 
 #include <string>
 

@@ -20,7 +20,7 @@ class SystemReader final : public FolderReader {
 public:
   bool open(const std::wstring& folder, bool literal) override {
     pattern_ = joinPath(folder, L"*");
-    pattern_ = literal ? literalPath(pattern_) : LongPath(pattern_);
+    pattern_ = literal ? literalPath(pattern_) : systemPath(pattern_);
     find_.reset(FindFirstFileExW(pattern_.c_str(), FindExInfoBasic, &data_, FindExSearchNameMatch,
                                  nullptr, FIND_FIRST_EX_LARGE_FETCH));
     fresh_ = true;
@@ -64,7 +64,7 @@ public:
   PathFacts facts(const std::wstring& path) override {
     PathFacts facts;
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (GetFileAttributesExW(LongPath(path).c_str(), GetFileExInfoStandard, &data) == FALSE) {
+    if (GetFileAttributesExW(systemPath(path).c_str(), GetFileExInfoStandard, &data) == FALSE) {
       return facts;
     }
     facts.exists = true;

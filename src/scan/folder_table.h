@@ -1,6 +1,6 @@
 // The folders of one scan: a flat table, index 0 being the scanned root.
 //
-// A scan method fills parent, name and the own figures; SumTree (analysis) fills the
+// A scan method fills parent, name and the own figures; sumTree (analysis) fills the
 // rest and leaves a forest: every parent link then leads to a root in finitely many
 // steps. The table belongs to its scan result, under the job's lock once the job is
 // done.
@@ -30,7 +30,7 @@ struct FolderEntry {
 using FolderTable = std::vector<FolderEntry>;
 
 // The full path of a folder: the names from its uppermost ancestor down, joined with
-// the separator. Empty for an index outside the table. Only after SumTree.
+// the separator. Empty for an index outside the table. Only after sumTree.
 std::wstring folderPath(const FolderTable& folders, std::uint32_t index, wchar_t separator);
 
 } // namespace vorda

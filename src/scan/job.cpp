@@ -11,11 +11,10 @@ bool run(const ScanMethod& method, ScanProgress& progress, const ScanOptions& op
   return method && method(progress, options, result);
 }
 
-bool scanRemote(Job& job, const ScanSteps& steps, const ScanOptions& options) {
-  RemoteFacts facts;
+bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
+  SshFacts facts;
   // Moved, so that the job no longer has it while the scan runs.
-  if (!steps.remote ||
-      !steps.remote(job.progress, options, std::move(job.password), job.result, facts)) {
+  if (!steps.ssh || !steps.ssh(job.progress, options, std::move(job.password), job.result, facts)) {
     return false;
   }
   job.origin = facts.host;
@@ -26,14 +25,13 @@ bool scanRemote(Job& job, const ScanSteps& steps, const ScanOptions& options) {
 // Scans, sums and builds the document; false when the scan failed.
 bool scanAndFinish(Job& job, const ScanSteps& steps) {
   const ScanOptions options = optionsOf(job);
-  const bool remote = job.kind == "ssh";
-  if (!(remote ? scanRemote(job, steps, options)
-               : readLocal(steps, job.progress, options, job.result))) {
+  const bool ssh = job.kind == "ssh";
+  if (!(ssh ? scanSsh(job, steps, options) : readLocal(steps, job.progress, options, job.result))) {
     return false;
   }
   if (job.origin.empty()) job.origin = "local";
   // A host's name may be one letter long.
-  if (!remote && isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
+  if (!ssh && isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
   steps.finish(job);
   return true;
 }

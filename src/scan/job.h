@@ -9,7 +9,6 @@
 #include "base/secret.h"
 #include "scan/progress.h"
 #include "scan/scan_result.h"
-#include "scan/ssh_scan.h"
 #include "scan/targets.h"
 
 #include <atomic>
@@ -49,8 +48,8 @@ struct Job {
 };
 
 using ScanMethod = std::function<bool(ScanProgress&, const ScanOptions&, ScanResult&)>;
-using RemoteMethod = std::function<bool(ScanProgress&, const ScanOptions&, Secret password,
-                                        ScanResult&, RemoteFacts&)>;
+using SshMethod =
+    std::function<bool(ScanProgress&, const ScanOptions&, Secret password, ScanResult&, SshFacts&)>;
 
 // What a job's thread calls, put together by the entry point. A method that is not there
 // counts as one that failed.
@@ -58,7 +57,7 @@ struct ScanSteps {
   std::function<TurboVerdict(const std::wstring&)> turboAllowed;
   ScanMethod turbo;
   ScanMethod walk;
-  RemoteMethod remote;
+  SshMethod ssh;
   std::function<DriveFigures(const std::wstring&)> driveFigures;
   std::function<void(Job&)> finish; // sums the tree and builds the result document
 };

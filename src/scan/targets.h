@@ -33,6 +33,12 @@ struct DriveFigures {
   std::wstring label;
 };
 
+// What a Linux host says of itself.
+struct SshFacts {
+  std::string host; // account and host, UTF-8
+  DriveFigures drive;
+};
+
 // The figures of the drive that a drive-letter path lies on; zeroes and an empty label
 // for what the system does not tell, and for any other path.
 DriveFigures driveFigures(const std::wstring& path);

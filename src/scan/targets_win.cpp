@@ -2,7 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
-#include "scan/volume_win.h"
+#include "win/raw_volume.h"
 
 #include <windows.h>
 

@@ -18,7 +18,7 @@ TypeKey::TypeKey(std::wstring_view fileName) {
   std::transform(key.begin(), key.end(), units_.begin(), lowerUnit);
 }
 
-std::wstring TypeKeyOf(std::wstring_view fileName) {
+std::wstring typeKeyOf(std::wstring_view fileName) {
   return std::wstring(TypeKey(fileName).view());
 }
 

@@ -38,7 +38,7 @@ private:
   std::size_t length_;
 };
 
-std::wstring TypeKeyOf(std::wstring_view fileName);
+std::wstring typeKeyOf(std::wstring_view fileName);
 
 void addToType(TypeTotals& totals, std::wstring_view fileName, std::uint64_t bytes);
 void mergeTypes(TypeTotals& into, const TypeTotals& from);

@@ -1,23 +1,8 @@
 #include "update/update_report.h"
 
-#include "json/json_writer.h"
 #include "update/version_text.h"
 
 namespace vorda {
-
-HttpResponse updateDocument(const UpdateSource& source) {
-  const UpdateAnswer found = source.check();
-  JsonWriter json;
-  json.open('{');
-  json.boolean("ok", found.ok);
-  json.string("current", source.current);
-  json.string("latest", found.latest);
-  json.boolean("newer", found.ok && isNewer(found.latest, source.current));
-  json.string("url", source.downloadPage);
-  if (!found.ok) json.string("error", found.error);
-  json.close('}');
-  return answer(found.ok ? 200 : 502, json.take());
-}
 
 UpdateReport updateReport(const UpdateSource& source) {
   const UpdateAnswer found = source.check();

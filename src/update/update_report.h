@@ -1,7 +1,6 @@
-// The outcome of an update check, for the page and for the command line.
+// How an update is checked for, and the outcome as the command line tells it.
 #pragma once
 
-#include "base/http_message.h"
 #include "update/update_answer.h"
 
 #include <functional>
@@ -15,9 +14,6 @@ struct UpdateSource {
   std::string downloadPage;            // where people get a newer one
   std::function<UpdateAnswer()> check; // takes as long as the network does, within bounds
 };
-
-// POST /api/update: 200 with what the web site says, 502 with the word of the failure.
-HttpResponse updateDocument(const UpdateSource& source);
 
 struct UpdateReport {
   int exitCode = 0; // 0 up to date, 3 newer, 1 failed

@@ -25,7 +25,7 @@ std::wstring fullPath(const std::wstring& path) {
 
 std::wstring resolvedPath(const std::wstring& path) {
   const std::wstring full = fullPath(path);
-  const FileHandle file(CreateFileW(LongPath(full).c_str(), 0,
+  const FileHandle file(CreateFileW(systemPath(full).c_str(), 0,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   std::vector<wchar_t> buffer(kLongestPath);

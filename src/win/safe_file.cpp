@@ -34,7 +34,7 @@ DWORD writeAll(const FileHandle& file, std::string_view bytes) {
 
 std::wstring writeFileSafely(const std::wstring& name, std::string_view bytes) {
   const std::wstring full = fullPath(name);
-  const std::wstring target = LongPath(full);
+  const std::wstring target = systemPath(full);
   const DWORD attributes = GetFileAttributesW(target.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     return L"that is a folder; give a file name";
@@ -45,7 +45,7 @@ std::wstring writeFileSafely(const std::wstring& name, std::string_view bytes) {
   FileHandle file;
   DWORD error = ERROR_FILE_EXISTS;
   for (unsigned attempt = 0; attempt < kNameAttempts && error == ERROR_FILE_EXISTS; ++attempt) {
-    temporary = LongPath(stem + std::to_wstring(ticks + attempt) + L".tmp");
+    temporary = systemPath(stem + std::to_wstring(ticks + attempt) + L".tmp");
     file.reset(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                            FILE_ATTRIBUTE_NORMAL, nullptr));
     error = file.valid() ? ERROR_SUCCESS : GetLastError();

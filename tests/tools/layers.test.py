@@ -26,6 +26,7 @@ class Layers(unittest.TestCase):
         "src/win/file.h": "#include <winsock2.h>\n",
         "src/json/writer.h": '#include "base/text.h"\n',
         "src/scan/tree.h": "",
+        "src/scan/walk/walk.h": '#include "scan/tree.h"\n',
         "src/http/server.h": "",
         "tests/unit/helpers.h": "",
         "tests/unit/support/table.h": '#include "support/rows.h"\n',
@@ -34,7 +35,7 @@ class Layers(unittest.TestCase):
 
     accepted = {
         "src/win/file.cpp": '#include <windows.h>\n#include "base/text.h"\n',
-        "src/base/handle_win.cpp": '#include "base/handle_win.h"\n#include "win/file.h"\n',
+        "src/scan/handle_win.cpp": '#include "base/handle_win.h"\n#include "win/file.h"\n',
         "src/base/tables_native.cpp": '#include <sys/stat.h>\n#include "base/tables_native.h"\n',
         "src/scan/walk.cpp": '#include "json/writer.h"\n#include "tree.h"\n#include <vector>\n',
         "src/app/main_win.cpp": '#include "http/server.h"\n#include "maker.h"\n',
@@ -61,6 +62,9 @@ class Layers(unittest.TestCase):
         "Windows in native": ("src/base/more_native.cpp", '#include "win/file.h"'),
         "upwards": ("src/json/more.cpp", '#include "scan/tree.h"'),
         "upwards from win": ("src/win/more.cpp", '#include "json/writer.h"'),
+        "upwards within scan": ("src/scan/more.cpp", '#include "scan/walk/walk.h"'),
+        "sideways": ("src/json/more_win.cpp", '#include "win/file.h"'),
+        "sideways within scan": ("src/scan/turbo/more.cpp", '#include "scan/walk/walk.h"'),
         "upwards by a relative path": ("src/base/more.h", '#include "../http/server.h"'),
         "a macro": ("src/scan/walk.cpp", "#define H <windows.h>\n#include H"),
         "a folder without rank": ("src/misc/more.cpp", "#include <vector>"),

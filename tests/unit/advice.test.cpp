@@ -1,6 +1,6 @@
-#include "analysis/advice.h"
 #include "base/text.h"
 #include "support/table.h"
+#include "tree/advice.h"
 
 #include <doctest/doctest.h>
 
@@ -14,7 +14,7 @@ constexpr std::uint64_t kGiB = 1ULL << 30;
 constexpr std::uint64_t kNow = 1'800'000'000'000ULL;
 constexpr std::uint64_t kYear = 31'536'000'000ULL;
 
-std::vector<Finding> advice(TableBuilder& builder) { return BuildAdvice(builder.summed(), kNow); }
+std::vector<Finding> advice(TableBuilder& builder) { return buildAdvice(builder.summed(), kNow); }
 
 // "code level bytes count fileCount target" of each finding, and its items.
 std::string told(TableBuilder& builder) {
@@ -186,5 +186,5 @@ TEST_CASE("unreadable folders are told last, from 51 on") {
   REQUIRE(findings.size() == 2);
   CHECK(findings[1].code == "denied");
   CHECK(findings[1].count == 51);
-  CHECK(BuildAdvice(ScanResult{}, kNow).empty());
+  CHECK(buildAdvice(ScanResult{}, kNow).empty());
 }

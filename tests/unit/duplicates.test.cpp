@@ -1,4 +1,4 @@
-#include "analysis/duplicates.h"
+#include "search/duplicates.h"
 #include "support/cases.h"
 #include "support/memory_contents.h"
 

@@ -1,4 +1,4 @@
-#include "analysis/verification.h"
+#include "search/verification.h"
 #include "support/cases.h"
 #include "support/runs.h"
 

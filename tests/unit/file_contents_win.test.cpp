@@ -1,5 +1,5 @@
-#include "analysis/file_contents.h"
 #include "base/paths.h"
+#include "search/file_contents.h"
 #include "win/file_handle.h"
 
 #include <doctest/doctest.h>

@@ -254,7 +254,7 @@ TEST_CASE("a bin that takes a part, and has no folder of the user's yet") {
   CHECK(app.told("POST", "/api/delete", "job=1&p=C:%5Cp").find(R"("freed":25,"binned":75,)") !=
         std::string::npos);
   const FolderTable& folders = job->result.folders;
-  const auto bin = FindFolder(folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1");
+  const auto bin = findFolder(folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1");
   REQUIRE(bin);
   CHECK(folders[*bin].totalBytes == 75);
   CHECK(folders[*bin].totalFiles == 3); // of 4

@@ -1,5 +1,5 @@
-#include "analysis/best_hits.h"
-#include "analysis/finder.h"
+#include "search/best_hits.h"
+#include "search/finder.h"
 #include "support/cases.h"
 #include "support/runs.h"
 

@@ -1,4 +1,4 @@
-#include "analysis/live_listing.h"
+#include "api/listing_api.h"
 #include "base/natural_order.h"
 #include "support/app.h"
 

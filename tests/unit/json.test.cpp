@@ -1,4 +1,4 @@
-#include "json/form_fields.h"
+#include "http/form_fields.h"
 #include "json/json_writer.h"
 #include "json/size_text.h"
 

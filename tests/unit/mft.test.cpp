@@ -1,9 +1,9 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "scan/job.h"
-#include "scan/mft_boot.h"
-#include "scan/mft_extents.h"
-#include "scan/mft_reader.h"
+#include "scan/turbo/boot_sector.h"
+#include "scan/turbo/table_extents.h"
+#include "scan/turbo/turbo_scan.h"
 
 #include "support/app.h"
 #include "support/cases.h"
@@ -43,7 +43,7 @@ Reading reading(const OpenVolume& open, ScanProgress& progress) {
   Reading one;
   one.ok = readMft(open, progress, options, one.result);
   one.failure = progress.texts().failure;
-  if (one.ok) SumTree(one.result.folders, progress);
+  if (one.ok) sumTree(one.result.folders, progress);
   return one;
 }
 
@@ -183,7 +183,7 @@ TEST_CASE("a file 4,096 steps from the root is reached, and one beyond is an orp
   CHECK(std::count_if(lines.begin(), lines.end(), [](const std::wstring& line) {
           return line.size() > 8000 && line.ends_with(L"reached 40");
         }) == 1);
-  CHECK(FindFolder(read.result.folders, L"d:\\", L"d:\\$Orphans\\deep"));
+  CHECK(findFolder(read.result.folders, L"d:\\", L"d:\\$Orphans\\deep"));
 }
 
 TEST_CASE("a search is handed its files, without those of the folders it leaves out") {

@@ -1,5 +1,5 @@
+#include "app/scan_run.h"
 #include "base/text.h"
-#include "cli/scan_run.h"
 #include "report/csv_report.h"
 #include "report/result_document.h"
 #include "support/table.h"

@@ -1,6 +1,6 @@
 #include "base/text.h"
 #include "fileops/measure.h"
-#include "fileops/safety_rules.h"
+#include "rules/safety_rules.h"
 #include "support/memory_folders.h"
 #include "support/rows.h"
 

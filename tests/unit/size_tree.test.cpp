@@ -1,5 +1,5 @@
-#include "analysis/size_tree.h"
 #include "support/table.h"
+#include "tree/size_tree.h"
 
 #include <doctest/doctest.h>
 
@@ -16,13 +16,13 @@ constexpr std::uint64_t kMiB = 1ULL << 20;
 
 int sum(FolderTable& folders) {
   ScanProgress progress;
-  SumTree(folders, progress);
+  sumTree(folders, progress);
   return progress.phase;
 }
 
 std::string node(const ScanResult& result, TreeOptions options = {}) {
   JsonWriter json;
-  WriteTreeNode(result.folders, result.rootPath, options, json, 0, 0);
+  writeTreeNode(result.folders, result.rootPath, options, json, 0, 0);
   return json.take();
 }
 
@@ -161,7 +161,7 @@ TEST_CASE("folders are found by path") {
   const std::uint32_t deep = builder.folder(L"\u00C9t\u00E9\\x");
   const ScanResult& result = builder.summed();
   const auto find = [&result](const wchar_t* path) {
-    return FindFolder(result.folders, result.rootPath, path);
+    return findFolder(result.folders, result.rootPath, path);
   };
   CHECK(find(L"c:\\data\\") == 0U);
   CHECK(find(L"D:/DATA") == std::nullopt);
@@ -172,9 +172,9 @@ TEST_CASE("folders are found by path") {
   TableBuilder drive(L"C:\\");
   drive.folder(L"a");
   const ScanResult& whole = drive.summed();
-  CHECK(FindFolder(whole.folders, whole.rootPath, L"c:") == 0U);
-  CHECK(FindFolder(whole.folders, whole.rootPath, L"C:\\A") == 1U);
-  CHECK(FindFolder({}, L"C:\\", L"C:\\") == std::nullopt);
+  CHECK(findFolder(whole.folders, whole.rootPath, L"c:") == 0U);
+  CHECK(findFolder(whole.folders, whole.rootPath, L"C:\\A") == 1U);
+  CHECK(findFolder({}, L"C:\\", L"C:\\") == std::nullopt);
 }
 
 TEST_CASE("the largest files come in one order whatever order they were found in") {

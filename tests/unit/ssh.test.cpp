@@ -1,11 +1,12 @@
-#include "analysis/size_tree.h"
 #include "base/quote_argument.h"
 #include "base/text.h"
-#include "fileops/safety_rules.h"
-#include "scan/ssh_output.h"
-#include "scan/ssh_start.h"
-#include "scan/ssh_target.h"
+#include "rules/safety_rules.h"
+#include "scan/ssh/ssh_output.h"
+#include "scan/ssh/ssh_scan.h"
+#include "scan/ssh/ssh_start.h"
+#include "scan/ssh/ssh_target.h"
 #include "support/app.h"
+#include "tree/size_tree.h"
 
 #include <doctest/doctest.h>
 
@@ -36,11 +37,11 @@ struct Listing {
   ScanOptions options = keepingAll();
   ScanProgress progress;
   ScanResult result;
-  RemoteTree tree{"/data", options, result};
+  ListingTree tree{"/data", options, result};
   SshOutput output{tree, result, progress};
 
   std::string summary() {
-    SumTree(result.folders, progress);
+    sumTree(result.folders, progress);
     std::ostringstream out;
     out << "== " << result.fileCount << " files " << result.byteCount << " bytes "
         << output.linesListed() << " lines drive " << output.fileSystem().totalBytes << ' '
@@ -134,7 +135,7 @@ TEST_CASE("endless lines are passed over, bottomless ones cost no more than thei
   listing.output.finish();
   CHECK(listing.result.byteCount == 6);
   CHECK(listing.output.permissionDenied());
-  SumTree(listing.result.folders, listing.progress);
+  sumTree(listing.result.folders, listing.progress);
   CHECK(toUtf8(filePath(listing.result, listing.result.files.front())) == deep.substr(7));
 }
 
@@ -155,7 +156,7 @@ TEST_CASE("progress while lines come, and a cancel while none do") {
   ScanOptions options;
   options.root = L"me@h:/data/";
   ScanResult result;
-  RemoteFacts facts;
+  SshFacts facts;
   std::string failure = "sshPipe";
   const SshStart start = [&](const std::wstring&, const Secret&, std::string& word) {
     word = failure;
@@ -189,12 +190,12 @@ TEST_CASE("what ssh is started from and with") {
 TEST_CASE("a job over ssh: the password does not stay, the paths are the other machine's") {
   test::App app;
   std::string given;
-  app.state.steps.remote = [&](ScanProgress&, const ScanOptions& options, Secret password,
-                               ScanResult& result, RemoteFacts& facts) {
+  app.state.steps.ssh = [&](ScanProgress&, const ScanOptions& options, Secret password,
+                            ScanResult& result, SshFacts& facts) {
     given = password.view();
     CHECK(app.state.jobs.all().back()->password.empty());
     facts = {"me@h", {1024, 512, L""}};
-    RemoteTree tree("/", options, result);
+    ListingTree tree("/", options, result);
     for (const char* path : {"/b/Data/f", "/b/data/f", "/b/x\\y/f", "/\\srv\\share\\z"}) {
       tree.addFile(path, 3'000'000'000 + given.size(), 0);
     }

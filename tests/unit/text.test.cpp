@@ -89,15 +89,15 @@ TEST_CASE("types of file names") {
       {L"a.abcdefghijkl", L"(other)"},
       {L"a.\u00C9\u00C9", L".\u00E9\u00E9"},
       {L"", L"(none)"}};
-  for (const auto& [name, key] : rows) CHECK(TypeKeyOf(name) == key);
+  for (const auto& [name, key] : rows) CHECK(typeKeyOf(name) == key);
 }
 
 TEST_CASE("paths: long forms, joining, absolute spellings") {
   const std::wstring longName(240, L'x');
-  CHECK(LongPath(L"C:\\" + longName.substr(0, 236)) == L"C:\\" + longName.substr(0, 236));
-  CHECK(LongPath(L"C:\\" + longName.substr(0, 237)) == L"\\\\?\\C:\\" + longName.substr(0, 237));
-  CHECK(LongPath(L"\\\\srv\\d\\" + longName) == L"\\\\?\\UNC\\srv\\d\\" + longName);
-  CHECK(LongPath(L"\\\\?\\C:\\" + longName) == L"\\\\?\\C:\\" + longName);
+  CHECK(systemPath(L"C:\\" + longName.substr(0, 236)) == L"C:\\" + longName.substr(0, 236));
+  CHECK(systemPath(L"C:\\" + longName.substr(0, 237)) == L"\\\\?\\C:\\" + longName.substr(0, 237));
+  CHECK(systemPath(L"\\\\srv\\d\\" + longName) == L"\\\\?\\UNC\\srv\\d\\" + longName);
+  CHECK(systemPath(L"\\\\?\\C:\\" + longName) == L"\\\\?\\C:\\" + longName);
   CHECK(literalPath(L"C:\\a.") == L"\\\\?\\C:\\a.");
   CHECK(joinPath(L"C:\\", L"a") == L"C:\\a");
   CHECK(joinPath(L"/srv\\", L"a", L'/') == L"/srv\\/a");

@@ -1,5 +1,5 @@
 #include "scan/job.h"
-#include "scan/walk.h"
+#include "scan/walk/walk.h"
 #include "support/memory_folders.h"
 
 #include <doctest/doctest.h>

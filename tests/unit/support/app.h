@@ -1,14 +1,14 @@
 // A whole application state on a made-up file system, with nothing of Windows in it.
 #pragma once
 
-#include "analysis/size_tree.h"
-#include "http/gate.h"
+#include "api/gate.h"
 #include "http/message_parser.h"
 #include "report/result_document.h"
-#include "scan/walk.h"
+#include "scan/walk/walk.h"
 #include "support/made_up_disk.h"
 #include "support/memory_contents.h"
 #include "support/memory_folders.h"
+#include "tree/size_tree.h"
 
 #include <memory>
 #include <thread>
@@ -40,7 +40,7 @@ struct App {
     };
     state.steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
     state.steps.finish = [](Job& job) {
-      SumTree(job.result.folders, job.progress);
+      sumTree(job.result.folders, job.progress);
       buildResultDocument(job, kDocumentOptions, 0);
     };
     state.targets = [] {

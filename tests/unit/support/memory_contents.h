@@ -2,7 +2,7 @@
 // the moments that the hooks mark.
 #pragma once
 
-#include "analysis/file_contents.h"
+#include "search/file_contents.h"
 
 #include <algorithm>
 #include <atomic>

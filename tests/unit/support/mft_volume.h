@@ -1,8 +1,8 @@
 // NTFS volumes in memory, put together record by record.
 #pragma once
 
-#include "scan/mft_build.h"
-#include "scan/volume.h"
+#include "scan/turbo/tree_build.h"
+#include "scan/turbo/volume.h"
 
 #include <algorithm>
 #include <functional>

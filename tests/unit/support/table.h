@@ -1,9 +1,9 @@
 // Scan results put together by hand, with full paths to name the places.
 #pragma once
 
-#include "analysis/size_tree.h"
 #include "base/paths.h"
 #include "scan/scan_result.h"
+#include "tree/size_tree.h"
 
 #include <string>
 
@@ -45,7 +45,7 @@ public:
 
   ScanResult& summed() {
     ScanProgress progress;
-    SumTree(result.folders, progress);
+    sumTree(result.folders, progress);
     return result;
   }
 

@@ -1,0 +1,119 @@
+#include "api/cleanup_api.h"
+
+#include "api/job_change.h"
+#include "base/text.h"
+#include "base/time.h"
+#include "fileops/cleanup.h"
+#include "fileops/recycle_bin.h"
+#include "json/json_writer.h"
+#include "tree/advice.h"
+
+#include <algorithm>
+
+namespace vorda {
+
+namespace {
+
+std::vector<std::wstring> advisedFolders(const Job& job, std::string_view what) {
+  const std::lock_guard lock(job.resultMutex);
+  std::vector<std::wstring> paths;
+  for (const Finding& finding : buildAdvice(job.result, nowUnixMs())) {
+    if (finding.code != what) continue;
+    for (const FindingItem& item : finding.items) paths.push_back(item.path);
+  }
+  return paths;
+}
+
+struct CleanedFolder {
+  std::wstring path;
+  TypeTotals typesBefore;
+  ScanResult survey;
+};
+
+HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
+                          FolderSource& folders) {
+  std::uint64_t deleted = 0;
+  std::uint64_t skipped = 0;
+  std::uint64_t bytes = 0;
+  std::vector<CleanedFolder> cleaned;
+  for (const std::wstring& path : advisedFolders(job, what)) {
+    CleanupResult result = cleanFolder(machine, folders, path);
+    if (!result.error.empty()) {
+      ++skipped;
+      continue;
+    }
+    ScanResult survey = surveyFolder(folders, path, optionsOf(job));
+    deleted += result.deleted;
+    skipped += result.skipped;
+    bytes += result.before.bytes - std::min(result.before.bytes, survey.byteCount);
+    cleaned.push_back({path, std::move(result.before.types), std::move(survey)});
+  }
+  if (!cleaned.empty()) {
+    const std::lock_guard lock(job.resultMutex);
+    TreeUpdate update(job.result);
+    for (const CleanedFolder& one : cleaned) {
+      update.replaceFolder(one.path, one.survey, one.typesBefore);
+    }
+    job.freed += bytes;
+    finishChange(job, update);
+  }
+  JsonWriter json;
+  json.open('{');
+  json.boolean("ok", true);
+  json.number("deleted", deleted);
+  json.number("skipped", skipped);
+  json.number("folders", cleaned.size());
+  json.number("bytes", bytes);
+  json.close('}');
+  return answer(200, json.take());
+}
+
+HttpResponse binAnswer(bool ok, const BinFigures& figures) {
+  JsonWriter json;
+  json.open('{');
+  json.boolean("ok", ok);
+  json.number("bytes", figures.bytes);
+  json.number("items", figures.items);
+  if (!ok) json.string("error", "emptyFailed");
+  json.close('}');
+  return answer(ok ? 200 : 500, json.take());
+}
+
+} // namespace
+
+HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+                     FolderSource& folders) {
+  const std::unique_ptr<FormFields> fields = wholeForm(request);
+  if (!fields) return errorAnswer(400, "incomplete");
+  const std::shared_ptr<Job> job = usableJob(jobs, *fields);
+  if (!job) return errorAnswer(404, "noJob");
+  const std::string_view what = fields->get("what");
+  if (what != "tempfiles" && what != "updates") return errorAnswer(400, "notAllowed");
+  const std::lock_guard lock(job->fileOperation);
+  return cleanFolders(*job, what, machine, folders);
+}
+
+HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders) {
+  std::vector<std::shared_ptr<Job>> touched = jobs.all();
+  std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->kind == "ssh"; });
+  // Always in the order of their numbers, so that two of these requests cannot block each other.
+  std::vector<std::unique_lock<std::mutex>> locks;
+  for (const auto& job : touched) locks.emplace_back(job->fileOperation);
+  BinsOfDrives bins(machine, folders);
+  for (const auto& job : touched) bins.measure(job->result.rootPath);
+  BinFigures figures;
+  if (!emptyAllBins(machine, figures)) return binAnswer(false, {});
+  bins.measureAgain();
+  for (const auto& job : touched) {
+    const std::lock_guard lock(job->resultMutex);
+    TreeUpdate update(job->result);
+    const auto lost = bins.bringUpToDate(update, job->result);
+    if (!lost && job->binned == 0) continue;
+    job->freed += lost.value_or(job->binned);
+    job->binned = 0;
+    finishChange(*job, update);
+  }
+  return binAnswer(true, figures);
+}
+
+} // namespace vorda

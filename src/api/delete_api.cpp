@@ -1,0 +1,119 @@
+#include "api/delete_api.h"
+
+#include "api/job_change.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "fileops/delete.h"
+#include "fileops/recycle_bin.h"
+#include "json/json_writer.h"
+#include "tree/size_tree.h"
+
+#include <cmath>
+
+namespace vorda {
+
+namespace {
+
+HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
+  JsonWriter json;
+  json.open('{');
+  json.number("deleted", result.deleted.size());
+  json.number("bytes", result.bytes);
+  if (!dryRun) {
+    json.number("freed", result.bytes - result.binned);
+    json.number("binned", result.binned);
+  }
+  json.string("error", result.error);
+  json.boolean("dryRun", dryRun);
+  json.open("refused", '[');
+  for (const RefusedPath& one : result.refused) {
+    json.open('{');
+    json.string("p", one.path);
+    json.string("why", one.word);
+    json.close('}');
+  }
+  json.close(']');
+  json.open("wouldDelete", '[');
+  for (const DeletedPath& one : result.wouldDelete) json.string(one.path);
+  json.close(']');
+  if (dryRun) {
+    json.open("noBin", '[');
+    for (const std::wstring& path : result.noBin) json.string(path);
+    json.close(']');
+  }
+  json.close('}');
+  return answer(200, json.take());
+}
+
+// A folder's size is known from the scan; the disk was only asked for files.
+void addScannedFolders(const Job& job, DeleteResult& result) {
+  const std::lock_guard lock(job.resultMutex);
+  for (const DeletedPath& one : result.wouldDelete) {
+    if (!one.folder) continue;
+    const auto folder = findFolder(job.result.folders, job.result.rootPath, one.inTree);
+    if (folder) result.bytes += job.result.folders[*folder].totalBytes;
+  }
+}
+
+void moveIntoBin(TreeUpdate& update, const DeleteResult& result, Machine& machine) {
+  const std::wstring& first = result.wouldDelete.front().real;
+  if (result.binned == 0 || !isDriveLetterPath(first)) return;
+  std::uint64_t files = 0;
+  for (const DeletedPath& one : result.deleted) files += one.measure.files;
+  const double share = static_cast<double>(result.binned) / static_cast<double>(result.bytes);
+  const bool whole = result.binned == result.bytes;
+  if (!whole) files = static_cast<std::uint64_t>(std::llround(static_cast<double>(files) * share));
+  update.moveIntoBin(binFolder(first), machine.userSid(), result.binned, files, whole);
+}
+
+void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSource& folders) {
+  if (result.deleted.empty() && result.left.empty()) return;
+  // What the shell gave up on may have lost a part of what was in it.
+  std::vector<std::pair<const DeletedPath*, ScanResult>> left;
+  for (const DeletedPath& one : result.left) {
+    if (one.folder) left.emplace_back(&one, surveyFolder(folders, one.real, optionsOf(job)));
+  }
+  const std::lock_guard lock(job.resultMutex);
+  TreeUpdate update(job.result);
+  for (const DeletedPath& one : result.deleted) {
+    update.removePath(one.inTree, one.measure.bytes, one.measure.files, one.measure.types);
+  }
+  for (const auto& [one, survey] : left) {
+    update.replaceFolder(one->inTree, survey, one->measure.types);
+  }
+  moveIntoBin(update, result, machine);
+  job.freed += result.bytes - result.binned;
+  job.binned += result.binned;
+  finishChange(job, update);
+}
+
+} // namespace
+
+HttpResponse deleteFiles(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+                         FolderSource& folders) {
+  const std::unique_ptr<FormFields> fields = wholeForm(request);
+  if (!fields) return errorAnswer(400, "incomplete");
+  const std::shared_ptr<Job> job = usableJob(jobs, *fields);
+  DeleteRequest wanted;
+  if (job) wanted.root = job->result.rootPath;
+  // Without a root nothing would be outside of it.
+  if (fields->has("job") && wanted.root.empty()) return errorAnswer(404, "noJob");
+  wanted.permanent = fields->get("permanent") == "1";
+  wanted.dryRun = fields->get("dryrun") == "1";
+  for (const auto& [key, value] : fields->pairs()) {
+    if (key == "p") wanted.paths.push_back(toUtf16(value));
+  }
+  if (wanted.paths.empty()) return errorAnswer(400, "niets opgegeven");
+  if (!job) return deleteAnswer(deletePaths(machine, folders, wanted), wanted.dryRun);
+
+  const std::lock_guard lock(job->fileOperation);
+  DeleteResult result = deletePaths(machine, folders, wanted);
+  if (wanted.dryRun) {
+    addScannedFolders(*job, result);
+  } else {
+    changeJob(*job, result, machine, folders);
+  }
+  return deleteAnswer(result, wanted.dryRun);
+}
+
+} // namespace vorda

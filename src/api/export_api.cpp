@@ -1,0 +1,19 @@
+#include "api/export_api.h"
+
+#include "api/jobs_api.h"
+#include "base/time.h"
+#include "report/csv_report.h"
+
+namespace vorda {
+
+HttpResponse exportCsv(const HttpRequest& request, const JobTable& jobs) {
+  const std::shared_ptr<Job> job = finishedJob(jobs, request);
+  if (!job) return errorAnswer(400, "nopath");
+  const std::string* what = request.queryValue("what");
+  const std::lock_guard lock(job->resultMutex);
+  return answer(200,
+                buildCsvReport(*job, what == nullptr ? "files" : *what, localNow(), nowUnixMs()),
+                "text/csv; charset=utf-8");
+}
+
+} // namespace vorda

@@ -1,0 +1,126 @@
+#include "api/jobs_api.h"
+
+#include "base/detached_thread.h"
+#include "base/text.h"
+#include "http/form_fields.h"
+#include "json/json_writer.h"
+
+#include <charconv>
+
+namespace vorda {
+
+namespace {
+
+const char* stateOf(const Job& job, const ProgressTexts& texts) {
+  if (!texts.error.empty()) return "error";
+  if (job.done) return "done";
+  return job.progress.cancelRequested ? "cancelled" : "scanning";
+}
+
+void writeJob(JsonWriter& json, const Job& job) {
+  const ProgressTexts texts = job.progress.texts();
+  json.open('{');
+  json.number("id", static_cast<std::uint64_t>(job.id));
+  json.string("path", job.target);
+  json.string("kind", job.kind);
+  json.string("label", job.label);
+  json.string("state", stateOf(job, texts));
+  json.number("files", job.progress.files);
+  json.number("bytes", job.progress.bytes);
+  json.number("dirs", job.progress.dirs);
+  json.number("phase", static_cast<std::uint64_t>(job.progress.phase));
+  json.seconds(job.progress.seconds);
+  json.string("status", texts.status);
+  json.string("current", texts.current);
+  json.string("error", texts.error);
+  json.string("method", texts.method);
+  json.string("noTurbo", texts.noTurbo);
+  json.close('}');
+}
+
+} // namespace
+
+std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number) {
+  int id = 0;
+  const char* end = number.data() + number.size();
+  const auto parsed = std::from_chars(number.data(), end, id);
+  return parsed.ec == std::errc() && parsed.ptr == end ? jobs.find(id) : nullptr;
+}
+
+std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
+  const std::string* number = request.queryValue("id");
+  return number == nullptr ? nullptr : jobOfNumber(jobs, *number);
+}
+
+std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request) {
+  std::shared_ptr<Job> job = requestedJob(jobs, request);
+  return job && job->done ? job : nullptr;
+}
+
+HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps) {
+  const FormFields fields(request.body);
+  const std::string_view path = fields.get("path");
+  if (path.empty()) return errorAnswer(400, "geen pad opgegeven");
+  const auto job = std::make_shared<Job>();
+  job->target = toUtf16(path);
+  job->kind = fields.has("kind") ? fields.get("kind") : "map";
+  const std::string_view label = fields.get("label");
+  job->label = label.empty() ? job->target : toUtf16(label);
+  if (job->kind == "ssh") job->password = Secret(fields.get("password"));
+  jobs.add(job);
+  try {
+    startDetached([job, &steps] { runJob(*job, steps); });
+  } catch (...) {
+    jobs.remove(job->id);
+    throw;
+  }
+  JsonWriter json;
+  json.open('{');
+  json.number("id", static_cast<std::uint64_t>(job->id));
+  json.boolean("ok", true);
+  json.close('}');
+  return answer(200, json.take());
+}
+
+HttpResponse listJobs(const JobTable& jobs) {
+  JsonWriter json;
+  json.open('[');
+  for (const auto& job : jobs.all()) writeJob(json, *job);
+  json.close(']');
+  return answer(200, json.take());
+}
+
+HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
+  const std::shared_ptr<Job> job = requestedJob(jobs, request);
+  if (!job) return errorAnswer(404, "opdracht onbekend");
+  if (const std::string error = job->progress.texts().error; !error.empty()) {
+    JsonWriter json;
+    json.open('{');
+    json.string("error", error);
+    json.close('}');
+    return answer(400, json.take());
+  }
+  if (!job->resultReady) return errorAnswer(400, "nog niet klaar");
+  HttpResponse response;
+  const std::lock_guard lock(job->resultMutex);
+  response.body = job->document;
+  return response;
+}
+
+HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs) {
+  if (const auto job = requestedJob(jobs, request)) job->progress.cancelRequested = true;
+  return okAnswer();
+}
+
+HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs,
+                       const std::function<void(int)>& forgotten) {
+  if (const auto job = requestedJob(jobs, request)) {
+    // Nobody can ask for its result any more, so a scan that still runs may stop.
+    job->progress.cancelRequested = true;
+    jobs.remove(job->id);
+    forgotten(job->id);
+  }
+  return okAnswer();
+}
+
+} // namespace vorda

@@ -1,0 +1,147 @@
+#include "api/listing_api.h"
+
+#include "base/natural_order.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "base/time.h"
+#include "json/json_writer.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::size_t kFilesListed = 1'000;
+
+struct ListedFolder {
+  std::wstring name;
+  std::wstring path;
+  bool hidden = false;
+  bool link = false;
+};
+
+struct ListedFile {
+  std::wstring name;
+  std::uint64_t size = 0;
+  std::uint64_t modified = 0;
+};
+
+// The folder that a request means, as it is listed and shown.
+std::wstring requestedFolder(const std::string& path, FolderSource& source) {
+  return normaliseRoot(source.absolute(normaliseRoot(toUtf16(path))));
+}
+
+// Calls take(item) for everything in a folder; false when it cannot be listed.
+template <typename Take>
+bool listFolder(FolderSource& source, const std::wstring& folder, Take take) {
+  const auto parts = pathComponents(folder);
+  const bool literal = std::any_of(parts.begin(), parts.end(), losesItsEnd);
+  const std::unique_ptr<FolderReader> reader = source.reader();
+  if (folder.empty() || !reader->open(folder, literal)) return false;
+  FolderItem item;
+  while (reader->next(item)) take(item);
+  return true;
+}
+
+std::vector<ListedFolder> placesToStart(const TargetList& targets) {
+  std::vector<ListedFolder> places;
+  for (const DriveTarget& drive : targets.drives) places.push_back({drive.path, drive.path});
+  for (const WslTarget& wsl : targets.wsl) places.push_back({wsl.name, wsl.path});
+  return places;
+}
+
+std::string folderDocument(const std::wstring& path, const std::vector<ListedFolder>& folders,
+                           bool failed) {
+  JsonWriter json;
+  json.open('{');
+  json.string("path", path);
+  json.string("parent", parentOf(path));
+  json.open("dirs", '[');
+  for (const ListedFolder& folder : folders) {
+    json.open('{');
+    json.string("n", folder.name);
+    json.string("p", folder.path);
+    json.boolean("hidden", folder.hidden);
+    if (folder.link) json.boolean("link", true);
+    json.close('}');
+  }
+  json.close(']');
+  if (failed) json.string("error", "noSuchDir");
+  json.close('}');
+  return json.take();
+}
+
+bool larger(const ListedFile& a, const ListedFile& b) {
+  return a.size != b.size ? a.size > b.size : compareNatural(a.name, b.name) < 0;
+}
+
+// Keeps the largest; called now and then, so that a folder of millions of files is never
+// held whole.
+void cutToLargest(std::vector<ListedFile>& files) {
+  if (files.size() <= kFilesListed) return;
+  const auto cut = files.begin() + static_cast<std::ptrdiff_t>(kFilesListed);
+  std::nth_element(files.begin(), cut, files.end(), larger);
+  files.erase(cut, files.end());
+}
+
+} // namespace
+
+HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
+                           const std::function<TargetList()>& targets) {
+  const std::string* wanted = request.queryValue("p");
+  if (wanted == nullptr || wanted->empty()) {
+    return answer(200, folderDocument({}, placesToStart(targets()), false));
+  }
+  const std::wstring path = requestedFolder(*wanted, source);
+  std::vector<ListedFolder> folders;
+  const bool listed = listFolder(source, path, [&folders, &path](const FolderItem& item) {
+    if (!item.folder) return;
+    folders.push_back(
+        {std::wstring(item.name), joinPath(path, item.name), item.hidden, item.reparsePoint});
+  });
+  std::sort(folders.begin(), folders.end(), [](const ListedFolder& a, const ListedFolder& b) {
+    return compareNatural(a.name, b.name) < 0;
+  });
+  return answer(200, folderDocument(path, folders, !listed));
+}
+
+HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
+  const std::string* wanted = request.queryValue("p");
+  if (wanted == nullptr) return errorAnswer(400, "nopath");
+  const std::wstring path = requestedFolder(*wanted, source);
+  std::vector<ListedFile> files;
+  std::uint64_t total = 0;
+  std::uint64_t folders = 0;
+  const bool listed = listFolder(source, path, [&](const FolderItem& item) {
+    if (item.folder) {
+      ++folders;
+      return;
+    }
+    ++total;
+    files.push_back({std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
+    if (files.size() == 2 * kFilesListed) cutToLargest(files);
+  });
+  cutToLargest(files);
+  std::sort(files.begin(), files.end(), larger);
+  JsonWriter json;
+  json.open('{');
+  json.string("path", path);
+  json.open("files", '[');
+  for (const ListedFile& file : files) {
+    json.open('{');
+    json.string("n", file.name);
+    json.number("s", file.size);
+    json.number("m", file.modified);
+    json.close('}');
+  }
+  json.close(']');
+  json.number("total", total);
+  json.number("dirs", folders);
+  if (!listed) json.string("error", "noSuchDir");
+  json.close('}');
+  return answer(200, json.take());
+}
+
+} // namespace vorda

@@ -1,0 +1,79 @@
+#include "api/search_api.h"
+
+#include "api/search_form.h"
+#include "base/text.h"
+#include "search/duplicate_search.h"
+#include "search/finder.h"
+#include "search/verification.h"
+
+#include <utility>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::uint64_t kSmallestMinAlone = 1'048'576;     // bytes, as the only filter
+constexpr std::uint64_t kDuplicatesDefaultMin = 1'048'576; // bytes
+
+HttpResponse cancel(BackgroundRun& run) {
+  run.cancel();
+  return okAnswer();
+}
+
+HttpResponse start(BackgroundRun& run, RunWork work) {
+  const bool started = run.start(std::move(work));
+  return answer(200, started ? "{\"started\":true,\"running\":true}"
+                             : "{\"started\":false,\"running\":true}");
+}
+
+HttpResponse status(const BackgroundRun& run, std::string (*progress)(const RunCounters&)) {
+  RunStatus status = run.status();
+  if (status.document) return {200, kJsonType, std::move(status.document)};
+  return answer(200, status.counters ? progress(*status.counters) : "{\"running\":false}");
+}
+
+} // namespace
+
+HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
+                         const ScanSteps& steps) {
+  const FormFields fields(request.body);
+  if (isCancel(fields)) return cancel(finder);
+  FinderRequest wanted = parseFinderRequest(fields);
+  if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
+      wanted.search.min < kSmallestMinAlone) {
+    return errorAnswer(400, "needFilter");
+  }
+  return start(finder, finderWork(std::move(wanted), jobs, steps));
+}
+
+HttpResponse finderStatus(const BackgroundRun& finder) { return status(finder, finderProgress); }
+
+HttpResponse startDuplicates(const HttpRequest& request, BackgroundRun& duplicates,
+                             const JobTable& jobs, const ScanSteps& steps, FileContents& contents) {
+  const FormFields fields(request.body);
+  if (isCancel(fields)) return cancel(duplicates);
+  SearchRequest wanted = parseSearchRequest(fields, kDuplicatesDefaultMin);
+  return start(duplicates, duplicateWork(std::move(wanted), jobs, steps, contents));
+}
+
+HttpResponse duplicatesStatus(const BackgroundRun& duplicates) {
+  return status(duplicates, readingProgress);
+}
+
+HttpResponse startVerification(const HttpRequest& request, BackgroundRun& verification,
+                               FileContents& contents) {
+  const FormFields fields(request.body);
+  if (isCancel(fields)) return cancel(verification);
+  std::vector<std::wstring> paths;
+  for (const auto& [name, value] : fields.pairs()) {
+    if (name == "p") paths.push_back(toUtf16(value));
+  }
+  if (paths.empty()) return errorAnswer(400, "niets opgegeven");
+  return start(verification, verificationWork(paths, contents));
+}
+
+HttpResponse verificationStatus(const BackgroundRun& verification) {
+  return status(verification, readingProgress);
+}
+
+} // namespace vorda

@@ -1,0 +1,43 @@
+#include "api/session_api.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "json/json_writer.h"
+
+namespace vorda {
+
+HttpResponse servePage(const AppState& state) {
+  return answer(200, state.session.page(), "text/html; charset=utf-8");
+}
+
+HttpResponse hello(const AppState& state) {
+  JsonWriter json;
+  json.open('{');
+  json.boolean("auth", state.remote);
+  json.boolean("server", state.serverMode);
+  json.boolean("canQuit", !state.remote);
+  json.close('}');
+  return answer(200, json.take());
+}
+
+HttpResponse quit(const AppState& state) {
+  if (state.remote) return errorAnswer(400, "quitRefused");
+  state.session.quitSoon();
+  return okAnswer();
+}
+
+HttpResponse elevate(const AppState& state) {
+  if (state.session.elevated()) return answer(200, "{\"ok\":true,\"already\":true}");
+  state.session.elevateSoon();
+  return okAnswer();
+}
+
+HttpResponse reveal(const AppState& state, const HttpRequest& request) {
+  if (const std::string* path = request.queryValue("p")) {
+    const std::wstring place = toUtf16(*path);
+    if (!isRemotePath(place)) state.session.reveal(place);
+  }
+  return okAnswer();
+}
+
+} // namespace vorda

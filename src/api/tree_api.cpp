@@ -1,0 +1,129 @@
+#include "api/tree_api.h"
+
+#include "api/jobs_api.h"
+#include "base/text.h"
+#include "json/json_writer.h"
+#include "tree/file_list.h"
+#include "tree/size_tree.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::size_t kMaxChildren = 1'000'000;
+constexpr std::size_t kFoldersOfType = 15;
+constexpr std::size_t kFilesOfType = 200;
+
+struct FolderOfType {
+  std::uint32_t folder;
+  std::uint64_t bytes;
+  std::uint64_t files;
+};
+
+std::vector<FolderOfType> foldersOf(const std::vector<const FileEntry*>& files) {
+  std::unordered_map<std::uint32_t, FolderOfType> byFolder;
+  for (const FileEntry* file : files) {
+    FolderOfType& one =
+        byFolder.try_emplace(file->folder, FolderOfType{file->folder, 0, 0}).first->second;
+    one.bytes += file->size;
+    ++one.files;
+  }
+  std::vector<FolderOfType> folders;
+  for (const auto& [index, folder] : byFolder) folders.push_back(folder);
+  std::sort(folders.begin(), folders.end(), [](const FolderOfType& a, const FolderOfType& b) {
+    return a.bytes != b.bytes ? a.bytes > b.bytes : a.folder < b.folder;
+  });
+  return folders;
+}
+
+} // namespace
+
+std::string listScannedFolder(const ScanResult& result, std::wstring_view path) {
+  const FolderTable& folders = result.folders;
+  JsonWriter json;
+  json.open('{');
+  json.string("path", path);
+  const auto found = findFolder(folders, result.rootPath, path);
+  if (!found) {
+    json.open("dirs", '[');
+    json.close(']');
+    json.string("error", "notScanned");
+    json.close('}');
+    return json.take();
+  }
+  std::vector<std::uint32_t> children;
+  for (std::uint32_t child = folders[*found].firstChild;
+       child != kNoFolder && children.size() < kMaxChildren; child = folders[child].nextSibling) {
+    children.push_back(child);
+  }
+  std::sort(children.begin(), children.end(), [&folders](std::uint32_t a, std::uint32_t b) {
+    const std::uint64_t left = folders[a].totalBytes;
+    const std::uint64_t right = folders[b].totalBytes;
+    return left != right ? left > right : folders[a].name < folders[b].name;
+  });
+  json.number("s", folders[*found].totalBytes);
+  json.number("f", folders[*found].totalFiles);
+  json.open("dirs", '[');
+  for (const std::uint32_t child : children) {
+    json.open('{');
+    json.string("n", folders[child].name);
+    json.number("s", folders[child].totalBytes);
+    json.number("f", folders[child].totalFiles);
+    json.close('}');
+  }
+  json.close(']');
+  json.number("total", children.size());
+  json.close('}');
+  return json.take();
+}
+
+std::string typeDetail(const ScanResult& result, std::wstring_view type) {
+  std::vector<const FileEntry*> files;
+  for (const FileEntry& file : result.files) {
+    if (equalsIgnoreCase(TypeKey(file.name).view(), type)) files.push_back(&file);
+  }
+  const std::size_t total = files.size();
+  const std::vector<FolderOfType> folders = foldersOf(files);
+  keepLargest(result, files, kFilesOfType);
+  JsonWriter json;
+  json.open('{');
+  json.string("ext", type);
+  json.open("folders", '[');
+  for (std::size_t i = 0; i < std::min(folders.size(), kFoldersOfType); ++i) {
+    json.open('{');
+    json.string("p", folderPath(result.folders, folders[i].folder, result.separator));
+    json.number("s", folders[i].bytes);
+    json.number("c", folders[i].files);
+    json.close('}');
+  }
+  json.close(']');
+  json.open("files", '[');
+  for (const FileEntry* file : files) writeFileEntry(json, result, *file);
+  json.close(']');
+  json.number("total", total);
+  json.close('}');
+  return json.take();
+}
+
+HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs) {
+  const std::string* path = request.queryValue("p");
+  if (path == nullptr || request.queryValue("id") == nullptr) return errorAnswer(400, "nopath");
+  const std::shared_ptr<Job> job = finishedJob(jobs, request);
+  if (!job) return errorAnswer(404, "noJob");
+  const std::lock_guard lock(job->resultMutex);
+  return answer(200, listScannedFolder(job->result, toUtf16(*path)));
+}
+
+HttpResponse scannedType(const HttpRequest& request, const JobTable& jobs) {
+  const std::string* type = request.queryValue("e");
+  if (type == nullptr || request.queryValue("id") == nullptr) return errorAnswer(400, "nopath");
+  const std::shared_ptr<Job> job = finishedJob(jobs, request);
+  if (!job) return errorAnswer(400, "noJob");
+  const std::lock_guard lock(job->resultMutex);
+  return answer(200, typeDetail(job->result, toUtf16(*type)));
+}
+
+} // namespace vorda

@@ -1,0 +1,223 @@
+#include "base/text.h"
+#include "scan/ssh/ssh_scan.h"
+#include "scan/ssh/ssh_start.h"
+#include "win/file_handle.h"
+#include "win/kernel_handle.h"
+#include "win/program_path.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+namespace vorda {
+
+namespace {
+
+constexpr DWORD kPipeBytes = 1'048'576;
+
+// Asks for a text whose length is not known before.
+template <typename Ask> std::wstring systemText(Ask ask) {
+  std::wstring text(MAX_PATH, L'\0');
+  while (true) {
+    const DWORD length = ask(text.data(), static_cast<DWORD>(text.size()));
+    const bool whole = length < text.size();
+    text.resize(length);
+    if (whole) return text;
+  }
+}
+
+bool isFile(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+// Which folder a path leads to, however it is spelled.
+struct FolderIdentity {
+  bool known = false;
+  DWORD volume = 0;
+  DWORD high = 0;
+  DWORD low = 0;
+
+  explicit FolderIdentity(const std::wstring& path) {
+    const FileHandle folder(
+        CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION facts{};
+    if (!folder.valid() || GetFileInformationByHandle(folder.get(), &facts) == FALSE) return;
+    known = true;
+    volume = facts.dwVolumeSerialNumber;
+    high = facts.nFileIndexHigh;
+    low = facts.nFileIndexLow;
+  }
+
+  // A folder that cannot be looked at might be any.
+  bool mayBe(const FolderIdentity& other) const {
+    return !known || !other.known ||
+           (volume == other.volume && high == other.high && low == other.low);
+  }
+};
+
+// Windows' own ssh, else the first one on PATH. Never one that lies in the current folder
+// or beside this program, where a download or a share may have put it.
+std::wstring findSsh() {
+  const std::wstring system =
+      systemText([](wchar_t* text, DWORD size) { return GetSystemDirectoryW(text, size); });
+  if (std::wstring ours = system + L"\\OpenSSH\\ssh.exe"; isFile(ours)) return ours;
+  const FolderIdentity current(
+      systemText([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); }));
+  const std::wstring program = programPath();
+  const FolderIdentity beside(program.substr(0, program.rfind(L'\\') + 1));
+  const std::wstring path = systemText(
+      [](wchar_t* text, DWORD size) { return GetEnvironmentVariableW(L"PATH", text, size); });
+  for (const std::wstring& folder : absoluteFolders(path)) {
+    std::wstring found = folder + L"\\ssh.exe";
+    if (!isFile(found)) continue;
+    const FolderIdentity place(folder);
+    if (!place.mayBe(current) && !place.mayBe(beside)) return found;
+  }
+  return {};
+}
+
+class Child final : public SshProcess {
+public:
+  Child(KernelHandle output, KernelHandle process)
+      : output_(std::move(output)), process_(std::move(process)) {}
+
+  Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
+            std::size_t& count) override {
+    const ULONGLONG until = GetTickCount64() + static_cast<ULONGLONG>(wait.count());
+    while (true) {
+      // Asked before the pipe is looked at: what an ended process wrote is then in it.
+      const bool ended = WaitForSingleObject(process_.get(), 0) == WAIT_OBJECT_0;
+      DWORD available = 0;
+      if (PeekNamedPipe(output_.get(), nullptr, 0, nullptr, &available, nullptr) == FALSE) {
+        return Read::end;
+      }
+      if (available > 0) return take(buffer, std::min<std::size_t>(size, available), count);
+      // Processes that ssh has left behind may hold the pipe open for ever.
+      if (ended) return Read::end;
+      const ULONGLONG now = GetTickCount64();
+      if (now >= until) return Read::silence;
+      WaitForSingleObject(process_.get(),
+                          std::min<DWORD>(kPollMs, static_cast<DWORD>(until - now)));
+    }
+  }
+
+  std::uint32_t close(std::chrono::milliseconds wait) override {
+    output_.reset();
+    WaitForSingleObject(process_.get(), static_cast<DWORD>(wait.count()));
+    DWORD code = 0;
+    if (GetExitCodeProcess(process_.get(), &code) == FALSE) code = STILL_ACTIVE;
+    process_.reset();
+    return code;
+  }
+
+private:
+  // A pipe cannot be waited for, so it is looked at this often while it is empty.
+  static constexpr DWORD kPollMs = 10;
+
+  Read take(char* buffer, std::size_t size, std::size_t& count) {
+    DWORD taken = 0;
+    const BOOL read = ReadFile(output_.get(), buffer, static_cast<DWORD>(size), &taken, nullptr);
+    count = taken;
+    return read != FALSE && taken > 0 ? Read::bytes : Read::end;
+  }
+
+  KernelHandle output_;
+  KernelHandle process_;
+};
+
+// The list of the only handles that a child inherits.
+class InheritedHandles {
+public:
+  explicit InheritedHandles(std::array<HANDLE, 2> handles) : handles_(handles) {
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    memory_.resize(size);
+    auto* list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+    if (InitializeProcThreadAttributeList(list, 1, 0, &size) == FALSE) return;
+    list_ = list;
+    complete_ =
+        UpdateProcThreadAttribute(list_, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(),
+                                  sizeof handles_, nullptr, nullptr) != FALSE;
+  }
+  InheritedHandles(const InheritedHandles&) = delete;
+  InheritedHandles& operator=(const InheritedHandles&) = delete;
+  ~InheritedHandles() {
+    if (list_ != nullptr) DeleteProcThreadAttributeList(list_);
+  }
+
+  LPPROC_THREAD_ATTRIBUTE_LIST get() const { return complete_ ? list_ : nullptr; }
+
+private:
+  std::array<HANDLE, 2> handles_;
+  std::vector<char> memory_;
+  LPPROC_THREAD_ATTRIBUTE_LIST list_ = nullptr;
+  bool complete_ = false;
+};
+
+WideSecret environmentWith(const Secret& password) {
+  wchar_t* own = GetEnvironmentStringsW();
+  WideSecret environment = askpassEnvironment(own, programPath(), password);
+  FreeEnvironmentStringsW(own);
+  return environment;
+}
+
+// The process, whose output and errors both go into the pipe's end.
+KernelHandle startProcess(std::wstring commandLine, HANDLE pipeEnd, const Secret& password) {
+  const std::wstring program = findSsh();
+  if (program.empty()) return KernelHandle();
+  SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+  const FileHandle nothing(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       &inheritable, OPEN_EXISTING, 0, nullptr));
+  if (!nothing.valid()) return KernelHandle();
+  const InheritedHandles inherited({pipeEnd, nothing.get()});
+  if (inherited.get() == nullptr) return KernelHandle();
+  STARTUPINFOEXW startup = {};
+  startup.StartupInfo.cb = sizeof startup;
+  startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+  startup.StartupInfo.hStdInput = nothing.get();
+  startup.StartupInfo.hStdOutput = pipeEnd;
+  startup.StartupInfo.hStdError = pipeEnd;
+  startup.lpAttributeList = inherited.get();
+  WideSecret environment = password.empty() ? WideSecret() : environmentWith(password);
+  PROCESS_INFORMATION process = {};
+  const DWORD flags = CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
+  if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, flags,
+                     environment.empty() ? nullptr : environment.data(), nullptr,
+                     &startup.StartupInfo, &process) == FALSE) {
+    return KernelHandle();
+  }
+  CloseHandle(process.hThread);
+  return KernelHandle(process.hProcess);
+}
+
+std::unique_ptr<SshProcess> start(const std::wstring& commandLine, const Secret& password,
+                                  std::string& failure) {
+  SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+  HANDLE readEnd = nullptr;
+  HANDLE writeEnd = nullptr;
+  if (CreatePipe(&readEnd, &writeEnd, &inheritable, kPipeBytes) == FALSE) {
+    failure = "sshPipe";
+    return nullptr;
+  }
+  KernelHandle output(readEnd);
+  const KernelHandle pipeEnd(writeEnd);
+  if (SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0) == FALSE) {
+    failure = "sshPipe";
+    return nullptr;
+  }
+  KernelHandle process = startProcess(commandLine, writeEnd, password);
+  if (!process.valid()) {
+    failure = "sshMissing";
+    return nullptr;
+  }
+  return std::make_unique<Child>(std::move(output), std::move(process));
+}
+
+} // namespace
+
+SshStart systemSsh() { return start; }
+
+} // namespace vorda

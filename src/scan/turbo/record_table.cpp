@@ -1,0 +1,106 @@
+#include "scan/turbo/record_table.h"
+
+#include <algorithm>
+#include <new>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::uint16_t kReplacement = 0xFFFD;
+
+std::uint16_t shown(std::uint16_t unit) {
+  return unit == 0 || unit == '/' || unit == '\\' ? kReplacement : unit;
+}
+
+bool isDots(ByteView units) {
+  return units.size() <= 4 && units.u16(0) == '.' && (units.size() == 2 || units.u16(2) == '.');
+}
+
+void writeWide(ByteView units, std::uint8_t* out) {
+  const bool dots = isDots(units);
+  for (std::size_t i = 0; i < units.size(); i += 2) {
+    const std::uint16_t unit = dots ? kReplacement : shown(units.u16(i));
+    out[i] = static_cast<std::uint8_t>(unit & 0xFFU);
+    out[i + 1] = static_cast<std::uint8_t>(unit >> 8U);
+  }
+}
+
+} // namespace
+
+void MftEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
+                       std::uint16_t parentRecordSequence) {
+  nameAt = name.at;
+  nameLength = name.length;
+  nameRank = rank;
+  parent = parentRecord;
+  parentSequence = parentRecordSequence;
+  const auto others = static_cast<std::uint8_t>(flags & ~kNarrowName);
+  flags = static_cast<std::uint8_t>(others | (name.narrow ? kNarrowName : 0));
+}
+
+std::uint8_t* NamePool::Writer::roomFor(std::size_t bytes, std::uint32_t& at) {
+  if (bytes > kBlockBytes - used_) {
+    used_ = kBlockBytes;
+    block_ = pool_.next_.fetch_add(1, std::memory_order_relaxed);
+    if (block_ >= pool_.blocks_.size()) return nullptr;
+    pool_.blocks_[block_].reset(new (std::nothrow) std::uint8_t[kBlockBytes]);
+    if (!pool_.blocks_[block_]) return nullptr;
+    used_ = 0;
+  }
+  at = static_cast<std::uint32_t>((block_ * kBlockBytes + used_) / 2);
+  return pool_.blocks_[block_].get() + used_;
+}
+
+bool NamePool::Writer::add(ByteView units, PooledName& name) {
+  const std::size_t length = units.size() / 2;
+  std::uint8_t* out = roomFor(2 * length, name.at);
+  if (out == nullptr) return false;
+  name.length = static_cast<std::uint8_t>(length);
+  // Nearly all names are narrow and clean, so that is tried first.
+  const std::uint8_t* in = units.data();
+  std::uint8_t high = 0;
+  bool hostile = isDots(units);
+  for (std::size_t i = 0; i < length; ++i) {
+    const std::uint8_t low = in[2 * i];
+    out[i] = low;
+    high |= in[2 * i + 1];
+    hostile = hostile || low == 0 || low == '/' || low == '\\';
+  }
+  name.narrow = high == 0 && !hostile;
+  if (!name.narrow) writeWide(units, out);
+  used_ += name.narrow ? (length + 1) / 2 * 2 : 2 * length;
+  return true;
+}
+
+NamePool::Units NamePool::units(const PooledName& name) const {
+  constexpr std::size_t kSteps = kBlockBytes / 2;
+  return {blocks_[name.at / kSteps].get() + name.at % kSteps * 2, name.narrow};
+}
+
+void NamePool::read(const PooledName& name, std::wstring& out) const {
+  const Units from = units(name);
+  out.resize(name.length);
+  for (std::size_t i = 0; i < name.length; ++i) out[i] = static_cast<wchar_t>(from[i]);
+}
+
+bool MftTable::allocate(std::uint32_t count) {
+  entries_.reset(static_cast<MftEntry*>(std::calloc(count, sizeof(MftEntry))));
+  count_ = entries_ ? count : 0;
+  return entries_ != nullptr;
+}
+
+void applyExtensions(MftTable& table, std::vector<MftExtension>& extensions) {
+  std::sort(extensions.begin(), extensions.end(),
+            [](const MftExtension& a, const MftExtension& b) { return a.record < b.record; });
+  for (const MftExtension& extension : extensions) {
+    MftEntry& base = table[extension.base];
+    if (!base.seen() || base.sequence != extension.baseSequence) continue;
+    base.size += extension.size;
+    if (extension.name.length == 0 || (base.flags & MftEntry::kOwnName) != 0) continue;
+    if (base.nameLength != 0 && base.nameRank <= extension.nameRank) continue;
+    base.setName(extension.name, extension.nameRank, extension.parent, extension.parentSequence);
+  }
+}
+
+} // namespace vorda

@@ -1,0 +1,47 @@
+#include "scan/turbo/run_list.h"
+
+namespace vorda {
+
+namespace {
+
+std::uint64_t unsignedNumber(ByteView bytes) {
+  std::uint64_t value = 0;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    value |= static_cast<std::uint64_t>(bytes.u8(i)) << (8 * i);
+  }
+  return value;
+}
+
+// The same with the sign of its highest byte spread upwards; as an unsigned number, since
+// it is only ever added.
+std::uint64_t signedNumber(ByteView bytes) {
+  std::uint64_t value = unsignedNumber(bytes);
+  const bool negative = (bytes.u8(bytes.size() - 1) & 0x80) != 0;
+  if (negative && bytes.size() < 8) value |= ~std::uint64_t{0} << (8 * bytes.size());
+  return value;
+}
+
+} // namespace
+
+bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents) {
+  std::uint64_t cluster = 0;
+  std::size_t at = 0;
+  while (list.holds(at, 1)) {
+    const std::uint8_t head = list.u8(at);
+    if (head == 0) return true;
+    const std::size_t lengthBytes = head & 15U;
+    const std::size_t offsetBytes = head >> 4U;
+    if (lengthBytes == 0 || lengthBytes > 8 || offsetBytes == 0 || offsetBytes > 8) return false;
+    if (!list.holds(at + 1, lengthBytes + offsetBytes)) return false;
+    const std::uint64_t count = unsignedNumber(list.part(at + 1, lengthBytes));
+    // Both summands are below 2 to the power 63 when taken as signed numbers, so a sum
+    // that wraps is a large number, and refused as one.
+    cluster += signedNumber(list.part(at + 1 + lengthBytes, offsetBytes));
+    if (count == 0 || cluster >= clusters || count > clusters - cluster) return false;
+    extents.push_back({cluster, count});
+    at += 1 + lengthBytes + offsetBytes;
+  }
+  return false;
+}
+
+} // namespace vorda

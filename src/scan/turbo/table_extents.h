@@ -1,0 +1,31 @@
+// Where the master file table lies on its volume, as its own first record tells.
+//
+// The table is a stream of clusters in one or more extents. Its list of extents may itself
+// be continued in further records of the table, which lie in the extents known by then.
+#pragma once
+
+#include "scan/turbo/boot_sector.h"
+#include "scan/turbo/run_list.h"
+#include "scan/turbo/volume.h"
+
+#include <string>
+#include <vector>
+
+namespace vorda {
+
+struct MftExtents {
+  std::uint64_t bytes = 0; // of the table
+  std::vector<Extent> extents;
+};
+
+// Reads a part of a stream from its extents, whole clusters or parts of them: offset and
+// size are multiples of the sector size. False when it is not all there or not all read.
+bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Extent>& extents,
+                std::uint64_t offset, std::uint8_t* out, std::size_t size);
+
+// Empty when all of the table was found, else "mftUnreadable" (the first record cannot be
+// read), "mftCorrupt" (a record or list is damaged, or the extents are fewer than the
+// table's size needs), "mftNoData" (there is no table) or "mftMemory".
+std::string findTable(Volume& volume, const MftLayout& layout, MftExtents& table);
+
+} // namespace vorda

@@ -1,0 +1,293 @@
+#include "scan/turbo/turbo_scan.h"
+
+#include "scan/turbo/table_extents.h"
+#include "scan/turbo/tree_build.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <mutex>
+#include <new>
+#include <system_error>
+#include <thread>
+
+namespace vorda {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint64_t kChunkBytes = 8'388'608;
+constexpr std::uint64_t kMostRecords = 200'000'000;
+// One reads while the other works on what it has read; more would only wait for the disk.
+constexpr std::size_t kWorkers = 2;
+// A single bad record is passed over, and so is one in so many.
+constexpr std::uint64_t kRecordsPerBadOne = 1000;
+
+// A chunk is larger than the quick caches, so the records after the next are fetched while
+// one is worked on: the lines with head and attributes, and the end, which fixups touch.
+constexpr std::uint32_t kAhead = 2;
+
+void prefetch(const std::uint8_t* record, std::size_t size) {
+  constexpr std::size_t kLine = 64;
+  constexpr std::size_t kHead = 512; // the least that a record has
+  for (std::size_t at = 0; at < kHead; at += kLine) __builtin_prefetch(record + at, 1);
+  __builtin_prefetch(record + size - 1, 1);
+}
+
+// Reads the table's records into the entries, with workers that take turns at reading the
+// next chunk and work on it side by side.
+class RecordReader {
+public:
+  RecordReader(Volume& volume, const MftLayout& layout, const MftExtents& extents, MftTable& table,
+               ScanProgress& progress)
+      : volume_(volume), layout_(layout), extents_(extents), table_(table), progress_(progress),
+        chunkRecords_(static_cast<std::uint32_t>(
+            std::max<std::uint64_t>(kChunkBytes / layout.recordBytes, 1))) {}
+
+  // Empty, or the failure word.
+  std::string run();
+
+private:
+  struct Worker {
+    Worker(std::uint8_t* chunk, NamePool& names) : buffer(chunk), pool(names) {}
+    std::uint8_t* buffer;
+    NamePool::Writer pool;
+    std::vector<MftExtension> extensions;
+    std::uint64_t inUse = 0;
+    std::uint64_t bad = 0;
+  };
+  struct Chunk {
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;
+  };
+
+  void work(Worker& worker);
+  bool readNext(Worker& worker, Chunk& chunk);
+  bool parse(Worker& worker, const Chunk& chunk);
+  bool takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t record);
+  bool takeBase(Worker& worker, std::uint32_t record, const RecordHeader& header,
+                const RecordValues& values);
+  bool takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
+                     const RecordValues& values);
+  void publish(std::uint32_t count);
+  bool fail(const char* word);
+
+  Volume& volume_;
+  const MftLayout& layout_;
+  const MftExtents& extents_;
+  MftTable& table_;
+  ScanProgress& progress_;
+  const std::uint32_t chunkRecords_;
+
+  std::mutex reading_; // guards the volume and the two below it
+  std::uint32_t next_ = 0;
+  std::string failure_;
+  std::uint32_t done_ = 0; // under the lock of the progress' texts
+};
+
+std::string RecordReader::run() {
+  const std::size_t chunkBytes =
+      std::size_t{chunkRecords_} * std::max(layout_.recordBytes, std::uint32_t{1});
+  const PageBuffer buffer = volume_.buffer(kWorkers * chunkBytes);
+  if (!buffer) return "mftMemory";
+  std::vector<Worker> workers;
+  for (std::size_t i = 0; i < kWorkers; ++i) {
+    workers.emplace_back(buffer.get() + i * chunkBytes, table_.names);
+  }
+  std::vector<std::thread> others;
+  try {
+    for (std::size_t i = 1; i < kWorkers; ++i) {
+      others.emplace_back([this, &worker = workers[i]]() noexcept { work(worker); });
+    }
+  } catch (const std::system_error&) {
+    // Without a second thread it only takes longer.
+  }
+  work(workers[0]);
+  for (std::thread& thread : others) thread.join();
+  if (!failure_.empty()) return failure_;
+  std::uint64_t inUse = 0;
+  std::uint64_t bad = 0;
+  std::vector<MftExtension> extensions = std::move(workers[0].extensions);
+  for (const Worker& worker : workers) {
+    inUse += worker.inUse;
+    bad += worker.bad;
+    extensions.insert(extensions.end(), worker.extensions.begin(), worker.extensions.end());
+  }
+  if (bad > std::max<std::uint64_t>(inUse / kRecordsPerBadOne, 1)) return "mftCorrupt";
+  applyExtensions(table_, extensions);
+  return {};
+}
+
+bool RecordReader::fail(const char* word) {
+  const std::lock_guard lock(reading_);
+  if (failure_.empty()) failure_ = word;
+  return false;
+}
+
+void RecordReader::work(Worker& worker) {
+  try {
+    Chunk chunk;
+    while (readNext(worker, chunk) && parse(worker, chunk)) publish(chunk.count);
+  } catch (const std::bad_alloc&) {
+    fail("mftMemory");
+  }
+}
+
+// Reads the chunk whose turn it is; false at the end or when there is no point in going on.
+bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
+  const std::lock_guard lock(reading_);
+  if (!failure_.empty() || next_ == table_.size()) return false;
+  if (progress_.cancelRequested.load()) {
+    failure_ = "cancelled";
+    return false;
+  }
+  chunk.first = next_;
+  chunk.count = std::min(chunkRecords_, table_.size() - next_);
+  next_ += chunk.count;
+  const std::uint64_t bytes = std::uint64_t{chunk.count} * layout_.recordBytes;
+  const std::uint64_t sector = layout_.sectorBytes;
+  const auto whole = static_cast<std::size_t>((bytes + sector - 1) / sector * sector);
+  if (readStream(volume_, layout_, extents_.extents,
+                 std::uint64_t{chunk.first} * layout_.recordBytes, worker.buffer, whole)) {
+    return true;
+  }
+  failure_ = "mftUnreadable";
+  return false;
+}
+
+bool RecordReader::parse(Worker& worker, const Chunk& chunk) {
+  for (std::uint32_t i = 0; i < chunk.count; ++i) {
+    std::uint8_t* bytes = worker.buffer + std::size_t{i} * layout_.recordBytes;
+    if (i + kAhead < chunk.count) {
+      prefetch(bytes + std::size_t{kAhead} * layout_.recordBytes, layout_.recordBytes);
+    }
+    if (!takeRecord(worker, bytes, chunk.first + i)) return fail("mftMemory");
+  }
+  return true;
+}
+
+// False only when there is no memory for the name.
+bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t record) {
+  const ByteView view(bytes, layout_.recordBytes);
+  const RecordHeader header = readHeader(view);
+  if (!header.inUse) return true;
+  ++worker.inUse;
+  const bool outside = !header.base && header.baseReference.record >= table_.size();
+  if (!header.file || outside || !applyFixups(bytes, view.size())) {
+    ++worker.bad;
+    return true;
+  }
+  const RecordValues values = readValues(view);
+  if (values.broken) ++worker.bad;
+  return header.base ? takeBase(worker, record, header, values)
+                     : takeExtension(worker, record, header, values);
+}
+
+bool RecordReader::takeBase(Worker& worker, std::uint32_t record, const RecordHeader& header,
+                            const RecordValues& values) {
+  MftEntry& entry = table_[record];
+  entry.flags = static_cast<std::uint8_t>(
+      MftEntry::kSeen | (header.directory ? MftEntry::kDirectory : 0) |
+      (!values.name.empty() && values.nameRank < kDosNameRank ? MftEntry::kOwnName : 0));
+  entry.sequence = header.sequence;
+  entry.size = values.size;
+  entry.modified = values.modified;
+  if (values.name.empty()) return true;
+  PooledName name;
+  if (!worker.pool.add(values.name, name)) return false;
+  entry.setName(name, values.nameRank, values.parent, values.parentSequence);
+  return true;
+}
+
+bool RecordReader::takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
+                                 const RecordValues& values) {
+  if (values.size == 0 && values.name.empty()) return true;
+  MftExtension extension;
+  extension.size = values.size;
+  extension.record = record;
+  extension.base = static_cast<std::uint32_t>(header.baseReference.record);
+  extension.baseSequence = header.baseReference.sequence;
+  extension.parent = values.parent;
+  extension.parentSequence = values.parentSequence;
+  extension.nameRank = values.nameRank;
+  if (!values.name.empty() && !worker.pool.add(values.name, extension.name)) return false;
+  worker.extensions.push_back(extension);
+  return true;
+}
+
+void RecordReader::publish(std::uint32_t count) {
+  progress_.edit([this, count](ProgressTexts& texts) {
+    done_ += count;
+    progress_.files = done_;
+    texts.current = L"record " + std::to_wstring(done_) + L" van " + std::to_wstring(table_.size());
+  });
+}
+
+std::string readBoot(Volume& volume, MftLayout& layout) {
+  const PageBuffer buffer = volume.buffer(kBootBytes);
+  if (!buffer) return "mftBoot";
+  for (std::size_t done = 0; done < kBootBytes;) {
+    const std::size_t count = volume.read(done, buffer.get() + done, kBootBytes - done);
+    if (count == 0) return "mftBoot";
+    done += count;
+  }
+  return decodeBoot({buffer.get(), kBootBytes}, layout);
+}
+
+// Empty, or the failure word.
+std::string readVolume(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
+                       ScanResult& result) {
+  progress.setStatus("mftOpen");
+  if (options.root.empty()) return "mftOpenFailed";
+  OpenedVolume opened = open(options.root[0]);
+  if (!opened.volume) return opened.failure;
+  MftLayout layout;
+  if (std::string word = readBoot(*opened.volume, layout); !word.empty()) return word;
+  progress.setStatus("mftFind");
+  MftExtents extents;
+  if (std::string word = findTable(*opened.volume, layout, extents); !word.empty()) return word;
+  const std::uint64_t records = extents.bytes / layout.recordBytes;
+  if (records == 0 || records > kMostRecords) return "mftRecordCount";
+  progress.setStatus("mftRead");
+  MftTable table;
+  if (!table.allocate(static_cast<std::uint32_t>(records))) return "mftMemory";
+  std::string word = RecordReader(*opened.volume, layout, extents, table, progress).run();
+  if (!word.empty()) return word;
+  opened.volume.reset();
+  progress.phase = kPhaseSumming;
+  progress.setStatus("tree");
+  return buildResult(table, options, result) ? "" : "mftCorrupt";
+}
+
+} // namespace
+
+bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
+             ScanResult& result) {
+  const Clock::time_point start = Clock::now();
+  progress.phase = kPhaseReading;
+  progress.edit([](ProgressTexts& texts) { texts.method = "mft"; });
+  result.rootPath = options.root.substr(0, 1) + L":\\";
+  std::string failure;
+  try {
+    failure = readVolume(open, progress, options, result);
+  } catch (const std::bad_alloc&) {
+    // A sink may have been given some files already, and the walk would give it them again.
+    if (options.sink != nullptr) throw;
+    failure = "mftMemory";
+  }
+  if (!failure.empty()) {
+    progress.files = 0; // they were records
+    progress.edit([&failure](ProgressTexts& texts) { texts.failure = failure; });
+    return false;
+  }
+  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+  result.seconds = static_cast<double>(elapsed.count()) / 1000.0;
+  progress.files = result.fileCount;
+  progress.bytes = result.byteCount;
+  progress.dirs = result.folderCount;
+  progress.seconds = result.seconds;
+  return true;
+}
+
+} // namespace vorda

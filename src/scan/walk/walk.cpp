@@ -1,0 +1,262 @@
+#include "scan/walk/walk.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "base/time.h"
+#include "scan/walk/walk_queue.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <iterator>
+#include <system_error>
+#include <thread>
+
+namespace vorda {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The virtual file systems of a WSL distribution; their sizes mean nothing.
+constexpr std::array<std::wstring_view, 5> kVirtualFolders = {L"proc", L"sys", L"dev", L"run",
+                                                              L"mnt"};
+constexpr unsigned kPublishEvery = 64;      // folders of one worker
+constexpr std::size_t kAddAtOnce = 64;      // subfolders found before they are handed on
+constexpr unsigned kCancelCheckMask = 1023; // items of one folder between looks at the flag
+
+struct FinishedFolder {
+  std::uint32_t index;
+  std::uint32_t parent;
+  std::wstring name;
+  std::uint64_t ownBytes;
+  std::uint64_t ownFiles;
+};
+
+// The private partial result of one worker; only the two totals are looked at by others
+// while it works.
+struct alignas(64) WalkWorker {
+  std::atomic<std::uint64_t> files{0};
+  std::atomic<std::uint64_t> bytes{0};
+  std::vector<FinishedFolder> folders; // empty with a sink, like kept and types
+  std::vector<FileEntry> kept;
+  TypeTotals types;
+  std::uint32_t unreadableFolders = 0;
+  std::uint32_t skippedFolders = 0;
+  unsigned finishedFolders = 0;
+  std::unique_ptr<FileTaker> taker; // while it works, when there is a sink
+};
+
+bool isVirtualFolder(std::wstring_view name) {
+  return std::any_of(kVirtualFolders.begin(), kVirtualFolders.end(),
+                     [name](std::wstring_view one) { return equalsIgnoreCase(one, name); });
+}
+
+class Walk {
+public:
+  Walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
+       const std::wstring& root, unsigned workers)
+      : source_(source), progress_(progress), options_(options), queue_(rootTask(root)),
+        workers_(workers) {
+    wsl_ = startsWithIgnoreCase(root, L"\\\\wsl.localhost\\") ||
+           startsWithIgnoreCase(root, L"\\\\wsl$\\");
+  }
+
+  void run() {
+    std::vector<std::thread> threads;
+    threads.reserve(workers_.size());
+    try {
+      for (WalkWorker& worker : workers_) {
+        threads.emplace_back([this, &worker]() noexcept { work(worker); });
+      }
+    } catch (const std::system_error&) {
+      // The system has no more threads to give: those there are do the work, and this one
+      // with them.
+      work(workers_[threads.size()]);
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+
+  void mergeInto(ScanResult& result);
+
+private:
+  static FolderTask rootTask(const std::wstring& root) {
+    FolderTask task;
+    task.path = root;
+    task.root = true;
+    return task;
+  }
+
+  void work(WalkWorker& worker);
+  void readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
+                  std::vector<FolderTask>& found);
+  static void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item);
+  bool isLeftOut(const std::wstring& path) const;
+  void addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
+                 std::vector<FolderTask>& found);
+  void publish(const FolderTask& task);
+
+  FolderSource& source_;
+  ScanProgress& progress_;
+  const ScanOptions& options_;
+  WalkQueue queue_;
+  std::vector<WalkWorker> workers_;
+  std::atomic<std::uint32_t> nextIndex_{1};
+  std::atomic<std::uint64_t> publishedFolders_{0};
+  bool wsl_ = false;
+};
+
+void Walk::work(WalkWorker& worker) {
+  const std::unique_ptr<FolderReader> reader = source_.reader();
+  if (options_.sink != nullptr) worker.taker = options_.sink->taker();
+  std::vector<FolderTask> found;
+  FolderTask task;
+  bool more = queue_.take(task);
+  while (more) {
+    // After a cancel the queue drains without being read.
+    if (!progress_.cancelRequested.load(std::memory_order_relaxed)) {
+      readFolder(worker, *reader, task, found);
+      if (++worker.finishedFolders % kPublishEvery == 0) publish(task);
+    }
+    more = queue_.finishAndTake(found, task);
+  }
+  worker.taker.reset();
+}
+
+void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
+                      std::vector<FolderTask>& found) {
+  std::uint64_t bytes = 0;
+  std::uint64_t files = 0;
+  if (reader.open(task.path, task.literal)) {
+    FolderItem item;
+    for (unsigned seen = 1; reader.next(item); ++seen) {
+      if ((seen & kCancelCheckMask) == 0 && progress_.cancelRequested.load()) break;
+      if (item.reparsePoint) continue;
+      if (item.folder) {
+        addFolder(worker, task, item, found);
+        continue;
+      }
+      bytes += item.size;
+      ++files;
+      if (!worker.taker) addToType(worker.types, item.name, item.size);
+      if (options_.keeps(item.name, item.size)) keep(worker, task, item);
+    }
+    if (reader.endedEarly()) ++worker.unreadableFolders;
+  } else {
+    ++worker.unreadableFolders;
+  }
+  // Single writer: other workers only read these for the published sums.
+  worker.bytes.store(worker.bytes.load(std::memory_order_relaxed) + bytes,
+                     std::memory_order_relaxed);
+  worker.files.store(worker.files.load(std::memory_order_relaxed) + files,
+                     std::memory_order_relaxed);
+  if (worker.taker) return;
+  worker.folders.push_back({task.index, task.parent, std::wstring(task.name()), bytes, files});
+}
+
+void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) {
+  const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
+  if (worker.taker) {
+    worker.taker->take({task.path, item.name, item.size, modified});
+  } else {
+    worker.kept.push_back({task.index, std::wstring(item.name), item.size, modified});
+  }
+}
+
+bool Walk::isLeftOut(const std::wstring& path) const {
+  return std::any_of(options_.leftOut.begin(), options_.leftOut.end(),
+                     [&path](const std::wstring& one) { return equalsIgnoreCase(one, path); });
+}
+
+void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
+                     std::vector<FolderTask>& found) {
+  if (wsl_ && task.root && isVirtualFolder(item.name)) {
+    ++worker.skippedFolders;
+    return;
+  }
+  FolderTask child;
+  child.path = joinPath(task.path, item.name);
+  if (isLeftOut(child.path)) return;
+  child.index = nextIndex_.fetch_add(1, std::memory_order_relaxed);
+  child.parent = task.index;
+  child.nameStart = child.path.size() - item.name.size();
+  child.literal = task.literal || losesItsEnd(item.name);
+  found.push_back(std::move(child));
+  if (found.size() == kAddAtOnce) queue_.add(found);
+}
+
+void Walk::publish(const FolderTask& task) {
+  std::uint64_t files = 0;
+  std::uint64_t bytes = 0;
+  for (const WalkWorker& worker : workers_) {
+    files += worker.files.load(std::memory_order_relaxed);
+    bytes += worker.bytes.load(std::memory_order_relaxed);
+  }
+  progress_.files = files;
+  progress_.bytes = bytes;
+  progress_.dirs = publishedFolders_.fetch_add(kPublishEvery) + kPublishEvery;
+  progress_.edit([&task](ProgressTexts& texts) { texts.current = task.path; });
+}
+
+void Walk::mergeInto(ScanResult& result) {
+  result.folderCount = nextIndex_.load();
+  if (options_.sink == nullptr) result.folders.resize(nextIndex_.load());
+  std::size_t kept = 0;
+  for (const WalkWorker& worker : workers_) kept += worker.kept.size();
+  result.files.reserve(kept);
+  for (WalkWorker& worker : workers_) {
+    for (FinishedFolder& folder : worker.folders) {
+      if (folder.index >= result.folders.size()) continue;
+      FolderEntry& entry = result.folders[folder.index];
+      entry.parent = folder.parent;
+      entry.name = std::move(folder.name);
+      entry.ownBytes = folder.ownBytes;
+      entry.ownFiles = folder.ownFiles;
+    }
+    std::vector<FinishedFolder>().swap(worker.folders);
+    std::move(worker.kept.begin(), worker.kept.end(), std::back_inserter(result.files));
+    std::vector<FileEntry>().swap(worker.kept);
+    mergeTypes(result.types, worker.types);
+    result.fileCount += worker.files.load();
+    result.byteCount += worker.bytes.load();
+    result.unreadableFolders += worker.unreadableFolders;
+    result.skippedFolders += worker.skippedFolders;
+  }
+}
+
+} // namespace
+
+unsigned workerCount(unsigned processors, std::wstring_view root) {
+  const unsigned n = processors == 0 ? 4 : processors;
+  if (root.starts_with(L"\\\\")) return n > 10 ? 32 : std::min(3 * n, 32U);
+  return std::min(std::max(n, 4U), 16U);
+}
+
+bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
+          ScanResult& result, unsigned workers) {
+  const Clock::time_point start = Clock::now();
+  progress.phase = kPhaseReading;
+  progress.setStatus("reading");
+  result.rootPath = normaliseRoot(source.absolute(normaliseRoot(options.root)));
+  progress.edit([](ProgressTexts& texts) { texts.method = "walk"; });
+  const PathFacts root = source.facts(result.rootPath);
+  if (!root.exists || !root.folder) {
+    progress.edit([](ProgressTexts& texts) { texts.failure = "noSuchDir"; });
+    return false;
+  }
+  if (workers == 0) workers = workerCount(std::thread::hardware_concurrency(), result.rootPath);
+  Walk walk(source, progress, options, result.rootPath, workers);
+  walk.run();
+  progress.phase = kPhaseSumming;
+  progress.setStatus("merging");
+  walk.mergeInto(result);
+  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+  result.seconds = static_cast<double>(elapsed.count()) / 1000.0;
+  progress.files = result.fileCount;
+  progress.bytes = result.byteCount;
+  progress.dirs = result.folderCount;
+  progress.seconds = result.seconds;
+  return true;
+}
+
+} // namespace vorda

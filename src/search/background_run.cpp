@@ -1,0 +1,140 @@
+#include "search/background_run.h"
+
+#include "base/detached_thread.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vorda {
+
+void RunCounters::beginPart(const char* name, std::uint64_t lastPercent, std::uint64_t fileCount,
+                            std::uint64_t bytes) {
+  phase = name;
+  percentFrom = percentTo;
+  percentTo = lastPercent;
+  files = fileCount;
+  filesDone = 0;
+  readBefore = read;
+  total = read + bytes;
+}
+
+// By bytes where there are any to be read, else by files, and by scans while these are listed.
+std::uint64_t RunCounters::percent() const {
+  std::uint64_t all = files;
+  std::uint64_t done = filesDone;
+  if (total > readBefore) {
+    all = total - readBefore;
+    done = read - readBefore;
+  } else if (percentFrom == 0 && files == 0) {
+    all = scans;
+    done = scansDone;
+  }
+  if (all == 0) return percentFrom;
+  const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(all));
+  const auto length = static_cast<double>(percentTo - percentFrom);
+  return percentFrom + static_cast<std::uint64_t>(part * length);
+}
+
+void Run::cancel() {
+  const std::lock_guard lock(mutex_);
+  cancelled_ = true;
+  if (scan_) scan_->cancelRequested = true;
+}
+
+RunCounters Run::counters() const {
+  const std::lock_guard lock(mutex_);
+  RunCounters counters = counters_;
+  counters.found = found.load(std::memory_order_relaxed);
+  if (scan_) counters.seen += scan_->files;
+  return counters;
+}
+
+void Run::beginScan(const std::shared_ptr<ScanProgress>& progress) {
+  const std::lock_guard lock(mutex_);
+  scan_ = progress;
+  if (cancelled_) scan_->cancelRequested = true;
+}
+
+void Run::endScan(std::uint64_t files) {
+  const std::lock_guard lock(mutex_);
+  scan_ = nullptr;
+  counters_.seen += files;
+  ++counters_.scansDone;
+}
+
+void Run::forget(int scan) {
+  const std::lock_guard lock(mutex_);
+  forgotten_.insert(scan);
+}
+
+ScanIds Run::forgotten() const {
+  const std::lock_guard lock(mutex_);
+  return forgotten_;
+}
+
+// A scan may be forgotten while the document is written: it is then written again.
+void BackgroundRun::finish(State& state, const std::shared_ptr<Run>& run,
+                           const RunDocument& write) {
+  while (true) {
+    const ScanIds forgotten = run->forgotten();
+    auto document = std::make_shared<const std::string>(write(forgotten));
+    const std::lock_guard lock(state.mutex);
+    if (run->forgotten().size() != forgotten.size()) continue;
+    state.document = std::move(document);
+    state.run = nullptr;
+    return;
+  }
+}
+
+bool BackgroundRun::start(RunWork work) {
+  const auto run = std::make_shared<Run>();
+  {
+    const std::lock_guard lock(state_->mutex);
+    if (state_->run) return false;
+    state_->run = run;
+    state_->document = nullptr;
+  }
+  const auto giveUp = [state = state_](const char* document) {
+    const std::lock_guard lock(state->mutex);
+    state->run = nullptr;
+    if (document != nullptr) state->document = std::make_shared<const std::string>(document);
+  };
+  try {
+    startDetached([state = state_, run, giveUp, work = std::move(work)] {
+      try {
+        finish(*state, run, work(*run));
+      } catch (...) {
+        // Out of memory, most likely: what the run held is given back, the next may begin.
+        giveUp("{\"running\":false,\"error\":\"searchFailed\"}");
+      }
+    });
+  } catch (...) {
+    giveUp(nullptr);
+    throw;
+  }
+  return true;
+}
+
+RunStatus BackgroundRun::status() const {
+  const std::lock_guard lock(state_->mutex);
+  if (state_->run) return {state_->run->counters(), nullptr};
+  return {std::nullopt, state_->document};
+}
+
+bool BackgroundRun::running() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->run != nullptr;
+}
+
+void BackgroundRun::cancel() {
+  const std::lock_guard lock(state_->mutex);
+  if (state_->run) state_->run->cancel();
+}
+
+void BackgroundRun::forget(int scan) {
+  const std::lock_guard lock(state_->mutex);
+  if (state_->run) state_->run->forget(scan);
+  state_->document = nullptr;
+}
+
+} // namespace vorda

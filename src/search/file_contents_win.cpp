@@ -1,0 +1,217 @@
+#include "search/file_contents.h"
+
+#include "base/paths.h"
+#include "win/file_handle.h"
+#include "win/file_identity.h"
+
+#include <windows.h>
+
+#include <bcrypt.h>
+
+#include <utility>
+
+namespace vorda {
+
+namespace {
+
+// The last two are newer than the compiler's headers.
+constexpr DWORD kRecallOnOpen = 0x0004'0000;
+constexpr DWORD kRecallOnDataAccess = 0x0040'0000;
+constexpr DWORD kInTheCloud = FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+std::uint64_t join(DWORD high, DWORD low) { return (static_cast<std::uint64_t>(high) << 32) | low; }
+
+std::string_view failureOf(DWORD error) {
+  switch (error) {
+  case ERROR_FILE_NOT_FOUND:
+  case ERROR_PATH_NOT_FOUND:
+  case ERROR_BAD_NETPATH:
+  case ERROR_BAD_NET_NAME:
+  case ERROR_INVALID_NAME: return "missing";
+  default: return "unreadable";
+  }
+}
+
+// Only what lies on a disk under a name of its own: nothing relative, no device. In the
+// literal form no name is read as another one.
+std::optional<std::wstring> plainSystemPath(const std::wstring& path) {
+  const bool plain = isPlainAbsolute(path) && path.find_first_of(L"?*") == std::wstring::npos;
+  return plain ? std::optional(literalPath(path)) : std::nullopt;
+}
+
+FileHandle openPath(const std::wstring& path, DWORD access, DWORD share, DWORD flags,
+                    std::string_view& failure) {
+  const std::optional<std::wstring> name = plainSystemPath(path);
+  failure = "unreadable";
+  if (!name) return FileHandle();
+  FileHandle file(
+      CreateFileW(name->c_str(), access, share, nullptr, OPEN_EXISTING, flags, nullptr));
+  if (!file.valid()) {
+    failure = failureOf(GetLastError());
+  } else if (GetFileType(file.get()) != FILE_TYPE_DISK) {
+    file.reset();
+  } else {
+    failure = {};
+  }
+  return file;
+}
+
+// Why a file with these attributes is not read; empty for any other.
+std::string_view failureOfKind(DWORD attributes) {
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return "unreadable";
+  if ((attributes & kInTheCloud) != 0) return "cloud";
+  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? "link" : "";
+}
+
+// Not GetFileInformationByHandle, which also asks for the volume: a round trip of its own on
+// shares, and a slow one elsewhere.
+std::optional<OpenState> stateOf(HANDLE file, std::string_view& failure) {
+  FILE_BASIC_INFO basic{};
+  FILE_STANDARD_INFO standard{};
+  failure = "unreadable";
+  if (GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic) == FALSE ||
+      GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) == FALSE) {
+    return std::nullopt;
+  }
+  failure = failureOfKind(basic.FileAttributes);
+  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) failure = "missing";
+  if (!failure.empty()) return std::nullopt;
+  const auto number = [](LARGE_INTEGER value) {
+    return static_cast<std::uint64_t>(value.QuadPart);
+  };
+  return OpenState{
+      {number(standard.EndOfFile), number(basic.CreationTime), number(basic.LastWriteTime)},
+      number(basic.ChangeTime)};
+}
+
+class SystemFile final : public ContentFile {
+public:
+  explicit SystemFile(FileHandle file) : file_(std::move(file)) {}
+
+  std::optional<OpenState> state() override {
+    std::string_view failure;
+    return stateOf(file_.get(), failure);
+  }
+
+  std::optional<std::size_t> read(std::uint64_t offset, std::span<std::byte> into) override {
+    std::size_t done = 0;
+    while (done < into.size()) {
+      OVERLAPPED place{};
+      place.Offset = static_cast<DWORD>((offset + done) & 0xFFFFFFFF);
+      place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32);
+      DWORD count = 0;
+      if (ReadFile(file_.get(), into.data() + done, static_cast<DWORD>(into.size() - done), &count,
+                   &place) == FALSE) {
+        if (GetLastError() == ERROR_HANDLE_EOF) break;
+        return std::nullopt;
+      }
+      if (count == 0) break;
+      done += count;
+    }
+    return done;
+  }
+
+private:
+  FileHandle file_;
+};
+
+struct HashHandleKind {
+  using Value = BCRYPT_HASH_HANDLE;
+  static Value none() { return nullptr; }
+  static void close(Value value) { BCryptDestroyHash(value); }
+};
+
+class SystemHasher final : public Hasher {
+public:
+  explicit SystemHasher(BCRYPT_ALG_HANDLE algorithm) {
+    BCRYPT_HASH_HANDLE hash = nullptr;
+    good_ = algorithm != nullptr &&
+            BCRYPT_SUCCESS(BCryptCreateHash(algorithm, &hash, nullptr, 0, nullptr, 0, 0));
+    if (good_) hash_.reset(hash);
+  }
+
+  void add(std::span<const std::byte> bytes) override {
+    if (!good_) return;
+    // The function takes what it only reads as something to be written.
+    auto* data = reinterpret_cast<PUCHAR>(const_cast<std::byte*>(bytes.data()));
+    good_ = BCRYPT_SUCCESS(BCryptHashData(hash_.get(), data, static_cast<ULONG>(bytes.size()), 0));
+  }
+
+  std::optional<Digest> finish() override {
+    Digest digest{};
+    good_ = good_ && BCRYPT_SUCCESS(BCryptFinishHash(hash_.get(), digest.data(),
+                                                     static_cast<ULONG>(digest.size()), 0));
+    return good_ ? std::optional(digest) : std::nullopt;
+  }
+
+private:
+  Owned<HashHandleKind> hash_;
+  bool good_ = false;
+};
+
+class SystemContents final : public FileContents {
+public:
+  SystemContents() {
+    if (!BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&sha256_, L"SHA256", nullptr, 0))) {
+      sha256_ = nullptr;
+    }
+  }
+  SystemContents(const SystemContents&) = delete;
+  SystemContents& operator=(const SystemContents&) = delete;
+  ~SystemContents() override {
+    if (sha256_ != nullptr) BCryptCloseAlgorithmProvider(sha256_, 0);
+  }
+
+  std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
+    const std::optional<std::wstring> name = plainSystemPath(path);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    failure = "unreadable";
+    if (!name) return std::nullopt;
+    if (GetFileAttributesExW(name->c_str(), GetFileExInfoStandard, &data) == FALSE) {
+      failure = failureOf(GetLastError());
+      return std::nullopt;
+    }
+    failure = failureOfKind(data.dwFileAttributes);
+    if (!failure.empty()) return std::nullopt;
+    return FileState{join(data.nFileSizeHigh, data.nFileSizeLow),
+                     join(data.ftCreationTime.dwHighDateTime, data.ftCreationTime.dwLowDateTime),
+                     join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+  }
+
+  std::optional<FileIdentity> identity(const std::wstring& path) override {
+    std::string_view failure;
+    const FileHandle file =
+        openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
+                 FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT, failure);
+    return file.valid() ? fileIdentity(file.get()) : std::nullopt;
+  }
+
+  std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,
+                                    std::string_view& failure) override {
+    const DWORD share =
+        writers == Writers::allowed ? kShareAll : kShareAll & ~static_cast<DWORD>(FILE_SHARE_WRITE);
+    FileHandle file = openPath(path, GENERIC_READ, share,
+                               FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_OPEN_NO_RECALL |
+                                   FILE_FLAG_OPEN_REPARSE_POINT,
+                               failure);
+    if (!file.valid() || !stateOf(file.get(), failure)) return nullptr;
+    return std::make_unique<SystemFile>(std::move(file));
+  }
+
+  std::unique_ptr<Hasher> hasher() override { return std::make_unique<SystemHasher>(sha256_); }
+
+  // Lowers the thread's place for the processor, the disks and the memory that its reading
+  // leaves in the cache.
+  void stepBack() override { SetThreadPriority(GetCurrentThread(), THREAD_MODE_BACKGROUND_BEGIN); }
+
+private:
+  BCRYPT_ALG_HANDLE sha256_ = nullptr;
+};
+
+} // namespace
+
+std::unique_ptr<FileContents> systemContents() { return std::make_unique<SystemContents>(); }
+
+} // namespace vorda

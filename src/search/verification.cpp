@@ -1,0 +1,160 @@
+#include "search/verification.h"
+
+#include "json/json_writer.h"
+#include "rules/safety_rules.h"
+#include "search/content_reader.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::uint64_t kLooked = 5;
+constexpr std::uint64_t kHashed = 100;
+
+struct CheckedFile {
+  std::wstring path;
+  FileState state;
+  std::optional<FileIdentity> identity;
+  Digest digest{};
+  bool looked = false;
+  std::string_view failure = "cancelled"; // empty with a digest only
+  std::size_t same = 0; // the first one in the list that is this very file; else its own index
+};
+
+struct Verification {
+  std::vector<CheckedFile> files;
+  std::uint64_t read = 0;
+  bool cancelled = false;
+};
+
+std::string hexText(const Digest& digest) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  for (const std::uint8_t byte : digest) {
+    text.push_back(kDigits[byte >> 4]);
+    text.push_back(kDigits[byte & 15]);
+  }
+  return text;
+}
+
+// One file under two names is no duplicate of itself: deleting one name frees nothing, and
+// where both are the same place reached in two ways, it deletes the only copy.
+void markSameFiles(std::vector<CheckedFile>& files) {
+  std::map<FileIdentity, std::size_t> byIdentity;
+  std::map<std::wstring_view, std::size_t> byPath;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    CheckedFile& file = files[i];
+    file.same = file.identity ? byIdentity.emplace(*file.identity, i).first->second
+                              : byPath.emplace(file.path, i).first->second;
+  }
+}
+
+void check(Verification& verification, FileContents& contents, Run& run) {
+  std::vector<CheckedFile>& files = verification.files;
+  std::vector<const std::wstring*> paths;
+  for (const CheckedFile& file : files) paths.push_back(&file.path);
+  const auto beginPart = [&](const char* phase, std::uint64_t lastPercent, std::uint64_t bytes) {
+    run.update([&](RunCounters& counters) {
+      counters.beginPart(phase, lastPercent, files.size(), bytes);
+    });
+  };
+  const auto oneDone = [&run] { run.update([](RunCounters& counters) { ++counters.filesDone; }); };
+  beginPart("comparing", kLooked, 0);
+  forEachByDrive(paths, run, [&]() -> ItemWork {
+    return [&](std::size_t item) {
+      CheckedFile& file = files[item];
+      if (const auto state = contents.look(file.path, file.failure)) {
+        file.state = *state;
+        file.identity = contents.identity(file.path);
+        file.looked = true;
+        file.failure = "cancelled"; // until it is read
+      }
+      oneDone();
+    };
+  });
+  markSameFiles(files);
+  const auto isRead = [&files](std::size_t i) { return files[i].looked && files[i].same == i; };
+  std::uint64_t bytes = 0;
+  for (std::size_t i = 0; i < files.size(); ++i) bytes += isRead(i) ? files[i].state.size : 0;
+  beginPart("hashing", kHashed, bytes);
+  forEachByDrive(paths, run, [&]() -> ItemWork {
+    const auto reader = std::make_shared<ContentReader>(contents, run, Writers::refused);
+    return [&, reader](std::size_t item) {
+      CheckedFile& file = files[item];
+      if (isRead(item)) file.failure = reader->digestWhole(file.path, file.state, file.digest);
+      oneDone();
+    };
+  });
+  for (CheckedFile& file : files) {
+    const CheckedFile& first = files[file.same];
+    if (&first == &file) continue;
+    file.failure = first.state == file.state ? first.failure : "changed";
+    file.digest = first.digest;
+  }
+  verification.read = run.counters().read;
+  verification.cancelled = run.cancelled();
+}
+
+void writeFile(JsonWriter& json, const CheckedFile& file, std::size_t index) {
+  json.open('{');
+  json.string("p", file.path);
+  if (file.failure.empty()) {
+    json.number("size", file.state.size);
+    json.string("h", hexText(file.digest));
+  } else {
+    json.string("error", file.failure);
+  }
+  if (file.same != index) json.number("same", file.same);
+  json.close('}');
+}
+
+std::string document(const Verification& verification) {
+  const std::vector<CheckedFile>& files = verification.files;
+  std::map<std::pair<std::uint64_t, Digest>, std::vector<std::size_t>> byContent;
+  std::uint64_t checked = 0;
+  JsonWriter json;
+  json.open('{');
+  json.open("files", '[');
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    writeFile(json, files[i], i);
+    if (!files[i].failure.empty()) continue;
+    ++checked;
+    if (files[i].same == i) byContent[{files[i].state.size, files[i].digest}].push_back(i);
+  }
+  json.close(']');
+  json.open("duplicates", '[');
+  for (const auto& [content, indices] : byContent) {
+    if (indices.size() < 2) continue;
+    json.open('[');
+    for (const std::size_t index : indices) json.number(index);
+    json.close(']');
+  }
+  json.close(']');
+  json.open("lock", '[');
+  for (const CheckedFile& file : files) json.string(deleteRefusal(file.path));
+  json.close(']');
+  json.number("read", verification.read);
+  json.number("files_checked", checked);
+  json.boolean("running", false);
+  if (verification.cancelled) json.boolean("cancelled", true);
+  json.close('}');
+  return json.take();
+}
+
+} // namespace
+
+RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents) {
+  const auto work = std::make_shared<Verification>();
+  for (const std::wstring& path : paths) work->files.emplace_back().path = path;
+  return [work, &contents](Run& run) -> RunDocument {
+    check(*work, contents, run);
+    return [work](const ScanIds&) { return document(*work); };
+  };
+}
+
+} // namespace vorda

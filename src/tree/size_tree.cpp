@@ -1,0 +1,211 @@
+#include "tree/size_tree.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+namespace vorda {
+
+namespace {
+
+constexpr std::int32_t kDepthUnknown = -1;
+constexpr std::int32_t kDepthOnPath = -2; // passed by the climb that is going on
+
+// Cuts the parent links of the circle that a climb ran into: everything on the stack
+// from the entry it met again up to the top.
+void cutCircle(FolderTable& folders, const std::vector<std::uint32_t>& climbed,
+               std::uint32_t metAgain) {
+  for (auto at = climbed.rbegin(); at != climbed.rend(); ++at) {
+    folders[*at].parent = kNoFolder;
+    if (*at == metAgain) break;
+  }
+}
+
+// Returns the greatest depth.
+std::int32_t setDepths(FolderTable& folders) {
+  std::int32_t greatest = 0;
+  std::vector<std::uint32_t> climbed;
+  for (std::uint32_t i = 0; i < folders.size(); ++i) {
+    climbed.clear();
+    std::uint32_t at = i;
+    while (at < folders.size() && folders[at].depth == kDepthUnknown) {
+      folders[at].depth = kDepthOnPath;
+      climbed.push_back(at);
+      at = folders[at].parent;
+    }
+    if (at >= folders.size()) {
+      if (!climbed.empty()) folders[climbed.back()].parent = kNoFolder;
+    } else if (folders[at].depth == kDepthOnPath) {
+      cutCircle(folders, climbed, at);
+    }
+    for (auto entry = climbed.rbegin(); entry != climbed.rend(); ++entry) {
+      const std::uint32_t parent = folders[*entry].parent;
+      folders[*entry].depth = parent == kNoFolder ? 1 : folders[parent].depth + 1;
+      greatest = std::max(greatest, folders[*entry].depth);
+    }
+  }
+  return greatest;
+}
+
+// Counting sort: every index, deepest first, ascending within one depth.
+std::vector<std::uint32_t> deepestFirst(const FolderTable& folders, std::int32_t greatest) {
+  const auto bucketOf = [greatest](const FolderEntry& folder) {
+    return static_cast<std::size_t>(greatest - folder.depth);
+  };
+  std::vector<std::uint32_t> next(static_cast<std::size_t>(greatest) + 2, 0);
+  for (const FolderEntry& folder : folders) ++next[bucketOf(folder) + 1];
+  std::partial_sum(next.begin(), next.end(), next.begin());
+  std::vector<std::uint32_t> order(folders.size());
+  for (std::uint32_t i = 0; i < folders.size(); ++i) order[next[bucketOf(folders[i])]++] = i;
+  return order;
+}
+
+// A folder's subfolders as the page shows them: the ones shown by themselves, largest
+// first, and the sum of the rest.
+struct ShownChildren {
+  std::vector<std::uint32_t> kept;
+  std::uint64_t restCount = 0;
+  std::uint64_t restBytes = 0;
+  std::uint64_t restFiles = 0;
+};
+
+ShownChildren shownChildren(const FolderTable& folders, const TreeOptions& options,
+                            std::uint32_t index) {
+  ShownChildren shown;
+  std::vector<std::uint32_t> others;
+  for (std::uint32_t child = folders[index].firstChild; child != kNoFolder;
+       child = folders[child].nextSibling) {
+    const bool large = folders[child].totalBytes >= options.minBytes;
+    (large ? shown.kept : others).push_back(child);
+  }
+  const auto larger = [&folders](std::uint32_t a, std::uint32_t b) {
+    const std::uint64_t left = folders[a].totalBytes;
+    const std::uint64_t right = folders[b].totalBytes;
+    return left != right ? left > right : a < b;
+  };
+  const auto limit = static_cast<std::size_t>(std::max(options.maxChildren, 0));
+  const std::size_t count = std::min(limit, shown.kept.size());
+  const auto cut = shown.kept.begin() + static_cast<std::ptrdiff_t>(count);
+  std::partial_sort(shown.kept.begin(), cut, shown.kept.end(), larger);
+  others.insert(others.end(), cut, shown.kept.end());
+  shown.kept.erase(cut, shown.kept.end());
+  for (const std::uint32_t child : others) {
+    if (folders[child].totalBytes == 0) continue;
+    ++shown.restCount;
+    shown.restBytes += folders[child].totalBytes;
+    shown.restFiles += folders[child].totalFiles;
+  }
+  return shown;
+}
+
+bool isSlash(wchar_t unit) { return unit == L'/'; }
+
+// The child of this very name, else one that differs from it by case only. Folders of
+// other machines may differ by nothing else.
+std::uint32_t childNamed(const FolderTable& folders, std::uint32_t parent, std::wstring_view name) {
+  std::uint32_t alike = kNoFolder;
+  for (std::uint32_t child = folders[parent].firstChild; child != kNoFolder;
+       child = folders[child].nextSibling) {
+    if (folders[child].name == name) return child;
+    if (alike == kNoFolder && equalsIgnoreCase(folders[child].name, name)) alike = child;
+  }
+  return alike;
+}
+
+} // namespace
+
+void sumTree(FolderTable& folders, ScanProgress& progress) {
+  if (folders.empty()) return;
+  progress.phase = kPhaseSumming;
+  progress.setStatus("summing");
+  for (FolderEntry& folder : folders) {
+    folder.totalBytes = folder.ownBytes;
+    folder.totalFiles = folder.ownFiles;
+    folder.firstChild = kNoFolder;
+    folder.nextSibling = kNoFolder;
+    folder.depth = kDepthUnknown;
+  }
+  folders[0].parent = kNoFolder;
+  folders[0].depth = 0;
+  const std::int32_t greatest = setDepths(folders);
+  for (const std::uint32_t index : deepestFirst(folders, greatest)) {
+    const FolderEntry& folder = folders[index];
+    if (folder.parent == kNoFolder) continue;
+    folders[folder.parent].totalBytes += folder.totalBytes;
+    folders[folder.parent].totalFiles += folder.totalFiles;
+  }
+  for (auto index = static_cast<std::uint32_t>(folders.size()); index-- > 0;) {
+    FolderEntry& folder = folders[index];
+    if (folder.parent == kNoFolder) continue;
+    folder.nextSibling = folders[folder.parent].firstChild;
+    folders[folder.parent].firstChild = index;
+  }
+  progress.phase = kPhaseFinished;
+}
+
+std::optional<std::uint32_t> findFolder(const FolderTable& folders, std::wstring_view rootPath,
+                                        std::wstring_view path) {
+  if (folders.empty()) return std::nullopt;
+  // On other machines "\" may be part of a name.
+  const auto separates = isRemotePath(rootPath) ? isSlash : isSeparator;
+  const auto trimmed = [separates](std::wstring_view text) {
+    if (!text.empty() && separates(text.back())) text.remove_suffix(1);
+    return text;
+  };
+  const std::wstring_view root = trimmed(rootPath);
+  const std::wstring_view wanted = trimmed(path);
+  if (equalsIgnoreCase(wanted, root)) return 0;
+  if (!startsWithIgnoreCase(wanted, root) || !separates(wanted[root.size()])) return std::nullopt;
+  std::uint32_t at = 0;
+  for (const std::wstring_view part : pathComponents(wanted.substr(root.size()), separates)) {
+    at = childNamed(folders, at, part);
+    if (at == kNoFolder) return std::nullopt;
+  }
+  return at;
+}
+
+void writeTreeNode(const FolderTable& folders, std::wstring_view rootPath,
+                   const TreeOptions& options, JsonWriter& json, std::uint32_t index,
+                   std::int32_t depth) {
+  const FolderEntry& folder = folders[index];
+  json.open('{');
+  json.string("n", depth == 0 ? rootPath : std::wstring_view(folder.name));
+  json.number("s", folder.totalBytes);
+  json.number("f", folder.totalFiles);
+  json.number("i", index);
+  if (depth < options.maxDepth && folder.firstChild != kNoFolder) {
+    const ShownChildren shown = shownChildren(folders, options, index);
+    if (!shown.kept.empty() || folder.ownBytes != 0 || shown.restBytes != 0) {
+      json.open("c", '[');
+      for (const std::uint32_t child : shown.kept) {
+        writeTreeNode(folders, rootPath, options, json, child, depth + 1);
+      }
+      if (shown.restBytes != 0) {
+        json.open('{');
+        json.string("n", "");
+        json.string("rk", "smaller");
+        json.number("rn", shown.restCount);
+        json.number("s", shown.restBytes);
+        json.number("f", shown.restFiles);
+        json.boolean("rest", true);
+        json.close('}');
+      }
+      if (folder.ownBytes != 0) {
+        json.open('{');
+        json.string("n", "");
+        json.string("rk", "loose");
+        json.number("s", folder.ownBytes);
+        json.number("f", folder.ownFiles);
+        json.boolean("rest", true);
+        json.close('}');
+      }
+      json.close(']');
+    }
+  }
+  json.close('}');
+}
+
+} // namespace vorda

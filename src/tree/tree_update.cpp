@@ -1,0 +1,230 @@
+#include "tree/tree_update.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "tree/size_tree.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace vorda {
+
+namespace {
+
+// Counts come from a scan that may be older than what is on the disk: none goes below zero.
+void take(std::uint64_t& from, std::uint64_t count) { from -= std::min(from, count); }
+
+void takeTypes(TypeTotals& from, const TypeTotals& gone) {
+  for (const auto& [type, total] : gone) {
+    const auto at = from.find(type);
+    if (at == from.end()) continue;
+    take(at->second.bytes, total.bytes);
+    take(at->second.files, total.files);
+    if (at->second.files == 0) from.erase(at);
+  }
+}
+
+} // namespace
+
+TreeUpdate::TreeUpdate(ScanResult& result)
+    : result_(result), emptied_(result.folders.size(), false) {}
+
+void TreeUpdate::addToAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files) {
+  for (std::uint32_t at = folder; at != kNoFolder; at = result_.folders[at].parent) {
+    result_.folders[at].totalBytes += bytes;
+    result_.folders[at].totalFiles += files;
+  }
+  result_.byteCount += bytes;
+  result_.fileCount += files;
+}
+
+void TreeUpdate::takeFromAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files) {
+  for (std::uint32_t at = folder; at != kNoFolder; at = result_.folders[at].parent) {
+    take(result_.folders[at].totalBytes, bytes);
+    take(result_.folders[at].totalFiles, files);
+  }
+  take(result_.byteCount, bytes);
+  take(result_.fileCount, files);
+}
+
+void TreeUpdate::unlink(std::uint32_t folder) {
+  FolderTable& folders = result_.folders;
+  std::uint32_t* link = &folders[folders[folder].parent].firstChild;
+  while (*link != kNoFolder && *link != folder) link = &folders[*link].nextSibling;
+  if (*link == folder) *link = folders[folder].nextSibling;
+  folders[folder].nextSibling = kNoFolder;
+}
+
+std::uint32_t TreeUpdate::addChild(std::uint32_t parent, std::wstring_view name) {
+  FolderTable& folders = result_.folders;
+  const auto index = static_cast<std::uint32_t>(folders.size());
+  folders.push_back({parent, std::wstring(name)});
+  folders[index].depth = folders[parent].depth + 1;
+  emptied_.push_back(false);
+  std::uint32_t* link = &folders[parent].firstChild;
+  while (*link != kNoFolder) link = &folders[*link].nextSibling;
+  *link = index;
+  ++result_.folderCount;
+  return index;
+}
+
+std::vector<std::uint32_t> TreeUpdate::withDescendants(std::uint32_t folder) const {
+  std::vector<std::uint32_t> found = {folder};
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    for (std::uint32_t child = result_.folders[found[i]].firstChild; child != kNoFolder;
+         child = result_.folders[child].nextSibling) {
+      found.push_back(child);
+    }
+  }
+  return found;
+}
+
+void TreeUpdate::blank(std::uint32_t folder) {
+  result_.folders[folder] = FolderEntry{};
+  emptied_[folder] = true;
+  take(result_.folderCount, 1);
+}
+
+void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::uint64_t files,
+                            const TypeTotals& types) {
+  FolderTable& folders = result_.folders;
+  if (const auto folder = findFolder(folders, result_.rootPath, path)) {
+    if (*folder == 0) return; // the root itself is never deleted
+    takeFromAncestors(folders[*folder].parent, folders[*folder].totalBytes,
+                      folders[*folder].totalFiles);
+    const std::vector<std::uint32_t> gone = withDescendants(*folder);
+    unlink(*folder);
+    for (const std::uint32_t one : gone) blank(one);
+    mergeTypes(goneTypes_, types);
+    return;
+  }
+  if (files == 0) return; // a link: no scan counts it
+  const std::size_t nameAt = path.find_last_of(L"\\/") + 1;
+  const auto parent = findFolder(folders, result_.rootPath, parentOf(std::wstring(path)));
+  if (parent) goneFiles_.emplace(FileKey{*parent, lowerCase(path.substr(nameAt))}, bytes);
+}
+
+// The index of each surveyed folder in this tree: that of the folder of the same name, or
+// a new one. A survey lists the subfolders of one folder one behind the other.
+std::vector<std::uint32_t> TreeUpdate::placesOf(const FolderTable& survey, std::uint32_t folder) {
+  std::vector<std::uint32_t> places = {folder};
+  std::unordered_map<std::wstring, std::uint32_t> children;
+  std::uint32_t listed = kNoFolder;
+  for (std::size_t i = 1; i < survey.size(); ++i) {
+    if (survey[i].parent != listed) {
+      listed = survey[i].parent;
+      children.clear();
+      for (std::uint32_t child = result_.folders[places[listed]].firstChild; child != kNoFolder;
+           child = result_.folders[child].nextSibling) {
+        children.emplace(lowerCase(result_.folders[child].name), child);
+      }
+    }
+    const auto known = children.find(lowerCase(survey[i].name));
+    places.push_back(known != children.end() ? known->second
+                                             : addChild(places[listed], survey[i].name));
+  }
+  return places;
+}
+
+std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult& survey,
+                                        const TypeTotals& typesBefore) {
+  FolderTable& folders = result_.folders;
+  const auto folder = findFolder(folders, result_.rootPath, path);
+  if (!folder || survey.folders.empty()) return 0;
+  const std::uint64_t oldBytes = folders[*folder].totalBytes;
+  const std::vector<std::uint32_t> before = withDescendants(*folder);
+  takeFromAncestors(*folder, oldBytes, folders[*folder].totalFiles);
+
+  const std::vector<std::uint32_t> places = placesOf(survey.folders, *folder);
+  std::vector<bool> there(folders.size(), false);
+  for (const std::uint32_t place : places) there[place] = true;
+  for (const std::uint32_t old : before) {
+    emptied_[old] = true;
+    if (!there[old]) blank(old);
+  }
+  std::vector<std::uint32_t> descending(places.begin() + 1, places.end());
+  std::sort(descending.rbegin(), descending.rend());
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    FolderEntry& entry = folders[places[i]];
+    entry.ownBytes = entry.totalBytes = survey.folders[i].ownBytes;
+    entry.ownFiles = entry.totalFiles = survey.folders[i].ownFiles;
+    entry.firstChild = kNoFolder;
+  }
+  for (const std::uint32_t place : descending) {
+    FolderEntry& entry = folders[place];
+    entry.nextSibling = folders[entry.parent].firstChild;
+    folders[entry.parent].firstChild = place;
+  }
+  // A survey numbers every folder behind its parent.
+  for (std::size_t i = places.size(); i-- > 1;) {
+    FolderEntry& parent = folders[folders[places[i]].parent];
+    parent.totalBytes += folders[places[i]].totalBytes;
+    parent.totalFiles += folders[places[i]].totalFiles;
+  }
+  const FolderEntry now = folders[*folder];
+  addToAncestors(now.parent, now.totalBytes, now.totalFiles);
+
+  for (FileEntry file : survey.files) {
+    file.folder = places[file.folder];
+    newFiles_.push_back(std::move(file));
+  }
+  mergeTypes(goneTypes_, typesBefore);
+  mergeTypes(newTypes_, survey.types);
+  return oldBytes - std::min(oldBytes, now.totalBytes);
+}
+
+void TreeUpdate::moveIntoBin(std::wstring_view bin, std::wstring_view userFolder,
+                             std::uint64_t bytes, std::uint64_t files, bool whole) {
+  const auto found = findFolder(result_.folders, result_.rootPath, bin);
+  if (!found) return;
+  std::uint32_t folder = *found;
+  if (!userFolder.empty()) {
+    std::uint32_t child = result_.folders[folder].firstChild;
+    while (child != kNoFolder && !equalsIgnoreCase(result_.folders[child].name, userFolder)) {
+      child = result_.folders[child].nextSibling;
+    }
+    folder = child == kNoFolder ? addChild(folder, userFolder) : child;
+  }
+  result_.folders[folder].ownBytes += bytes;
+  result_.folders[folder].ownFiles += files;
+  addToAncestors(folder, bytes, files);
+  typesStay_ = whole;
+}
+
+void TreeUpdate::finish() {
+  TypeTotals keptTypes; // of files that left the list with their folders
+  std::vector<FileEntry>& files = result_.files;
+  std::erase_if(files, [this, &keptTypes](const FileEntry& file) {
+    if (file.folder < emptied_.size() && emptied_[file.folder]) {
+      addToType(keptTypes, file.name, file.size);
+      return true;
+    }
+    if (goneFiles_.empty()) return false;
+    const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
+    if (gone == goneFiles_.end()) return false;
+    gone->second = file.size;
+    return true;
+  });
+  files.insert(files.end(), newFiles_.begin(), newFiles_.end());
+
+  // A type loses what was measured of it, and at least what the list of kept files knew. Of
+  // files that came or went between the scan and the deletion neither tells, so that the
+  // types may add up to more than the tree.
+  for (const auto& [type, total] : keptTypes) {
+    TypeTotal& gone = goneTypes_[type];
+    gone.bytes = std::max(gone.bytes, total.bytes);
+    gone.files = std::max(gone.files, total.files);
+  }
+  for (const auto& [key, bytes] : goneFiles_) {
+    FolderEntry& folder = result_.folders[key.first];
+    take(folder.ownBytes, bytes);
+    take(folder.ownFiles, 1);
+    takeFromAncestors(key.first, bytes, 1);
+    addToType(goneTypes_, key.second, bytes);
+  }
+  if (typesStay_) return; // in the bin a file has another name with the same ending
+  takeTypes(result_.types, goneTypes_);
+  mergeTypes(result_.types, newTypes_);
+}
+
+} // namespace vorda
