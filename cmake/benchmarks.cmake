@@ -1,6 +1,5 @@
-# bench/*.cpp together are one native program on Google Benchmark; each bench/*_win.cpp is a console
-# program of its own. The preset native-release asks for the former; the latter are built with the
-# rest of a Windows build.
+# Together the bench/*.cpp are one native program, which uses Google Benchmark; the preset native-release
+# turns it on. Each bench/*_win.cpp is a console program of its own, part of every Windows build.
 option(VORDA_BENCHMARKS "Build the native benchmarks" OFF)
 
 file(GLOB bench_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cpp)

@@ -20,7 +20,7 @@ set(foreign "")
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "dll name: (.*[^ ]) *$" "\\1" dll "${line}")
   string(REGEX REPLACE "\\.dll$" "" name "${dll}")
-  # The C runtime of Windows 10 in its many small parts.
+  # The parts of Windows 10's C runtime.
   if(NOT name IN_LIST allowed AND NOT name MATCHES "^api-ms-win-crt-")
     list(APPEND foreign ${dll})
   endif()

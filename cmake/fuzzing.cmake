@@ -1,6 +1,6 @@
 # fuzz/fuzz_<name>.cpp defines LLVMFuzzerTestOneInput. With VORDA_SANITIZE=fuzz each becomes a program
 # with the fuzzing engine; with VORDA_SANITIZE=asan each becomes a ctest entry that runs the inputs
-# kept in fuzz/corpus/<name>/, so that every fault once found stays fixed.
+# kept in fuzz/corpus/<name>/, so that a fault found once does not come back.
 file(GLOB fuzz_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/fuzz_*.cpp)
 foreach(source IN LISTS fuzz_sources)
   get_filename_component(target ${source} NAME_WE)

@@ -1,4 +1,4 @@
-# One interface target carries what every file of ours is compiled with.
+# The compile options of all our files, as one interface target.
 add_library(vorda_options INTERFACE)
 target_compile_features(vorda_options INTERFACE cxx_std_20)
 target_include_directories(vorda_options INTERFACE
@@ -10,7 +10,7 @@ target_compile_options(vorda_options INTERFACE
   -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
   -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wno-format-nonliteral -Wnull-dereference
   -Wimplicit-fallthrough -Wunused -Wvla -Wundef
-  # No path of the building machine ends up in a binary or in its assertions.
+  # Keeps paths of the build machine out of binaries and assertion texts.
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
   -ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -24,7 +24,7 @@ target_link_libraries(vorda_options INTERFACE Threads::Threads)
 if(WIN32)
   target_compile_definitions(vorda_options INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 WINVER=0x0A00)
-  # -static: no compiler DLL beside the program. Without a time stamp the same sources give the same
+  # -static: no compiler DLL beside the program. Without the time stamp, the same sources give the same
   # file.
   target_link_options(vorda_options INTERFACE
     -static -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
@@ -37,7 +37,7 @@ set(VORDA_SANITIZE "" CACHE STRING "asan, tsan, fuzz or nothing")
 set_property(CACHE VORDA_SANITIZE PROPERTY STRINGS "" asan tsan fuzz)
 set(sanitize_flags "")
 if(VORDA_SANITIZE STREQUAL "asan")
-  # Without optimisation: it takes these two four times as long to build, and the tests are quick.
+  # Not optimised: that would make the build four times as long, and the tests are quick anyway.
   set(sanitize_flags -fsanitize=address,undefined -O0)
 elseif(VORDA_SANITIZE STREQUAL "tsan")
   set(sanitize_flags -fsanitize=thread -O1)
@@ -54,7 +54,7 @@ if(sanitize_flags)
   target_compile_options(vorda_options INTERFACE ${sanitize_flags})
   target_link_options(vorda_options INTERFACE ${sanitize_flags})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # With the sanitizers' extra branches these two report paths that cannot happen.
+    # The sanitizers add branches; in them these two warnings report paths that cannot happen.
     target_compile_options(vorda_options INTERFACE -Wno-null-dereference -Wno-maybe-uninitialized)
   endif()
 endif()

@@ -1,5 +1,5 @@
-# A file's name says where it is compiled: Windows files are those in src/win/ and those called
-# *_win.cpp (or *_win.test.cpp); *_native.cpp is for the builds on other systems; all else is for
+# A file's name says where it is compiled. Windows files are those in src/win/ and those called
+# *_win.cpp (or *_win.test.cpp); *_native.cpp is for the builds on other systems; all others are for
 # both.
 
 # vorda_sources(<result> <folder> [<pattern>]): the files below <folder> that belong to this build.

@@ -14,7 +14,7 @@ target_include_directories(vorda_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit)
 target_include_directories(vorda_tests SYSTEM PRIVATE ${PROJECT_BINARY_DIR}/third_party)
 
 if(VORDA_SANITIZE STREQUAL "tsan")
-  # The thread sanitizer's fixed memory layout does not survive strong address randomisation.
+  # The thread sanitizer cannot start when address-space randomisation is strong.
   find_program(SETARCH setarch)
   if(SETARCH)
     execute_process(COMMAND ${SETARCH} -R true RESULT_VARIABLE setarch_result
@@ -37,7 +37,7 @@ if(WIN32)
   set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
     -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
   add_test(NAME imports COMMAND ${check_imports})
-  # The same check with nothing allowed has to complain about the one DLL every program needs.
+  # With no library allowed, the same check must complain about the one that every program imports.
   add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
   set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
     "not part of Windows:.*kernel32")
@@ -45,6 +45,7 @@ endif()
 
 # ---- programs that system tests need -------------------------------------------------------------
 if(WIN32)
+  add_custom_target(test_programs)
   file(GLOB helper_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/system/support/*_win.cpp)
   foreach(source IN LISTS helper_sources)
     get_filename_component(name ${source} NAME_WE)
@@ -52,11 +53,12 @@ if(WIN32)
     target_link_libraries(${name} PRIVATE vorda_core)
     target_link_options(${name} PRIVATE -municode)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+    add_dependencies(test_programs ${name})
   endforeach()
 endif()
 
 # ---- tests in other languages --------------------------------------------------------------------
-# The include check reads all files whatever is built, so one kind of build is enough.
+# The include check reads all files, so it need not run in the sanitizer builds as well.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND AND NOT VORDA_SANITIZE)
   add_test(NAME layers COMMAND ${Python3_EXECUTABLE} scripts/check-layers
@@ -74,7 +76,7 @@ if(CMAKE_CROSSCOMPILING)
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 
-  # The page: its decisions without a browser, and in one on the page of the real program.
+  # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
     ${PROJECT_SOURCE_DIR}/tests/page/*.test.mjs)
   add_test(NAME page COMMAND ${NODE} --test ${page_tests}

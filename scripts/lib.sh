@@ -1,4 +1,4 @@
-# Shared by the scripts beside it, which source it. Sets `root`, and moves nowhere.
+# Sourced by the other scripts. Sets `root`, and leaves the working directory as it is.
 # shellcheck shell=bash
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
@@ -10,8 +10,8 @@ die() {
   exit 1
 }
 
-# configure PRESET: makes the build tree. Later changes of the CMake files are noticed by the build
-# itself, those of the presets only here.
+# configure PRESET: makes the build tree. The build itself notices later changes of the CMake files, but
+# not of the presets.
 configure() {
   local tree=$root/build/$1
   if [[ ! -f $tree/build.ninja || $root/CMakePresets.json -nt $tree/build.ninja ]]; then
@@ -29,8 +29,8 @@ configure_and_build() {
   cmake --build "$root/build/$preset" "${targets[@]}"
 }
 
-# quietly LOG COMMAND...: runs it with all it says going to build/logs/LOG.log, which is shown if it
-# fails.
+# quietly LOG COMMAND...: runs the command with its output going to build/logs/LOG.log, and shows that
+# if the command fails.
 quietly() {
   local log=$root/build/logs/$1.log
   shift

@@ -1,11 +1,11 @@
 // Takes the pictures in docs/screenshots: every section in both appearances, on a made-up drive.
-// Usage: node tests/page/screenshots.mjs (scripts/screenshots does it)
+// scripts/screenshots runs this file.
 import fs from 'node:fs';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
-import { serve, until } from '../system/support/server.mjs';
-import { confinedWine, makeFiles, scratch } from '../system/support/vorda.mjs';
+import { serve, until } from '../tests/system/support/server.mjs';
+import { confinedWine, makeFiles, scratch } from '../tests/system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const GiB = 2 ** 30;
@@ -22,7 +22,7 @@ const files = {
 
 const ends = [];
 const t = { after: (end) => ends.unshift(end) };
-const out = fileURLToPath(new URL('../../docs/screenshots', import.meta.url));
+const out = fileURLToPath(new URL('../docs/screenshots', import.meta.url));
 
 async function searched(page) {
   await page.getByLabel('Extensions').fill('.nef .mp4 .iso');
