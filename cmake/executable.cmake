@@ -10,11 +10,14 @@ add_custom_command(OUTPUT ${VORDA_PAGE_FILE}
   DEPENDS ${page_sources} ${PROJECT_SOURCE_DIR}/src/app/vorda.svg ${PROJECT_SOURCE_DIR}/package-lock.json
   COMMENT "Bundling the page" VERBATIM)
 
-configure_file(${PROJECT_SOURCE_DIR}/src/app/vorda.rc.in ${PROJECT_BINARY_DIR}/generated/vorda.rc @ONLY)
-set_source_files_properties(${PROJECT_BINARY_DIR}/generated/vorda.rc PROPERTIES OBJECT_DEPENDS
-  "${PROJECT_SOURCE_DIR}/src/app/vorda.ico;${PROJECT_SOURCE_DIR}/src/app/vorda.exe.manifest;${VORDA_PAGE_FILE}")
+set(generated ${PROJECT_BINARY_DIR}/generated)
+foreach(file vorda.rc vorda.exe.manifest)
+  configure_file(${PROJECT_SOURCE_DIR}/src/app/${file}.in ${generated}/${file} @ONLY)
+endforeach()
+set_source_files_properties(${generated}/vorda.rc PROPERTIES OBJECT_DEPENDS
+  "${PROJECT_SOURCE_DIR}/src/app/vorda.ico;${generated}/vorda.exe.manifest;${VORDA_PAGE_FILE}")
 
-add_executable(vorda src/app/main_win.cpp ${PROJECT_BINARY_DIR}/generated/vorda.rc ${VORDA_PAGE_FILE})
+add_executable(vorda src/app/main_win.cpp ${generated}/vorda.rc ${VORDA_PAGE_FILE})
 target_link_libraries(vorda PRIVATE vorda_core)
 target_link_options(vorda PRIVATE -municode -mwindows)
 set_target_properties(vorda PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
