@@ -44,8 +44,9 @@ def run(log, command, **options):
     if stopping.is_set():
         raise Failed()
     log.flush()
+    # A session of its own, so that an interruption can end the command with all that it started.
     with subprocess.Popen(command, cwd=options.pop("cwd", ROOT), stdin=subprocess.DEVNULL, stdout=log,
-                          stderr=subprocess.STDOUT, **options) as process:
+                          stderr=subprocess.STDOUT, start_new_session=True, **options) as process:
         running.add(process)
         try:
             return process.wait()
@@ -58,10 +59,13 @@ def must(log, *command):
         raise Failed()
 
 
-def low_priority(function, *arguments):
-    """The command for a function of lib.sh that must not slow down the tests that run beside it."""
-    return ["nice", "-n", "10", "bash", "-euo", "pipefail", "-c",
-            f'source scripts/lib.sh; {function} "$@"', function, *arguments]
+low_priority = []  # set to a prefix of commands that must not slow down the tests beside them
+
+
+def shell_function(name, *arguments):
+    """The command for a function of lib.sh."""
+    return [*low_priority, "bash", "-euo", "pipefail", "-c", f'source scripts/lib.sh; {name} "$@"',
+            name, *arguments]
 
 
 # ---- counting cases ------------------------------------------------------------------------------
@@ -107,7 +111,7 @@ def check(*command):
 
 def build(preset, *targets):
     def stage(log, _names):
-        must(log, *low_priority("configure_and_build", preset, *targets))
+        must(log, *shell_function("configure_and_build", preset, *targets))
         return 0
     return stage
 
@@ -115,8 +119,8 @@ def build(preset, *targets):
 def tidy(log, names):
     # clang-tidy takes its options from these two.
     for preset in (MINGW, ASAN):
-        must(log, *low_priority("configure", preset))
-    must(log, "nice", "-n", "10", "scripts/tidy", *names)
+        must(log, *shell_function("configure", preset))
+    must(log, *low_priority, "scripts/tidy", *names)
     return 1
 
 
@@ -360,13 +364,15 @@ def main():
         print(wrong, "0 passed, 1 failed", sep="\n")
         return 2
     signal.signal(signal.SIGTERM, interrupted)
+    if any(stage.wine for stage in stages):
+        low_priority[:] = ["nice", "-n", "5"]
     runner = Runner(stages, names)
     try:
         runner.run()
     except KeyboardInterrupt:
         stopping.set()
         for process in list(running):
-            process.terminate()
+            os.killpg(process.pid, signal.SIGTERM)
         print("interrupted")
         runner.failed = max(runner.failed, 1)
     bad = [stage.name for stage in stages if stage.state == "failed"]
