@@ -20,13 +20,17 @@ assertions), members' starting values, and whatever a macro makes.
 import concurrent.futures
 import dataclasses
 import functools
+import hashlib
 import json
+import pathlib
+import pickle
 import re
 import subprocess
 
 KINDS = ["taken out", "never", "always", "dropped", "boundary", "sign", "nothing", "not called",
          "other field", "row", "no lock"]
 TURNED = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "+": "-", "-": "+"}
+WRITES = {"=", "+=", "-=", "*=", "/=", "%=", "|=", "&=", "^=", "<<=", ">>=", "++", "--"}
 TRANSPARENT = {"ImplicitCastExpr", "ExprWithCleanups", "MaterializeTemporaryExpr",
                "CXXBindTemporaryExpr", "ConstantExpr", "ParenExpr"}
 LITERALS = {"IntegerLiteral", "StringLiteral", "CharacterLiteral", "FloatingLiteral",
@@ -390,6 +394,9 @@ class Finder:
             self.call(node, inner)
         elif kind == "MemberExpr":
             self.member(node)
+        # What is written to stays what it is.
+        if node.get("opcode", "") in WRITES and inner and inner[0].get("kind") == "MemberExpr":
+            inner = inner[0].get("inner", []) + inner[1:]
         for child in inner:
             self.expression(child)
 
@@ -445,8 +452,16 @@ def mutants_in(root, source, wanted, flags):
     return Finder(root, Tree(root, source, flags), wanted).found
 
 
-def mutants_of(root, sources, wanted, flags):
-    """All mutants in the wanted files, as the given sources show them, in order of place."""
+def mutants_of(root, sources, wanted, flags, memory):
+    """All mutants in the wanted files, as the given sources show them, in order of place. Unchanged
+    sources are remembered in a folder."""
+    state = hashlib.sha256(repr((sources, wanted, flags)).encode())
+    for path in [pathlib.Path(__file__), *sorted((root / "src").rglob("*"))]:
+        if path.suffix in (".py", ".cpp", ".h"):
+            state.update(str(path).encode() + b"\0" + path.read_bytes() + b"\0")
+    kept = memory / (state.hexdigest() + ".places")
+    if kept.is_file():
+        return pickle.loads(kept.read_bytes())
     found = {}
     with concurrent.futures.ProcessPoolExecutor(2) as pool:
         for some in pool.map(functools.partial(mutants_in, root, wanted=wanted, flags=flags), sources):
@@ -454,4 +469,7 @@ def mutants_of(root, sources, wanted, flags):
                 # A header is seen once by each file that includes it.
                 found.setdefault((one.file, one.kind, one.begin, one.end, one.before, one.after), one)
     # The same place changed from outside inwards.
-    return sorted(found.values(), key=lambda one: (one.file, one.begin, -one.end, KINDS.index(one.kind)))
+    order = sorted(found.values(), key=lambda one: (one.file, one.begin, -one.end, KINDS.index(one.kind)))
+    memory.mkdir(parents=True, exist_ok=True)
+    kept.write_bytes(pickle.dumps(order))
+    return order

@@ -52,13 +52,18 @@ class Text:
         out.append(text[at:])
         self.bytes = b"".join(out)
 
-    def mutant_at(self, line, column):
-        """The innermost mutant around a place the compiler complains about."""
-        lines = self.bytes.split(b"\n")
-        offset = sum(len(one) + 1 for one in lines[:line - 1]) + column - 1
+    def mutants_at(self, line, column):
+        """The innermost mutant around a place the compiler complains about; else all of that line."""
+        first = 0
+        for _ in range(line - 1):
+            first = self.bytes.index(b"\n", first) + 1
+        last = self.bytes.find(b"\n", first) % (len(self.bytes) + 1)
+        offset = first + column - 1
         around = [(end - begin, number) for number, (begin, end) in self.spans.items()
                   if begin <= offset <= end]
-        return min(around)[1] if around else None
+        if around:
+            return {min(around)[1]}
+        return {number for number, (begin, end) in self.spans.items() if begin <= last and end >= first}
 
 
 def constants(text, begin, end):
@@ -124,9 +129,10 @@ class Program:
                 continue
             places = re.findall(r"^(\S+?):(\d+):(\d+): +(?:(?:fatal )?error:|required from here)",
                                 complaint, re.MULTILINE)
-            mutants = {self.texts[file].mutant_at(int(line), int(column))
-                       for file, line, column in set(places) if file in self.texts}
-            mutants.discard(None)
+            mutants = set()
+            for file, line, column in set(places):
+                if file in self.texts:
+                    mutants |= self.texts[file].mutants_at(int(line), int(column))
             guilty |= mutants
             if not mutants:
                 unknown.append(complaint)
