@@ -59,27 +59,48 @@ export_wine_environment() {
   export WINEDLLOVERRIDES='winedbg.exe=;winemenubuilder.exe=;mscoree=;mshtml='
   # The recycle bin ends in this folder instead of the developer's own trash.
   export XDG_DATA_HOME=${VORDA_XDG_DATA_HOME:-$WINEPREFIX/xdg-data}
+  # Wine's server keeps its socket and lock here, so they go when the prefix goes.
+  export TMPDIR=$WINEPREFIX/tmp
   wine=/usr/lib/wine/wine64
   wineserver=/usr/lib/wine/wineserver64
 }
 
+# Starts the prefix's server on its own. In a new prefix this comes before the first program: of two
+# programs that both find no server there, one may fail. The server, and with it Wine's services, stays
+# up for ten minutes after the last program.
+start_wine_server() {
+  "$wineserver" -p600 || [[ $? -eq 2 ]] # 2: it is running already
+}
+
+# Ends every program of the prefix and waits for the server to finish.
+end_wine() {
+  "$wineserver" -k || true # fails if no server is running
+  "$wineserver" -w
+  # Where the user has a runtime folder, Wine prefers that to TMPDIR.
+  local runtime
+  runtime=/run/user/$(id -u)/wine/server-$(printf '%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))
+  [[ ! -d $runtime ]] || rm -r "$runtime"
+}
+
+wine_prefix_is_ready() { [[ -f $WINEPREFIX/vorda-ready && -d $TMPDIR ]]; }
+
 # Makes the prefix if it is not ready. Programs that arrive at the same time wait for the first.
 ensure_wine_prefix() {
-  [[ -f $WINEPREFIX/vorda-ready ]] && return
+  wine_prefix_is_ready && return
   mkdir -p "$WINEPREFIX"
   (
     flock 9
-    [[ -f $WINEPREFIX/vorda-ready ]] && exit 0
-    # The server that these start must not inherit the lock, or it would be held as long as that
-    # server lives.
+    wine_prefix_is_ready && exit 0
+    # The server started here must not inherit the lock, or it would hold it for as long as it lives.
     {
       # With a home of its own the prefix gets no links into the developer's documents.
-      mkdir -p "$WINEPREFIX/home" "$XDG_DATA_HOME"
-      HOME=$WINEPREFIX/home "$wine" wineboot -i
-      # Windows, messages and timers without a display.
-      "$wine" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
-      "$wineserver" -k || true
-      "$wineserver" -w
+      mkdir -p "$WINEPREFIX/home" "$XDG_DATA_HOME" "$TMPDIR" &&
+        rm -f "$WINEPREFIX/wineserver" && # names a folder in an earlier TMPDIR
+        start_wine_server &&
+        HOME=$WINEPREFIX/home "$wine" wineboot -i &&
+        # Windows, messages and timers without a display.
+        "$wine" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f &&
+        end_wine
     } >"$WINEPREFIX/setup.log" 2>&1 9>&- </dev/null || {
       cat "$WINEPREFIX/setup.log" >&2
       die "the Wine prefix $WINEPREFIX could not be made"

@@ -1,6 +1,6 @@
 // Runs vorda.exe as a user does and reads what it wrote, strictly.
 import assert from 'node:assert/strict';
-import { spawn, spawnSync } from 'node:child_process';
+import { execFileSync, spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import os from 'node:os';
@@ -19,36 +19,76 @@ export const projectVersion =
 const wineChatter = /wine: Read access denied for device .*\n/g;
 
 // `through` is a command line to start Wine with, such as setpriv's; the rest are spawn's options.
-function startWine(args, { env, through = [], ...options }) {
+const wineCommand = (args, { env, through = [], ...options }) => {
   const [program, ...rest] = [...through, wineScript, ...args];
-  return spawn(program, rest, { ...options, env: { ...process.env, ...env } });
+  return [program, rest, { ...options, env: { ...process.env, ...env } }];
+};
+
+const prefixes = new Set();
+
+function removePrefix(prefix) {
+  if (!prefixes.delete(prefix)) return;
+  spawnSync(...wineCommand(['--end'], { env: { VORDA_WINEPREFIX: prefix }, stdio: 'ignore' }));
+  fs.rmSync(prefix, { recursive: true, force: true });
 }
 
-// Wine's own services start with the first program, inherit its pipes and end after the last one.
-// So that each run here neither starts nor waits for them, a shell without pipes is up as long as
-// its input, which this process holds. Returns a function that ends it and waits for that.
-export async function keepWineRunning(options) {
-  const shell = startWine(['cmd.exe'], { ...options, stdio: ['pipe', 'ignore', 'ignore'] });
-  const shellEnds = once(shell, 'exit');
-  shell.unref();
-  const end = () => {
-    shell.ref();
-    shell.stdin.end();
-    return shellEnds;
+process.on('exit', () => [...prefixes].forEach(removePrefix));
+for (const signal of ['SIGINT', 'SIGTERM']) process.once(signal, () => process.exit(1));
+
+// A Wine prefix like the build tree's, with its own registry, services, windows, bin and drive C:, and
+// with more drives if wanted: { 'd:': folder, 'd::': image, 'unc/server/share': folder, ... }. Returns the
+// options to run programs in it. Nothing else runs in the prefix until its server is up and a first
+// program has ended: Wine's services start with that one, and would keep its pipes open.
+function makePrefix(drives = {}, through = []) {
+  const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
+  const run = (arg, ...more) => {
+    const { status } = spawnSync(...wineCommand([arg, ...more], { env, through, stdio: 'ignore' }));
+    assert.equal(status, 0, `scripts/wine ${arg} failed`);
   };
-  const [code] = await once(startWine([exe, '--help'], { ...options, stdio: 'ignore' }), 'exit');
-  if (code !== 0) await end();
-  assert.equal(code, 0, `${exe} does not run`);
-  return end;
+  execFileSync(wineScript, ['--make'], { stdio: ['ignore', 'ignore', 'inherit'] });
+  const prefix = fs.mkdtempSync(`${from}-test-`);
+  prefixes.add(prefix);
+  const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
+  for (const name of ['dosdevices', 'tmp', 'xdg-data/Trash/files', 'xdg-data/Trash/info']) fs.mkdirSync(`${prefix}/${name}`, { recursive: true });
+  for (const name of ['system.reg', 'user.reg', 'userdef.reg', '.update-timestamp', 'vorda-ready']) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);
+  // Hard links take no time, and a deleted one leaves the other; users' files may be written to.
+  execFileSync('cp', ['-al', `${from}/drive_c`, prefix]);
+  fs.rmSync(`${prefix}/drive_c/users`, { recursive: true });
+  execFileSync('cp', ['-a', `${from}/drive_c/users`, `${prefix}/drive_c`]);
+  for (const [name, target] of Object.entries({ 'c:': '../drive_c', 'z:': '/', ...drives })) {
+    fs.mkdirSync(path.dirname(`${prefix}/dosdevices/${name}`), { recursive: true });
+    fs.symlinkSync(target, `${prefix}/dosdevices/${name}`);
+  }
+  run('--start');
+  run(exe, '--help');
+  return { through, env };
 }
 
-await keepWineRunning();
+// A prefix that ends with the test.
+export function ownWine(t, drives, through) {
+  const options = makePrefix(drives, through);
+  t.after(() => removePrefix(options.env.VORDA_WINEPREFIX));
+  return options;
+}
+
+// The same without the rights by which root may read and write everything, as Wine's server opens the
+// files. For a user without such rights setpriv changes nothing.
+export const confinedWine = (t) =>
+  ownWine(t, {}, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);
+
+// The prefix of this test file, where programs run unless their options name another.
+let filePrefix = null;
+const startWine = (args, options) => {
+  if (options.env?.VORDA_WINEPREFIX) return spawn(...wineCommand(args, options));
+  filePrefix ??= makePrefix();
+  return spawn(...wineCommand(args, { ...options, env: { ...filePrefix.env, ...options.env } }));
+};
 
 // Starts the program, or another one, and returns at once: { child, ended }. The child's process id is
 // the program's own (each step on the way replaces itself by the next), and `ended` resolves to { code,
 // signal, out (bytes), err (text) }.
 export function start(args, { program = exe, ...options } = {}) {
-  const limit = { timeout: 120_000, killSignal: 'SIGKILL' }; // far beyond the longest run
+  const limit = { timeout: 600_000, killSignal: 'SIGKILL' }; // far beyond the longest run
   const child = startWine([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
   const out = [];
   const err = [];
@@ -67,7 +107,7 @@ export function start(args, { program = exe, ...options } = {}) {
 // The same without its output, for runs that open windows: the first of these starts a desktop
 // process of Wine's, which would hold the pipes for as long as Wine runs.
 export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
-  const child = startWine([program, ...args], { ...options, timeout: 300_000, killSignal: 'SIGKILL', stdio });
+  const child = startWine([program, ...args], { ...options, stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
@@ -117,34 +157,3 @@ export function readCsv(bytes) {
   const [columns, ...rows] = parse(text.slice(head[0].length), { record_delimiter: '\r\n' });
   return { root: head[1], columns: columns.join(), rows };
 }
-
-// Options to run programs in a Wine prefix of their own, which shares only the big folders: with its
-// own registry, services and windows, and more drives if wanted: { 'd:': folder, 'd::': image, ... }.
-// `through` as for startWine.
-export async function ownWine(t, drives = {}, through = []) {
-  let end = () => {};
-  const prefix = scratch(t, async () => {
-    await end();
-    // Fails when the server has already ended with its last program, which is as good.
-    spawnSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
-  });
-  const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
-  fs.mkdirSync(`${prefix}/dosdevices`);
-  fs.mkdirSync(`${prefix}/xdg-data`); // without it there is no recycle bin
-  for (const name of fs.readdirSync(from)) {
-    const wanted = /\.reg$|^\.update-timestamp$|^vorda-ready$/.test(name);
-    if (wanted) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);
-  }
-  for (const [name, target] of Object.entries({ 'c:': `${from}/drive_c`, 'z:': '/', ...drives })) {
-    fs.symlinkSync(target, `${prefix}/dosdevices/${name}`);
-  }
-  const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
-  const options = { through, env };
-  end = await keepWineRunning(options);
-  return options;
-}
-
-// The same without the rights by which root may read and write everything, as Wine's server opens the
-// files. For a user without such rights setpriv changes nothing.
-export const confinedWine = (t) =>
-  ownWine(t, {}, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);
