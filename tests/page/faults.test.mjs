@@ -2,7 +2,7 @@
 // off, a copy without rights, one that comes back with them.
 import assert from 'node:assert/strict';
 import { after, test } from 'node:test';
-import { goTo, mark, openDialog, openTab, requestsOf, row, says, scan } from './support/browser.mjs';
+import { goTo, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';

@@ -18,7 +18,7 @@ const LOCALES: Record<Lang, string> = { en: 'en-GB', nl: 'nl-NL', fr: 'fr-FR', e
 
 const chosen = { lang: 'en' as Lang, plurals: new Map<Lang, Intl.PluralRules>() };
 
-export const isLang = (text: unknown): text is Lang => typeof text === 'string' && Object.hasOwn(LANGS, text);
+export const isLang = (value: unknown): value is Lang => typeof value === 'string' && Object.hasOwn(LANGS, value);
 
 export function setLanguage(lang: Lang): void {
   chosen.lang = lang;
@@ -48,8 +48,8 @@ function formFor(forms: Forms, count: unknown): string {
 // A text cut at its placeholders: what stands between them as it is, each placeholder as its name.
 function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
   const entry = T[chosen.lang][key as Key] ?? en[key as Key];
-  const text: string = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry as Forms, vars['n']);
-  return text.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
+  const whole = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry, vars['n']);
+  return whole.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
 }
 
 // What fills a placeholder may be a name or a word from outside, and is made harmless like any other.
@@ -59,7 +59,7 @@ export type Args<K extends Key> = keyof Vars<K> extends never ? [] : [vars: Vars
 
 // The text for a key with its placeholders filled in; numbers are written in the reader's way.
 export function t<K extends Key>(key: K, ...args: Args<K>): string {
-  return text(key, args[0] as Record<string, unknown> | undefined);
+  return text(key, args[0]);
 }
 
 // The same for keys that are put together at run time. An unknown key is its own text.

@@ -125,10 +125,10 @@ function sshPart(): HTMLElement {
   input.addEventListener('change', () => {
     password.value = state.passwords.get(input.value.trim()) ?? '';
   });
-  return typed(t('sshTarget'), t('sshHint'), input, t('scanHost'), (target) => {
-    if (password.value) state.passwords.set(target, password.value);
-    else state.passwords.delete(target);
-    void start(target, 'ssh', target);
+  return typed(t('sshTarget'), t('sshHint'), input, t('scanHost'), (host) => {
+    if (password.value) state.passwords.set(host, password.value);
+    else state.passwords.delete(host);
+    void start(host, 'ssh', host);
   }, [field(t('sshPassword'), password, { hint: t('sshPasswordHint') })]);
 }
 

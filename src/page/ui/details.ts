@@ -100,11 +100,11 @@ function draw(): void {
   if (!root) return;
   const close = iconButton('remove', t('close'), toggleDrawer, { class: 'shut push' });
   if (!entry || (entry.kind !== 'folder' && entry.kind !== 'file')) {
-    fill(root!, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));
+    fill(root, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));
     return;
   }
   if (pane.found) {
-    drawHit(root!, entry, pane.found, close);
+    drawHit(root, entry, pane.found, close);
     return;
   }
   const tree = treeOf(pane.job);
@@ -113,7 +113,7 @@ function draw(): void {
   const parent = isRoot ? undefined : tree?.find(tree.folderOf(entry.path));
   const marked = state.selection.has(entry.path);
   const { path } = entry;
-  fill(root!, el('div', { class: 'stack wide' },
+  fill(root, el('div', { class: 'stack wide' },
     el('div', { class: 'line' }, el('h2', {}, inert(entry.name.slice(0, 200))), close),
     el('dl', {},
       fact(t('dtSize'), size(entry.s)),

@@ -6,17 +6,20 @@ export type Child = Node | string | number | null | undefined | false | readonly
 
 type Handlers = { [K in keyof HTMLElementEventMap]?: (event: HTMLElementEventMap[K]) => void };
 
+export type Attribute = string | number | boolean | null | undefined;
+
 export interface Props {
   class?: string;
   on?: Handlers;
-  [attribute: string]: unknown;
+  [attribute: string]: Attribute | Handlers;
 }
 
 export function append(parent: Node, ...children: Child[]): void {
   for (const child of children) {
     if (child === null || child === undefined || child === false) continue;
-    if (Array.isArray(child)) append(parent, ...(child as readonly Child[]));
-    else parent.appendChild(child instanceof Node ? child : document.createTextNode(String(child)));
+    if (child instanceof Node) parent.appendChild(child);
+    else if (typeof child === 'object') append(parent, ...child);
+    else parent.appendChild(document.createTextNode(String(child)));
   }
 }
 
@@ -24,8 +27,8 @@ export function append(parent: Node, ...children: Child[]): void {
 export function el<K extends keyof HTMLElementTagNameMap>(tag: K, props: Props = {}, ...children: Child[]): HTMLElementTagNameMap[K] {
   const element = document.createElement(tag);
   for (const [name, value] of Object.entries(props)) {
-    if (name === 'on') {
-      for (const [type, handler] of Object.entries(value as Handlers)) element.addEventListener(type, handler as EventListener);
+    if (typeof value === 'object' && value !== null) {
+      for (const [type, handler] of Object.entries(value)) element.addEventListener(type, handler as EventListener);
     } else if (value !== false && value !== null && value !== undefined) {
       element.setAttribute(name, value === true ? '' : String(value));
     }
@@ -73,7 +76,7 @@ export interface ButtonOptions {
   class?: string;
   label?: string; // its accessible name where the text says less
   disabled?: boolean;
-  [attribute: string]: unknown;
+  [attribute: string]: Attribute;
 }
 
 export function button(content: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement {

@@ -107,8 +107,8 @@ export function resultScreen(title: PlainKey, make: (job: Job, doc: ResultDoc) =
     if (doc) {
       try {
         inner = make(job, doc);
-      } catch (error) {
-        return show(null, failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
+      } catch (thrown) {
+        return show(null, failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(thrown)}`));
       }
       return show(inner.top, inner.content);
     }

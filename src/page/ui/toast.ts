@@ -38,6 +38,7 @@ export async function copyText(text: string, confirmation: string): Promise<void
     area.value = text;
     document.body.append(area);
     area.select();
+    // eslint-disable-next-line @typescript-eslint/no-deprecated -- nothing else copies without HTTPS
     document.execCommand('copy');
     area.remove();
   }
