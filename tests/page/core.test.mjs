@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { i18n, paths, plan, selection, squarify, tree, units, words } = page;
+const { i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates in the form of each locale', () => {
@@ -52,7 +52,7 @@ test('words become sentences, in every language, and unknown ones stay', () => {
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
-  assert.equal(words.wordingOf('constructor').key, null);
+  assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');
   assert.deepEqual([i18n.t('nFiles', { n: 1 }), i18n.t('nFiles', { n: 12345 }), i18n.phrase('r_', 'newWord'), i18n.text('no such key')],
     ['1 bestand', '12.345 bestanden', 'newWord', 'no such key']);
