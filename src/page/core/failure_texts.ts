@@ -19,13 +19,17 @@ const ERRORS: Record<string, Key> = {
   incomplete: 'eIncomplete', aborted: 'delAborted', offline: 'eOffline',
 };
 
+// Words that are followed by a colon and a code.
+const WITH_CODE = new Map<string, Key>([['failed', 'delFailed'], ['sshFailed', 'eSshFailed']]);
+
 export interface Wording {
   key: Key | null; // null: no text, show the word itself
   code?: string; // the number that came with the word
 }
 
 export function wordingOf(word: string): Wording {
-  const numbered = /^(sshFailed|failed):(.*)$/s.exec(word);
-  if (numbered) return { key: numbered[1] === 'failed' ? 'delFailed' : 'eSshFailed', code: numbered[2]! };
+  const colon = word.indexOf(':');
+  const key = colon > 0 ? WITH_CODE.get(word.slice(0, colon)) : undefined;
+  if (key) return { key, code: word.slice(colon + 1) };
   return { key: Object.hasOwn(ERRORS, word) ? ERRORS[word]! : null };
 }

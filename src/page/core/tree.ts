@@ -33,6 +33,8 @@ export const isFolder = (item: Entry): boolean => item.kind === 'folder';
 export const isFile = (item: Entry): boolean => item.kind === 'file';
 // Whether the entry has a path of its own.
 export const isItem = (item: Entry): boolean => isFolder(item) || isFile(item);
+export const isLoading = (item: Entry): boolean => item.kind === 'loading';
+export const isFailed = (item: Entry): boolean => item.kind === 'failed';
 // Whether the entry stands for the rest of its folder.
 export const isRest = (item: Entry): boolean => item.kind === REST.smaller || item.kind === REST.loose;
 

@@ -9,7 +9,7 @@ import { announce, toast, toastFailure } from '../ui/toast';
 import { api, form, query } from './api';
 import { Poller } from './poller';
 import { dropFromSearches } from './runs';
-import { changed, clearFetched, isSearch, jobById, state } from './state';
+import { changed, clearFetched, isChoosing, isSearch, jobById, state } from './state';
 
 const ANNOUNCE_MS = 10_000;
 
@@ -86,7 +86,7 @@ export async function fetchResult(id: number): Promise<void> {
 function jumpIfAwaited(): void {
   const job = jobById(state.awaited);
   if (!state.awaited || (job && isScanning(job))) return;
-  if (state.section === 'picker' && state.results.has(state.awaited)) {
+  if (isChoosing() && state.results.has(state.awaited)) {
     viewJob(state.awaited);
     state.section = 'overview';
     changed('section');

@@ -4,7 +4,10 @@ import { changed } from './state';
 
 const LANG_STORED = 'vorda-lang';
 const THEME_STORED = 'vorda-theme';
-export type Theme = 'light' | 'dark';
+export const THEME = { light: 'light', dark: 'dark' } as const;
+export type Theme = (typeof THEME)[keyof typeof THEME];
+
+const isTheme = (value: string | null | undefined): value is Theme => value === THEME.light || value === THEME.dark;
 
 function read(key: string): string | null {
   try {
@@ -33,7 +36,7 @@ function applyLanguage(lang: Lang): void {
   document.documentElement.lang = lang;
 }
 
-export const theme = (): Theme => (document.documentElement.dataset['theme'] === 'dark' ? 'dark' : 'light');
+export const theme = (): Theme => (document.documentElement.dataset['theme'] === THEME.dark ? THEME.dark : THEME.light);
 
 export function chooseTheme(wanted: Theme): void {
   write(THEME_STORED, wanted);
@@ -47,8 +50,8 @@ export function applyStoredChoices(): void {
   const dark = matchMedia('(prefers-color-scheme: dark)');
   const apply = (): void => {
     const chosen = read(THEME_STORED);
-    document.documentElement.dataset['theme'] = chosen === 'light' || chosen === 'dark' ? chosen : dark.matches ? 'dark' : 'light';
+    document.documentElement.dataset['theme'] = isTheme(chosen) ? chosen : dark.matches ? THEME.dark : THEME.light;
   };
   apply();
-  if (stored !== 'light' && stored !== 'dark') dark.addEventListener('change', apply);
+  if (!isTheme(stored)) dark.addEventListener('change', apply);
 }

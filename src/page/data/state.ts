@@ -78,6 +78,9 @@ export function treeOf(id: number): ScanTree | undefined {
 export const scanRoots = (): { id: number; root: string }[] =>
   [...state.results].map(([id, doc]) => ({ id, root: doc.meta.path }));
 
+// Whether the user is choosing what to scan.
+export const isChoosing = (): boolean => state.section === 'picker';
+
 export function goTo(section: Section): void {
   state.section = section;
   changed('section');

@@ -72,8 +72,8 @@ class ResultSection implements Screen {
     const job = jobOnView();
     const doc = resultOnView();
     const lost = state.resultErrors.get(state.view);
-    const kind = !job ? 'none' : doc ? 'result' : hasFailed(job) || lost !== undefined ? 'failed' : 'waiting';
-    const wanted = `${kind} ${state.view} ${kind === 'failed' ? lost : ''}`;
+    const kind = !job ? 'none' : doc ? 'result' : hasFailed(job) || lost !== undefined ? 'lost' : 'waiting';
+    const wanted = `${kind} ${state.view} ${kind === 'lost' ? lost : ''}`;
     if (wanted === this.shownFor && (doc === this.shownDoc || this.inner?.keeps)) {
       this.shownDoc = doc;
       if (job) this.panel?.update(job);
@@ -85,7 +85,7 @@ class ResultSection implements Screen {
     this.shownDoc = doc;
     if (!job) this.show(noScan());
     else if (doc) this.showResult(job, doc);
-    else if (kind === 'failed') this.show(noResult(job, lost));
+    else if (kind === 'lost') this.show(noResult(job, lost));
     else this.showProgress(job);
   }
 

@@ -4,7 +4,7 @@ import { failure, size, t } from '../core/i18n';
 import { hasFailed, isDrive, isHost, isRunning, nameOf, summary } from '../core/job';
 import { shown } from '../core/paths';
 import { cancelScan, forgetScan, poll, viewJob } from '../data/jobs';
-import { goTo, state } from '../data/state';
+import { goTo, isChoosing, state } from '../data/state';
 import { elevateButton } from '../flows/elevate';
 import { button, el, icon, iconButton, inert, setAttribute, setText } from '../ui/dom';
 
@@ -22,7 +22,7 @@ function makeChip(job: Job): Chip {
   const figure = el('span', { class: 'figure' });
   const view = el('button', { type: 'button', on: { click: () => {
     viewJob(job.id);
-    if (state.section === 'picker') goTo('overview');
+    if (isChoosing()) goTo('overview');
   } } }, icon(isHost(job) ? 'ssh' : isDrive(job) ? 'drive' : 'folder'), el('span', { class: 'name' }, inert(nameOf(job))), figure);
   const act = iconButton('stop', '', () => void (act.dataset['does'] === 'stop' ? cancelScan(job.id) : forgetScan(job.id)));
   const root = el('li', { class: 'chip' }, view, act);

@@ -1,6 +1,6 @@
 // The navigation with its settings and the dialogs behind them.
 import { LANGS, isLang, language, t } from '../core/i18n';
-import { chooseLanguage, chooseTheme, theme } from '../data/preferences';
+import { chooseLanguage, chooseTheme, theme, THEME, type Theme } from '../data/preferences';
 import { SECTIONS, state } from '../data/state';
 import { openAbout } from '../flows/about';
 import { quitProgram } from '../flows/elevate';
@@ -19,9 +19,9 @@ function languageSelect(): HTMLSelectElement {
 
 function themeSelect(): HTMLSelectElement {
   const select = el('select', { class: 'input' },
-    el('option', { value: 'light', selected: theme() === 'light' }, t('themeLight')),
-    el('option', { value: 'dark', selected: theme() === 'dark' }, t('themeDark')));
-  select.addEventListener('change', () => chooseTheme(select.value === 'dark' ? 'dark' : 'light'));
+    el('option', { value: THEME.light, selected: theme() === THEME.light }, t('themeLight')),
+    el('option', { value: THEME.dark, selected: theme() === THEME.dark }, t('themeDark')));
+  select.addEventListener('change', () => chooseTheme(select.value as Theme));
   return select;
 }
 
@@ -77,14 +77,14 @@ const footButton = (name: string, label: string, action: () => void): HTMLElemen
 
 // `rebuild` builds the page again after a change of the appearance.
 export function navigation(rebuild: () => void): HTMLElement {
-  const other = theme() === 'dark' ? 'light' : 'dark';
+  const other = theme() === THEME.dark ? THEME.light : THEME.dark;
   return el('nav', { class: 'nav', 'aria-label': t('sections') },
     el('div', { class: 'brand' }, icon('drive', 'logo'), el('span', { class: 'word' }, 'Vorda')),
     el('div', { class: 'links' }, el('ul', {},
       SECTIONS.map((section) => el('li', { class: isFirst(section) ? '' : 'second' }, sectionLink(section))))),
     el('ul', { class: 'foot' },
       el('li', { class: 'wide-only' }, field(t('language'), languageSelect())),
-      el('li', { class: 'wide-only' }, footButton('theme', t(other === 'dark' ? 'goDark' : 'goLight'), () => {
+      el('li', { class: 'wide-only' }, footButton('theme', t(other === THEME.dark ? 'goDark' : 'goLight'), () => {
         chooseTheme(other);
         rebuild();
       })),

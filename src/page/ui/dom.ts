@@ -2,6 +2,7 @@
 // input.
 import { displayParts, shorten, shown } from '../core/paths';
 import { t } from '../core/i18n';
+import { KEYS } from './keys';
 
 export type Child = Node | string | number | null | undefined | false | readonly Child[];
 
@@ -137,7 +138,7 @@ export function choice(type: 'checkbox' | 'radio', label: Child, options: Props 
 // Enter in a text field does the same as the button beside it.
 export function onEnter(input: HTMLInputElement, action: () => void): void {
   input.addEventListener('keydown', (event) => {
-    if (event.key !== 'Enter') return;
+    if (event.key !== KEYS.enter) return;
     event.preventDefault();
     action();
   });

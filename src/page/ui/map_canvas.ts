@@ -7,6 +7,7 @@ import { layoutMap, nearestTile, tileAt, type MapLayout, type Tile } from '../co
 import { isFolder, isRest, type Entry } from '../core/tree';
 import { shareOf } from '../core/units';
 import { el, setAttribute } from './dom';
+import { KEYS } from './keys';
 
 const DEEPEST = 6;
 // In pixels at the default text size.
@@ -265,7 +266,7 @@ export class MapCanvas {
 
   private key(event: KeyboardEvent): void {
     const arrows: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
-    if (event.key === 'Backspace' || (event.altKey && event.key === 'ArrowUp')) {
+    if (event.key === KEYS.backspace || (event.altKey && event.key === 'ArrowUp')) {
       event.preventDefault();
       this.hooks.onLeave();
       return;
@@ -281,10 +282,10 @@ export class MapCanvas {
       this.active = next;
       this.choose(target.item.path);
       this.hooks.onChoose(target.item);
-    } else if (event.key === 'Enter' && tile) {
+    } else if (event.key === KEYS.enter && tile) {
       event.preventDefault();
       this.hooks.onEnter(tile.item);
-    } else if (event.key === ' ' && tile) {
+    } else if (event.key === KEYS.space && tile) {
       event.preventDefault();
       this.hooks.onMark(tile.item);
     }

@@ -6,6 +6,7 @@ import { t } from '../core/i18n';
 import type { Selection } from '../core/selection';
 import type { PlainKey } from '../lang/shape';
 import { el, icon, setAttribute } from './dom';
+import { KEYS } from './keys';
 
 export interface Column<R> {
   title: PlainKey;
@@ -301,11 +302,11 @@ export class Table<R> {
         this.options.selection?.startAt(target);
       }
       this.moveTo(target);
-    } else if (event.key === ' ') {
+    } else if (event.key === KEYS.space) {
       event.preventDefault();
       if (event.shiftKey) this.extend(this.active);
       else this.mark(this.active);
-    } else if (event.key === 'Enter') {
+    } else if (event.key === KEYS.enter) {
       const row = this.rows[this.active];
       if (row === undefined) return;
       event.preventDefault();

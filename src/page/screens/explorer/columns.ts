@@ -1,7 +1,7 @@
 // The columns of the tree table.
 import { count, percent, size } from '../../core/i18n';
 import { entryName } from '../../core/names';
-import { isFile, isFolder, isItem, type Entry, type EntryKind, type TreeRow } from '../../core/tree';
+import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind, type TreeRow } from '../../core/tree';
 import { shareOf } from '../../core/units';
 import { el, icon, setIcon, setText } from '../../ui/dom';
 import { markColumn, type Column } from '../../ui/table';
@@ -42,8 +42,6 @@ function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void): void {
   name.classList.toggle('muted', !isItem(row.entry));
 }
 
-const isPlaceholder = ({ kind }: Entry): boolean => kind === 'failed' || kind === 'loading';
-
 export interface TreeContext {
   whole: () => number; // bytes of the whole scan
   parentSize: (row: TreeRow) => number;
@@ -57,14 +55,14 @@ export const columns = ({ whole, parentSize, canMark, toggle }: TreeContext): Co
     title: 'colName', width: 'minmax(9rem, 6fr)', fill: (cell, row, index) => fillName(cell, row, () => toggle(index)),
     make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' })),
   },
-  { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, isPlaceholder(row.entry) ? '' : size(row.entry.s)) },
+  { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, isFailed(row.entry) || isLoading(row.entry) ? '' : size(row.entry.s)) },
   {
     title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
     make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
     fill: (cell, row) => {
       const share = row.depth === 0 ? 1 : shareOf(row.entry.s, parentSize(row));
       (cell.firstElementChild!.firstElementChild as HTMLElement).style.width = `${share * 100}%`;
-      setText(cell.lastElementChild!, row.entry.kind === 'failed' || whole() === 0 ? '' : percent(share));
+      setText(cell.lastElementChild!, isFailed(row.entry) || whole() === 0 ? '' : percent(share));
     },
   },
   { title: 'colFiles', width: '5rem', number: true, extra: true, fill: (cell, row) => setText(cell, isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f)) },

@@ -2,7 +2,7 @@
 import type { Job } from '../../core/answers';
 import { size, t } from '../../core/i18n';
 import { isRemote } from '../../core/job';
-import { BIG_FILE_BYTES, findTyped, isItem, treeRows, type ScanTree, type TreeRow } from '../../core/tree';
+import { BIG_FILE_BYTES, findTyped, isFailed, isItem, treeRows, type ScanTree, type TreeRow } from '../../core/tree';
 import { expandTo, loadFolder } from '../../data/folders';
 import { changed, state, treeOf } from '../../data/state';
 import { detailsButton, showDetails } from '../../flows/details';
@@ -11,6 +11,7 @@ import { openInMap } from '../../flows/places';
 import { resultScreen, type ResultScreen } from '../../flows/result_screen';
 import type { Changes, Screen } from '../../flows/screen';
 import { el, setAttribute } from '../../ui/dom';
+import { KEYS } from '../../ui/keys';
 import { Table } from '../../ui/table';
 import { columns } from './columns';
 
@@ -112,7 +113,7 @@ class Explorer implements ResultScreen {
 
   // Opens the map, retries a failed folder, or goes to the parent of a rest.
   private enter(row: TreeRow): void {
-    if (row.entry.kind === 'failed') void loadFolder(this.job.id, this.rows[row.parent]!.entry.path);
+    if (isFailed(row.entry)) void loadFolder(this.job.id, this.rows[row.parent]!.entry.path);
     else if (isItem(row.entry)) openInMap(row.entry.path);
     else if (row.parent >= 0) this.table.moveTo(row.parent);
   }
@@ -126,7 +127,7 @@ class Explorer implements ResultScreen {
     } else if (event.key === 'ArrowLeft') {
       if (row.open) this.setOpen(index, false);
       else if (row.parent >= 0) this.table.moveTo(row.parent);
-    } else if (event.key.length === 1 && event.key !== ' ') {
+    } else if (event.key.length === 1 && event.key !== KEYS.space) {
       this.goToTyped(event, index);
     } else {
       return false;

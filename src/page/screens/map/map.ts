@@ -12,6 +12,7 @@ import { scanMarksBar, toggleMark } from '../../flows/marks';
 import { resultScreen, type ResultScreen } from '../../flows/result_screen';
 import type { Changes, Screen } from '../../flows/screen';
 import { el, fill, iconButton, inert, setText } from '../../ui/dom';
+import { KEYS } from '../../ui/keys';
 import { MapCanvas } from '../../ui/map_canvas';
 import { Table } from '../../ui/table';
 import { columns } from './columns';
@@ -128,7 +129,7 @@ class MapSection implements ResultScreen {
       },
       onEnter: (row) => this.enter(row),
       onKey: (event) => {
-        if (event.key !== 'Backspace') return false;
+        if (event.key !== KEYS.backspace) return false;
         this.up();
         return true;
       },
