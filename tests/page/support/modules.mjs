@@ -1,4 +1,4 @@
-// The page's modules without a document, bundled as the page itself is.
+// The modules in core/ and the dictionaries, bundled like the page itself.
 import { build } from 'esbuild';
 import { fileURLToPath } from 'node:url';
 
