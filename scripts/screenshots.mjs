@@ -1,9 +1,10 @@
-// Takes the pictures in docs/screenshots: every section in both appearances, on a made-up drive.
+// Takes the screenshots in docs/screenshots: every section in both appearances, on an invented drive.
 // scripts/screenshots runs this file.
 import fs from 'node:fs';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
+import { settled } from '../tests/page/support/settled.mjs';
 import { serve, until } from '../tests/system/support/server.mjs';
 import { confinedWine, makeFiles, scratch } from '../tests/system/support/vorda.mjs';
 
@@ -41,7 +42,7 @@ async function opened(page) {
   await page.getByRole('treegrid').focus();
   for (const key of ['ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowRight', 'ArrowRight', 'ArrowRight', ' ']) {
     await page.keyboard.press(key);
-    await page.waitForTimeout(150);
+    await settled(page);
   }
 }
 
@@ -62,7 +63,7 @@ async function main() {
   fs.mkdirSync(out, { recursive: true });
   for (const colorScheme of ['light', 'dark']) {
     const context = await browser.newContext({ viewport: { width: 1120, height: 700 }, colorScheme, locale: 'en-GB', reducedMotion: 'reduce' });
-    // The files are holes, larger than the disk they lie on; the pictured disk has room for them.
+    // The files are sparse and larger than the real disk, so the disk's figures are replaced.
     const disks = { volumeSize: 119 * GiB, volumeFree: 14 * GiB, size: 119 * GiB, free: 14 * GiB };
     await context.route(/\/api\/(result|targets)/, async (route) => {
       const answer = await (await route.fetch()).text();
@@ -72,9 +73,9 @@ async function main() {
       const page = await context.newPage();
       await page.goto(`${server.base}/#${section}`);
       await page.locator('main h1').waitFor();
-      await page.waitForTimeout(500);
+      await settled(page);
       await PREPARE[section]?.(page);
-      await page.waitForTimeout(400);
+      await settled(page);
       await page.screenshot({ path: path.join(out, `${section}-${colorScheme}.png`) });
       await page.close();
     }

@@ -1,7 +1,7 @@
-// Makes the page: one HTML file with its style, script and dictionaries inside, and a policy that
-// allows exactly these. Usage: node build.mjs OUTPUT [--pseudo]
-// With --pseudo the English texts are made 40 % longer and put in brackets, so that a text that does not
-// come from the dictionary, or has no room, can be seen.
+// Builds the page: one HTML file that contains style, script and dictionaries, and a policy that allows
+// exactly these. Usage: node build.mjs OUTPUT [--pseudo]
+// --pseudo makes the English texts 40 % longer and puts them in brackets, which reveals texts that do not
+// come from the dictionary or don't fit.
 import { build } from 'esbuild';
 import { createHash } from 'node:crypto';
 import fs from 'node:fs';
@@ -19,7 +19,7 @@ const hash = (text) => `'sha256-${createHash('sha256').update(text).digest('base
 
 const common = { bundle: true, write: false, minify: true, legalComments: 'none', target: 'chrome109', logLevel: 'warning' };
 
-// Longer, marked, and with its placeholders; the confirmation word stays what people have to type.
+// Makes a text longer and marks it; placeholders and the confirmation word stay as they are.
 const longer = (text) => `[${text}${' ~~~~~'.repeat(100).slice(0, Math.ceil(text.replace(/\{\w+\}/g, '').length * 0.4))}]`;
 const pseudoEnglish = {
   name: 'pseudo',
@@ -34,7 +34,7 @@ const pseudoEnglish = {
 async function bundledScript(plugins) {
   const result = await build({ ...common, plugins, entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
   const text = result.outputFiles[0].text.trim();
-  // The page is one file: what would end the script element early must not be in the script.
+  // The script is inlined, so it must not contain anything that ends the script element.
   if (/<\/script|<!--/i.test(text)) throw new Error('the script holds "</script" or "<!--"');
   return text;
 }
@@ -59,7 +59,7 @@ function policy(script, style) {
   ].join('; ');
 }
 
-// Markup of ours without the blanks and comments that only people need.
+// Minifies markup of our own: removes comments and the space between elements.
 const dense = (markup) => markup.replace(/<!--[^]*?-->/g, '').replace(/>\s+</g, '><').trim();
 
 function fillIn(html, parts) {

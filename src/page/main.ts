@@ -1,25 +1,27 @@
-// The start of the page.
+// The start of the page: key, targets, scans, first section.
 import type { Hello, Targets } from './core/answers';
 import { t } from './core/i18n';
-import { api, onKeyNeeded, rememberedKey, useKey } from './ui/api';
+import { KIND } from './core/words';
+import { api, onKeyNeeded, rememberedKey, useKey } from './data/api';
+import { poll, startScan } from './data/jobs';
+import { applyStoredChoices } from './data/preferences';
+import { changed, isSearch, isSection, state, type Section } from './data/state';
+import { openAbout } from './flows/about';
+import { checkElevation } from './flows/elevate';
+import { askForKey } from './flows/key_dialog';
+import { ABOUT, startFrame } from './shell/frame';
 import { el } from './ui/dom';
-import { checkElevation } from './ui/elevate';
-import { poll, startScan } from './ui/jobs';
-import { askForKey } from './ui/key_dialog';
-import { openAbout } from './ui/about';
-import { isSection, startFrame } from './ui/shell';
-import { changed, state, type Section } from './ui/state';
-import { applyStoredChoices } from './ui/theme';
 import { toastFailure } from './ui/toast';
 
-const FIRST_LOOK_MS = 1500;
-const MOST_WAIT_MS = 10_000;
+const FIRST_PAINT_MS = 1500; // the longest wait for the first answers
+const FIRST_WAIT_MS = 1000;
+const MAX_WAIT_MS = 10_000;
 
 const address = new URL(location.href);
 const fragment = address.hash.slice(1);
 const scanAtStart = { path: address.searchParams.get('scan') ?? '' };
 
-// The key leaves the address at once, so that no history and no copied link carries it.
+// Removes the key from the address, so that it is in no history entry and no copied link.
 function takeKey(): void {
   const key = address.searchParams.get('token');
   if (key !== null) {
@@ -27,18 +29,18 @@ function takeKey(): void {
     history.replaceState(null, '', address.pathname + address.search + address.hash);
   }
   if (key) useKey(key);
-  else state.TOKEN = rememberedKey();
+  else state.key = rememberedKey();
 }
 
 function sectionAtStart(): Section {
-  if (isSection(fragment) && (state.jobs.length > 0 || fragment === 'find' || fragment === 'across')) return fragment;
+  if (isSection(fragment) && (state.jobs.length > 0 || isSearch(fragment))) return fragment;
   return state.jobs.length > 0 ? 'overview' : 'picker';
 }
 
 async function start(): Promise<void> {
   state.hello = await api<Hello>('/api/hello', { withoutKey: true });
   changed('session');
-  if (state.hello.auth && !state.TOKEN) {
+  if (state.hello.auth && !state.key) {
     askForKey(false, () => void run());
     return;
   }
@@ -50,11 +52,11 @@ async function start(): Promise<void> {
   await Promise.all([asked, poll()]);
   const last = state.jobs[state.jobs.length - 1];
   if (last && !state.started) state.view = last.id;
-  // A start after a new key was asked for goes on where the reader was.
+  // After a new key was asked for, the section stays.
   if (!state.started) state.section = sectionAtStart();
   state.started = true;
   changed('view', 'section', 'jobs');
-  if (fragment === 'about') openAbout();
+  if (fragment === ABOUT) openAbout();
   if (scanAtStart.path) {
     const { path } = scanAtStart;
     scanAtStart.path = '';
@@ -62,17 +64,17 @@ async function start(): Promise<void> {
     history.replaceState(null, '', address.pathname + address.search + location.hash);
     state.section = 'picker';
     changed('section');
-    await startScan(path, path.length <= 3 ? 'drive' : 'folder', path);
+    await startScan(path, path.length <= 3 ? KIND.drive : KIND.folder, path);
   }
 }
 
-async function run(wait = 1000): Promise<void> {
+async function run(wait = FIRST_WAIT_MS): Promise<void> {
   try {
     await start();
   } catch (error) {
     toastFailure(error);
-    // Nothing is known yet: what the page can do is ask again until someone answers.
-    if (state.offline) setTimeout(() => void run(Math.min(MOST_WAIT_MS, wait * 2)), wait);
+    // Without any answer there is nothing to show, so the start is repeated.
+    if (state.offline) setTimeout(() => void run(Math.min(MAX_WAIT_MS, wait * 2)), wait);
   }
 }
 
@@ -84,6 +86,6 @@ if (window.top !== window.self) {
   applyStoredChoices();
   takeKey();
   onKeyNeeded.ask = (wrong) => askForKey(wrong, () => void run());
-  // The first thing seen is the right one, unless it takes too long to know it.
-  void Promise.race([run(), new Promise((resolve) => setTimeout(resolve, FIRST_LOOK_MS))]).then(startFrame);
+  // Shows the right section at once, unless the answers take too long.
+  void Promise.race([run(), new Promise((resolve) => setTimeout(resolve, FIRST_PAINT_MS))]).then(startFrame);
 }

@@ -1,12 +1,12 @@
-// The page's decisions, without a browser.
+// The modules in core/, without a browser.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { i18n, paths, plan, selection, squarify, tree, units, words } = page;
+const { i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
-test('sizes, shares and dates in the form of each locale', () => {
+test('sizes, shares and dates are formatted for the locale', () => {
   const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
   assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
     ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
@@ -18,7 +18,7 @@ test('sizes, shares and dates in the form of each locale', () => {
   assert.equal(units.formatSeconds(1.25, 'fr-FR'), '1,3 s');
 });
 
-test('paths: parts, owners and what goes with what', () => {
+test('paths: parent and name, joining, owning scan, topmost', () => {
   const cases = [['C:\\a\\b', 'C:\\a', 'b'], ['C:\\a', 'C:\\', 'a'], ['C:\\', '', 'C:'], ['\\\\srv\\share\\x', '\\\\srv\\share', 'x'],
     ['/home/x', '/home', 'x'], ['/home', '/', 'home'], ['/', '', '/'], ['C:\\a\\', 'C:\\', 'a'], ['C:\\a/b\\c', 'C:\\a/b', 'c']];
   for (const [path, parent, name] of cases) assert.deepEqual([paths.parentOf(path), paths.baseName(path)], [parent, name], path);
@@ -30,7 +30,7 @@ test('paths: parts, owners and what goes with what', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
-test('hostile names are inert and short enough to show', () => {
+test('hostile names are made safe and short enough to display', () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
@@ -41,7 +41,7 @@ test('hostile names are inert and short enough to show', () => {
   }
 });
 
-test('words become sentences, in every language, and unknown ones stay', () => {
+test('failure words have a text in every language, unknown ones are shown as they are', () => {
   const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
     'unreadable', 'elevateDenied', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
@@ -52,7 +52,7 @@ test('words become sentences, in every language, and unknown ones stay', () => {
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
-  assert.equal(words.wordingOf('constructor').key, null);
+  assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');
   assert.deepEqual([i18n.t('nFiles', { n: 1 }), i18n.t('nFiles', { n: 12345 }), i18n.phrase('r_', 'newWord'), i18n.text('no such key')],
     ['1 bestand', '12.345 bestanden', 'newWord', 'no such key']);
@@ -63,8 +63,8 @@ test('words become sentences, in every language, and unknown ones stay', () => {
   i18n.setLanguage('en');
 });
 
-test('no dictionary leaves English text', () => {
-  // What reads alike in both languages.
+test('no dictionary contains English text', () => {
+  // Texts that are the same in both languages.
   const alike = {
     nl: ['scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
     fr: ['sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
@@ -88,7 +88,7 @@ const doc = (over = {}) => ({
   ] }, ...over,
 });
 
-test('the tree: pruned, completed by fetched folders, with large files among them', () => {
+test('the tree combines the pruned tree, fetched folders and large files', () => {
   const scan = new tree.ScanTree(doc());
   const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
   assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', 'loose  20 2']);
@@ -105,7 +105,7 @@ test('the tree: pruned, completed by fetched folders, with large files among the
   assert.deepEqual([tree.findTyped(rows, 0, 'B'), tree.findTyped(rows, 4, 'b'), tree.findTyped(rows, 0, 'zz')], [3, 5, -1]);
   scan.setFailed('C:\\d\\b', 'offline');
   assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => entry.kind), ['failed']);
-  assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder may be tried again');
+  assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder can be loaded again');
   for (const n of ['C:', 'C:\\', 'C:\\d\\']) {
     const odd = new tree.ScanTree(doc({ tree: { n, s: 90 * MiB, f: 2, c: [{ n: 'in', s: 9, f: 1 }] }, files: [{ p: `${n.replace(/\\$/, '')}\\x.iso`, s: 60 * MiB, m: 0 }] }));
     const [file, folder] = odd.entries(n);
@@ -115,7 +115,7 @@ test('the tree: pruned, completed by fetched folders, with large files among the
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });
 
-test('the map covers its area exactly once, whatever the sizes', () => {
+test('tiles of the map have the right areas and stay inside', () => {
   const area = { x: 3, y: 5, w: 401, h: 233 };
   for (const values of [[1], [5, 3, 1, 1], Array.from({ length: 400 }, (_, i) => 1000 / (i + 1)), [1e15, 1, 1], [7, 7, 7, 7, 7]]) {
     const rects = squarify.squarify(values, area);
@@ -128,14 +128,14 @@ test('the map covers its area exactly once, whatever the sizes', () => {
   const size = { a: 60, b: 39.9999, c: 0.0001, x: 40, y: 20 };
   const layout = squarify.layoutMap('top', { x: 0, y: 0, w: 400, h: 300 }, (item) => (children[item] ?? []).map((name) => ({ item: name, size: size[name] })), 5, 18);
   assert.deepEqual(layout.tiles.map((tile) => [tile.item, tile.level, tile.branch, tile.heading]), [['a', 0, 0, true], ['b', 0, 1, false], ['x', 1, 0, false], ['y', 1, 0, false]]);
-  assert.equal(layout.melted.length, 1, 'what is too small to see is still shown as a rest');
+  assert.equal(layout.melted.length, 1, 'tiles too small to draw become a rest');
   const inside = layout.tiles[2];
   assert.equal(squarify.tileAt(layout.tiles, inside.x + 1, inside.y + 1), 2);
   const own = layout.tiles.slice(0, 2);
   assert.equal(squarify.nearestTile(own, 0, own[1].x > own[0].x ? 1 : 0, own[1].x > own[0].x ? 0 : 1), 1);
 });
 
-test('deletions: one request per scan, and a truthful sentence afterwards', () => {
+test('deletion: one request per scan, and the right sentence for the outcome', () => {
   const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
   assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
     [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
@@ -145,7 +145,7 @@ test('deletions: one request per scan, and a truthful sentence afterwards', () =
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
 });
 
-test('duplicates: one copy of each group stays, and only what is still equal goes', () => {
+test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {
   const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
   const kept = (rule) => plan.keeper(group, rule).p;
   assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
@@ -155,11 +155,11 @@ test('duplicates: one copy of each group stays, and only what is still equal goe
   assert.ok(!plan.mayChoose(group, new Set(['C:\\two', 'C:\\long\\one']), 'D:\\x'));
   assert.ok(!plan.mayChoose(locked, new Set(), 'C:\\Windows\\y'));
   const names = ['a', 'b', 'c', 'd'];
-  assert.deepEqual([...plan.verified(new Set(['a', 'c', 'd']), names, [[0, 1]])], ['a'], 'c and d no longer have an equal');
-  assert.deepEqual([...plan.verified(new Set(['a', 'b']), names, [[0, 1]])], [], 'none would stay');
+  assert.deepEqual([...plan.verified(new Set(['a', 'c', 'd']), names, [[0, 1]])], ['a'], 'c and d are no longer equal to anything');
+  assert.deepEqual([...plan.verified(new Set(['a', 'b']), names, [[0, 1]])], [], 'no copy would stay');
 });
 
-test('marking a range, in both directions', () => {
+test('marking a range in both directions', () => {
   const marks = new selection.Selection();
   const keyAt = (i) => (i === 3 ? null : `k${i}`);
   marks.toggle(5, 'k5');

@@ -1,33 +1,30 @@
-// What the real program can't be made to do on a healthy machine: answers that are hostile, late or cut
-// off, a copy without rights, one that comes back with them.
+// Cases the real program can't produce on a healthy machine: hostile, late or truncated answers, a
+// program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
-import { after, test } from 'node:test';
-import { goTo, mark, openDialog, openTab, requestsOf, row, says, scan } from './support/browser.mjs';
+import { test } from 'node:test';
+import { goTo, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
-const folder = scratch(here);
-makeFiles(folder, { 'late/a/one.iso': 80 * MiB, 'late/b/two.iso': 70 * MiB, 'share/a/x': 80 * MiB, 'share/b/y': 70 * MiB });
-const server = await serve(here, [], { env: { VORDA_XDG_DATA_HOME: scratch(here) } });
-
-async function opened(t, options) {
+// A program of the test's own on these files, a proxy before it, and a tab.
+async function opened(t, { files = {}, ...options } = {}) {
   const tab = await openTab(t, options); // first, so that it is closed first
+  const folder = scratch(t);
+  makeFiles(folder, files);
+  const server = await serve(t, [], { env: { VORDA_XDG_DATA_HOME: scratch(t) } });
   const faults = await between(t, server.base);
-  return { faults, tab };
+  return { faults, folder, server, tab };
 }
 
-// Names that a disk, a host or another program may bring.
+// Names that may come from a disk, a host or another program.
 const NAMES = [
   '<img src=x onerror=alert(1)>', '"><script>alert(1)</script>', '\u202egpj.exe\u2066', 'half \ud83d pair \ude00', 'tab\tline\nnul\u0000esc\u001b[31m',
   `${'long '.repeat(6400)}end`, 'x'.repeat(32_000), 'javascript:alert(1)', '{name} {n}', '__proto__', 'constructor', '', '\u0645\u0644\u0641', 'e\u0301'.repeat(300), '..', ' ',
 ];
 
-test('hostile documents are shown as text, and what they name is sent back to the letter', async (t) => {
+test('hostile names are shown as text and sent back unchanged', async (t) => {
   const { faults, tab } = await opened(t);
   const root = 'D:\\';
   const paths = NAMES.map((name) => root + name);
@@ -52,7 +49,7 @@ test('hostile documents are shown as text, and what they name is sent back to th
     '/api/dupsacross': { running: false, groups: [{ s: 5, c: NAMES.length, waste: 9, files: hits.map((hit) => ({ ...hit, names: NAMES })) }], shown: 1, count: 1, waste: 9, skipped: { cloud: 1, unreadable: 1, changed: 1 }, opts: {} },
     '/api/delete': ({ body }) => ({ deleted: 0, bytes: 9, error: '', dryRun: true, refused: [{ p: paths[2], why: nasty }], wouldDelete: body.getAll('p'), noBin: [] }),
   });
-  tab.on('dialog', () => assert.fail('a name was run'));
+  tab.on('dialog', () => assert.fail('a name was executed'));
   const sent = requestsOf(tab, '/api/delete');
   await tab.goto(faults.base);
   await tab.getByRole('heading', { level: 1, name: 'Failed' }).or(tab.getByRole('heading', { name: 'Overview' })).waitFor();
@@ -91,19 +88,19 @@ test('hostile documents are shown as text, and what they name is sent back to th
   assert.deepEqual(sent[0].getAll('p').sort(), wanted.sort());
 });
 
-test('an answer that is late or cut off loses nothing', async (t) => {
-  const { faults, tab } = await opened(t, { expected: /ERR_|400/ });
+test('late and truncated answers lose nothing', async (t) => {
+  const { faults, folder, server, tab } = await opened(t, { expected: /ERR_|400/, files: { 'a/one.iso': 80 * MiB, 'b/two.iso': 70 * MiB } });
   faults.answers['/api/dirs'] = CUT;
   await tab.goto(`${faults.base}/?scan=Z:%5Cnowhere`);
   await says(tab.getByRole('main'), 'Failed: This path does not exist');
   await tab.getByRole('button', { name: /^Remove the scan/ }).click();
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/late`))}`);
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
   await tab.getByRole('button', { name: 'Scan again' }).click();
   faults.answers['/api/result'] = CUT;
   await says(tab.getByRole('alert'), 'Vorda does not answer.');
   delete faults.answers['/api/result'];
-  await tab.getByRole('button', { name: 'Scan again' }).waitFor(); // the result came after all
+  await tab.getByRole('button', { name: 'Scan again' }).waitFor(); // the result was fetched again
 
   await goTo(tab, 'explorer', 'Folders');
   const tree = tab.getByRole('treegrid');
@@ -113,7 +110,7 @@ test('an answer that is late or cut off loses nothing', async (t) => {
   await row(tree, 'Could not be loaded').first().dblclick();
   await row(tree, 'Could not be loaded').waitFor({ state: 'detached' });
 
-  // A scan started while the answer about another one is still on its way is followed all the same.
+  // A scan started while another one's result is still on its way is followed as well.
   let release;
   const held = new Promise((resolve) => { release = resolve; });
   faults.answers['/api/result'] = async ({ real }) => {
@@ -122,17 +119,17 @@ test('an answer that is late or cut off loses nothing', async (t) => {
     return made;
   };
   await goTo(tab, 'picker', 'What do');
-  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/late/a`));
+  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/a`));
   await tab.getByRole('button', { name: 'Scan folder' }).click();
   await until(async () => (await server.json('/api/jobs')).body.length === 2, 'the first scan');
-  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/late/b`));
+  await tab.getByLabel('Path of a folder').fill(winPath(`${folder}/b`));
   await tab.getByRole('button', { name: 'Scan folder' }).click();
   await until(async () => (await server.json('/api/jobs')).body.filter((job) => job.state === 'done').length === 3, 'the second scan');
   delete faults.answers['/api/result'];
   release();
   await says(tab, /There are 70\.0 MB in .*b, mostly in files/);
 
-  // That a scan was stopped is remembered, although the program tells it only while it stops.
+  // The page remembers that a scan was stopped; the program only says so while it is stopping.
   let told = 'scanning';
   faults.answers['/api/cancel'] = ({ real }) => {
     told = 'cancelled';
@@ -149,7 +146,7 @@ test('an answer that is late or cut off loses nothing', async (t) => {
   await says(tab.getByRole('main'), 'Stopped: this is what was found until then.');
   faults.answers = {};
 
-  // While nobody answers, what is known stays, and a dialog says so without deleting.
+  // Without a server, the page keeps its data, and the deletion dialog reports the failure.
   await goTo(tab, 'explorer', 'Folders');
   await mark(tree, 'two.iso');
   faults.lost = true;
@@ -162,21 +159,21 @@ test('an answer that is late or cut off loses nothing', async (t) => {
   await says(dialog, '1 item would go, 70.0 MB.');
 });
 
-test('what no recycle bin takes needs the word, whatever is chosen', async (t) => {
-  const { faults, tab } = await opened(t);
+test('items that the recycle bin does not take need the confirmation word', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'a/x': 80 * MiB, 'b/y': 70 * MiB } });
   let kept = [];
   faults.answers['/api/delete'] = async ({ body, real }) => {
     if (body.get('dryrun') === '1') return { ...await real(), noBin: body.getAll('p').filter((path) => !kept.some((name) => path.endsWith(name))) };
     return { deleted: 0, bytes: 0, freed: 0, binned: 0, error: 'failed:124', dryRun: false, refused: [], wouldDelete: body.getAll('p') };
   };
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(`${folder}/share`))}`);
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
   await goTo(tab, 'explorer', 'Folders');
   const tree = tab.getByRole('treegrid');
   for (const name of ['a', 'b']) await tree.locator('.trow', { hasText: new RegExp(`^${name}`) }).locator('.mark-cell').click();
   let dialog = await openDialog(tab);
   await says(dialog, '2 items lie where there is no recycle bin. They would be gone for good:');
-  assert.equal(await dialog.getByLabel('Move to the recycle bin').isVisible(), false, 'no bin is promised');
+  assert.equal(await dialog.getByLabel('Move to the recycle bin').isVisible(), false, 'the bin is not offered');
   assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (150 MB) permanently' }).isDisabled());
   await tab.keyboard.press('Escape');
   kept = ['b'];
@@ -189,14 +186,14 @@ test('what no recycle bin takes needs the word, whatever is chosen', async (t) =
   await says(dialog, '2 items are still there.');
 });
 
-test('rights: asked for, refused, given', async (t) => {
+test('administrator rights: requested, refused, granted', async (t) => {
   const { faults, tab } = await opened(t, { expected: /ERR_|Failed to load/ });
   let elevated = false;
   let answer = { ok: true };
   faults.answers['/api/targets'] = async ({ real }) => ({ ...await real(), elevated });
   faults.answers['/api/elevate'] = () => answer;
-  const loads = [];
-  tab.on('load', () => loads.push(Date.now()));
+  let loads = 0;
+  tab.on('load', () => { ++loads; });
   await tab.goto(faults.base);
   const chip = (name) => tab.getByRole('banner').getByRole('button', { name });
   const [restart, restarting, answering] = ['Restart as administrator', 'Restarting', 'Please answer the question Windows is asking.'].map(chip);
@@ -204,7 +201,7 @@ test('rights: asked for, refused, given', async (t) => {
   await restarting.waitFor();
   await answering.waitFor();
   await says(tab.locator('.toasts'), 'Vorda is running without administrator rights: the restart was declined or did not work.');
-  assert.equal(loads.length, 2, 'the page came anew after a while');
+  assert.equal(loads, 2, 'the page was reloaded');
   assert.deepEqual(await tab.evaluate(() => ({ ...sessionStorage })), {});
   await restart.click();
   await restarting.waitFor();

@@ -1,5 +1,5 @@
-// What the page promises besides what it does: that it is light, can be used by everyone, fits every
-// screen, says everything in the reader's language, and can be worked by keys alone.
+// Qualities of the whole page: small, accessible, fits every screen, fully translated, usable with the
+// keyboard alone. All tests but the last ones look at the same finished scans and change nothing.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
@@ -8,6 +8,7 @@ import { after, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { openTab } from './support/browser.mjs';
+import { settled } from './support/settled.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
@@ -28,7 +29,7 @@ makeFiles(folder, {
 fs.utimesSync(`${folder}/Photos/old.raw`, new Date('2017-05-04'), new Date('2017-05-04'));
 const wine = await ownWine(here, { 'd:': folder });
 const server = await serve(here, [], wine);
-// A scan that fails stands in the header and among the targets as well.
+// A failed scan is shown in the header and among the targets.
 await server.post('/api/scan', { path: 'D:\\nowhere', kind: 'folder', label: 'D:\\nowhere' });
 await server.post('/api/scan', { path: 'D:\\', kind: 'drive', label: 'Data (D:)' });
 const finished = (path, fields) => server.post(path, fields).then(() => until(async () => !(await server.json(path)).body.running, path));
@@ -37,7 +38,8 @@ const ids = (await server.json('/api/jobs')).body.filter((job) => job.state === 
 await finished('/api/findfiles', { ids, exts: '.mkv .mp4 .raw .iso .dat', names: '', min: '0', sort: 'size' });
 await finished('/api/dupsacross', { ids, exts: '.dat', names: '', min: '1' });
 
-// A tab whose program has not all rights and cannot put everything into the bin, for what is only shown then.
+// A tab whose program lacks rights and, with `beyondBin`, can't put everything into the bin: some texts are
+// only shown then.
 async function open(t, { address = '/#overview', stored = {}, html = null, beyondBin = false, ...options } = {}) {
   const tab = await openTab(t, options);
   await tab.addInitScript((values) => Object.assign(localStorage, values), stored);
@@ -53,7 +55,6 @@ async function open(t, { address = '/#overview', stored = {}, html = null, beyon
   return tab;
 }
 
-const settled = (tab) => tab.evaluate(() => new Promise((resolve) => setTimeout(() => requestAnimationFrame(resolve), 60)));
 const goTo = async (tab, section) => {
   await tab.evaluate((wanted) => { location.hash = wanted; }, section);
   await tab.locator(`.nav a[href="#${section}"][aria-current=page]`).waitFor({ state: 'attached' });
@@ -70,7 +71,7 @@ const clicked = async (tab, place) => {
   await settled(tab);
 };
 
-// Every section and dialog, by name, and how one gets there whatever the language.
+// Every section and dialog by name, with the way to open it in any language.
 const SCENES = {
   overview: (tab) => goTo(tab, 'overview'),
   'empty bin': (tab) => clicked(tab, '.panel .button:has([href="#i-broom"])'),
@@ -126,7 +127,7 @@ async function eachScene(tab, look) {
   await tab.setViewportSize(size);
 }
 
-test('light: what is sent, and how little stands in the document for 20,000 hits', async (t) => {
+test('the page is small, and so is the document with 20,000 hits', async (t) => {
   const sent = Buffer.from(await (await fetch(`${server.base}/`)).arrayBuffer());
   const sizes = [sent.length, gzipSync(sent, { level: 9 }).length];
   assert.ok(sizes[0] <= 300_000 && sizes[1] <= 85_000, sizes.join());
@@ -151,7 +152,7 @@ test('light: what is sent, and how little stands in the document for 20,000 hits
 });
 
 const side = { concurrency: 2 };
-describe('usable by everyone: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
+describe('accessible: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
   test(`in ${lang}`, async (t) => {
     const tab = await open(t, { bypassCSP: true, beyondBin: true, stored: { 'vorda-lang': lang } });
     await tab.evaluate(axe);
@@ -160,10 +161,10 @@ describe('usable by everyone: every section and dialog, light and dark', side, (
       for (const theme of ['light', 'dark']) {
         const found = await tab.evaluate(async (wanted) => {
           document.documentElement.dataset.theme = wanted;
-          // The dark appearance differs from the light one in colours alone.
+          // The dark appearance differs from the light one only in its colours.
           const rules = wanted === 'dark' ? { runOnly: ['color-contrast', 'link-in-text-block'] } : {};
           const { violations, passes } = await window.axe.run({ resultTypes: ['violations'], ...rules });
-          if (!passes.some((rule) => rule.id === 'color-contrast')) return ['no contrast was looked at'];
+          if (!passes.some((rule) => rule.id === 'color-contrast')) return ['contrast was not checked'];
           return violations.flatMap(({ id, nodes }) => nodes.map((node) => `${id}: ${node.html.slice(0, 200)} ${node.failureSummary}`));
         }, theme);
         assert.deepEqual(found, [], `${name}, ${theme}`);
@@ -174,8 +175,8 @@ describe('usable by everyone: every section and dialog, light and dark', side, (
   });
 }));
 
-// What does not fit: sideways scrolling outside of tables, and texts of the page that are cut off or
-// stand beyond what holds them. Names and paths may be shortened.
+// What does not fit: horizontal scrolling outside of tables, and texts of the page that are cut off or
+// overflow their box. Names and paths may be truncated.
 const misfits = (tab) => tab.evaluate(() => {
   const found = [];
   const root = document.documentElement;
@@ -207,10 +208,10 @@ const misfits = (tab) => tab.evaluate(() => {
 });
 
 const SIZES = {
-  'a small telephone': { viewport: { width: 360, height: 740 }, hasTouch: true },
+  'a small phone': { viewport: { width: 360, height: 740 }, hasTouch: true },
   'a 4K screen': { viewport: { width: 3840, height: 2160 } },
   'zoomed in to 320 pixels': { viewport: { width: 320, height: 512 } },
-  'texts twice as large': { viewport: { width: 1280, height: 900 }, enlarged: true },
+  'text twice as large': { viewport: { width: 1280, height: 900 }, enlarged: true },
 };
 describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, ...options }]) => {
   test(name, async (t) => {
@@ -222,7 +223,7 @@ describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, .
   });
 }));
 
-test('says everything in the reader’s language, and has room for longer ones', async (t) => {
+test('every text is translated, and longer ones fit', async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);
   const html = fs.readFileSync(file, 'utf8');
@@ -236,7 +237,7 @@ test('says everything in the reader’s language, and has room for longer ones',
           for (const name of ['aria-label', 'title', 'placeholder', 'aria-valuetext']) texts.push(one.getAttribute(name) ?? '');
           if (!one.closest('bdi, script, style, noscript, option[lang], .brand, .machine')) texts.push([...one.childNodes].map((node) => (node instanceof Text ? node.data : '')).join(''));
         }
-        // Marked texts hold others; names, paths and figures are nobody's language.
+        // Marked texts may be nested; names, paths and figures are not translated.
         return texts.map((text) => {
           for (let before = ''; before !== text;) [before, text] = [text, text.replace(/\[[^[\]]*\]/g, '')];
           return text.replace(/\b[A-Z]:(\\.*)?/g, '').replace(/\b([KMGT]?B|Data|NTFS)\b/g, '');
@@ -249,8 +250,8 @@ test('says everything in the reader’s language, and has room for longer ones',
   assert.deepEqual([...found], []);
 });
 
-// Hands without a mouse. After every key something has the focus, in view, and can be seen to have it.
-function hands(tab) {
+// Works the keyboard. After every key something has the focus, is in view, and shows that it has it.
+function keyboard(tab) {
   const look = () => tab.evaluate(() => {
     const at = document.activeElement;
     const { id } = document.getElementById(at.getAttribute('aria-activedescendant')) ?? {};
@@ -270,14 +271,14 @@ function hands(tab) {
       await tab.keyboard.press(key);
       await settled(tab);
       let now = await look();
-      if (now.kind === 'body' && key.endsWith('Tab')) { // the browser's own controls come between the last and the first
+      if (now.kind === 'body' && key.endsWith('Tab')) { // the browser's own controls come between the last and the first one
         await tab.keyboard.press(key);
         now = await look();
       }
       assert.ok(now.kind !== 'body' && now.shown && (now.ring || now.heading), `after ${key}: ${JSON.stringify(now).slice(0, 300)}`);
     }
   };
-  // Goes on with Tab until what is meant has the focus.
+  // Presses Tab until the wanted control has the focus.
   const to = async (kind, name, key = 'Tab') => {
     const met = [];
     for (let step = 0; step < 70; ++step) {
@@ -286,7 +287,7 @@ function hands(tab) {
       met.push(`${now.kind} ${now.name}`);
       await press(key);
     }
-    assert.fail(`no way by ${key} to ${kind} ${name}: ${met.join(' | ')}`);
+    assert.fail(`${key} never reaches ${kind} ${name}: ${met.join(' | ')}`);
   };
   const write = (text) => tab.keyboard.type(text);
   const heading = (name, level = 1) => tab.getByRole('heading', { level, name }).waitFor();
@@ -298,7 +299,7 @@ function hands(tab) {
   return { press, to, write, section, heading };
 }
 
-describe('by keys alone', side, () => {
+describe('by keyboard alone', side, () => {
   const own = async (t, files) => {
     const place = scratch(t);
     makeFiles(place, files);
@@ -307,7 +308,7 @@ describe('by keys alone', side, () => {
     const tab = await openTab(t);
     await tab.goto(base);
     await tab.locator('main h1').waitFor();
-    const by = hands(tab);
+    const by = keyboard(tab);
     await by.to('input', /^Path of a folder/);
     await by.write(`Z:${place.replaceAll('/', '\\')}`);
     await tab.keyboard.press('Enter');
@@ -315,7 +316,7 @@ describe('by keys alone', side, () => {
     return { place, bin: `${data}/Trash/files`, tab, ...by };
   };
 
-  test('scan, explore, map, into the bin', async (t) => {
+  test('scan, map, explorer, moving to the bin', async (t) => {
     const { place, bin, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
     await section(/^Map/, 'Map');
     await to('listbox', /^Size map/);
@@ -336,7 +337,7 @@ describe('by keys alone', side, () => {
     assert.deepEqual([fs.readdirSync(place), fs.readdirSync(bin)], [['b'], ['a']]);
   });
 
-  test('find, select, delete for good', async (t) => {
+  test('finding, marking, deleting permanently', async (t) => {
     const { place, tab, press, to, write, section } = await own(t, { '1.jpg': 'a', '2.jpg': 'ab', '3.jpg': 'abc', 'note.txt': 'n' });
     await section(/^Find/, 'Find files');
     await to('input', /^Extensions/);
@@ -380,11 +381,11 @@ describe('by keys alone', side, () => {
     assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
   });
 
-  test('the key of an agent, then another language', async (t) => {
+  test('signing in with a key, changing the language', async (t) => {
     const { base } = await serve(t, ['--server', '--token', 'k'.repeat(32)], wine);
     const tab = await openTab(t, { expected: /401/ });
     await tab.goto(base);
-    const { press, to, write, heading } = hands(tab);
+    const { press, to, write, heading } = keyboard(tab);
     await to('input', /^Key/);
     await write('k'.repeat(32));
     await tab.keyboard.press('Enter');

@@ -1,4 +1,4 @@
-// Coming and going: links, keys, languages, hosts, and a program that ends and begins.
+// Links, keys, languages, appearance, SSH hosts, and a program that ends and starts again.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
@@ -15,10 +15,10 @@ const here = { after: (end) => ends.unshift(end) };
 const folder = scratch(here);
 makeFiles(`${folder}/d`, { 'films/a.mkv': 300 * MiB, 'b.iso': 70 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d` });
-const server = await serve(here, [], wine);
 const heading = (tab, name) => tab.getByRole('heading', { level: 1, name }).waitFor();
 
-test('a section in the address is honoured when it can be, and is no step of its own', async (t) => {
+test('a section in the address is opened if possible, without a history step of its own', async (t) => {
+  const server = await serve(t, [], wine);
   const tab = await openTab(t);
   const open = async (fragment, title) => {
     await tab.goto('about:blank');
@@ -55,7 +55,7 @@ test('a section in the address is honoured when it can be, and is no step of its
   await tab.getByRole('dialog', { name: 'About Vorda' }).waitFor();
 });
 
-test('a key in the address is used, hidden, kept by this tab and by no other', async (t) => {
+test('a key in the address is used, removed, and kept by this tab only', async (t) => {
   const key = 'k€y é/+=&1';
   const { base } = await serve(t, ['--server', '--token', key], wine);
   const tab = await openTab(t, { expected: /401/ });
@@ -65,7 +65,7 @@ test('a key in the address is used, hidden, kept by this tab and by no other', a
   assert.equal(tab.url(), `${base}/#overview`);
   assert.equal(await tab.getByRole('button', { name: 'Quit Vorda' }).count(), 0);
   const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
-  assert.match(fs.readFileSync(await download.path(), 'utf8'), /\.mkv/, 'links carry the key');
+  assert.match(fs.readFileSync(await download.path(), 'utf8'), /\.mkv/, 'links contain the key');
   await tab.reload();
   await heading(tab, 'Overview');
   await tab.goBack();
@@ -89,7 +89,7 @@ test('a key in the address is used, hidden, kept by this tab and by no other', a
   await heading(other, 'Overview');
 });
 
-test('each language, in every section, with its own word to confirm', async (t) => {
+test('every language in every section, with its own confirmation word', async (t) => {
   const { tab } = await scanned(t, { 'films/b.iso': 80 * MiB, 'photos/d.iso': 70 * MiB });
   const words = { nl: 'VERWIJDER', fr: 'SUPPRIMER', es: 'ELIMINAR', pt: 'ELIMINAR', en: 'DELETE' };
   const titles = {};
@@ -124,11 +124,12 @@ test('each language, in every section, with its own word to confirm', async (t) 
   assert.equal(new Set(Object.values(titles).map(String)).size, 5);
 });
 
-test('light and dark, chosen and remembered', async (t) => {
+test('light and dark: the system’s choice, then the user’s', async (t) => {
+  const server = await serve(t, [], wine);
   const tab = await openTab(t, { colorScheme: 'dark' });
   await tab.goto(server.base);
   const ground = () => tab.evaluate(() => getComputedStyle(document.documentElement).backgroundColor);
-  assert.equal(await ground(), 'rgb(20, 24, 29)', 'as the system wishes');
+  assert.equal(await ground(), 'rgb(20, 24, 29)', 'as the system has it');
   await tab.getByRole('button', { name: 'Light appearance' }).click();
   assert.equal(await ground(), 'rgb(247, 248, 250)');
   await tab.reload();
@@ -136,7 +137,7 @@ test('light and dark, chosen and remembered', async (t) => {
   assert.deepEqual([await ground(), await tab.evaluate(() => localStorage['vorda-theme'])], ['rgb(247, 248, 250)', 'light']);
 });
 
-test('a program that is lost keeps what is shown; the next one starts from nothing; quit ends it', async (t) => {
+test('a lost program leaves its data on the page; a new one starts empty; quitting ends it', async (t) => {
   const first = await serve(t, [], wine);
   let second = null;
   t.after(() => second?.child.kill('SIGKILL'));
@@ -150,7 +151,7 @@ test('a program that is lost keeps what is shown; the next one starts from nothi
   await says(tab, 'Most of the space is in films: 300 MB');
   second = startSilent(['--port', String(first.port), '--no-open'], wine);
   await until(() => fetch(first.base).catch(() => null), 'the second program');
-  await tab.getByRole('button', { name: 'Try again' }).click().catch(() => {}); // it may have tried by itself
+  await tab.getByRole('button', { name: 'Try again' }).click().catch(() => {}); // the page may have retried already
   await says(tab, 'Vorda answers again.');
   assert.equal(await tab.getByRole('alert').isVisible(), false);
   await scan(tab, 'D:\\films');
@@ -162,7 +163,7 @@ test('a program that is lost keeps what is shown; the next one starts from nothi
   assert.equal((await second.ended).code, 0);
 });
 
-test('a host over ssh, by password', async (t) => {
+test('an SSH host with a password', async (t) => {
   const ssh = `${folder}/ssh`;
   makeFiles(ssh, { 'home/big/film.mkv': 90 * MiB, 'home/note': 'x' });
   fs.mkdirSync(`${ssh}/bin`);

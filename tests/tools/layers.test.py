@@ -88,4 +88,57 @@ class Layers(unittest.TestCase):
         self.assertEqual(run_on({"README.md": ""}).returncode, 1)
 
 
+class PageLayers(unittest.TestCase):
+    tree = {
+        "src/base/text.h": "",  # a tree without C++ is refused
+        "src/page/lang/en.ts": "export const en = {};\n",
+        "src/page/core/paths.ts": "// document.title is for others.\nimport { en } from '../lang/en';\n",
+        "src/page/ui/dom.ts": "import {\n  shown,\n} from '../core/paths';\ndocument.write();\n",
+        "src/page/ui/table.ts": "import { el } from './dom';\n",
+        "src/page/flows/frame.ts": "import type { Table } from '../ui/table';\n",
+        "src/page/screens/advice.ts": "import '../flows/frame';\n",
+        "src/page/screens/find/find.ts": "import { hits } from './hits';\n",
+        "src/page/screens/find/hits.ts": "export { el } from '../../ui/dom';\n",
+        "src/page/shell/frame.ts": "import { find } from '../screens/find/find';\n",
+        "src/page/main.ts": "import { frame } from './shell/frame';\n",
+    }
+
+    # By title: a file to change, its text, and words of each expected complaint.
+    faults = {
+        "upwards": ("src/page/ui/toast.ts", "import { frame } from '../flows/frame';",
+                    ["above", "folders that import each other: flows, ui"]),
+        "upwards, a type on several lines": (
+            "src/page/core/more.ts", "import type {\n  Table,\n} from '../ui/table';", ["above", "core, ui"]),
+        "upwards, exported": ("src/page/core/more.ts", "export * from '../ui/table';", ["above", "core, ui"]),
+        "upwards, when needed": ("src/page/ui/more.ts", "const a = await import('../flows/frame');", ["above", "flows, ui"]),
+        "upwards to main": ("src/page/shell/more.ts", "import { run } from '../main';", ["above", "main, shell"]),
+        "sideways": ("src/page/screens/find/more.ts", "import { advice } from '../advice';", ["beside"]),
+        "sideways, single files": ("src/page/screens/map.ts", "import { advice } from './advice';", ["beside"]),
+        "a cycle of modules": ("src/page/ui/dom.ts", "import { Table } from './table';", ["modules that import each other"]),
+        "a cycle of types": ("src/page/ui/dom.ts", "import type { Table } from './table';", ["modules that import each other"]),
+        "a module that imports itself": ("src/page/ui/dom.ts", "import { el } from './dom';", ["modules that import each other"]),
+        "upwards without a cycle": ("src/page/data/more.ts", "import { find } from '../shell/frame';", ["above"]),
+        "the document in core": ("src/page/core/more.ts", "export const a = 1;\nconst b = document.title;", ["document"]),
+        "storage in core": ("src/page/core/more.ts", "localStorage.clear();", ["localStorage"]),
+        "a package": ("src/page/ui/more.ts", "import x from 'package';", ["no such module"]),
+        "a missing module": ("src/page/ui/more.ts", "import x from './gone';", ["no such module"]),
+        "a module outside the page": ("src/page/ui/more.ts", "import x from '../../base/text';", ["no such module"]),
+        "a folder without rank": ("src/page/misc/more.ts", "", ["no rank"]),
+    }
+
+    def test_accepts_what_is_allowed(self):
+        result = run_on(self.tree)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+    def test_rejects_each_fault(self):
+        for title, (name, text, expected) in self.faults.items():
+            with self.subTest(title):
+                result = run_on({**self.tree, name: text + "\n"})
+                self.assertEqual(result.returncode, 1, result.stderr)
+                lines = result.stdout.splitlines()
+                self.assertEqual(len(lines), len(expected), result.stdout)
+                for line, words in zip(lines, expected):
+                    self.assertIn(words, line)
+
+
 unittest.main()

@@ -1,5 +1,6 @@
 // The documents of the program's API, as the page reads them. Sizes are bytes; times are milliseconds
-// since 1970, 0 when not known.
+// since 1970, 0 if unknown.
+import type { FindingCode, JobState, RestKind } from './words';
 
 export interface Hello {
   auth: boolean;
@@ -35,7 +36,7 @@ export interface Job {
   path: string;
   kind: string;
   label: string;
-  state: 'scanning' | 'cancelled' | 'done' | 'error';
+  state: JobState;
   files: number;
   bytes: number;
   dirs: number;
@@ -48,20 +49,20 @@ export interface Job {
   noTurbo: string;
 }
 
-// A folder of the pruned size tree, or with `rest` what a folder holds besides.
+// A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
 export interface TreeNode {
   n: string;
   s: number;
   f: number;
   i?: number;
   c?: TreeNode[];
-  rk?: 'smaller' | 'loose';
+  rk?: RestKind;
   rn?: number;
   rest?: boolean;
 }
 
 export interface Finding {
-  code: string;
+  code: FindingCode;
   level: 'good' | 'warning' | 'serious';
   bytes: number;
   n1: number;
@@ -111,7 +112,7 @@ export interface ResultDoc {
   advice: Finding[];
 }
 
-// Whether an answer is a result at all, before anything relies on its parts.
+// Checks that an answer really is a result before anything relies on its parts.
 export function isResult(answer: unknown): answer is ResultDoc {
   const doc = answer as Partial<ResultDoc> | null;
   return typeof doc?.meta?.path === 'string' && (doc.tree === null || typeof doc.tree?.n === 'string') &&
@@ -184,7 +185,7 @@ interface RunOptions {
   failed?: { id: number; label: string; error: string }[];
 }
 
-// What every background run answers while it is going.
+// Fields that the answers of all background runs share.
 export interface Running {
   running: boolean;
   started?: boolean;

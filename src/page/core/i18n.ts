@@ -7,7 +7,7 @@ import { pt } from '../lang/pt';
 import { shown } from './paths';
 import type { Dictionary, Forms, Key, Vars } from '../lang/shape';
 import * as units from './units';
-import { wordingOf } from './words';
+import { wordingOf } from './failure_texts';
 
 export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português' } as const;
 export type Lang = keyof typeof LANGS;
@@ -18,7 +18,7 @@ const LOCALES: Record<Lang, string> = { en: 'en-GB', nl: 'nl-NL', fr: 'fr-FR', e
 
 const chosen = { lang: 'en' as Lang, plurals: new Map<Lang, Intl.PluralRules>() };
 
-export const isLang = (text: unknown): text is Lang => typeof text === 'string' && Object.hasOwn(LANGS, text);
+export const isLang = (value: unknown): value is Lang => typeof value === 'string' && Object.hasOwn(LANGS, value);
 
 export function setLanguage(lang: Lang): void {
   chosen.lang = lang;
@@ -27,7 +27,7 @@ export function setLanguage(lang: Lang): void {
 export const language = (): Lang => chosen.lang;
 export const locale = (): string => LOCALES[chosen.lang];
 
-// Of the languages a reader prefers, the first that the page speaks.
+// The first of the preferred languages that the page has.
 export function preferredLanguage(wanted: readonly string[]): Lang {
   for (const tag of wanted) {
     const lang = tag.slice(0, 2).toLowerCase();
@@ -45,29 +45,29 @@ function formFor(forms: Forms, count: unknown): string {
   return forms[rules.select(Number(count) || 0)] ?? forms['other'] ?? '';
 }
 
-// A text cut at its placeholders: what stands between them as it is, each placeholder as its name.
+// Splits a text at its placeholders; each placeholder becomes an object with its name.
 function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
   const entry = T[chosen.lang][key as Key] ?? en[key as Key];
-  const text: string = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry as Forms, vars['n']);
-  return text.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
+  const whole = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry, vars['n']);
+  return whole.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
 }
 
-// What fills a placeholder may be a name or a word from outside, and is made harmless like any other.
+// A value may be a file name or a word from the server, so it is made harmless like any other name.
 const written = (value: unknown): string => (typeof value === 'number' ? units.formatCount(value, locale()) : shown(String(value)));
 
 export type Args<K extends Key> = keyof Vars<K> extends never ? [] : [vars: Vars<K>];
 
-// The text for a key with its placeholders filled in; numbers are written in the reader's way.
+// The text for a key with its placeholders filled in; numbers are formatted for the locale.
 export function t<K extends Key>(key: K, ...args: Args<K>): string {
-  return text(key, args[0] as Record<string, unknown> | undefined);
+  return text(key, args[0]);
 }
 
-// The same for keys that are put together at run time. An unknown key is its own text.
+// The same for keys built at run time. An unknown key is shown as it is.
 export function text(key: string, vars: Record<string, unknown> = {}): string {
   return pieces(key, vars).map((part) => (typeof part === 'string' ? part : part.name in vars ? written(vars[part.name]) : `{${part.name}}`)).join('');
 }
 
-// The same, but placeholders may be anything, such as elements; the parts come back in order.
+// The same with arbitrary placeholder values, such as elements; returns the parts in order.
 export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, string | number | V>): (string | V)[] {
   return pieces(key, vars).map((part) => {
     if (typeof part === 'string') return part;
@@ -78,7 +78,7 @@ export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, stri
 
 export const known = (key: string): key is Key => Object.hasOwn(en, key);
 
-// A word of the program as a phrase: by its key when there is one, else as it stands.
+// The phrase for a word of the program, or the word itself if there is none.
 export const phrase = (prefix: string, word: string): string => (known(prefix + word) ? text(prefix + word) : shown(word));
 
 // The sentence for a failure word.

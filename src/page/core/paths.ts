@@ -1,11 +1,12 @@
-// Paths and names as text. Names come from disks and are hostile: nothing here trusts their form.
+// Paths and names as text. Names come from disks and are hostile input.
+import { KIND, type TargetKind } from './words';
 
-// Without the separators at its end; "C:\" becomes "C:" and "/" nothing. For comparisons only.
+// Removes trailing separators; "C:\" becomes "C:" and "/" becomes empty. For comparisons only.
 export const trimEnd = (path: string): string => path.replace(/[\\/]+$/, '');
 
 export const sameTarget = (a: string, b: string): boolean => trimEnd(a).toLowerCase() === trimEnd(b).toLowerCase();
 
-export const separatorOf = (path: string): string => (path.startsWith('/') ? '/' : '\\');
+const separatorOf = (path: string): string => (path.startsWith('/') ? '/' : '\\');
 
 export function joinPath(folder: string, name: string): string {
   return /[\\/]$/.test(folder) ? folder + name : folder + separatorOf(folder) + name;
@@ -19,7 +20,7 @@ export function baseName(path: string): string {
   return bare.slice(at + 1) || path;
 }
 
-// The folder that holds a path: "C:\" for "C:\x", and "" where there is none.
+// The folder that contains a path: "C:\" for "C:\x", "" if there is none.
 export function parentOf(path: string): string {
   const bare = trimEnd(path);
   const at = lastSeparator(bare);
@@ -28,15 +29,15 @@ export function parentOf(path: string): string {
   return parent === '' || /^[A-Za-z]:$/.test(parent) ? bare.slice(0, at + 1) : parent;
 }
 
-// True for the root itself and for what lies beneath it, but not for a longer name beside it.
-export function isWithin(root: string, path: string): boolean {
+// True for the root itself and everything below it, but not for a sibling with a longer name.
+function isWithin(root: string, path: string): boolean {
   const outer = trimEnd(root).toLowerCase();
   const inner = path.toLowerCase();
   if (!inner.startsWith(outer)) return false;
   return inner.length === outer.length || /[\\/]/.test(inner[outer.length]!) || trimEnd(inner) === outer;
 }
 
-// The scan a path belongs to: the one with the longest root around it. 0 when there is none.
+// The scan a path belongs to: the one with the longest root that contains it. 0 if there is none.
 export function owningJob(path: string, roots: Iterable<{ id: number; root: string }>): number {
   let best = 0;
   let length = -1;
@@ -49,7 +50,7 @@ export function owningJob(path: string, roots: Iterable<{ id: number; root: stri
   return best;
 }
 
-// Without the paths that go with one of the others, in the given order.
+// Drops every path that lies below another one; keeps the order.
 export function topmost(paths: Iterable<string>): string[] {
   const all = [...new Set(paths)];
   const folded = new Set(all.map((path) => trimEnd(path).toLowerCase()));
@@ -63,8 +64,8 @@ export function topmost(paths: Iterable<string>): string[] {
 
 const LONGEST_SHOWN = 260;
 
-// What a name must not do to the text around it is shown instead of done: control characters,
-// direction marks and halves of surrogate pairs.
+// Makes a name safe to display: control characters, direction marks and lone surrogates are replaced
+// by visible signs, so that they can't affect the text around them.
 export function shown(text: string): string {
   let safe = text.replace(/[\u0000-\u001f\u007f-\u009f]/g, (c) => {
     const code = c.charCodeAt(0);
@@ -75,8 +76,8 @@ export function shown(text: string): string {
   return safe.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
 }
 
-// For display: a path in two parts, of which the first may be cut by the layout while the second, the
-// name at its end, stays. What is far too long for any line is shortened here already.
+// Splits a path for display: the layout may truncate the head, but not the tail, which is the file name.
+// Both are shortened here if they are too long for any line.
 export function displayParts(path: string): { head: string; tail: string } {
   const text = shown(path);
   const at = lastSeparator(trimEnd(text));
@@ -87,7 +88,7 @@ export function displayParts(path: string): { head: string; tail: string } {
   return { head, tail };
 }
 
-// Shortened in the middle to at most `most` characters, without cutting a pair in two.
+// Shortens in the middle to at most `most` characters without splitting a surrogate pair.
 export function shorten(text: string, most: number): string {
   if (text.length <= most) return text;
   const keep = Math.max(1, most - 1);
@@ -98,12 +99,12 @@ export function shorten(text: string, most: number): string {
   return `${text.slice(0, front)}…${text.slice(back)}`;
 }
 
-// What kind of target a typed text is: the program decides in the end, this only words the request.
-export function kindOf(target: string): 'ssh' | 'wsl' | 'unc' | 'drive' | 'folder' {
+// Guesses the kind of a typed target for the request; the program decides.
+export function kindOf(target: string): TargetKind {
   const text = target.toLowerCase();
-  if (text.startsWith('ssh://')) return 'ssh';
-  if (text[1] !== ':' && text.includes('@') && !text.includes('\\')) return 'ssh';
-  if (text.startsWith('\\\\wsl.localhost\\') || text.startsWith('\\\\wsl$\\')) return 'wsl';
-  if (text.startsWith('\\\\')) return 'unc';
-  return text[1] === ':' && text.length < 4 ? 'drive' : 'folder';
+  if (text.startsWith('ssh://')) return KIND.ssh;
+  if (text[1] !== ':' && text.includes('@') && !text.includes('\\')) return KIND.ssh;
+  if (text.startsWith('\\\\wsl.localhost\\') || text.startsWith('\\\\wsl$\\')) return KIND.wsl;
+  if (text.startsWith('\\\\')) return KIND.unc;
+  return text[1] === ':' && text.length < 4 ? KIND.drive : KIND.folder;
 }

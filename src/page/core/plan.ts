@@ -1,4 +1,4 @@
-// What a deletion will do, worked out from the dry runs and answers of the scans it touches.
+// What a deletion would do and what it did, summed over the answers for all scans it touches.
 import type { Copy, CopyGroup, DeleteAnswer } from './answers';
 import { owningJob, topmost } from './paths';
 import type { Key } from '../lang/shape';
@@ -8,7 +8,7 @@ export interface Part {
   paths: string[];
 }
 
-// The chosen paths by the scan they belong to; those without one go with the scan on view.
+// The chosen paths grouped by scan; paths outside all scans go to the scan on view.
 export function partsByJob(paths: Iterable<string>, roots: { id: number; root: string }[], view: number): Part[] {
   const byJob = new Map<number, string[]>();
   for (const path of topmost(paths)) {
@@ -59,19 +59,21 @@ export function outcomeOf(answers: Pick<DeleteAnswer, 'deleted' | 'bytes' | 'bin
   return sum;
 }
 
-// Which sentence tells the outcome; an error is told by its own.
-export function outcomeKey(outcome: Outcome): Key {
+// The sentence for an outcome without an error.
+export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDone' | 'delDoneBin' | 'delDoneMixed'> {
   if (outcome.deleted === 0) return 'delNothing';
   if (outcome.binned === 0) return 'delDone';
   return outcome.binned >= outcome.bytes ? 'delDoneBin' : 'delDoneMixed';
 }
 
-// Whether the typed word is the confirmation word.
+// Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;
 
-export type KeepRule = 'newest' | 'oldest' | 'shortest' | 'first';
+// Rules for the copy of a group that is kept.
+export const KEEP_RULES = ['newest', 'oldest', 'shortest', 'first'] as const;
+export type KeepRule = (typeof KEEP_RULES)[number];
 
-// The copy of a group that stays. One that may not be deleted anyway is the natural choice.
+// The copy of a group that is kept. Copies that can't be deleted anyway are preferred.
 export function keeper(group: CopyGroup, rule: KeepRule): Copy {
   const locked = group.files.filter((file) => file.lock);
   const among = locked.length > 0 ? locked : group.files;
@@ -84,14 +86,14 @@ export function keeper(group: CopyGroup, rule: KeepRule): Copy {
   return among.reduce((best, file) => (better[rule](file, best) ? file : best));
 }
 
-// Whether one more copy of a group may be chosen: at least one has to stay.
+// Whether one more copy of a group may be chosen: at least one must stay.
 export function mayChoose(group: CopyGroup, chosen: ReadonlySet<string>, path: string): boolean {
   const file = group.files.find((one) => one.p === path);
   if (!file || file.lock) return false;
   return chosen.has(path) || group.files.some((other) => other.p !== path && !chosen.has(other.p));
 }
 
-// Of the chosen copies, those that a fresh reading found equal to one that stays.
+// The chosen copies that are still equal to a copy that stays, after the files were read again.
 export function verified(chosen: ReadonlySet<string>, paths: readonly string[], duplicates: readonly number[][]): Set<string> {
   const sure = new Set<string>();
   for (const equal of duplicates) {

@@ -1,5 +1,5 @@
-// Which rows of a list are marked. Lives beside the rows, by key, so that it survives sorting,
-// filtering and whatever the screen shows.
+// The marked rows of a list. Kept by key and apart from the rows, so that it survives sorting,
+// filtering and redrawing.
 
 export class Selection {
   readonly keys = new Set<string>();
@@ -20,12 +20,13 @@ export class Selection {
     this.anchor = index;
   }
 
-  // Where a range would begin: the row last gone to without extending.
+  // The next range starts here: the row last moved to without extending.
   startAt(index: number): void {
     this.anchor = index;
   }
 
-  // Marks everything from there to this row; keyAt gives null for what can't be marked.
+  // Marks everything from the start of the range to this row; keyAt returns null for rows that can't be
+  // marked.
   extendTo(index: number, keyAt: (index: number) => string | null): void {
     const from = this.anchor < 0 ? index : this.anchor;
     for (let i = Math.min(from, index); i <= Math.max(from, index); ++i) {
@@ -35,11 +36,7 @@ export class Selection {
     this.anchor = from;
   }
 
-  addAll(keys: Iterable<string>): void {
-    for (const key of keys) this.keys.add(key);
-  }
-
-  // Drops what is no longer there.
+  // Unmarks what no longer exists.
   keepOnly(alive: (key: string) => boolean): void {
     for (const key of [...this.keys]) {
       if (!alive(key)) this.keys.delete(key);

@@ -1,4 +1,4 @@
-// The size map's layout: a rectangle divided by size into pieces as square as can be.
+// Layout of the size map: divides a rectangle by size into pieces that are as square as possible.
 
 export interface Rect {
   x: number;
@@ -7,8 +7,8 @@ export interface Rect {
   h: number;
 }
 
-// Places one rectangle per value, in order, into `out`. Values are to be sorted, largest first; zero
-// and negative ones get no area.
+// Appends one rectangle per value to `out`, in order. Values must be sorted, largest first; zero and
+// negative ones get no area.
 export function squarify(values: readonly number[], area: Rect, out: Rect[] = []): Rect[] {
   const total = values.reduce((sum, value) => sum + Math.max(0, value), 0);
   let { x, y, w, h } = area;
@@ -25,7 +25,7 @@ export function squarify(values: readonly number[], area: Rect, out: Rect[] = []
     let largest = 0;
     let worst = Infinity;
     let end = start;
-    // A row along the shorter side takes values as long as its worst piece gets squarer by it.
+    // A row along the shorter side takes values as long as that improves its worst aspect ratio.
     while (end < values.length) {
       const size = Math.max(0, values[end]!) * scale;
       const nextSum = sum + size;
@@ -67,21 +67,21 @@ export interface MapItem<T> {
 
 export interface Tile<T> extends Rect {
   item: T;
-  level: number; // 0 for the folder's own children
-  branch: number; // which child it belongs to, counted where there first is more than one; -1 above that
-  heading: boolean; // keeps a strip at its top for its name
+  level: number; // 0: a direct child of the folder
+  branch: number; // index of the ancestor at the first level with several tiles; -1 above that level
+  heading: boolean; // has a strip with its name at the top
 }
 
 export interface MapLayout<T> {
   tiles: Tile<T>[];
-  melted: Rect[]; // areas whose pieces are too small to tell apart
+  melted: Rect[]; // areas whose pieces are too small to draw
 }
 
 const SMALLEST = 3;
 const MOST_TILES = 6000;
 
-// Divides `area` among the children of `top`, then among theirs, as long as there is room. childrenOf
-// returns them largest first.
+// Divides `area` among the children of `top`, then among their children while there is room.
+// childrenOf returns them largest first.
 export function layoutMap<T>(top: T, area: Rect, childrenOf: (item: T) => MapItem<T>[], deepest: number, heading: number): MapLayout<T> {
   const tiles: Tile<T>[] = [];
   const melted: Rect[] = [];
@@ -119,7 +119,7 @@ function around(a: Rect, b: Rect): Rect {
   return { x, y, w: Math.max(a.x + a.w, b.x + b.w) - x, h: Math.max(a.y + a.h, b.y + b.h) - y };
 }
 
-// The tile under a point: the deepest that holds it; -1 outside all.
+// Index of the deepest tile under a point, or -1.
 export function tileAt<T>(tiles: readonly Tile<T>[], x: number, y: number): number {
   for (let i = tiles.length - 1; i >= 0; --i) {
     const tile = tiles[i]!;
@@ -128,7 +128,7 @@ export function tileAt<T>(tiles: readonly Tile<T>[], x: number, y: number): numb
   return -1;
 }
 
-// The nearest rectangle in a direction, measured from the middle of one; the same one at the edge.
+// Index of the nearest rectangle in a direction, measured between centres; `from` itself at the edge.
 export function nearestTile(rects: readonly Rect[], from: number, dx: number, dy: number): number {
   const here = rects[from];
   if (!here) return rects.length > 0 ? 0 : -1;

@@ -1,23 +1,25 @@
-// One scan's folders as the page knows them: the pruned tree of the result document, completed by the
-// folders and files fetched since. Paths are spelled as the scan spells them and compared to the letter.
+// One scan's folders as far as the page knows them: the pruned tree of the result document plus the
+// folders and files fetched since. Paths are spelled as in the scan and compared exactly.
 import type { DirsAnswer, FileItem, FilesAnswer, ResultDoc, TreeNode } from './answers';
 import { joinPath, parentOf, trimEnd } from './paths';
+import { REST, type RestKind } from './words';
 
-// Files of this size and more stand in the tree themselves.
+// Files of at least this size are listed in the tree.
 export const BIG_FILE_BYTES = 50 * 1024 * 1024;
-// Rows for the subfolders of one folder; more are counted.
+// Subfolders listed per folder; the rest is shown as one entry.
 const MOST_FOLDERS = 20_000;
 
-export type EntryKind = 'folder' | 'file' | 'smaller' | 'loose' | 'loading' | 'failed';
+// Folders and files, then what stands for several of them or for children not there yet.
+export type EntryKind = 'folder' | 'file' | RestKind | 'loading' | 'failed';
 
 export interface Entry {
   kind: EntryKind;
-  path: string; // for what is no path itself: the folder's path and a mark no name can hold
+  path: string; // entries that are neither folder nor file: the folder's path, NUL, and the kind
   name: string;
   s: number;
   f: number;
-  n: number; // "smaller": how many folders
-  m: number; // files: when changed
+  n: number; // kind "smaller": number of folders
+  m: number; // files: time of last change
 }
 
 interface Fetched {
@@ -27,8 +29,47 @@ interface Fetched {
   loading?: boolean;
 }
 
+export const isFolder = (item: Entry): boolean => item.kind === 'folder';
+export const isFile = (item: Entry): boolean => item.kind === 'file';
+// Whether the entry has a path of its own.
+export const isItem = (item: Entry): boolean => isFolder(item) || isFile(item);
+export const isLoading = (item: Entry): boolean => item.kind === 'loading';
+export const isFailed = (item: Entry): boolean => item.kind === 'failed';
+// Whether the entry stands for the rest of its folder.
+export const isRest = (item: Entry): boolean => item.kind === REST.smaller || item.kind === REST.loose;
+
 const entry = (kind: EntryKind, path: string, name: string, s: number, f: number, extra: Partial<Entry> = {}): Entry =>
   ({ kind, path, name, s, f, n: 0, m: 0, ...extra });
+
+// The subfolders of a folder, and the sums of the files directly in it.
+interface Contents {
+  list: Entry[];
+  looseBytes: number;
+  looseFiles: number;
+}
+
+// A folder without a name would be its own parent, and is left out here and below.
+function fromServer(path: string, { dirs, s, f }: DirsAnswer): Contents {
+  const sum = (part: DirsAnswer['dirs'], of: 's' | 'f'): number => part.reduce((total, dir) => total + dir[of], 0);
+  const list = dirs.slice(0, MOST_FOLDERS).filter((dir) => dir.n !== '').map((dir) => entry('folder', joinPath(path, dir.n), dir.n, dir.s, dir.f));
+  const hidden = dirs.slice(MOST_FOLDERS);
+  if (hidden.length > 0) list.push(entry(REST.smaller, `${path}\0smaller`, '', sum(hidden, 's'), sum(hidden, 'f'), { n: hidden.length }));
+  const [bytes, files] = [sum(dirs, 's'), sum(dirs, 'f')];
+  return { list, looseBytes: Math.max(0, (s ?? bytes) - bytes), looseFiles: Math.max(0, (f ?? files) - files) };
+}
+
+function fromScan(path: string, node: TreeNode | undefined): Contents {
+  const contents: Contents = { list: [], looseBytes: 0, looseFiles: 0 };
+  for (const child of node?.c ?? []) {
+    if (!child.rest && child.n !== '') contents.list.push(entry('folder', joinPath(path, child.n), child.n, child.s, child.f));
+    else if (child.rk === REST.smaller) contents.list.push(entry(REST.smaller, `${path}\0smaller`, '', child.s, child.f, { n: child.rn ?? 0 }));
+    else {
+      contents.looseBytes = child.s;
+      contents.looseFiles = child.f;
+    }
+  }
+  return contents;
+}
 
 export class ScanTree {
   readonly root: Entry;
@@ -57,8 +98,8 @@ export class ScanTree {
     }
   }
 
-  // The folder above a path, spelled as the tree spells it: a scan of "C:" or "D:\x\" keeps its root's
-  // own form.
+  // The folder above a path, spelled as in the tree: a scan of "C:" or "D:\x\" keeps that spelling of
+  // its root.
   folderOf(path: string): string {
     const folder = parentOf(path);
     return trimEnd(folder) === trimEnd(this.root.path) ? this.root.path : folder;
@@ -85,7 +126,7 @@ export class ScanTree {
     this.update(path, { loading: false, failed: word });
   }
 
-  // Whether asking the server for this folder's children would add anything.
+  // Whether this folder's children should be requested from the server.
   needsLoading(path: string): boolean {
     const known = this.fetched.get(path);
     return !known?.dirs && !known?.loading;
@@ -95,7 +136,7 @@ export class ScanTree {
     return this.fetched.get(path)?.files;
   }
 
-  // What lies in a folder, largest first, as far as it is known.
+  // The known contents of a folder, largest first.
   entries(path: string): readonly Entry[] {
     let list = this.made.get(path);
     if (!list) {
@@ -105,52 +146,21 @@ export class ScanTree {
     return list;
   }
 
-  // A folder without a name would be its own parent, and is left out.
   private make(path: string): Entry[] {
     const known = this.fetched.get(path);
-    const node = this.nodes.get(path);
-    const list: Entry[] = [];
-    let looseBytes = 0;
-    let looseFiles = 0;
-    if (known?.dirs) {
-      let bytes = 0;
-      let files = 0;
-      known.dirs.dirs.forEach((dir, index) => {
-        bytes += dir.s;
-        files += dir.f;
-        if (index < MOST_FOLDERS && dir.n !== '') list.push(entry('folder', joinPath(path, dir.n), dir.n, dir.s, dir.f));
-      });
-      const hidden = known.dirs.dirs.slice(MOST_FOLDERS);
-      if (hidden.length > 0) {
-        list.push(entry('smaller', `${path}\0smaller`, '', hidden.reduce((sum, dir) => sum + dir.s, 0),
-          hidden.reduce((sum, dir) => sum + dir.f, 0), { n: hidden.length }));
-      }
-      looseBytes = Math.max(0, (known.dirs.s ?? bytes) - bytes);
-      looseFiles = Math.max(0, (known.dirs.f ?? files) - files);
-    } else {
-      for (const child of node?.c ?? []) {
-        if (!child.rest && child.n !== '') list.push(entry('folder', joinPath(path, child.n), child.n, child.s, child.f));
-        else if (child.rk === 'smaller') list.push(entry('smaller', `${path}\0smaller`, '', child.s, child.f, { n: child.rn ?? 0 }));
-        else {
-          looseBytes = child.s;
-          looseFiles = child.f;
-        }
-      }
-    }
-    for (const file of this.bigFilesOf(path)) {
-      list.push(file);
-      looseBytes -= file.s;
-      --looseFiles;
-    }
-    if (looseBytes > 0) list.push(entry('loose', `${path}\0loose`, '', looseBytes, Math.max(0, looseFiles)));
+    const { list, looseBytes, looseFiles } = known?.dirs ? fromServer(path, known.dirs) : fromScan(path, this.nodes.get(path));
+    const files = this.bigFilesOf(path);
+    list.push(...files);
+    // Big files are listed themselves, so they are not part of the loose ones.
+    const bytes = files.reduce((rest, file) => rest - file.s, looseBytes);
+    if (bytes > 0) list.push(entry(REST.loose, `${path}\0loose`, '', bytes, Math.max(0, looseFiles - files.length)));
     list.sort((a, b) => b.s - a.s || (a.name < b.name ? -1 : 1));
     if (known?.failed) list.push(entry('failed', `${path}\0failed`, known.failed, 0, 0));
     else if (known?.loading && list.length === 0) list.push(entry('loading', `${path}\0loading`, '', 0, 0));
     return list;
   }
 
-  // The big files directly in a folder: those of the disk now where they were fetched, else those the
-  // scan kept.
+  // The big files directly in a folder: the current ones if they were fetched, else those of the scan.
   private bigFilesOf(path: string): Entry[] {
     const live = this.fetched.get(path)?.files;
     if (live) {
@@ -161,12 +171,12 @@ export class ScanTree {
       entry('file', file.p, file.p.slice(joinPath(path, '').length), file.s, 1, { m: file.m }));
   }
 
-  // A folder may be opened when it holds anything.
+  // Whether a folder can be opened, that is, has any contents.
   opens(item: Entry): boolean {
-    return item.kind === 'folder' && (item.f > 0 || item.s > 0 || (this.nodes.get(item.path)?.c?.length ?? 0) > 0);
+    return isFolder(item) && (item.f > 0 || item.s > 0 || (this.nodes.get(item.path)?.c?.length ?? 0) > 0);
   }
 
-  // The entry with this path, if the page has met it.
+  // The entry with this path, if it is known.
   find(path: string): Entry | undefined {
     if (path === this.root.path) return this.root;
     return this.entries(this.folderOf(path)).find((item) => item.path === path);
@@ -176,14 +186,14 @@ export class ScanTree {
 export interface TreeRow {
   entry: Entry;
   depth: number;
-  parent: number; // index of the row above it in the tree, -1 for the root
+  parent: number; // index of the parent's row, -1 for the root
   place: number; // 1-based among its siblings
   siblings: number;
   open: boolean;
   opens: boolean;
 }
 
-// The rows of a tree with these folders open, top to bottom.
+// The rows of a tree with these folders expanded, top to bottom.
 export function treeRows(tree: ScanTree, expanded: ReadonlySet<string>): TreeRow[] {
   const rows: TreeRow[] = [];
   const add = (item: Entry, depth: number, parent: number, place: number, siblings: number): void => {
@@ -199,7 +209,7 @@ export function treeRows(tree: ScanTree, expanded: ReadonlySet<string>): TreeRow
   return rows;
 }
 
-// The row whose name begins with what was typed, searching on from a row and round the end; -1 if none.
+// Index of the next row whose name starts with the typed text, wrapping around; -1 if none.
 export function findTyped(rows: readonly TreeRow[], from: number, typed: string): number {
   const wanted = typed.toLowerCase();
   for (let step = 0; step < rows.length; ++step) {

@@ -1,4 +1,4 @@
-// Numbers as people read them, in the form of one locale. Formatters are costly to make and kept.
+// Formats numbers and dates for one locale. Formatters are expensive to create, so they are cached.
 
 const kept = new Map<string, Intl.NumberFormat | Intl.DateTimeFormat>();
 
@@ -19,8 +19,8 @@ function decimals(locale: string, digits: number, grouping: boolean): Intl.Numbe
 
 const UNITS = ['B', 'KB', 'MB', 'GB', 'TB', 'PB'];
 
-// No decimals for bytes and from 100, one from 10, two below. A value that rounding would lift to the
-// next step (1,024 KB, 10.00 MB) is written as that step.
+// No decimals for bytes and from 100 up, one from 10, two below. A value that would round up to the
+// next unit or step (1,024 KB, 10.00 MB) is written in that one.
 export function formatSize(bytes: number, locale: string): string {
   let value = Number.isFinite(bytes) && bytes > 0 ? bytes : 0;
   let unit = 0;
@@ -40,13 +40,13 @@ export const formatCount = (value: number, locale: string): string => decimals(l
 
 export const formatSeconds = (seconds: number, locale: string): string => `${decimals(locale, 1, true).format(seconds)} s`;
 
-// The locale's short date; nothing for a time that is not known or lies beyond all calendars.
+// The locale's short date; empty if the time is unknown or out of range.
 export function formatDate(milliseconds: number, locale: string): string {
   if (!(milliseconds > 0 && milliseconds < 8.64e15)) return '';
   return keptFormat(`d${locale}`, () => new Intl.DateTimeFormat(locale, { dateStyle: 'short' })).format(milliseconds);
 }
 
-// A part of a whole from 0 to 1; 0 when there is no whole.
+// The share of a part in a whole, from 0 to 1; 0 if the whole is 0.
 export const shareOf = (part: number, whole: number): number => (whole > 0 ? Math.min(1, Math.max(0, part / whole)) : 0);
 
 export function formatPercent(share: number, locale: string): string {

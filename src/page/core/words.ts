@@ -1,31 +1,36 @@
-// The program's failure words and the texts that explain them.
-import type { Key } from '../lang/shape';
+// Words of the program's API that the page compares or sends. Each is spelled here and nowhere else.
 
-const ERRORS: Record<string, Key> = {
-  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
-  sshTarget: 'eSshTarget', sshMissing: 'eSshMissing', sshEmpty: 'eSshEmpty', sshPipe: 'eSshPipe', sshDenied: 'eSshDenied',
-  mftDenied: 'eMftDenied',
-  mftOpenFailed: 'eMftGeneric', mftBoot: 'eMftGeneric', mftNotNtfs: 'eMftGeneric', mftLayout: 'eMftGeneric',
-  mftUnreadable: 'eMftGeneric', mftCorrupt: 'eMftGeneric', mftNoData: 'eMftGeneric', mftRecordCount: 'eMftGeneric',
-  mftMemory: 'eMftGeneric',
-  unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', quitRefused: 'eQuitRefused',
-  updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'eNeedFilter',
-  noJob: 'eNoJob', notAllowed: 'eNotAllowed', emptyFailed: 'eEmptyFailed', notScanned: 'eNotScanned',
-  foreignOrigin: 'eForeignOrigin', searchFailed: 'eInternalError', internalError: 'eInternalError', '': 'eScanFailed',
-  // The program's own phrases, for requests this page does not normally make.
-  'onbekend eindpunt': 'eUnknownRequest', 'onjuiste of ontbrekende sleutel': 'keyWrong',
-  'geen pad opgegeven': 'eNoSuchDir', 'opdracht onbekend': 'eNoJob', 'nog niet klaar': 'eNotReady',
-  'niets opgegeven': 'delNothing',
-  incomplete: 'eIncomplete', aborted: 'delAborted', offline: 'eOffline',
-};
+export const JOB_STATE = { scanning: 'scanning', cancelled: 'cancelled', done: 'done', error: 'error' } as const;
+export type JobState = (typeof JOB_STATE)[keyof typeof JOB_STATE];
 
-export interface Wording {
-  key: Key | null; // null: the word is shown as it is
-  code?: string;
-}
+// What is scanned.
+export const KIND = { drive: 'drive', folder: 'folder', wsl: 'wsl', unc: 'unc', ssh: 'ssh' } as const;
+export type TargetKind = (typeof KIND)[keyof typeof KIND];
 
-export function wordingOf(word: string): Wording {
-  const numbered = /^(sshFailed|failed):(.*)$/s.exec(word);
-  if (numbered) return { key: numbered[1] === 'failed' ? 'delFailed' : 'eSshFailed', code: numbered[2]! };
-  return { key: Object.hasOwn(ERRORS, word) ? ERRORS[word]! : null };
-}
+// How it was scanned. The program may add methods.
+export const METHOD = { walk: 'walk', ssh: 'ssh' } as const;
+
+// Why turbo is off: the program lacks administrator rights.
+export const NO_RIGHTS = 'noadmin';
+
+// What a folder of the pruned tree contains besides the folders listed.
+export const REST = { smaller: 'smaller', loose: 'loose' } as const;
+export type RestKind = (typeof REST)[keyof typeof REST];
+
+// Findings with an action of their own; there are others.
+export const FINDING = {
+  recycleBin: 'recyclebin', tempFiles: 'tempfiles', updates: 'updates', duplicates: 'duplicates', denied: 'denied',
+} as const;
+export type FindingCode = (typeof FINDING)[keyof typeof FINDING] | (string & {});
+export const UNIMPORTANT = 'good'; // level of a finding that is for information only
+
+// Types that are no extension.
+export const TYPE = { none: '(none)', other: '(other)' } as const;
+
+// Why a path was refused: it no longer exists.
+export const MISSING = 'missing';
+
+// Failure words. The page itself reports the first four.
+export const FAILURE = {
+  offline: 'offline', key: 'key', busy: 'busy', unexpected: 'unexpected', scanFailed: 'scanFailed',
+} as const;

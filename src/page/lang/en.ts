@@ -1,5 +1,5 @@
-// English: the measure for the other dictionaries. Texts are short and calm, and call one thing by one
-// name: scan, folder, file, recycle bin, delete permanently, free up.
+// English, the reference for the other dictionaries. Texts are short and calm and use one name for each
+// thing: scan, folder, file, recycle bin, delete permanently, free up.
 export const en = {
   // ---- the frame ----
   title: 'Vorda',
@@ -97,7 +97,7 @@ export const en = {
   eElevateDenied: 'Vorda is running without administrator rights: the restart was declined or did not work.',
   pathMissing: 'Enter a path first.',
 
-  // ---- scans on their way ----
+  // ---- running scans ----
   stScanning: 'Scanning',
   stCancelled: 'Stopping',
   stDone: 'Done',

@@ -1,4 +1,4 @@
-// Spanish. One word for one thing: análisis, carpeta, archivo, Papelera de reciclaje, eliminar
+// Spanish. One name for each thing: análisis, carpeta, archivo, Papelera de reciclaje, eliminar
 // definitivamente, liberar.
 import { dictionary } from './shape';
 

@@ -1,4 +1,4 @@
-// French. One word for one thing: analyse, dossier, fichier, Corbeille, supprimer définitivement, libérer.
+// French. One name for each thing: analyse, dossier, fichier, Corbeille, supprimer définitivement, libérer.
 import { dictionary } from './shape';
 
 export const fr = dictionary<'one' | 'many' | 'other'>()({

@@ -1,4 +1,4 @@
-// Dutch. One word for one thing: scan, map, bestand, Prullenbak, definitief verwijderen, vrijmaken.
+// Dutch. One name for each thing: scan, map, bestand, Prullenbak, definitief verwijderen, vrijmaken.
 import { dictionary } from './shape';
 
 export const nl = dictionary<'one' | 'other'>()({

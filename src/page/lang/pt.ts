@@ -1,4 +1,4 @@
-// Portuguese, as in Portugal. One word for one thing: análise, pasta, ficheiro, Reciclagem, eliminar
+// Portuguese, as in Portugal. One name for each thing: análise, pasta, ficheiro, Reciclagem, eliminar
 // definitivamente, libertar.
 import { dictionary } from './shape';
 

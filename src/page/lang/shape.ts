@@ -1,12 +1,12 @@
-// What a dictionary must look like. English is the measure: every other language has the same keys,
-// each with the same {placeholders}, and the plural forms its own rules ask for. A dictionary that
-// differs does not compile.
+// The type of a dictionary. English is the reference: every other language has the same keys, each with
+// the same {placeholders}, and the plural forms that its own rules need. A dictionary that differs does
+// not compile.
 import type { en } from './en';
 
 type English = typeof en;
 export type Key = keyof English;
 
-// The names between braces in a text.
+// The placeholder names in a text.
 type Holes<S> = S extends `${string}{${infer Name}}${infer Rest}` ? Name | Holes<Rest> : never;
 type AllHoles<E> = E extends string ? Holes<E> : Holes<E[keyof E]>;
 type Same<A, B> = [A] extends [B] ? ([B] extends [A] ? true : false) : false;
@@ -30,6 +30,6 @@ type Checked<D, Categories extends string> = {
     : never;
 };
 
-// Dutch has the plural forms of English; French, Spanish and Portuguese have one for millions besides.
+// Dutch has the plural forms of English; French, Spanish and Portuguese have another one for millions.
 export const dictionary = <Categories extends string>() =>
   <const D extends Record<Key, unknown>>(texts: D & Checked<D, Categories>): Dictionary => texts as unknown as Dictionary;

@@ -1,19 +1,23 @@
-// The findings of a scan: what each is, what acting on it means, and where its places are.
+// The findings of a scan: what each is, what acting on it means, and its places.
 import type { Finding, Job, ResultDoc } from '../core/answers';
 import { count, known, phrase, size, t, text } from '../core/i18n';
+import { isRemote } from '../core/job';
 import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
-import { openCleanup, openEmptyBin } from '../ui/cleaning';
+import { FINDING } from '../core/words';
+import { goTo, state } from '../data/state';
+import { openCleanup, openEmptyBin } from '../flows/cleaning';
+import { elevateButton } from '../flows/elevate';
+import { scanMarksBar, toggleMark } from '../flows/marks';
+import { openInExplorer } from '../flows/places';
+import { resultScreen, type ResultScreen } from '../flows/result_screen';
+import type { Screen } from '../flows/screen';
 import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
-import { elevateButton } from '../ui/elevate';
-import { scanMarksBar, toggleMark } from '../ui/marks';
-import { openInExplorer } from '../ui/places';
-import { emptyState, goTo, resultScreen, type ResultScreen, type Screen } from '../ui/screen';
-import { isRemote, state } from '../ui/state';
+import { emptyState } from '../ui/notices';
 import { toast } from '../ui/toast';
 
 // Findings whose places are emptied as a whole, never deleted one by one.
-const EMPTIED = ['tempfiles', 'updates', 'recyclebin'];
+const EMPTIED: readonly string[] = [FINDING.tempFiles, FINDING.updates, FINDING.recycleBin];
 
 interface Place {
   path: string;
@@ -23,13 +27,13 @@ interface Place {
   lock: string;
 }
 
-export function placesOf(finding: Finding): Place[] {
+function placesOf(finding: Finding): Place[] {
   return finding.paths.map((path, i): Place => ({
     path, bytes: finding.pathBytes[i] ?? 0, files: finding.pathFiles[i] ?? 0, group: finding.pathGroup[i] ?? 0, lock: finding.pathLock[i] ?? '',
   })).sort((a, b) => b.bytes - a.bytes || a.group - b.group);
 }
 
-// Where places are copies of each other, one of each group stays.
+// If places are copies of each other, one of each group stays.
 function lastOfGroup(places: Place[], place: Place): boolean {
   return place.group > 0 && !places.some((other) => other.group === place.group && other.path !== place.path && !state.selection.has(other.path));
 }
@@ -58,11 +62,11 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
 
 function actionsOf(job: Job, finding: Finding): HTMLElement[] {
   switch (finding.code) {
-    case 'recyclebin': return [button(t('emptyBin'), openEmptyBin, { icon: 'broom' })];
-    case 'tempfiles':
-    case 'updates': return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
-    case 'duplicates': return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
-    case 'denied': return state.targets && !state.targets.elevated ? [elevateButton()] : [];
+    case FINDING.recycleBin: return [button(t('emptyBin'), openEmptyBin, { icon: 'broom' })];
+    case FINDING.tempFiles:
+    case FINDING.updates: return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
+    case FINDING.duplicates: return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
+    case FINDING.denied: return state.targets && !state.targets.elevated ? [elevateButton()] : [];
     default: return [];
   }
 }

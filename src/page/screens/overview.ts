@@ -1,30 +1,34 @@
-// The answer first: where the space went, and what could be won.
+// The overview of a scan: where the space went, and what could be freed.
 import type { Job, ResultDoc } from '../core/answers';
 import { count, parts, percent, phrase, seconds, size, text, t, known } from '../core/i18n';
+import { isDrive, isRemote } from '../core/job';
+import { typeName } from '../core/names';
 import { shown } from '../core/paths';
+import { isFolder } from '../core/tree';
 import { shareOf } from '../core/units';
-import { linkTo } from '../ui/api';
-import { openEmptyBin } from '../ui/cleaning';
+import { METHOD, REST, UNIMPORTANT, type RestKind } from '../core/words';
+import { linkTo } from '../data/api';
+import { forgetScan, rescan } from '../data/jobs';
+import { changed, goTo, state, treeOf } from '../data/state';
+import { openEmptyBin } from '../flows/cleaning';
+import { openInExplorer, openPath } from '../flows/places';
+import { resultScreen, type ResultScreen } from '../flows/result_screen';
+import type { Screen } from '../flows/screen';
 import { button, cutPath, el, icon, inert, meter } from '../ui/dom';
-import { forgetScan, rescan } from '../ui/jobs';
-import { openInExplorer, openPath } from '../ui/places';
-import { goTo, resultScreen, type ResultScreen, type Screen } from '../ui/screen';
-import { changed, isRemote, state, treeOf } from '../ui/state';
-import { typeName } from './types';
 
 const LISTED = 5;
 
 interface Space {
   size: number;
-  used: number; // found by the scan
+  used: number; // counted by the scan
   other: number;
   binned: number;
   freed: number;
   free: number;
 }
 
-// The drive as it was when scanned, and what has changed since. A scan of the whole drive counts what
-// went into the bin, since that lies on it as well; a scan of one folder does not.
+// The drive as it was when scanned, and what has changed since. A scan of the whole drive includes the
+// recycle bin; a scan of one folder does not.
 function spaceOf({ meta }: ResultDoc): Space {
   const free = Math.min(meta.volumeFree, meta.volumeSize);
   const occupied = meta.volumeSize - free;
@@ -37,19 +41,19 @@ function spaceOf({ meta }: ResultDoc): Space {
 
 function answer(job: Job, doc: ResultDoc): HTMLElement {
   const root = doc.tree?.n ?? doc.meta.path;
-  const largest = treeOf(job.id)?.entries(root).find((entry) => entry.kind === 'folder');
+  const largest = treeOf(job.id)?.entries(root).find(isFolder);
   const space = spaceOf(doc);
   if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', { path: inert(root) }));
-  const rest = (kind: 'loose' | 'smaller'): number => doc.tree?.c?.find((child) => child.rk === kind)?.s ?? 0;
-  if (rest('smaller') > Math.max(largest?.s ?? 0, rest('loose'))) {
+  const rest = (kind: RestKind): number => doc.tree?.c?.find((child) => child.rk === kind)?.s ?? 0;
+  if (rest(REST.smaller) > Math.max(largest?.s ?? 0, rest(REST.loose))) {
     return el('p', { class: 'answer' }, parts('ovAnswerSpread', { size: size(doc.meta.used), path: inert(root) }));
   }
-  if (!largest || largest.s * 2 < doc.tree!.s && rest('loose') > largest.s) {
+  if (!largest || largest.s * 2 < doc.tree!.s && rest(REST.loose) > largest.s) {
     return el('p', { class: 'answer' }, parts('ovAnswerFlat', { size: size(doc.meta.used), path: inert(root) }));
   }
   const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
   const nowFree = space.free + space.freed;
-  return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && job.kind === 'drive'
+  return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && isDrive(job)
     ? parts('ovAnswerTight', { free: size(nowFree), size: size(space.size), path: link, used: size(largest.s) })
     : parts('ovAnswer', { path: link, size: size(largest.s), percent: percent(shareOf(largest.s, doc.meta.used)) }));
 }
@@ -57,14 +61,14 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
 function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
   const space = spaceOf(doc);
   if (space.size <= 0) return null;
-  // Files with holes or compressed ones free less than their size says: what went is told as it is, even
-  // where the bar has no room for it.
+  // Sparse and compressed files free less than their size, so the deleted bytes may exceed what the bar
+  // has room for; the legend shows the real figure.
   const rows: [string, string, number, number][] = [
     ['used', t('ovScanned'), space.used, space.used], ['other', t('ovOther'), space.other, space.other],
     ['binned', t('ovBinned'), space.binned, doc.meta.binned], ['freed', t('ovFreed'), space.freed, doc.meta.freed],
     ['free', t('ovFree'), space.free, space.free],
   ];
-  const seen = rows.filter(([, , , told]) => told > 0);
+  const seen = rows.filter(([, , , real]) => real > 0);
   const bar = el('div', { class: 'capacity', 'aria-hidden': 'true' }, seen.filter(([name]) => name !== 'free').map(([name, , bytes]) => {
     const part = el('span', { class: `${name} moves` });
     part.style.width = `${shareOf(bytes, space.size) * 100}%`;
@@ -72,7 +76,7 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
   }));
   return el('section', { class: 'panel stack' },
     el('div', { class: 'line' }, el('h2', {}, t('ovCapacity')), el('span', { class: 'muted push' }, t('freeOf', { free: size(space.free + space.freed), size: size(space.size) }))),
-    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, , told]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(told))))),
+    bar, el('ul', { class: 'legend small' }, seen.map(([name, label, , real]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(real))))),
     remote ? null : el('div', { class: 'actions' }, button(t('emptyBin'), openEmptyBin, { icon: 'broom' })));
 }
 
@@ -80,7 +84,7 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
   const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
-  const why = job.noTurbo && meta.method === 'walk' && known(`t_${job.noTurbo}`) && job.kind === 'drive' ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
+  const why = job.noTurbo && meta.method === METHOD.walk && known(`t_${job.noTurbo}`) && isDrive(job) ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
@@ -106,14 +110,14 @@ function bars(title: string, list: Bar[], whole: number, all: () => void, key: s
 
 function make(job: Job, doc: ResultDoc): ResultScreen {
   const tree = treeOf(job.id)!;
-  const folders = tree.entries(tree.root.path).filter((entry) => entry.kind === 'folder' && entry.s > 0).slice(0, LISTED)
+  const folders = tree.entries(tree.root.path).filter((entry) => isFolder(entry) && entry.s > 0).slice(0, LISTED)
     .map((entry): Bar => ({ label: inert(entry.name), bytes: entry.s, open: () => openPath(entry.path) }));
   const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
   const types = doc.exts.slice(0, LISTED).map((type): Bar => ({ label: inert(typeName(type.e)), bytes: type.s, open: () => {
     state.type = type.e;
     goTo('types');
   } }));
-  const findings = doc.advice.filter((finding) => finding.level !== 'good');
+  const findings = doc.advice.filter((finding) => finding.level !== UNIMPORTANT);
   const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
   const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
     label: el('span', {}, phrase('a_', finding.code)), bytes: finding.bytes, open: () => {

@@ -1,19 +1,25 @@
-// What kinds of files take the space, and where the large ones of a kind are.
+// Which types of files take the space, and where the large files of a type are.
 import type { ExtAnswer, FileItem, Job, ResultDoc } from '../core/answers';
+import { messageOf } from '../core/failure';
 import { count, date, percent, size, t } from '../core/i18n';
+import { isRemote } from '../core/job';
+import { typeName } from '../core/names';
 import { baseName, shown } from '../core/paths';
 import { BIG_FILE_BYTES } from '../core/tree';
 import { shareOf } from '../core/units';
-import { api, messageOf, query } from '../ui/api';
-import { button, cutPath, el, fill, inert, loading, meter, setAttribute, setText } from '../ui/dom';
-import { scanMarksBar } from '../ui/marks';
-import { openInExplorer, openPath } from '../ui/places';
-import { findAll } from './find';
-import { failureNotice, resultScreen, type ResultScreen, type Screen } from '../ui/screen';
-import { changed, isRemote, state } from '../ui/state';
+import { api, query } from '../data/api';
+import { changed, state } from '../data/state';
+import { findAll } from '../flows/find_form';
+import { scanMarksBar } from '../flows/marks';
+import { openInExplorer, openPath } from '../flows/places';
+import { resultScreen, type ResultScreen } from '../flows/result_screen';
+import type { Screen } from '../flows/screen';
+import { button, cutPath, el, fill, inert, loading, meter, setAttribute, setText, type Child } from '../ui/dom';
+import { failureNotice } from '../ui/notices';
 import { markColumn, Table } from '../ui/table';
 
-export const typeName = (key: string): string => (key === '(none)' ? t('tyNone') : key === '(other)' ? t('tyOther') : key);
+const MAX_ROWS = 14; // visible rows of the table of files
+const MAX_TYPES = 20; // types that a result lists
 
 async function load(job: number, type: string): Promise<void> {
   try {
@@ -29,25 +35,32 @@ interface Detail {
   table: Table<FileItem> | null;
 }
 
-function detailOf(job: Job, doc: ResultDoc, type: string): Detail {
-  const answer = state.types.get(type);
+const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
+
+function titleOf(job: Job, doc: ResultDoc, type: string): HTMLElement {
   const known = doc.exts.find((one) => one.e === type);
-  const title = el('div', { class: 'line' }, el('h2', { tabindex: '-1' }, inert(typeName(type))),
+  return el('div', { class: 'line' }, el('h2', { tabindex: '-1' }, inert(typeName(type))),
     known ? el('span', { class: 'muted' }, `${size(known.s)}, ${t('nFiles', { n: known.c })}`) : null,
     type.startsWith('.') && !isRemote(job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
-  if (answer === undefined) return { root: el('section', { class: 'panel stack' }, title, loading()), table: null };
+}
+
+function detailOf(job: Job, doc: ResultDoc, type: string): Detail {
+  const answer = state.types.get(type);
+  const title = titleOf(job, doc, type);
+  if (answer === undefined) return { root: panel(title, loading()), table: null };
   if (typeof answer === 'string') {
-    return { root: el('section', { class: 'panel stack' }, title, failureNotice(answer, () => {
+    const retry = (): void => {
       state.types.delete(type);
       changed('types');
       void load(job.id, type);
-    }, `${type}\n${answer}`)), table: null };
+    };
+    return { root: panel(title, failureNotice(answer, retry, `${type}\n${answer}`)), table: null };
   }
-  if (answer.files.length === 0) {
-    return { root: el('section', { class: 'panel stack' }, title, el('p', { class: 'muted' }, t('tyNoBig', { size: size(BIG_FILE_BYTES) }))), table: null };
-  }
-  const largest = answer.folders[0]?.s ?? 0;
-  const remote = isRemote(job);
+  if (answer.files.length === 0) return { root: panel(title, el('p', { class: 'muted' }, t('tyNoBig', { size: size(BIG_FILE_BYTES) }))), table: null };
+  return filesAndFolders(title, fileTable(answer, isRemote(job)), answer);
+}
+
+function fileTable({ files }: ExtAnswer, remote: boolean): Table<FileItem> {
   const table = new Table<FileItem>({
     label: t('tyFiles'), role: 'grid', selection: state.selection, keyOf: (row) => row.p, markable: () => !remote, grows: true,
     columns: [
@@ -58,25 +71,27 @@ function detailOf(job: Job, doc: ResultDoc, type: string): Detail {
       { title: 'colDate', width: '6rem', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.m)) },
     ],
     onMarked: () => {
-      for (const file of answer.files) if (state.selection.has(file.p)) state.weights.set(file.p, file.s);
+      for (const file of files) if (state.selection.has(file.p)) state.weights.set(file.p, file.s);
       changed('selection');
     },
     onEnter: (row) => openInExplorer(row.p),
     decorate: (element, row) => setAttribute(element, 'title', shown(row.p.slice(0, 1000))),
   });
-  table.setRows(answer.files);
-  const rowsShown = answer.files.length;
-  table.root.style.height = `calc(var(--row) * ${Math.min(rowsShown, 14)} + 2.25rem)`;
-  return {
-    table,
-    root: el('section', { class: 'panel stack wide' }, title,
-      el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, answer.folders.map((folder) => el('li', {},
-        el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
-        el('span', { class: 'number' }, size(folder.s)), meter(shareOf(folder.s, largest)))))),
-      el('div', { class: 'stack' }, el('h3', {}, t('tyFiles')),
-        answer.total > rowsShown ? el('p', { class: 'small muted' }, t('tyShown', { shown: rowsShown, n: answer.total })) : null,
-        table.root)),
-  };
+  table.setRows(files);
+  table.root.style.height = `calc(var(--row) * ${Math.min(files.length, MAX_ROWS)} + 2.25rem)`;
+  return table;
+}
+
+function filesAndFolders(title: HTMLElement, table: Table<FileItem>, { files, folders, total }: ExtAnswer): Detail {
+  const largest = folders[0]?.s ?? 0;
+  const root = el('section', { class: 'panel stack wide' }, title,
+    el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, folders.map((folder) => el('li', {},
+      el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
+      el('span', { class: 'number' }, size(folder.s)), meter(shareOf(folder.s, largest)))))),
+    el('div', { class: 'stack' }, el('h3', {}, t('tyFiles')),
+      total > files.length ? el('p', { class: 'small muted' }, t('tyShown', { shown: files.length, n: total })) : null,
+      table.root));
+  return { root, table };
 }
 
 function make(job: Job, doc: ResultDoc): ResultScreen {
@@ -102,7 +117,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   if (state.type) choose(state.type);
   return {
     content: [bar.root, el('div', { class: 'columns types' },
-      el('section', { class: 'panel stack' }, list, doc.exts.length >= 20 ? el('p', { class: 'small muted' }, t('tyRest', { n: doc.exts.length })) : null), place)],
+      el('section', { class: 'panel stack' }, list, doc.exts.length >= MAX_TYPES ? el('p', { class: 'small muted' }, t('tyRest', { n: doc.exts.length })) : null), place)],
     leave: () => detail?.table?.leave(),
     update: (changes) => {
       if (changes.has('types')) {

@@ -1,4 +1,4 @@
-// Native modal dialogs, one shape for all.
+// Native modal dialogs, all with the same layout.
 import { el, heading, type Child } from './dom';
 
 let titles = 0;
@@ -10,7 +10,7 @@ export interface DialogOptions {
   small?: boolean;
   first?: HTMLElement; // takes the focus
   onClose?: () => void;
-  fallback?: () => HTMLElement | null; // takes the focus afterwards when what had it is gone
+  fallback?: () => HTMLElement | null; // takes the focus afterwards if the element that had it is gone
 }
 
 export interface Dialog {
@@ -31,11 +31,11 @@ export function openDialog(options: DialogOptions): Dialog {
     el('div', { class: 'sheet' }, el('div', { class: 'title' }, title), body, ends));
   document.body.append(element);
   element.addEventListener('close', () => {
-    // Toasts shown in it outlive it.
+    // Toasts shown in the dialog outlive it.
     element.querySelectorAll('.toasts').forEach((toasts) => document.body.append(toasts));
     element.remove();
     options.onClose?.();
-    // What had the focus may be gone or hidden by now; then a neighbour takes it.
+    // The element that had the focus may be gone or hidden by now; then the next candidate gets it.
     for (const next of [before, options.fallback?.(), document.querySelector('main h1')]) {
       if (document.activeElement !== document.body && document.activeElement !== null) break;
       if (next instanceof HTMLElement) next.focus();

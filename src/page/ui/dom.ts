@@ -1,31 +1,37 @@
-// Making elements. Text is only ever set as text: what the program reports is hostile input.
+// Building elements. Text is only ever set as text, since names in the program's answers are hostile
+// input.
 import { displayParts, shorten, shown } from '../core/paths';
 import { t } from '../core/i18n';
+import { KEYS } from './keys';
 
 export type Child = Node | string | number | null | undefined | false | readonly Child[];
 
 type Handlers = { [K in keyof HTMLElementEventMap]?: (event: HTMLElementEventMap[K]) => void };
 
+export type Attribute = string | number | boolean | null | undefined;
+
 export interface Props {
   class?: string;
   on?: Handlers;
-  [attribute: string]: unknown;
+  [attribute: string]: Attribute | Handlers;
 }
 
 export function append(parent: Node, ...children: Child[]): void {
   for (const child of children) {
     if (child === null || child === undefined || child === false) continue;
-    if (Array.isArray(child)) append(parent, ...(child as readonly Child[]));
-    else parent.appendChild(child instanceof Node ? child : document.createTextNode(String(child)));
+    if (child instanceof Node) parent.appendChild(child);
+    else if (typeof child === 'object') append(parent, ...child);
+    else parent.appendChild(document.createTextNode(String(child)));
   }
 }
 
-// An element with attributes (true: present, false, null and undefined: absent), handlers and children.
+// Creates an element with attributes (true: present; false, null, undefined: absent), handlers and
+// children.
 export function el<K extends keyof HTMLElementTagNameMap>(tag: K, props: Props = {}, ...children: Child[]): HTMLElementTagNameMap[K] {
   const element = document.createElement(tag);
   for (const [name, value] of Object.entries(props)) {
-    if (name === 'on') {
-      for (const [type, handler] of Object.entries(value as Handlers)) element.addEventListener(type, handler as EventListener);
+    if (typeof value === 'object' && value !== null) {
+      for (const [type, handler] of Object.entries(value)) element.addEventListener(type, handler as EventListener);
     } else if (value !== false && value !== null && value !== undefined) {
       element.setAttribute(name, value === true ? '' : String(value));
     }
@@ -39,7 +45,7 @@ export function fill(element: Element, ...children: Child[]): void {
   append(element, ...children);
 }
 
-// Sets text only when it differs, so that nothing is announced or laid out anew for no change.
+// Sets text only if it differs, to avoid needless announcements and layout.
 export function setText(element: Element, text: string): void {
   if (element.textContent !== text) element.textContent = text;
 }
@@ -71,9 +77,9 @@ export function setIcon(svg: SVGSVGElement, name: string): void {
 export interface ButtonOptions {
   icon?: string;
   class?: string;
-  label?: string; // its accessible name where the text says less
+  label?: string; // accessible name, if the text is not enough
   disabled?: boolean;
-  [attribute: string]: unknown;
+  [attribute: string]: Attribute;
 }
 
 export function button(content: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement {
@@ -85,22 +91,22 @@ export function button(content: string, action: (event: MouseEvent) => void, opt
   return made;
 }
 
-// A button with nothing to do for now keeps the focus, if it has it, and does nothing.
+// Disables a button without taking the focus away from it.
 export const rest = (made: HTMLButtonElement, yes: boolean): void => setAttribute(made, 'aria-disabled', yes);
 
-// A button that is only a picture; its name is heard and shown as a tip.
+// A button with an icon only; its label is the accessible name and the tooltip.
 export const iconButton = (iconName: string, label: string, action: (event: MouseEvent) => void, options: ButtonOptions = {}): HTMLButtonElement =>
   button('', action, { icon: iconName, label, class: `plain bare ${options.class ?? ''}`, ...Object.fromEntries(Object.entries(options).filter(([key]) => key !== 'class')) });
 
 const MOST_INLINE = 520;
 
-// A name or path as inert text, no longer than a few lines.
+// A name or path as isolated text, at most a few lines long.
 export const inert = (text: string): HTMLElement => el('bdi', {}, shorten(shown(text), MOST_INLINE));
 
-// A path on one line, cut in front of its file name where there is no room.
+// A path on one line, truncated before its file name if there is not enough room.
 export function cutPath(path: string): HTMLElement {
   const { head, tail } = displayParts(path);
-  // Heard as a whole: two parts side by side would be read with a gap between them.
+  // Screen readers get it in one piece; two parts would be read with a pause between them.
   return el('bdi', { class: 'cut' }, el('span', { class: 'heard' }, shown(path.slice(0, 4000))),
     el('span', { class: 'head', 'aria-hidden': 'true' }, head), el('span', { class: 'tail', 'aria-hidden': 'true' }, tail));
 }
@@ -113,8 +119,9 @@ export function meter(share: number, className = ''): HTMLElement {
   return el('span', { class: `meter ${className}`.trim(), 'aria-hidden': 'true' }, bar);
 }
 
-// A field with its label; the label names the control.
 let fields = 0;
+
+// A form control with its label and hint.
 export function field(label: string, control: HTMLElement, options: { hint?: string; class?: string; after?: Child } = {}): HTMLElement {
   const id = `f${++fields}`;
   control.id = id;
@@ -126,6 +133,15 @@ export function field(label: string, control: HTMLElement, options: { hint?: str
 export function choice(type: 'checkbox' | 'radio', label: Child, options: Props & { hint?: string }): HTMLElement {
   const { hint, ...props } = options;
   return el('label', { class: 'choice' }, el('input', { type, ...props }), el('span', {}, label, hint ? el('span', { class: 'hint' }, el('br'), hint) : null));
+}
+
+// Enter in a text field does the same as the button beside it.
+export function onEnter(input: HTMLInputElement, action: () => void): void {
+  input.addEventListener('keydown', (event) => {
+    if (event.key !== KEYS.enter) return;
+    event.preventDefault();
+    action();
+  });
 }
 
 export const heading = (text: string): HTMLHeadingElement => el('h1', { tabindex: '-1' }, text);

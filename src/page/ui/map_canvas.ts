@@ -1,15 +1,16 @@
-// The size map's picture: a canvas that is drawn when the folder or the size changes, and elements
-// above it for everything that moves: the rings around the tile under the pointer and the chosen one,
-// and the options that a keyboard and a screen reader meet. They stand for the folder's own children.
+// The size map: a canvas drawn only when the folder or the size changes, and elements above it for
+// everything that moves: rings around the hovered and the chosen tile, and a listbox option per direct
+// child of the folder for keyboard and screen readers.
 import { percent, size, t } from '../core/i18n';
 import { shorten } from '../core/paths';
 import { layoutMap, nearestTile, tileAt, type MapLayout, type Tile } from '../core/squarify';
-import type { Entry } from '../core/tree';
+import { isFolder, isRest, type Entry } from '../core/tree';
 import { shareOf } from '../core/units';
 import { el, setAttribute } from './dom';
+import { KEYS } from './keys';
 
 const DEEPEST = 6;
-// In pixels, at the usual text size.
+// In pixels at the default text size.
 const HEADING = 18;
 const LABEL_WIDTH = 44;
 const LABEL_HEIGHT = 16;
@@ -59,13 +60,13 @@ export class MapCanvas {
   private readonly prefix = `m${++maps}`;
   private readonly observer: ResizeObserver;
   private layout: MapLayout<Entry> = { tiles: [], melted: [] };
-  private own: Tile<Entry>[] = []; // the tiles of the folder's own children
+  private own: Tile<Entry>[] = []; // the tiles of the folder's direct children
   private folder: Entry | null = null;
   private hovered = -1;
   private active = 0;
   private chosen = '';
-  private textScale = 1; // the reader's own text size, as a multiple of the usual one
-  private box: DOMRect | null = null; // where the map lies; forgotten when that may have changed
+  private textScale = 1; // the user's text size relative to the default
+  private box: DOMRect | null = null; // the map's place in the window; null if it may have changed
 
   constructor(private readonly hooks: MapHooks) {
     this.options = el('div', {
@@ -115,7 +116,7 @@ export class MapCanvas {
     this.textScale = parseFloat(getComputedStyle(document.documentElement).fontSize) / 16 || 1;
     performance.mark('map-layout');
     this.layout = layoutMap(this.folder, { x: 0, y: 0, w: width, h: height },
-      (entry) => (entry.kind === 'folder' ? this.hooks.childrenOf(entry).filter((child) => child.s > 0).map((item) => ({ item, size: item.s })) : []),
+      (entry) => (isFolder(entry) ? this.hooks.childrenOf(entry).filter((child) => child.s > 0).map((item) => ({ item, size: item.s })) : []),
       DEEPEST, HEADING * this.textScale);
     this.own = this.layout.tiles.filter((tile) => tile.level === 0).slice(0, MOST_OPTIONS);
     performance.mark('map-draw');
@@ -143,10 +144,9 @@ export class MapCanvas {
     pen.strokeStyle = edge;
     pen.lineWidth = 1;
     for (const tile of this.layout.tiles) {
-      const rest = tile.item.kind === 'smaller' || tile.item.kind === 'loose';
-      pen.fillStyle = rest || tile.branch < 0 || tile.branch >= PALETTE ? other : tiles[tile.branch % PALETTE]!;
+      pen.fillStyle = isRest(tile.item) || tile.branch < 0 || tile.branch >= PALETTE ? other : tiles[tile.branch % PALETTE]!;
       pen.fillRect(tile.x + 0.5, tile.y + 0.5, tile.w - 1, tile.h - 1);
-      // What holds more is paler than what it holds, and every tile has its edge.
+      // Folders with tiles inside are paler than those, and every tile has an edge.
       if (tile.heading) {
         pen.fillStyle = veil;
         pen.fillRect(tile.x + 0.5, tile.y + 0.5, tile.w - 1, tile.h - 1);
@@ -182,7 +182,7 @@ export class MapCanvas {
   private label(pen: CanvasRenderingContext2D, tile: Tile<Entry>): void {
     const room = tile.w - 8;
     const scale = this.textScale;
-    // Most letters are about six wide; measuring only where that leaves doubt.
+    // A letter is at least about four wide; measures only when that leaves doubt.
     let words = this.hooks.nameOf(tile.item);
     if (words.length * 4 * scale > room) words = shorten(words, Math.max(3, Math.floor(room / (4 * scale))));
     while (words.length > 3 && pen.measureText(words).width > room) words = shorten(words, words.length - Math.max(1, Math.ceil(words.length / 12)));
@@ -256,9 +256,9 @@ export class MapCanvas {
   private twice(event: MouseEvent): void {
     const tile = this.layout.tiles[this.indexAt(event)];
     if (!tile) return;
-    if (tile.item.kind === 'folder') this.hooks.onEnter(tile.item);
+    if (isFolder(tile.item)) this.hooks.onEnter(tile.item);
     else {
-      const around = this.layout.tiles.filter((one) => one.item.kind === 'folder' && one.level === tile.level - 1 &&
+      const around = this.layout.tiles.filter((one) => isFolder(one.item) && one.level === tile.level - 1 &&
         tile.x >= one.x && tile.y >= one.y && tile.x < one.x + one.w && tile.y < one.y + one.h).pop();
       if (around) this.hooks.onEnter(around.item);
     }
@@ -266,7 +266,7 @@ export class MapCanvas {
 
   private key(event: KeyboardEvent): void {
     const arrows: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
-    if (event.key === 'Backspace' || (event.altKey && event.key === 'ArrowUp')) {
+    if (event.key === KEYS.backspace || (event.altKey && event.key === 'ArrowUp')) {
       event.preventDefault();
       this.hooks.onLeave();
       return;
@@ -282,10 +282,10 @@ export class MapCanvas {
       this.active = next;
       this.choose(target.item.path);
       this.hooks.onChoose(target.item);
-    } else if (event.key === 'Enter' && tile) {
+    } else if (event.key === KEYS.enter && tile) {
       event.preventDefault();
       this.hooks.onEnter(tile.item);
-    } else if (event.key === ' ' && tile) {
+    } else if (event.key === KEYS.space && tile) {
       event.preventDefault();
       this.hooks.onMark(tile.item);
     }

@@ -1,19 +1,20 @@
-// A table of which only the rows in view exist. Rows have one height, so that any of 20,000 is found
-// by multiplication; a fixed set of row elements is moved about and filled anew. The table is one tab
-// stop: the arrow keys move an active row, which assistive technology follows through
-// aria-activedescendant. What is marked lives in a Selection, not here.
+// A table with only the visible rows in the document. All rows have the same height, so a row's place
+// is a multiplication; a fixed pool of row elements is moved and refilled. The table is one tab stop:
+// the arrow keys move the active row, which assistive technology follows through
+// aria-activedescendant. Marks are kept in a Selection.
 import { t } from '../core/i18n';
 import type { Selection } from '../core/selection';
 import type { PlainKey } from '../lang/shape';
 import { el, icon, setAttribute } from './dom';
+import { KEYS } from './keys';
 
 export interface Column<R> {
   title: PlainKey;
   width: string;
   number?: boolean;
-  extra?: boolean; // left out on narrow screens
-  sort?: string; // its word in onSort
-  hidden?: boolean; // the title is heard, not seen
+  extra?: boolean; // hidden on narrow screens
+  sort?: string; // passed to onSort
+  hidden?: boolean; // title for screen readers only
   make?: () => HTMLElement;
   fill: (cell: HTMLElement, row: R, index: number) => void;
 }
@@ -27,13 +28,13 @@ export interface TableOptions<R> {
   selection?: Selection;
   onMarked?: () => void;
   mayMark?: (row: R) => boolean; // asked before each mark
-  onRefused?: () => void; // told when a single mark was not allowed
+  onRefused?: () => void; // called when mayMark refused a single mark
   onActive?: (row: R, index: number) => void;
   onEnter?: (row: R, index: number) => void;
-  onKey?: (event: KeyboardEvent, index: number) => boolean; // true: done with it
+  onKey?: (event: KeyboardEvent, index: number) => boolean; // true: handled
   onSort?: (word: string) => void;
   decorate?: (element: HTMLElement, row: R, index: number) => void;
-  grows?: boolean; // as high as its rows, within limits
+  grows?: boolean; // height follows its rows, within limits
 }
 
 const SPARE = 12;
@@ -55,7 +56,7 @@ export class Table<R> {
   private rows: readonly R[] = [];
   private rowHeight = 32;
   private first = 0;
-  private room = 0; // height in which rows are seen; kept, since asking lays the page out
+  private room = 0; // visible height for rows; cached, since reading it forces layout
   private sorted: { word: string; down: boolean } | null = null;
   private readonly observer: ResizeObserver;
   active = 0;
@@ -131,7 +132,7 @@ export class Table<R> {
     setAttribute(this.root, 'aria-rowcount', rows.length + 1);
     if (activeKey !== null && (rows[this.active] === undefined || this.options.keyOf(rows[this.active]!) !== activeKey)) {
       const again = rows.findIndex((row) => this.options.keyOf(row) === activeKey);
-      // What was active is gone: its neighbour takes its place.
+      // If the active row is gone, its neighbour becomes active.
       this.active = again >= 0 ? again : Math.max(0, Math.min(this.active, rows.length - 1));
     }
     this.setHeight();
@@ -146,7 +147,7 @@ export class Table<R> {
     return this.rows.length;
   }
 
-  // Fills the rows in view again, after marks or contents have changed.
+  // Refills the visible rows after marks or contents have changed.
   refresh(): void {
     this.draw(true);
   }
@@ -159,10 +160,10 @@ export class Table<R> {
     const leap = Math.abs(first - this.first) > SPARE;
     this.first = first;
     const size = Math.min(count, inView + SPARE);
-    if (this.pool.length !== size) refill = true; // which row an element shows depends on how many there are
+    if (this.pool.length !== size) refill = true; // the row of an element depends on the pool's size
     while (this.pool.length < size) this.pool.push(this.makeRow());
     while (this.pool.length > size) this.pool.pop()!.element.remove();
-    // After a leap all rows are other ones: those out of view can wait until it is painted.
+    // After a long jump all rows change: those out of view are filled after painting.
     const seen = Math.floor(this.root.scrollTop / this.rowHeight);
     let waiting = false;
     for (let index = first; index < first + size; ++index) {
@@ -301,11 +302,11 @@ export class Table<R> {
         this.options.selection?.startAt(target);
       }
       this.moveTo(target);
-    } else if (event.key === ' ') {
+    } else if (event.key === KEYS.space) {
       event.preventDefault();
       if (event.shiftKey) this.extend(this.active);
       else this.mark(this.active);
-    } else if (event.key === 'Enter') {
+    } else if (event.key === KEYS.enter) {
       const row = this.rows[this.active];
       if (row === undefined) return;
       event.preventDefault();
@@ -338,7 +339,7 @@ export class Table<R> {
   }
 }
 
-// The cell with the box that shows whether a row is marked.
+// The column with the box that shows whether a row is marked.
 export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Column<R> => ({
   title: 'colMark', width: '1.25rem', hidden: true,
   make: () => el('div', { class: 'mark-cell' }, el('span', { class: 'mark', 'aria-hidden': 'true' }, icon('check'))),

@@ -1,6 +1,7 @@
-// Short confirmations that go away by themselves, and words for those who listen.
+// Short confirmations that disappear by themselves, and announcements for screen readers.
+import { messageOf, wordOf } from '../core/failure';
+import { FAILURE } from '../core/words';
 import { el } from './dom';
-import { messageOf, wordOf } from './api';
 
 const SHOWN_MS = 4500;
 
@@ -13,16 +14,16 @@ export const toastPlaces = (): HTMLElement[] => [places.toasts, places.heard];
 
 export function toast(message: string): void {
   const note = el('div', { class: 'toast' }, message);
-  // A modal dialog lies above everything else, so its toasts have to lie in it.
+  // A modal dialog covers everything else, so the toasts go inside it.
   const dialog = [...document.querySelectorAll('dialog[open]')].pop();
   (dialog ?? document.body).append(places.toasts);
   places.toasts.append(note);
   setTimeout(() => note.remove(), SHOWN_MS);
 }
 
-// A missing key is asked for in a dialog of its own, which says it all.
+// For a missing key there is a dialog, so it gets no toast.
 export function toastFailure(error: unknown): void {
-  if (wordOf(error) !== 'key') toast(messageOf(error));
+  if (wordOf(error) !== FAILURE.key) toast(messageOf(error));
 }
 
 export function announce(message: string): void {
@@ -33,11 +34,12 @@ export async function copyText(text: string, confirmation: string): Promise<void
   try {
     await navigator.clipboard.writeText(text);
   } catch {
-    // Pages that are not served over HTTPS or by this machine have no clipboard of their own.
+    // The clipboard API needs HTTPS or the local machine.
     const area = el('textarea', { class: 'heard', readonly: true });
     area.value = text;
     document.body.append(area);
     area.select();
+    // eslint-disable-next-line @typescript-eslint/no-deprecated -- nothing else copies without HTTPS
     document.execCommand('copy');
     area.remove();
   }

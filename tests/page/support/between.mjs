@@ -1,11 +1,11 @@
-// Stands between the page and the real program, for what that can't be made to do: answers that are
-// wrong, late, cut off or from elsewhere. What a test does not answer itself is handed on.
+// A proxy between the page and the real program, for answers that the program can't be made to give:
+// wrong, late or truncated ones. Requests without an answer of the test's own are passed on.
 import http from 'node:http';
 
 const KEPT = ['content-type', 'x-vorda-token'];
 
-// `answers` has, by path, a document or a function ({ url, body, real }) that makes one, where real()
-// resolves to the program's own; CUT is an answer that breaks off. With `lost` nobody answers at all.
+// `answers` maps a path to a document or to a function ({ url, body, real }) that makes one; real()
+// resolves to the program's answer. CUT is a truncated answer. With `lost`, connections are dropped.
 export const CUT = Symbol('cut');
 
 export async function between(t, base) {
@@ -16,22 +16,22 @@ export async function between(t, base) {
     const body = Buffer.concat(pieces).toString();
     const url = new URL(request.url, base);
     const headers = Object.fromEntries(KEPT.filter((name) => name in request.headers).map((name) => [name, request.headers[name]]));
-    const handOn = () => fetch(url, { method: request.method, headers, body: body || undefined });
+    const passOn = () => fetch(url, { method: request.method, headers, body: body || undefined });
     if (faults.lost) return void response.destroy();
     const own = faults.answers[url.pathname];
     if (own === undefined) {
-      const answer = await handOn();
+      const answer = await passOn();
       response.writeHead(answer.status, { 'Content-Type': answer.headers.get('content-type') });
       return void response.end(Buffer.from(await answer.arrayBuffer()));
     }
-    const real = async () => (await handOn()).json();
+    const real = async () => (await passOn()).json();
     const made = typeof own === 'function' ? await own({ url, body: new URLSearchParams(body), real }) : own;
     response.writeHead(200, { 'Content-Type': 'application/json; charset=utf-8' });
     if (made === CUT) return void response.write('{"cut', () => response.destroy());
     return void response.end(JSON.stringify(made));
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  server.unref(); // whatever becomes of the test
+  server.unref();
   t.after(() => {
     server.closeAllConnections();
     server.close();

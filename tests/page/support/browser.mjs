@@ -1,5 +1,5 @@
-// Debian's chromium on the page of the real program. Whatever a page writes to its console as an
-// error, policy violations among it, fails the test that opened it.
+// Runs the page of the real program in Debian's chromium. Any error on the console, including policy
+// violations, fails the test that opened the tab.
 import assert from 'node:assert/strict';
 import { after } from 'node:test';
 import { chromium } from 'playwright-core';
@@ -10,8 +10,8 @@ let launched = null;
 const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server'] }));
 after(async () => (await launched)?.close());
 
-// A tab in a profile of its own; further tabs of the same person come from its context. `expected` are
-// complaints that the test provokes. Requests to anything but the server first gone to are complaints too.
+// A tab in a profile of its own; further tabs of the same user come from its context. `expected` matches
+// the complaints that the test provokes. Requests to other servers than the first one are complaints too.
 export async function openTab(t, { expected = null, ...options } = {}) {
   const context = await (await browser()).newContext({ viewport: { width: 1280, height: 900 }, locale: 'en-GB', reducedMotion: 'reduce', ...options });
   context.setDefaultTimeout(20_000);
@@ -23,7 +23,7 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   let home = null;
   context.on('weberror', (error) => complain(error.error().stack));
   context.on('console', (message) => {
-    // The server of a test ends before its tab does; a request cut off by that is no fault of the page.
+    // A test's server may end before its tab; requests that fail because of that are not the page's fault.
     if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text())) complain(message.text());
   });
   context.on('request', (request) => {
@@ -40,7 +40,7 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   return tab;
 }
 
-// The bodies of the requests that a tab sends to a path from now on.
+// The bodies of all requests that the tab sends to a path from now on.
 export function requestsOf(tab, path) {
   const bodies = [];
   tab.on('request', (request) => {
@@ -66,7 +66,7 @@ export const goTo = async (tab, section, title) => {
   await tab.getByRole('heading', { level: 1, name: title }).waitFor();
 };
 
-// Opens the dialog for what is marked and waits for what the program says about it.
+// Opens the dialog for the marked items and waits for the dry run.
 export async function openDialog(tab, button = 'Delete marked') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
@@ -74,19 +74,19 @@ export async function openDialog(tab, button = 'Delete marked') {
   return dialog;
 }
 
-// Resolves when the place says this.
+// Waits until the text is there.
 export const says = (place, words) => place.getByText(words).first().waitFor();
 
 export const row = (table, name) => table.getByRole('row').filter({ hasText: name });
 
-// Marks a row as a person does, by its box.
+// Marks a row with its box.
 export const mark = (table, name) => row(table, name).locator('.mark-cell').click();
 
-// The rows of a table that are in the document, as their cells' texts.
+// The texts of the cells of all rows in the document.
 export const rowsOf = (table) => table.locator('.trow[aria-rowindex]').evaluateAll((rows) => rows
   .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => [...one.children].map((cell) => cell.innerText.trim())));
 
-// Scans what is typed into the picker, and waits for its overview.
+// Scans a path typed into the picker and waits for its overview.
 export async function scan(tab, target) {
   await goTo(tab, 'picker', 'What do you want to scan?');
   await tab.getByLabel('Path of a folder').fill(target);

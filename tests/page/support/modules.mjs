@@ -1,8 +1,8 @@
-// The page's modules without a document, bundled as the page itself is.
+// The modules in core/ and the dictionaries, bundled like the page itself.
 import { build } from 'esbuild';
 import { fileURLToPath } from 'node:url';
 
-const names = ['i18n', 'paths', 'plan', 'selection', 'squarify', 'tree', 'units', 'words'];
+const names = ['i18n', 'paths', 'plan', 'selection', 'squarify', 'tree', 'units', 'failure_texts'];
 const { outputFiles } = await build({
   stdin: {
     contents: names.map((name) => `export * as ${name} from './core/${name}';`).join('') +

@@ -1,0 +1,35 @@
+// What a scan's state, kind and method mean, and how it is described.
+import type { Job } from './answers';
+import { failure, phrase, size, t } from './i18n';
+import { JOB_STATE, KIND, METHOD } from './words';
+
+export const isDone = (job: Job): boolean => job.state === JOB_STATE.done;
+export const hasFailed = (job: Job): boolean => job.state === JOB_STATE.error;
+export const isStopping = (job: Job): boolean => job.state === JOB_STATE.cancelled;
+export const isScanning = (job: Job): boolean => job.state === JOB_STATE.scanning;
+export const isRunning = (job: Job): boolean => isScanning(job) || isStopping(job);
+
+export const isDrive = (job: Job): boolean => job.kind === KIND.drive;
+export const isHost = (job: Job): boolean => job.kind === KIND.ssh;
+// Whether the files are on another machine: they can't be changed or searched.
+export const isRemote = (job: Job | undefined): boolean => job !== undefined && (isHost(job) || job.method === METHOD.ssh);
+
+export const nameOf = (job: Job): string => job.label || job.path;
+
+export const progressText = (job: Job): string => t('progressLine', { files: t('nFiles', { n: job.files }), size: size(job.bytes) });
+
+const stateText = (job: Job): string => {
+  switch (job.state) {
+    case JOB_STATE.scanning: return t('stScanning');
+    case JOB_STATE.cancelled: return t('stCancelled');
+    case JOB_STATE.error: return t('stError');
+    default: return t('stDone');
+  }
+};
+
+export const failureText = (job: Job): string => `${stateText(job)}: ${failure(job.error)}`;
+export const summary = (job: Job): string => `${stateText(job)}: ${progressText(job)}`;
+
+// The step a running scan is at.
+export const statusText = (job: Job): string =>
+  isStopping(job) ? stateText(job) : job.status ? phrase('s_', job.status) : t('stScanning');

@@ -1,0 +1,204 @@
+// Scans: starting, following, showing and forgetting them.
+import { isResult, type Job, type ResultDoc } from '../core/answers';
+import { Failure, messageOf, wordOf } from '../core/failure';
+import { failure, size, t } from '../core/i18n';
+import { hasFailed, isDone, isRemote, isRunning, isScanning, isStopping, nameOf } from '../core/job';
+import { sameTarget } from '../core/paths';
+import { FAILURE, JOB_STATE, KIND } from '../core/words';
+import { announce, toast, toastFailure } from '../ui/toast';
+import { api, form, query } from './api';
+import { Poller } from './poller';
+import { dropFromSearches } from './runs';
+import { changed, clearFetched, isChoosing, isSearch, jobById, state } from './state';
+
+const ANNOUNCE_MS = 10_000;
+
+// `changes` counts this page's own changes to the list of scans: an answer that was under way during
+// one does not include it.
+const list = { announced: 0, changes: 0 };
+
+const lacksResult = (job: Job): boolean => isDone(job) && !state.results.has(job.id) && !state.resultErrors.has(job.id);
+
+function announceProgress(before: Job | undefined, job: Job): void {
+  const figures = { name: nameOf(job), files: t('nFiles', { n: job.files }), size: size(job.bytes) };
+  if (before && isRunning(before) && !isRunning(job)) {
+    announce(hasFailed(job) ? t('heardFailed', { name: figures.name, why: failure(job.error) }) : t('heardEnd', figures));
+  } else if (isRunning(job) && Date.now() - list.announced >= ANNOUNCE_MS) {
+    list.announced = Date.now();
+    announce(t('heardProgress', figures));
+  }
+}
+
+function takeOver(jobs: Job[]): void {
+  for (const job of jobs) {
+    // After a restart the program uses the same ids for other scans.
+    if ((jobById(job.id)?.path ?? job.path) !== job.path) drop(job.id);
+    if (isStopping(job)) state.stopped.add(job.id);
+    announceProgress(jobById(job.id), job);
+  }
+  state.jobs = jobs;
+  for (const id of state.results.keys()) {
+    if (!jobById(id)) drop(id);
+  }
+  if (state.view && !jobById(state.view)) viewLast();
+  changed('jobs');
+}
+
+async function askJobs(): Promise<boolean> {
+  try {
+    const before = list.changes;
+    const jobs = await api<Job[]>('/api/jobs');
+    if (before === list.changes) {
+      takeOver(jobs);
+      await Promise.all(jobs.filter(lacksResult).map((job) => fetchResult(job.id)));
+      jumpIfAwaited();
+    }
+  } catch {
+    // The banner or the key dialog shows why.
+  }
+  return state.offline || state.jobs.some((job) => isRunning(job) || lacksResult(job));
+}
+
+const poller = new Poller(askJobs);
+
+// Asks for all scans, and goes on asking while any of them is running.
+export const poll = (): Promise<void> => poller.poll();
+
+async function askResult(id: number): Promise<ResultDoc> {
+  const answer = await api<unknown>(query('/api/result', { id }));
+  if (!isResult(answer)) throw new Failure(FAILURE.scanFailed, t('eScanFailed'));
+  return answer;
+}
+
+export async function fetchResult(id: number): Promise<void> {
+  try {
+    state.results.set(id, await askResult(id));
+    state.resultErrors.delete(id);
+    state.trees.delete(id);
+  } catch (error) {
+    // If the server can't be reached, the next round asks again.
+    if (wordOf(error) !== FAILURE.offline) state.resultErrors.set(id, messageOf(error));
+  }
+  changed('results', 'view');
+}
+
+// When the scan the user is waiting for is finished, its overview opens, but only from the picker.
+function jumpIfAwaited(): void {
+  const job = jobById(state.awaited);
+  if (!state.awaited || (job && isScanning(job))) return;
+  if (isChoosing() && state.results.has(state.awaited)) {
+    viewJob(state.awaited);
+    state.section = 'overview';
+    changed('section');
+  }
+  if (!job || hasFailed(job) || state.results.has(state.awaited) || state.resultErrors.has(state.awaited)) state.awaited = 0;
+}
+
+function viewLast(): void {
+  state.view = state.jobs[state.jobs.length - 1]?.id ?? 0;
+  changed('view');
+}
+
+export function viewJob(id: number): void {
+  if (state.view === id) return;
+  state.view = id;
+  state.openFolder = '';
+  state.finding = '';
+  changed('view');
+}
+
+function clearView(): void {
+  state.selection.clear();
+  state.weights.clear();
+  state.expanded.clear();
+  state.openFolder = '';
+  state.finding = '';
+  clearFetched();
+  changed('selection', 'tree', 'types');
+}
+
+// Starts a scan, which replaces older ones of the same target. Throws a Failure if the program refuses.
+export async function startScan(path: string, kind: string, label: string): Promise<number> {
+  const fields: Record<string, string> = { path, kind, label };
+  const password = kind === KIND.ssh ? state.passwords.get(path) : undefined;
+  if (password) fields['password'] = password;
+  const { id } = await form<{ id: number }>('/api/scan', fields);
+  const replaced = state.jobs.filter((job) => job.id !== id && sameTarget(job.path, path));
+  ++list.changes;
+  for (const job of replaced) drop(job.id);
+  // Stands in until the program's next answer.
+  state.jobs = [...state.jobs, {
+    id, path, kind, label, state: JOB_STATE.scanning, files: 0, bytes: 0, dirs: 0, phase: 0, seconds: 0, status: '', current: '', error: '', method: '', noTurbo: '',
+  }];
+  state.awaited = id;
+  state.view = id;
+  clearView();
+  changed('view', 'jobs');
+  list.announced = Date.now();
+  announce(t('heardStart', { name: label || path }));
+  await Promise.all(replaced.map((job) => api(query('/api/forget', { id: job.id })).catch(() => {})));
+  await poll();
+  return id;
+}
+
+export async function rescan(job: Job): Promise<void> {
+  try {
+    await startScan(job.path, job.kind, job.label);
+  } catch (error) {
+    toastFailure(error);
+  }
+}
+
+export async function cancelScan(id: number): Promise<void> {
+  try {
+    await api(query('/api/cancel', { id }));
+    state.stopped.add(id);
+    await poll();
+  } catch (error) {
+    toastFailure(error);
+  }
+}
+
+function drop(id: number): void {
+  state.jobs = state.jobs.filter((job) => job.id !== id);
+  state.results.delete(id);
+  state.resultErrors.delete(id);
+  state.trees.delete(id);
+  state.stopped.delete(id);
+  dropFromSearches((_path, job) => job === id);
+}
+
+export async function forgetScan(id: number): Promise<void> {
+  try {
+    await api(query('/api/forget', { id }));
+    ++list.changes;
+    drop(id);
+    if (state.view === id) {
+      viewLast();
+      clearView();
+      if (state.jobs.length === 0 && !isSearch(state.section)) state.section = 'picker';
+    }
+    changed('jobs', 'results', 'view', 'section');
+  } catch (error) {
+    toastFailure(error);
+  }
+}
+
+// Fetches the results again after a file operation. Expanded folders stay expanded.
+export async function refreshResults(ids: Iterable<number>): Promise<void> {
+  state.types.clear();
+  const wanted = [...new Set(ids)].filter((id) => state.results.has(id));
+  let stale = false;
+  await Promise.all(wanted.map(async (id) => {
+    try {
+      state.results.set(id, await askResult(id));
+      state.trees.delete(id);
+    } catch {
+      stale = true;
+    }
+  }));
+  if (stale) toast(t('delStale'));
+  changed('results', 'tree', 'types');
+}
+
+export const searchable = (): Job[] => state.jobs.filter((job) => isDone(job) && !isRemote(job) && state.results.has(job.id));

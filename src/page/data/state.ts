@@ -1,0 +1,92 @@
+// Everything the page knows and shows, in one object. Code that changes it calls changed(); listeners
+// hear of all changes once the current task is over.
+import type { AcrossAnswer, ExtAnswer, FindAnswer, Hello, Job, ResultDoc, Targets } from '../core/answers';
+import { Selection } from '../core/selection';
+import { ScanTree } from '../core/tree';
+
+export const SECTIONS = ['overview', 'explorer', 'advice', 'types', 'map', 'find', 'across', 'picker'] as const;
+export type Section = (typeof SECTIONS)[number];
+export const isSection = (text: string): text is Section => (SECTIONS as readonly string[]).includes(text);
+// The searches work on the disk and across all scans; the other sections need a scan on view.
+export const isSearch = (section: Section): boolean => section === 'find' || section === 'across';
+
+export type Change = 'session' | 'targets' | 'jobs' | 'results' | 'view' | 'section' | 'selection' | 'tree' | 'types' | 'find' | 'across' | 'offline' | 'language' | 'details';
+
+export const state = {
+  key: '', // of a server that asks for one
+  hello: { auth: false, server: false, canQuit: false } as Hello,
+  targets: null as Targets | null,
+  jobs: [] as Job[],
+  results: new Map<number, ResultDoc>(),
+  resultErrors: new Map<number, string>(), // why there is no result, as text
+  trees: new Map<number, ScanTree>(),
+  view: 0, // id of the scan on view
+  section: 'picker' as Section,
+  selection: new Selection(), // paths in the explorer, the map and the advice
+  weights: new Map<string, number>(), // bytes of the marked paths, as of when they were marked
+  expanded: new Set<string>(),
+  type: '', // the type on view
+  openFolder: '', // the folder shown in the details or the map
+  types: new Map<string, ExtAnswer | string>(), // by extension: its folders and files, or why there are none
+  finding: '', // the finding to scroll to
+  find: null as FindAnswer | null,
+  across: null as AcrossAnswer | null,
+  passwords: new Map<string, string>(), // SSH passwords by target: in memory only
+  stopped: new Set<number>(), // scans that were stopped while this page was open
+  awaited: 0, // id of the scan whose overview opens when it finishes
+  started: false, // scans and targets are known
+  offline: false,
+  ended: false,
+};
+
+const listeners = new Set<(changes: ReadonlySet<Change>) => void>();
+let pending: Set<Change> | null = null;
+
+export function listen(listener: (changes: ReadonlySet<Change>) => void): void {
+  listeners.add(listener);
+}
+
+export function changed(...changes: Change[]): void {
+  if (!pending) {
+    pending = new Set();
+    queueMicrotask(() => {
+      const now = pending ?? new Set<Change>();
+      pending = null;
+      for (const listener of listeners) listener(now);
+    });
+  }
+  for (const change of changes) pending.add(change);
+}
+
+export const jobById = (id: number): Job | undefined => state.jobs.find((job) => job.id === id);
+export const jobOnView = (): Job | undefined => jobById(state.view);
+export const resultOnView = (): ResultDoc | undefined => state.results.get(state.view);
+
+// The tree of a finished scan, built on first use.
+export function treeOf(id: number): ScanTree | undefined {
+  const doc = state.results.get(id);
+  if (!doc) return undefined;
+  let tree = state.trees.get(id);
+  if (!tree) {
+    tree = new ScanTree(doc);
+    state.trees.set(id, tree);
+  }
+  return tree;
+}
+
+// The root of each finished scan, to find the scan a path belongs to.
+export const scanRoots = (): { id: number; root: string }[] =>
+  [...state.results].map(([id, doc]) => ({ id, root: doc.meta.path }));
+
+// Whether the user is choosing what to scan.
+export const isChoosing = (): boolean => state.section === 'picker';
+
+export function goTo(section: Section): void {
+  state.section = section;
+  changed('section');
+}
+
+export function clearFetched(): void {
+  state.trees.clear();
+  state.types.clear();
+}

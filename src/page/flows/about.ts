@@ -1,0 +1,47 @@
+// The dialog about the program, with the check for a newer version.
+import type { UpdateAnswer } from '../core/answers';
+import { messageOf } from '../core/failure';
+import { t } from '../core/i18n';
+import { form } from '../data/api';
+import { state } from '../data/state';
+import { openDialog } from '../ui/dialog';
+import { button, el, fill, rest, wholePath } from '../ui/dom';
+
+// Only web addresses become links.
+const safeLink = (address: string, text: string): HTMLElement =>
+  /^https:\/\//.test(address) ? el('a', { href: address, target: '_blank', rel: 'noopener noreferrer' }, text) : el('span', {}, text);
+
+async function check(into: HTMLElement, asking: HTMLButtonElement): Promise<void> {
+  rest(asking, true);
+  fill(into, `${t('upChecking')}…`);
+  try {
+    const answer = await form<UpdateAnswer>('/api/update', {});
+    fill(into, answer.newer ? [t('upNewer', { latest: answer.latest }), ' ', safeLink(answer.url, t('upDownload'))] : t('upCurrent', { latest: answer.latest }));
+  } catch (error) {
+    fill(into, messageOf(error));
+  }
+  rest(asking, false);
+}
+
+export function openAbout(): void {
+  if (document.querySelector('dialog.about')) return;
+  const { targets } = state;
+  const answer = el('p', { role: 'status' });
+  const ask = button(t('upCheck'), () => void check(answer, ask), { icon: 'refresh' });
+  const close = button(t('close'), () => dialog.close());
+  const fact = (label: string, ...value: (Node | string)[]): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
+  const dialog = openDialog({
+    title: t('about'), small: true, ends: close, first: close,
+    body: [
+      targets ? el('div', { class: 'stack' },
+        el('p', {}, t('abVersion', { version: targets.version }), '. ', t('abBy', { vendor: targets.vendor }), '.'),
+        el('p', {}, t('abMachine', { machine: targets.machine })),
+        targets.website ? el('p', {}, safeLink(targets.website, t('abWebsite'))) : null) : null,
+      targets ? el('dl', { class: 'stack' },
+        fact(t('abRights'), t(targets.elevated ? 'abElevated' : 'abNotElevated')),
+        fact(t('abLog'), wholePath(targets.logPath))) : null,
+      el('div', { class: 'stack' }, el('div', {}, ask), answer, el('p', { class: 'small muted' }, t('upPrivacy'))),
+    ],
+  });
+  dialog.element.classList.add('about');
+}

@@ -1,0 +1,150 @@
+// The details pane: the chosen folder or file in full.
+import { date, percent, phrase, size, t } from '../core/i18n';
+import { isRemote } from '../core/job';
+import { baseName, joinPath } from '../core/paths';
+import { isFolder, isItem, type Entry } from '../core/tree';
+import { shareOf } from '../core/units';
+import { loadFiles } from '../data/folders';
+import { jobOnView, listen, state, treeOf } from '../data/state';
+import { button, choice, el, fill, inert, iconButton, wholePath } from '../ui/dom';
+import { copyText } from '../ui/toast';
+import { openDeletion } from './deletion';
+import { toggleMark } from './marks';
+import { openInExplorer, openInMap, reveal } from './places';
+
+const LISTED_FILES = 30;
+const FETCH_MS = 250;
+
+// A file that a search found, in any scan.
+interface Found {
+  p: string;
+  m: number;
+  lock?: string;
+  names?: string[];
+}
+
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0 };
+
+export function detailsPane(): HTMLElement {
+  pane.entry = null;
+  pane.found = null;
+  pane.root = el('aside', { class: 'details', 'aria-label': t('details'), on: { keydown: (event) => {
+    if (event.key === 'Escape' && pane.root?.classList.contains('open')) toggleDrawer();
+  } } });
+  draw();
+  return pane.root;
+}
+
+// While a key is held down to go through rows, only the last row is drawn.
+function drawSoon(): void {
+  clearTimeout(pane.timer);
+  cancelAnimationFrame(pane.frame);
+  pane.frame = requestAnimationFrame(() => {
+    pane.frame = requestAnimationFrame(draw);
+  });
+}
+
+// Shows an entry of the scan on view. A folder's files are fetched after a short delay.
+export function showDetails(entry: Entry | null): void {
+  pane.entry = entry;
+  pane.found = null;
+  pane.job = state.view;
+  drawSoon();
+  if (entry && isFolder(entry)) pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), FETCH_MS);
+}
+
+export function showHit(found: Found, bytes: number): void {
+  pane.entry = { kind: 'file', path: found.p, name: baseName(found.p), s: bytes, f: 1, n: 0, m: found.m };
+  pane.found = found;
+  drawSoon();
+}
+
+function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, close: HTMLElement): void {
+  const names = found.names ?? [];
+  fill(root, el('div', { class: 'stack wide' },
+    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close),
+    el('dl', {}, fact(t('dtSize'), size(s)), m > 0 ? fact(t('dtDate'), date(m)) : null, fact(t('dtPath'), wholePath(path))),
+    found.lock ? el('p', { class: 'small' }, t('locked', { why: phrase('r_', found.lock) })) : null,
+    el('div', { class: 'actions' },
+      button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
+      button(t('reveal'), () => void reveal(path), { icon: 'reveal' })),
+    names.length > 0 ? el('section', { class: 'stack' }, el('p', { class: 'small muted' }, t('acHard', { n: names.length })),
+      el('ul', { class: 'small' }, names.slice(0, LISTED_FILES).map((one) => el('li', {}, wholePath(one))))) : null));
+}
+
+// On narrow windows the pane is a drawer: the focus moves into it and back.
+export function toggleDrawer(): void {
+  if (pane.root?.classList.toggle('open')) pane.root.querySelector('button')?.focus();
+  else document.querySelector<HTMLElement>('.content .button.shut')?.focus();
+}
+
+export const detailsButton = (): HTMLElement => button(t('details'), toggleDrawer, { icon: 'info', class: 'shut push' });
+
+const fact = (label: string, value: Node | string): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
+
+function filesOf(entry: Entry): HTMLElement | null {
+  const files = treeOf(pane.job)?.filesOf(entry.path);
+  if (!files) return null;
+  if (files.files.length === 0) return el('p', { class: 'small muted' }, t('dtFilesNone'));
+  const more = files.total - Math.min(files.files.length, LISTED_FILES);
+  return el('section', { class: 'stack' }, el('h3', {}, t('dtFilesHere')),
+    el('ul', { class: 'files' }, files.files.slice(0, LISTED_FILES).map((file) => {
+      const path = joinPath(entry.path, file.n);
+      return el('li', {}, choice('checkbox', inert(file.n), { checked: state.selection.has(path), on: { change: () => toggleMark(path, file.s) } }),
+        el('span', { class: 'number' }, size(file.s)));
+    })),
+    more > 0 ? el('p', { class: 'small muted' }, t('dtMoreFiles', { n: more })) : null);
+}
+
+function draw(): void {
+  const { root, entry } = pane;
+  if (!root) return;
+  const close = iconButton('remove', t('close'), toggleDrawer, { class: 'shut push' });
+  if (!entry || !isItem(entry)) {
+    fill(root, el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h2', {}, t('details')), close), el('p', { class: 'muted' }, t('dtNone'))));
+    return;
+  }
+  if (pane.found) {
+    drawHit(root, entry, pane.found, close);
+    return;
+  }
+  drawEntry(root, entry, close);
+}
+
+function drawEntry(root: HTMLElement, entry: Entry, close: HTMLElement): void {
+  const tree = treeOf(pane.job);
+  const remote = isRemote(jobOnView());
+  const isRoot = entry.path === tree?.root.path;
+  const parent = isRoot ? undefined : tree?.find(tree.folderOf(entry.path));
+  const marked = state.selection.has(entry.path);
+  const { path } = entry;
+  fill(root, el('div', { class: 'stack wide' },
+    el('div', { class: 'line' }, el('h2', {}, inert(entry.name.slice(0, 200))), close),
+    el('dl', {},
+      fact(t('dtSize'), size(entry.s)),
+      isFolder(entry) ? fact(t('dtFiles'), t('nFiles', { n: entry.f })) : null,
+      parent ? fact(t('dtShare'), percent(shareOf(entry.s, parent.s))) : null,
+      entry.m > 0 ? fact(t('dtDate'), date(entry.m)) : null,
+      fact(t('dtPath'), wholePath(path))),
+    el('div', { class: 'actions' },
+      button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
+      remote ? null : button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      state.section === 'map' ? button(t('dtOpenExplorer'), () => openInExplorer(path), { icon: 'explorer' }) : button(t('dtOpenMap'), () => openInMap(path), { icon: 'map' })),
+    remote ? el('p', { class: 'small muted' }, t('dtRemote')) : null,
+    remote || isRoot ? null : el('div', { class: 'actions' },
+      button(marked ? t('dtUnmark') : t('dtMark'), () => toggleMark(path, entry.s), { icon: 'check', 'aria-pressed': String(marked) }),
+      button(`${t('delete')}…`, () => openDeletion([path]), { icon: 'bin', class: 'danger' })),
+    isFolder(entry) ? filesOf(entry) : null));
+}
+
+listen((changes) => {
+  if (!pane.root?.isConnected) return;
+  if (changes.has('view')) pane.entry = null;
+  if (changes.has('results') && pane.entry && !pane.found) pane.entry = treeOf(state.view)?.find(pane.entry.path) ?? null;
+  if (changes.has('view') || changes.has('results') || changes.has('details') || changes.has('selection')) {
+    // Redrawing must not take the focus from a control inside.
+    const focused = [...pane.root.querySelectorAll('button, input')].indexOf(document.activeElement as Element);
+    draw();
+    if (focused >= 0) (pane.root.querySelectorAll<HTMLElement>('button, input')[focused] ?? pane.root.querySelector<HTMLElement>('button'))?.focus();
+  }
+});

@@ -1,0 +1,88 @@
+// Restarts the program with administrator rights, or ends it. The new process takes over the port, so
+// this tab goes on with it.
+import { failure, text, t } from '../core/i18n';
+import { api, markEnded } from '../data/api';
+import { changed, state } from '../data/state';
+import { button } from '../ui/dom';
+import { toast, toastFailure } from '../ui/toast';
+
+const MARKER = 'vorda-elevating';
+const ROUND_MS = 400;
+const ROUNDS = 450;
+const ASK_FROM = 8;
+const RELOAD_FROM = 15;
+
+const progress = { words: '' };
+
+const pause = (milliseconds: number): Promise<void> => new Promise((resolve) => setTimeout(resolve, milliseconds));
+
+async function waitForNewProcess(): Promise<void> {
+  let gone = false;
+  for (let round = 1; round <= ROUNDS; ++round) {
+    await pause(ROUND_MS);
+    progress.words = round > ASK_FROM ? 'elevateAsk' : 'elevateWait';
+    changed('session');
+    try {
+      await fetch('/api/hello', { cache: 'no-store' });
+      if (gone || round >= RELOAD_FROM) break;
+    } catch {
+      gone = true;
+    }
+  }
+  location.reload();
+}
+
+async function elevate(): Promise<void> {
+  if (progress.words) return;
+  try {
+    const answer = await api<{ already?: boolean }>('/api/elevate', { method: 'POST' });
+    if (answer.already) {
+      location.reload();
+      return;
+    }
+    progress.words = 'elevateWait';
+    sessionStorage.setItem(MARKER, '1');
+    await waitForNewProcess();
+  } catch (error) {
+    toastFailure(error);
+  }
+}
+
+// The text of the button follows the progress of the restart.
+export const elevateButton = (): HTMLButtonElement =>
+  button(progress.words ? text(progress.words) : t('elevate'), () => void elevate(), { icon: 'shield', class: 'elevates' });
+
+export function updateElevateButtons(): void {
+  if (!progress.words) return;
+  for (const made of document.querySelectorAll<HTMLButtonElement>('.elevates')) {
+    const words = made.lastChild;
+    if (words instanceof Text) words.data = text(progress.words);
+    made.setAttribute('aria-disabled', 'true');
+  }
+}
+
+// After the reload: says so if the rights were not granted.
+export function checkElevation(): void {
+  let asked = false;
+  try {
+    asked = sessionStorage.getItem(MARKER) !== null;
+    sessionStorage.removeItem(MARKER);
+  } catch {
+    return;
+  }
+  if (asked && state.targets && !state.targets.elevated) setTimeout(() => toast(t('eElevateDenied')), 300);
+}
+
+export async function quitProgram(): Promise<void> {
+  try {
+    const response = await fetch('/api/quit');
+    if (response.ok) {
+      markEnded();
+      return;
+    }
+    const { error } = (await response.json()) as { error?: string };
+    toast(failure(error ?? ''));
+  } catch {
+    markEnded();
+  }
+}

@@ -1,0 +1,66 @@
+// The bar that shows what is marked and what can be done with it.
+import { size, t } from '../core/i18n';
+import { topmost } from '../core/paths';
+import type { Selection } from '../core/selection';
+import { changed, state } from '../data/state';
+import { button, el, setText } from '../ui/dom';
+import { openDeletion } from './deletion';
+
+export interface MarksBar {
+  root: HTMLElement;
+  update: () => void;
+}
+
+export interface MarksOptions {
+  selection: Selection;
+  counted?: (paths: Iterable<string>) => string[]; // the marked paths that count
+  bytesOf: (path: string) => number;
+  hidden?: () => number; // number of marked rows that the filter hides
+  all?: () => void; // marks all rows
+  onDelete: () => void;
+  deleteLabel?: string;
+  fallback: () => HTMLElement | null; // takes the focus when the bar disappears
+  clear: () => void;
+}
+
+export function marksBar(options: MarksOptions): MarksBar {
+  const words = el('strong', { role: 'status' });
+  const hiddenWords = el('span', { class: 'muted' });
+  const none = button(t('selectNone'), options.clear, { class: 'plain' });
+  const remove = button(options.deleteLabel ?? t('deleteMarked'), options.onDelete, { icon: 'bin', class: 'danger' });
+  const all = options.all ? button(t('selectAll'), options.all, { class: 'plain' }) : null;
+  const root = el('div', { class: 'selection-bar' }, words, hiddenWords, el('span', { class: 'push actions' }, all, none, remove));
+  const update = (): void => {
+    const keys = options.counted?.(options.selection.keys) ?? [...options.selection.keys];
+    if (keys.length === 0 && root.contains(document.activeElement)) options.fallback()?.focus();
+    root.hidden = keys.length === 0;
+    const bytes = keys.reduce((sum, key) => sum + options.bytesOf(key), 0);
+    setText(words, keys.length === 0 ? '' : t('selected', { items: t('nItems', { n: keys.length }), size: size(bytes) }));
+    const hidden = options.hidden?.() ?? 0;
+    setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');
+  };
+  update();
+  return { root, update };
+}
+
+function clearMarks(): void {
+  state.selection.clear();
+  state.weights.clear();
+  changed('selection');
+}
+
+export function toggleMark(path: string, bytes: number): void {
+  state.selection.toggle(-1, path);
+  state.weights.set(path, bytes);
+  changed('selection');
+}
+
+// The bar for the marks shared by explorer, map, types and advice. A parent and its child count once.
+export const scanMarksBar = (fallback: () => HTMLElement | null): MarksBar => marksBar({
+  selection: state.selection,
+  counted: topmost,
+  bytesOf: (path) => state.weights.get(path) ?? 0,
+  clear: clearMarks,
+  fallback,
+  onDelete: () => openDeletion(state.selection.keys, { fallback }),
+});

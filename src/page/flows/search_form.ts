@@ -1,0 +1,57 @@
+// Parts of the forms and notes of both searches: choice of scans, bound fields, what was left out.
+import type { FindAnswer } from '../core/answers';
+import { failure, t } from '../core/i18n';
+import { nameOf } from '../core/job';
+import { shown } from '../core/paths';
+import { searchable } from '../data/jobs';
+import { choice, el, inert, onEnter } from '../ui/dom';
+
+// Checkboxes for the finished scans; the unticked ones are kept in `without`.
+export function scanChoices(without: Set<number>): HTMLElement {
+  return el('fieldset', {}, el('legend', {}, t('fiWhere')), el('div', { class: 'line' }, searchable().map((job) =>
+    choice('checkbox', inert(nameOf(job)), {
+      checked: !without.has(job.id), on: {
+        change: (event) => {
+          if ((event.target as HTMLInputElement).checked) without.delete(job.id);
+          else without.add(job.id);
+        },
+      },
+    }))));
+}
+
+export const chosenScans = (without: Set<number>): number[] => searchable().map((job) => job.id).filter((id) => !without.has(id));
+
+// A text field bound to `values`, which keep the text when the section is left; Enter starts the search.
+export function boundInput<N extends string>(values: Record<N, string>, name: N, begin: () => void, props: Record<string, string>): HTMLInputElement {
+  const made = el('input', { class: 'input', type: 'text', autocomplete: 'off', spellcheck: 'false', value: values[name], ...props, on: {
+    input: () => {
+      values[name] = made.value;
+    },
+  } });
+  onEnter(made, begin);
+  return made;
+}
+
+// A number typed with a point or a comma; 0 if it is none.
+export const typedNumber = (text: string): number => Number(text.trim().replace(',', '.')) || 0;
+
+// A select bound to `values`.
+export function boundSelect<N extends string, V extends string>(values: Record<N, V>, name: N, options: readonly V[], words: (option: V) => string, props: Record<string, string> = {}): HTMLSelectElement {
+  const made = el('select', { class: 'input', ...props, on: {
+    change: () => {
+      values[name] = made.value as V;
+    },
+  } }, options.map((option) => el('option', { value: option, selected: option === values[name] }, words(option))));
+  return made;
+}
+
+// What the search could not look at.
+export function leftOut(answer: Pick<FindAnswer, 'cancelled' | 'opts'> | null): HTMLElement[] {
+  const ssh = answer?.opts?.ssh_skipped ?? [];
+  const failed = answer?.opts?.failed ?? [];
+  return [
+    answer?.cancelled ? t('fiStopped') : '',
+    ssh.length > 0 ? t('fiSsh', { names: ssh.map((one) => shown(one.label)).join(', ') }) : '',
+    failed.length > 0 ? t('fiFailed', { names: failed.map((one) => `${shown(one.label)} (${failure(one.error)})`).join(', ') }) : '',
+  ].filter((line) => line !== '').map((line) => el('p', {}, line));
+}

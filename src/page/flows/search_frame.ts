@@ -1,0 +1,118 @@
+// What the sections of both searches have in common: form, progress, notes, and a list of results that
+// is there while there are any.
+import type { Running } from '../core/answers';
+import { failure, t } from '../core/i18n';
+import { searchable } from '../data/jobs';
+import type { BackgroundRun } from '../data/runs';
+import { goTo } from '../data/state';
+import type { PlainKey } from '../lang/shape';
+import { button, el, fill, heading, rest, setText, type Child } from '../ui/dom';
+import { emptyState } from '../ui/notices';
+import { announce } from '../ui/toast';
+import { detailsButton } from './details';
+import type { Changes, Screen } from './screen';
+
+export interface ResultList<H> {
+  open: () => Child; // before the first hits are shown: what to put on the page
+  show: (hits: readonly H[]) => void;
+  close: () => void; // there are no hits any more
+  leave: () => void;
+}
+
+export interface Search<A extends Running, H> {
+  title: PlainKey;
+  intro: PlainKey;
+  go: { text: PlainKey; icon: string };
+  run: BackgroundRun<A>;
+  answer: () => A | null;
+  start: () => Promise<string>; // returns the text of a problem, or ''
+  form: (go: HTMLElement, begin: () => void) => Child;
+  bar: HTMLElement; // the progress bar
+  running: (answer: A) => string; // updates the bar, returns the status
+  found: (answer: A) => string;
+  notes: (answer: A | null) => Child;
+  hitsOf: (answer: A) => readonly H[] | undefined;
+  list: ResultList<H>;
+}
+
+const nothingToSearch = (): HTMLElement =>
+  emptyState(t('fiNoScans'), t('fiNoScansText'), button(t('chooseTarget'), () => goTo('picker'), { class: 'first', icon: 'picker' }));
+
+export class SearchFrame<A extends Running, H> implements Screen {
+  readonly root: HTMLElement;
+  readonly detailed = true;
+  private readonly problem = el('p', { class: 'wrong', role: 'alert' });
+  private readonly status = el('p');
+  private readonly notes = el('div', { class: 'stack small muted' });
+  private readonly formPlace = el('div', {});
+  private readonly results = el('div', { class: 'stack results' });
+  private readonly stop: HTMLButtonElement;
+  private readonly go: HTMLButtonElement;
+  private shownHits: readonly H[] | undefined;
+  private listOpen = false;
+  private formShown: boolean | null = null;
+  private wasRunning = false;
+
+  constructor(private readonly search: Search<A, H>) {
+    const { title, intro, go, run, bar } = search;
+    this.stop = button(t('fiStop'), () => void run.stop(), { icon: 'stop' });
+    this.go = button(t(go.text), () => void this.begin(), { icon: go.icon, class: 'first' });
+    this.root = el('div', { class: 'screen fills' },
+      el('div', { class: 'top' }, heading(t(title)), el('span', { class: 'muted' }, t(intro)), detailsButton()),
+      this.formPlace, el('div', { class: 'line' }, this.status, el('span', { class: 'push' }, this.stop)), bar, this.notes, this.results);
+    this.showAll();
+    void run.followOnce();
+  }
+
+  update(changes: Changes): void {
+    if (changes.has(this.search.run.change) || changes.has('jobs') || changes.has('results')) this.showAll();
+  }
+
+  leave(): void {
+    this.search.list.leave();
+  }
+
+  private async begin(): Promise<void> {
+    setText(this.problem, await this.search.start());
+  }
+
+  private showAll(): void {
+    const answer = this.search.answer();
+    this.showForm();
+    this.showStatus(answer);
+    fill(this.notes, this.search.notes(answer));
+    this.showHits(answer ? this.search.hitsOf(answer) : undefined);
+  }
+
+  private showForm(): void {
+    const possible = searchable().length > 0;
+    if (possible === this.formShown) return;
+    this.formShown = possible;
+    fill(this.formPlace, possible ? el('section', { class: 'panel stack' }, this.search.form(this.go, () => void this.begin()), this.problem) : nothingToSearch());
+  }
+
+  private showStatus(answer: A | null): void {
+    const { search, stop, go, status } = this;
+    const running = answer?.running === true;
+    rest(go, running);
+    if (!running && document.activeElement === stop) go.focus();
+    search.bar.hidden = stop.hidden = !running;
+    if (!answer) setText(status, '');
+    else if (running) setText(status, search.running(answer));
+    else if (answer.error) setText(status, failure(answer.error));
+    else setText(status, search.hitsOf(answer) ? search.found(answer) : '');
+    if (this.wasRunning && !running && status.textContent && !answer?.error) announce(status.textContent);
+    this.wasRunning = running;
+  }
+
+  private showHits(hits: readonly H[] | undefined): void {
+    if (hits === this.shownHits) return;
+    this.shownHits = hits;
+    const { list } = this.search;
+    const any = hits !== undefined && hits.length > 0;
+    if (any !== this.listOpen) fill(this.results, any ? list.open() : null);
+    this.listOpen = any;
+    if (any) list.show(hits);
+    else list.close();
+  }
+}

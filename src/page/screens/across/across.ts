@@ -1,0 +1,70 @@
+// Files with equal contents, across all scans: a form, its progress, and the groups.
+import type { AcrossAnswer, CopyGroup } from '../../core/answers';
+import { known, percent, size, t, text } from '../../core/i18n';
+import { shareOf } from '../../core/units';
+import { duplicates } from '../../data/runs';
+import { state } from '../../data/state';
+import type { Screen } from '../../flows/screen';
+import { boundInput, chosenScans, leftOut, scanChoices, typedNumber } from '../../flows/search_form';
+import { SearchFrame } from '../../flows/search_frame';
+import { el, field, setAttribute, type Child } from '../../ui/dom';
+import { GroupList, marks } from './groups';
+
+const MEBI = 1024 * 1024;
+
+// The values of the form outlive the section.
+const entered = { names: '', exts: '', min: '1', without: new Set<number>() };
+
+async function start(): Promise<string> {
+  const ids = chosenScans(entered.without);
+  if (ids.length === 0) return t('fiNoScans');
+  marks.clear();
+  const min = Math.max(1, Math.round(typedNumber(entered.min) * MEBI));
+  return duplicates.start({ ids: ids.join(','), names: entered.names.trim(), exts: entered.exts.trim(), min });
+}
+
+const form = (go: HTMLElement, begin: () => void): Child => [
+  el('div', { class: 'form' },
+    field(t('fiNames'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
+    field(t('fiExts'), boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') })),
+    field(`${t('fiMin')} (MB)`, boundInput(entered, 'min', begin, { inputmode: 'decimal' }), { class: 'narrow' }), go),
+  scanChoices(entered.without),
+];
+
+function showProgress(bar: HTMLElement, done: HTMLElement, answer: AcrossAnswer): string {
+  const phaseKey = `acPhase_${answer.phase ?? 'listing'}`;
+  const share = shareOf(answer.percent ?? 0, 100);
+  const words = t('acRunning', { phase: known(phaseKey) ? text(phaseKey) : answer.phase ?? '', percent: percent(share) });
+  done.style.width = `${share * 100}%`;
+  setAttribute(bar, 'aria-valuenow', Math.round(share * 100));
+  setAttribute(bar, 'aria-valuetext', words);
+  return answer.total ? `${words}, ${t('acRead', { read: size(answer.read ?? 0), total: size(answer.total) })}` : words;
+}
+
+function found({ groups = [], count, waste = 0 }: AcrossAnswer): string {
+  return groups.length === 0 ? `${t('acNone')} ${t('acNoneText')}`
+    : t('acFound', { groups: t('nGroups', { n: count ?? groups.length }), size: size(waste) });
+}
+
+function notes(answer: AcrossAnswer | null): Child {
+  const { cloud, unreadable, changed } = answer?.skipped ?? {};
+  return [
+    answer?.capped ? el('p', {}, t('acCapped', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
+    cloud ? el('p', {}, t('acSkipCloud', { n: cloud })) : null,
+    unreadable ? el('p', {}, t('acSkipUnreadable', { n: unreadable })) : null,
+    changed ? el('p', {}, t('acSkipChanged', { n: changed })) : null,
+    leftOut(answer),
+  ];
+}
+
+export function across(): Screen {
+  const done = el('span', { class: 'moves' });
+  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('acTitle') }, done);
+  return new SearchFrame<AcrossAnswer, CopyGroup>({
+    title: 'acTitle', intro: 'acIntro', go: { text: 'acStart', icon: 'across' },
+    run: duplicates, answer: () => state.across, start, form, bar, found, notes,
+    running: (answer) => showProgress(bar, done, answer),
+    hitsOf: (answer) => answer.groups,
+    list: new GroupList(),
+  });
+}

@@ -1,0 +1,69 @@
+// The columns of the tree table.
+import { count, percent, size } from '../../core/i18n';
+import { entryName } from '../../core/names';
+import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind, type TreeRow } from '../../core/tree';
+import { shareOf } from '../../core/units';
+import { el, icon, setIcon, setText } from '../../ui/dom';
+import { markColumn, type Column } from '../../ui/table';
+
+const INDENT = 6;
+const STEP = 14;
+const RAILS = 6;
+
+const ICONS: Record<EntryKind, string> = { folder: 'folder', file: 'file', smaller: 'rest', loose: 'rest', loading: 'rest', failed: 'warning' };
+
+const railColour = (level: number): string => `var(--rail-${((level - 1) % RAILS) + 1})`;
+
+// Below each open folder a line in the colour of its depth runs down the rows. One image per depth.
+const railImages = new Map<number, string>();
+function rails(depth: number): string {
+  let image = railImages.get(depth);
+  if (image === undefined) {
+    const lines: string[] = [];
+    for (let level = 1; level < depth; ++level) {
+      const x = INDENT + level * STEP + 10;
+      lines.push(`linear-gradient(90deg, transparent ${x}px, ${railColour(level)} ${x}px ${x + 1}px, transparent ${x + 1}px)`);
+    }
+    image = lines.join(', ');
+    railImages.set(depth, image);
+  }
+  return image;
+}
+
+function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void): void {
+  const [twist, kind, name] = cell.children as unknown as [HTMLElement, SVGSVGElement, HTMLElement];
+  cell.style.paddingInlineStart = `${INDENT + row.depth * STEP}px`;
+  cell.style.backgroundImage = rails(row.depth);
+  twist.classList.toggle('none', !row.opens);
+  twist.onclick = toggle;
+  setIcon(kind, ICONS[row.entry.kind]);
+  kind.style.color = row.depth > 0 && isFolder(row.entry) ? railColour(row.depth) : '';
+  setText(name, entryName(row.entry));
+  name.classList.toggle('muted', !isItem(row.entry));
+}
+
+export interface TreeContext {
+  whole: () => number; // bytes of the whole scan
+  parentSize: (row: TreeRow) => number;
+  canMark: (row: TreeRow) => boolean;
+  toggle: (index: number) => void; // expands or collapses a row
+}
+
+export const columns = ({ whole, parentSize, canMark, toggle }: TreeContext): Column<TreeRow>[] => [
+  markColumn((row) => (canMark(row) ? 'open' : 'none')),
+  {
+    title: 'colName', width: 'minmax(9rem, 6fr)', fill: (cell, row, index) => fillName(cell, row, () => toggle(index)),
+    make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' })),
+  },
+  { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, isFailed(row.entry) || isLoading(row.entry) ? '' : size(row.entry.s)) },
+  {
+    title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
+    make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
+    fill: (cell, row) => {
+      const share = row.depth === 0 ? 1 : shareOf(row.entry.s, parentSize(row));
+      (cell.firstElementChild!.firstElementChild as HTMLElement).style.width = `${share * 100}%`;
+      setText(cell.lastElementChild!, isFailed(row.entry) || whole() === 0 ? '' : percent(share));
+    },
+  },
+  { title: 'colFiles', width: '5rem', number: true, extra: true, fill: (cell, row) => setText(cell, isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f)) },
+];

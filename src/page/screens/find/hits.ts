@@ -1,0 +1,140 @@
+// The table of hits, which can be filtered, sorted and marked.
+import type { Hit } from '../../core/answers';
+import { date, phrase, size, t } from '../../core/i18n';
+import { baseName, shown } from '../../core/paths';
+import { openDeletion } from '../../flows/deletion';
+import { showHit } from '../../flows/details';
+import { findMarks } from '../../flows/find_form';
+import { marksBar, type MarksBar } from '../../flows/marks';
+import { reveal } from '../../flows/places';
+import type { ResultList } from '../../flows/search_frame';
+import { el, setAttribute, setText, type Child } from '../../ui/dom';
+import { markColumn, Table, type Column } from '../../ui/table';
+import { copyText } from '../../ui/toast';
+
+interface Order {
+  word: string;
+  down: boolean;
+}
+
+type Compare = (a: Hit, b: Hit) => number;
+
+const BY_NUMBER: Record<string, Compare> = { size: (a, b) => a.s - b.s, date: (a, b) => a.m - b.m };
+const BY_TEXT: Record<string, (hit: Hit) => string> = { name: (hit) => baseName(hit.p), folder: (hit) => hit.p };
+
+function sortHits(hits: Hit[], { word, down }: Order): Hit[] {
+  const way = down ? -1 : 1;
+  const compare = BY_NUMBER[word];
+  if (compare) return hits.sort((a, b) => way * compare(a, b));
+  const textOf = BY_TEXT[word]!;
+  const keyed = hits.map((hit) => ({ hit, key: textOf(hit).toLowerCase() }));
+  keyed.sort((a, b) => (a.key < b.key ? -way : a.key > b.key ? way : 0));
+  return keyed.map((one) => one.hit);
+}
+
+const folderText = (hit: Hit): string => shown(hit.p.slice(0, Math.min(hit.p.length - baseName(hit.p).length - 1, 400)));
+const title = (hit: Hit): string => shown(hit.p.slice(0, 1000)) + (hit.lock ? ` (${t('locked', { why: phrase('r_', hit.lock) })})` : '');
+
+const columns = (): Column<Hit>[] => [
+  markColumn((hit) => (hit.lock ? 'locked' : 'open')),
+  { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(baseName(hit.p).slice(0, 300))) },
+  { title: 'colFolder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, folderText(hit)) },
+  { title: 'colSize', width: '5.5rem', number: true, sort: 'size', fill: (cell, hit) => setText(cell, size(hit.s)) },
+  { title: 'colDate', width: '7.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
+];
+
+export class HitList implements ResultList<Hit> {
+  private readonly marks = findMarks.selection;
+  private readonly filter = el('input', { type: 'search', class: 'input filter', placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => this.arrange() } });
+  private readonly filtered = el('span', { class: 'small muted' });
+  private readonly bar: MarksBar;
+  private all: readonly Hit[] = [];
+  private rows: Hit[] = [];
+  private order: Order | null = null; // null: as the program sorted them
+  private table: Table<Hit> | null = null;
+
+  constructor() {
+    const fallback = (): HTMLElement | null => this.table?.root ?? null;
+    this.bar = marksBar({
+      selection: this.marks, bytesOf: (path) => findMarks.weights.get(path) ?? 0, fallback,
+      hidden: () => this.hiddenMarks(),
+      all: () => this.table?.markAll(),
+      clear: () => {
+        this.marks.clear();
+        this.table?.refresh();
+        this.bar.update();
+      },
+      onDelete: () => openDeletion(this.marks.keys, { fallback, after: (gone) => this.marks.keepOnly((path) => !gone(path)) }),
+    });
+  }
+
+  open(): Child {
+    this.table = this.makeTable();
+    if (this.order) this.table.showSort(this.order.word, this.order.down);
+    return [el('div', { class: 'line' }, this.filter, this.filtered), this.bar.root, this.table.root];
+  }
+
+  show(hits: readonly Hit[]): void {
+    this.all = hits;
+    const there = new Set(hits.map((hit) => hit.p));
+    this.marks.keepOnly((path) => there.has(path));
+    for (const hit of hits) findMarks.weights.set(hit.p, hit.s);
+    this.arrange();
+  }
+
+  close(): void {
+    this.all = [];
+    this.marks.clear();
+    this.leave();
+  }
+
+  leave(): void {
+    this.table?.leave();
+    this.table = null;
+  }
+
+  private makeTable(): Table<Hit> {
+    return new Table<Hit>({
+      label: t('fiTable'), role: 'grid', selection: this.marks, keyOf: (hit) => hit.p, markable: (hit) => !hit.lock, columns: columns(),
+      onMarked: () => this.bar.update(),
+      onActive: (hit) => showHit(hit, hit.s),
+      onEnter: (hit) => void reveal(hit.p),
+      onKey: (event, index) => this.copy(event, index),
+      onSort: (word) => this.sortBy(word),
+      decorate: (element, hit) => setAttribute(element, 'title', title(hit)),
+    });
+  }
+
+  // Ctrl+C copies the marked paths, or else the active one.
+  private copy(event: KeyboardEvent, index: number): boolean {
+    const hit = this.rows[index];
+    if (event.key.toLowerCase() !== 'c' || !(event.ctrlKey || event.metaKey) || !hit) return false;
+    const { keys } = this.marks;
+    void copyText(keys.size > 0 ? [...keys].join('\n') : hit.p, t('copied'));
+    return true;
+  }
+
+  private sortBy(word: string): void {
+    // Numbers start with the largest.
+    const down = this.order?.word === word ? !this.order.down : word in BY_NUMBER;
+    this.order = { word, down };
+    this.table?.showSort(word, down);
+    this.arrange();
+    this.table?.toTop();
+  }
+
+  private hiddenMarks(): number {
+    if (!this.filter.value) return 0;
+    const visible = new Set(this.rows.map((hit) => hit.p));
+    return [...this.marks.keys].filter((path) => !visible.has(path)).length;
+  }
+
+  private arrange(): void {
+    const wanted = this.filter.value.trim().toLowerCase();
+    const rows = wanted ? this.all.filter((hit) => hit.p.toLowerCase().includes(wanted)) : this.all.slice();
+    this.rows = this.order ? sortHits(rows, this.order) : rows;
+    this.table?.setRows(this.rows);
+    setText(this.filtered, wanted ? t('rowsFiltered', { shown: this.rows.length, n: this.all.length }) : '');
+    this.bar.update();
+  }
+}

@@ -1,0 +1,112 @@
+// The frame around the sections: navigation, header, the section on view and its details pane.
+import { t } from '../core/i18n';
+import { goTo, isSection, listen, state, type Change, type Section } from '../data/state';
+import { openAbout } from '../flows/about';
+import { detailsPane } from '../flows/details';
+import { updateElevateButtons } from '../flows/elevate';
+import type { Screen } from '../flows/screen';
+import { el, setAttribute } from '../ui/dom';
+import { toast, toastPlaces } from '../ui/toast';
+import { banner, header } from './header';
+import { navigation } from './navigation';
+import { makeScreen, titleOf } from './sections';
+
+export const ABOUT = 'about'; // the fragment that opens the dialog about the program
+
+interface Frame {
+  screen: Screen;
+  section: Section;
+  content: HTMLElement;
+  main: HTMLElement;
+  nav: HTMLElement;
+  quits: boolean;
+  updates: (() => void)[];
+}
+
+let frame: Frame | null = null;
+
+function showSection(focus: boolean): void {
+  if (!frame) return;
+  frame.screen.leave?.();
+  frame.section = state.section;
+  mirrorSection(); // first, because the map stores its folder in the step this makes
+  const details = detailsPane(); // before the section, which may fill it right away
+  frame.screen = makeScreen(state.section);
+  frame.content.replaceChildren(frame.screen.root);
+  frame.content.scrollTop = 0;
+  frame.main.classList.toggle('detailed', frame.screen.detailed === true);
+  frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
+  if (frame.screen.detailed) frame.main.append(details);
+  frame.nav.querySelectorAll('a').forEach((link) =>
+    setAttribute(link, 'aria-current', link.getAttribute('href') === `#${state.section}` ? 'page' : null));
+  if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();
+}
+
+const mirrored = { once: false };
+
+const showTitle = (): void => {
+  document.title = `${titleOf(state.section)} - Vorda`;
+};
+
+// Puts the section into the address, so that Back and links work.
+function mirrorSection(): void {
+  showTitle();
+  const wanted = `#${state.section}`;
+  // The first section replaces the step that opened the page.
+  if (!state.started || location.hash === wanted || location.hash === `#${ABOUT}`) return;
+  if (mirrored.once) history.pushState(null, '', wanted);
+  else history.replaceState(null, '', wanted);
+  mirrored.once = true;
+}
+
+function rebuild(): void {
+  const head = header();
+  const warning = banner();
+  const content = el('div', { class: 'content' });
+  const main = el('main', { class: 'main', id: 'content' }, content);
+  const nav = navigation(rebuild);
+  const app = document.getElementById('app')!;
+  const skip = el('a', { class: 'skip', href: '#content', on: { click: (event) => {
+    event.preventDefault();
+    content.querySelector<HTMLElement>('h1')?.focus();
+  } } }, t('skip'));
+  // A control of the navigation keeps the focus.
+  const focusable = 'a, button, select';
+  const focused = frame ? [...frame.nav.querySelectorAll(focusable)].indexOf(document.activeElement as Element) : -1;
+  frame?.screen.leave?.();
+  head.root.prepend(warning.root);
+  app.replaceChildren(skip, nav, head.root, main);
+  document.body.append(...toastPlaces());
+  frame = { screen: { root: content }, section: state.section, content, main, nav, quits: state.hello.canQuit, updates: [head.update, warning.update] };
+  showSection(false);
+  if (focused >= 0) nav.querySelectorAll<HTMLElement>(focusable)[focused]?.focus();
+}
+
+function onChange(changes: ReadonlySet<Change>): void {
+  if (!frame) return;
+  if (changes.has('language') || changes.has('session')) {
+    if (changes.has('language') || frame.quits !== state.hello.canQuit) rebuild();
+    updateElevateButtons();
+  }
+  if (changes.has('offline') && !state.offline) toast(t('back'));
+  for (const update of frame.updates) update();
+  if (frame.section !== state.section) showSection(true);
+  else frame.screen.update?.(changes);
+}
+
+function onHash(): void {
+  const wanted = location.hash.slice(1);
+  if (wanted === ABOUT) {
+    openAbout();
+    history.replaceState(null, '', `#${state.section}`);
+  } else if (isSection(wanted) && wanted !== state.section) {
+    goTo(wanted);
+  }
+}
+
+export function startFrame(): void {
+  rebuild();
+  listen(onChange);
+  addEventListener('hashchange', onHash);
+  addEventListener('popstate', onHash);
+}

@@ -1,0 +1,94 @@
+// The navigation with its settings and the dialogs behind them.
+import { LANGS, isLang, language, t } from '../core/i18n';
+import { chooseLanguage, chooseTheme, theme, THEME, type Theme } from '../data/preferences';
+import { SECTIONS, state } from '../data/state';
+import { openAbout } from '../flows/about';
+import { quitProgram } from '../flows/elevate';
+import { openDialog } from '../ui/dialog';
+import { button, el, field, icon } from '../ui/dom';
+import { isFirst, laterSections, sectionLink } from './sections';
+
+function languageSelect(): HTMLSelectElement {
+  const select = el('select', { class: 'input' },
+    Object.entries(LANGS).map(([code, name]) => el('option', { value: code, lang: code, selected: code === language() }, name)));
+  select.addEventListener('change', () => {
+    if (isLang(select.value)) chooseLanguage(select.value);
+  });
+  return select;
+}
+
+function themeSelect(): HTMLSelectElement {
+  const select = el('select', { class: 'input' },
+    el('option', { value: THEME.light, selected: theme() === THEME.light }, t('themeLight')),
+    el('option', { value: THEME.dark, selected: theme() === THEME.dark }, t('themeDark')));
+  select.addEventListener('change', () => chooseTheme(select.value as Theme));
+  return select;
+}
+
+function askQuit(): void {
+  const stay = button(t('cancel'), () => dialog.close());
+  const dialog = openDialog({
+    title: t('quit'), small: true, body: el('p', {}, t('quitAsk')), first: stay,
+    ends: [stay, button(t('quit'), () => {
+      dialog.close();
+      void quitProgram();
+    }, { class: 'first', icon: 'quit' })],
+  });
+}
+
+// The same width in rem as in the style sheet.
+const NARROW_REM = 37.5;
+const isNarrow = (): boolean => innerWidth < NARROW_REM * parseFloat(getComputedStyle(document.documentElement).fontSize);
+
+// Settings, and on narrow screens the sections that are not in the bar.
+function openMore(): void {
+  const close = button(t('close'), () => dialog.close());
+  const links = laterSections().map((section) => {
+    const link = sectionLink(section);
+    link.addEventListener('click', () => dialog.close());
+    return el('li', {}, link);
+  });
+  const dialog = openDialog({
+    title: t('more'), small: true, ends: close,
+    body: [
+      isNarrow() ? el('ul', { class: 'more-list' }, links) : null,
+      field(t('language'), languageSelect()),
+      field(t('theme'), themeSelect()),
+      el('div', { class: 'actions' },
+        button(t('about'), () => {
+          dialog.close();
+          openAbout();
+        }, { icon: 'info' }),
+        state.hello.canQuit ? button(t('quit'), () => {
+          dialog.close();
+          askQuit();
+        }, { icon: 'quit' }) : null),
+    ],
+  });
+  // The dialog is opened again in the chosen language.
+  dialog.element.querySelector('select')?.addEventListener('change', () => {
+    dialog.close();
+    queueMicrotask(openMore);
+  });
+}
+
+const footButton = (name: string, label: string, action: () => void): HTMLElement =>
+  el('button', { type: 'button', title: label, on: { click: action } }, icon(name), el('span', { class: 'word' }, label));
+
+// `rebuild` builds the page again after a change of the appearance.
+export function navigation(rebuild: () => void): HTMLElement {
+  const other = theme() === THEME.dark ? THEME.light : THEME.dark;
+  return el('nav', { class: 'nav', 'aria-label': t('sections') },
+    el('div', { class: 'brand' }, icon('drive', 'logo'), el('span', { class: 'word' }, 'Vorda')),
+    el('div', { class: 'links' }, el('ul', {},
+      SECTIONS.map((section) => el('li', { class: isFirst(section) ? '' : 'second' }, sectionLink(section))))),
+    el('ul', { class: 'foot' },
+      el('li', { class: 'wide-only' }, field(t('language'), languageSelect())),
+      el('li', { class: 'wide-only' }, footButton('theme', t(other === THEME.dark ? 'goDark' : 'goLight'), () => {
+        chooseTheme(other);
+        rebuild();
+      })),
+      el('li', { class: 'wide-only' }, footButton('info', t('about'), openAbout)),
+      state.hello.canQuit ? el('li', { class: 'wide-only' }, footButton('quit', t('quit'), askQuit)) : null,
+      el('li', { class: 'more-only' }, footButton('more', t('more'), openMore))));
+}

@@ -1,0 +1,2 @@
+// Names of keys, as keyboard events report them.
+export const KEYS = { enter: 'Enter', space: ' ', backspace: 'Backspace' } as const;
