@@ -63,8 +63,12 @@ find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND AND NOT VORDA_SANITIZE)
   add_test(NAME layers COMMAND ${Python3_EXECUTABLE} scripts/check-layers
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  add_test(NAME layers-self-test COMMAND ${Python3_EXECUTABLE} tests/tools/layers.test.py
-    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  file(GLOB tool_tests CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/tools/*.test.py)
+  foreach(test IN LISTS tool_tests)
+    get_filename_component(name ${test} NAME_WE)
+    add_test(NAME ${name}-self-test COMMAND ${Python3_EXECUTABLE} ${test}
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  endforeach()
 endif()
 
 # The system tests start vorda.exe under Wine, so they belong to the cross-compiled build.

@@ -77,8 +77,9 @@ end_wine() {
   "$wineserver" -k || true # fails if no server is running
   "$wineserver" -w
   # Where the user has a runtime folder, Wine prefers that to TMPDIR.
-  local runtime
-  runtime=/run/user/$(id -u)/wine/server-$(printf '%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))
+  local device inode runtime
+  read -r device inode < <(stat -c '%d %i' "$WINEPREFIX")
+  runtime=/run/user/$(id -u)/wine/server-$(printf '%x-%x' "$device" "$inode")
   [[ ! -d $runtime ]] || rm -r "$runtime"
 }
 

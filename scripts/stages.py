@@ -208,6 +208,7 @@ STAGES = [
           build(MINGW, "vorda", "test_programs")),
     Stage("format", "clang-format", check("scripts/format", "--check")),
     Stage("types", "the page's types", check("node_modules/.bin/tsc", "-p", "src/page")),
+    Stage("eslint", "the page, and the tests and tools in JavaScript", check("npm", "run", "--silent", "lint")),
     Stage("scripts", "shellcheck and pyflakes", check("scripts/lint-scripts")),
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
@@ -228,7 +229,7 @@ STAGES = [
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
 BY_NAME = {stage.name: stage for stage in STAGES}
-GROUPS = {"lint": ["format", "types", "scripts", "tidy"]}
+GROUPS = {"lint": ["format", "types", "eslint", "scripts", "tidy"]}
 
 
 def usage():

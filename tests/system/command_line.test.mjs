@@ -50,8 +50,8 @@ test('wrong arguments are named, all at once and in order', async (t) => {
   const cwd = scratch(t);
   for (const [args, messages] of wrongCommandLines) {
     const { code, out, err } = await vorda(args, { cwd });
-    const lines = [...messages.map((message) => `Vorda: ${message}`), 'Run vorda.com --help for the options.'];
-    const expected = lines.map((line) => `${line}\n`).join('');
+    const named = messages.map((message) => `Vorda: ${message}\n`).join('');
+    const expected = `${named}Run vorda.com --help for the options.\n`;
     assert.deepEqual({ code, out: out.toString(), err }, { code: 2, out: '', err: expected }, args.join(' '));
   }
   assert.deepEqual(fs.readdirSync(cwd), []);

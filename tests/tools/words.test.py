@@ -1,0 +1,45 @@
+"""Checks that each word of the program has its text on the page, and each route its line in API.md."""
+import pathlib
+import re
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+def read(*names):
+    return "\n".join((ROOT / name).read_text(encoding="utf-8") for name in names)
+
+
+def sources(folder):
+    return sorted(path.relative_to(ROOT) for path in (ROOT / "src" / folder).rglob("*.cpp"))
+
+
+class Words(unittest.TestCase):
+    def setUp(self):
+        self.texts = set(re.findall(r"^  (\w+):", read("src/page/lang/en.ts"), re.MULTILINE))
+
+    def expect(self, found, at_least, has_text):
+        # A pattern that no longer finds what it should must not pass for completeness.
+        self.assertGreaterEqual(len(found), at_least, found)
+        self.assertEqual([word for word in sorted(found) if not has_text(word)], [])
+
+    def test_findings_have_texts(self):
+        codes = set(re.findall(r'(?:code = |folderFinding\()"(\w+)"', read("src/tree/advice.cpp")))
+        self.expect(codes, 10, lambda code: {f"a_{code}", f"a_{code}_what"} <= self.texts)
+
+    def test_failure_words_have_texts(self):
+        page = read("src/page/core/failure_texts.ts")
+        words = set(re.findall(r'errorAnswer\(\d+, "([^"]+)"', read(*sources("api"))))
+        words |= set(re.findall(r'"((?:mft|ssh)[A-Z]\w+)"', read(*sources("scan"))))
+        quoted = {word for word in words if re.search(rf"(?<!\w)'?{re.escape(word)}'?(: '|')", page)}
+        # Some of these words are not failures but name what a scan is doing.
+        self.expect(words, 25, lambda word: word in quoted or f"s_{word}" in self.texts)
+
+    def test_routes_are_documented(self):
+        table = set(re.findall(r'\{"(/api/\w+)", "(\w*)"', read("src/api/gate.cpp")))
+        documented = set(re.findall(r"^\| `(?:(?:GET|POST) )?(/api/\w+)`", read("docs/api/API.md"),
+                                    re.MULTILINE))
+        self.expect({path for path, _ in table}, 20, documented.__contains__)
+
+
+unittest.main()
