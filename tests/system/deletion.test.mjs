@@ -1,50 +1,40 @@
-// Deleting, cleaning and emptying the bin for real: Wine's shell does it, in a prefix made for this
-// file alone, and whatever else in that prefix goes or changes is found.
+// Deleting, cleaning and emptying the bin for real, done by Wine's shell. Whatever else goes or changes in
+// the Wine prefix is found.
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
-import path from 'node:path';
-import { after, test } from 'node:test';
-import { setTimeout as pause } from 'node:timers/promises';
+import { after, beforeEach, test } from 'node:test';
 import { serve, until } from './support/server.mjs';
-import { keepWineRunning, makeFiles, scratch, wineScript, winPath } from './support/vorda.mjs';
+import { makeFiles, ownWine, scratch, wineScript, winPath } from './support/vorda.mjs';
 
 const kMiB = 2 ** 20;
-const build = path.join(path.dirname(wineScript), '../build');
-const prefix = fs.mkdtempSync(path.join(build, 'deletion-test-'));
+// S: is a substituted drive.
+const wine = ownWine({ after }, { 's:': '../drive_c/Program Files', 'unc/localhost/c$': '../../../drive_c' });
+const prefix = wine.env.VORDA_WINEPREFIX;
 const drive = `${prefix}/drive_c`;
-const trash = `${prefix}/xdg/Trash/files`;
-// Hard links: the copy takes no time, and what is deleted in it stays in the original.
-spawnSync('cp', ['-al', `${process.env.VORDA_WINEPREFIX ?? `${build}/wine`}/.`, prefix]);
-for (const name of ['files', 'info']) fs.mkdirSync(`${prefix}/xdg/Trash/${name}`, { recursive: true });
-const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg` };
-const end = await keepWineRunning({ env });
-after(async () => {
-  await end();
-  spawnSync('/usr/lib/wine/wineserver64', ['-k'], { env: { WINEPREFIX: prefix } });
-  fs.rmSync(prefix, { recursive: true, force: true });
-});
-fs.symlinkSync('../drive_c/Program Files', `${prefix}/dosdevices/s:`); // a substituted drive
-fs.mkdirSync(`${prefix}/dosdevices/unc/localhost`, { recursive: true });
-fs.symlinkSync('../../../drive_c', `${prefix}/dosdevices/unc/localhost/c$`);
+const trash = `${wine.env.VORDA_XDG_DATA_HOME}/Trash`;
 const logFile = `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log`;
-fs.rmSync(logFile, { force: true }); // of other tests in the prefix that was copied
 const log = () => fs.readFileSync(logFile, 'utf8').replaceAll(/^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(?= )/gm, 'AT');
 
-// Everything in the prefix but Wine's own bookkeeping, with size and time: a map by path.
+beforeEach(() => {
+  for (const folder of [`${trash}/files`, `${trash}/info`, logFile]) fs.rmSync(folder, { recursive: true, force: true });
+  for (const name of ['files', 'info']) fs.mkdirSync(`${trash}/${name}`);
+});
+
+// Everything in the prefix but the log and what Wine itself keeps there, with size and time: a map by path.
 function snapshot() {
   const all = new Map();
   const find = spawnSync('find', [prefix, '-printf', '%P\\t%y %s %T@ %l\\n'], { maxBuffer: 2 ** 28 }).stdout.toString();
   for (const line of find.trimEnd().split('\n')) {
     const [name, ...facts] = line.split('\t');
     const folder = facts[0].startsWith('d');
-    if (!/^([^/]*\.reg|\.update-timestamp|)$|verwijderd\.log$/.test(name)) all.set(name, folder ? 'd' : facts.join());
+    if (!/^([^/]*\.reg|\.update-timestamp|tmp.*|)$|\/Local\/Vorda(\/verwijderd\.log)?$/.test(name)) all.set(name, folder ? 'd' : facts.join());
   }
   return all;
 }
 
-// Runs the work and returns what it changed: the paths gone, and those that are new or other.
+// Runs the work and returns what it changed: the paths that are gone, and those that are new or different.
 async function changes(work) {
   const before = snapshot();
   await work();
@@ -56,7 +46,7 @@ async function changes(work) {
 }
 
 async function serveHere(t) {
-  const server = await serve(t, [], { env });
+  const server = await serve(t, [], wine);
   const scan = async (root) => {
     const { id } = (await server.post('/api/scan', { path: root, kind: 'folder' })).body;
     await until(async () => (await server.json('/api/jobs')).body.find((one) => one.id === id && one.state === 'done'), 'the scan');
@@ -68,7 +58,7 @@ async function serveHere(t) {
     assert.equal(status, 200);
     return body;
   };
-  // The document of a scan, without what only time and deletions change.
+  // The document of a scan, without what differs between a fresh scan and one that saw deletions.
   const steady = ({ meta, ...rest }) => {
     const unnumbered = JSON.stringify({ ...rest, meta: { ...meta, seconds: 0, volumeFree: 0, freed: 0, binned: 0 } });
     return unnumbered.replaceAll(/"i":\d+/g, '"i":0');
@@ -83,17 +73,16 @@ async function serveHere(t) {
   return { ...server, scan, result, remove, likeFresh };
 }
 
-// Another program that has a file open until the returned function is called.
-async function holdOpen(file) {
-  const holder = spawn(wineScript, ['cmd.exe', '/c', `set /p x= > ${file}`], { env: { ...process.env, ...env }, stdio: ['pipe', 'ignore', 'ignore'] });
+// Another program holds a file open until the returned function is called, or the test ends.
+async function holdOpen(t, file) {
+  const holder = spawn(wineScript, ['cmd.exe', '/c', `set /p x= > ${file}`], { env: { ...process.env, ...wine.env }, stdio: ['pipe', 'ignore', 'ignore'] });
+  t.after(() => holder.kill('SIGKILL'));
   await until(() => fs.existsSync(`${drive}/${file.slice(3).replaceAll('\\', '/')}`), 'the file in use');
-  await pause(300);
-  return () => new Promise((resolve) => holder.on('exit', resolve).stdin.end('\n'));
 }
 
-test('a dry run tells it, a deletion does it, the log and the scan know of it', async (t) => {
+test('dry run, deletion to the bin and for good, in part, and emptying the bin; the log and the scan follow', async (t) => {
   makeFiles(`${drive}/kept`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
-  const letGo = await holdOpen('C:\\kept\\b\\in\\use\\held.txt');
+  await holdOpen(t, 'C:\\kept\\b\\in\\use\\held.txt');
   const server = await serveHere(t);
   const job = await server.scan('C:\\kept');
   const paths = ['C:\\kept\\a', 'C:\\kept\\b\\y & z.txt', 'c:/KEPT/a/deep'];
@@ -110,10 +99,10 @@ test('a dry run tells it, a deletion does it, the log and the scan know of it', 
   });
   const gone = ['a', 'a/big.iso', 'a/deep', 'a/deep/é', 'a/deep/é/s.txt', 'b/y & z.txt'].map((one) => `drive_c/kept/${one}`);
   assert.deepEqual(binned.gone, gone);
-  assert.ok(binned.other.every((name) => /^(xdg\/Trash|drive_c\/users\/[^/]+\/AppData\/Local\/Vorda$)/.test(name)), binned.other.join());
+  assert.ok(binned.other.every((name) => name.startsWith('xdg-data/Trash')), binned.other.join());
   // Wine's bin counts files that lie in it directly and not those in its folders.
   assert.deepEqual(told, { deleted: 2, bytes, freed: bytes - 5, binned: 5, error: '', dryRun: false, refused: [], wouldDelete: accepted });
-  assert.deepEqual(fs.readdirSync(trash).sort(), ['a', 'y & z.txt']);
+  assert.deepEqual(fs.readdirSync(`${trash}/files`).sort(), ['a', 'y & z.txt']);
   let meta = await server.likeFresh(job, 'into the bin');
   assert.deepEqual([meta.freed, meta.binned], [bytes - 5, 5]);
 
@@ -128,7 +117,7 @@ test('a dry run tells it, a deletion does it, the log and the scan know of it', 
   });
   assert.match(told.error, /^failed:\d+$/);
   assert.deepEqual([told.deleted, told.bytes], [0, 0]);
-  assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/kept/b/')), 'a part of it went');
+  assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/kept/b/')), 'a part of it is gone');
   assert.deepEqual(partly.other, []);
   meta = await server.likeFresh(job, 'in part');
   assert.equal(meta.freed, bytes - 5 + 66 * kMiB);
@@ -143,15 +132,14 @@ test('a dry run tells it, a deletion does it, the log and the scan know of it', 
     emptied = await server.post('/api/emptybin', {});
   });
   assert.deepEqual(emptied, { status: 200, body: { ok: true, bytes: 5, items: 2 } });
-  assert.deepEqual(fs.readdirSync(trash), ['a']); // Wine's shell leaves folders that are not empty
+  assert.deepEqual(fs.readdirSync(`${trash}/files`), ['a']); // Wine's shell leaves folders that are not empty
   meta = await server.likeFresh(job, 'the bin emptied');
   assert.deepEqual([meta.freed, meta.binned], [bytes + 66 * kMiB, 0]);
-  fs.rmSync(`${trash}/a`, { recursive: true });
+  fs.rmSync(`${trash}/files/a`, { recursive: true });
   assert.deepEqual((await server.post('/api/emptybin', {})).body, { ok: true, bytes: 0, items: 0 });
-  await letGo();
 });
 
-test('no way in leads to what must stay', async (t) => {
+test('no spelling of a path leads to what must stay', async (t) => {
   makeFiles(`${drive}/data`, { 'a.txt': 'a', 'sub/b.txt': 'b' });
   fs.symlinkSync('../windows', `${drive}/data/to-windows`);
   fs.symlinkSync('..', `${drive}/data/to-root`);
@@ -175,7 +163,7 @@ test('no way in leads to what must stay', async (t) => {
     }
   });
   assert.deepEqual(difference, { gone: [], other: [] });
-  // The prefix is a folder around drive C: which only a look into it tells.
+  // The prefix is a folder that has drive C: in it, which the program must find out by looking.
   const around = await changes(async () => {
     const told = await server.remove([unix], { permanent: 1 });
     assert.deepEqual(told.refused, [{ p: unix, why: 'programs' }]);
@@ -185,12 +173,12 @@ test('no way in leads to what must stay', async (t) => {
   const outside = await server.remove(['C:\\data', 'C:\\data\\to-root\\data2', 'Z:\\data\\a.txt', 'C:\\data\\sub\\b.txt'], { job, permanent: 1 });
   assert.deepEqual(outside.refused.map(({ why }) => why), ['outside', 'missing', 'outside']);
   assert.deepEqual(await changes(() => server.remove(['C:\\data\\sub'], { job, permanent: 1 })), { gone: ['drive_c/data/sub'], other: [] });
-  await server.likeFresh(job, 'beside the links');
+  await server.likeFresh(job, 'next to the links');
 });
 
-test('temporary files go, but for what is in use', async (t) => {
+test('temporary files are removed, except those in use', async (t) => {
   makeFiles(`${drive}/windows/temp`, { 'big.bin': 1100 * kMiB, 'old/deep/a.tmp': 'abc', 'é.tmp': '12' });
-  const letGo = await holdOpen('C:\\windows\\temp\\held.tmp');
+  await holdOpen(t, 'C:\\windows\\temp\\held.tmp');
   const server = await serveHere(t);
   const job = await server.scan('C:\\windows');
   let told;
@@ -199,16 +187,14 @@ test('temporary files go, but for what is in use', async (t) => {
   });
   assert.deepEqual(told, { status: 200, body: { ok: true, deleted: 3, skipped: 1, folders: 1, bytes: 1100 * kMiB + 5 } });
   assert.deepEqual(difference, { gone: ['big.bin', 'old', 'old/deep', 'old/deep/a.tmp', 'é.tmp'].map((one) => `drive_c/windows/temp/${one}`), other: [] });
-  assert.ok(log().endsWith(`AT  LEEGGEMAAKT  ${1100 * kMiB + 5}  C:\\windows\\temp  (3 weg, 1 overgeslagen)\r\n`), log());
+  assert.equal(log(), `AT  LEEGGEMAAKT  ${1100 * kMiB + 5}  C:\\windows\\temp  (3 weg, 1 overgeslagen)\r\n`);
   const meta = await server.likeFresh(job, 'cleaned');
   assert.equal(meta.freed, 1100 * kMiB + 5);
-  await letGo();
 });
 
-test('two copies write one log, whole lines each; without a log files go all the same', async (t) => {
+test('two copies share one log and write whole lines; without a log, files are deleted all the same', async (t) => {
   const names = Array.from({ length: 60 }, (_, i) => `f${i}`);
   for (const folder of ['one', 'two']) makeFiles(`${drive}/${folder}`, Object.fromEntries(names.map((name) => [name, 'x'])));
-  fs.rmSync(logFile, { force: true });
   const servers = [await serveHere(t), await serveHere(t)];
   await Promise.all(['one', 'two'].map((folder, i) => servers[i].remove(names.map((name) => `C:\\${folder}\\${name}`), { permanent: 1 })));
   const lines = log().split('\r\n');
@@ -220,29 +206,29 @@ test('two copies write one log, whole lines each; without a log files go all the
   assert.equal((await servers[0].remove(['C:\\one\\last'], { permanent: 1 })).deleted, 1);
 });
 
-test('a large folder goes while the scans answer', async (t) => {
+test('other requests are answered while a large folder is being deleted', async (t) => {
   const folder = scratch(t);
-  const count = Number(process.env.VORDA_MANY_FILES ?? 4000);
-  for (let i = 0; i < count; ++i) makeFiles(`${folder}/many/d${i % 40}`, { [`f${i}.dat`]: '' });
+  for (let i = 0; i < 2000; ++i) makeFiles(`${folder}/many/${i % 40}`, { [`${i}`]: '' });
   const server = await serveHere(t);
   const job = await server.scan(winPath(folder));
-  const waits = [];
-  const began = performance.now();
-  let told;
-  const removal = server.remove([`${winPath(folder)}\\many`], { job, permanent: 1 }).then((body) => {
-    told = body;
-  });
-  while (!told) {
-    const asked = performance.now();
-    await (await fetch(`${server.base}/api/jobs`)).text();
-    waits.push(performance.now() - asked);
-    await pause(10);
+  const left = () => {
+    try {
+      return fs.readdirSync(`${folder}/many`).length;
+    } catch {
+      return 0; // all gone
+    }
+  };
+  let told = null;
+  const removal = server.remove([`${winPath(folder)}\\many`], { job, permanent: 1 }).then((body) => { told = body; });
+  // A request counts if some folders were gone before it and others were still there after its answer.
+  let answered = 0;
+  while (!told && answered < 5) {
+    const before = left();
+    await server.json('/api/jobs');
+    if (before < 40 && left() > 0) ++answered;
   }
   await removal;
+    assert.equal(answered, 5, 'requests answered during the deletion');
   assert.equal(told.deleted, 1);
   assert.deepEqual(fs.readdirSync(folder), []);
-  waits.sort((a, b) => a - b);
-  const [middle, most] = [waits[Math.floor(waits.length / 2)], waits.at(-1)];
-  t.diagnostic(`${count} files in ${Math.round(performance.now() - began)} ms; ${waits.length} polls, half within ${middle.toFixed(1)} ms, all within ${most.toFixed(1)} ms`);
-  assert.ok(middle < 100, `half of the polls took longer than ${middle} ms`);
 });

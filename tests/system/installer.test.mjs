@@ -1,168 +1,172 @@
-// What an installer does with the program: real copies in several folders, a real service and a real
-// registry, in a Wine prefix of their own.
+// The commands that an installer gives: real copies in several folders, a real service and a real registry.
 import assert from 'node:assert/strict';
 import { once } from 'node:events';
 import fs from 'node:fs';
-import { test } from 'node:test';
+import { after, beforeEach, test } from 'node:test';
 import { freePort, serve, until } from './support/server.mjs';
-import { exe, helper, ownWine, projectVersion, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
+import { exe, helper, projectVersion, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
 
 const lists = JSON.parse(fs.readFileSync(new URL('../data/restart_lists.json', import.meta.url)));
 const listKey = 'HKLM\\Software\\Brixmoor\\VordaUpdate';
-const account = 'account|S-1-5-21-0-0-0-1000|'; // whom Wine runs everything as
+const account = 'account|S-1-5-21-0-0-0-1000|'; // the one that Wine runs everything as
 const gone = { code: 0, lines: ['nothing to restart'] };
 const fileTime = (ms) => (BigInt(Math.round(ms)) + 11_644_473_600_000n) * 10_000n;
 const withoutIds = (lines) => lines.map((line) => line.replace(/^pid \d+/, 'pid #')).sort();
 const version = (port) => fetch(`http://127.0.0.1:${port}/api/targets?token=k`).then(async (answer) => (await answer.json()).version, () => null);
 
-test('the commands of an installer', async (t) => {
-  const wine = await ownWine(t);
-  const root = scratch(t);
-  const run = async (program, ...args) => (await vorda(args, { ...wine, program: `${program}.exe` })).out.toString();
-  // What a step says and returns. It writes into a file: under Wine a pipe would be held open by what
-  // the step starts, although that inherits nothing.
-  const told = async (args, options = wine) => {
-    const fd = fs.openSync(`${root}/said`, 'w');
-    const { code } = await startSilent(args, { ...options, stdio: ['ignore', fd, fd] }).ended;
-    fs.closeSync(fd);
-    return { code, lines: fs.readFileSync(`${root}/said`, 'utf8').split('\n').slice(0, -1) };
-  };
-  const restartAsSystem = ({ path }) => told(['restart', path], { ...wine, program: helper });
-  // The values of a registry key, each as text; null when there is no such key.
-  const values = async (key) => {
-    const text = await run('reg', 'query', key);
-    return text.includes('HKEY_') ? Object.fromEntries([...text.matchAll(/^ {4}(\S+) {4}REG_\w+ {4}(.*?)\r?$/gm)].map((found) => found.slice(1))) : null;
-  };
-  const remember = async ({ agents, minutesAgo = 0, written, agentsType = 'REG_MULTI_SZ', writtenType = 'REG_BINARY' }) => {
-    const time = Buffer.from(BigUint64Array.of(fileTime(Date.now() - minutesAgo * 60_000)).buffer).toString('hex');
-    await run('reg', 'add', listKey, '/v', 'Agents', '/t', agentsType, '/d', agents, '/f');
-    await run('reg', 'add', listKey, '/v', 'Written', '/t', writtenType, '/d', written ?? time, '/f');
-  };
-  // A folder with a copy of the program: how to start it, and its command line with these arguments.
-  const install = (name, program = exe) => {
-    const file = `${root}/${name}/vorda.exe`;
-    fs.mkdirSync(`${root}/${name}`);
-    fs.copyFileSync(program, file);
-    return { path: winPath(`${root}/${name}`), file, at: { ...wine, program: file }, line: (args) => `"${winPath(file)}" ${args}` };
-  };
-  // Starts a verb of the helper, waits until it is ready, and ends it with the test.
-  const holding = async (verb, options) => {
-    const { child } = start([verb], options);
-    t.after(() => child.kill('SIGKILL'));
-    await once(child.stdout, 'data');
-    return child;
-  };
-
-  await t.test('closing one folder of two', async () => {
-    const [one, two] = [install('one folder'), install('two')];
-    const page = await serve(t, [], one.at);
-    const server = await serve(t, ['--server', '--token', 'k'], one.at);
-    const agent = await serve(t, ['--agent', '--token', 'a "quoted" key'], one.at);
-    const other = await serve(t, ['--agent', '--token', 'k'], two.at);
-    const agents = [one.line(`--port ${server.port} --no-open --server --token k`), one.line(`--port ${agent.port} --no-open --agent --token "a \\"quoted\\" key"`)];
-    await remember({ agents: 'service|' });
-    // However the folder is spelt; the step itself is a copy of that folder.
-    const closed = await told(['--close-for-update', `${one.path.toUpperCase()}\\.\\..\\One Folder\\/`], one.at);
-    assert.equal(closed.code, 0);
-    assert.deepEqual(withoutIds(closed.lines), [`pid # closed  ${one.line(`--port ${page.port} --no-open`)}`, ...agents.map((line) => `pid # closed  agent  ${line}`)].sort());
-    for (const copy of [page, server, agent]) assert.equal((await copy.ended).code, 0);
-    assert.equal((await fetch(`${other.base}/api/hello`)).status, 200);
-    const list = await values(listKey);
-    assert.deepEqual(list.Agents.split('\\0').sort(), agents.map((line) => account + line).sort());
-    assert.deepEqual(list.Log.split('\\0'), closed.lines);
-    const { code, lines } = await told(['--restart-after-update', one.path]);
-    assert.deepEqual([code, lines.sort()], [0, agents.map((line) => `not restarted, runs under its own account: ${line}`).sort()]);
-
-    const nothing = { code: 0, lines: [`nothing was running from ${one.path}`] };
-    for (const [option, left] of [['--close-for-removal', null], ['--close-for-update', '']]) {
-      await remember({ agents: 'service|' });
-      assert.deepEqual(await told([option, one.path]), nothing);
-      assert.equal((await values(listKey))?.Agents ?? null, left);
-    }
-    assert.deepEqual(await told(['--restart-after-update', one.path]), gone);
-  });
-
-  await t.test('a copy that cannot be opened is told and left alone', async () => {
-    const folder = install('shut', helper);
-    const child = await holding('hold-shut', folder.at);
-    const closed = await told(['--close-for-removal', folder.path]);
-    assert.deepEqual([closed.code, withoutIds(closed.lines), child.exitCode], [1, ['pid #: cannot open'], null]);
+const here = { after };
+const root = scratch(here);
+const run = async (program, ...args) => (await vorda(args, { program: `${program}.exe` })).out.toString();
+// What a step prints and returns. It writes to a file: under Wine, whatever a step starts would hold a
+// pipe open, although it does not inherit it.
+async function told(args, options) {
+  const fd = fs.openSync(`${root}/said`, 'w');
+  const { code } = await startSilent(args, { ...options, stdio: ['ignore', fd, fd] }).ended;
+  fs.closeSync(fd);
+  return { code, lines: fs.readFileSync(`${root}/said`, 'utf8').split('\n').slice(0, -1) };
+}
+const restartAsSystem = ({ path }) => told(['restart', path], { program: helper });
+// The values of a registry key, each as text; null if there is no such key.
+async function values(key) {
+  const text = await run('reg', 'query', key);
+  return text.includes('HKEY_') ? Object.fromEntries([...text.matchAll(/^ {4}(\S+) {4}REG_\w+ {4}(.*?)\r?$/gm)].map((found) => found.slice(1))) : null;
+}
+async function remember({ agents, minutesAgo = 0, written, agentsType = 'REG_MULTI_SZ', writtenType = 'REG_BINARY' }) {
+  const time = Buffer.from(BigUint64Array.of(fileTime(Date.now() - minutesAgo * 60_000)).buffer).toString('hex');
+  await run('reg', 'add', listKey, '/v', 'Agents', '/t', agentsType, '/d', agents, '/f');
+  await run('reg', 'add', listKey, '/v', 'Written', '/t', writtenType, '/d', written ?? time, '/f');
+}
+// A folder with a copy of the program: how to start it, and its command line with given arguments.
+function install(name, program = exe) {
+  const file = `${root}/${name}/vorda.exe`;
+  fs.mkdirSync(`${root}/${name}`);
+  fs.copyFileSync(program, file);
+  return { path: winPath(`${root}/${name}`), file, at: { program: file }, line: (args) => `"${winPath(file)}" ${args}` };
+}
+// Starts a verb of the helper, waits until it is ready, and ends it with the test.
+async function holding(t, verb, options) {
+  const { child, ended } = start([verb], options);
+  t.after(() => {
     child.kill('SIGKILL');
-    await once(child, 'exit');
+    return ended;
   });
+  await once(child.stdout, 'data');
+  return child;
+}
 
-  await t.test('an installation and its rollback', async () => {
-    const folder = install('installed');
-    const old = fs.readFileSync(folder.file);
-    const ports = [await freePort(), await freePort()];
-    const [service, agent] = ['service', 'agent'].map((mode, i) => folder.line(`--${mode} --port ${ports[i]} --token k`));
-    // Another version, in the resource of the file.
-    const fresh = Buffer.from(old);
-    fresh.writeUInt16LE(77, fresh.indexOf(Buffer.from([0xbd, 0x04, 0xef, 0xfe])) + 10);
-    const bothRun = async (wanted) => {
-      for (const port of ports) assert.equal(await until(() => version(port), `port ${port}`), wanted);
-      assert.match(await run('sc', 'query', 'VordaAgent'), /STATE\s*: 4 /);
-    };
-    await run('sc', 'create', 'VordaAgent', 'binPath=', service);
-    await run('sc', 'start', 'VordaAgent');
-    startSilent(['--agent', '--port', String(ports[1]), '--token', 'k'], folder.at);
-    await bothRun(projectVersion);
-    for (const [bytes, wanted] of [[fresh, projectVersion.replace(/^\d+/, '77')], [old, projectVersion]]) {
-      const closed = await told(['--close-for-update', folder.path]);
-      assert.deepEqual([closed.code, withoutIds(closed.lines)], [0, [`pid # closed  ${service}`, `pid # closed  agent  ${agent}`, 'service VordaAgent stopped'].sort()]);
-      assert.deepEqual([await version(ports[0]), await version(ports[1])], [null, null]);
-      assert.equal((await values(listKey)).Agents, `${account}${agent}\\0service|`);
-      fs.rmSync(folder.file);
-      fs.writeFileSync(folder.file, bytes);
-      // Wine has no local system account: here it gets the agent, and the helper stands in for it.
-      await remember({ agents: `system|${agent}\\0service|` });
-      assert.deepEqual(await restartAsSystem(folder), { code: 0, lines: [`restarted  ${agent}`, 'service VordaAgent started'] });
-      await bothRun(wanted);
-      assert.match((await values('HKLM\\Software\\Brixmoor\\Vorda')).LastUpdate, /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
-      assert.deepEqual(await restartAsSystem(folder), gone); // so nothing is started twice
-    }
+// Whatever a test left behind: every copy of the program is ended, the list of an installer forgotten.
+beforeEach(async () => {
+  await startSilent(['--stop']).ended;
+  await run('reg', 'delete', listKey, '/f');
+});
+
+test('closing one folder of two', async (t) => {
+  const [one, two] = [install('one folder'), install('two')];
+  const page = await serve(t, [], one.at);
+  const server = await serve(t, ['--server', '--token', 'k'], one.at);
+  const agent = await serve(t, ['--agent', '--token', 'a "quoted" key'], one.at);
+  const other = await serve(t, ['--agent', '--token', 'k'], two.at);
+  const agents = [one.line(`--port ${server.port} --no-open --server --token k`), one.line(`--port ${agent.port} --no-open --agent --token "a \\"quoted\\" key"`)];
+  await remember({ agents: 'service|' });
+  // The folder may be spelt in any way; the step itself runs from that folder and is spared.
+  const closed = await told(['--close-for-update', `${one.path.toUpperCase()}\\.\\..\\One Folder\\/`], one.at);
+  assert.equal(closed.code, 0);
+  assert.deepEqual(withoutIds(closed.lines), [`pid # closed  ${one.line(`--port ${page.port} --no-open`)}`, ...agents.map((line) => `pid # closed  agent  ${line}`)].sort());
+  for (const copy of [page, server, agent]) assert.equal((await copy.ended).code, 0);
+  assert.equal((await fetch(`${other.base}/api/hello`)).status, 200);
+  const list = await values(listKey);
+  assert.deepEqual(list.Agents.split('\\0').sort(), agents.map((line) => account + line).sort());
+  assert.deepEqual(list.Log.split('\\0'), closed.lines);
+  const { code, lines } = await told(['--restart-after-update', one.path]);
+  assert.deepEqual([code, lines.sort()], [0, agents.map((line) => `not restarted, runs under its own account: ${line}`).sort()]);
+
+  const nothing = { code: 0, lines: [`nothing was running from ${one.path}`] };
+  for (const [option, left] of [['--close-for-removal', null], ['--close-for-update', '']]) {
     await remember({ agents: 'service|' });
-    assert.deepEqual(await told(['--restart-after-update', folder.path]), { code: 0, lines: ['service VordaAgent was already running'] });
-    assert.deepEqual((await told(['--close-for-removal', root])).lines, [`nothing was running from ${root}`]);
-    assert.equal((await told(['--close-for-removal', folder.path])).lines.length, 3);
-    fs.writeFileSync(folder.file, 'not a program');
-    await remember({ agents: 'system|v --agent\\0service|' });
-    assert.deepEqual(await restartAsSystem(folder), { code: 1, lines: ['restart failed (193)', 'service VordaAgent would not start'] });
-    await run('sc', 'delete', 'VordaAgent');
-  });
+    assert.deepEqual(await told([option, one.path]), nothing);
+    assert.equal((await values(listKey))?.Agents ?? null, left);
+  }
+  assert.deepEqual(await told(['--restart-after-update', one.path]), gone);
+});
 
-  await t.test('lists that are old, damaged or about something else', async () => {
-    for (const list of lists) {
-      await remember(list);
-      assert.deepEqual(await told(['--restart-after-update', root]), { code: list.code, lines: [list.says] }, JSON.stringify(list));
-      assert.equal(await values(listKey), null);
-    }
-  });
+test('a copy that cannot be opened is reported and left alone', async (t) => {
+  const folder = install('shut', helper);
+  const child = await holding(t, 'hold-shut', folder.at);
+  const closed = await told(['--close-for-removal', folder.path]);
+  assert.deepEqual([closed.code, withoutIds(closed.lines), child.exitCode], [1, ['pid #: cannot open'], null]);
+});
 
-  await t.test('agents that the installer closes by other means', async () => {
-    const folder = install('aware');
-    const serveAndStop = async (...modes) => {
-      const copies = [];
-      for (const mode of modes) copies.push(await serve(t, mode, folder.at));
-      assert.equal((await startSilent(['--stop'], wine).ended).code, 0);
-      for (const { ended } of copies) assert.equal((await ended).code, 0);
-      return copies.map(({ port }, i) => account + folder.line([`--port ${port} --no-open`, ...modes[i]].join(' ')));
-    };
-    await serveAndStop(['--agent', '--token', 'k']);
+test('an installation and its rollback', async (t) => {
+  const folder = install('installed');
+  const old = fs.readFileSync(folder.file);
+  const ports = [await freePort(), await freePort()];
+  const [service, agent] = ['service', 'agent'].map((mode, i) => folder.line(`--${mode} --port ${ports[i]} --token k`));
+  // The same program with another version number in its resource.
+  const fresh = Buffer.from(old);
+  fresh.writeUInt16LE(77, fresh.indexOf(Buffer.from([0xbd, 0x04, 0xef, 0xfe])) + 10);
+  const bothRun = async (wanted) => {
+    for (const port of ports) assert.equal(await until(() => version(port), `port ${port}`), wanted);
+    assert.match(await run('sc', 'query', 'VordaAgent'), /STATE\s*: 4 /);
+  };
+  await run('sc', 'create', 'VordaAgent', 'binPath=', service);
+  t.after(() => run('sc', 'delete', 'VordaAgent'));
+  await run('sc', 'start', 'VordaAgent');
+  startSilent(['--agent', '--port', String(ports[1]), '--token', 'k'], folder.at);
+  await bothRun(projectVersion);
+  for (const [bytes, wanted] of [[fresh, projectVersion.replace(/^\d+/, '77')], [old, projectVersion]]) {
+    const closed = await told(['--close-for-update', folder.path]);
+    assert.deepEqual([closed.code, withoutIds(closed.lines)], [0, [`pid # closed  ${service}`, `pid # closed  agent  ${agent}`, 'service VordaAgent stopped'].sort()]);
+    assert.deepEqual([await version(ports[0]), await version(ports[1])], [null, null]);
+    assert.equal((await values(listKey)).Agents, `${account}${agent}\\0service|`);
+    fs.rmSync(folder.file);
+    fs.writeFileSync(folder.file, bytes);
+      // Wine has no local system account; the helper stands in for it and restarts the agent.
+    await remember({ agents: `system|${agent}\\0service|` });
+    assert.deepEqual(await restartAsSystem(folder), { code: 0, lines: [`restarted  ${agent}`, 'service VordaAgent started'] });
+    await bothRun(wanted);
+    assert.match((await values('HKLM\\Software\\Brixmoor\\Vorda')).LastUpdate, /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
+    assert.deepEqual(await restartAsSystem(folder), gone); // nothing is started twice
+  }
+  await remember({ agents: 'service|' });
+  assert.deepEqual(await told(['--restart-after-update', folder.path]), { code: 0, lines: ['service VordaAgent was already running'] });
+  assert.deepEqual((await told(['--close-for-removal', root])).lines, [`nothing was running from ${root}`]);
+  assert.equal((await told(['--close-for-removal', folder.path])).lines.length, 3);
+  fs.writeFileSync(folder.file, 'not a program');
+  await remember({ agents: 'system|v --agent\\0service|' });
+  assert.deepEqual(await restartAsSystem(folder), { code: 1, lines: ['restart failed (193)', 'service VordaAgent would not start'] });
+});
+
+test('lists that are too old, damaged or of another kind', async () => {
+  for (const list of lists) {
+    await remember(list);
+    assert.deepEqual(await told(['--restart-after-update', root]), { code: list.code, lines: [list.says] }, JSON.stringify(list));
     assert.equal(await values(listKey), null);
-    await holding('hold-installer', { ...wine, program: helper });
-    await remember({ agents: 'service|', minutesAgo: 61 });
-    const [agent, server] = await serveAndStop(['--agent', '--token', 'k'], ['--server', '--token', 'k'], []);
-    const { Agents, Log } = await values(listKey);
-    assert.deepEqual(Agents.split('\\0').sort(), [agent, server].sort());
-    assert.equal(Log, Array(2).fill('asked to close during an installation, noted for restart').join('\\0'));
-    assert.equal((await told(['--restart-after-update', folder.path])).lines.length, 2);
-  });
+  }
+});
 
-  await t.test('the right to log on as a service', async () => {
-    const refusal = ['Could not grant the log-on-as-a-service right to no such account.', 'unknownAccount'];
-    assert.deepEqual(await told(['--grant-service-logon', 'no such account']), { code: 1, lines: refusal });
-    const user = (await run('whoami')).trim().split('\\').pop();
-    assert.deepEqual(await told(['--grant-service-logon', user]), { code: 0, lines: [] });
-  });
+test('agents that are told to stop while an installer runs', async (t) => {
+  const folder = install('aware');
+  const serveAndStop = async (...modes) => {
+    const copies = [];
+    for (const mode of modes) copies.push(await serve(t, mode, folder.at));
+    assert.equal((await startSilent(['--stop']).ended).code, 0);
+    for (const { ended } of copies) assert.equal((await ended).code, 0);
+    return copies.map(({ port }, i) => account + folder.line([`--port ${port} --no-open`, ...modes[i]].join(' ')));
+  };
+  await serveAndStop(['--agent', '--token', 'k']);
+  assert.equal(await values(listKey), null);
+  await holding(t, 'hold-installer', { program: helper });
+  await remember({ agents: 'service|', minutesAgo: 61 });
+  const [agent, server] = await serveAndStop(['--agent', '--token', 'k'], ['--server', '--token', 'k'], []);
+  const { Agents, Log } = await values(listKey);
+  assert.deepEqual(Agents.split('\\0').sort(), [agent, server].sort());
+  assert.equal(Log, Array(2).fill('asked to close during an installation, noted for restart').join('\\0'));
+  assert.equal((await told(['--restart-after-update', folder.path])).lines.length, 2);
+});
+
+test('the right to log on as a service', async () => {
+  const refusal = ['Could not grant the log-on-as-a-service right to no such account.', 'unknownAccount'];
+  assert.deepEqual(await told(['--grant-service-logon', 'no such account']), { code: 1, lines: refusal });
+  const user = (await run('whoami')).trim().split('\\').pop();
+  assert.deepEqual(await told(['--grant-service-logon', user]), { code: 0, lines: [] });
 });

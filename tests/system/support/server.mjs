@@ -4,27 +4,31 @@ import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
 import { startSilent } from './vorda.mjs';
 
-// A port nobody listens on now.
+const canListen = (port) => new Promise((resolve) => {
+  const server = net.createServer().on('error', () => resolve(false));
+  server.listen(port, '127.0.0.1', () => server.close(() => resolve(true)));
+});
+
+// A port nobody is using. It is below those that the system hands out to connections, so it stays free.
 export async function freePort() {
-  const server = net.createServer();
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  const { port } = server.address();
-  await new Promise((resolve) => server.close(resolve));
-  return port;
+  for (;;) {
+    const port = 10_000 + Math.floor(Math.random() * 20_000);
+    if (await canListen(port)) return port;
+  }
 }
 
-// Waits until check() gives something true, and returns that.
-export async function until(check, what, milliseconds = 20_000) {
+// Waits until check() returns something true, and returns that. The limit only ends a hanging test.
+export async function until(check, what, milliseconds = 120_000) {
   const end = Date.now() + milliseconds;
   while (Date.now() < end) {
     const value = await check();
     if (value) return value;
     await pause(50);
   }
-  assert.fail(`waited in vain for ${what}`);
+  assert.fail(`timed out waiting for ${what}`);
 }
 
-// Starts the program and waits until it answers. Ends with the test, if not before.
+// Starts the program and waits until it answers. It ends with the test, if not before.
 export async function serve(t, args = [], options) {
   const port = await freePort();
   const { child, ended } = startSilent(['--port', String(port), '--no-open', ...args], options);
@@ -33,7 +37,10 @@ export async function serve(t, args = [], options) {
     return ended;
   });
   const base = `http://127.0.0.1:${port}`;
-  await until(() => fetch(`${base}/api/hello`).catch(() => null), 'an answer of the server');
+  await until(() => {
+    assert.equal(child.exitCode, null, 'the server ended at once');
+    return fetch(`${base}/api/hello`).catch(() => null);
+  }, 'the server to answer');
   const json = async (path, init) => {
     const response = await fetch(base + path, init);
     return { status: response.status, body: await response.json() };
@@ -42,8 +49,8 @@ export async function serve(t, args = [], options) {
   return { child, ended, port, base, json, post };
 }
 
-// Sends bytes over a connection of its own and resolves to everything that comes back. With
-// `end` the sending side is closed behind the last byte.
+// Sends bytes over a new connection and resolves to everything that comes back. With `end` the sending
+// side is closed after the last byte.
 export function exchange(port, pieces, { end = false } = {}) {
   return new Promise((resolve) => {
     const socket = net.connect({ port, host: '127.0.0.1', allowHalfOpen: true });
