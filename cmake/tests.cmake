@@ -69,10 +69,17 @@ if(Python3_FOUND AND NOT VORDA_SANITIZE)
     add_test(NAME ${name}-self-test COMMAND ${Python3_EXECUTABLE} ${test}
       WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   endforeach()
+  add_test(NAME mutants-explained COMMAND ${Python3_EXECUTABLE} scripts/mutate --check
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
 endif()
 
 # The system tests start vorda.exe under Wine, so they belong to the cross-compiled build.
 if(CMAKE_CROSSCOMPILING)
+  # Compiles a small program for this machine, with clang and GCC.
+  add_test(NAME mutants-self-test COMMAND ${Python3_EXECUTABLE} tests/tools/mutants.test.py
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(mutants-self-test PROPERTIES TIMEOUT 300)
+
   find_program(NODE node REQUIRED)
   file(GLOB_RECURSE system_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
     ${PROJECT_SOURCE_DIR}/tests/system/*.test.mjs)

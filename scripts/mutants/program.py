@@ -54,10 +54,9 @@ class Text:
 
     def mutants_at(self, line, column):
         """The innermost mutant around a place the compiler complains about; else all of that line."""
-        first = 0
-        for _ in range(line - 1):
-            first = self.bytes.index(b"\n", first) + 1
-        last = self.bytes.find(b"\n", first) % (len(self.bytes) + 1)
+        lines = self.bytes.split(b"\n")
+        first = sum(len(one) + 1 for one in lines[:line - 1])
+        last = first + len(lines[line - 1])
         offset = first + column - 1
         around = [(end - begin, number) for number, (begin, end) in self.spans.items()
                   if begin <= offset <= end]
