@@ -1,5 +1,7 @@
 #include "base/paths.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 
 namespace vorda {
@@ -70,12 +72,20 @@ std::vector<std::wstring_view> pathComponents(std::wstring_view path, bool (*sep
   return parts;
 }
 
-std::wstring parentOf(const std::wstring& path) {
+std::wstring_view lastName(std::wstring_view path) { return path.substr(folderPart(path).size()); }
+
+std::wstring_view folderPart(std::wstring_view path) {
+  return path.substr(0, path.find_last_of(L"\\/") + 1);
+}
+
+std::wstring parentOf(std::wstring_view path) {
   const std::size_t end = path.find_last_of(L"\\/");
-  if (end == std::wstring::npos || path.size() <= 3) return {};
-  if (isDriveLetterPath(path)) return path.substr(0, std::max<std::size_t>(end, 3));
-  // Server and share are one place; nothing lies between them.
-  return pathComponents(path).size() <= 2 ? std::wstring() : path.substr(0, end);
+  if (end == std::wstring_view::npos || path.size() <= 3) return {};
+  if (isDriveLetterPath(path)) {
+    return std::wstring(path.substr(0, std::max<std::size_t>(end, 3))); // keeps "X:\"
+  }
+  // A server and a share together are one root.
+  return pathComponents(path).size() <= 2 ? std::wstring() : std::wstring(path.substr(0, end));
 }
 
 std::wstring normaliseRoot(std::wstring_view root) {
@@ -83,6 +93,11 @@ std::wstring normaliseRoot(std::wstring_view root) {
   std::wstring out(root);
   if (out.size() == 2 && out[1] == L':') out.push_back(L'\\');
   return out;
+}
+
+bool liesBelow(std::wstring_view path, std::wstring_view folder) {
+  return path.size() > folder.size() && startsWithIgnoreCase(path, folder) &&
+         (folder.ends_with(L'\\') || path[folder.size()] == L'\\');
 }
 
 bool isRemotePath(std::wstring_view path) {

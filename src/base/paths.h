@@ -39,11 +39,22 @@ void appendName(std::wstring& path, std::wstring_view name, wchar_t separator);
 std::vector<std::wstring_view> pathComponents(std::wstring_view path,
                                               bool (*separates)(wchar_t) = isSeparator);
 
+// The last component: what follows the last separator, or the whole path without one.
+// Empty when the path ends in a separator.
+std::wstring_view lastName(std::wstring_view path);
+
+// What lastName leaves: the path up to and including its last separator, or nothing.
+std::wstring_view folderPart(std::wstring_view path);
+
 // The folder above, or an empty text above a drive, a share or a distribution.
-std::wstring parentOf(const std::wstring& path);
+std::wstring parentOf(std::wstring_view path);
 
 // A root as it is scanned: without trailing separators, "X:" as "X:\".
 std::wstring normaliseRoot(std::wstring_view root);
+
+// Whether a path lies below a folder at any depth, ignoring case. Both are plain absolute
+// paths with backslashes; the folder itself does not count.
+bool liesBelow(std::wstring_view path, std::wstring_view folder);
 
 // Whether a path is one of another machine: those of this one do not begin with a lone "/".
 bool isRemotePath(std::wstring_view path);

@@ -222,7 +222,7 @@ public:
     // moment, and once that was in vain not again until it is free.
     const std::lock_guard lock(logMutex_);
     const std::wstring path = deletionLogPath();
-    CreateDirectoryW(path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    CreateDirectoryW(parentOf(path).c_str(), nullptr);
     const int tries = logStuck_ ? 1 : kLogTries;
     logStuck_ = true;
     for (int i = 0; i < tries; ++i) {

@@ -58,7 +58,7 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
     addToType(measure.types, name, bytes);
   };
   if (!facts.folder) {
-    count(path.substr(path.find_last_of(L"\\/") + 1), facts.size);
+    count(lastName(path), facts.size);
     return measure;
   }
   measure.unreadableFolders = visitBeneath(

@@ -17,10 +17,6 @@ constexpr wchar_t kReplacement = 0xFFFD;
 constexpr std::string_view kAllUsers = "allusers";
 constexpr const char* kProfile = "profile";
 
-std::wstring_view lastName(std::wstring_view path) {
-  return path.substr(path.find_last_of(L'\\') + 1);
-}
-
 bool isReadOtherwise(const Verdict& verdict, const std::wstring& full) {
   const auto parts = pathComponents(verdict.path);
   return !equalsIgnoreCase(verdict.path, full) ||
@@ -131,7 +127,7 @@ std::string PathJudge::refusalOfForm(std::wstring_view form, const std::wstring&
         (one.beneath && isInsideRoot(one.path, form))) {
       return one.word;
     }
-    if (one.word == kAllUsers && equalsIgnoreCase(one.path, parentOf(std::wstring(form)))) {
+    if (one.word == kAllUsers && equalsIgnoreCase(one.path, parentOf(form))) {
       return kProfile;
     }
   }

@@ -87,9 +87,7 @@ bool isInsideRoot(std::wstring_view root, std::wstring_view path) {
   if (outer.size() == 2 && isDriveLetterPath(outer)) outer.push_back(L'\\');
   // The root of another machine's scan: nothing here lies in it.
   if (!isDriveLetterPath(outer) && !outer.starts_with(L"\\\\")) return false;
-  const std::wstring inner = normalisePath(path);
-  if (inner.size() <= outer.size() || !startsWithIgnoreCase(inner, outer)) return false;
-  return outer.ends_with(L'\\') || inner[outer.size()] == L'\\';
+  return liesBelow(normalisePath(path), outer);
 }
 
 } // namespace vorda

@@ -9,11 +9,6 @@ namespace vorda {
 
 namespace {
 
-bool liesInside(std::wstring_view root, std::wstring_view path) {
-  return path.size() > root.size() && startsWithIgnoreCase(path, root) &&
-         (root.ends_with(L'\\') || path[root.size()] == L'\\');
-}
-
 std::wstring rootOf(const Job& job) {
   const std::lock_guard lock(job.resultMutex);
   return job.result.rootPath.empty() ? normaliseRoot(job.target) : job.result.rootPath;
@@ -22,7 +17,7 @@ std::wstring rootOf(const Job& job) {
 void divide(std::vector<SearchedScans::Scan>& scans) {
   for (std::size_t i = 0; i < scans.size(); ++i) {
     for (std::size_t k = 0; k < scans.size(); ++k) {
-      if (liesInside(scans[i].root, scans[k].root)) scans[i].leftOut.push_back(scans[k].root);
+      if (liesBelow(scans[k].root, scans[i].root)) scans[i].leftOut.push_back(scans[k].root);
       if (k < i && equalsIgnoreCase(scans[i].root, scans[k].root)) scans[i].covered = true;
     }
   }

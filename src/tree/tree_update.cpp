@@ -100,7 +100,7 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
   }
   if (files == 0) return; // a link: no scan counts it
   const std::size_t nameAt = path.find_last_of(L"\\/") + 1;
-  const auto parent = findFolder(folders, result_.rootPath, parentOf(std::wstring(path)));
+  const auto parent = findFolder(folders, result_.rootPath, parentOf(path));
   if (parent) goneFiles_.emplace(FileKey{*parent, lowerCase(path.substr(nameAt))}, bytes);
 }
 
