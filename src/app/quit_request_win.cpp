@@ -1,7 +1,7 @@
 #include "app/quit_request_win.h"
 
 #include "app/port_choice.h"
-#include "win/socket_handle.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 
 #include "app/port_choice.h"
 #include "update/agent_service_win.h"
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 #include "scan/folder_reader.h"
 
 #include "base/paths.h"
-#include "win/find_handle.h"
+#include "win/handles.h"
 #include "win/full_path.h"
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 #include "search/file_contents.h"
 
 #include "base/paths.h"
-#include "win/file_handle.h"
+#include "win/handles.h"
 #include "win/file_identity.h"
 
 #include <windows.h>
@@ -117,11 +117,7 @@ private:
   FileHandle file_;
 };
 
-struct HashHandleKind {
-  using Value = BCRYPT_HASH_HANDLE;
-  static Value none() { return nullptr; }
-  static void close(Value value) { BCryptDestroyHash(value); }
-};
+using HashHandle = Owned<BCRYPT_HASH_HANDLE, BCryptDestroyHash>;
 
 class SystemHasher final : public Hasher {
 public:
@@ -147,7 +143,7 @@ public:
   }
 
 private:
-  Owned<HashHandleKind> hash_;
+  HashHandle hash_;
   bool good_ = false;
 };
 

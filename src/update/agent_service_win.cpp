@@ -14,12 +14,7 @@ namespace {
 constexpr unsigned kPolls = 50;
 constexpr DWORD kPollMs = 200;
 
-struct ServiceHandleKind {
-  using Value = SC_HANDLE;
-  static Value none() { return nullptr; }
-  static void close(Value value) { CloseServiceHandle(value); }
-};
-using ServiceHandle = Owned<ServiceHandleKind>;
+using ServiceHandle = Owned<SC_HANDLE, CloseServiceHandle>;
 
 ServiceHandle openAgentService(DWORD access) {
   const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));

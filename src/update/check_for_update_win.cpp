@@ -1,6 +1,6 @@
 #include "update/check_for_update_win.h"
 
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 
 #include <windows.h>
 
@@ -24,12 +24,7 @@ constexpr int kSendMs = 10'000;
 constexpr int kReceiveMs = 15'000; // for each piece
 constexpr std::size_t kPieceBytes = 8'192;
 
-struct InternetHandleKind {
-  using Value = HINTERNET;
-  static Value none() { return nullptr; }
-  static void close(Value value) { WinHttpCloseHandle(value); }
-};
-using InternetHandle = Owned<InternetHandleKind>;
+using InternetHandle = Owned<HINTERNET, WinHttpCloseHandle>;
 
 InternetHandle openSession(const std::wstring& currentVersion) {
   const std::wstring client = L"Vorda/" + (currentVersion.empty() ? L"0" : currentVersion);

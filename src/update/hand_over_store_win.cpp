@@ -1,7 +1,7 @@
 #include "update/hand_over_store_win.h"
 
 #include "update/agent_record.h"
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 #include "win/process_facts.h"
 #include "win/registry_key.h"
 

@@ -3,7 +3,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "win/command_line.h"
-#include "win/file_handle.h"
+#include "win/handles.h"
 #include "win/full_path.h"
 #include "win/privilege.h"
 #include "win/process_facts.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "update/installer_steps.h"
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 
 #include <map>
 #include <string>

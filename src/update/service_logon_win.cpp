@@ -14,12 +14,7 @@ namespace {
 
 constexpr DWORD kLongestDomain = 512; // UTF-16 units
 
-struct PolicyHandleKind {
-  using Value = LSA_HANDLE;
-  static Value none() { return nullptr; }
-  static void close(Value value) { LsaClose(value); }
-};
-using PolicyHandle = Owned<PolicyHandleKind>;
+using PolicyHandle = Owned<LSA_HANDLE, LsaClose>;
 
 } // namespace
 

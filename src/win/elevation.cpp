@@ -1,6 +1,6 @@
 #include "win/elevation.h"
 
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 
 namespace vorda {
 

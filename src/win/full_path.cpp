@@ -1,7 +1,7 @@
 #include "win/full_path.h"
 
 #include "base/paths.h"
-#include "win/file_handle.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

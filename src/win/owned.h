@@ -1,37 +1,43 @@
-// The owner of one system handle, which it closes. What the handle is, which value means
-// that there is none, and how it is closed, a kind says:
-//
-//   struct Kind { using Value = …; static Value none(); static void close(Value); };
+// The owner of one system handle, which it closes. kClose closes it; kNone, as a number, is
+// the value that stands for no handle.
 #pragma once
 
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace vorda {
 
-template <typename Kind> class Owned {
+template <typename Handle, auto kClose, std::intptr_t kNone = 0> class Owned {
 public:
-  using Value = typename Kind::Value;
+  static Handle none() {
+    if constexpr (std::is_pointer_v<Handle>) {
+      return reinterpret_cast<Handle>(kNone);
+    } else {
+      return static_cast<Handle>(kNone);
+    }
+  }
 
-  explicit Owned(Value value = Kind::none()) : value_(value) {}
-  Owned(Owned&& other) noexcept : value_(std::exchange(other.value_, Kind::none())) {}
+  explicit Owned(Handle handle = none()) : handle_(handle) {}
+  Owned(Owned&& other) noexcept : handle_(std::exchange(other.handle_, none())) {}
   Owned& operator=(Owned&& other) noexcept {
-    reset(std::exchange(other.value_, Kind::none()));
+    reset(std::exchange(other.handle_, none()));
     return *this;
   }
   Owned(const Owned&) = delete;
   Owned& operator=(const Owned&) = delete;
   ~Owned() { reset(); }
 
-  bool valid() const { return value_ != Kind::none(); }
-  Value get() const { return value_; }
+  bool valid() const { return handle_ != none(); }
+  Handle get() const { return handle_; }
 
-  void reset(Value value = Kind::none()) {
-    const Value old = std::exchange(value_, value);
-    if (old != Kind::none()) Kind::close(old);
+  void reset(Handle handle = none()) {
+    const Handle old = std::exchange(handle_, handle);
+    if (old != none()) kClose(old);
   }
 
 private:
-  Value value_;
+  Handle handle_;
 };
 
 } // namespace vorda

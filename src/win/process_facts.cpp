@@ -1,6 +1,6 @@
 #include "win/process_facts.h"
 
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 
 #include <sddl.h>
 #include <winternl.h>

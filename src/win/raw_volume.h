@@ -1,7 +1,7 @@
 // Opening the raw volume of a drive letter.
 #pragma once
 
-#include "win/file_handle.h"
+#include "win/handles.h"
 
 namespace vorda {
 

@@ -1,6 +1,6 @@
 #include "win/read_file.h"
 
-#include "win/file_handle.h"
+#include "win/handles.h"
 
 namespace vorda {
 

@@ -31,12 +31,13 @@ RegistryKey RegistryKey::create(HKEY parent, const std::wstring& path, REGSAM ac
 std::optional<std::vector<BYTE>> RegistryKey::raw(const wchar_t* name, DWORD type) const {
   DWORD found = 0;
   DWORD count = 0;
-  if (!valid() || RegQueryValueExW(key_, name, nullptr, &found, nullptr, &count) != ERROR_SUCCESS ||
+  if (!valid() ||
+      RegQueryValueExW(get(), name, nullptr, &found, nullptr, &count) != ERROR_SUCCESS ||
       found != type) {
     return std::nullopt;
   }
   std::vector<BYTE> bytes(count);
-  if (RegQueryValueExW(key_, name, nullptr, &found, bytes.data(), &count) != ERROR_SUCCESS ||
+  if (RegQueryValueExW(get(), name, nullptr, &found, bytes.data(), &count) != ERROR_SUCCESS ||
       found != type) {
     return std::nullopt;
   }
@@ -46,7 +47,7 @@ std::optional<std::vector<BYTE>> RegistryKey::raw(const wchar_t* name, DWORD typ
 
 bool RegistryKey::setRaw(const wchar_t* name, DWORD type, const void* bytes,
                          std::size_t count) const {
-  return valid() && RegSetValueExW(key_, name, 0, type, static_cast<const BYTE*>(bytes),
+  return valid() && RegSetValueExW(get(), name, 0, type, static_cast<const BYTE*>(bytes),
                                    static_cast<DWORD>(count)) == ERROR_SUCCESS;
 }
 
@@ -91,7 +92,7 @@ std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
   DWORD value = 0;
   DWORD bytes = sizeof value;
   if (!valid() ||
-      RegQueryValueExW(key_, name, nullptr, &type, reinterpret_cast<BYTE*>(&value), &bytes) !=
+      RegQueryValueExW(get(), name, nullptr, &type, reinterpret_cast<BYTE*>(&value), &bytes) !=
           ERROR_SUCCESS ||
       type != REG_DWORD || bytes != sizeof value) {
     return std::nullopt;
@@ -102,7 +103,7 @@ std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
 std::optional<std::wstring> RegistryKey::subkey(DWORD index) const {
   wchar_t name[256] = {}; // the longest name a key can have, and its end
   DWORD length = 256;
-  if (!valid() || RegEnumKeyExW(key_, index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
+  if (!valid() || RegEnumKeyExW(get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
                       ERROR_SUCCESS) {
     return std::nullopt;
   }

@@ -2,31 +2,24 @@
 // every read finds nothing and every write fails.
 #pragma once
 
+#include "win/owned.h"
+
 #include <windows.h>
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace vorda {
 
 class RegistryKey {
 public:
-  RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
-  RegistryKey(const RegistryKey&) = delete;
-  RegistryKey& operator=(const RegistryKey&) = delete;
-  RegistryKey& operator=(RegistryKey&&) = delete;
-  ~RegistryKey() {
-    if (key_ != nullptr) RegCloseKey(key_);
-  }
-
   static RegistryKey open(HKEY parent, const std::wstring& path, REGSAM access);
   static RegistryKey create(HKEY parent, const std::wstring& path, REGSAM access);
 
-  bool valid() const { return key_ != nullptr; }
-  HKEY get() const { return key_; }
+  bool valid() const { return key_.valid(); }
+  HKEY get() const { return key_.get(); }
 
   // Values of exactly the type REG_SZ and REG_DWORD.
   std::optional<std::wstring> text(const wchar_t* name) const;
@@ -50,7 +43,7 @@ private:
   std::optional<std::vector<BYTE>> raw(const wchar_t* name, DWORD type) const;
   bool setRaw(const wchar_t* name, DWORD type, const void* bytes, std::size_t count) const;
 
-  HKEY key_;
+  Owned<HKEY, RegCloseKey> key_;
 };
 
 } // namespace vorda

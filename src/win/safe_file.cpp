@@ -2,7 +2,7 @@
 
 #include "base/paths.h"
 #include "win/error_text.h"
-#include "win/file_handle.h"
+#include "win/handles.h"
 #include "win/full_path.h"
 
 #include <windows.h>

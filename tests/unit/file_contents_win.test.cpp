@@ -1,6 +1,6 @@
 #include "base/paths.h"
 #include "search/file_contents.h"
-#include "win/file_handle.h"
+#include "win/handles.h"
 
 #include <doctest/doctest.h>
 

@@ -2,7 +2,6 @@
 #include "app/browser_address.h"
 #include "app/port_choice.h"
 #include "base/text.h"
-#include "scan/target_list.h"
 
 #include <doctest/doctest.h>
 
@@ -107,26 +106,4 @@ TEST_CASE("every symbol of a key is as likely as any other") {
     CHECK(agentKeyFrom(random) == key);
   }
   CHECK(std::wstring(symbols.begin(), symbols.end()) == L"23456789ABCDEFGHJKLMNPQRSTUVWXYZ");
-}
-
-TEST_CASE("the list of targets as the page gets it") {
-  TargetList list;
-  list.drives = {{L"C:\\", L"S\u00FC\"\\", L"NTFS", "fixed", 1ULL << 60, 7, true, ""},
-                 {L"E:\\", L"", L"", "removable", 0, 0, false, "notfixed"}};
-  list.wsl = {{L"Debian", L"\\\\wsl.localhost\\Debian"}};
-  list.home = L"C:\\Users\\me";
-  list.machine = L"BOX";
-  list.elevated = true;
-  list.version = L"1.2.3";
-  list.website = L"https://x/";
-  list.logPath = L"C:\\v.log";
-  CHECK(targetsDocument(list) ==
-        R"({"drives":[{"path":"C:\\","label":"Sü\"\\","fs":"NTFS","type":"fixed",)"
-        R"("size":1152921504606846976,"free":7,"turbo":true,"turboReason":""},)"
-        R"({"path":"E:\\","label":"","fs":"","type":"removable","size":0,"free":0,)"
-        R"("turbo":false,"turboReason":"notfixed"}],)"
-        R"("wsl":[{"name":"Debian","path":"\\\\wsl.localhost\\Debian"}],)"
-        R"("home":"C:\\Users\\me","machine":"BOX","elevated":true,"version":"1.2.3",)"
-        R"("vendor":"Brixmoor","website":"https://x/","logPath":"C:\\v.log"})");
-  CHECK(targetsDocument({}).starts_with(R"({"drives":[],"wsl":[],"home":"",)"));
 }

@@ -1,8 +1,7 @@
 #include "base/text.h"
 #include "scan/ssh/ssh_scan.h"
 #include "scan/ssh/ssh_start.h"
-#include "win/file_handle.h"
-#include "win/kernel_handle.h"
+#include "win/handles.h"
 #include "win/program_path.h"
 
 #include <windows.h>

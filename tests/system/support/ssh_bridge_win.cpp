@@ -2,7 +2,7 @@
 // a Unix one, so this tells a relay on port VORDA_SSH_RELAY what it was started with; the relay runs
 // the real ssh and sends back frames: kind and length or exit code, one and four bytes, the bytes.
 #include "base/text.h"
-#include "win/socket_handle.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

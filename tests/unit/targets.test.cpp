@@ -1,0 +1,27 @@
+#include "scan/target_list.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+
+TEST_CASE("the list of targets as the page gets it") {
+  TargetList list;
+  list.drives = {{L"C:\\", L"S\u00FC\"\\", L"NTFS", "fixed", 1ULL << 60, 7, true, ""},
+                 {L"E:\\", L"", L"", "removable", 0, 0, false, "notfixed"}};
+  list.wsl = {{L"Debian", L"\\\\wsl.localhost\\Debian"}};
+  list.home = L"C:\\Users\\me";
+  list.machine = L"BOX";
+  list.elevated = true;
+  list.version = L"1.2.3";
+  list.website = L"https://x/";
+  list.logPath = L"C:\\v.log";
+  CHECK(targetsDocument(list) ==
+        R"({"drives":[{"path":"C:\\","label":"Sü\"\\","fs":"NTFS","type":"fixed",)"
+        R"("size":1152921504606846976,"free":7,"turbo":true,"turboReason":""},)"
+        R"({"path":"E:\\","label":"","fs":"","type":"removable","size":0,"free":0,)"
+        R"("turbo":false,"turboReason":"notfixed"}],)"
+        R"("wsl":[{"name":"Debian","path":"\\\\wsl.localhost\\Debian"}],)"
+        R"("home":"C:\\Users\\me","machine":"BOX","elevated":true,"version":"1.2.3",)"
+        R"("vendor":"Brixmoor","website":"https://x/","logPath":"C:\\v.log"})");
+  CHECK(targetsDocument({}).starts_with(R"({"drives":[],"wsl":[],"home":"",)"));
+}
