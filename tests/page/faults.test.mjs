@@ -2,7 +2,7 @@
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { goTo, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
+import { goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -11,10 +11,11 @@ const MiB = 2 ** 20;
 // A program of the test's own on these files, a proxy before it, and a tab.
 async function opened(t, { files = {}, ...options } = {}) {
   const tab = await openTab(t, options); // first, so that it is closed first
-  const folder = scratch(t);
+  const own = lastFirst(t);
+  const folder = scratch(own);
   makeFiles(folder, files);
-  const server = await serve(t, [], { env: { VORDA_XDG_DATA_HOME: scratch(t) } });
-  const faults = await between(t, server.base);
+  const server = await serve(own, [], { env: { VORDA_XDG_DATA_HOME: scratch(own) } });
+  const faults = await between(own, server.base);
   return { faults, folder, server, tab };
 }
 

@@ -10,7 +10,8 @@ export const CUT = Symbol('cut');
 
 export async function between(t, base) {
   const faults = { answers: {}, lost: false };
-  const server = http.createServer(async (request, response) => {
+  let closed = false;
+  const answer = async (request, response) => {
     const pieces = [];
     for await (const piece of request) pieces.push(piece);
     const body = Buffer.concat(pieces).toString();
@@ -20,19 +21,24 @@ export async function between(t, base) {
     if (faults.lost) return void response.destroy();
     const own = faults.answers[url.pathname];
     if (own === undefined) {
-      const answer = await passOn();
-      response.writeHead(answer.status, { 'Content-Type': answer.headers.get('content-type') });
-      return void response.end(Buffer.from(await answer.arrayBuffer()));
+      const given = await passOn();
+      response.writeHead(given.status, { 'Content-Type': given.headers.get('content-type') });
+      return void response.end(Buffer.from(await given.arrayBuffer()));
     }
     const real = async () => (await passOn()).json();
     const made = typeof own === 'function' ? await own({ url, body: new URLSearchParams(body), real }) : own;
     response.writeHead(200, { 'Content-Type': 'application/json; charset=utf-8' });
     if (made === CUT) return void response.write('{"cut', () => response.destroy());
     return void response.end(JSON.stringify(made));
-  });
+  };
+  // The program ends after the proxy; requests still under way then fail.
+  const server = http.createServer((request, response) => answer(request, response).catch((error) => {
+    if (!closed) throw error;
+  }));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   server.unref();
   t.after(() => {
+    closed = true;
     server.closeAllConnections();
     server.close();
   });

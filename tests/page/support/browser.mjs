@@ -40,6 +40,13 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   return tab;
 }
 
+// A test context that takes down first what was set up last.
+export function lastFirst(t) {
+  const ends = [];
+  t.after(async () => { for (const end of ends) await end(); });
+  return { after: (end) => ends.unshift(end) };
+}
+
 // The bodies of all requests that the tab sends to a path from now on.
 export function requestsOf(tab, path) {
   const bodies = [];
