@@ -1,6 +1,5 @@
-// What the whole process shares. Made once in the entry point, passed down to whatever
-// needs it, and kept until the process ends. The flags and the key are fixed before the
-// server starts.
+// The state shared by the whole process. Created once in the entry point, passed down and
+// kept until the process ends. The flags and the key are set before the server starts.
 #pragma once
 
 #include "fileops/machine.h"
@@ -18,17 +17,17 @@
 
 namespace vorda {
 
-// What the session endpoints do to the machine.
+// What the session endpoints do outside this process's own data.
 struct SessionActions {
-  std::function<std::string()> page;               // the page's bytes, read anew each time
-  std::function<void()> quitSoon;                  // ends the process, after the answer left
-  std::function<bool()> elevated;                  // whether this process has the rights
-  std::function<void()> elevateSoon;               // starts an elevated copy in its place
-  std::function<void(const std::wstring&)> reveal; // shows a path in the file manager
+  std::function<std::string()> page;               // the page's HTML, read on every call
+  std::function<void()> quitSoon;                  // ends the process once the response is sent
+  std::function<bool()> elevated;                  // whether this process runs as administrator
+  std::function<void()> elevateSoon;               // replaces this process by an elevated one
+  std::function<void(const std::wstring&)> reveal; // shows a path in Explorer
 };
 
 struct AppState {
-  bool remote = false;     // agent, service and server modes: the key is demanded
+  bool remote = false;     // agent, service or server mode: the key is required
   bool serverMode = false; // --server
   std::string key;         // UTF-8
 

@@ -1,6 +1,8 @@
 #include "api/cleanup_api.h"
 
 #include "api/job_change.h"
+#include "api/request_fields.h"
+#include "api/words.h"
 #include "base/text.h"
 #include "base/time.h"
 #include "fileops/cleanup.h"
@@ -74,7 +76,7 @@ HttpResponse binAnswer(bool ok, const BinFigures& figures) {
   json.boolean("ok", ok);
   json.number("bytes", figures.bytes);
   json.number("items", figures.items);
-  if (!ok) json.string("error", "emptyFailed");
+  if (!ok) json.string("error", words::kEmptyFailed);
   json.close('}');
   return answer(ok ? 200 : 500, json.take());
 }
@@ -83,12 +85,13 @@ HttpResponse binAnswer(bool ok, const BinFigures& figures) {
 
 HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& machine,
                      FolderSource& folders) {
-  const std::unique_ptr<FormFields> fields = wholeForm(request);
-  if (!fields) return errorAnswer(400, "incomplete");
+  const std::unique_ptr<FormFields> fields = completeForm(request);
+  if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
-  if (!job) return errorAnswer(404, "noJob");
+  if (!job) return errorAnswer(404, words::kNoJob);
   const std::string_view what = fields->get("what");
-  if (what != "tempfiles" && what != "updates") return errorAnswer(400, "notAllowed");
+  if (what != kTempFilesAdvice && what != kUpdatesAdvice)
+    return errorAnswer(400, words::kNotAllowed);
   const std::lock_guard lock(job->fileOperation);
   return cleanFolders(*job, what, machine, folders);
 }
@@ -96,7 +99,7 @@ HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& 
 HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders) {
   std::vector<std::shared_ptr<Job>> touched = jobs.all();
   std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->kind == "ssh"; });
-  // Always in the order of their numbers, so that two of these requests cannot block each other.
+  // Locked in order of job number, so that two of these requests cannot deadlock.
   std::vector<std::unique_lock<std::mutex>> locks;
   for (const auto& job : touched) locks.emplace_back(job->fileOperation);
   BinsOfDrives bins(machine, folders);

@@ -1,4 +1,4 @@
-// The requests that empty folders of temporary files and the recycle bin.
+// The endpoints that empty temporary folders and the recycle bins.
 #pragma once
 
 #include "fileops/machine.h"
@@ -8,12 +8,13 @@
 
 namespace vorda {
 
-// Form fields what ("tempfiles" or "updates") and job, the scan whose advice names the
-// folders.
+// POST /api/cleanup with the form fields "what", an advice code (kTempFilesAdvice or
+// kUpdatesAdvice), and "job", the scan whose advice lists the folders to empty.
 HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& machine,
                      FolderSource& folders);
 
-// Empties the bins of all drives for this user, and brings every local scan up to date.
+// POST /api/emptybin: empties the user's recycle bins on all drives and updates every local
+// scan.
 HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders);
 
 } // namespace vorda

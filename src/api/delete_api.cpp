@@ -1,8 +1,9 @@
 #include "api/delete_api.h"
 
 #include "api/job_change.h"
+#include "api/request_fields.h"
+#include "api/words.h"
 #include "base/paths.h"
-#include "base/text.h"
 #include "fileops/delete.h"
 #include "fileops/recycle_bin.h"
 #include "json/json_writer.h"
@@ -45,7 +46,7 @@ HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
   return answer(200, json.take());
 }
 
-// A folder's size is known from the scan; the disk was only asked for files.
+// A dry run measures files only; the sizes of folders come from the scan.
 void addScannedFolders(const Job& job, DeleteResult& result) {
   const std::lock_guard lock(job.resultMutex);
   for (const DeletedPath& one : result.wouldDelete) {
@@ -68,7 +69,7 @@ void moveIntoBin(TreeUpdate& update, const DeleteResult& result, Machine& machin
 
 void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSource& folders) {
   if (result.deleted.empty() && result.left.empty()) return;
-  // What the shell gave up on may have lost a part of what was in it.
+  // A folder that the shell failed to delete may have lost some of its content.
   std::vector<std::pair<const DeletedPath*, ScanResult>> left;
   for (const DeletedPath& one : result.left) {
     if (one.folder) left.emplace_back(&one, surveyFolder(folders, one.real, optionsOf(job)));
@@ -91,19 +92,17 @@ void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSou
 
 HttpResponse deleteFiles(const HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders) {
-  const std::unique_ptr<FormFields> fields = wholeForm(request);
-  if (!fields) return errorAnswer(400, "incomplete");
+  const std::unique_ptr<FormFields> fields = completeForm(request);
+  if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
   DeleteRequest wanted;
   if (job) wanted.root = job->result.rootPath;
-  // Without a root nothing would be outside of it.
-  if (fields->has("job") && wanted.root.empty()) return errorAnswer(404, "noJob");
+  // An empty root would disable the check that paths lie inside the scan.
+  if (fields->has("job") && wanted.root.empty()) return errorAnswer(404, words::kNoJob);
   wanted.permanent = fields->get("permanent") == "1";
   wanted.dryRun = fields->get("dryrun") == "1";
-  for (const auto& [key, value] : fields->pairs()) {
-    if (key == "p") wanted.paths.push_back(toUtf16(value));
-  }
-  if (wanted.paths.empty()) return errorAnswer(400, "niets opgegeven");
+  wanted.paths = requestedPaths(*fields);
+  if (wanted.paths.empty()) return errorAnswer(400, words::kNothingGiven);
   if (!job) return deleteAnswer(deletePaths(machine, folders, wanted), wanted.dryRun);
 
   const std::lock_guard lock(job->fileOperation);

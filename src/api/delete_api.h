@@ -1,4 +1,4 @@
-// The request to delete files and folders, or to tell what that would do.
+// The endpoint that deletes files and folders, or reports what deleting would do.
 #pragma once
 
 #include "fileops/machine.h"
@@ -6,12 +6,10 @@
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
 
-#include <memory>
-
 namespace vorda {
 
-// Form fields p (repeated), permanent and dryrun ("1"), and job, the scan that the paths
-// must lie in and that is brought up to date.
+// POST /api/delete with the form fields "p" (repeated), "permanent" and "dryrun" ("1"), and
+// "job", the scan that must contain the paths and that is updated.
 HttpResponse deleteFiles(const HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders);
 

@@ -1,6 +1,7 @@
 #include "api/export_api.h"
 
-#include "api/jobs_api.h"
+#include "api/request_fields.h"
+#include "api/words.h"
 #include "base/time.h"
 #include "report/csv_report.h"
 
@@ -8,7 +9,7 @@ namespace vorda {
 
 HttpResponse exportCsv(const HttpRequest& request, const JobTable& jobs) {
   const std::shared_ptr<Job> job = finishedJob(jobs, request);
-  if (!job) return errorAnswer(400, "nopath");
+  if (!job) return errorAnswer(400, words::kNoPath);
   const std::string* what = request.queryValue("what");
   const std::lock_guard lock(job->resultMutex);
   return answer(200,

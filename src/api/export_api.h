@@ -1,4 +1,4 @@
-// The download of a finished scan as CSV.
+// GET /api/export: a finished scan as CSV.
 #pragma once
 
 #include "http/message.h"

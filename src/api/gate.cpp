@@ -1,14 +1,8 @@
 #include "api/gate.h"
 
-#include "api/cleanup_api.h"
-#include "api/delete_api.h"
-#include "api/export_api.h"
-#include "api/jobs_api.h"
-#include "api/listing_api.h"
-#include "api/search_api.h"
+#include "api/routes.h"
 #include "api/session_api.h"
-#include "api/tree_api.h"
-#include "api/update_api.h"
+#include "api/words.h"
 #include "base/text.h"
 
 namespace vorda {
@@ -20,7 +14,7 @@ bool isForeign(const AppState& state, const HttpRequest& request) {
     const std::string value = lowerAscii(*site);
     if (value != "same-origin" && value != "none") return true;
   }
-  // With a key the page may be reached under any name of this machine.
+  // Where a key is required, the machine may be addressed by any of its names.
   if (state.remote) return false;
   for (const char* name : {"host", "origin"}) {
     const std::string* value = request.header(name);
@@ -32,86 +26,32 @@ bool isForeign(const AppState& state, const HttpRequest& request) {
 bool hasKey(const AppState& state, const HttpRequest& request) {
   const std::string* presented = request.header("x-vorda-token");
   if (presented == nullptr || presented->empty()) presented = request.queryValue("token");
-  // An empty key would let everybody in: it lets nobody in.
+  // An empty configured key matches nothing, rather than everything.
   return presented != nullptr && !state.key.empty() && sameKey(state.key, *presented);
 }
 
 HttpResponse dispatch(AppState& state, const HttpRequest& request) {
   const std::string_view path = request.path;
   const bool api = path.starts_with("/api/");
-  if (api && isForeign(state, request)) return errorAnswer(403, "foreignOrigin");
+  if (api && isForeign(state, request)) return errorAnswer(403, words::kForeignOrigin);
   if (api && state.remote && path != "/api/hello" && !hasKey(state, request)) {
-    return errorAnswer(401, "onjuiste of ontbrekende sleutel");
+    return errorAnswer(401, words::kWrongKey);
   }
   if (path == "/" || path == "/index.html") return servePage(state);
   for (const Route& route : routes()) {
     const bool method = route.method.empty() || route.method == request.method;
     if (route.path == path && method) return route.handle(state, request);
   }
-  return errorAnswer(404, "onbekend eindpunt");
+  return errorAnswer(404, words::kUnknownEndpoint);
 }
 
 } // namespace
-
-const std::vector<Route>& routes() {
-  using State = AppState;
-  using Request = HttpRequest;
-  static const std::vector<Route> table = {
-      {"/api/hello", "", [](State& s, const Request&) { return hello(s); }},
-      {"/api/targets", "",
-       [](State& s, const Request&) { return answer(200, targetsDocument(s.targets())); }},
-      {"/api/browse", "",
-       [](State& s, const Request& r) { return browseFolders(r, *s.folders, s.targets); }},
-      {"/api/jobs", "", [](State& s, const Request&) { return listJobs(s.jobs); }},
-      {"/api/files", "", [](State& s, const Request& r) { return browseFiles(r, *s.folders); }},
-      {"/api/dirs", "", [](State& s, const Request& r) { return scannedFolder(r, s.jobs); }},
-      {"/api/scan", "POST",
-       [](State& s, const Request& r) { return startScan(r, s.jobs, s.steps); }},
-      {"/api/ext", "", [](State& s, const Request& r) { return scannedType(r, s.jobs); }},
-      {"/api/export", "", [](State& s, const Request& r) { return exportCsv(r, s.jobs); }},
-      {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
-      {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
-      {"/api/forget", "",
-       [](State& s, const Request& r) {
-         return forgetJob(r, s.jobs, [&s](int id) {
-           s.finder.forget(id);
-           s.duplicates.forget(id);
-         });
-       }},
-      {"/api/emptybin", "POST",
-       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
-      {"/api/dupsacross", "POST",
-       [](State& s, const Request& r) {
-         return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents);
-       }},
-      {"/api/dupsacross", "",
-       [](State& s, const Request&) { return duplicatesStatus(s.duplicates); }},
-      {"/api/findfiles", "POST",
-       [](State& s, const Request& r) { return startFinder(r, s.finder, s.jobs, s.steps); }},
-      {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
-      {"/api/verifydups", "POST",
-       [](State& s, const Request& r) {
-         return startVerification(r, s.verification, *s.contents);
-       }},
-      {"/api/verifydups", "",
-       [](State& s, const Request&) { return verificationStatus(s.verification); }},
-      {"/api/cleanup", "POST",
-       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
-      {"/api/delete", "POST",
-       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
-      {"/api/update", "POST", [](State& s, const Request&) { return updateDocument(s.update); }},
-      {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
-      {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
-      {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},
-  };
-  return table;
-}
 
 HttpResponse handleRequest(AppState& state, const HttpRequest& request) {
   try {
     return dispatch(state, request);
   } catch (...) {
-    return errorAnswer(500, "internalError");
+    return errorAnswer(500, words::kInternalError);
   }
 }
 

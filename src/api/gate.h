@@ -1,35 +1,24 @@
-// The gate: the one handler of every request. It refuses what a foreign page sends,
-// demands the key where one is needed, serves the page and hands every path under /api/
-// to the code it belongs to.
+// The gate: decides who may ask, serves the page and passes API requests to their route.
 #pragma once
 
 #include "api/app_state.h"
 
 #include <string_view>
-#include <vector>
 
 namespace vorda {
 
-// A row of the route table; an empty method means any.
-struct Route {
-  std::string_view path;
-  std::string_view method;
-  HttpResponse (*handle)(AppState& state, const HttpRequest& request);
-};
-
-const std::vector<Route>& routes();
-
-// The gate itself. Whatever a handler throws ends as status 500.
+// Answers one request. Rejects requests from foreign pages, and in remote modes requests
+// without the key. An exception thrown by a handler becomes status 500.
 HttpResponse handleRequest(AppState& state, const HttpRequest& request);
 
-// The same as a handler of the server; state must live as long as that.
+// handleRequest as a handler for the server; state must outlive it.
 RequestHandler makeGate(AppState& state);
 
-// Whether a Host or Origin value names this machine: 127.0.0.1, localhost or [::1],
-// with any port, in front of it at most "http://" or "https://", behind it at most "/".
+// Whether a Host or Origin header names this machine: 127.0.0.1, localhost or [::1] with
+// any port, optionally preceded by "http://" or "https://" and followed by "/".
 bool isLoopbackHost(std::string_view value);
 
-// Whether two keys are equal, in a time that depends on the first alone.
+// Compares keys in a time that depends only on the length of the first.
 bool sameKey(std::string_view key, std::string_view presented);
 
 } // namespace vorda

@@ -1,11 +1,11 @@
 #include "api/jobs_api.h"
 
+#include "api/request_fields.h"
+#include "api/words.h"
 #include "base/detached_thread.h"
 #include "base/text.h"
 #include "http/form_fields.h"
 #include "json/json_writer.h"
-
-#include <charconv>
 
 namespace vorda {
 
@@ -40,27 +40,10 @@ void writeJob(JsonWriter& json, const Job& job) {
 
 } // namespace
 
-std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number) {
-  int id = 0;
-  const char* end = number.data() + number.size();
-  const auto parsed = std::from_chars(number.data(), end, id);
-  return parsed.ec == std::errc() && parsed.ptr == end ? jobs.find(id) : nullptr;
-}
-
-std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
-  const std::string* number = request.queryValue("id");
-  return number == nullptr ? nullptr : jobOfNumber(jobs, *number);
-}
-
-std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request) {
-  std::shared_ptr<Job> job = requestedJob(jobs, request);
-  return job && job->done ? job : nullptr;
-}
-
 HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps) {
   const FormFields fields(request.body);
   const std::string_view path = fields.get("path");
-  if (path.empty()) return errorAnswer(400, "geen pad opgegeven");
+  if (path.empty()) return errorAnswer(400, words::kNoScanPath);
   const auto job = std::make_shared<Job>();
   job->target = toUtf16(path);
   job->kind = fields.has("kind") ? fields.get("kind") : "map";
@@ -92,7 +75,7 @@ HttpResponse listJobs(const JobTable& jobs) {
 
 HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
   const std::shared_ptr<Job> job = requestedJob(jobs, request);
-  if (!job) return errorAnswer(404, "opdracht onbekend");
+  if (!job) return errorAnswer(404, words::kUnknownJob);
   if (const std::string error = job->progress.texts().error; !error.empty()) {
     JsonWriter json;
     json.open('{');
@@ -100,7 +83,7 @@ HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
     json.close('}');
     return answer(400, json.take());
   }
-  if (!job->resultReady) return errorAnswer(400, "nog niet klaar");
+  if (!job->resultReady) return errorAnswer(400, words::kNotReady);
   HttpResponse response;
   const std::lock_guard lock(job->resultMutex);
   response.body = job->document;
@@ -115,7 +98,7 @@ HttpResponse cancelJob(const HttpRequest& request, const JobTable& jobs) {
 HttpResponse forgetJob(const HttpRequest& request, JobTable& jobs,
                        const std::function<void(int)>& forgotten) {
   if (const auto job = requestedJob(jobs, request)) {
-    // Nobody can ask for its result any more, so a scan that still runs may stop.
+    // Its result can no longer be requested, so a running scan may as well stop.
     job->progress.cancelRequested = true;
     jobs.remove(job->id);
     forgotten(job->id);

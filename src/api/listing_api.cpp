@@ -1,5 +1,6 @@
 #include "api/listing_api.h"
 
+#include "api/words.h"
 #include "base/natural_order.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -28,12 +29,12 @@ struct ListedFile {
   std::uint64_t modified = 0;
 };
 
-// The folder that a request means, as it is listed and shown.
+// The canonical path of the folder named in a request.
 std::wstring requestedFolder(const std::string& path, FolderSource& source) {
   return normaliseRoot(source.absolute(normaliseRoot(toUtf16(path))));
 }
 
-// Calls take(item) for everything in a folder; false when it cannot be listed.
+// Calls take(item) for each entry of a folder; false when it cannot be listed.
 template <typename Take>
 bool listFolder(FolderSource& source, const std::wstring& folder, Take take) {
   const auto parts = pathComponents(folder);
@@ -68,7 +69,7 @@ std::string folderDocument(const std::wstring& path, const std::vector<ListedFol
     json.close('}');
   }
   json.close(']');
-  if (failed) json.string("error", "noSuchDir");
+  if (failed) json.string("error", words::kNoSuchFolder);
   json.close('}');
   return json.take();
 }
@@ -77,8 +78,8 @@ bool larger(const ListedFile& a, const ListedFile& b) {
   return a.size != b.size ? a.size > b.size : compareNatural(a.name, b.name) < 0;
 }
 
-// Keeps the largest; called now and then, so that a folder of millions of files is never
-// held whole.
+// Drops all but the largest. Called repeatedly, so that memory stays bounded in a folder of
+// millions of files.
 void cutToLargest(std::vector<ListedFile>& files) {
   if (files.size() <= kFilesListed) return;
   const auto cut = files.begin() + static_cast<std::ptrdiff_t>(kFilesListed);
@@ -109,7 +110,7 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
 
 HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   const std::string* wanted = request.queryValue("p");
-  if (wanted == nullptr) return errorAnswer(400, "nopath");
+  if (wanted == nullptr) return errorAnswer(400, words::kNoPath);
   const std::wstring path = requestedFolder(*wanted, source);
   std::vector<ListedFile> files;
   std::uint64_t total = 0;
@@ -139,7 +140,7 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   json.close(']');
   json.number("total", total);
   json.number("dirs", folders);
-  if (!listed) json.string("error", "noSuchDir");
+  if (!listed) json.string("error", words::kNoSuchFolder);
   json.close('}');
   return answer(200, json.take());
 }

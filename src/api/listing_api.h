@@ -1,4 +1,4 @@
-// Folders and files as they are on the disk now, for choosing what to scan.
+// Live listings of folders on disk, for choosing what to scan.
 #pragma once
 
 #include "http/message.h"
@@ -6,16 +6,15 @@
 #include "scan/target_list.h"
 
 #include <functional>
-#include <string>
 
 namespace vorda {
 
-// The subfolders of a path, by name as people sort them; links among them, marked.
-// Without a path the drives and distributions.
+// GET /api/browse: the subfolders of a path in natural order, links marked. Without a path,
+// the drives and WSL distributions.
 HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
                            const std::function<TargetList()>& targets);
 
-// The largest files that lie directly in a folder, and how many there are in all.
+// GET /api/files: the largest files directly in a folder, and how many there are in all.
 HttpResponse browseFiles(const HttpRequest& request, FolderSource& source);
 
 } // namespace vorda

@@ -1,7 +1,8 @@
 #include "api/search_api.h"
 
+#include "api/request_fields.h"
 #include "api/search_form.h"
-#include "base/text.h"
+#include "api/words.h"
 #include "search/duplicate_search.h"
 #include "search/finder.h"
 #include "search/verification.h"
@@ -12,7 +13,7 @@ namespace vorda {
 
 namespace {
 
-constexpr std::uint64_t kSmallestMinAlone = 1'048'576;     // bytes, as the only filter
+constexpr std::uint64_t kSmallestMinAlone = 1'048'576;     // bytes, without another filter
 constexpr std::uint64_t kDuplicatesDefaultMin = 1'048'576; // bytes
 
 HttpResponse cancel(BackgroundRun& run) {
@@ -41,7 +42,7 @@ HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, cons
   FinderRequest wanted = parseFinderRequest(fields);
   if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
       wanted.search.min < kSmallestMinAlone) {
-    return errorAnswer(400, "needFilter");
+    return errorAnswer(400, words::kNeedFilter);
   }
   return start(finder, finderWork(std::move(wanted), jobs, steps));
 }
@@ -64,11 +65,8 @@ HttpResponse startVerification(const HttpRequest& request, BackgroundRun& verifi
                                FileContents& contents) {
   const FormFields fields(request.body);
   if (isCancel(fields)) return cancel(verification);
-  std::vector<std::wstring> paths;
-  for (const auto& [name, value] : fields.pairs()) {
-    if (name == "p") paths.push_back(toUtf16(value));
-  }
-  if (paths.empty()) return errorAnswer(400, "niets opgegeven");
+  const std::vector<std::wstring> paths = requestedPaths(fields);
+  if (paths.empty()) return errorAnswer(400, words::kNothingGiven);
   return start(verification, verificationWork(paths, contents));
 }
 

@@ -1,8 +1,8 @@
-// The requests about searches: files, duplicates, and the check before duplicates go.
+// The background searches: files, duplicates, and verifying duplicates before deletion.
 //
-// Each kind has one run at a time. A POST starts it, or with the one field cancel=1 stops the
-// one that is going; any other method answers with its progress or its result. What is handed
-// in must live until the run is over.
+// There is one run of each kind at a time. A POST starts it or, with the single field
+// cancel=1, cancels the current one; any other method returns its progress or result. Every
+// argument passed by reference must outlive the run, except the request.
 #pragma once
 
 #include "http/message.h"
@@ -12,17 +12,17 @@
 
 namespace vorda {
 
-// 400 "needFilter" without an extension, a name or a size of 1 MiB.
+// Answers 400 kNeedFilter unless given an extension, a name or a minimum of 1 MiB.
 HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
                          const ScanSteps& steps);
 HttpResponse finderStatus(const BackgroundRun& finder);
 
-// Among files of "min" bytes and more, 1 MiB when not said.
+// Compares files of at least "min" bytes, 1 MiB by default.
 HttpResponse startDuplicates(const HttpRequest& request, BackgroundRun& duplicates,
                              const JobTable& jobs, const ScanSteps& steps, FileContents& contents);
 HttpResponse duplicatesStatus(const BackgroundRun& duplicates);
 
-// Reads the files of the fields p. 400 "niets opgegeven" without a path.
+// Reads the files named by the fields "p" again; 400 kNothingGiven without one.
 HttpResponse startVerification(const HttpRequest& request, BackgroundRun& verification,
                                FileContents& contents);
 HttpResponse verificationStatus(const BackgroundRun& verification);

@@ -1,4 +1,4 @@
-// The form fields by which a search is asked for.
+// Parses the form fields that describe a search.
 #pragma once
 
 #include "http/form_fields.h"
@@ -8,14 +8,14 @@
 
 namespace vorda {
 
-// The fields "ids", "exts", "names" and "min". defaultMin holds when the field "min" is absent. A number is read as far as its digits
-// go; one that is too large stands for the largest.
+// The fields "ids", "exts", "names" and "min" (bytes; defaultMin when absent). "min" is parsed
+// up to the first non-digit and saturates; an id that is not a positive number is ignored.
 SearchRequest parseSearchRequest(const FormFields& fields, std::uint64_t defaultMin);
 
-// A form with the one field cancel=1.
+// Whether the form consists of the single field cancel=1.
 bool isCancel(const FormFields& fields);
 
-// The same with "sort"; an unknown order is by size. No smallest size when "min" is absent.
+// The same with "sort", which defaults to size. Without "min" there is no minimum.
 FinderRequest parseFinderRequest(const FormFields& fields);
 
 } // namespace vorda

@@ -1,5 +1,6 @@
 #include "api/session_api.h"
 
+#include "api/words.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "json/json_writer.h"
@@ -21,7 +22,7 @@ HttpResponse hello(const AppState& state) {
 }
 
 HttpResponse quit(const AppState& state) {
-  if (state.remote) return errorAnswer(400, "quitRefused");
+  if (state.remote) return errorAnswer(400, words::kQuitRefused);
   state.session.quitSoon();
   return okAnswer();
 }

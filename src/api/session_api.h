@@ -1,4 +1,4 @@
-// The requests about the session between the page and the program.
+// The endpoints about the program itself: page, handshake, quit, elevate, reveal.
 #pragma once
 
 #include "api/app_state.h"

@@ -1,6 +1,7 @@
 #include "api/tree_api.h"
 
-#include "api/jobs_api.h"
+#include "api/request_fields.h"
+#include "api/words.h"
 #include "base/text.h"
 #include "json/json_writer.h"
 #include "tree/file_list.h"
@@ -39,6 +40,19 @@ std::vector<FolderOfType> foldersOf(const std::vector<const FileEntry*>& files) 
   return folders;
 }
 
+HttpResponse describe(const HttpRequest& request, const JobTable& jobs, const char* parameter,
+                      int statusWithoutJob,
+                      std::string (*describePart)(const ScanResult&, std::wstring_view)) {
+  const std::string* part = request.queryValue(parameter);
+  if (part == nullptr || request.queryValue("id") == nullptr) {
+    return errorAnswer(400, words::kNoPath);
+  }
+  const std::shared_ptr<Job> job = finishedJob(jobs, request);
+  if (!job) return errorAnswer(statusWithoutJob, words::kNoJob);
+  const std::lock_guard lock(job->resultMutex);
+  return answer(200, describePart(job->result, toUtf16(*part)));
+}
+
 } // namespace
 
 std::string listScannedFolder(const ScanResult& result, std::wstring_view path) {
@@ -50,7 +64,7 @@ std::string listScannedFolder(const ScanResult& result, std::wstring_view path) 
   if (!found) {
     json.open("dirs", '[');
     json.close(']');
-    json.string("error", "notScanned");
+    json.string("error", words::kNotScanned);
     json.close('}');
     return json.take();
   }
@@ -109,21 +123,11 @@ std::string typeDetail(const ScanResult& result, std::wstring_view type) {
 }
 
 HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs) {
-  const std::string* path = request.queryValue("p");
-  if (path == nullptr || request.queryValue("id") == nullptr) return errorAnswer(400, "nopath");
-  const std::shared_ptr<Job> job = finishedJob(jobs, request);
-  if (!job) return errorAnswer(404, "noJob");
-  const std::lock_guard lock(job->resultMutex);
-  return answer(200, listScannedFolder(job->result, toUtf16(*path)));
+  return describe(request, jobs, "p", 404, listScannedFolder);
 }
 
 HttpResponse scannedType(const HttpRequest& request, const JobTable& jobs) {
-  const std::string* type = request.queryValue("e");
-  if (type == nullptr || request.queryValue("id") == nullptr) return errorAnswer(400, "nopath");
-  const std::shared_ptr<Job> job = finishedJob(jobs, request);
-  if (!job) return errorAnswer(400, "noJob");
-  const std::lock_guard lock(job->resultMutex);
-  return answer(200, typeDetail(job->result, toUtf16(*type)));
+  return describe(request, jobs, "e", 400, typeDetail);
 }
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// The requests about the folders and types of a finished scan.
+// The endpoints about folders and file types of a finished scan.
 #pragma once
 
 #include "http/message.h"
@@ -10,12 +10,12 @@
 
 namespace vorda {
 
-// A scanned folder with its subfolders, largest first; "notScanned" for a path that the
-// scan does not hold. The caller holds the job's lock.
+// A scanned folder and its subfolders, largest first; error kNotScanned for a path that is
+// not in the scan. The caller holds the job's lock.
 std::string listScannedFolder(const ScanResult& result, std::wstring_view path);
 
-// The kept files of one type, and the folders where they pile up. The caller holds the
-// job's lock.
+// The listed files of one type and the folders that contain most of it. The caller holds
+// the job's lock.
 std::string typeDetail(const ScanResult& result, std::wstring_view type);
 
 HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs);

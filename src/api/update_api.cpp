@@ -5,7 +5,7 @@
 
 namespace vorda {
 
-HttpResponse updateDocument(const UpdateSource& source) {
+HttpResponse checkUpdate(const UpdateSource& source) {
   const UpdateAnswer found = source.check();
   JsonWriter json;
   json.open('{');

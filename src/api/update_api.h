@@ -1,4 +1,4 @@
-// The request that checks for an update.
+// The endpoint that checks for an update.
 #pragma once
 
 #include "http/message.h"
@@ -6,7 +6,7 @@
 
 namespace vorda {
 
-// POST /api/update: 200 with what the web site says, 502 with the word of the failure.
-HttpResponse updateDocument(const UpdateSource& source);
+// POST /api/update: 200 with the latest version, or 502 with the failure word of the check.
+HttpResponse checkUpdate(const UpdateSource& source);
 
 } // namespace vorda

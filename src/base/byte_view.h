@@ -1,8 +1,7 @@
-// A bounded look at bytes that somebody else wrote, with little-endian numbers.
+// A bounds-checked view of untrusted bytes, with little-endian integers.
 //
-// Nothing is ever read outside the view: a number that does not lie inside it reads as 0,
-// a part that does not lie inside it is empty. Whether something is there at all is asked
-// with holds().
+// Nothing outside the view is ever read: an integer that does not fit reads as 0 and a part
+// that does not fit is empty. Use holds() to tell these from real data.
 #pragma once
 
 #include <concepts>

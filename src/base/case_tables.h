@@ -1,5 +1,5 @@
-// The case mapping of every UTF-16 unit, asked of the system once per process and
-// constant from then on. Windows and native builds fill it from their own system.
+// The upper and lower case of every UTF-16 code unit, read from the system once per process
+// and constant from then on.
 #pragma once
 
 #include <array>
@@ -14,5 +14,8 @@ struct CaseTables {
 };
 
 const CaseTables& caseTables();
+
+// Fills the tables from the system; one implementation per platform.
+void readCaseTables(CaseTables& tables);
 
 } // namespace vorda

@@ -1,16 +1,16 @@
-// A thread that nobody waits for.
+// A thread that is never joined.
 //
-// Not std::thread's own detaching: in the compiler's thread library for Windows a thread
-// that is detached just as it begins or ends can hand its start to another one, which
-// then runs with a broken argument (seen as a crash under a burst of short scans).
+// std::thread::detach is not used on Windows: in the compiler's thread library, detaching a
+// thread just as it starts or ends can make another thread start with a corrupt argument
+// (seen as a crash under a burst of short scans).
 #pragma once
 
 #include <functional>
 
 namespace vorda {
 
-// Runs the work on a thread of its own. Throws std::system_error when the system has no
-// thread to give; the work is then not done.
+// Runs the work on a new thread. Throws std::system_error, without running it, when the
+// system cannot create one.
 void startDetached(std::function<void()> work);
 
 } // namespace vorda

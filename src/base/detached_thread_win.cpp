@@ -23,7 +23,7 @@ void startDetached(std::function<void()> work) {
   auto held = std::make_unique<std::function<void()>>(std::move(work));
   const std::uintptr_t handle = _beginthreadex(nullptr, 0, runWork, held.get(), 0, nullptr);
   if (handle == 0) throw std::system_error(errno, std::generic_category());
-  held.release(); // NOLINT(bugprone-unused-return-value): the thread owns it now
+  held.release(); // NOLINT(bugprone-unused-return-value): owned by the thread now
   CloseHandle(reinterpret_cast<HANDLE>(handle));
 }
 

@@ -1,4 +1,4 @@
-// Which file of a machine it is, whatever it is called.
+// Identifies a file on this machine independently of its path.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@ namespace vorda {
 
 struct FileIdentity {
   std::uint64_t volume = 0;
-  std::array<std::uint64_t, 2> number{}; // within the volume; some number with 128 bits
+  std::array<std::uint64_t, 2> number{}; // file ID within the volume; up to 128 bits
 
   bool operator==(const FileIdentity&) const = default;
   bool operator<(const FileIdentity& other) const {

@@ -1,15 +1,11 @@
 #include "base/time.h"
 
-#include <ctime>
-
 namespace vorda {
 
-LocalTime localNow() {
-  const std::time_t now = std::time(nullptr);
+std::tm localParts(std::time_t time) {
   std::tm parts{};
-  localtime_r(&now, &parts);
-  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
-          parts.tm_hour,        parts.tm_min,     parts.tm_sec};
+  localtime_r(&time, &parts);
+  return parts;
 }
 
 } // namespace vorda

@@ -8,13 +8,13 @@ namespace {
 
 bool isDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
 
-// Takes the digits off the front, leading zeroes dropped.
+// Removes the digits at the front of the text and returns them without leading zeros.
 std::wstring_view takeNumber(std::wstring_view& text) {
-  std::size_t zeroes = 0;
-  while (zeroes < text.size() && text[zeroes] == L'0') ++zeroes;
-  std::size_t end = zeroes;
+  std::size_t zeros = 0;
+  while (zeros < text.size() && text[zeros] == L'0') ++zeros;
+  std::size_t end = zeros;
   while (end < text.size() && isDigit(text[end])) ++end;
-  const std::wstring_view number = text.substr(zeroes, end - zeroes);
+  const std::wstring_view number = text.substr(zeros, end - zeros);
   text.remove_prefix(end);
   return number;
 }

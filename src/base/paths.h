@@ -1,4 +1,4 @@
-// Windows paths as text: joining, splitting, and the forms handed to the system.
+// Windows paths as text: joining, splitting, and the forms passed to system calls.
 #pragma once
 
 #include <string>
@@ -12,51 +12,50 @@ constexpr bool isSeparator(wchar_t unit) { return unit == L'\\' || unit == L'/';
 // Whether the second character is ":".
 bool isDriveLetterPath(std::wstring_view path);
 
-// The path to hand to the system: one of 240 characters or more gets "\\?\" in front
-// ("\\?\UNC\" in place of the two backslashes of a share); a shorter one, and one that
-// has the prefix already, stays as it is. The path must be absolute to be lengthened.
+// The path for a system call: "\\?\" is prepended from 240 characters on ("\\?\UNC\"
+// replaces the two backslashes of a share). A shorter path, or one that has the prefix
+// already, is returned unchanged. Long paths must be absolute.
 std::wstring systemPath(std::wstring_view path);
 
-// systemPath, but with the prefix at any length: for paths that the system would
-// otherwise read as another one, since it drops trailing dots and blanks of names.
+// systemPath, but prefixed at any length. Without the prefix the system drops trailing dots
+// and spaces from names, and so opens a different file.
 std::wstring literalPath(std::wstring_view path);
 
-// Whether the system would drop characters from the end of this name.
+// Whether the name ends in a dot or space, which the system drops without the prefix.
 bool losesItsEnd(std::wstring_view name);
 
-// Whether a path says by itself which place it means: "X:\\…" or "\\\\…" with backslashes
-// only and no component "." or "..".
+// Whether a path is absolute and normalised: "X:\…" or "\\…", backslashes only, and no
+// component "." or "..". Behind "\\?\" dots are ordinary names.
 bool isPlainAbsolute(std::wstring_view path);
 
-// folder + separator + name, without doubling a separator that folder ends in.
+// folder + separator + name, with no second separator if the folder ends in one.
 std::wstring joinPath(std::wstring_view folder, std::wstring_view name, wchar_t separator = L'\\');
 
-// Appends separator + name to a path in the same way.
+// The same, appending to a path.
 void appendName(std::wstring& path, std::wstring_view name, wchar_t separator);
 
-// The non-empty components of a path, front to back, split at both separators or as
-// said. The views point into path.
+// The non-empty components of a path in order, split at "\" and "/" unless another
+// predicate is given. The views point into path.
 std::vector<std::wstring_view> pathComponents(std::wstring_view path,
                                               bool (*separates)(wchar_t) = isSeparator);
 
-// The last component: what follows the last separator, or the whole path without one.
-// Empty when the path ends in a separator.
+// Everything after the last separator; the whole path if there is none.
 std::wstring_view lastName(std::wstring_view path);
 
-// What lastName leaves: the path up to and including its last separator, or nothing.
+// Everything before lastName, including the separator.
 std::wstring_view folderPart(std::wstring_view path);
 
-// The folder above, or an empty text above a drive, a share or a distribution.
+// The parent folder; empty for the root of a drive, share or WSL distribution.
 std::wstring parentOf(std::wstring_view path);
 
-// A root as it is scanned: without trailing separators, "X:" as "X:\".
+// The canonical spelling of a scan root: no trailing separators, but "X:" becomes "X:\".
 std::wstring normaliseRoot(std::wstring_view root);
 
-// Whether a path lies below a folder at any depth, ignoring case. Both are plain absolute
-// paths with backslashes; the folder itself does not count.
+// Whether a path lies below a folder at any depth, ignoring case; the folder itself does
+// not. Both must be absolute and use backslashes.
 bool liesBelow(std::wstring_view path, std::wstring_view folder);
 
-// Whether a path is one of another machine: those of this one do not begin with a lone "/".
+// Whether a path belongs to a remote Linux host: it begins with a single "/".
 bool isRemotePath(std::wstring_view path);
 
 } // namespace vorda

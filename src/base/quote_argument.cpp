@@ -4,7 +4,7 @@ namespace vorda {
 
 std::wstring quoteArgument(std::wstring_view argument) {
   std::wstring out = L"\"";
-  std::size_t backslashes = 0; // just before the unit looked at
+  std::size_t backslashes = 0; // immediately before this unit
   for (const wchar_t unit : argument) {
     if (unit == L'"') out.append(backslashes + 1, L'\\');
     backslashes = unit == L'\\' ? backslashes + 1 : 0;

@@ -1,4 +1,4 @@
-// Command lines of Windows programs, which are one text.
+// Quoting for Windows command lines, which are a single string.
 #pragma once
 
 #include <string>
@@ -6,9 +6,8 @@
 
 namespace vorda {
 
-// The argument as it must stand on a command line so that the C runtime of the program
-// that is started gives it back unchanged: between quotes, with a backslash before each
-// quote inside and every backslash that stands before a quote doubled.
+// Quotes an argument so that the C runtime of the started program parses it back unchanged:
+// in double quotes, with every inner quote escaped and every backslash before a quote doubled.
 std::wstring quoteArgument(std::wstring_view argument);
 
 } // namespace vorda

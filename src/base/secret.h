@@ -1,7 +1,7 @@
-// Text that must not stay in memory: a password on its way to where it is needed.
+// Text that must not linger in memory, such as a password.
 //
-// What it held is overwritten when it is destroyed, wiped or outgrown. It is moved, never
-// copied behind the caller's back.
+// The content is overwritten on destruction, on wipe() and when the buffer is reallocated.
+// It can be moved but not copied.
 #pragma once
 
 #include <cstddef>
@@ -12,20 +12,20 @@
 
 namespace vorda {
 
-// Overwrites memory in a way that the compiler does not leave out.
+// Overwrites memory with stores that the compiler may not optimise away.
 template <typename Char> void wipeUnits(Char* data, std::size_t count) {
   volatile Char* at = data;
   for (std::size_t i = 0; i < count; ++i) at[i] = Char{};
 }
 
-// Overwrites and empties a string, with what it held before it became shorter.
+// Overwrites and empties a string, including capacity beyond its current size.
 template <typename Char> void wipeText(std::basic_string<Char>& text) {
   text.resize(text.capacity());
   wipeUnits(text.data(), text.size());
   text.clear();
 }
 
-// Appends without leaving the old content in memory that the string outgrew.
+// Appends; when the string has to grow, the old buffer is wiped before it is freed.
 template <typename Char>
 void appendWiping(std::basic_string<Char>& text, std::basic_string_view<Char> more) {
   if (text.capacity() - text.size() < more.size()) {

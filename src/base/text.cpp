@@ -30,8 +30,7 @@ void appendCodePoint(std::string& out, std::uint32_t c) {
   }
 }
 
-// Length of the well-formed UTF-8 sequence at the front of text and its code point;
-// length 0 when there is none.
+// The UTF-8 sequence at the front of a text; length 0 when it is not well-formed.
 struct Decoded {
   std::size_t length;
   std::uint32_t codePoint;

@@ -1,8 +1,9 @@
-// Text: UTF-16 inside, UTF-8 outside, and the ordinal comparisons of Windows names.
+// Conversion between UTF-16 (in memory) and UTF-8 (on the wire and in files), and the
+// ordinal comparison of Windows names.
 //
-// A wstring holds one UTF-16 code unit per element on every platform, also where
-// wchar_t is wider. Names come from file systems and may hold lone surrogates: they
-// are carried along unchanged inside the program and leave it as U+FFFD.
+// A wstring holds one UTF-16 code unit per element on every platform, even where wchar_t is
+// wider. File names may contain lone surrogates: they are kept in memory and become U+FFFD
+// in output.
 #pragma once
 
 #include <string>
@@ -10,30 +11,29 @@
 
 namespace vorda {
 
-// UTF-8 of a UTF-16 text. A lone surrogate becomes U+FFFD, so the result is always
-// well-formed.
+// UTF-16 to UTF-8. A lone surrogate becomes U+FFFD, so the result is always well-formed.
 std::string toUtf8(std::wstring_view text);
 void appendUtf8(std::string& out, std::wstring_view text);
 
-// UTF-16 of a UTF-8 text. Every byte that is not part of a well-formed sequence
-// (overlong, surrogate, beyond U+10FFFF, cut short) becomes one U+FFFD.
+// UTF-8 to UTF-16. Each byte that is not part of a well-formed sequence (overlong,
+// surrogate, above U+10FFFF, truncated) becomes one U+FFFD.
 std::wstring toUtf16(std::string_view text);
 void appendUtf16(std::wstring& out, std::string_view text);
 
 constexpr bool isHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool isLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-// Case mapping of one UTF-16 unit as the system's ordinal comparison and its
-// CharLowerBuff do it: unit by unit, no locale, surrogates unchanged.
+// Case mapping of one UTF-16 unit, as in CompareStringOrdinal and CharLowerBuff:
+// independent of locale, surrogates unchanged.
 wchar_t upperUnit(wchar_t unit);
 wchar_t lowerUnit(wchar_t unit);
 std::wstring lowerCase(std::wstring_view text);
 
-// UTF-8 or other bytes with the letters A to Z in lower case, everything else as it is.
+// Lower-cases A to Z and leaves all other bytes alone.
 std::string lowerAscii(std::string_view text);
 
-// Ordinal comparison ignoring case: negative, zero or positive. Units are compared
-// upper-cased, so texts of different lengths never compare equal.
+// Ordinal comparison ignoring case: negative, zero or positive. Compares upper-cased units,
+// so texts of different lengths are never equal.
 int compareIgnoreCase(std::wstring_view a, std::wstring_view b);
 bool equalsIgnoreCase(std::wstring_view a, std::wstring_view b);
 bool startsWithIgnoreCase(std::wstring_view text, std::wstring_view prefix);

@@ -35,6 +35,12 @@ std::uint64_t nowUnixMs() {
       std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
+LocalTime localNow() {
+  const std::tm parts = localParts(std::time(nullptr));
+  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
+          parts.tm_hour,        parts.tm_min,     parts.tm_sec};
+}
+
 std::string minuteText(const LocalTime& time) {
   char text[64];
   std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", time.year, time.month, time.day,

@@ -1,23 +1,21 @@
-// Points in time: milliseconds since 1970-01-01 00:00 UTC everywhere inside; 0 means
-// that the time is not known.
+// Times are milliseconds since 1970-01-01 00:00 UTC throughout; 0 means unknown.
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 namespace vorda {
 
-// A FILETIME (100 ns units since 1601-01-01 UTC). 0, and times before 1970, give 0.
+// Converts a FILETIME (100 ns units since 1601-01-01 UTC); anything before 1970 gives 0.
 std::uint64_t unixMsFromFileTime(std::uint64_t fileTime);
 
-// "YYYY-MM-DD" (UTC) of a time in milliseconds; empty for an unknown time and for one
-// after the year 3000.
+// "YYYY-MM-DD" in UTC; empty for an unknown time and after the year 3000.
 std::string utcDate(std::uint64_t unixMs);
 
-// Now, in milliseconds since 1970 (UTC).
 std::uint64_t nowUnixMs();
 
-// A wall-clock time of the machine's own time zone.
+// Wall-clock time in the machine's time zone.
 struct LocalTime {
   int year = 0;
   int month = 0;
@@ -29,7 +27,10 @@ struct LocalTime {
 
 LocalTime localNow();
 
-// "YYYY-MM-DD hh:mm", and the same with ":ss".
+// localtime of the C library, in its thread-safe form; one implementation per platform.
+std::tm localParts(std::time_t time);
+
+// "YYYY-MM-DD hh:mm" and "YYYY-MM-DD hh:mm:ss".
 std::string minuteText(const LocalTime& time);
 std::string secondText(const LocalTime& time);
 

@@ -22,12 +22,12 @@ bool matchesWildcard(std::wstring_view pattern, std::wstring_view name) {
   constexpr std::size_t kNone = std::wstring_view::npos;
   std::size_t p = 0;
   std::size_t n = 0;
-  std::size_t afterStar = kNone; // where the pattern goes on behind the last star seen
-  std::size_t starTook = 0;      // the name up to here is what that star has taken
+  std::size_t afterStar = kNone; // pattern position after the last star seen
+  std::size_t starEnd = 0;       // end of what that star has matched so far
   while (n < name.size()) {
     if (p < pattern.size() && pattern[p] == L'*') {
       afterStar = ++p;
-      starTook = n;
+      starEnd = n;
     } else if (p < pattern.size() && pattern[p] == L'?') {
       ++p;
       n += characterLength(name, n);
@@ -35,10 +35,10 @@ bool matchesWildcard(std::wstring_view pattern, std::wstring_view name) {
       ++p;
       ++n;
     } else if (afterStar != kNone) {
-      // Only the last star needs to take more: an earlier one has found its place.
+      // Backtrack to the last star only: extending an earlier one cannot help.
       p = afterStar;
-      starTook += characterLength(name, starTook);
-      n = starTook;
+      starEnd += characterLength(name, starEnd);
+      n = starEnd;
     } else {
       return false;
     }

@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kJoinedPayload = 4'096;
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
-// Bytes that arrived, counted against what the process may hold as long as more are
-// waited for. There may be a password among them, so none is left behind in memory.
+// The receive buffer of one incomplete request, counted against kMaxHeldBytes. It may hold a
+// password, so its memory is wiped.
 class HeldBuffer {
 public:
   HeldBuffer(ByteStream& stream, std::atomic<std::uint64_t>& heldBytes)
@@ -56,8 +56,8 @@ private:
   std::string bytes_;
 };
 
-// Reads up to the end of the head; its length, or nothing when the connection is to be
-// closed.
+// Reads to the end of the head and returns its length, or nothing when the connection has
+// to be closed.
 std::optional<std::size_t> receiveHead(ByteStream& stream, HeldBuffer& buffer) {
   const auto deadline = stream.now() + kHeadWait;
   std::size_t searchedTo = 0;
@@ -71,7 +71,7 @@ std::optional<std::size_t> receiveHead(ByteStream& stream, HeldBuffer& buffer) {
     if (buffer.bytes().size() > kMaxHeadBuffer) return std::nullopt;
     const std::size_t end = buffer.bytes().find(kHeadEnd, searchedTo);
     if (end != std::string::npos) return end;
-    // The mark may have begun in the last three bytes.
+    // The terminator may have begun in the last three bytes.
     searchedTo = buffer.bytes().size() - std::min<std::size_t>(buffer.bytes().size(), 3);
   }
 }
@@ -106,7 +106,7 @@ void serveConnection(ByteStream& stream,
   wipeText(request->body);
   const std::string_view payload = response.payload();
   std::string head = responseHead(response);
-  // A small answer goes out in one piece; a large one is never copied.
+  // A small payload is sent in one piece with the head; a large one is never copied.
   if (payload.size() <= kJoinedPayload) {
     stream.send(head.append(payload));
   } else if (stream.send(head)) {

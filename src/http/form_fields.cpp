@@ -16,7 +16,7 @@ std::optional<unsigned> hexDigit(char c) {
   return std::nullopt;
 }
 
-// Decodes into a string that never outgrows its memory.
+// Decodes with a single allocation, so that no copy of a password is left behind.
 void decodeInto(std::string& out, std::string_view text) {
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {

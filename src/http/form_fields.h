@@ -1,5 +1,5 @@
-// The form-encoded body of a POST: an ordered list of decoded (key, value) pairs. There may
-// be a password among them: each value is decoded in its place and wiped in the end.
+// The form-encoded body of a POST: an ordered list of decoded (key, value) pairs. A value may
+// be a password, so values are never reallocated while decoding and are wiped on destruction.
 #pragma once
 
 #include <string>
@@ -9,21 +9,21 @@
 
 namespace vorda {
 
-// "+" becomes a blank, "%" with two hexadecimal digits that byte; everything else,
-// also a "%" without them, stays. The result is bytes, not necessarily UTF-8.
+// Decodes "+" to a space and "%" with two hexadecimal digits to that byte; any other "%" is
+// kept. The result is not necessarily valid UTF-8.
 std::string decodeFormText(std::string_view text);
 
 class FormFields {
 public:
   FormFields() = default;
-  // Splits at every "&", each piece at its first "="; a piece without one is a key with
-  // an empty value.
+  // Splits at every "&", then at the first "="; without "=" the piece is a key with an
+  // empty value.
   explicit FormFields(std::string_view body);
   FormFields(const FormFields&) = delete;
   FormFields& operator=(const FormFields&) = delete;
   ~FormFields();
 
-  // The value of the first pair with this key; empty when there is none.
+  // The value of the first pair with this key, or an empty text.
   std::string_view get(std::string_view key) const;
 
   bool has(std::string_view key) const;

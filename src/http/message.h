@@ -1,4 +1,4 @@
-// What a request asks and what it is answered, as values; no sockets.
+// HTTP requests and responses as values.
 #pragma once
 
 #include <memory>
@@ -15,10 +15,10 @@ struct HttpRequest {
   std::string method; // as sent
   std::string path;   // the target up to the first "?", not percent-decoded
   std::string body;
-  TextMap query;   // keys and values decoded; of two equal keys the last
-  TextMap headers; // names in lower case; of two equal names the last
+  TextMap query;   // decoded; the last of equal keys wins
+  TextMap headers; // names in lower case; the last of equal names wins
 
-  // The value of a query parameter or header, or nothing when it is absent.
+  // The value of a query parameter or header, or null when absent.
   const std::string* queryValue(const std::string& key) const { return find(query, key); }
   const std::string* header(const std::string& name) const { return find(headers, name); }
 
@@ -34,7 +34,7 @@ inline constexpr const char* kJsonType = "application/json; charset=utf-8";
 struct HttpResponse {
   int status = 200;
   std::string contentType = kJsonType;
-  // The payload. Shared, so that many readers of one large document hold it once.
+  // Shared, so that concurrent responses with the same large document do not copy it.
   std::shared_ptr<const std::string> body;
 
   std::string_view payload() const { return body ? std::string_view(*body) : std::string_view(); }
@@ -44,7 +44,7 @@ inline HttpResponse answer(int status, std::string body, std::string contentType
   return {status, std::move(contentType), std::make_shared<const std::string>(std::move(body))};
 }
 
-// {"error":word}; the word is a constant of the program and is not escaped.
+// {"error":word}; the word is a program constant and is not escaped.
 inline HttpResponse errorAnswer(int status, std::string_view word) {
   return answer(status, "{\"error\":\"" + std::string(word) + "\"}");
 }

@@ -11,9 +11,9 @@ namespace vorda {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kSpaces = " \t";
 
-// Takes the text up to the next line end off the front.
+// Removes the first line from the text and returns it without its line end.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = text.find(kLineEnd);
   const std::string_view line = text.substr(0, end);
@@ -21,8 +21,8 @@ std::string_view takeLine(std::string_view& text) {
   return line;
 }
 
-// An unsigned number as strtoull reads it: leading white space and a sign, digits up to
-// the first other character, the largest value when there are too many of them.
+// Parses like strtoull: skips leading white space, accepts a sign, stops at the first
+// non-digit, and saturates on overflow.
 std::uint64_t readLength(std::string_view text) {
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   std::size_t at = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
@@ -59,18 +59,18 @@ void parseTarget(std::string_view target, HttpRequest& request) {
 
 std::optional<ParsedHead> parseHead(std::string_view head) {
   const std::string_view requestLine = takeLine(head);
-  const std::size_t blank = requestLine.find(' ');
-  if (blank == std::string_view::npos) return std::nullopt;
+  const std::size_t space = requestLine.find(' ');
+  if (space == std::string_view::npos) return std::nullopt;
   ParsedHead parsed;
-  parsed.request.method = requestLine.substr(0, blank);
-  const std::string_view rest = requestLine.substr(blank + 1);
+  parsed.request.method = requestLine.substr(0, space);
+  const std::string_view rest = requestLine.substr(space + 1);
   parseTarget(rest.substr(0, rest.find(' ')), parsed.request);
   while (!head.empty()) {
     const std::string_view line = takeLine(head);
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) continue;
     std::string_view value = line.substr(colon + 1);
-    value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
+    value.remove_prefix(std::min(value.find_first_not_of(kSpaces), value.size()));
     std::string name = lowerAscii(line.substr(0, colon));
     if (name == "content-length") parsed.contentLength = readLength(value);
     parsed.request.headers.insert_or_assign(std::move(name), std::string(value));

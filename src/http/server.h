@@ -1,8 +1,8 @@
-// The local HTTP server: one request per connection, every answer closes it.
+// The local HTTP server: one request per connection.
 //
-// Threads take turns at accepting: the one that gets a connection serves it itself, after
-// seeing to it that another one waits at the door. So a request costs no hand-over and
-// seldom a new thread, and silent connections hold up nobody but their own thread.
+// A pool of threads calls accept; each thread serves the connection it accepted, after
+// making sure that enough other threads are waiting in accept. A request therefore needs no
+// hand-over between threads, and an idle connection blocks only its own thread.
 #pragma once
 
 #include "http/message.h"
@@ -16,32 +16,31 @@ namespace vorda {
 
 using RequestHandler = std::function<HttpResponse(const HttpRequest&)>;
 
-// A socket as a number; the platform's invalid socket is kNoSocket.
+// A socket handle; kNoSocket is the invalid one.
 using SocketNumber = std::uintptr_t;
 inline constexpr SocketNumber kNoSocket = ~SocketNumber{0};
 
-// One per process. It is shared with threads that nobody waits for, so it must live until
-// the process ends.
+// One per process. Detached threads use it, so it must live until the process ends.
 struct ServerState {
   std::atomic<bool> running{false};
   std::atomic<SocketNumber> listenSocket{kNoSocket};
   std::atomic<std::uint32_t> actualPort{0};
-  std::atomic<unsigned> threads{0};        // that accept and serve
-  std::atomic<unsigned> idle{0};           // of these, the ones that wait for a connection
+  std::atomic<unsigned> threads{0};        // in the pool
+  std::atomic<unsigned> idle{0};           // of these, waiting for a connection
   std::atomic<bool> starting{false};       // a thread is starting others
-  std::atomic<std::uint64_t> heldBytes{0}; // in buffers that wait for more bytes
+  std::atomic<std::uint64_t> heldBytes{0}; // buffered for incomplete requests
   RequestHandler handler;                  // set before the server starts
 };
 
-// Listens on the port (0: the system chooses) of the loopback address, or of all IPv4
-// addresses with network set, and starts to accept. False with the reason as a text for
-// people: "could not start winsock", "could not create socket", "port N is in use",
-// "could not listen".
+// Starts accepting connections on a port (0: the system chooses) of the loopback address, or
+// of all IPv4 addresses if network is set. On failure returns false and a message for the
+// user: "could not start winsock", "could not create socket", "port N is in use" or "could
+// not listen".
 bool startServer(ServerState& server, std::uint16_t port, bool network, std::wstring& reason);
 
-// Ends accepting: clears running and closes the listening socket, exactly once however
-// many callers there are, and waits up to a second until the port is given back.
-// Connections that are being served finish by themselves.
+// Stops accepting: clears running, closes the listening socket and waits up to a second for
+// the port to be released. May be called more than once and from several threads. Open
+// connections finish on their own.
 void stopServer(ServerState& server);
 
 } // namespace vorda

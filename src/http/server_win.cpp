@@ -20,15 +20,14 @@ constexpr int kBacklog = 32;
 constexpr DWORD kSendTimeoutMs = 120'000;
 constexpr std::size_t kSendPiece = 1'048'576;
 constexpr std::size_t kBufferedSend = 8'192;
-// More threads than this at once can bring a process down; further connections wait in
-// the system's queue.
+// Further connections wait in the listen queue; many more threads could exhaust the process.
 constexpr unsigned kMaxThreads = 2'048;
-// Threads that wait for the next connections: enough for a burst, no more than that.
+// How many threads wait for connections: enough to absorb a burst.
 constexpr unsigned kMinIdle = 8;
 constexpr unsigned kMaxIdle = 24;
 constexpr unsigned kThreadStack = 262'144;
 constexpr int kDiscardPieces = 256;
-constexpr DWORD kPauseMs = 20; // after a failed accept, and between looks
+constexpr DWORD kPauseMs = 20; // after a failed accept, and between polls
 constexpr DWORD kStopWaitMs = 1'000;
 
 static_assert(kNoSocket == static_cast<SocketNumber>(INVALID_SOCKET));
@@ -54,7 +53,7 @@ public:
   }
 
   bool send(std::string_view bytes) override {
-    // What the system's buffer takes at once waits for nobody.
+    // A small response fits into the socket's send buffer and cannot block.
     if (bytes.size() > kBufferedSend) setTimeout(SO_SNDTIMEO, kSendTimeoutMs);
     while (!bytes.empty()) {
       const auto piece = static_cast<int>(std::min(bytes.size(), kSendPiece));
@@ -71,8 +70,8 @@ private:
                sizeof timeoutMs);
   }
 
-  // Closing with unread bytes would reset the connection and could take the answer away
-  // from under the other side.
+  // Closing a socket with unread bytes resets the connection, and the client might lose the
+  // response.
   void discardUnread() {
     char bytes[4096];
     u_long waiting = 0;
@@ -94,7 +93,7 @@ struct Thread {
 
 bool startThread(ServerState& server, SOCKET listener);
 
-// One thread at a time sees to it that enough others wait; the rest serve meanwhile.
+// Starts threads until enough are idle. Only one thread at a time does this.
 void keepThreadsWaiting(ServerState& server, SOCKET listener) {
   if (server.idle.load() >= kMinIdle || server.starting.exchange(true)) return;
   while (server.running && server.idle.load() < kMinIdle && server.threads.load() < kMaxThreads) {
@@ -108,8 +107,7 @@ void serve(ServerState& server, SOCKET socket) {
   serveConnection(stream, server.handler, server.heldBytes);
 }
 
-// Ends when this socket is no longer the one that the server listens on, also when the
-// server has been started anew on another meanwhile.
+// Runs until the server stops listening on this socket; it may have been restarted on another.
 void acceptAndServe(ServerState& server, SOCKET listener) {
   const auto current = [&server, listener] {
     return server.running.load() && server.listenSocket.load() == listener;
@@ -117,7 +115,7 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
   while (current()) {
     const SOCKET socket = accept(listener, nullptr, nullptr);
     if (socket == INVALID_SOCKET) {
-      if (current()) Sleep(kPauseMs); // nothing to accept with just now
+      if (current()) Sleep(kPauseMs); // out of resources; try again later
       continue;
     }
     --server.idle;
@@ -135,11 +133,11 @@ unsigned __stdcall serverThread(void* argument) {
   return 0;
 }
 
-// A machine that has no room for another thread now goes on with those it has.
+// False when the system cannot create a thread; the server then goes on with those it has.
 bool startThread(ServerState& server, SOCKET listener) {
   auto thread = std::make_unique<Thread>(Thread{server, listener});
   ++server.threads;
-  ++server.idle; // as soon as it has been started, so that nobody starts one too many
+  ++server.idle; // counted before it runs, so that no other thread is started in its place
   const std::uintptr_t handle = _beginthreadex(nullptr, kThreadStack, serverThread, thread.get(),
                                                STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (handle == 0) {
@@ -147,7 +145,7 @@ bool startThread(ServerState& server, SOCKET listener) {
     --server.idle;
     return false;
   }
-  thread.release(); // NOLINT(bugprone-unused-return-value): the thread owns it now
+  thread.release(); // NOLINT(bugprone-unused-return-value): owned by the thread now
   CloseHandle(reinterpret_cast<HANDLE>(handle));
   return true;
 }
@@ -203,7 +201,7 @@ void stopServer(ServerState& server) {
   const SocketNumber socket = server.listenSocket.exchange(kNoSocket);
   if (socket == kNoSocket) return;
   closesocket(static_cast<SOCKET>(socket));
-  // The system gives the port back when the last thread has left its accept.
+  // The port is released when the last thread has returned from accept.
   for (DWORD waited = 0; server.idle.load() > 0 && waited < kStopWaitMs; waited += kPauseMs) {
     Sleep(kPauseMs);
   }

@@ -1,8 +1,8 @@
-// Streaming JSON writer: appends UTF-8 to a byte string, no document tree, no blanks.
+// Streaming JSON writer: appends compact UTF-8 to a string; there is no document tree.
 //
-// Whether a comma is due is read off the last byte written, never off a stack of open
-// containers; so a prepared fragment put in with raw() is followed by a comma like any
-// other value. Keys are constants of the program and are not escaped.
+// Whether a comma is needed follows from the last byte written, not from a stack of open
+// containers, so values after a raw() fragment are separated correctly. Keys are program
+// constants and are not escaped.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ public:
   void close(char bracket); // '}' or ']'
   void key(std::string_view name);
 
-  // Bytes that are not UTF-8 pass through; a UTF-16 text is converted first.
+  // Bytes are escaped but not validated as UTF-8; UTF-16 is converted first.
   void string(std::string_view text);
   void string(std::wstring_view text);
   void number(std::uint64_t value);
@@ -31,10 +31,10 @@ public:
   void number(std::string_view name, std::uint64_t value);
   void boolean(std::string_view name, bool value);
 
-  // The key "seconds" and a number with four significant digits.
+  // The key "seconds" with a number of four significant digits.
   void seconds(double value);
 
-  // A prepared fragment, as it stands and without a comma before it.
+  // Prepared JSON, appended unchanged and without a leading comma.
   void raw(std::string_view fragment);
 
   const std::string& text() const { return out_; }
@@ -44,7 +44,7 @@ private:
   void comma();
 
   std::string out_;
-  bool noComma_ = false; // just behind an opening bracket or a key
+  bool noComma_ = false; // just after an opening bracket or a key
 };
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// Byte counts as people read them.
+// Byte counts formatted for display.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace vorda {
 
-// "1023 B", "2 KB", "3 MB", "1,5 GB", "1,25 TB": binary units, decimal comma.
+// "1023 B", "2 KB", "3 MB", "1,5 GB", "1,25 TB": powers of 1024, with a decimal comma.
 std::string formatSize(std::uint64_t bytes);
 
 } // namespace vorda

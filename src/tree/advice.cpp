@@ -155,7 +155,7 @@ void Adviser::recycleBin() {
 
 void Adviser::tempFiles() {
   Finding finding;
-  finding.code = "tempfiles";
+  finding.code = kTempFilesAdvice;
   finding.level = "warning";
   for (const std::uint32_t index : temps_) {
     finding.bytes += folders_[index].totalBytes;
@@ -173,7 +173,7 @@ void Adviser::updates() {
     return folders_[i].totalBytes > kUpdatesOver;
   });
   if (first == updates_.end()) return;
-  Finding finding = folderFinding("updates", "warning", *first);
+  Finding finding = folderFinding(kUpdatesAdvice, "warning", *first);
   finding.items.push_back(folderItem(*first));
   findings_.push_back(std::move(finding));
 }

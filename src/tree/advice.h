@@ -10,6 +10,10 @@
 
 namespace vorda {
 
+// Codes of the findings whose folders can be emptied on request.
+inline constexpr const char* kTempFilesAdvice = "tempfiles";
+inline constexpr const char* kUpdatesAdvice = "updates";
+
 struct FindingItem {
   std::wstring path;
   std::uint64_t bytes = 0;

@@ -24,19 +24,20 @@ class Words(unittest.TestCase):
         self.assertEqual([word for word in sorted(found) if not has_text(word)], [])
 
     def test_findings_have_texts(self):
-        codes = set(re.findall(r'(?:code = |folderFinding\()"(\w+)"', read("src/tree/advice.cpp")))
+        codes = set(re.findall(r'(?:code = |folderFinding\(|Advice = )"(\w+)"',
+                               read("src/tree/advice.h", "src/tree/advice.cpp")))
         self.expect(codes, 10, lambda code: {f"a_{code}", f"a_{code}_what"} <= self.texts)
 
     def test_failure_words_have_texts(self):
         page = read("src/page/core/failure_texts.ts")
-        words = set(re.findall(r'errorAnswer\(\d+, "([^"]+)"', read(*sources("api"))))
+        words = set(re.findall(r' = "([^"]+)";', read("src/api/words.h")))
         words |= set(re.findall(r'"((?:mft|ssh)[A-Z]\w+)"', read(*sources("scan"))))
         quoted = {word for word in words if re.search(rf"(?<!\w)'?{re.escape(word)}'?(: '|')", page)}
         # Some of these words are not failures but name what a scan is doing.
         self.expect(words, 25, lambda word: word in quoted or f"s_{word}" in self.texts)
 
     def test_routes_are_documented(self):
-        table = set(re.findall(r'\{"(/api/\w+)", "(\w*)"', read("src/api/gate.cpp")))
+        table = set(re.findall(r'\{"(/api/\w+)", "(\w*)"', read("src/api/routes.cpp")))
         documented = set(re.findall(r"^\| `(?:(?:GET|POST) )?(/api/\w+)`", read("docs/api/API.md"),
                                     re.MULTILINE))
         self.expect({path for path, _ in table}, 20, documented.__contains__)

@@ -1,4 +1,5 @@
-#include "api/listing_api.h"
+#include "api/routes.h"
+#include "base/paths.h"
 #include "base/natural_order.h"
 #include "support/app.h"
 

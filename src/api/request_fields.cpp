@@ -1,0 +1,51 @@
+#include "api/request_fields.h"
+
+#include "base/text.h"
+
+#include <charconv>
+
+namespace vorda {
+
+namespace {
+
+std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number) {
+  int id = 0;
+  const char* end = number.data() + number.size();
+  const auto parsed = std::from_chars(number.data(), end, id);
+  return parsed.ec == std::errc() && parsed.ptr == end ? jobs.find(id) : nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<FormFields> completeForm(const HttpRequest& request) {
+  const std::string* announced = request.header("content-length");
+  if (announced != nullptr && *announced != std::to_string(request.body.size())) return nullptr;
+  return std::make_unique<FormFields>(request.body);
+}
+
+std::vector<std::wstring> requestedPaths(const FormFields& fields) {
+  std::vector<std::wstring> paths;
+  for (const auto& [key, value] : fields.pairs()) {
+    if (key == "p") paths.push_back(toUtf16(value));
+  }
+  return paths;
+}
+
+std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
+  const std::string* number = request.queryValue("id");
+  return number == nullptr ? nullptr : jobOfNumber(jobs, *number);
+}
+
+std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request) {
+  std::shared_ptr<Job> job = requestedJob(jobs, request);
+  return job && job->done ? job : nullptr;
+}
+
+std::shared_ptr<Job> usableJob(const JobTable& jobs, const FormFields& fields) {
+  std::shared_ptr<Job> job = jobOfNumber(jobs, fields.get("job"));
+  return job && isUsable(*job) ? job : nullptr;
+}
+
+bool isUsable(const Job& job) { return job.resultReady && job.progress.texts().error.empty(); }
+
+} // namespace vorda

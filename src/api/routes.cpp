@@ -1,0 +1,69 @@
+#include "api/routes.h"
+
+#include "api/cleanup_api.h"
+#include "api/delete_api.h"
+#include "api/export_api.h"
+#include "api/jobs_api.h"
+#include "api/listing_api.h"
+#include "api/search_api.h"
+#include "api/session_api.h"
+#include "api/tree_api.h"
+#include "api/update_api.h"
+
+namespace vorda {
+
+const std::vector<Route>& routes() {
+  using State = AppState;
+  using Request = HttpRequest;
+  static const std::vector<Route> table = {
+      {"/api/hello", "", [](State& s, const Request&) { return hello(s); }},
+      {"/api/targets", "",
+       [](State& s, const Request&) { return answer(200, targetsDocument(s.targets())); }},
+      {"/api/browse", "",
+       [](State& s, const Request& r) { return browseFolders(r, *s.folders, s.targets); }},
+      {"/api/jobs", "", [](State& s, const Request&) { return listJobs(s.jobs); }},
+      {"/api/files", "", [](State& s, const Request& r) { return browseFiles(r, *s.folders); }},
+      {"/api/dirs", "", [](State& s, const Request& r) { return scannedFolder(r, s.jobs); }},
+      {"/api/scan", "POST",
+       [](State& s, const Request& r) { return startScan(r, s.jobs, s.steps); }},
+      {"/api/ext", "", [](State& s, const Request& r) { return scannedType(r, s.jobs); }},
+      {"/api/export", "", [](State& s, const Request& r) { return exportCsv(r, s.jobs); }},
+      {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
+      {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
+      {"/api/forget", "",
+       [](State& s, const Request& r) {
+         return forgetJob(r, s.jobs, [&s](int id) {
+           s.finder.forget(id);
+           s.duplicates.forget(id);
+         });
+       }},
+      {"/api/emptybin", "POST",
+       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
+      {"/api/dupsacross", "POST",
+       [](State& s, const Request& r) {
+         return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents);
+       }},
+      {"/api/dupsacross", "",
+       [](State& s, const Request&) { return duplicatesStatus(s.duplicates); }},
+      {"/api/findfiles", "POST",
+       [](State& s, const Request& r) { return startFinder(r, s.finder, s.jobs, s.steps); }},
+      {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
+      {"/api/verifydups", "POST",
+       [](State& s, const Request& r) {
+         return startVerification(r, s.verification, *s.contents);
+       }},
+      {"/api/verifydups", "",
+       [](State& s, const Request&) { return verificationStatus(s.verification); }},
+      {"/api/cleanup", "POST",
+       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/delete", "POST",
+       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/update", "POST", [](State& s, const Request&) { return checkUpdate(s.update); }},
+      {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
+      {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
+      {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},
+  };
+  return table;
+}
+
+} // namespace vorda
