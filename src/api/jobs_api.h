@@ -20,7 +20,7 @@ std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& reque
 // The same, but only once it is done.
 std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request);
 
-// Makes a job of the form fields path, kind, label and, for the kind "ssh", password, and
+// Makes a job of the form fields path, kind, label and, for kSshKind, password, and
 // starts it on a thread of its own. steps must live as long as any job.
 HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps);
 
