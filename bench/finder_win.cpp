@@ -66,7 +66,7 @@ private:
 
 struct Finder {
   explicit Finder(FolderSource& source) {
-    steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "notlocal"}; };
+    steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, kNotLocal}; };
     steps.walk = [&source](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
       return walk(source, progress, options, result);
     };

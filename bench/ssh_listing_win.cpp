@@ -38,9 +38,9 @@ private:
 };
 
 void measure(const wchar_t* root, const wchar_t* name, std::uint64_t keptFrom) {
-  const SshStart start = [name](const std::wstring&, const Secret&, std::string& failure) {
+  const SshStart start = [name](const std::wstring&, const Secret&, std::string_view& failure) {
     std::FILE* file = _wfopen(name, L"rb");
-    failure = "sshMissing";
+    failure = kSshMissing;
     return file == nullptr ? nullptr : std::make_unique<FileAsSsh>(file);
   };
   ScanOptions options;

@@ -119,7 +119,7 @@ ScanSteps steps(const OpenVolume& open) {
 void scanWhole(Job& job, wchar_t letter, const ScanSteps& with) {
   job.target = std::wstring(1, letter) + L":\\";
   runJob(job, with);
-  if (job.progress.texts().method != "mft" || !job.document) {
+  if (job.progress.texts().method != ScanMethod::turbo || !job.document) {
     std::fprintf(stderr, "not read: %s\n", job.progress.texts().noTurbo.c_str());
     std::exit(1);
   }

@@ -98,7 +98,7 @@ HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& 
 
 HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders) {
   std::vector<std::shared_ptr<Job>> touched = jobs.all();
-  std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->kind == "ssh"; });
+  std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->overSsh(); });
   // Locked in order of job number, so that two of these requests cannot deadlock.
   std::vector<std::unique_lock<std::mutex>> locks;
   for (const auto& job : touched) locks.emplace_back(job->fileOperation);

@@ -30,10 +30,10 @@ void writeJob(JsonWriter& json, const Job& job) {
   json.number("dirs", job.progress.dirs);
   json.number("phase", static_cast<std::uint64_t>(job.progress.phase));
   json.seconds(job.progress.seconds);
-  json.string("status", texts.status);
+  json.string("status", wordOf(texts.status));
   json.string("current", texts.current);
   json.string("error", texts.error);
-  json.string("method", texts.method);
+  json.string("method", wordOf(texts.method));
   json.string("noTurbo", texts.noTurbo);
   json.close('}');
 }
@@ -46,10 +46,10 @@ HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSte
   if (path.empty()) return errorAnswer(400, words::kNoScanPath);
   const auto job = std::make_shared<Job>();
   job->target = toUtf16(path);
-  job->kind = fields.has("kind") ? fields.get("kind") : "map";
+  job->kind = fields.has("kind") ? fields.get("kind") : kDefaultKind;
   const std::string_view label = fields.get("label");
   job->label = label.empty() ? job->target : toUtf16(label);
-  if (job->kind == "ssh") job->password = Secret(fields.get("password"));
+  if (job->overSsh()) job->password = Secret(fields.get("password"));
   jobs.add(job);
   try {
     startDetached([job, &steps] { runJob(*job, steps); });

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "base/time.h"
 #include "json/json_writer.h"
+#include "scan/words.h"
 
 #include <algorithm>
 #include <vector>
@@ -69,7 +70,7 @@ std::string folderDocument(const std::wstring& path, const std::vector<ListedFol
     json.close('}');
   }
   json.close(']');
-  if (failed) json.string("error", words::kNoSuchFolder);
+  if (failed) json.string("error", kNoSuchDir);
   json.close('}');
   return json.take();
 }
@@ -140,7 +141,7 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   json.close(']');
   json.number("total", total);
   json.number("dirs", folders);
-  if (!listed) json.string("error", words::kNoSuchFolder);
+  if (!listed) json.string("error", kNoSuchDir);
   json.close('}');
   return answer(200, json.take());
 }

@@ -28,7 +28,6 @@ inline constexpr std::string_view kUnknownJob = "opdracht onbekend";
 inline constexpr std::string_view kNotReady = "nog niet klaar";
 
 // Folders
-inline constexpr std::string_view kNoSuchFolder = "noSuchDir";
 inline constexpr std::string_view kNotScanned = "notScanned";
 
 // Actions

@@ -18,8 +18,9 @@ std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   auto job = std::make_unique<Job>();
   job->id = 1;
   job->target = request.target;
-  job->kind = classifyTarget(request.target);
-  if (job->kind == "drive" && request.target.size() == 2) job->target.push_back(L'\\');
+  const TargetClass target = classifyTarget(request.target);
+  job->kind = wordOf(target);
+  if (target == TargetClass::drive && request.target.size() == 2) job->target.push_back(L'\\');
   job->label = job->target;
   job->extensions = parseExtensions(request.ext);
   job->namePatterns = parseNamePatterns(request.find);
@@ -34,14 +35,14 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
   char duration[64];
   std::snprintf(duration, sizeof duration, "%.1f", result.seconds);
   std::string line = "Vorda: " + toUtf8(job.target) + "  " + std::to_string(result.fileCount) +
-                     " files  " + summarySize(total) + "  " + duration + " s  (" + texts.method +
-                     ")";
+                     " files  " + summarySize(total) + "  " + duration + " s  (" +
+                     std::string(wordOf(texts.method)) + ")";
   if (result.unreadableFolders > 0) {
     line += "  " + std::to_string(result.unreadableFolders) + " folders could not be read";
   }
-  if (job.kind == "drive" && !texts.noTurbo.empty()) {
-    line += texts.noTurbo == "noadmin" ? "  turbo mode needs administrator rights"
-                                       : "  turbo mode unavailable: " + texts.noTurbo;
+  if (classifyTarget(job.target) == TargetClass::drive && !texts.noTurbo.empty()) {
+    line += texts.noTurbo == kNoAdmin ? "  turbo mode needs administrator rights"
+                                      : "  turbo mode unavailable: " + texts.noTurbo;
   }
   return line + "\n  -> " + toUtf8(request.outFile) + "\n";
 }

@@ -23,10 +23,10 @@ void writeMeta(JsonWriter& json, const Job& job) {
                       [](std::uint64_t sum, const FileEntry& file) { return sum + file.size; });
   json.open("meta", '{');
   json.string("path", job.target);
-  json.string("method", job.progress.texts().method);
+  json.string("method", wordOf(job.progress.texts().method));
   json.string("host", job.origin);
   // "host:/path" names no account, and only the one who asked knows that it is a host.
-  json.string("kind", job.kind == "ssh" ? job.kind : classifyTarget(job.target));
+  json.string("kind", wordOf(job.overSsh() ? TargetClass::ssh : classifyTarget(job.target)));
   json.seconds(result.seconds);
   json.number("files", result.fileCount);
   json.number("dirs", result.folderCount);

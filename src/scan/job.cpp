@@ -6,7 +6,7 @@ namespace vorda {
 
 namespace {
 
-bool run(const ScanMethod& method, ScanProgress& progress, const ScanOptions& options,
+bool run(const LocalScan& method, ScanProgress& progress, const ScanOptions& options,
          ScanResult& result) {
   return method && method(progress, options, result);
 }
@@ -25,7 +25,7 @@ bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
 // Scans, sums and builds the document; false when the scan failed.
 bool scanAndFinish(Job& job, const ScanSteps& steps) {
   const ScanOptions options = optionsOf(job);
-  const bool ssh = job.kind == "ssh";
+  const bool ssh = job.overSsh();
   if (!(ssh ? scanSsh(job, steps, options) : readLocal(steps, job.progress, options, job.result))) {
     return false;
   }
@@ -52,18 +52,18 @@ bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions
                ScanResult& result) {
   const TurboVerdict verdict = steps.turboAllowed(options.root);
   if (verdict.allowed) {
-    progress.setStatus("turbo");
+    progress.setStatus(ScanStatus::turbo);
     if (run(steps.turbo, progress, options, result)) return true;
     result = ScanResult{};
     progress.edit([](ProgressTexts& texts) {
-      texts.noTurbo = texts.failure.empty() ? "mftOpenFailed" : texts.failure;
+      texts.noTurbo = texts.failure.empty() ? kMftOpenFailed : texts.failure;
       texts.failure.clear();
-      texts.status = "fallback";
+      texts.status = ScanStatus::fallback;
     });
   } else {
     progress.edit([&verdict](ProgressTexts& texts) {
       texts.noTurbo = verdict.reason;
-      texts.status = "walk";
+      texts.status = ScanStatus::walk;
     });
   }
   return run(steps.walk, progress, options, result);
@@ -79,7 +79,7 @@ void runJob(Job& job, const ScanSteps& steps) {
   }
   if (!finished) {
     job.progress.edit([](ProgressTexts& texts) {
-      texts.error = texts.failure.empty() ? "scanFailed" : texts.failure;
+      texts.error = texts.failure.empty() ? kScanFailed : texts.failure;
     });
   }
   job.progress.phase = kPhaseFinished;

@@ -10,6 +10,7 @@
 #include "scan/progress.h"
 #include "scan/scan_result.h"
 #include "scan/targets.h"
+#include "scan/words.h"
 
 #include <atomic>
 #include <functional>
@@ -23,11 +24,11 @@ namespace vorda {
 struct Job {
   int id = 0;
   std::wstring target;
-  std::string kind; // as asked for; "map" when nothing was said
+  std::string kind; // as asked for; kDefaultKind when nothing was said
   std::wstring label;
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
-  Secret password; // for the kind "ssh"; empty once the scan has begun
+  Secret password; // for kSshKind; empty once the scan has begun
 
   ScanProgress progress;
   std::atomic<bool> done{false};
@@ -45,19 +46,21 @@ struct Job {
   std::uint64_t binned = 0; // bytes moved to the recycle bin since the scan
   // The result document as it was last built; readers share it without copying.
   std::shared_ptr<const std::string> document;
+
+  bool overSsh() const { return kind == kSshKind; }
 };
 
-using ScanMethod = std::function<bool(ScanProgress&, const ScanOptions&, ScanResult&)>;
-using SshMethod =
+using LocalScan = std::function<bool(ScanProgress&, const ScanOptions&, ScanResult&)>;
+using SshScan =
     std::function<bool(ScanProgress&, const ScanOptions&, Secret password, ScanResult&, SshFacts&)>;
 
 // What a job's thread calls, put together by the entry point. A method that is not there
 // counts as one that failed.
 struct ScanSteps {
   std::function<TurboVerdict(const std::wstring&)> turboAllowed;
-  ScanMethod turbo;
-  ScanMethod walk;
-  SshMethod ssh;
+  LocalScan turbo;
+  LocalScan walk;
+  SshScan ssh;
   std::function<DriveFigures(const std::wstring&)> driveFigures;
   std::function<void(Job&)> finish; // sums the tree and builds the result document
 };
@@ -72,7 +75,7 @@ bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions
 
 // Runs the whole job on the calling thread: chooses the method, falls back from turbo to
 // the walk, and marks the job done in every case. A failed job has its word in
-// progress.texts().error: the method's own, or "scanFailed".
+// progress.texts().error: the method's own, or kScanFailed.
 void runJob(Job& job, const ScanSteps& steps);
 
 } // namespace vorda

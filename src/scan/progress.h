@@ -4,6 +4,8 @@
 // reader never waits for the scan's work.
 #pragma once
 
+#include "scan/words.h"
+
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -17,12 +19,12 @@ inline constexpr int kPhaseSumming = 2;
 inline constexpr int kPhaseFinished = 3;
 
 struct ProgressTexts {
-  std::string status;   // the step that runs: "reading", "merging", "summing", …
+  ScanStatus status = ScanStatus::none;
   std::wstring current; // the folder last finished
-  std::string method;   // "walk", "mft" or "ssh"
-  std::string noTurbo;  // why turbo was not used; empty when it was
-  std::string failure;  // the word a scan method left when it gave up
-  std::string error;    // the word the whole job failed with
+  ScanMethod method = ScanMethod::none;
+  std::string noTurbo; // why turbo was not used; empty when it was
+  std::string failure; // the word a scan method left when it gave up
+  std::string error;   // the word the whole job failed with
 };
 
 class ScanProgress {
@@ -40,8 +42,8 @@ public:
     change(texts_);
   }
 
-  void setStatus(std::string_view word) {
-    edit([word](ProgressTexts& texts) { texts.status = word; });
+  void setStatus(ScanStatus status) {
+    edit([status](ProgressTexts& texts) { texts.status = status; });
   }
 
   ProgressTexts texts() const {

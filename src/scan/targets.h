@@ -1,6 +1,7 @@
-// What a scan target is, judged from its text alone, and what a failed scan is called in
-// words for people.
+// What a scan target is, judged from its text alone, and what the system says of it.
 #pragma once
+
+#include "scan/words.h"
 
 #include <cstdint>
 #include <string>
@@ -8,24 +9,19 @@
 
 namespace vorda {
 
-// "ssh", "wsl", "unc", "drive" or "folder".
-std::string classifyTarget(std::wstring_view target);
-
-// The sentence for a scan's failure word; a word without one stands for itself.
-std::string failureText(std::string_view word);
+TargetClass classifyTarget(std::wstring_view target);
 
 // Whether a target can be read through the master file table.
 struct TurboVerdict {
   bool allowed = false;
-  // Why not: "notlocal", "notwholedrive", "notfixed", "nofs", "notntfs" or "noadmin".
-  std::string reason;
+  std::string_view reason; // why not: kNotLocal to kNoAdmin
 };
 
 // Asks the system: a whole, fixed NTFS drive whose raw volume this process may open.
 TurboVerdict turboAllowed(const std::wstring& path);
 
 // The two steps of that test that look at the path alone; empty when both pass.
-std::string turboPathRefusal(std::wstring_view path);
+std::string_view turboPathRefusal(std::wstring_view path);
 
 struct DriveFigures {
   std::uint64_t totalBytes = 0;

@@ -15,18 +15,19 @@ std::wstring driveRoot(const std::wstring& path) { return path.substr(0, 2) + L"
 } // namespace
 
 TurboVerdict turboAllowed(const std::wstring& path) {
-  const auto refuse = [](std::string reason) { return TurboVerdict{false, std::move(reason)}; };
-  if (std::string refusal = turboPathRefusal(path); !refusal.empty()) return refuse(refusal);
+  const auto refuse = [](std::string_view reason) { return TurboVerdict{false, reason}; };
+  if (const std::string_view refusal = turboPathRefusal(path); !refusal.empty())
+    return refuse(refusal);
   const std::wstring root = driveRoot(path);
-  if (GetDriveTypeW(root.c_str()) != DRIVE_FIXED) return refuse("notfixed");
+  if (GetDriveTypeW(root.c_str()) != DRIVE_FIXED) return refuse(kNotFixed);
   wchar_t fileSystem[32] = {};
   if (GetVolumeInformationW(root.c_str(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, 32) ==
       FALSE) {
-    return refuse("nofs");
+    return refuse(kNoFileSystem);
   }
-  if (!equalsIgnoreCase(fileSystem, L"NTFS")) return refuse("notntfs");
+  if (!equalsIgnoreCase(fileSystem, L"NTFS")) return refuse(kNotNtfs);
   const FileHandle handle = openRawVolume(path[0]);
-  return handle.valid() ? TurboVerdict{true, {}} : refuse("noadmin");
+  return handle.valid() ? TurboVerdict{true, {}} : refuse(kNoAdmin);
 }
 
 DriveFigures driveFigures(const std::wstring& path) {

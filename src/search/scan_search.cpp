@@ -37,7 +37,7 @@ void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const Sc
   run.beginScan(progress);
   if (!readLocal(steps, *progress, options, result)) {
     scan.error = progress->texts().failure;
-    if (scan.error.empty()) scan.error = "scanFailed";
+    if (scan.error.empty()) scan.error = kScanFailed;
   }
   run.endScan(result.fileCount);
 }
@@ -57,7 +57,7 @@ SearchedScans chooseScans(const JobTable& jobs, const std::vector<int>& ids) {
   for (const int id : ids) {
     const std::shared_ptr<Job> job = jobs.find(id);
     if (!job || !job->done) continue;
-    if (job->kind == "ssh") {
+    if (job->overSsh()) {
       chosen.sshSkipped.push_back({id, job->label, {}, {}, false, {}});
     } else {
       chosen.scans.push_back({id, job->label, rootOf(*job), {}, false, {}});

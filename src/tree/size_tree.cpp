@@ -120,7 +120,7 @@ std::uint32_t childNamed(const FolderTable& folders, std::uint32_t parent, std::
 void sumTree(FolderTable& folders, ScanProgress& progress) {
   if (folders.empty()) return;
   progress.phase = kPhaseSumming;
-  progress.setStatus("summing");
+  progress.setStatus(ScanStatus::summing);
   for (FolderEntry& folder : folders) {
     folder.totalBytes = folder.ownBytes;
     folder.totalFiles = folder.ownFiles;

@@ -229,7 +229,7 @@ TEST_CASE("scans without a bin in their tree move what was binned to what is fre
   const auto folder = app.scan("C:%5Cr");
   const auto other = app.scan("D:%5C");
   const auto remote = app.scan("D:%5C");
-  remote->kind = "ssh";
+  remote->kind = kSshKind;
   remote->binned = 9;
   app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Cb");
   app.told("POST", "/api/delete", "job=2&p=D:%5Cx");

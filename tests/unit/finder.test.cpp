@@ -87,7 +87,7 @@ TEST_CASE("a search from its fields to its document") {
   CHECK(app.scanned("C:") == 3);
   CHECK(app.scanned("D:") == 4);
   const auto remote = std::make_shared<Job>();
-  remote->kind = "ssh";
+  remote->kind = kSshKind;
   remote->label = L"host";
   remote->done = true;
   app.state.jobs.add(remote);

@@ -105,13 +105,13 @@ TEST_CASE("boot sectors: layouts in use, and those that cannot be") {
     for (std::size_t i = 0; i < 5; ++i) put(boot, places[i], std::stoull(row[i]), sizes[i]);
     MftLayout layout;
     CAPTURE(row[1] + " " + row[2]);
-    REQUIRE(decodeBoot({boot.data(), 512}, layout) == (row[5] == "-" ? "" : row[5]));
+    REQUIRE(decodeBoot({boot.data(), 512}, layout) == (row[5] == "-" ? std::string() : row[5]));
     if (row[5] != "-") continue;
     CHECK(std::to_string(layout.clusterBytes) == row[6]);
     CHECK(std::to_string(layout.recordBytes) == row[7]);
   }
   MftLayout layout;
-  CHECK(decodeBoot({}, layout) == "mftNotNtfs");
+  CHECK(decodeBoot({}, layout) == kMftNotNtfs);
 }
 
 TEST_CASE("run lists") {
@@ -266,7 +266,7 @@ TEST_CASE("a table in pieces is read whole or not at all") {
       Bytes(32),
       {},
   };
-  for (const Bytes& value : wrong) CHECK(wordOf(volume.image(zero(value))) == "mftCorrupt");
+  for (const Bytes& value : wrong) CHECK(wordOf(volume.image(zero(value))) == kMftCorrupt);
 }
 
 TEST_CASE("records smaller than a sector, and a table that ends inside one") {
@@ -283,7 +283,7 @@ TEST_CASE("records smaller than a sector, and a table that ends inside one") {
   CHECK(listed(reading(opens(volume.image(zero)))) == Lines{L"last 29"});
   // The record that continues the table must say that it does.
   volume.add(18, TestRecord(false, reference(5, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
-  CHECK(wordOf(volume.image(zero)) == "mftCorrupt");
+  CHECK(wordOf(volume.image(zero)) == kMftCorrupt);
 }
 
 TEST_CASE("single bad records are passed over, many are not") {
@@ -299,7 +299,7 @@ TEST_CASE("single bad records are passed over, many are not") {
   put(bad, at(101), 0x44414142, 4);              // marked as bad
   put(bad, at(102) + 22, 0, 2);                  // deleted: no fault
   put(bad, at(103) + 32, reference(4096, 1), 8); // extends a record outside the table
-  CHECK(wordOf(bad) == "mftCorrupt");
+  CHECK(wordOf(bad) == kMftCorrupt);
   put(bad, at(103) + 32, 0, 8);
   const Reading read = reading(opens(bad));
   REQUIRE(read.ok);
@@ -307,7 +307,7 @@ TEST_CASE("single bad records are passed over, many are not") {
   bad = good;
   for (std::size_t i = 0; i < 3; ++i)
     put(bad, at(200 + i) + 256 + 4, 8, 4); // attributes of 8 bytes
-  CHECK(wordOf(bad) == "mftCorrupt");
+  CHECK(wordOf(bad) == kMftCorrupt);
   TestVolume small;
   small.add(20, TestRecord().file(L"torn", kRoot, 1));
   small.add(21, TestRecord().file(L"whole", kRoot, 1));
@@ -335,40 +335,40 @@ TEST_CASE("every failure has its word, and the walk takes over") {
   const auto without = [&good](std::size_t most) {
     return opens(good, [most](MemoryVolume& volume) { volume.mostBuffer = most; });
   };
-  const auto closed = [](const char* word) {
+  const auto closed = [](std::string_view word) {
     return [word](wchar_t) { return OpenedVolume{nullptr, word}; };
   };
   const Bytes run = runList({{128, 64}});
-  const std::vector<std::pair<std::string, OpenVolume>> cases = {
-      {"mftDenied", closed("mftDenied")},
-      {"mftOpenFailed", closed("mftOpenFailed")},
-      {"mftBoot", failing(0, 1)},
-      {"mftBoot", without(1000)},
-      {"mftNotNtfs", changed(3, 'M', 1)},
-      {"mftLayout", changed(13, 0, 1)},
-      {"mftUnreadable", failing(table, table + 1)}, // record 0
-      {"mftUnreadable", failing(table, table + 2)}, // and the chunk with the same beginning
-      {"mftCorrupt", changed(table, 'B', 1)},
-      {"mftCorrupt", changed(table + 510, 0, 2)},
-      {"mftCorrupt", changed(table + 6, 2, 2)},             // an update sequence too short
-      {"mftCorrupt", changed(table + 6, 600, 2)},           // an update sequence beyond the record
-      {"mftCorrupt", changed(table + 5 * 1024 + 22, 0, 2)}, // no root folder
-      {"mftCorrupt", with(TestRecord().nonResident(kData, 65 * 1024, run))},
-      {"mftCorrupt", with(TestRecord().nonResident(kData, 64 * 1024, {0x01, 1, 0}))},
-      {"mftNoData", with(TestRecord())},
-      {"mftNoData", with(TestRecord().nonResident(kData, 0, run))},
-      {"mftNoData", with(TestRecord().nonResident(kData, 1024))},
-      {"mftNoData", with(TestRecord().resident(kData, Bytes(99)))},
-      {"mftRecordCount", with(TestRecord().nonResident(kData, 1023, run))},
-      {"mftRecordCount",
+  const std::vector<std::pair<std::string_view, OpenVolume>> cases = {
+      {kMftDenied, closed(kMftDenied)},
+      {kMftOpenFailed, closed(kMftOpenFailed)},
+      {kMftBoot, failing(0, 1)},
+      {kMftBoot, without(1000)},
+      {kMftNotNtfs, changed(3, 'M', 1)},
+      {kMftLayout, changed(13, 0, 1)},
+      {kMftUnreadable, failing(table, table + 1)}, // record 0
+      {kMftUnreadable, failing(table, table + 2)}, // and the chunk with the same beginning
+      {kMftCorrupt, changed(table, 'B', 1)},
+      {kMftCorrupt, changed(table + 510, 0, 2)},
+      {kMftCorrupt, changed(table + 6, 2, 2)},             // an update sequence too short
+      {kMftCorrupt, changed(table + 6, 600, 2)},           // an update sequence beyond the record
+      {kMftCorrupt, changed(table + 5 * 1024 + 22, 0, 2)}, // no root folder
+      {kMftCorrupt, with(TestRecord().nonResident(kData, 65 * 1024, run))},
+      {kMftCorrupt, with(TestRecord().nonResident(kData, 64 * 1024, {0x01, 1, 0}))},
+      {kMftNoData, with(TestRecord())},
+      {kMftNoData, with(TestRecord().nonResident(kData, 0, run))},
+      {kMftNoData, with(TestRecord().nonResident(kData, 1024))},
+      {kMftNoData, with(TestRecord().resident(kData, Bytes(99)))},
+      {kMftRecordCount, with(TestRecord().nonResident(kData, 1023, run))},
+      {kMftRecordCount,
        [] {
          TestVolume huge;
          huge.sectors = 1ULL << 40U;
          return opens(huge.image(
              TestRecord().nonResident(kData, 1024ULL * 200'000'001, runList({{400'000'002, 64}}))));
        }()},
-      {"mftMemory", without(65'536)},
-      {"cancelled", opens(good)},
+      {kMftMemory, without(65'536)},
+      {kCancelled, opens(good)},
   };
   for (const auto& [word, open] : cases) {
     App app;
@@ -380,12 +380,12 @@ TEST_CASE("every failure has its word, and the walk takes over") {
     };
     Job job;
     job.target = L"d:\\";
-    job.progress.cancelRequested = word == "cancelled";
+    job.progress.cancelRequested = word == kCancelled;
     runJob(job, app.state.steps);
     CHECK(job.progress.texts().noTurbo == word);
-    CHECK(job.progress.texts().method == "walk");
+    CHECK(job.progress.texts().method == ScanMethod::walk);
     CHECK(job.progress.texts().error.empty());
-    CHECK(job.result.folderCount == (word == "cancelled" ? 1 : 2));
+    CHECK(job.result.folderCount == (word == kCancelled ? 1 : 2));
   }
 }
 
@@ -403,7 +403,7 @@ TEST_CASE("a cancel is answered within one chunk") {
     };
   });
   const Reading read = reading(open, progress);
-  CHECK(read.failure == "cancelled");
+  CHECK(read.failure == kCancelled);
   CHECK(after == 0);
   progress.cancelRequested = false;
   CHECK(reading(opens(volume.image()), progress).ok);
@@ -417,7 +417,7 @@ TEST_CASE("damaged tables end in a result or a word") {
   }
   const Bytes good = volume.image();
   std::mt19937 random(4711);
-  std::set<std::string> seen;
+  std::set<std::string, std::less<>> seen;
   for (int i = 0; i < 1000; ++i) {
     Bytes bad = good;
     // Half of them only in the records' heads and first attributes, where it hurts most.
@@ -431,5 +431,5 @@ TEST_CASE("damaged tables end in a result or a word") {
     seen.insert(read.failure);
   }
   CHECK(seen.contains(""));
-  CHECK(seen.contains("mftCorrupt"));
+  CHECK(seen.contains(kMftCorrupt));
 }

@@ -27,7 +27,7 @@ void fill(Job& job) {
   job.drive = {100, 60, L"Sys\u00E9"};
   job.freed = 7;
   job.binned = 8;
-  job.progress.edit([](ProgressTexts& texts) { texts.method = "walk"; });
+  job.progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::walk; });
 }
 
 } // namespace
@@ -82,7 +82,7 @@ TEST_CASE("the scan run's summary tells why turbo was not used") {
     ScanSteps steps;
     steps.turboAllowed = [&row](const std::wstring&) { return TurboVerdict{false, row.first}; };
     steps.walk = [](ScanProgress& progress, const ScanOptions&, ScanResult& found) {
-      progress.edit([](ProgressTexts& texts) { texts.method = "walk"; });
+      progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::walk; });
       found.unreadableFolders = 2;
       found.byteCount = 1024; // without a tree the count of all files stands in
       found.seconds = 0.26;

@@ -150,24 +150,24 @@ TEST_CASE("progress while lines come, and a cancel while none do") {
     CHECK(progress.files == 4'096);
     CHECK(progress.dirs == 2);
     CHECK(progress.texts().current == L"/data/d");
-    CHECK(progress.texts().status == "sshList");
+    CHECK(progress.texts().status == ScanStatus::sshList);
     progress.cancelRequested = true;
   };
   ScanOptions options;
   options.root = L"me@h:/data/";
   ScanResult result;
   SshFacts facts;
-  std::string failure = "sshPipe";
-  const SshStart start = [&](const std::wstring&, const Secret&, std::string& word) {
+  std::string_view failure = kSshPipe;
+  const SshStart start = [&](const std::wstring&, const Secret&, std::string_view& word) {
     word = failure;
     return failure.empty() ? std::move(played) : nullptr;
   };
   CHECK_FALSE(sshScan(start, progress, options, Secret("p"), result, facts));
-  CHECK(progress.texts().failure == "sshPipe");
-  failure.clear();
+  CHECK(progress.texts().failure == kSshPipe);
+  failure = {};
   // A NUL would begin another variable of the environment.
   CHECK_FALSE(sshScan(start, progress, options, Secret({"p\0PATH=", 7}), result, facts));
-  CHECK(progress.texts().failure == "sshDenied");
+  CHECK(progress.texts().failure == kSshDenied);
   CHECK(sshScan(start, progress, options, Secret(), result, facts));
   CHECK(result.fileCount == 4'096);
   CHECK(result.rootPath == L"/data");

@@ -134,11 +134,11 @@ TEST_CASE("targets by their text") {
       {L"D:\\", "drive"},
       {L"D:\\p", "folder"},
       {L"", "folder"}};
-  for (const auto& [target, kind] : rows) CHECK(classifyTarget(target) == kind);
+  for (const auto& [target, kind] : rows) CHECK(wordOf(classifyTarget(target)) == kind);
   CHECK(turboPathRefusal(L"C:").empty());
   CHECK(turboPathRefusal(L"C:\\").empty());
   CHECK(turboPathRefusal(L"C:\\U") == "notwholedrive");
   CHECK(turboPathRefusal(L"\\\\s\\d") == "notlocal");
-  CHECK(failureText("sshFailed 255").starts_with("ssh stopped with an error"));
+  CHECK(failureText("sshFailed:255").starts_with("ssh stopped with an error"));
   CHECK(failureText("mftCorrupt") == "mftCorrupt");
 }

@@ -70,7 +70,7 @@ TEST_CASE("any number of workers finds the same tree") {
     CHECK(kept == 303);
     CHECK(scan.progress.files == files);
     CHECK(scan.progress.dirs == 601);
-    CHECK(scan.progress.texts().method == "walk");
+    CHECK(scan.progress.texts().method == ScanMethod::walk);
     CHECK(scan.progress.texts().current.starts_with(L"M:\\tree"));
   }
 }
@@ -167,7 +167,7 @@ TEST_CASE("roots and workers") {
   for (const wchar_t* root : {L"M:\\r\\file", L"M:\\none"}) {
     Scan scan;
     CHECK_FALSE(scan.run(folders, root));
-    CHECK(scan.progress.texts().failure == "noSuchDir");
+    CHECK(scan.progress.texts().failure == kNoSuchDir);
   }
 }
 
@@ -175,24 +175,25 @@ TEST_CASE("a job chooses its method and always ends") {
   struct Row {
     std::string kind;
     TurboVerdict verdict;
-    std::string turboFails; // the word, "-" for a reader that is not there, "" for success
-    std::string walkFails;
-    std::string method, noTurbo, error;
+    std::string_view turboFails; // the word, "-" for a reader that is not there, "" for success
+    std::string_view walkFails;
+    ScanMethod method;
+    std::string_view noTurbo, error;
   };
   const std::vector<Row> rows = {
-      {"drive", {true, ""}, "", "", "mft", "", ""},
-      {"drive", {true, ""}, "mftCorrupt", "", "walk", "mftCorrupt", ""},
-      {"drive", {true, ""}, "-", "", "walk", "mftOpenFailed", ""},
-      {"drive", {true, ""}, "mftCorrupt", "noSuchDir", "walk", "mftCorrupt", "noSuchDir"},
-      {"folder", {false, "notlocal"}, "-", "", "walk", "notlocal", ""},
-      {"folder", {false, "notlocal"}, "-", "?", "walk", "notlocal", "scanFailed"},
-      {"ssh", {true, ""}, "", "", "", "", "scanFailed"}};
+      {"drive", {true, {}}, "", "", ScanMethod::turbo, "", ""},
+      {"drive", {true, {}}, kMftCorrupt, "", ScanMethod::walk, kMftCorrupt, ""},
+      {"drive", {true, {}}, "-", "", ScanMethod::walk, kMftOpenFailed, ""},
+      {"drive", {true, {}}, kMftCorrupt, kNoSuchDir, ScanMethod::walk, kMftCorrupt, kNoSuchDir},
+      {"folder", {false, kNotLocal}, "-", "", ScanMethod::walk, kNotLocal, ""},
+      {"folder", {false, kNotLocal}, "-", "?", ScanMethod::walk, kNotLocal, kScanFailed},
+      {"ssh", {true, {}}, "", "", ScanMethod::none, "", kScanFailed}};
   for (const Row& row : rows) {
     Job job;
     job.target = L"D:\\";
     job.kind = row.kind;
     ScanSteps steps;
-    const auto method = [](const char* name, const std::string& fails) {
+    const auto method = [](ScanMethod name, std::string_view fails) {
       return [name, fails](ScanProgress& progress, const ScanOptions&, ScanResult& result) {
         result.fileCount += 1;
         progress.edit([&](ProgressTexts& texts) {
@@ -204,8 +205,8 @@ TEST_CASE("a job chooses its method and always ends") {
     };
     int finished = 0;
     steps.turboAllowed = [&row](const std::wstring&) { return row.verdict; };
-    if (row.turboFails != "-") steps.turbo = method("mft", row.turboFails);
-    steps.walk = method("walk", row.walkFails);
+    if (row.turboFails != "-") steps.turbo = method(ScanMethod::turbo, row.turboFails);
+    steps.walk = method(ScanMethod::walk, row.walkFails);
     steps.driveFigures = [](const std::wstring&) { return DriveFigures{100, 40, L"vol"}; };
     steps.finish = [&finished](Job& one) {
       ++finished;
@@ -236,7 +237,7 @@ TEST_CASE("a step that throws fails its job, not the process") {
   };
   runJob(job, steps);
   CHECK(job.done);
-  CHECK(job.progress.texts().error == "scanFailed");
+  CHECK(job.progress.texts().error == kScanFailed);
   CHECK(job.result.fileCount == 0);
 }
 

@@ -193,23 +193,23 @@ KernelHandle startProcess(std::wstring commandLine, HANDLE pipeEnd, const Secret
 }
 
 std::unique_ptr<SshProcess> start(const std::wstring& commandLine, const Secret& password,
-                                  std::string& failure) {
+                                  std::string_view& failure) {
   SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
   HANDLE readEnd = nullptr;
   HANDLE writeEnd = nullptr;
   if (CreatePipe(&readEnd, &writeEnd, &inheritable, kPipeBytes) == FALSE) {
-    failure = "sshPipe";
+    failure = kSshPipe;
     return nullptr;
   }
   KernelHandle output(readEnd);
   const KernelHandle pipeEnd(writeEnd);
   if (SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0) == FALSE) {
-    failure = "sshPipe";
+    failure = kSshPipe;
     return nullptr;
   }
   KernelHandle process = startProcess(commandLine, writeEnd, password);
   if (!process.valid()) {
-    failure = "sshMissing";
+    failure = kSshMissing;
     return nullptr;
   }
   return std::make_unique<Child>(std::move(output), std::move(process));

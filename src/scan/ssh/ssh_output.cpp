@@ -81,8 +81,9 @@ void SshOutput::publish() {
 }
 
 std::string sshFailure(std::uint32_t exitCode, bool permissionDenied) {
-  if (exitCode == 0) return "sshEmpty";
-  return permissionDenied ? "sshDenied" : "sshFailed:" + std::to_string(exitCode);
+  if (exitCode == 0) return std::string(kSshEmpty);
+  if (permissionDenied) return std::string(kSshDenied);
+  return std::string(kSshFailed).append(":").append(std::to_string(exitCode));
 }
 
 } // namespace vorda

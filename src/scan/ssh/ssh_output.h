@@ -55,8 +55,8 @@ private:
   DriveFigures fileSystem_;
 };
 
-// The word for a scan that listed nothing: "sshDenied", "sshEmpty" or "sshFailed:" with
-// the exit code of ssh.
+// The word for a scan that listed nothing: kSshDenied, kSshEmpty or kSshFailed with
+// ":" and the exit code of ssh.
 std::string sshFailure(std::uint32_t exitCode, bool permissionDenied);
 
 } // namespace vorda

@@ -17,9 +17,9 @@ constexpr std::size_t kBlockBytes = 1'048'576;
 constexpr std::chrono::milliseconds kLookAfter{50};
 constexpr std::chrono::milliseconds kWaitForEnd{10'000};
 
-bool giveUp(ScanProgress& progress, ScanResult& result, const std::string& word) {
+bool giveUp(ScanProgress& progress, ScanResult& result, std::string_view word) {
   result = ScanResult{};
-  progress.edit([&word](ProgressTexts& texts) { texts.failure = word; });
+  progress.edit([word](ProgressTexts& texts) { texts.failure = word; });
   return false;
 }
 
@@ -40,21 +40,21 @@ bool sshScan(const SshStart& start, ScanProgress& progress, const ScanOptions& o
              Secret password, ScanResult& result, SshFacts& facts) {
   const Clock::time_point began = Clock::now();
   progress.phase = kPhaseReading;
-  progress.edit([](ProgressTexts& texts) { texts.method = "ssh"; });
+  progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::ssh; });
   const std::optional<SshTarget> target = parseSshTarget(options.root);
-  if (!target) return giveUp(progress, result, "sshTarget");
+  if (!target) return giveUp(progress, result, kSshTarget);
   facts.host = toUtf8(target->host);
   // No prompt can be answered with it, and in an environment it would begin another variable.
   if (password.view().find('\0') != std::string_view::npos) {
-    return giveUp(progress, result, "sshDenied");
+    return giveUp(progress, result, kSshDenied);
   }
-  progress.setStatus("sshConnect");
-  std::string failure;
+  progress.setStatus(ScanStatus::sshConnect);
+  std::string_view failure;
   const std::unique_ptr<SshProcess> process =
       start(sshCommandLine(*target, !password.empty()), password, failure);
   password.wipe();
   if (!process) return giveUp(progress, result, failure);
-  progress.setStatus("sshList");
+  progress.setStatus(ScanStatus::sshList);
   ListingTree tree(toUtf8(target->path), options, result);
   SshOutput output(tree, result, progress);
   readAll(*process, progress, output);

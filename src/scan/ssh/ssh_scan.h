@@ -31,14 +31,14 @@ public:
 };
 
 // Starts a command line whose first word is "ssh.exe", with a password or without (then
-// it is empty). Null with a failure word, "sshPipe" or "sshMissing".
+// it is empty). Null with a failure word, kSshPipe or kSshMissing.
 using SshStart = std::function<std::unique_ptr<SshProcess>(
-    const std::wstring& commandLine, const Secret& password, std::string& failure)>;
+    const std::wstring& commandLine, const Secret& password, std::string_view& failure)>;
 
 // Lists the target options.root into the result. A cancel ends the reading early; what
 // was read by then counts. The password is wiped as soon as ssh runs.
-// False with the failure word "sshTarget", "sshPipe", "sshMissing", "sshDenied",
-// "sshFailed:<exit code>" or "sshEmpty"; the result is then empty.
+// False with the failure word kSshTarget, kSshPipe, kSshMissing, kSshDenied, kSshEmpty or
+// "sshFailed:<exit code>"; the result is then empty.
 bool sshScan(const SshStart& start, ScanProgress& progress, const ScanOptions& options,
              Secret password, ScanResult& result, SshFacts& facts);
 

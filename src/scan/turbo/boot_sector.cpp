@@ -1,5 +1,7 @@
 #include "scan/turbo/boot_sector.h"
 
+#include "scan/words.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -23,25 +25,25 @@ std::uint64_t negativePower(std::uint8_t v) {
 
 } // namespace
 
-std::string decodeBoot(ByteView sector, MftLayout& layout) {
+std::string_view decodeBoot(ByteView sector, MftLayout& layout) {
   if (!sector.holds(0, 512) || std::memcmp(sector.data() + 3, "NTFS    ", 8) != 0) {
-    return "mftNotNtfs";
+    return kMftNotNtfs;
   }
   const std::uint32_t sectorBytes = sector.u16(11);
   if (!std::has_single_bit(sectorBytes) || sectorBytes < kSmallestSector ||
       sectorBytes > kLargestSector) {
-    return "mftLayout";
+    return kMftLayout;
   }
   const std::uint8_t perCluster = sector.u8(13);
   const std::uint64_t sectors = perCluster > 128 ? negativePower(perCluster) : perCluster;
   const std::uint64_t clusterBytes = sectors * sectorBytes;
-  if (clusterBytes == 0 || clusterBytes > kLargestCluster) return "mftLayout";
+  if (clusterBytes == 0 || clusterBytes > kLargestCluster) return kMftLayout;
   const std::uint8_t perRecord = sector.u8(64);
   const std::uint64_t recordBytes =
       perRecord >= 128 ? negativePower(perRecord) : perRecord * clusterBytes;
   // Records are protected in strides of 512 bytes, so that is what they are made of.
   if (recordBytes < kSmallestRecord || recordBytes > kLargestRecord || recordBytes % 512 != 0) {
-    return "mftLayout";
+    return kMftLayout;
   }
   layout.sectorBytes = sectorBytes;
   layout.clusterBytes = static_cast<std::uint32_t>(clusterBytes);
@@ -53,7 +55,7 @@ std::string decodeBoot(ByteView sector, MftLayout& layout) {
   // A volume that does not tell its size is only bounded by what can be addressed.
   if (volumeSectors != 0) layout.clusters = std::min(layout.clusters, volumeSectors / sectors);
   layout.tableCluster = sector.u64(48);
-  return layout.tableCluster < layout.clusters ? "" : "mftLayout";
+  return layout.tableCluster < layout.clusters ? std::string_view() : kMftLayout;
 }
 
 } // namespace vorda

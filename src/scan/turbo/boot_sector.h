@@ -4,7 +4,7 @@
 
 #include "base/byte_view.h"
 
-#include <string>
+#include <string_view>
 
 namespace vorda {
 
@@ -18,11 +18,11 @@ struct MftLayout {
   std::uint64_t tableCluster = 0; // below clusters; record 0 begins there
 };
 
-// Empty when the layout was read, else "mftNotNtfs" or "mftLayout".
+// Empty when the layout was read, else kMftNotNtfs or kMftLayout.
 //
 // Offsets: 3 name (8 bytes), 11 bytes per sector (2), 13 sectors per cluster (1, above 128
 // a negative power of two), 40 sectors of the volume (8), 48 first cluster of the table
 // (8), 64 clusters per record (1, signed, a negative one is a negative power of two).
-std::string decodeBoot(ByteView sector, MftLayout& layout);
+std::string_view decodeBoot(ByteView sector, MftLayout& layout);
 
 } // namespace vorda

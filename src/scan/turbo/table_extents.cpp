@@ -1,6 +1,7 @@
 #include "scan/turbo/table_extents.h"
 
 #include "scan/turbo/attribute_list.h"
+#include "scan/words.h"
 
 #include <algorithm>
 #include <numeric>
@@ -29,8 +30,8 @@ public:
       : volume_(volume), layout_(layout), table_(table), first_(bufferFor(layout.recordBytes)),
         other_(bufferFor(layout.recordBytes)) {}
 
-  std::string find() {
-    if (!first_ || !other_) return "mftMemory";
+  std::string_view find() {
+    if (!first_ || !other_) return kMftMemory;
     const ByteView record = firstRecord();
     if (record.empty()) return failure_;
     std::optional<Attribute> data;
@@ -41,11 +42,11 @@ public:
       if (isPieceFrom(attribute, 0) && !data) data = attribute;
       if (attribute.type == kAttributeList && !list) list = attribute;
     }
-    if (!data || data->realSize() == 0) return "mftNoData";
+    if (!data || data->realSize() == 0) return kMftNoData;
     table_.bytes = data->realSize();
-    if (data->runs().u8(0) == 0) return "mftNoData";
+    if (data->runs().u8(0) == 0) return kMftNoData;
     if (!addPiece(*data) || (list && !addPiecesOf(*list))) return failure_;
-    return covered() * layout_.clusterBytes >= table_.bytes ? "" : "mftCorrupt";
+    return covered() * layout_.clusterBytes >= table_.bytes ? std::string_view() : kMftCorrupt;
   }
 
 private:
@@ -53,7 +54,7 @@ private:
     return volume_.buffer(std::max<std::size_t>(static_cast<std::size_t>(bytes), kSmallestBuffer));
   }
 
-  bool fail(const char* word) {
+  bool fail(std::string_view word) {
     failure_ = word;
     return false;
   }
@@ -74,9 +75,9 @@ private:
   ByteView firstRecord() {
     const std::size_t size = std::max(layout_.recordBytes, layout_.sectorBytes);
     const std::uint64_t offset = layout_.tableCluster * layout_.clusterBytes;
-    failure_ = "mftUnreadable";
+    failure_ = kMftUnreadable;
     if (volume_.read(offset, first_.get(), size) != size) return {};
-    failure_ = "mftCorrupt";
+    failure_ = kMftCorrupt;
     return repaired(first_.get());
   }
 
@@ -103,13 +104,13 @@ private:
     const std::size_t before = table_.extents.size();
     if (!decodeRuns(attribute.runs(), layout_.clusters, table_.extents) ||
         table_.extents.size() == before) {
-      return fail("mftCorrupt");
+      return fail(kMftCorrupt);
     }
     // More clusters than the volume has can only be the same ones again; this also keeps
     // the sum from running over.
     std::uint64_t left = layout_.clusters;
     for (const Extent& extent : table_.extents) {
-      if (extent.count > left) return fail("mftCorrupt");
+      if (extent.count > left) return fail(kMftCorrupt);
       left -= extent.count;
     }
     return true;
@@ -117,13 +118,13 @@ private:
 
   bool addPiecesOf(const Attribute& list) {
     std::vector<DataPiece> pieces;
-    if (!readList(list, pieces)) return fail("mftCorrupt");
+    if (!readList(list, pieces)) return fail(kMftCorrupt);
     for (const DataPiece& piece : pieces) {
       if (piece.firstCluster == 0) continue; // the one in the first record
       const bool inFirst = piece.holder.record == 0;
       const ByteView record = inFirst ? firstView() : tableRecord(piece.holder);
       if (piece.firstCluster != covered() || !addPieceFrom(record, piece.firstCluster)) {
-        return fail("mftCorrupt");
+        return fail(kMftCorrupt);
       }
     }
     return true;
@@ -160,7 +161,7 @@ private:
   MftExtents& table_;
   PageBuffer first_;
   PageBuffer other_;
-  std::string failure_;
+  std::string_view failure_;
 };
 
 } // namespace
@@ -187,7 +188,7 @@ bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Exten
   return size == 0;
 }
 
-std::string findTable(Volume& volume, const MftLayout& layout, MftExtents& table) {
+std::string_view findTable(Volume& volume, const MftLayout& layout, MftExtents& table) {
   return TableFinder(volume, layout, table).find();
 }
 

@@ -8,7 +8,7 @@
 #include "scan/turbo/run_list.h"
 #include "scan/turbo/volume.h"
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorda {
@@ -23,9 +23,9 @@ struct MftExtents {
 bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Extent>& extents,
                 std::uint64_t offset, std::uint8_t* out, std::size_t size);
 
-// Empty when all of the table was found, else "mftUnreadable" (the first record cannot be
-// read), "mftCorrupt" (a record or list is damaged, or the extents are fewer than the
-// table's size needs), "mftNoData" (there is no table) or "mftMemory".
-std::string findTable(Volume& volume, const MftLayout& layout, MftExtents& table);
+// Empty when all of the table was found, else kMftUnreadable (the first record cannot be
+// read), kMftCorrupt (a record or list is damaged, or the extents are fewer than the
+// table's size needs), kMftNoData (there is no table) or kMftMemory.
+std::string_view findTable(Volume& volume, const MftLayout& layout, MftExtents& table);
 
 } // namespace vorda

@@ -46,7 +46,7 @@ public:
             std::max<std::uint64_t>(kChunkBytes / layout.recordBytes, 1))) {}
 
   // Empty, or the failure word.
-  std::string run();
+  std::string_view run();
 
 private:
   struct Worker {
@@ -71,7 +71,7 @@ private:
   bool takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
                      const RecordValues& values);
   void publish(std::uint32_t count);
-  bool fail(const char* word);
+  bool fail(std::string_view word);
 
   Volume& volume_;
   const MftLayout& layout_;
@@ -82,15 +82,15 @@ private:
 
   std::mutex reading_; // guards the volume and the two below it
   std::uint32_t next_ = 0;
-  std::string failure_;
+  std::string_view failure_;
   std::uint32_t done_ = 0; // under the lock of the progress' texts
 };
 
-std::string RecordReader::run() {
+std::string_view RecordReader::run() {
   const std::size_t chunkBytes =
       std::size_t{chunkRecords_} * std::max(layout_.recordBytes, std::uint32_t{1});
   const PageBuffer buffer = volume_.buffer(kWorkers * chunkBytes);
-  if (!buffer) return "mftMemory";
+  if (!buffer) return kMftMemory;
   std::vector<Worker> workers;
   for (std::size_t i = 0; i < kWorkers; ++i) {
     workers.emplace_back(buffer.get() + i * chunkBytes, table_.names);
@@ -114,12 +114,12 @@ std::string RecordReader::run() {
     bad += worker.bad;
     extensions.insert(extensions.end(), worker.extensions.begin(), worker.extensions.end());
   }
-  if (bad > std::max<std::uint64_t>(inUse / kRecordsPerBadOne, 1)) return "mftCorrupt";
+  if (bad > std::max<std::uint64_t>(inUse / kRecordsPerBadOne, 1)) return kMftCorrupt;
   applyExtensions(table_, extensions);
   return {};
 }
 
-bool RecordReader::fail(const char* word) {
+bool RecordReader::fail(std::string_view word) {
   const std::lock_guard lock(reading_);
   if (failure_.empty()) failure_ = word;
   return false;
@@ -130,7 +130,7 @@ void RecordReader::work(Worker& worker) {
     Chunk chunk;
     while (readNext(worker, chunk) && parse(worker, chunk)) publish(chunk.count);
   } catch (const std::bad_alloc&) {
-    fail("mftMemory");
+    fail(kMftMemory);
   }
 }
 
@@ -139,7 +139,7 @@ bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
   const std::lock_guard lock(reading_);
   if (!failure_.empty() || next_ == table_.size()) return false;
   if (progress_.cancelRequested.load()) {
-    failure_ = "cancelled";
+    failure_ = kCancelled;
     return false;
   }
   chunk.first = next_;
@@ -152,7 +152,7 @@ bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
                  std::uint64_t{chunk.first} * layout_.recordBytes, worker.buffer, whole)) {
     return true;
   }
-  failure_ = "mftUnreadable";
+  failure_ = kMftUnreadable;
   return false;
 }
 
@@ -162,7 +162,7 @@ bool RecordReader::parse(Worker& worker, const Chunk& chunk) {
     if (i + kAhead < chunk.count) {
       prefetch(bytes + std::size_t{kAhead} * layout_.recordBytes, layout_.recordBytes);
     }
-    if (!takeRecord(worker, bytes, chunk.first + i)) return fail("mftMemory");
+    if (!takeRecord(worker, bytes, chunk.first + i)) return fail(kMftMemory);
   }
   return true;
 }
@@ -224,40 +224,41 @@ void RecordReader::publish(std::uint32_t count) {
   });
 }
 
-std::string readBoot(Volume& volume, MftLayout& layout) {
+std::string_view readBoot(Volume& volume, MftLayout& layout) {
   const PageBuffer buffer = volume.buffer(kBootBytes);
-  if (!buffer) return "mftBoot";
+  if (!buffer) return kMftBoot;
   for (std::size_t done = 0; done < kBootBytes;) {
     const std::size_t count = volume.read(done, buffer.get() + done, kBootBytes - done);
-    if (count == 0) return "mftBoot";
+    if (count == 0) return kMftBoot;
     done += count;
   }
   return decodeBoot({buffer.get(), kBootBytes}, layout);
 }
 
 // Empty, or the failure word.
-std::string readVolume(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
-                       ScanResult& result) {
-  progress.setStatus("mftOpen");
-  if (options.root.empty()) return "mftOpenFailed";
+std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
+                            const ScanOptions& options, ScanResult& result) {
+  progress.setStatus(ScanStatus::mftOpen);
+  if (options.root.empty()) return kMftOpenFailed;
   OpenedVolume opened = open(options.root[0]);
   if (!opened.volume) return opened.failure;
   MftLayout layout;
-  if (std::string word = readBoot(*opened.volume, layout); !word.empty()) return word;
-  progress.setStatus("mftFind");
+  if (const auto word = readBoot(*opened.volume, layout); !word.empty()) return word;
+  progress.setStatus(ScanStatus::mftFind);
   MftExtents extents;
-  if (std::string word = findTable(*opened.volume, layout, extents); !word.empty()) return word;
+  if (const auto word = findTable(*opened.volume, layout, extents); !word.empty()) return word;
   const std::uint64_t records = extents.bytes / layout.recordBytes;
-  if (records == 0 || records > kMostRecords) return "mftRecordCount";
-  progress.setStatus("mftRead");
+  if (records == 0 || records > kMostRecords) return kMftRecordCount;
+  progress.setStatus(ScanStatus::mftRead);
   MftTable table;
-  if (!table.allocate(static_cast<std::uint32_t>(records))) return "mftMemory";
-  std::string word = RecordReader(*opened.volume, layout, extents, table, progress).run();
+  if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
+  const std::string_view word =
+      RecordReader(*opened.volume, layout, extents, table, progress).run();
   if (!word.empty()) return word;
   opened.volume.reset();
   progress.phase = kPhaseSumming;
-  progress.setStatus("tree");
-  return buildResult(table, options, result) ? "" : "mftCorrupt";
+  progress.setStatus(ScanStatus::tree);
+  return buildResult(table, options, result) ? std::string_view() : kMftCorrupt;
 }
 
 } // namespace
@@ -266,19 +267,19 @@ bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& 
              ScanResult& result) {
   const Clock::time_point start = Clock::now();
   progress.phase = kPhaseReading;
-  progress.edit([](ProgressTexts& texts) { texts.method = "mft"; });
+  progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::turbo; });
   result.rootPath = options.root.substr(0, 1) + L":\\";
-  std::string failure;
+  std::string_view failure;
   try {
     failure = readVolume(open, progress, options, result);
   } catch (const std::bad_alloc&) {
     // A sink may have been given some files already, and the walk would give it them again.
     if (options.sink != nullptr) throw;
-    failure = "mftMemory";
+    failure = kMftMemory;
   }
   if (!failure.empty()) {
     progress.files = 0; // they were records
-    progress.edit([&failure](ProgressTexts& texts) { texts.failure = failure; });
+    progress.edit([failure](ProgressTexts& texts) { texts.failure = failure; });
     return false;
   }
   const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);

@@ -11,9 +11,7 @@ namespace vorda {
 // publishes the progress on the way. A file counts once, however many names it has; the
 // file system's own files count too.
 // False with a failure word, and a result to be thrown away, whenever not all of the table
-// was read: "mftDenied", "mftOpenFailed", "mftBoot", "mftNotNtfs", "mftLayout",
-// "mftUnreadable", "mftCorrupt", "mftNoData", "mftRecordCount", "mftMemory" or
-// "cancelled".
+// was read: kMftDenied to kMftMemory, or kCancelled.
 bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
              ScanResult& result);
 

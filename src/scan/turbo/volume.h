@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
+#include <string_view>
 
 namespace vorda {
 
@@ -28,7 +28,7 @@ public:
 
 struct OpenedVolume {
   std::unique_ptr<Volume> volume; // null when it could not be opened
-  std::string failure;            // and why: "mftDenied" or "mftOpenFailed"
+  std::string_view failure;       // and why: kMftDenied or kMftOpenFailed
 };
 
 using OpenVolume = std::function<OpenedVolume(wchar_t letter)>;

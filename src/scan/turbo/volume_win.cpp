@@ -1,5 +1,6 @@
 #include "scan/turbo/volume.h"
 
+#include "scan/words.h"
 #include "win/raw_volume.h"
 
 #include <cassert>
@@ -43,7 +44,7 @@ private:
 OpenedVolume openVolume(wchar_t letter) {
   FileHandle handle = openRawVolume(letter);
   if (!handle.valid()) {
-    return {nullptr, GetLastError() == ERROR_ACCESS_DENIED ? "mftDenied" : "mftOpenFailed"};
+    return {nullptr, GetLastError() == ERROR_ACCESS_DENIED ? kMftDenied : kMftOpenFailed};
   }
   return {std::make_unique<SystemVolume>(std::move(handle)), {}};
 }

@@ -236,19 +236,19 @@ bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& optio
           ScanResult& result, unsigned workers) {
   const Clock::time_point start = Clock::now();
   progress.phase = kPhaseReading;
-  progress.setStatus("reading");
+  progress.setStatus(ScanStatus::reading);
   result.rootPath = normaliseRoot(source.absolute(normaliseRoot(options.root)));
-  progress.edit([](ProgressTexts& texts) { texts.method = "walk"; });
+  progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::walk; });
   const PathFacts root = source.facts(result.rootPath);
   if (!root.exists || !root.folder) {
-    progress.edit([](ProgressTexts& texts) { texts.failure = "noSuchDir"; });
+    progress.edit([](ProgressTexts& texts) { texts.failure = kNoSuchDir; });
     return false;
   }
   if (workers == 0) workers = workerCount(std::thread::hardware_concurrency(), result.rootPath);
   Walk walk(source, progress, options, result.rootPath, workers);
   walk.run();
   progress.phase = kPhaseSumming;
-  progress.setStatus("merging");
+  progress.setStatus(ScanStatus::merging);
   walk.mergeInto(result);
   const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
   result.seconds = static_cast<double>(elapsed.count()) / 1000.0;

@@ -15,7 +15,7 @@ namespace vorda {
 // way. Reparse points are neither counted nor followed; a folder that cannot be listed
 // stays in the table, empty, and counts in unreadableFolders. A cancel ends the walk
 // early and successfully, with what was read by then.
-// False with the failure word "noSuchDir" when the root is no folder or cannot be seen.
+// False with the failure word kNoSuchDir when the root is no folder or cannot be seen.
 // workers: how many threads read; 0 leaves it to workerCount.
 bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
           ScanResult& result, unsigned workers = 0);

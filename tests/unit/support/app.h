@@ -33,7 +33,7 @@ struct App {
     contents = held.get();
     state.contents = std::move(held);
     state.key = "KEY23";
-    state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, "notlocal"}; };
+    state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, kNotLocal}; };
     state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
                               ScanResult& result) {
       return walk(*folders, progress, options, result, 2);
@@ -45,7 +45,8 @@ struct App {
     };
     state.targets = [] {
       TargetList list;
-      list.drives.push_back({L"C:\\", L"Sys", L"NTFS", "fixed", 2, 1, false, "noadmin"});
+      list.drives.push_back(
+          {L"C:\\", L"Sys", L"NTFS", "fixed", 2, 1, false, std::string(kNoAdmin)});
       list.wsl.push_back({L"Debian", L"\\\\wsl.localhost\\Debian"});
       return list;
     };
