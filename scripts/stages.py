@@ -4,6 +4,7 @@ Two stages run side by side: one may wait on Wine while the other compiles. Only
 Wine, and what compiles has a lower priority, so that the tests' time limits hold. A stage that
 fails shows its log, and the stages that do not need it go on. Logs stay in build/logs/.
 """
+import contextlib
 import json
 import os
 import pathlib
@@ -281,6 +282,7 @@ class Runner:
         self.stages, self.names = stages, names
         self.passed = self.failed = 0
         self.change = threading.Condition()
+        self.workers = [threading.Thread(target=self.work, daemon=True) for _ in range(WORKERS)]
 
     def states(self, names):
         return {stage.state for stage in self.stages if stage.name in names}
@@ -308,7 +310,7 @@ class Runner:
     def work(self):
         while True:
             with self.change:
-                while (stage := self.next_stage()) is None:
+                while not stopping.is_set() and (stage := self.next_stage()) is None:
                     if all(s.state != "waiting" for s in self.stages):
                         return
                     self.change.wait()
@@ -333,7 +335,9 @@ class Runner:
         with self.change:
             self.passed += passed
             self.failed += failed
-            if state == "passed":
+            if stopping.is_set():
+                self.end(stage, state, "interrupted")
+            elif state == "passed":
                 count = f"{passed:4} passed" if passed else ""
                 self.end(stage, state, f"ok {seconds:5} s {count}".rstrip())
             else:
@@ -343,11 +347,13 @@ class Runner:
 
     def run(self):
         LOGS.mkdir(parents=True, exist_ok=True)
-        workers = [threading.Thread(target=self.work, daemon=True) for _ in range(WORKERS)]
-        for worker in workers:
+        for worker in self.workers:
             worker.start()
-        for worker in workers:
-            worker.join()
+        self.join()
+
+    def join(self, seconds=None):
+        for worker in self.workers:
+            worker.join(seconds)
 
 
 def interrupted(*_):
@@ -373,8 +379,9 @@ def main():
     except KeyboardInterrupt:
         stopping.set()
         for process in list(running):
-            os.killpg(process.pid, signal.SIGTERM)
-        print("interrupted")
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGTERM)
+        runner.join(10)
         runner.failed = max(runner.failed, 1)
     bad = [stage.name for stage in stages if stage.state == "failed"]
     if bad:
