@@ -1,4 +1,4 @@
-// A form-encoded body. Re-encoding what was read must read the same again.
+// Input: a form-encoded body. Re-encoding the parsed fields must parse to the same fields.
 #include "http/form_fields.h"
 
 #include <cstdint>

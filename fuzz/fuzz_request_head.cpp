@@ -1,4 +1,4 @@
-// A request's bytes, whole and split: however they arrive, the same request is read.
+// Input: a request. It must be parsed the same whether it arrives whole or in two pieces.
 #include "http/connection.h"
 #include "http/message_parser.h"
 

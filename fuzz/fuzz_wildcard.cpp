@@ -1,5 +1,5 @@
-// A pattern and a name, split at the first NUL. The matcher must agree with the plain
-// recursive definition of "*" and "?".
+// Input: a pattern and a name, separated by the first NUL. The matcher must agree with a
+// straightforward dynamic-programming implementation of "*" and "?".
 #include "base/text.h"
 #include "base/wildcard.h"
 #include "scan/file_filter.h"
@@ -13,7 +13,7 @@ namespace {
 using vorda::isHighSurrogate;
 using vorda::isLowSurrogate;
 
-// matches[n] after reading the pattern from its end to p: does pattern[p..] match name[n..]?
+// rest[n] says whether pattern[p..] matches name[n..], for p from the end to the start.
 bool byDefinition(std::wstring_view pattern, std::wstring_view name) {
   const std::size_t length = name.size();
   const auto step = [&name, length](std::size_t n) {

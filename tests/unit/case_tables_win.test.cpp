@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 
-TEST_CASE("the case tables agree with the system on every unit") {
+TEST_CASE("the case tables agree with the system for every unit") {
   int wrongUpper = 0;
   int wrongLower = 0;
   for (unsigned i = 1; i < 0x10000; ++i) {
@@ -14,7 +14,7 @@ TEST_CASE("the case tables agree with the system on every unit") {
     wchar_t lower = unit;
     CharLowerBuffW(&lower, 1);
     if (vorda::lowerUnit(unit) != lower) ++wrongLower;
-    // Two units that differ to us differ to the system as well.
+    // Neighbouring units are equal here exactly if they are equal to the system.
     const auto next = static_cast<wchar_t>(i + 1);
     const bool same = CompareStringOrdinal(&unit, 1, &next, 1, TRUE) == CSTR_EQUAL;
     if (same != vorda::equalsIgnoreCase({&unit, 1}, {&next, 1})) ++wrongUpper;

@@ -16,7 +16,7 @@ using namespace vorda;
 
 namespace {
 
-// A server of the test's own; never freed, since its threads may outlive the test.
+// Leaked on purpose: server threads may outlive the test.
 ServerState& startedServer(RequestHandler handler) {
   ServerState& server = *std::make_unique<ServerState>().release();
   server.handler = std::move(handler);
@@ -38,7 +38,7 @@ public:
   Client& operator=(const Client&) = delete;
   ~Client() { closesocket(socket_); }
 
-  void say(std::string_view bytes) {
+  void sendAll(std::string_view bytes) {
     while (!bytes.empty()) {
       const int sent = send(socket_, bytes.data(), static_cast<int>(bytes.size()), 0);
       if (sent < 1) return;
@@ -46,17 +46,17 @@ public:
     }
   }
 
-  // Up to so many bytes, or everything to the end.
-  std::string hear(std::size_t most = ~std::size_t{0}) {
-    std::string heard;
+  // Receives up to this many bytes, or to the end of the stream.
+  std::string receive(std::size_t most = ~std::size_t{0}) {
+    std::string received;
     char piece[65'536];
-    while (heard.size() < most) {
-      const int wanted = static_cast<int>(std::min(sizeof piece, most - heard.size()));
+    while (received.size() < most) {
+      const int wanted = static_cast<int>(std::min(sizeof piece, most - received.size()));
       const int count = recv(socket_, piece, wanted, 0);
       if (count < 1) break;
-      heard.append(piece, static_cast<std::size_t>(count));
+      received.append(piece, static_cast<std::size_t>(count));
     }
-    return heard;
+    return received;
   }
 
   bool connected = false;
@@ -75,7 +75,7 @@ constexpr const char* kGet = "GET / HTTP/1.1\r\n\r\n";
 
 } // namespace
 
-TEST_CASE("a port has one server; stopping frees it") {
+TEST_CASE("a port in use is refused; stopping releases it") {
   ServerState& server = startedServer(
       [](const HttpRequest& request) { return answer(200, std::to_string(request.body.size())); });
   const auto port = static_cast<std::uint16_t>(server.actualPort);
@@ -85,22 +85,22 @@ TEST_CASE("a port has one server; stopping frees it") {
   CHECK(reason == L"port " + std::to_wstring(port) + L" is in use");
   CHECK_FALSE(second.running);
   {
-    // Far more than announced: the answer comes through all the same.
+    // The client sends far more than announced and still receives the response.
     Client client(server);
-    client.say("POST / H\r\nContent-Length: 3\r\n\r\n" + std::string(200'000, 'x'));
-    CHECK(client.hear().starts_with("HTTP/1.1 200 OK\r\n"));
+    client.sendAll("POST / H\r\nContent-Length: 3\r\n\r\n" + std::string(200'000, 'x'));
+    CHECK(client.receive().starts_with("HTTP/1.1 200 OK\r\n"));
   }
   stopServer(server);
   stopServer(server);
   CHECK_FALSE(Client(server).connected);
   REQUIRE(startServer(server, port, false, reason));
   Client again(server);
-  again.say(kGet);
-  CHECK(again.hear().ends_with("\r\n\r\n0"));
+  again.sendAll(kGet);
+  CHECK(again.receive().ends_with("\r\n\r\n0"));
   stopServer(server);
 }
 
-TEST_CASE("many slow readers of one large answer hold it once") {
+TEST_CASE("slow readers of one large response share its memory") {
   constexpr std::size_t kSize = 50'000'000;
   const auto body = std::make_shared<const std::string>(kSize, 'v');
   ServerState& server = startedServer([&body](const HttpRequest&) {
@@ -110,8 +110,8 @@ TEST_CASE("many slow readers of one large answer hold it once") {
   std::vector<std::unique_ptr<Client>> readers;
   for (int i = 0; i < 8; ++i) {
     readers.push_back(std::make_unique<Client>(server));
-    readers.back()->say(kGet);
-    CHECK(readers.back()->hear(1000).size() == 1000);
+    readers.back()->sendAll(kGet);
+    CHECK(readers.back()->receive(1000).size() == 1000);
   }
   CHECK(body.use_count() >= 8);
   CHECK(workingSet() < before + kSize);
@@ -119,7 +119,7 @@ TEST_CASE("many slow readers of one large answer hold it once") {
   std::atomic<int> whole{0};
   for (auto& reader : readers) {
     threads.emplace_back([&reader, &whole] {
-      const std::string rest = reader->hear();
+      const std::string rest = reader->receive();
       if (rest.size() + 1000 > kSize && rest.ends_with("vvv")) ++whole;
     });
   }

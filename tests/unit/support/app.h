@@ -1,4 +1,4 @@
-// A whole application state on a made-up file system, with nothing of Windows in it.
+// A complete application state on an in-memory file system, independent of Windows.
 #pragma once
 
 #include "api/gate.h"
@@ -58,7 +58,7 @@ struct App {
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
   }
 
-  // What runs in the background uses the state.
+  // Background runs use the state until they end.
   ~App() {
     for (const BackgroundRun* run : {&state.finder, &state.duplicates, &state.verification}) {
       while (run->running()) std::this_thread::yield();
@@ -77,21 +77,21 @@ struct App {
     return handleRequest(state, request);
   }
 
-  // "200 body"
+  // Status and body, as "200 body".
   std::string told(const std::string& method, const std::string& target,
                    const std::string& body = {}, TextMap headers = {}) {
     const HttpResponse response = ask(method, target, body, std::move(headers));
     return std::to_string(response.status) + " " + std::string(response.payload());
   }
 
-  // A file with this content, in the folder listing and to be read.
+  // Adds a file that is listed in its folder and has this content.
   void addContent(const std::wstring& folder, const std::wstring& name, std::string content,
                   std::uint64_t number = 0) {
     folders->addFile(folder, name, content.size());
     contents->add(joinPath(folder, name), std::move(content), number);
   }
 
-  // Scans a folder to its end; the id of the job.
+  // Scans a folder to completion and returns the id of the job.
   int scanned(const std::string& path) {
     const std::string started = told("POST", "/api/scan", "path=" + path);
     const int id = std::stoi(started.substr(started.find("\"id\":") + 5));
@@ -99,7 +99,7 @@ struct App {
     return id;
   }
 
-  // The result of a search, once it is there.
+  // Waits for the result of a search.
   std::string resultOf(const std::string& path) {
     while (told("GET", path).starts_with("200 {\"running\":true")) std::this_thread::yield();
     return told("GET", path);

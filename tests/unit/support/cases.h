@@ -1,5 +1,5 @@
-// Rows of cases from a file in tests/data/: a line each, its fields apart by tabs, so many of them
-// (those not there are empty); "#" begins a comment.
+// Reads test cases from a file in tests/data/: one per line, fields separated by tabs, missing
+// fields empty; "#" starts a comment line.
 #pragma once
 
 #include <doctest/doctest.h>

@@ -1,5 +1,5 @@
-// Tables of cases in text files: one row per line, empty lines and those that begin with "#"
-// passed over.
+// Test cases in text files: one row per line; empty lines and lines starting with "#" are
+// skipped.
 #pragma once
 
 #include "base/text.h"
@@ -17,7 +17,7 @@ template <typename Use> void eachRow(const char* file, Use use) {
   }
 }
 
-// UTF-8 in which {hex} with four digits stands for one UTF-16 unit.
+// Decodes UTF-8 in which {XXXX}, four hexadecimal digits, is one UTF-16 unit.
 inline std::wstring withUnits(const std::string& text) {
   std::wstring out;
   const std::wstring wide = toUtf16(text);

@@ -1,4 +1,4 @@
-// What tests of searches in the background share.
+// Helpers for tests of background searches.
 #pragma once
 
 #include "support/app.h"
@@ -7,14 +7,14 @@
 
 namespace vorda::test {
 
-// The value of a number in a document, the first one of that key.
+// The first number with this key in a document.
 inline std::uint64_t numberIn(const std::string& document, const std::string& key) {
   const std::size_t at = document.find("\"" + key + "\":");
   REQUIRE(at != std::string::npos);
   return std::stoull(document.substr(at + key.size() + 3));
 }
 
-// A gate that holds every folder that is opened until it is let through.
+// Blocks every opening of a folder until shut is cleared.
 struct OpenGate {
   std::atomic<bool> shut{true};
   std::atomic<int> reached{0};

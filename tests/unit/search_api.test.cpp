@@ -30,7 +30,7 @@ std::string run(App& app, const std::string& path, const std::string& fields) {
 
 } // namespace
 
-TEST_CASE("duplicates across scans, from the fields to the document") {
+TEST_CASE("duplicates across scans, and scans forgotten meanwhile") {
   App app;
   const std::string big(1'048'576, 'b');
   const std::wstring windows = app.folders->addFolder(L"C:\\", L"Windows");
@@ -53,7 +53,7 @@ TEST_CASE("duplicates across scans, from the fields to the document") {
         std::string::npos);
   CHECK(all.find(R"({"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt",)") != std::string::npos);
 
-  // A scan that is forgotten takes its names and copies along; the rest may be a group still.
+  // Forgetting a scan removes its files from the result; the others still form a group.
   app.addContent(L"E:\\", L"same.txt", "text");
   app.scanned("E:");
   OpenGate gate(app);
@@ -73,7 +73,7 @@ TEST_CASE("duplicates across scans, from the fields to the document") {
   CHECK(app.told("GET", "/api/dupsacross") == R"(200 {"running":false})");
 }
 
-TEST_CASE("a result shows the groups with most to gain, and no more than its limits") {
+TEST_CASE("a result is limited to the groups with the most to gain") {
   App app;
   for (int i = 0; i < 4'200; ++i)
     app.addContent(L"C:\\", std::to_wstring(i), std::to_string(i / 2 + 1'000'000));
@@ -89,7 +89,7 @@ TEST_CASE("a result shows the groups with most to gain, and no more than its lim
   CHECK(files.find("19999\"") != std::string::npos);
 }
 
-TEST_CASE("files are read again right before they are deleted") {
+TEST_CASE("verification reads files again before deletion") {
   App app;
   app.addContent(L"C:\\", L"a", "same");
   app.addContent(L"C:\\", L"b", "same", 5);
@@ -117,7 +117,7 @@ TEST_CASE("files are read again right before they are deleted") {
   checked.replace(other, 64, "O");
   CHECK(checked == documents().at("verification"));
 
-  // Cancelled in the middle, nothing that was not read counts as equal.
+  // After cancelling, a file that was not read counts as equal to nothing.
   app.contents->onRead = [&app](const std::wstring& path) {
     if (path == L"C:\\c") app.told("POST", "/api/verifydups", "cancel=1");
   };
@@ -127,17 +127,17 @@ TEST_CASE("files are read again right before they are deleted") {
                       R"("running":false,"cancelled":true})"));
 }
 
-TEST_CASE("searches started, watched, cancelled and robbed of their scans by many at once") {
+TEST_CASE("many clients start, watch, cancel and forget scans and searches at once") {
   App app;
   for (int i = 0; i < 300; ++i) {
     const std::wstring folder =
         i % 3 == 0 ? app.folders->addFolder(L"C:\\", std::to_wstring(i)) : L"C:\\";
     app.addContent(folder, L"f" + std::to_wstring(i), "text " + std::to_string(i % 100));
   }
-  // A short race with every run of the tests; VORDA_RACE_SECONDS makes a long one of it.
-  const char* wish = std::getenv("VORDA_RACE_SECONDS"); // NOLINT(concurrency-mt-unsafe)
+  // Short by default; VORDA_RACE_SECONDS sets another duration.
+  const char* seconds = std::getenv("VORDA_RACE_SECONDS"); // NOLINT(concurrency-mt-unsafe)
   const auto end = std::chrono::steady_clock::now() +
-                   std::chrono::seconds(wish == nullptr ? 3 : std::stoi(wish));
+                   std::chrono::seconds(seconds == nullptr ? 3 : std::stoi(seconds));
   std::atomic<int> torn{0};
   std::atomic<int> stale{0};
   std::atomic<int> results{0};
@@ -164,7 +164,7 @@ TEST_CASE("searches started, watched, cancelled and robbed of their scans by man
       }
       case 2: whole(app.told("POST", path, "cancel=1")); break;
       case 3:
-        // What is forgotten is in no result that is asked for afterwards.
+        // A forgotten scan must not appear in any later result.
         if (!id.empty()) {
           app.told("GET", "/api/forget?id=" + id);
           for (int i = 0; i < 2; ++i) {
@@ -177,6 +177,10 @@ TEST_CASE("searches started, watched, cancelled and robbed of their scans by man
         const std::string told = app.told("GET", path);
         whole(told);
         if (told.find("\"running\":false,") != std::string::npos) ++results;
+        for (const char* part : {"result?id=", "dirs?p=C%3A&id=", "cancel?id="}) {
+          app.told("GET", std::string("/api/") + part + (id.empty() ? "1" : id));
+        }
+        CHECK(app.told("GET", "/api/jobs").ends_with("]"));
       }
       }
     }

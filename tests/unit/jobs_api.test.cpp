@@ -1,0 +1,64 @@
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using test::App;
+
+TEST_CASE("a job from start to result, and forgotten while running") {
+  App app;
+  const std::wstring root = app.folders->addFolder(L"M:", L"r\u00E9");
+  for (int i = 0; i < 20; ++i) {
+    app.folders->addFile(app.folders->addFolder(root, std::to_wstring(i)), L"f", 5);
+  }
+  std::atomic<bool> gate{false};
+  std::atomic<bool> reading{false};
+  app.folders->onOpen = [&gate, &reading](const std::wstring&) {
+    reading = true;
+    while (!gate) std::this_thread::yield();
+  };
+  CHECK(app.told("POST", "/api/scan", "kind=map&path=") == R"(400 {"error":"geen pad opgegeven"})");
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":1,"ok":true})");
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cnone&kind=drive&label=L+1") ==
+        R"(200 {"id":2,"ok":true})");
+  app.waitUntilDone(2);
+  CHECK(app.told("GET", "/api/result?id=1") == R"(400 {"error":"nog niet klaar"})");
+  CHECK(app.told("GET", "/api/result?id=2") == R"(400 {"error":"noSuchDir"})");
+  for (const char* id : {"", "x", "3", "1x", "-1", " 1", "99999999999999999999"}) {
+    CHECK(app.told("GET", std::string("/api/result?id=") + id) ==
+          R"(404 {"error":"opdracht onbekend"})");
+  }
+  CHECK(app.told("GET", "/api/dirs?id=1&p=M%3A") == R"(404 {"error":"noJob"})");
+  CHECK(app.told("GET", "/api/ext?id=1&e=.iso") == R"(400 {"error":"noJob"})");
+  CHECK(app.told("GET", "/api/export?id=1") == R"(400 {"error":"nopath"})");
+  while (!reading) std::this_thread::yield();
+  const std::string jobs = app.told("GET", "/api/jobs");
+  CHECK(jobs.starts_with(R"(200 [{"id":1,"path":"M:\\ré","kind":"map","label":"M:\\ré",)"
+                         R"("state":"scanning","files":0,"bytes":0,"dirs":0,"phase":1,)"
+                         R"("seconds":0,"status":"reading","current":"","error":"",)"
+                         R"("method":"walk","noTurbo":"notlocal"},{"id":2,)"));
+  CHECK(jobs.find(R"("kind":"drive","label":"L 1","state":"error")") != std::string::npos);
+  gate = true;
+  app.waitUntilDone(1);
+  CHECK(app.told("GET", "/api/jobs")
+            .find(R"("state":"done","files":20,"bytes":100,"dirs":21,"phase":3)") !=
+        std::string::npos);
+  const auto first = app.ask("GET", "/api/result?id=1");
+  CHECK(first.status == 200);
+  CHECK(first.body == app.ask("GET", "/api/result?id=1").body); // shared, not copied
+  CHECK(first.payload().starts_with(R"({"meta":{"path":"M:\\ré",)"));
+
+  CHECK(app.told("GET", "/api/forget?id=1") == R"(200 {"ok":true})");
+  CHECK(app.told("GET", "/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
+  // Forgetting a running scan stops it.
+  gate = false;
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
+  std::shared_ptr<Job> forgotten = app.state.jobs.find(3);
+  CHECK(app.told("GET", "/api/forget?id=3") == R"(200 {"ok":true})");
+  gate = true;
+  while (!forgotten->done) std::this_thread::yield();
+  CHECK(forgotten->result.fileCount < 20);
+  const std::weak_ptr<Job> freed = forgotten;
+  forgotten.reset();
+  while (!freed.expired()) std::this_thread::yield();
+}

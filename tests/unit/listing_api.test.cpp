@@ -1,0 +1,32 @@
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using test::App;
+
+TEST_CASE("live listings: order, links, limits and failures") {
+  App app;
+  const std::wstring root = app.folders->addFolder(L"M:", L"r");
+  for (const wchar_t* name : {L"b10", L"B9", L"a", L"b010"}) app.folders->addFolder(root, name);
+  app.folders->addLink(root, L"link", true);
+  for (int i = 0; i < 2500; ++i)
+    app.folders->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2));
+  CHECK(
+      app.told("GET", "/api/browse?p=M%3A%5Cr%5C") ==
+      R"(200 {"path":"M:\\r","parent":"M:\\","dirs":[{"n":"a","p":"M:\\r\\a","hidden":false},)"
+      R"({"n":"B9","p":"M:\\r\\B9","hidden":false},{"n":"b010","p":"M:\\r\\b010","hidden":false},)"
+      R"({"n":"b10","p":"M:\\r\\b10","hidden":false},)"
+      R"({"n":"link","p":"M:\\r\\link","hidden":false,"link":true}]})");
+  CHECK(app.told("GET", "/api/browse?p=") ==
+        R"(200 {"path":"","parent":"","dirs":[{"n":"C:\\","p":"C:\\","hidden":false},)"
+        R"({"n":"Debian","p":"\\\\wsl.localhost\\Debian","hidden":false}]})");
+  CHECK(app.told("GET", "/api/browse?p=M%3A%5Cnone") ==
+        R"(200 {"path":"M:\\none","parent":"M:\\","dirs":[],"error":"noSuchDir"})");
+  const std::string files = app.told("GET", "/api/files?p=M%3A%5Cr");
+  CHECK(files.starts_with(
+      R"(200 {"path":"M:\\r","files":[{"n":"f2498","s":1249,"m":0},{"n":"f2499",)"));
+  CHECK(files.ends_with(R"({"n":"f1501","s":750,"m":0}],"total":2500,"dirs":5})"));
+  CHECK(app.told("GET", "/api/files?p=") ==
+        R"(200 {"path":"","files":[],"total":0,"dirs":0,"error":"noSuchDir"})");
+}

@@ -1,0 +1,54 @@
+#include "http/message_parser.h"
+
+#include <doctest/doctest.h>
+
+#include <vector>
+
+using namespace vorda;
+
+TEST_CASE("request heads, with odd and malformed parts") {
+  const auto full = parseHead("GET /api/x%20y?a=1&a=2&b&c=a+b%2Fc%zz&=e&%41=%4 HTTP/1.1\r\n"
+                              "Host:  \t h \t\r\nno colon\r\nX: 1\r\nx: 2\r\n:empty\r\n"
+                              "Content-LENGTH:  12abc");
+  REQUIRE(full);
+  CHECK(full->request.method == "GET");
+  CHECK(full->request.path == "/api/x%20y");
+  CHECK(full->request.query ==
+        TextMap{{"a", "2"}, {"b", ""}, {"c", "a b/c%zz"}, {"", "e"}, {"A", "%4"}});
+  CHECK(full->request.headers ==
+        TextMap{{"host", "h \t"}, {"x", "2"}, {"", "empty"}, {"content-length", "12abc"}});
+  CHECK(full->contentLength == 12);
+  CHECK_FALSE(parseHead(""));
+  CHECK_FALSE(parseHead("GET\r\nHost: a b"));
+  CHECK(parseHead(" /x")->request.method.empty());
+  CHECK(parseHead("GET ")->request.path.empty());
+  CHECK(parseHead("GET /x?\nHost: y")->request.headers.empty()); // a bare LF does not end a line
+  CHECK(parseHead("GET /\rX")->request.path == "/\rX");
+  const std::vector<std::pair<std::string, std::uint64_t>> lengths = {
+      {"-1", ~0ULL},
+      {"+7", 7},
+      {"x", 0},
+      {"", 0},
+      {"0x10", 0},
+      {"18446744073709551615", ~0ULL},
+      {"18446744073709551616", ~0ULL}};
+  for (const auto& [text, length] : lengths) {
+    CHECK(parseHead("GET / H\r\nContent-Length:" + text)->contentLength == length);
+  }
+}
+
+TEST_CASE("response heads") {
+  const std::vector<std::pair<int, std::string>> reasons = {{200, "OK"},
+                                                            {400, "Bad Request"},
+                                                            {401, "Unauthorized"},
+                                                            {404, "Not Found"},
+                                                            {500, "Internal Server Error"},
+                                                            {403, "Internal Server Error"},
+                                                            {502, "Internal Server Error"}};
+  for (const auto& [status, reason] : reasons) {
+    CHECK(responseHead(answer(status, "12345", "t/x")) ==
+          "HTTP/1.1 " + std::to_string(status) + " " + reason +
+              "\r\nContent-Type: t/x\r\nContent-Length: 5\r\nCache-Control: no-store\r\n"
+              "Connection: close\r\n\r\n");
+  }
+}
