@@ -158,15 +158,15 @@ TEST_CASE("a handler that fails answers 500, and the next request is served") {
 
 TEST_CASE("a scan from its start to its end") {
   App app;
-  const std::wstring root = app.folders->addFolder(L"M:", L"r\u00E9");
-  for (int i = 0; i < 20; ++i) app.folders->addFolder(root, L"d" + std::to_wstring(i));
+  const std::wstring root = app.disk->addFolder(L"M:", L"r\u00E9");
+  for (int i = 0; i < 20; ++i) app.disk->addFolder(root, L"d" + std::to_wstring(i));
   for (int i = 0; i < 250; ++i) {
-    app.folders->addFile(root + L"\\d" + std::to_wstring(i % 20), std::to_wstring(i) + L".ISO",
-                         60'000'000 + static_cast<unsigned>(i));
+    app.disk->addFile(root + L"\\d" + std::to_wstring(i % 20), std::to_wstring(i) + L".ISO",
+                      60'000'000 + static_cast<unsigned>(i));
   }
   std::atomic<bool> gate{false};
   std::atomic<bool> reading{false};
-  app.folders->onOpen = [&gate, &reading](const std::wstring&) {
+  app.disk->onOpen = [&gate, &reading](const std::wstring&) {
     reading = true;
     while (!gate) std::this_thread::yield();
   };
@@ -230,9 +230,9 @@ TEST_CASE("a scan from its start to its end") {
 
 TEST_CASE("jobs made, watched, cancelled and forgotten by many at once") {
   App app;
-  const std::wstring root = app.folders->addFolder(L"M:", L"r");
+  const std::wstring root = app.disk->addFolder(L"M:", L"r");
   for (int i = 0; i < 200; ++i) {
-    app.folders->addFile(app.folders->addFolder(root, std::to_wstring(i)), L"f", 1);
+    app.disk->addFile(app.disk->addFolder(root, std::to_wstring(i)), L"f", 1);
   }
   std::vector<std::weak_ptr<Job>> made;
   std::mutex mutex;
@@ -266,11 +266,11 @@ TEST_CASE("jobs made, watched, cancelled and forgotten by many at once") {
 
 TEST_CASE("live listings") {
   App app;
-  const std::wstring root = app.folders->addFolder(L"M:", L"r");
-  for (const wchar_t* name : {L"b10", L"B9", L"a", L"b010"}) app.folders->addFolder(root, name);
-  app.folders->addLink(root, L"link", true);
+  const std::wstring root = app.disk->addFolder(L"M:", L"r");
+  for (const wchar_t* name : {L"b10", L"B9", L"a", L"b010"}) app.disk->addFolder(root, name);
+  app.disk->link(L"M:\\r\\link", L"M:\\elsewhere");
   for (int i = 0; i < 2500; ++i)
-    app.folders->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2));
+    app.disk->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2));
   CHECK(
       app.told("GET", "/api/browse?p=M%3A%5Cr%5C") ==
       R"(200 {"path":"M:\\r","parent":"M:\\","dirs":[{"n":"a","p":"M:\\r\\a","hidden":false},)"

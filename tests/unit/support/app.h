@@ -1,13 +1,12 @@
-// A whole application state on a made-up file system, with nothing of Windows in it.
+// A complete application on an in-memory system.
 #pragma once
 
 #include "api/gate.h"
 #include "http/message_parser.h"
 #include "report/result_document.h"
 #include "scan/walk/walk.h"
-#include "support/made_up_disk.h"
 #include "support/memory_contents.h"
-#include "support/memory_folders.h"
+#include "support/memory_disk.h"
 #include "tree/size_tree.h"
 
 #include <memory>
@@ -17,7 +16,7 @@ namespace vorda::test {
 
 struct App {
   AppState state;
-  MemoryFolders* folders = nullptr;   // owned by state
+  MemoryDisk* disk = nullptr;         // owned by state
   MemoryContents* contents = nullptr; // owned by state
   int quits = 0;
   int elevations = 0;
@@ -25,10 +24,10 @@ struct App {
   std::vector<std::wstring> revealed;
 
   App() {
-    auto memory = std::make_unique<MemoryFolders>();
-    folders = memory.get();
+    auto memory = std::make_unique<MemoryDisk>();
+    disk = memory.get();
+    state.machine.reset(disk);
     state.folders = std::move(memory);
-    state.machine = std::make_unique<MadeUpDisk>();
     auto held = std::make_unique<MemoryContents>();
     contents = held.get();
     state.contents = std::move(held);
@@ -36,7 +35,7 @@ struct App {
     state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, kNotLocal}; };
     state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
                               ScanResult& result) {
-      return walk(*folders, progress, options, result, 2);
+      return walk(*disk, progress, options, result, 2);
     };
     state.steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
     state.steps.finish = [](Job& job) {
@@ -58,11 +57,12 @@ struct App {
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
   }
 
-  // What runs in the background uses the state.
+  // Background runs use the state.
   ~App() {
     for (const BackgroundRun* run : {&state.finder, &state.duplicates, &state.verification}) {
       while (run->running()) std::this_thread::yield();
     }
+    static_cast<void>(state.machine.release()); // the same object as the folders
   }
   App(const App&) = delete;
   App& operator=(const App&) = delete;
@@ -84,14 +84,14 @@ struct App {
     return std::to_string(response.status) + " " + std::string(response.payload());
   }
 
-  // A file with this content, in the folder listing and to be read.
+  // Adds a file with contents.
   void addContent(const std::wstring& folder, const std::wstring& name, std::string content,
                   std::uint64_t number = 0) {
-    folders->addFile(folder, name, content.size());
+    disk->addFile(folder, name, content.size());
     contents->add(joinPath(folder, name), std::move(content), number);
   }
 
-  // Scans a folder to its end; the id of the job.
+  // Scans a folder and returns the id of the job.
   int scanned(const std::string& path) {
     const std::string started = told("POST", "/api/scan", "path=" + path);
     const int id = std::stoi(started.substr(started.find("\"id\":") + 5));
@@ -99,7 +99,9 @@ struct App {
     return id;
   }
 
-  // The result of a search, once it is there.
+  std::shared_ptr<Job> scanJob(const std::string& path) { return state.jobs.find(scanned(path)); }
+
+  // Waits for the result of a run.
   std::string resultOf(const std::string& path) {
     while (told("GET", path).starts_with("200 {\"running\":true")) std::this_thread::yield();
     return told("GET", path);
