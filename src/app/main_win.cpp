@@ -19,7 +19,7 @@ namespace {
 
 using namespace vorda;
 
-// Asked anew for each request: drives come and go.
+// Called for every request, because drives come and go.
 TargetList targets() {
   TargetList list = systemTargets();
   list.version = programVersion();

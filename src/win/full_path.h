@@ -5,7 +5,7 @@
 
 namespace vorda {
 
-// The path itself when the system does not tell.
+// Returns the path unchanged on failure.
 std::wstring fullPath(const std::wstring& path);
 
 // The one spelling of a file or folder that exists: letter case as on disk, no short names
