@@ -1,5 +1,4 @@
-// Arguments from bytes: a NUL ends one. Whatever they are, parsing and checking end, and
-// every argument is used, reported or deliberately ignored.
+// Parses arguments, separated by NUL bytes, and checks that the results are consistent.
 #include "app/command_line.h"
 #include "base/text.h"
 

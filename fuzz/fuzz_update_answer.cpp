@@ -1,5 +1,5 @@
-// The body of an update server's answer. What is taken from it is a version, stands in the
-// body, and can be compared both ways.
+// Reads the body of an update server's answer. The result is a valid version from the body, and
+// comparing versions is consistent.
 #include "update/update_answer.h"
 #include "update/version_text.h"
 

@@ -9,7 +9,7 @@
 #include "scan/target_list.h"
 #include "search/background_run.h"
 #include "search/file_contents.h"
-#include "update/update_report.h"
+#include "update/update_source.h"
 
 #include <functional>
 #include <memory>

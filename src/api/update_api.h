@@ -2,7 +2,7 @@
 #pragma once
 
 #include "http/message.h"
-#include "update/update_report.h"
+#include "update/update_source.h"
 
 namespace vorda {
 

@@ -6,8 +6,7 @@ namespace vorda {
 
 namespace {
 
-// Without I, O, 0 and 1. A power of two of them, so that five random bits choose each
-// with the same chance.
+// Without I, O, 0 and 1. The 32 symbols are equally likely for five random bits.
 constexpr std::wstring_view kSymbols = L"ABCDEFGHJKLMNPQRSTUVWXYZ23456789";
 constexpr unsigned kFiveBits = 0x1F;
 static_assert(kSymbols.size() == kFiveBits + 1);

@@ -1,5 +1,5 @@
-// The key that a browser must present to an agent on another machine, made for people to
-// type: no two of its symbols are taken for one another.
+// The key that a browser must send to an agent on another machine. People type it, so it contains
+// no symbols that look alike.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@ namespace vorda {
 
 inline constexpr std::size_t kAgentKeyLength = 20;
 
-// One symbol for each random byte.
+// Makes a key with one symbol for each random byte.
 std::wstring agentKeyFrom(const std::array<std::uint8_t, kAgentKeyLength>& random);
 
 } // namespace vorda

@@ -1,16 +1,15 @@
 #include "app/askpass_win.h"
 
+#include "app/exit_code.h"
 #include "base/text.h"
 #include "scan/ssh/ssh_start.h"
+#include "win/write_all.h"
 
 #include <windows.h>
 
 namespace vorda {
 
 namespace {
-
-constexpr int kAnswered = 0;
-constexpr int kDeclined = 1;
 
 WideSecret passwordFromEnvironment() {
   const wchar_t* name = kPasswordVariable.data();
@@ -22,20 +21,6 @@ WideSecret passwordFromEnvironment() {
   return password;
 }
 
-bool writeAll(std::string_view bytes) {
-  const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
-  while (!bytes.empty()) {
-    DWORD written = 0;
-    if (WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ==
-            FALSE ||
-        written == 0) {
-      return false;
-    }
-    bytes.remove_prefix(written);
-  }
-  return true;
-}
-
 } // namespace
 
 bool startedAsAskpass() {
@@ -43,15 +28,15 @@ bool startedAsAskpass() {
 }
 
 int askpassMain(std::wstring_view prompt) {
-  if (!asksForPassword(prompt)) return kDeclined;
+  if (!asksForPassword(prompt)) return kExitFailed;
   const WideSecret password = passwordFromEnvironment();
   std::string line;
-  line.reserve(3 * password.view().size() + 1); // never outgrown, so that nothing stays behind
+  line.reserve(3 * password.view().size() + 1); // so that no reallocation leaves a copy
   appendUtf8(line, password.view());
   line.push_back('\n');
-  const bool written = writeAll(line);
+  const bool written = writeAll(GetStdHandle(STD_OUTPUT_HANDLE), line) == ERROR_SUCCESS;
   wipeText(line);
-  return written ? kAnswered : kDeclined;
+  return written ? kExitDone : kExitFailed;
 }
 
 } // namespace vorda

@@ -1,15 +1,16 @@
-// The program as ssh's helper that answers the question for a password.
+// Answers the password prompt of ssh, which starts this program as its askpass helper.
 #pragma once
 
 #include <string_view>
 
 namespace vorda {
 
-// Whether ssh has started this process to be asked.
+// Whether ssh started this process to answer a prompt.
 bool startedAsAskpass();
 
-// Writes the password, which the environment carries, as one line to the standard output;
-// exit code 0. Any other question gets no answer and 1.
+// Answers a password prompt with the password from the environment, as one line on standard
+// output. Returns the exit code: kExitDone, or kExitFailed for any other prompt, which gets no
+// answer.
 int askpassMain(std::wstring_view prompt);
 
 } // namespace vorda

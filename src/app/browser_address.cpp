@@ -6,7 +6,11 @@ namespace vorda {
 
 namespace {
 
-constexpr bool staysAsItIs(char c) {
+// The page looks for exactly these strings, so both begin with "?".
+constexpr std::wstring_view kTokenParameter = L"?token=";
+constexpr std::wstring_view kScanParameter = L"?scan=";
+
+constexpr bool isUnreserved(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
          c == '.' || c == '_' || c == '~';
 }
@@ -16,7 +20,7 @@ std::wstring percentEncoded(std::wstring_view text) {
   std::wstring out;
   for (const char c : toUtf8(text)) {
     const auto byte = static_cast<unsigned char>(c);
-    if (staysAsItIs(c)) {
+    if (isUnreserved(c)) {
       out += static_cast<wchar_t>(byte);
     } else {
       out += {L'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
@@ -29,9 +33,8 @@ std::wstring percentEncoded(std::wstring_view text) {
 
 std::wstring browserAddress(std::uint32_t port, std::wstring_view key, std::wstring_view scanPath) {
   std::wstring address = L"http://127.0.0.1:" + std::to_wstring(port) + L"/";
-  if (!key.empty()) address.append(L"?token=").append(key);
-  // "?" also behind a key: the page looks for these very words in what follows the path.
-  if (!scanPath.empty()) address += L"?scan=" + percentEncoded(scanPath);
+  if (!key.empty()) address.append(kTokenParameter).append(key);
+  if (!scanPath.empty()) address.append(kScanParameter).append(percentEncoded(scanPath));
   return address;
 }
 

@@ -1,4 +1,4 @@
-// The address that the browser is sent to at the start.
+// The address that is opened in the browser at startup.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace vorda {
 
-// key: for a page that must present one, else empty; it goes in as it stands. scanPath:
-// what the page is to scan at once, or empty; it is percent-encoded.
+// key: what the page must send, or empty; not encoded. scanPath: what the page scans at once, or
+// empty; percent-encoded.
 std::wstring browserAddress(std::uint32_t port, std::wstring_view key, std::wstring_view scanPath);
 
 } // namespace vorda

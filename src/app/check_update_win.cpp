@@ -1,16 +1,10 @@
-#include "app/check_update_win.h"
-
+#include "app/exit_code.h"
+#include "app/modes_win.h"
 #include "app/std_output_win.h"
+#include "app/update_report.h"
 #include "base/text.h"
 
 namespace vorda {
-
-namespace {
-
-constexpr int kExitFailed = 1;
-constexpr int kExitWrongArguments = 2;
-
-} // namespace
 
 int runUpdateCheck(const CommandLineOptions& options, const UpdateSource& source) {
   const std::vector<std::wstring> messages = validateUpdateCheck(options);

@@ -1,5 +1,6 @@
 #include "app/command_line.h"
 
+#include "app/option_names.h"
 #include "base/text.h"
 #include "report/csv_report.h"
 
@@ -13,49 +14,42 @@ namespace {
 
 using Options = CommandLineOptions;
 
-struct Flag {
+template <typename Value> struct Option {
   std::wstring_view name;
-  bool Options::*field;
+  Value Options::*field;
 };
 
-constexpr std::array<Flag, 7> kFlags = {{
-    {L"--agent", &Options::agent},
-    {L"--service", &Options::service},
-    {L"--server", &Options::server},
-    {L"--no-open", &Options::noOpen},
+constexpr std::array<Option<bool>, 7> kFlags = {{
+    {kAgentOption, &Options::agent},
+    {kServiceOption, &Options::service},
+    {kServerOption, &Options::server},
+    {kNoOpenOption, &Options::noOpen},
     {L"--show-key", &Options::showKey},
     {L"--stop", &Options::stop},
     {L"--check-update", &Options::checkUpdate},
 }};
 
 // Options that take the next argument, whatever it looks like.
-struct Valued {
-  std::wstring_view name;
-  std::wstring Options::*field;
-};
-
-constexpr std::array<Valued, 6> kValued = {{
+constexpr std::array<Option<std::wstring>, 6> kValued = {{
     {L"--grant-service-logon", &Options::grantAccount},
-    {L"--close-for-update", &Options::closeFolder},
-    {L"--close-for-removal", &Options::closeFolder},
+    {kCloseForUpdateOption, &Options::closeFolder},
+    {kCloseForRemovalOption, &Options::closeFolder},
     {L"--restart-after-update", &Options::restartFolder},
     {L"--token", &Options::token},
     {L"--scan", &Options::scanPath},
 }};
 
-// Options of the export run: their value may not begin with "--".
-struct ExportOption {
-  std::wstring_view name;
-  std::wstring Options::*field;
-  std::wstring_view missing;
+// Options of an export run, whose values must not begin with "--".
+struct ExportOption : Option<std::wstring> {
+  std::wstring_view missing; // the message if there is no value
 };
 
 constexpr std::array<ExportOption, 5> kExportOptions = {{
-    {L"--out", &Options::outFile, L"--out needs a file name, or - for standard output"},
-    {L"--format", &Options::format, L"--format needs json or csv"},
-    {L"--what", &Options::what, L"--what needs files, types or advice"},
-    {L"--ext", &Options::ext, L"--ext needs one or more extensions, such as \".jpg .png\""},
-    {L"--find", &Options::find, L"--find needs a name or pattern, such as \"holiday*\""},
+    {{L"--out", &Options::outFile}, L"--out needs a file name, or - for standard output"},
+    {{L"--format", &Options::format}, L"--format needs json or csv"},
+    {{L"--what", &Options::what}, L"--what needs files, types or advice"},
+    {{L"--ext", &Options::ext}, L"--ext needs one or more extensions, such as \".jpg .png\""},
+    {{L"--find", &Options::find}, L"--find needs a name or pattern, such as \"holiday*\""},
 }};
 
 template <typename Table>
@@ -66,8 +60,8 @@ const typename Table::value_type* findOption(const Table& table, std::wstring_vi
   return nullptr;
 }
 
-// A base-10 number as wcstol reads it: leading blanks and a sign, then digits up to the
-// first other character; limited to 32 bits, 0 without digits.
+// Reads a decimal number like wcstol: white space, a sign, then digits up to the first other
+// character. Clamped to 32 bits; 0 if there are no digits.
 std::int32_t readNumber(std::wstring_view text) {
   constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
   std::size_t at = text.find_first_not_of(L" \t\n\v\f\r");
@@ -82,7 +76,7 @@ std::int32_t readNumber(std::wstring_view text) {
   return static_cast<std::int32_t>(negative ? -value : value);
 }
 
-// Whether there is an option that neither an export run nor an update check goes with.
+// Whether there is an option that excludes both an export run and an update check.
 bool asksForOtherMode(const Options& options) {
   return options.agent || options.service || options.server || options.showKey || options.stop ||
          !options.grantAccount.empty() || !options.token.empty() || options.port != 0;
@@ -95,20 +89,20 @@ CommandLineOptions parseCommandLine(const std::vector<std::wstring>& arguments) 
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::wstring& argument = arguments[i];
     const bool hasNext = i + 1 < arguments.size();
-    if (argument == L"--help" || argument == L"-h") {
+    if (argument == kHelpOption || argument == kShortHelpOption) {
       options.help = true;
       return options;
     }
-    if (const Flag* flag = findOption(kFlags, argument)) {
+    if (const auto* flag = findOption(kFlags, argument)) {
       options.*(flag->field) = true;
-    } else if (const Valued* valued = findOption(kValued, argument); valued && hasNext) {
+    } else if (const auto* valued = findOption(kValued, argument); valued && hasNext) {
       options.*(valued->field) = arguments[++i];
       if (valued->field == &Options::closeFolder) {
-        options.rememberForRestart = argument == L"--close-for-update";
+        options.rememberForRestart = argument == kCloseForUpdateOption;
       }
-    } else if (argument == L"--port" && hasNext) {
+    } else if (argument == kPortOption && hasNext) {
       options.port = readNumber(arguments[++i]);
-    } else if (const ExportOption* option = findOption(kExportOptions, argument)) {
+    } else if (const auto* option = findOption(kExportOptions, argument)) {
       options.exportRun = true;
       if (hasNext && !arguments[i + 1].starts_with(L"--")) {
         options.*(option->field) = arguments[++i];

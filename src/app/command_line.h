@@ -1,5 +1,4 @@
-// The command line: parsing, which mode it asks for, and whether an export run is
-// complete. Text in, values out.
+// Parses and checks the command line.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +9,7 @@
 namespace vorda {
 
 struct CommandLineOptions {
-  bool help = false; // everything else on the line is then ignored
+  bool help = false; // all other arguments are then ignored
   bool agent = false;
   bool service = false;
   bool server = false;
@@ -20,7 +19,7 @@ struct CommandLineOptions {
   bool checkUpdate = false;
   bool exportRun = false;
   bool rememberForRestart = false;
-  std::int32_t port = 0; // 0: not given; no range is enforced here
+  std::int32_t port = 0; // 0: not given; not checked here
   std::wstring grantAccount;
   std::wstring closeFolder;
   std::wstring restartFolder;
@@ -35,7 +34,7 @@ struct CommandLineOptions {
   std::vector<std::wstring> unknownArgs;
 };
 
-// arguments: those behind the program's name.
+// arguments: without the program name.
 CommandLineOptions parseCommandLine(const std::vector<std::wstring>& arguments);
 
 enum class Mode {
@@ -53,20 +52,19 @@ enum class Mode {
 
 Mode modeOf(const CommandLineOptions& options);
 
-// What is wrong with an export run, one message each, in the order they are shown;
-// empty when it can go ahead.
+// What is wrong with the options of an export run, in the order it is shown. Empty if nothing is.
 std::vector<std::wstring> validateExportRun(const CommandLineOptions& options);
 
-// The same for an update check, which takes no company.
+// The same for an update check, which allows no other mode.
 std::vector<std::wstring> validateUpdateCheck(const CommandLineOptions& options);
 
-// The format that the run writes: the one asked for, else by the output's name.
+// "json" or "csv": --format, else derived from the output file name. Not checked here.
 std::wstring effectiveFormat(const CommandLineOptions& options);
 
-// The messages as one text: a line each behind "Vorda: ", and where to read on.
+// The messages as one text, each on a line after "Vorda: ", and a hint at --help.
 std::wstring argumentErrorText(const std::vector<std::wstring>& messages);
 
-// The help text. version: "1.2.3", or empty when it is not known.
+// version: such as "1.2.3", or empty if unknown.
 std::wstring helpText(std::wstring_view version);
 
 } // namespace vorda

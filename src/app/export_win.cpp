@@ -1,18 +1,12 @@
-#include "app/export_win.h"
-
+#include "app/exit_code.h"
+#include "app/modes_win.h"
+#include "app/safe_file_win.h"
 #include "app/scan_run.h"
 #include "app/scan_steps_win.h"
 #include "app/std_output_win.h"
 #include "base/text.h"
-#include "win/safe_file.h"
 
 namespace vorda {
-
-namespace {
-
-constexpr int kExitWrongArguments = 2;
-
-} // namespace
 
 int runExport(const CommandLineOptions& options) {
   const std::vector<std::wstring> messages = validateExportRun(options);

@@ -23,7 +23,7 @@ LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
     break;
   }
   case WM_QUERYENDSESSION: return TRUE;
-  // Whatever comes with it: this copy also ends when the session then goes on after all.
+  // wParam is ignored: this copy quits even if the session does not end after all.
   case WM_ENDSESSION:
   case WM_CLOSE: {
     const Owner& owner = *std::bit_cast<const Owner*>(GetWindowLongPtrW(window, GWLP_USERDATA));
@@ -49,9 +49,9 @@ HWND makeWindow(Owner& owner) {
                          nullptr, program, &owner);
 }
 
-// Windows keeps messages of ordinary programs from the windows of elevated ones. These
-// must pass, or an elevated copy could not be closed from an ordinary command line.
-void admitFromBelow(HWND window) {
+// Windows blocks messages from ordinary programs to the windows of elevated ones. Without these an
+// elevated copy could not be closed from an ordinary command line.
+void allowFromOrdinaryPrograms(HWND window) {
   constexpr UINT kMessages[] = {WM_QUERYENDSESSION, WM_ENDSESSION, WM_CLOSE};
   for (const UINT message : kMessages) {
     ChangeWindowMessageFilterEx(window, message, MSGFLT_ALLOW, nullptr);
@@ -64,7 +64,7 @@ void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClo
   Owner owner = {server, beforeClosing};
   const HWND window = makeWindow(owner);
   while (window == nullptr) Sleep(kIdleSleepMs);
-  admitFromBelow(window);
+  allowFromOrdinaryPrograms(window);
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
     TranslateMessage(&message);

@@ -1,5 +1,5 @@
-// The window that nobody sees. Through it the system, another copy of this program or an
-// installer asks a running copy to end.
+// An invisible window. Through it Windows, another copy of this program or an installer asks a
+// running copy to quit.
 #pragma once
 
 #include "http/server.h"
@@ -8,11 +8,11 @@
 
 namespace vorda {
 
+// Part of the interface: installers look for it.
 inline constexpr const wchar_t* kHiddenWindowClass = L"VordaHiddenWindow";
 
-// Makes the window and handles its messages until one asks this copy to end; by then the
-// server no longer listens. Without a window it serves on and never returns.
-// Just before, beforeClosing is called.
+// Creates the window and handles its messages until one asks this copy to quit. Then calls
+// beforeClosing, stops the server and returns. If the window cannot be created, it never returns.
 void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClosing);
 
 } // namespace vorda

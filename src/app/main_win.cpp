@@ -1,16 +1,11 @@
-// The entry point: reads the command line, picks one mode, runs it and returns its exit
-// code. Here the parts are put together; nothing else makes them.
+// The entry point. It assembles the parts of the process and runs the mode that the command line
+// asks for.
 #include "api/gate.h"
 #include "app/askpass_win.h"
-#include "app/check_update_win.h"
-#include "app/command_line.h"
-#include "app/export_win.h"
-#include "app/installer_win.h"
+#include "app/exit_code.h"
+#include "app/modes_win.h"
 #include "app/scan_steps_win.h"
-#include "app/serve_win.h"
 #include "app/session_actions_win.h"
-#include "app/std_output_win.h"
-#include "app/stop_instances_win.h"
 #include "base/text.h"
 #include "fileops/deletion_log_win.h"
 #include "maker.h"
@@ -24,15 +19,7 @@ namespace {
 
 using namespace vorda;
 
-constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;
-
-int showHelp() {
-  const std::wstring text = helpText(programVersion());
-  if (!writeStdLine(text, StdStream::output)) showInfo(text);
-  return kExitDone;
-}
-
+// Called for every request, because drives come and go.
 TargetList targets() {
   TargetList list = systemTargets();
   list.version = programVersion();
@@ -47,8 +34,8 @@ UpdateSource updateSource() {
           [current] { return checkForUpdate({maker::kUpdateHost}, current); }};
 }
 
-// Never destroyed: nobody waits for the threads of connections and scans, which use it
-// until the process is gone.
+// Everything a serving process consists of. Never destroyed: the threads of connections and scans
+// use it until the process exits.
 AppState& makeState() {
   AppState& state = *std::make_unique<AppState>().release();
   state.folders = systemFolders();
@@ -62,29 +49,29 @@ AppState& makeState() {
   return state;
 }
 
-// For the same reason the process ends without the destructors of static objects.
+// Those threads may also use static objects, so exit without running destructors.
 [[noreturn]] void serveAndEnd(const CommandLineOptions& options) {
   ExitProcess(static_cast<UINT>(serve(makeState(), options)));
 }
 
 int run() {
   const std::vector<std::wstring> arguments = splitCommandLine(GetCommandLineW());
-  // Before anything else: such a start must not do what its command line seems to say.
+  // First of all: what ssh passes is a prompt, not a command line of this program.
   if (startedAsAskpass()) return askpassMain(arguments.empty() ? L"" : arguments.front());
-  // A drive without a medium is an error like any other, not a question to the user.
+  // An empty drive is reported as an error, without a system dialog.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
   const CommandLineOptions options = parseCommandLine(arguments);
   switch (modeOf(options)) {
   case Mode::help: return showHelp();
   case Mode::exportRun: return runExport(options);
-  case Mode::stop: stopAllInstances(); return kExitDone;
+  case Mode::stop: return stopInstances();
   case Mode::checkUpdate: return runUpdateCheck(options, updateSource());
   case Mode::showKey: return showAgentKey();
   case Mode::network:
   case Mode::interactive: serveAndEnd(options);
-  case Mode::closeCopies: return runClose(options);
-  case Mode::restartCopies: return runRestart(options.restartFolder, runsAsSystem());
-  case Mode::grantServiceLogon: return runGrantServiceLogon(options.grantAccount);
+  case Mode::closeCopies: return closeRunningCopies(options);
+  case Mode::restartCopies: return restartClosedCopies(options.restartFolder, runsAsSystem());
+  case Mode::grantServiceLogon: return grantLogonRight(options.grantAccount);
   }
   return kExitFailed;
 }

@@ -1,5 +1,5 @@
-// Which port the server listens on: what is tried, how often and in which order, and the
-// text for people when nothing worked.
+// Which port the server listens on: what is tried, in which order and how often, and the message
+// if nothing works.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +11,28 @@ namespace vorda {
 inline constexpr std::uint16_t kDefaultPort = 7666;      // of the interactive tool
 inline constexpr std::uint16_t kDefaultAgentPort = 7777; // of agent, server and service
 
+// How many ports are tried, from the stored or default one upwards, if none was asked for.
+inline constexpr int kStoredPortTries = 12;
+
 constexpr bool isPortNumber(std::int64_t number) { return number >= 1 && number <= 65'535; }
 
 struct PortRequest {
-  std::int32_t asked = 0;   // --port as given; 0: not given
-  std::uint32_t stored = 0; // this machine's setting, see readPortSetting
-  bool network = false;     // other machines reach us at this port, so it must not move
+  std::int32_t asked = 0;   // --port; 0: not given
+  std::uint32_t stored = 0; // the setting of this machine (see readPortSetting)
+  bool network = false;     // other machines connect to this port, so no other will do
 };
 
-// How to try a port and to wait; the clock is the caller's.
+// How to try a port and how to wait.
 struct PortTrial {
-  // As startServer: false with the reason. Port 0 lets the system choose.
+  // Like startServer: false with a reason. Port 0 lets the system choose.
   std::function<bool(std::uint16_t port, std::wstring& reason)> start;
   std::function<void(unsigned milliseconds)> sleep;
 };
 
-// False with the reason when the server could not be started on any port.
+// False with a reason if the server could not be started on any port.
 bool startOnSomePort(const PortRequest& request, const PortTrial& trial, std::wstring& reason);
 
+// The message for people when startOnSomePort has failed with this reason.
 std::wstring startFailureText(const PortRequest& request, const std::wstring& reason);
 
 } // namespace vorda

@@ -42,7 +42,7 @@ Sockets beginConnections(std::uint32_t firstPort, unsigned ports) {
   return sockets;
 }
 
-// Those that are connected before the time is over.
+// Returns the sockets that connect before the time-out.
 Sockets connectedOf(Sockets waiting) {
   Sockets connected;
   const ULONGLONG end = GetTickCount64() + kTimeoutMs;
@@ -84,8 +84,7 @@ bool willQuit(const SocketHandle& handle) {
 unsigned sendQuitRequests(std::uint32_t firstPort, unsigned ports) {
   WSADATA data;
   if (WSAStartup(MAKEWORD(2, 2), &data) != 0) return 0;
-  // All at once: Windows goes on trying a port where nobody listens for about two
-  // seconds, and usually nobody listens on most of them.
+  // All at once: Windows takes about two seconds to give up on a port where nothing listens.
   const Sockets sockets = connectedOf(beginConnections(firstPort, ports));
   return static_cast<unsigned>(std::count_if(sockets.begin(), sockets.end(), willQuit));
 }

@@ -1,12 +1,12 @@
-// Asking copies of this program that listen on this machine to end.
+// Asks copies of this program that serve on this machine to quit.
 #pragma once
 
 #include <cstdint>
 
 namespace vorda {
 
-// Sends the request to so many ports from the first on. Returns how many answered that
-// they will.
+// Sends the request to this number of ports of the loopback address, from firstPort upwards.
+// Returns how many copies accepted. Takes about 400 ms at most for each step of a connection.
 unsigned sendQuitRequests(std::uint32_t firstPort, unsigned ports);
 
 } // namespace vorda

@@ -1,5 +1,7 @@
 #include "app/relaunch_win.h"
 
+#include "app/exit_code.h"
+#include "app/option_names.h"
 #include "win/com_apartment.h"
 #include "win/program_path.h"
 
@@ -9,8 +11,8 @@ namespace vorda {
 
 namespace {
 
-constexpr DWORD kAnswerLeavesMs = 250;
-constexpr DWORD kPortFreesMs = 150;
+constexpr DWORD kAnswerSentMs = 250;
+constexpr DWORD kPortReleasedMs = 150;
 
 bool startElevated(const std::wstring& parameters, HWND owner) {
   const ComApartment apartment;
@@ -32,11 +34,13 @@ bool startElevated(const std::wstring& parameters, HWND owner) {
 
 void relaunchElevated(ServerState& server, HWND owner) {
   const std::uint32_t port = server.actualPort;
-  Sleep(kAnswerLeavesMs);
+  Sleep(kAnswerSentMs);
   stopServer(server);
-  Sleep(kPortFreesMs);
-  if (startElevated(L"--port " + std::to_wstring(port) + L" --no-open", owner)) ExitProcess(0);
-  std::wstring reason; // there is nobody left to tell it to
+  Sleep(kPortReleasedMs);
+  std::wstring parameters(kPortOption);
+  parameters.append(L" ").append(std::to_wstring(port)).append(L" ").append(kNoOpenOption);
+  if (startElevated(parameters, owner)) ExitProcess(kExitDone);
+  std::wstring reason; // nobody is left to read it
   startServer(server, static_cast<std::uint16_t>(port), false, reason);
 }
 

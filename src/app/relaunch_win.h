@@ -1,4 +1,4 @@
-// Replacing this copy by an elevated one.
+// Replaces this copy with an elevated one.
 #pragma once
 
 #include "http/server.h"
@@ -7,9 +7,9 @@
 
 namespace vorda {
 
-// Leaves the port to an elevated copy, started with a prompt that owner stands behind,
-// and ends the process. Returns only when there is none, since the user declined: then
-// this copy serves this machine again on the same port.
+// Releases the port, starts an elevated copy on it and exits. owner: the window that the
+// elevation prompt appears in front of. Returns only if no copy was started, for example because
+// the user declined; the server then listens on the loopback address of the same port again.
 void relaunchElevated(ServerState& server, HWND owner);
 
 } // namespace vorda

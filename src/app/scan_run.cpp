@@ -1,5 +1,6 @@
 #include "app/scan_run.h"
 
+#include "app/exit_code.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
@@ -69,21 +70,21 @@ int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
   const std::string error = job->progress.texts().error;
   if (!error.empty()) {
     outputs.message(L" failed: " + toUtf16(failureText(error)) + L"\n");
-    return 1;
+    return kExitFailed;
   }
   outputs.message(L"\n");
   const bool csv = request.format == "csv";
   const std::string report =
       csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
   const std::string& text = csv ? report : *job->document;
-  if (request.outFile == L"-") return outputs.standardOut(text) ? 0 : 1;
+  if (request.outFile == L"-") return outputs.standardOut(text) ? kExitDone : kExitFailed;
   const std::wstring reason = outputs.writeFile(request.outFile, text);
   if (!reason.empty()) {
     outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
-    return 1;
+    return kExitFailed;
   }
   outputs.standardOut(summary(*job, request));
-  return 0;
+  return kExitDone;
 }
 
 } // namespace vorda

@@ -1,7 +1,5 @@
-// The scan run of the command line: scan, write the result, say what was found, exit.
-//
-// What it decides is here; where the texts go and how a file gets onto the disk is
-// handed in, so that the run can be tested without either.
+// The scan run of the command line: scans, writes the result and prints a summary. The outputs
+// are passed in.
 #pragma once
 
 #include "report/csv_report.h"
@@ -23,17 +21,17 @@ struct ScanRunRequest {
 };
 
 struct ScanRunOutputs {
-  std::function<void(std::wstring_view)> message;    // to standard error, as it stands
-  std::function<bool(std::string_view)> standardOut; // UTF-8; false when it was not written
-  // Writes a file whole or not at all; returns the reason of a failure, or nothing.
+  std::function<void(std::wstring_view)> message; // to standard error, without adding a line break
+  std::function<bool(std::string_view)> standardOut; // UTF-8; false on failure
+  // Writes the whole file or nothing. Returns the reason of a failure, or an empty string.
   std::function<std::wstring(const std::wstring& name, std::string_view text)> writeFile;
 };
 
-// Returns the exit code: 0 done, 1 the scan or the writing failed.
+// Returns the exit code: kExitDone, or kExitFailed if scanning or writing failed.
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
                    const ScanRunOutputs& outputs);
 
-// The closing line's size: "1023 B", "1.0 KB", "1.5 GB", up to PB; decimal point.
+// The size in the summary, such as "1023 B", "1.0 KB" or "1.5 GB", up to PB.
 std::string summarySize(std::uint64_t bytes);
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// The steps of a scan, made of what this machine offers.
+// The steps of a scan on this machine.
 #pragma once
 
 #include "scan/folder_reader.h"
@@ -6,7 +6,7 @@
 
 namespace vorda {
 
-// folders must live as long as the steps are used.
+// folders must outlive the steps.
 ScanSteps makeScanSteps(FolderSource& folders);
 
 } // namespace vorda

@@ -1,7 +1,7 @@
-#include "app/serve_win.h"
-
 #include "app/browser_address.h"
+#include "app/exit_code.h"
 #include "app/hidden_window_win.h"
+#include "app/modes_win.h"
 #include "app/port_choice.h"
 #include "app/service_win.h"
 #include "app/settings_win.h"
@@ -16,15 +16,8 @@ namespace vorda {
 
 namespace {
 
-constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;
-
-// A service that has just been installed writes its key when it starts for the first time.
-constexpr unsigned kKeyReads = 20;
-constexpr DWORD kKeyPauseMs = 250;
-
-// Without the rights to store a key, an agent still runs with one that holds until it
-// ends; nobody would ever learn the one of a service.
+// Without the right to store a key, an agent still runs with a temporary one. A service does
+// not, because nobody could ever see its key.
 std::wstring resolveKey(const CommandLineOptions& options) {
   if (!options.token.empty()) return options.token;
   std::wstring key = getOrCreateKey();
@@ -74,24 +67,6 @@ int serve(AppState& state, const CommandLineOptions& options) {
   if (!options.service) return serveUntilClosed(state, options);
   const std::int32_t port = options.port != 0 ? options.port : kDefaultAgentPort;
   return runService(state.server, port) ? kExitDone : kExitFailed;
-}
-
-int showAgentKey() {
-  std::wstring key = readStoredKey();
-  for (unsigned reads = 1; key.empty() && reads < kKeyReads; ++reads) {
-    Sleep(kKeyPauseMs);
-    key = readStoredKey();
-  }
-  if (key.empty()) {
-    showError(L"There is no agent key on this machine yet.\n"
-              L"The agent creates one the first time it starts.");
-    return kExitFailed;
-  }
-  if (!writeStdLine(key, StdStream::output)) {
-    showInfo(L"Agent key for this machine:\n\n        " + key +
-             L"\n\nEnter this key on the machine you scan from.");
-  }
-  return kExitDone;
 }
 
 } // namespace vorda

@@ -20,7 +20,7 @@ class Service {
 public:
   Service(ServerState& server, std::int32_t port) : server_(server), port_(port) {}
 
-  void run(); // on the thread that the service manager's client code makes
+  void run(); // on a thread of the service dispatcher
   void control(DWORD code);
 
 private:
@@ -36,8 +36,8 @@ private:
   std::atomic<DWORD> checkPoint_{0};
 };
 
-// The service manager calls plain functions and hands them nothing of ours, so this one
-// pointer cannot be passed down. Set before it may call, never changed afterwards.
+// A global, because Windows passes no context to the functions below. Set before they can be
+// called and never changed.
 Service* theService = nullptr;
 
 void WINAPI serviceMain(DWORD, wchar_t**) { theService->run(); }
@@ -58,7 +58,7 @@ void Service::run() {
   if (status_ == nullptr) return;
   reportPending(SERVICE_START_PENDING, 0, kStartHintMs);
   stopped_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  std::wstring reason; // nobody is there to read it
+  std::wstring reason; // nobody to read it
   if (stopped_.valid() && isPortNumber(port_) &&
       startServer(server_, static_cast<std::uint16_t>(port_), true, reason)) {
     report(SERVICE_RUNNING, SERVICE_ACCEPT_STOP, 0, 0);
@@ -77,9 +77,9 @@ void Service::control(DWORD code) {
 } // namespace
 
 bool runService(ServerState& server, std::int32_t port) {
-  // Never destroyed: that the dispatcher returned does not say that its threads have.
+  // Never destroyed: the dispatcher may return before its threads do.
   theService = std::make_unique<Service>(server, port).release();
-  std::wstring name = kAgentServiceName; // the table wants it writable
+  std::wstring name = kAgentServiceName; // the table needs a writable string
   const SERVICE_TABLE_ENTRYW table[] = {{name.data(), serviceMain}, {nullptr, nullptr}};
   return StartServiceCtrlDispatcherW(table) != FALSE;
 }

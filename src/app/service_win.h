@@ -1,4 +1,4 @@
-// Running under the service manager.
+// Runs as a Windows service.
 #pragma once
 
 #include "http/server.h"
@@ -7,8 +7,8 @@
 
 namespace vorda {
 
-// Connects this process to the service manager and serves the whole network on the port
-// until the service is stopped. False when the service manager did not start us.
+// Serves the network on this port until the service is stopped. If the port is invalid or in
+// use, the service stops at once. False if the service manager did not start this process.
 bool runService(ServerState& server, std::int32_t port);
 
 } // namespace vorda

@@ -15,8 +15,12 @@ namespace vorda {
 
 namespace {
 
-constexpr DWORD kAnswerLeavesMs = 300;
+constexpr DWORD kAnswerSentMs = 300;
 constexpr std::uint32_t kMaxPageFileBytes = 268'435'456;
+
+// Part of the interface, the Dutch words included.
+constexpr const wchar_t* kPageFile = L"ui.built.html";
+constexpr const char* kPageMissing = "<h1>ui.html ontbreekt</h1>";
 
 std::string pageResource() {
   const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), L"HTMLPAGE");
@@ -27,11 +31,11 @@ std::string pageResource() {
   return {static_cast<const char*>(bytes), SizeofResource(nullptr, place)};
 }
 
-// The file beside the program comes first and is read anew each time, so that whoever
-// works on the page only reloads it.
+// A file next to the program replaces the built-in page. It is read on every request, so that
+// someone working on the page only needs to reload it.
 std::string page() {
   const std::wstring program = programPath();
-  const std::wstring file = program.substr(0, program.rfind(L'\\') + 1) + L"ui.built.html";
+  const std::wstring file = program.substr(0, program.rfind(L'\\') + 1) + kPageFile;
   if (std::optional<std::string> bytes = readFile(file, kMaxPageFileBytes)) return *bytes;
   std::string bytes = pageResource();
   return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
@@ -39,19 +43,18 @@ std::string page() {
 
 void quitSoon() {
   startDetached([] {
-    Sleep(kAnswerLeavesMs);
+    Sleep(kAnswerSentMs);
     ExitProcess(0);
   });
 }
 
-// A file name cannot hold either character: they only serve to end the quoted parameter
-// early and to add others.
+// File names contain neither character, but an attacker could use them to end the quoted
+// argument and add others.
 bool fitsInQuotes(std::wstring_view path) {
   return path.find_first_of(std::wstring_view(L"\"\0", 2)) == std::wstring_view::npos;
 }
 
-// On a thread of its own: the shell may take long, and needs more stack than the thread
-// of a connection has.
+// On its own thread: the shell can be slow and needs more stack than a connection's thread has.
 void reveal(const std::wstring& path) {
   if (!fitsInQuotes(path)) return;
   startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
@@ -64,13 +67,13 @@ SessionActions makeSessionActions(ServerState& server) {
   actions.page = page;
   actions.quitSoon = quitSoon;
   actions.elevated = processElevated;
-  // While one prompt is open, asking again opens no other.
-  const auto underWay = std::make_shared<std::atomic<bool>>(false);
-  actions.elevateSoon = [&server, underWay] {
-    startDetached([&server, underWay, owner = GetForegroundWindow()] {
-      if (underWay->exchange(true)) return;
+  // While a prompt is open, further requests do not open another.
+  const auto prompting = std::make_shared<std::atomic<bool>>(false);
+  actions.elevateSoon = [&server, prompting] {
+    startDetached([&server, prompting, owner = GetForegroundWindow()] {
+      if (prompting->exchange(true)) return;
       relaunchElevated(server, owner);
-      *underWay = false;
+      *prompting = false;
     });
   };
   actions.reveal = reveal;

@@ -1,11 +1,11 @@
-// What the session endpoints do to this machine.
+// What the session endpoints of the API do on this machine.
 #pragma once
 
 #include "api/app_state.h"
 
 namespace vorda {
 
-// server must live as long as the process.
+// server must live until the process exits.
 SessionActions makeSessionActions(ServerState& server);
 
 } // namespace vorda

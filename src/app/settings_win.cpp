@@ -6,14 +6,13 @@
 #include "base/time.h"
 #include "win/registry_key.h"
 
-// RtlGenRandom. The system's headers know it by that name only together with others that
-// are not wanted here; the library exports it by this one.
-extern "C" BOOLEAN WINAPI SystemFunction036(void* buffer, ULONG bytes);
+#include <ntsecapi.h>
 
 namespace vorda {
 
 namespace {
 
+// Part of the interface with installers, like the names in the header.
 constexpr const wchar_t* kSettingsPath = L"Software\\Brixmoor\\Vorda";
 constexpr const wchar_t* kTokenSetting = L"Token";
 constexpr const wchar_t* kLastUpdateSetting = L"LastUpdate";
@@ -42,7 +41,7 @@ std::wstring readStoredKey() {
 
 std::wstring generateAgentKey() {
   std::array<std::uint8_t, kAgentKeyLength> random{};
-  if (SystemFunction036(random.data(), static_cast<ULONG>(random.size())) == FALSE) return {};
+  if (RtlGenRandom(random.data(), static_cast<ULONG>(random.size())) == FALSE) return {};
   return agentKeyFrom(random);
 }
 

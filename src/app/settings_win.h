@@ -1,6 +1,6 @@
-// The settings of this machine: the ports, which an installer writes and this program
-// only reads, and the agent key. They lie in HKLM\Software\Brixmoor\Vorda, in the view of
-// 64-bit programs. A failure reads as "not there".
+// The settings of this machine, in the 64-bit registry view under HKLM\Software\Brixmoor\Vorda:
+// the ports, which an installer writes and this program only reads, and the agent key. If reading
+// fails, a setting counts as missing.
 #pragma once
 
 #include <cstdint>
@@ -8,23 +8,24 @@
 
 namespace vorda {
 
+// Value names; part of the interface with installers.
 inline constexpr const wchar_t* kPortSetting = L"Port";           // of the interactive tool
 inline constexpr const wchar_t* kAgentPortSetting = L"AgentPort"; // of --agent and --server
 
-// 1 to 65535, or 0 when there is no such number.
+// name: a value name. Returns 1 to 65535, or 0 if there is no valid port.
 std::uint32_t readPortSetting(const wchar_t* name);
 
-// Empty when there is none.
+// Empty if there is none.
 std::wstring readStoredKey();
 
-// A new key that is stored nowhere; empty when the system gives no random bytes.
+// A new key, which is not stored. Empty if there are no random bytes.
 std::wstring generateAgentKey();
 
-// The stored key; without one a new key, once it has been stored. Empty when that failed,
-// as it does without administrator rights.
+// The stored key, or else a new one, which is stored first. Empty if that fails, as it does
+// without administrator rights.
 std::wstring getOrCreateKey();
 
-// Notes that an installation has just finished.
+// Stores the local time as that of the last installation.
 void noteUpdate();
 
 } // namespace vorda

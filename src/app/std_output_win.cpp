@@ -1,6 +1,7 @@
 #include "app/std_output_win.h"
 
 #include "base/text.h"
+#include "win/write_all.h"
 
 #include <windows.h>
 
@@ -10,11 +11,10 @@ namespace vorda {
 
 namespace {
 
-constexpr std::size_t kPieceBytes = 1'048'576;
-constexpr std::size_t kPieceUnits = 8'192;
+constexpr std::size_t kChunkUnits = 8'192; // UTF-16 units in one write to a console
 
-// A standard handle of this process. Where there is none it attaches the console of the
-// parent for as long as the object lives.
+// A standard handle of this process. If there is none, the console of the parent process is
+// attached while the object lives.
 class StdHandle {
 public:
   explicit StdHandle(StdStream stream) {
@@ -45,8 +45,8 @@ private:
 
 bool writeToConsole(HANDLE console, std::wstring_view text) {
   while (!text.empty()) {
-    std::size_t units = std::min(text.size(), kPieceUnits);
-    // A pair is never split between two pieces.
+    std::size_t units = std::min(text.size(), kChunkUnits);
+    // Do not split a surrogate pair.
     if (units < text.size() && isHighSurrogate(text[units - 1])) --units;
     DWORD written = 0;
     if (WriteConsoleW(console, text.data(), static_cast<DWORD>(units), &written, nullptr) ==
@@ -60,15 +60,7 @@ bool writeToConsole(HANDLE console, std::wstring_view text) {
 }
 
 bool writeToFile(HANDLE file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto piece = static_cast<DWORD>(std::min(bytes.size(), kPieceBytes));
-    DWORD written = 0;
-    if (WriteFile(file, bytes.data(), piece, &written, nullptr) == FALSE || written == 0) {
-      return false;
-    }
-    bytes.remove_prefix(written);
-  }
-  return true;
+  return writeAll(file, bytes) == ERROR_SUCCESS;
 }
 
 } // namespace

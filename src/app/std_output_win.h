@@ -1,5 +1,5 @@
-// Output of a program that has no console of its own: to its standard handles when it
-// was given any, else to the console it was started from, else to a message box.
+// Output of a program without a console: to its standard handles if it was given any, else to
+// the console it was started from, else to a message box.
 #pragma once
 
 #include <string>
@@ -9,22 +9,21 @@ namespace vorda {
 
 enum class StdStream { output, error };
 
-// One line, ended by LF. UTF-16 to a console, UTF-8 to a file or pipe. False when there
-// is nowhere to write to.
+// Writes a line, ended by LF: UTF-16 to a console, UTF-8 to a file or pipe. False on failure, or
+// if there is nothing to write to.
 bool writeStdLine(std::wstring_view text, StdStream stream);
 
-// UTF-8 text as it stands, whole; a console gets it as UTF-16. False when it could not
-// be written to the end.
+// The same for UTF-8 text, without adding a line break.
 bool writeStdText(std::string_view text, StdStream stream);
 
-// A line to standard error; a message box when there is no place for it.
+// Writes a line to standard error, or shows a message box if that fails.
 void showError(const std::wstring& text);
 
-// A message box, whatever else there is.
+// Always a message box.
 void showErrorBox(const std::wstring& text);
 void showInfo(const std::wstring& text);
 
-// A line to standard error; nothing when there is no place for it.
+// Writes a line to standard error. Failures are ignored.
 void printError(std::wstring_view text);
 
 } // namespace vorda

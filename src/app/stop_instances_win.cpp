@@ -1,6 +1,6 @@
-#include "app/stop_instances_win.h"
-
+#include "app/exit_code.h"
 #include "app/hidden_window_win.h"
+#include "app/modes_win.h"
 #include "app/port_choice.h"
 #include "app/quit_request_win.h"
 #include "app/settings_win.h"
@@ -15,10 +15,9 @@ namespace vorda {
 
 namespace {
 
-constexpr unsigned kPorts = 12; // as many as an interactive start tries
 constexpr unsigned kRounds = 40;
 constexpr DWORD kRoundMs = 150;
-// A window is gone before its process is, and the process holds its own file and port.
+// A process still holds its file and port for a moment after its window is gone.
 constexpr DWORD kAfterwardsMs = 500;
 
 BOOL CALLBACK collectHiddenWindow(HWND window, LPARAM list) {
@@ -40,18 +39,19 @@ std::vector<HWND> hiddenWindowsOfOthers() {
 
 } // namespace
 
-void stopAllInstances() {
+int stopInstances() {
   unsigned asked = 0;
   for (const HWND window : hiddenWindowsOfOthers()) {
     if (PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) ++asked;
   }
   const std::uint32_t stored = readPortSetting(kPortSetting);
-  asked += sendQuitRequests(stored != 0 ? stored : kDefaultPort, kPorts);
-  if (asked == 0) return;
+  asked += sendQuitRequests(stored != 0 ? stored : kDefaultPort, kStoredPortTries);
+  if (asked == 0) return kExitDone;
   for (unsigned round = 0; round < kRounds && !hiddenWindowsOfOthers().empty(); ++round) {
     Sleep(kRoundMs);
   }
   Sleep(kAfterwardsMs);
+  return kExitDone;
 }
 
 } // namespace vorda

@@ -3,10 +3,10 @@
 #include "base/paths.h"
 #include "fileops/deletion_log_win.h"
 #include "win/com_apartment.h"
-#include "win/handles.h"
 #include "win/file_identity.h"
 #include "win/final_path.h"
 #include "win/full_path.h"
+#include "win/handles.h"
 #include "win/process_facts.h"
 
 #include <windows.h>

@@ -1,8 +1,8 @@
 #include "scan/folder_reader.h"
 
 #include "base/paths.h"
-#include "win/handles.h"
 #include "win/full_path.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

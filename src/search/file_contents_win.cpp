@@ -1,8 +1,8 @@
 #include "search/file_contents.h"
 
 #include "base/paths.h"
-#include "win/handles.h"
 #include "win/file_identity.h"
+#include "win/handles.h"
 
 #include <windows.h>
 

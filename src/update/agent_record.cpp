@@ -6,6 +6,7 @@ namespace vorda {
 
 namespace {
 
+// How a record begins; part of the stored format.
 constexpr std::wstring_view kService = L"service|";
 constexpr std::wstring_view kSystem = L"system|";
 constexpr std::wstring_view kAccount = L"account|";
@@ -13,11 +14,11 @@ constexpr std::wstring_view kAccount = L"account|";
 } // namespace
 
 CopyKind kindOfCopy(const std::vector<std::wstring>& arguments) {
-  const auto has = [&arguments](const wchar_t* option) {
+  const auto has = [&arguments](std::wstring_view option) {
     return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
   };
-  if (has(L"--service")) return CopyKind::service;
-  return has(L"--agent") || has(L"--server") ? CopyKind::agent : CopyKind::page;
+  if (has(kServiceOption)) return CopyKind::service;
+  return has(kAgentOption) || has(kServerOption) ? CopyKind::agent : CopyKind::page;
 }
 
 std::wstring serviceRecord() { return std::wstring(kService); }
@@ -38,7 +39,7 @@ AgentRecord readRecord(std::wstring_view text) {
 }
 
 std::wstring_view argumentText(std::wstring_view commandLine) {
-  // The name is a path: in it a backslash never stands for anything else.
+  // Unlike in arguments, a backslash in the program name escapes nothing.
   const bool quoted = commandLine.starts_with(L'"');
   const std::size_t end = quoted ? commandLine.find(L'"', 1) : commandLine.find_first_of(L" \t");
   if (end == std::wstring_view::npos) return {};

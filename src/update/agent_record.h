@@ -1,10 +1,11 @@
-// One entry of the list of agents to be started again after an installation, as text:
+// A record of an agent to restart after an installation. As text:
 //
-//   service|                       the Windows service ran
-//   system|COMMAND LINE            an agent of the local system account
-//   account|SID|COMMAND LINE       an agent of another account
+//   service|                       the Windows service was running
+//   system|COMMAND LINE            an agent run by the local system account
+//   account|SID|COMMAND LINE       an agent run by another account
 //
-// The text comes back from the registry, so it is data: nothing in it names what is started.
+// The text is read back from the registry, so it is not trusted: the program that is started
+// does not depend on it.
 #pragma once
 
 #include <string>
@@ -13,10 +14,15 @@
 
 namespace vorda {
 
-inline constexpr std::wstring_view kSystemAccount = L"S-1-5-18";
+inline constexpr std::wstring_view kSystemAccount = L"S-1-5-18"; // a SID
 
-// What a running copy is, by the arguments behind its program's name. A page is closed and
-// never started again.
+// The options that make a copy something other than a page.
+inline constexpr std::wstring_view kAgentOption = L"--agent";
+inline constexpr std::wstring_view kServerOption = L"--server";
+inline constexpr std::wstring_view kServiceOption = L"--service";
+
+// What kind of copy runs with these arguments, not counting the program name. A page is never
+// restarted.
 enum class CopyKind { page, agent, service };
 CopyKind kindOfCopy(const std::vector<std::wstring>& arguments);
 
@@ -28,13 +34,12 @@ struct AgentRecord {
 
 std::wstring serviceRecord();
 
-// account: the SID as text; empty when it is not known, and so not the system's.
+// account: a SID, or empty if unknown, which counts as an account other than the system's.
 std::wstring agentRecord(std::wstring_view account, std::wstring_view commandLine);
 
 AgentRecord readRecord(std::wstring_view text);
 
-// What stands behind the program's name in a command line, as it stands there, leading
-// blanks included.
+// The part of a command line after the program name, unchanged, including leading spaces.
 std::wstring_view argumentText(std::wstring_view commandLine);
 
 } // namespace vorda

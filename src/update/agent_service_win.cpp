@@ -22,7 +22,7 @@ ServiceHandle openAgentService(DWORD access) {
   return ServiceHandle(OpenServiceW(manager.get(), kAgentServiceName, access));
 }
 
-// All zero when it is not told.
+// All zero on failure.
 SERVICE_STATUS_PROCESS statusOf(const ServiceHandle& service) {
   SERVICE_STATUS_PROCESS status{};
   DWORD size = 0;
@@ -33,7 +33,7 @@ SERVICE_STATUS_PROCESS statusOf(const ServiceHandle& service) {
   return status;
 }
 
-// Waits while the service is in one of these states, some ten seconds at most.
+// Waits up to ten seconds while the service is in one of these states.
 void waitWhile(const ServiceHandle& service, std::initializer_list<DWORD> states) {
   for (unsigned poll = 0; poll < kPolls; ++poll) {
     const DWORD state = statusOf(service).dwCurrentState;
@@ -57,7 +57,7 @@ std::optional<bool> stopAgentService(std::uint32_t processId) {
 ServiceStart startAgentService() {
   const ServiceHandle service = openAgentService(SERVICE_START | SERVICE_QUERY_STATUS);
   if (!service.valid()) return ServiceStart::gone;
-  // One that is still ending can neither run on nor be started.
+  // A service that is still stopping cannot be started.
   waitWhile(service, {SERVICE_STOP_PENDING});
   if (statusOf(service).dwCurrentState == SERVICE_RUNNING) return ServiceStart::alreadyRunning;
   if (StartServiceW(service.get(), 0, nullptr) != FALSE) return ServiceStart::started;

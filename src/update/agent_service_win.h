@@ -1,4 +1,4 @@
-// The agent as a Windows service, from outside.
+// Stops and starts the Windows service that runs the agent.
 #pragma once
 
 #include "update/installer_steps.h"
@@ -7,13 +7,12 @@
 
 namespace vorda {
 
-inline constexpr const wchar_t* kAgentServiceName = L"VordaAgent";
-
-// Stops the service if it is this process, and waits some ten seconds for that. True when
-// the service manager accepted, whether or not the end was seen; nothing when the service
-// is known to be another process.
+// Stops the service if it runs in this process and waits up to ten seconds for its end.
+// Returns whether the service manager accepted the request, or nothing if the service is known
+// to run in another process.
 std::optional<bool> stopAgentService(std::uint32_t processId);
 
+// Starts the service without waiting for it to be ready.
 ServiceStart startAgentService();
 
 } // namespace vorda

@@ -17,12 +17,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const wchar_t* kTarget = L"/wp-json/wp/v2/bx_tool?slug=vorda&_fields=meta.bx_version";
 constexpr int kResolveMs = 10'000;
 constexpr int kConnectMs = 10'000;
 constexpr int kSendMs = 10'000;
-constexpr int kReceiveMs = 15'000; // for each piece
-constexpr std::size_t kPieceBytes = 8'192;
+constexpr int kReceiveMs = 15'000; // for each read
+constexpr std::size_t kChunkBytes = 8'192;
 
 using InternetHandle = Owned<HINTERNET, WinHttpCloseHandle>;
 
@@ -39,7 +38,7 @@ InternetHandle openSession(const std::wstring& currentVersion) {
 }
 
 bool sendRequest(HINTERNET request) {
-  // A redirect could lead to another host, where the certificate proves nothing.
+  // A redirect could lead to a host that the maker does not control.
   DWORD without = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES;
   return WinHttpSetOption(request, WINHTTP_OPTION_DISABLE_FEATURE, &without, sizeof without) !=
              FALSE &&
@@ -58,28 +57,28 @@ std::optional<DWORD> headNumber(HINTERNET request, DWORD which) {
   return number;
 }
 
-// Up to so many bytes of the body; false when it broke off or took too long.
-bool readBody(HINTERNET request, Clock::time_point end, std::string& body) {
-  while (body.size() < kMostAnswerBytes) {
+// Reads up to kMaxAnswerBytes. False if the connection broke or the deadline passed.
+bool readBody(HINTERNET request, Clock::time_point deadline, std::string& body) {
+  while (body.size() < kMaxAnswerBytes) {
     const std::size_t before = body.size();
-    body.resize(std::min(before + kPieceBytes, kMostAnswerBytes));
+    body.resize(std::min(before + kChunkBytes, kMaxAnswerBytes));
     DWORD count = 0;
     if (WinHttpReadData(request, body.data() + before, static_cast<DWORD>(body.size() - before),
                         &count) == FALSE) {
       return false;
     }
     body.resize(before + count);
-    // A connection that broke off may read like one that came to its end.
+    // WinHTTP may report a broken connection as the end of the body.
     if (count == 0) {
       return body.size() >= headNumber(request, WINHTTP_QUERY_CONTENT_LENGTH).value_or(0);
     }
-    if (Clock::now() >= end) return false;
+    if (Clock::now() >= deadline) return false;
   }
   return true;
 }
 
 UpdateAnswer ask(const UpdateServer& server, const std::wstring& currentVersion) {
-  const Clock::time_point end = Clock::now() + server.longest;
+  const Clock::time_point deadline = Clock::now() + server.timeLimit;
   const InternetHandle session = openSession(currentVersion);
   if (!session.valid() ||
       WinHttpSetTimeouts(session.get(), kResolveMs, kConnectMs, kSendMs, kReceiveMs) == FALSE) {
@@ -88,14 +87,14 @@ UpdateAnswer ask(const UpdateServer& server, const std::wstring& currentVersion)
   const InternetHandle connection(
       WinHttpConnect(session.get(), server.host.c_str(), server.port, 0));
   if (!connection.valid()) return updateOffline();
-  const InternetHandle request(WinHttpOpenRequest(connection.get(), L"GET", kTarget, nullptr,
+  const InternetHandle request(WinHttpOpenRequest(connection.get(), L"GET", kUpdateTarget, nullptr,
                                                   WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
                                                   WINHTTP_FLAG_SECURE));
   if (!request.valid() || !sendRequest(request.get())) return updateOffline();
   const std::optional<DWORD> status = headNumber(request.get(), WINHTTP_QUERY_STATUS_CODE);
   if (!status) return updateOffline();
   std::string body;
-  if (status == HTTP_STATUS_OK && !readBody(request.get(), end, body)) return updateOffline();
+  if (status == HTTP_STATUS_OK && !readBody(request.get(), deadline, body)) return updateOffline();
   return readUpdateAnswer(*status, body);
 }
 
@@ -120,18 +119,18 @@ unsigned __stdcall runCheck(void* argument) {
 } // namespace
 
 UpdateAnswer checkForUpdate(const UpdateServer& server, const std::wstring& currentVersion) {
-  // Finding a proxy and drops of a head have no time-out of their own. So the caller waits
-  // only so long for a thread that then ends by itself, seen by nobody. In all other cases
-  // it waits for the thread's very end: a process that ends together with it may crash.
+  // WinHTTP has no time-out for finding a proxy or for a head that trickles in. So a thread
+  // asks, and is left to finish alone if it takes too long. Otherwise wait for its very end: a
+  // process that exits while one of its threads is just ending may crash.
   const auto check = std::make_shared<Check>(Check{server, currentVersion, {}});
   auto held = std::make_unique<std::shared_ptr<Check>>(check);
   const KernelHandle thread(
       reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, runCheck, held.get(), 0, nullptr)));
   if (!thread.valid()) return updateOffline();
-  held.release(); // NOLINT(bugprone-unused-return-value): the thread owns it now
-  const auto longest = static_cast<DWORD>(server.longest.count());
-  return WaitForSingleObject(thread.get(), longest) == WAIT_OBJECT_0 ? check->answer
-                                                                     : updateOffline();
+  held.release(); // NOLINT(bugprone-unused-return-value): the thread owns it
+  const auto limit = static_cast<DWORD>(server.timeLimit.count());
+  return WaitForSingleObject(thread.get(), limit) == WAIT_OBJECT_0 ? check->answer
+                                                                   : updateOffline();
 }
 
 } // namespace vorda

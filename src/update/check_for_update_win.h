@@ -1,4 +1,4 @@
-// Asking the maker's web site for the latest version.
+// Asks the maker's web site for the latest version.
 #pragma once
 
 #include "update/update_answer.h"
@@ -12,14 +12,14 @@ namespace vorda {
 struct UpdateServer {
   std::wstring host; // a host name only
   std::uint16_t port = 443;
-  // However slowly the bytes come. As long as resolving, connecting, sending and the first
-  // byte may take together.
-  std::chrono::milliseconds longest{45'000};
+  // For the whole check. The sum of the time-outs for resolving, connecting, sending and the
+  // first byte.
+  std::chrono::milliseconds timeLimit{45'000};
 };
 
-// Over HTTPS with a certificate that this machine trusts; no redirect is followed. Ends
-// when the longest time is over, whatever the network does: "updateOffline". currentVersion
-// goes along in the name of the client.
+// Uses HTTPS, requires a certificate that this machine trusts, and follows no redirect. Returns
+// within the time limit, failing with kUpdateOffline if there is no complete answer by then.
+// currentVersion is sent in the User-Agent header.
 UpdateAnswer checkForUpdate(const UpdateServer& server, const std::wstring& currentVersion);
 
 } // namespace vorda

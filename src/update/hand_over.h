@@ -1,5 +1,4 @@
-// What the step that closes the running copies hands over to the one that starts them again
-// after the installation.
+// What the closing step of an installation hands over to the restarting step.
 #pragma once
 
 #include <cstdint>
@@ -8,19 +7,19 @@
 
 namespace vorda {
 
-// Times here are FILETIMEs: units of 100 ns since 1601, UTC.
+// Times are FILETIMEs: units of 100 ns since 1601, UTC.
 struct HandOver {
   std::vector<std::wstring> agents; // see AgentRecord
-  std::vector<std::wstring> log;    // what the closing step said
+  std::vector<std::wstring> log;    // the lines the closing step printed
   std::uint64_t written = 0;
 };
 
-// Whether it is from this installation: less than an hour old and not from the future. One
-// that an interrupted installation left behind must not start programs days later.
+// Whether the list is less than an hour old and not from the future. A list left behind by an
+// interrupted installation must not start programs days later.
 bool isFresh(const HandOver& list, std::uint64_t now);
 
-// The list with an agent more, which is asked to close by somebody else during an
-// installation. What is not fresh any more is dropped first.
+// Adds an agent that something other than the closing step asked to close during an
+// installation. The previous contents are dropped if they are not fresh.
 HandOver withAgent(HandOver list, const std::wstring& record, std::uint64_t now);
 
 } // namespace vorda

@@ -11,17 +11,19 @@ namespace vorda {
 
 namespace {
 
+// Part of the interface with installers.
 constexpr const wchar_t* kPath = L"Software\\Brixmoor\\VordaUpdate";
 constexpr const wchar_t* kAgents = L"Agents";
 constexpr const wchar_t* kLog = L"Log";
 constexpr const wchar_t* kWritten = L"Written";
-constexpr const wchar_t* kInstallerMutex = L"Global\\_MSIExecute";
+
+constexpr const wchar_t* kInstallerMutex = L"Global\\_MSIExecute"; // Windows Installer's own
 constexpr const wchar_t* kListMutex = L"Global\\VordaUpdateList";
 constexpr std::size_t kTimeBytes = 8;
 constexpr DWORD kListWaitMs = 2'000;
 
-// Two agents that are asked to close at once must not lose each other's entry. Where the
-// lock cannot be had, that risk is smaller than that of no entry.
+// Keeps two agents that close at the same time from losing each other's entry. If the lock
+// cannot be obtained in time, writing without it is better than not writing at all.
 class ListLock {
 public:
   ListLock() : mutex_(CreateMutexW(nullptr, FALSE, kListMutex)) {
@@ -68,7 +70,7 @@ void deleteHandOver() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kPath, KEY_WOW64_64K
 
 void noteDuringInstallation() {
   const KernelHandle installing(OpenMutexW(SYNCHRONIZE, FALSE, kInstallerMutex));
-  if (!installing.valid() && GetLastError() != ERROR_ACCESS_DENIED) return; // none exists
+  if (!installing.valid() && GetLastError() != ERROR_ACCESS_DENIED) return; // no such mutex
   const std::wstring record = agentRecord(processAccount(GetCurrentProcess()), GetCommandLineW());
   const ListLock lock;
   writeHandOver(withAgent(readHandOver(), record, fileTimeNow()));

@@ -1,25 +1,25 @@
-// The hand-over between the steps of an installation, in the registry:
-// HKLM\Software\Brixmoor\VordaUpdate, in the view of 64-bit programs, with the values
-// Agents and Log (REG_MULTI_SZ) and Written (REG_BINARY, the FILETIME in 8 bytes).
+// Keeps the hand-over in the 64-bit registry view, under HKLM\Software\Brixmoor\VordaUpdate:
+// the values Agents and Log (REG_MULTI_SZ) and Written (REG_BINARY, a FILETIME as 8 bytes,
+// little-endian).
 #pragma once
 
 #include "update/hand_over.h"
 
 namespace vorda {
 
-// Now, as a FILETIME.
+// The current time as a FILETIME.
 std::uint64_t fileTimeNow();
 
-// Empty when there is none or when a value of it is missing or of another type.
+// Empty if there is none, or if Agents or Written is missing or malformed.
 HandOver readHandOver();
 
-// False without the rights to write it.
+// False on failure, as without administrator rights.
 bool writeHandOver(const HandOver& list);
 
 void deleteHandOver();
 
-// Adds this process to the list while the Windows Installer installs something: whoever
-// asks an agent to close then may well be the installer, which has it started again.
+// Adds this process to the list if a Windows Installer installation is running: the request to
+// close then probably comes from it, and the restarting step will start this agent again.
 void noteDuringInstallation();
 
 } // namespace vorda

@@ -4,9 +4,13 @@ namespace vorda {
 
 namespace {
 
-// The system's codes for what is wrong with a record that is not started for what it says.
+// The Windows error codes that are reported for records that are refused.
 constexpr unsigned long kBadArguments = 160; // ERROR_BAD_ARGUMENTS
 constexpr unsigned long kInvalidData = 13;   // ERROR_INVALID_DATA
+
+std::wstring aboutService(const wchar_t* what) {
+  return std::wstring(L"service ") + kAgentServiceName + L" " + what;
+}
 
 class Restart {
 public:
@@ -33,10 +37,10 @@ private:
 
   void service() {
     switch (steps_.startService()) {
-    case ServiceStart::gone: return fail(L"service VordaAgent is gone");
-    case ServiceStart::alreadyRunning: return say(L"service VordaAgent was already running");
-    case ServiceStart::started: return say(L"service VordaAgent started");
-    case ServiceStart::refused: return fail(L"service VordaAgent would not start");
+    case ServiceStart::gone: return fail(aboutService(L"is gone"));
+    case ServiceStart::alreadyRunning: return say(aboutService(L"was already running"));
+    case ServiceStart::started: return say(aboutService(L"started"));
+    case ServiceStart::refused: return fail(aboutService(L"would not start"));
     }
   }
 
@@ -45,7 +49,8 @@ private:
     if (!steps_.asSystem) {
       return say(L"not restarted, this step does not run as SYSTEM: " + commandLine);
     }
-    if (!steps_.imageExists) return fail(L"not restarted, vorda.exe is gone: " + commandLine);
+    if (!steps_.imageExists)
+      return fail(L"not restarted, " + std::wstring(kProgramName) + L" is gone: " + commandLine);
     const unsigned long code = steps_.start(argumentText(commandLine));
     if (code != 0) return failedWith(code);
     say(L"restarted  " + commandLine);
@@ -71,8 +76,7 @@ StepOutcome closeCopies(const CloseSteps& steps, std::wstring_view folder,
       outcome.failed = true;
       continue;
     }
-    // Through the service manager first: a service that just disappears counts as failed
-    // there, and may be started anew at once.
+    // First through the service manager, which might restart a service whose process is killed.
     if (copy.kind == CopyKind::service) {
       if (const auto stopped = steps.stopService(copy.id)) serviceStopped = stopped;
     }
@@ -88,8 +92,7 @@ StepOutcome closeCopies(const CloseSteps& steps, std::wstring_view folder,
     }
   }
   if (serviceStopped) {
-    outcome.lines.emplace_back(*serviceStopped ? L"service VordaAgent stopped"
-                                               : L"service VordaAgent could not be stopped");
+    outcome.lines.push_back(aboutService(*serviceStopped ? L"stopped" : L"could not be stopped"));
     if (!*serviceStopped) outcome.failed = true;
     if (records != nullptr) records->push_back(serviceRecord());
   }

@@ -3,8 +3,8 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "win/command_line.h"
-#include "win/handles.h"
 #include "win/full_path.h"
+#include "win/handles.h"
 #include "win/privilege.h"
 #include "win/process_facts.h"
 
@@ -16,9 +16,9 @@ namespace vorda {
 
 namespace {
 
-constexpr DWORD kEndMs = 10'000;
+constexpr DWORD kEndTimeoutMs = 10'000;
 
-// Whether the file is that program in that folder, however each is spelt.
+// Whether the file is this program in that folder, however the paths are written.
 bool liesIn(const std::wstring& file, const std::wstring& resolvedFolder) {
   const std::size_t name = file.rfind(L'\\') + 1;
   return equalsIgnoreCase(file.substr(name), kProgramName) &&
@@ -30,7 +30,6 @@ bool liesIn(const std::wstring& file, const std::wstring& resolvedFolder) {
 RunningCopies::RunningCopies(const std::wstring& folder) {
   enablePrivilege(SE_DEBUG_NAME);
   const std::wstring resolved = resolvedPath(folder);
-  // Its invalid handle is that of a file.
   const FileHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32W entry{};
   entry.dwSize = sizeof entry;
@@ -44,12 +43,12 @@ RunningCopies::RunningCopies(const std::wstring& folder) {
 }
 
 void RunningCopies::add(DWORD id, const std::wstring& folder) {
-  constexpr DWORD kLook = PROCESS_QUERY_LIMITED_INFORMATION;
-  KernelHandle process(OpenProcess(PROCESS_TERMINATE | kLook | SYNCHRONIZE, FALSE, id));
+  constexpr DWORD kQuery = PROCESS_QUERY_LIMITED_INFORMATION;
+  KernelHandle process(OpenProcess(PROCESS_TERMINATE | kQuery | SYNCHRONIZE, FALSE, id));
   const bool opened = process.valid();
-  if (!opened) process.reset(OpenProcess(kLook, FALSE, id));
+  if (!opened) process.reset(OpenProcess(kQuery, FALSE, id));
   const std::wstring image = processImage(process.get());
-  // Between the snapshot and now it may have ended by itself.
+  // It may have ended since the snapshot.
   if (opened && image.empty() && WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0) return;
   const bool elsewhere = !image.empty() && !liesIn(image, folder);
   if (opened && elsewhere) return;
@@ -61,8 +60,8 @@ void RunningCopies::add(DWORD id, const std::wstring& folder) {
 
 bool RunningCopies::end(std::uint32_t id) const {
   const HANDLE process = handles_.at(id).get();
-  TerminateProcess(process, 0); // refused for one that is just ending
-  return WaitForSingleObject(process, kEndMs) == WAIT_OBJECT_0;
+  TerminateProcess(process, 0); // fails if it is already ending
+  return WaitForSingleObject(process, kEndTimeoutMs) == WAIT_OBJECT_0;
 }
 
 CopyKind kindOfCommandLine(const std::wstring& commandLine) {
@@ -76,9 +75,9 @@ unsigned long startCopy(const std::wstring& folder, std::wstring_view arguments)
   if (!arguments.empty() && arguments.front() != L' ') commandLine += L' ';
   commandLine += arguments;
   unsigned long error = 0;
-  constexpr DWORD kAlone = DETACHED_PROCESS | CREATE_NO_WINDOW;
-  // Not every job lets its processes go.
-  constexpr DWORD kTries[] = {kAlone | CREATE_BREAKAWAY_FROM_JOB, kAlone};
+  constexpr DWORD kDetached = DETACHED_PROCESS | CREATE_NO_WINDOW;
+  // Not every job allows processes to break away from it.
+  constexpr DWORD kTries[] = {kDetached | CREATE_BREAKAWAY_FROM_JOB, kDetached};
   for (const DWORD flags : kTries) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;

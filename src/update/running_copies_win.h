@@ -1,5 +1,4 @@
-// The copies of this program that run from one folder, held open so that their ids keep
-// their meaning.
+// The running copies of this program. Their handles stay open, so that no process ID is reused.
 #pragma once
 
 #include "update/installer_steps.h"
@@ -11,17 +10,15 @@
 
 namespace vorda {
 
-inline constexpr const wchar_t* kProgramName = L"vorda.exe";
-
 class RunningCopies {
 public:
-  // Looks for them, the own process left out. Copies that run from elsewhere are listed
-  // only when they could not be opened.
+  // Finds the copies that run from this folder, except this process. Copies from elsewhere are
+  // listed only if they could not be opened.
   explicit RunningCopies(const std::wstring& folder);
 
   const std::vector<RunningCopy>& list() const { return list_; }
 
-  // Ends one of them and waits for that, ten seconds at most; false when it runs on.
+  // Ends a listed process and waits up to ten seconds; false if it still runs.
   bool end(std::uint32_t id) const;
 
 private:
@@ -33,8 +30,8 @@ private:
 
 CopyKind kindOfCommandLine(const std::wstring& commandLine);
 
-// Starts the program on its own: without a window, not as a part of the installer's job,
-// with the folder as its current one. 0, or the system's error code.
+// Starts the program in this folder, with the folder as its working directory, without a
+// window and if possible outside the installer's job. Returns 0 or a Windows error code.
 unsigned long startCopy(const std::wstring& folder, std::wstring_view arguments);
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// What the maker's web site says about the latest version, read from its bytes.
+// Asking the maker's web site for the latest version: the request target and the answer.
 #pragma once
 
 #include <string>
@@ -6,19 +6,28 @@
 
 namespace vorda {
 
-// More of a body is never read.
-inline constexpr std::size_t kMostAnswerBytes = 65'536;
+// The target and the field it asks for are part of the web site's interface.
+inline constexpr const wchar_t* kUpdateTarget =
+    L"/wp-json/wp/v2/bx_tool?slug=vorda&_fields=meta.bx_version";
+inline constexpr std::string_view kVersionField = "bx_version";
+
+// The rest of a longer body is not read.
+inline constexpr std::size_t kMaxAnswerBytes = 65'536;
+
+// Failure words; part of the API.
+inline constexpr const char* kUpdateOffline = "updateOffline"; // no complete answer in time
+inline constexpr const char* kUpdateAnswer = "updateAnswer";   // an answer that names no version
 
 struct UpdateAnswer {
   bool ok = false;
-  std::string latest; // a version, see isVersionText; empty unless ok
-  std::string error;  // "updateOffline" or "updateAnswer"; empty when ok
+  std::string latest; // a valid version (see isVersionText), or empty on failure
+  std::string error;  // a failure word, or empty
 };
 
-inline UpdateAnswer updateOffline() { return {false, "", "updateOffline"}; }
+inline UpdateAnswer updateOffline() { return {false, "", kUpdateOffline}; }
 
-// An answer that arrived: a status other than 200, or a body that does not name a version,
-// is "updateAnswer".
+// Reads a complete answer. Fails with kUpdateAnswer if status is not 200 or the body does not
+// contain a valid version.
 UpdateAnswer readUpdateAnswer(unsigned status, std::string_view body);
 
 } // namespace vorda

@@ -14,7 +14,7 @@ constexpr int kMostDots = 3;
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Takes the number up to the next dot off the front; 0 when nothing is left.
+// Removes the first number and the dot after it; 0 if the text is empty.
 std::uint32_t takeNumber(std::string_view& text) {
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
   std::uint64_t value = 0;

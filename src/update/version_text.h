@@ -1,16 +1,15 @@
-// Version numbers as text, such as "1.10.0".
+// Version numbers such as "1.10.0".
 #pragma once
 
 #include <string_view>
 
 namespace vorda {
 
-// Whether a text from outside is a version: 3 to 24 characters, digits with 1 to 3 single
-// dots between them.
+// Whether this is a valid version: 3 to 24 characters, numbers separated by 1 to 3 dots.
 bool isVersionText(std::string_view text);
 
-// Whether the first version is above the second. The numbers between the dots are compared
-// from left to right; one that is missing counts as 0, one beyond 32 bits as the highest.
+// Whether latest is a higher version than current. The numbers are compared from left to
+// right; missing numbers count as 0, numbers above 2^32 - 1 as 2^32 - 1.
 bool isNewer(std::string_view latest, std::string_view current);
 
 } // namespace vorda

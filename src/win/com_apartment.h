@@ -1,5 +1,4 @@
-// COM on the current thread for as long as the object lives. The shell wants it on every
-// thread that has something opened.
+// Initialises COM on the current thread while the object lives. Shell functions need it.
 #pragma once
 
 #include <windows.h>

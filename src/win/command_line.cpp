@@ -9,7 +9,7 @@ namespace vorda {
 std::vector<std::wstring> splitCommandLine(const std::wstring& commandLine) {
   std::vector<std::wstring> arguments;
   int count = 0;
-  // An empty one would stand for the path of this program.
+  // For an empty string Windows returns the path of this program.
   wchar_t** values =
       commandLine.empty() ? nullptr : CommandLineToArgvW(commandLine.c_str(), &count);
   if (values == nullptr) return arguments;

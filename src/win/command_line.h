@@ -1,4 +1,4 @@
-// Command lines as the system splits them.
+// Splits command lines the way Windows does.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace vorda {
 
-// The arguments behind the program's name.
+// The arguments after the program name. Empty on failure.
 std::vector<std::wstring> splitCommandLine(const std::wstring& commandLine);
 
 } // namespace vorda

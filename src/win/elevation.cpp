@@ -1,16 +1,15 @@
 #include "win/elevation.h"
 
-#include "win/handles.h"
+#include "win/access_token.h"
 
 namespace vorda {
 
 bool processElevated() {
-  HANDLE opened = nullptr;
-  if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == FALSE) return false;
-  const KernelHandle token(opened);
+  const KernelHandle token = openToken(GetCurrentProcess(), TOKEN_QUERY);
   TOKEN_ELEVATION elevation{};
   DWORD bytes = 0;
-  return GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof elevation, &bytes) !=
+  return token.valid() &&
+         GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof elevation, &bytes) !=
              FALSE &&
          elevation.TokenIsElevated != 0;
 }

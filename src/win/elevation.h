@@ -3,7 +3,7 @@
 
 namespace vorda {
 
-// False also when the system does not tell.
+// False also if that cannot be determined.
 bool processElevated();
 
 } // namespace vorda

@@ -1,12 +1,12 @@
-// The system's own words for its error codes.
+// Windows' own messages for its error codes.
 #pragma once
 
 #include <string>
 
 namespace vorda {
 
-// The message for a code of GetLastError, one line, without the closing line break;
-// "error <code>" when the system has none.
+// The message for a GetLastError code as one line without a line break, or "error <code>" if
+// there is none.
 std::wstring errorText(unsigned long code);
 
 } // namespace vorda

@@ -6,7 +6,7 @@ namespace vorda {
 
 std::optional<FileIdentity> fileIdentity(HANDLE file) {
   FileIdentity identity;
-  // Some file systems number their files with more than 64 bits, others know only these.
+  // ReFS has 128-bit file IDs; some file systems support only the older call with 64 bits.
   FILE_ID_INFO id{};
   BY_HANDLE_FILE_INFORMATION info{};
   if (GetFileInformationByHandleEx(file, FileIdInfo, &id, sizeof id) != FALSE) {

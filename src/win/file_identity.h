@@ -1,4 +1,4 @@
-// Which file an open handle stands for.
+// The identity of an open file.
 #pragma once
 
 #include "base/file_identity.h"
@@ -9,7 +9,7 @@
 
 namespace vorda {
 
-// Nothing when the file system does not tell, or has no such numbers.
+// Nothing if the file system has no file IDs or does not report them.
 std::optional<FileIdentity> fileIdentity(HANDLE file);
 
 } // namespace vorda

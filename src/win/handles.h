@@ -1,4 +1,4 @@
-// The common system handles; each closes itself.
+// Common Windows handles that close themselves.
 #pragma once
 
 #include "win/owned.h"
@@ -9,16 +9,16 @@
 
 namespace vorda {
 
-// Of a file, a volume, a process snapshot: invalid is INVALID_HANDLE_VALUE.
+// From CreateFileW or CreateToolhelp32Snapshot, whose invalid value is not null.
 using FileHandle = Owned<HANDLE, CloseHandle, -1>;
 
 // The share mode for files that others may read, write, rename and delete meanwhile.
 inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Of a running FindFirstFileExW.
+// From FindFirstFileExW.
 using FindHandle = Owned<HANDLE, FindClose, -1>;
 
-// Of a process, thread, event, mutex or access token: invalid is null.
+// A process, thread, event, mutex or access token.
 using KernelHandle = Owned<HANDLE, CloseHandle>;
 
 using SocketHandle = Owned<SOCKET, closesocket, -1>;

@@ -1,5 +1,4 @@
-// The owner of one system handle, which it closes. kClose closes it; kNone, as a number, is
-// the value that stands for no handle.
+// Owns a system handle and closes it with kClose. kNone is the numeric value of "no handle".
 #pragma once
 
 #include <cstdint>

@@ -1,13 +1,12 @@
 #include "win/privilege.h"
 
-#include "win/handles.h"
+#include "win/access_token.h"
 
 namespace vorda {
 
 void enablePrivilege(const wchar_t* name) {
-  HANDLE opened = nullptr;
-  if (OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &opened) == FALSE) return;
-  const KernelHandle token(opened);
+  const KernelHandle token = openToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES);
+  if (!token.valid()) return;
   TOKEN_PRIVILEGES wanted{};
   wanted.PrivilegeCount = 1;
   wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;

@@ -1,9 +1,9 @@
-// Privileges of this process's access token.
+// Privileges of this process.
 #pragma once
 
 namespace vorda {
 
-// Switches on one that the token holds, such as SE_DEBUG_NAME; does nothing otherwise.
+// Enables a privilege such as SE_DEBUG_NAME. Does nothing if the process does not hold it.
 void enablePrivilege(const wchar_t* name);
 
 } // namespace vorda

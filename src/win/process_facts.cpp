@@ -1,5 +1,6 @@
 #include "win/process_facts.h"
 
+#include "win/access_token.h"
 #include "win/full_path.h"
 #include "win/handles.h"
 
@@ -24,7 +25,7 @@ template <typename Value> std::optional<Value> readMemory(HANDLE process, const 
   return value;
 }
 
-// Looked up, because the library to link with holds half a C runtime besides.
+// Loaded by name: the import library of ntdll also exports C runtime functions.
 const PEB* environmentBlock(HANDLE process) {
   using Query = NTSTATUS(NTAPI*)(HANDLE, PROCESSINFOCLASS, void*, ULONG, ULONG*);
   const HMODULE library = GetModuleHandleW(L"ntdll.dll");
@@ -48,13 +49,12 @@ std::wstring processImage(HANDLE process) {
 }
 
 std::wstring processAccount(HANDLE process) {
-  HANDLE opened = nullptr;
-  if (OpenProcessToken(process, TOKEN_QUERY, &opened) == FALSE) return {};
-  const KernelHandle token(opened);
+  const KernelHandle token = openToken(process, TOKEN_QUERY);
   alignas(TOKEN_USER) BYTE user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
   DWORD size = 0;
   wchar_t* text = nullptr;
-  if (GetTokenInformation(token.get(), TokenUser, user, sizeof user, &size) == FALSE ||
+  if (!token.valid() ||
+      GetTokenInformation(token.get(), TokenUser, user, sizeof user, &size) == FALSE ||
       ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER*>(user)->User.Sid, &text) == FALSE) {
     return {};
   }

@@ -1,4 +1,4 @@
-// What can be learnt about a process. Each is empty when the system does not tell.
+// Facts about a running process. Each function returns an empty string on failure.
 #pragma once
 
 #include <windows.h>
@@ -7,14 +7,14 @@
 
 namespace vorda {
 
-// The full path of its program; the handle has the right of limited queries, as for the
-// next one.
+// The full path of its executable. The handle needs PROCESS_QUERY_LIMITED_INFORMATION, here
+// and below.
 std::wstring processImage(HANDLE process);
 
-// The SID of the account it runs under, as text.
+// The account it runs as, as a SID string.
 std::wstring processAccount(HANDLE process);
 
-// The command line it was started with, read from its memory.
+// Its command line, read from its memory.
 std::wstring processCommandLine(DWORD processId);
 
 } // namespace vorda

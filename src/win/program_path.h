@@ -1,11 +1,11 @@
-// Where this program's own file lies.
+// The path of this program.
 #pragma once
 
 #include <string>
 
 namespace vorda {
 
-// The full path of the running executable; empty when the system does not tell.
+// The full path of the running executable. Empty on failure.
 std::wstring programPath();
 
 } // namespace vorda

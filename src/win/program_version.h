@@ -1,11 +1,11 @@
-// The program's own version, read from the version resource of its file.
+// The version in this executable's version resource.
 #pragma once
 
 #include <string>
 
 namespace vorda {
 
-// "major.minor.build"; empty when the file has no version resource.
+// "major.minor.build", or empty if there is no version resource.
 std::wstring programVersion();
 
 } // namespace vorda

@@ -1,12 +1,12 @@
-// Opening the raw volume of a drive letter.
+// Raw access to a volume.
 #pragma once
 
 #include "win/handles.h"
 
 namespace vorda {
 
-// For reading past the system's cache. Invalid when the system refuses; its error code
-// then tells why.
+// Opens the volume with this drive letter for unbuffered sequential reading. Invalid on
+// failure; GetLastError then has the reason.
 FileHandle openRawVolume(wchar_t letter);
 
 } // namespace vorda

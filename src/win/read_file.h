@@ -1,4 +1,4 @@
-// A whole small file at once.
+// Reads a whole file into memory.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace vorda {
 
-// Nothing when the file cannot be opened or read, or holds more bytes than that.
-std::optional<std::string> readFile(const std::wstring& path, std::uint32_t mostBytes);
+// Nothing if the file cannot be read or is larger than maxBytes.
+std::optional<std::string> readFile(const std::wstring& path, std::uint32_t maxBytes);
 
 } // namespace vorda

@@ -6,7 +6,7 @@ namespace vorda {
 
 namespace {
 
-// Whoever wrote the value may have left out a closing zero, or half a character.
+// The stored bytes may lack a terminating NUL and may even be odd in number.
 std::wstring unitsOf(const std::vector<BYTE>& bytes) {
   std::wstring units(bytes.size() / sizeof(wchar_t), L'\0');
   std::memcpy(units.data(), bytes.data(), units.size() * sizeof(wchar_t));
@@ -101,7 +101,7 @@ std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
 }
 
 std::optional<std::wstring> RegistryKey::subkey(DWORD index) const {
-  wchar_t name[256] = {}; // the longest name a key can have, and its end
+  wchar_t name[256] = {}; // the longest key name and its NUL
   DWORD length = 256;
   if (!valid() || RegEnumKeyExW(get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
                       ERROR_SUCCESS) {

@@ -1,5 +1,5 @@
-// An open key of the registry; closes itself. Invalid when it could not be opened: then
-// every read finds nothing and every write fails.
+// An open registry key, which closes itself. If opening failed, valid() is false, reads return
+// nothing and writes fail.
 #pragma once
 
 #include "win/owned.h"
@@ -21,12 +21,12 @@ public:
   bool valid() const { return key_.valid(); }
   HKEY get() const { return key_.get(); }
 
-  // Values of exactly the type REG_SZ and REG_DWORD.
+  // REG_SZ and REG_DWORD. A value of any other type counts as missing, here and below.
   std::optional<std::wstring> text(const wchar_t* name) const;
   std::optional<std::uint32_t> number(const wchar_t* name) const;
   bool setText(const wchar_t* name, const std::wstring& text) const;
 
-  // Values of exactly the types REG_MULTI_SZ, without empty texts, and REG_BINARY.
+  // REG_MULTI_SZ, without its empty strings, and REG_BINARY.
   std::optional<std::vector<std::wstring>> texts(const wchar_t* name) const;
   std::optional<std::vector<BYTE>> bytes(const wchar_t* name) const {
     return raw(name, REG_BINARY);
@@ -34,7 +34,7 @@ public:
   bool setTexts(const wchar_t* name, const std::vector<std::wstring>& texts) const;
   bool setBytes(const wchar_t* name, const std::vector<BYTE>& bytes) const;
 
-  // The name of the subkey at this place, from 0 on; nothing behind the last.
+  // The name of the subkey with this index, counted from 0; nothing after the last one.
   std::optional<std::wstring> subkey(DWORD index) const;
 
 private:

@@ -1,12 +1,12 @@
-// Having something opened by the shell, as a double click on it would.
+// Opens something through the shell, as a double click would.
 #pragma once
 
 #include <string>
 
 namespace vorda {
 
-// target: a program, a document or an address. parameters: for a program. Whether
-// anything came of it is not told.
+// target: a program, a document or a URL. parameters: the arguments of a program. Failures are
+// ignored.
 void shellOpen(const std::wstring& target, const std::wstring& parameters = {});
 
 } // namespace vorda

@@ -11,18 +11,17 @@ using namespace vorda;
 namespace {
 
 constexpr std::uint64_t kNow = 133'000'000'000'000'000;
-constexpr std::uint64_t kMinute = 600'000'000;
 
-// The lines, "!" in front when the step failed.
-std::string told(const StepOutcome& outcome) {
-  std::string text = outcome.failed ? "!" : "";
-  for (const std::wstring& line : outcome.lines) text += toUtf8(line) + "\n";
-  return text;
+// The lines of the outcome, after "!" if the step failed.
+std::string text(const StepOutcome& outcome) {
+  std::string lines = outcome.failed ? "!" : "";
+  for (const std::wstring& line : outcome.lines) lines += toUtf8(line) + "\n";
+  return lines;
 }
 
 } // namespace
 
-TEST_CASE("closing: who is ended, what is said and what is remembered") {
+TEST_CASE("closing: which copies are ended, reported and recorded") {
   std::vector<std::uint32_t> ended;
   CloseSteps steps;
   steps.copies = {{1, false, true, L"", CopyKind::page, L""}};
@@ -31,11 +30,12 @@ TEST_CASE("closing: who is ended, what is said and what is remembered") {
     return id != 3;
   };
   steps.stopService = [&ended](std::uint32_t id) -> std::optional<bool> {
-    CHECK((ended.empty() || ended.back() != id)); // before its process is ended
+    CHECK((ended.empty() ||
+           ended.back() != id)); // the service is stopped before its process is ended
     return id == 4 ? std::optional(false) : std::nullopt;
   };
   std::vector<std::wstring> records;
-  CHECK(told(closeCopies(steps, L"C:\\f", &records)) ==
+  CHECK(text(closeCopies(steps, L"C:\\f", &records)) ==
         "pid 1: cannot open\nnothing was running from C:\\f\n");
   steps.copies = {{2, false, false, L"", CopyKind::agent, L""},
                   {3, true, false, L"c", CopyKind::agent, L"S-1-5-18"},
@@ -45,7 +45,7 @@ TEST_CASE("closing: who is ended, what is said and what is remembered") {
                   {7, true, false, L"g", CopyKind::agent, L"S-1-5-181"},
                   {8, true, false, L"h", CopyKind::agent, L""},
                   {9, true, false, L"", CopyKind::page, L""}};
-  CHECK(told(closeCopies(steps, L"", &records)) ==
+  CHECK(text(closeCopies(steps, L"", &records)) ==
         "!pid 2: cannot open\npid 3: cannot close\npid 4 closed  d\npid 5 closed  e --service\n"
         "pid 6 closed  agent  f\npid 7 closed  agent  g\npid 8 closed  agent  h\npid 9 closed  \n"
         "service VordaAgent could not be stopped\n");
@@ -53,7 +53,7 @@ TEST_CASE("closing: who is ended, what is said and what is remembered") {
         std::vector<std::wstring>{L"system|f", L"account|S-1-5-181|g", L"account||h", L"service|"});
 }
 
-TEST_CASE("restarting: each record and how it may end") {
+TEST_CASE("restarting: every kind of record and outcome") {
   const std::vector<std::string> services = {"gone", "running", "started", "refused"};
   for (const auto& row : test::cases("restarts.txt", 4)) {
     const std::string& how = row[0];
@@ -72,27 +72,8 @@ TEST_CASE("restarting: each record and how it may end") {
     };
     const RestartSteps steps = {how != "user", how != "no file", kindOf, startService, start};
     const HandOver list = {{toUtf16(row[1]), L"account||v"}, {}, kNow};
-    CHECK(told(restartCopies(list, kNow, steps)) ==
+    CHECK(text(restartCopies(list, kNow, steps)) ==
           row[2] + "\nnot restarted, runs under its own account: v\n");
     CHECK(started == row[3]);
   }
-}
-
-TEST_CASE("how long a list counts") {
-  const auto fresh = [](std::uint64_t written) { return isFresh({{}, {}, written}, kNow); };
-  CHECK((fresh(kNow) && fresh(kNow - 60 * kMinute + 1)));
-  CHECK_FALSE((fresh(kNow - 60 * kMinute) || fresh(kNow + 1) || fresh(0) || fresh(~0ULL)));
-  // An agent more does not bring an old list back to life.
-  HandOver list = withAgent({{L"old"}, {L"old line"}, kNow - 61 * kMinute}, L"a", kNow);
-  list = withAgent(withAgent(list, L"b", kNow + kMinute), L"a", kNow + 2 * kMinute);
-  CHECK(list.agents == std::vector<std::wstring>{L"a", L"b"});
-  CHECK(list.log.size() == 3);
-  CHECK(list.written == kNow + 2 * kMinute);
-}
-
-TEST_CASE("which copies are agents") {
-  CHECK(kindOfCopy({L"--port", L"1", L"--agent"}) == CopyKind::agent);
-  CHECK(kindOfCopy({L"--server"}) == CopyKind::agent);
-  CHECK(kindOfCopy({L"--agent", L"--service"}) == CopyKind::service);
-  CHECK(kindOfCopy({L"--Agent", L"x--agent", L"--agents", L"C:\\a --agent"}) == CopyKind::page);
 }

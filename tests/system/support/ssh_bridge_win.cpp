@@ -1,6 +1,7 @@
-// Stands where ssh.exe would. Wine gives a Windows program neither the output nor the exit code of
-// a Unix one, so this tells a relay on port VORDA_SSH_RELAY what it was started with; the relay runs
-// the real ssh and sends back frames: kind and length or exit code, one and four bytes, the bytes.
+// Stands in for ssh.exe, because under Wine a Windows program gets neither the output nor the exit
+// code of a Unix program. It sends its arguments and environment to a relay on port VORDA_SSH_RELAY,
+// which runs the real ssh and sends back frames: one byte for the kind, four for the length of the
+// data or the exit code (little-endian), then the data.
 #include "base/text.h"
 #include "win/handles.h"
 
@@ -23,22 +24,22 @@ bool receiveAll(SOCKET relay, char* buffer, int size) {
   return count > 0;
 }
 
-std::string startedWith(int argc, wchar_t** argv) {
-  std::string told;
-  const auto tell = [&told](const wchar_t* text) {
-    told.append(vorda::toUtf8(text)).push_back('\0');
+std::string describeStart(int argc, wchar_t** argv) {
+  std::string text;
+  const auto add = [&text](const wchar_t* value) {
+    text.append(vorda::toUtf8(value)).push_back('\0');
   };
   char byte = 0;
   DWORD count = 0;
   ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &count, nullptr);
-  tell(count == 0 ? L"nothing to read" : L"input");
-  for (int i = 0; i < argc; ++i) tell(argv[i]);
-  tell(L"");
-  // Lives as long as the process.
+  add(count == 0 ? L"nothing to read" : L"input");
+  for (int i = 0; i < argc; ++i) add(argv[i]);
+  add(L"");
+  // Not freed: the process is short-lived.
   for (const wchar_t* at = GetEnvironmentStringsW(); *at != L'\0'; at += std::wcslen(at) + 1)
-    tell(at);
-  tell(L"");
-  return told;
+    add(at);
+  add(L"");
+  return text;
 }
 
 } // namespace
@@ -55,8 +56,8 @@ extern "C" int wmain(int argc, wchar_t** argv) {
       htons(static_cast<u_short>(port == nullptr ? 0 : std::strtoul(port, nullptr, 10)));
   if (connect(relay.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
     return kBroken;
-  const std::string told = startedWith(argc, argv);
-  send(relay.get(), told.data(), static_cast<int>(told.size()), 0);
+  const std::string start = describeStart(argc, argv);
+  send(relay.get(), start.data(), static_cast<int>(start.size()), 0);
   std::vector<char> bytes(5);
   while (receiveAll(relay.get(), bytes.data(), 5)) {
     unsigned char head[5];

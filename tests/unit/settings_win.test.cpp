@@ -7,8 +7,8 @@ using namespace vorda;
 
 namespace {
 
-// While it lives, this process finds an empty key in place of HKEY_LOCAL_MACHINE, so that
-// the settings of the machine that runs the tests stay as they are.
+// Replaces HKEY_LOCAL_MACHINE with an empty key for this process while it lives, so that the
+// settings of the machine running the tests are not touched.
 class EmptyMachine {
 public:
   EmptyMachine() { RegOverridePredefKey(HKEY_LOCAL_MACHINE, root_.get()); }
@@ -26,7 +26,7 @@ private:
 
 } // namespace
 
-TEST_CASE("the machine's settings") {
+TEST_CASE("settings: stored, missing, invalid and of the wrong type") {
   const EmptyMachine machine;
   CHECK(readStoredKey().empty());
   const std::wstring made = getOrCreateKey();
@@ -47,17 +47,14 @@ TEST_CASE("the machine's settings") {
     set(kPortSetting, REG_DWORD, &stored, sizeof stored);
     CHECK(readPortSetting(kPortSetting) == read);
   }
-  const std::uint64_t wide = 8000;
-  set(kPortSetting, REG_QWORD, &wide, sizeof wide);
+  set(kPortSetting, REG_DWORD, "80", 2);
   CHECK(readPortSetting(kPortSetting) == 0);
-  set(kPortSetting, REG_DWORD, &wide, 2);
-  CHECK(readPortSetting(kPortSetting) == 0);
-  set(kPortSetting, REG_SZ, L"8", 4); // as many bytes as a number has
+  set(kPortSetting, REG_SZ, L"8", 4); // the size of a REG_DWORD
   CHECK(readPortSetting(kPortSetting) == 0);
 
   set(L"Token", REG_EXPAND_SZ, L"abc", 8);
   CHECK(readStoredKey().empty());
-  set(L"Token", REG_SZ, L"any text", 16); // without its closing zero
+  set(L"Token", REG_SZ, L"any text", 16); // not terminated
   CHECK(getOrCreateKey() == L"any text");
   const std::wstring longKey(300, L'k');
   set(L"Token", REG_SZ, longKey.c_str(), 602);

@@ -1,34 +1,18 @@
-#include "win/safe_file.h"
+#include "app/safe_file_win.h"
 
 #include "base/paths.h"
 #include "win/error_text.h"
-#include "win/handles.h"
 #include "win/full_path.h"
+#include "win/handles.h"
+#include "win/write_all.h"
 
 #include <windows.h>
-
-#include <algorithm>
 
 namespace vorda {
 
 namespace {
 
 constexpr unsigned kNameAttempts = 16;
-constexpr std::size_t kPieceBytes = 1'048'576;
-
-// 0, or the error code. The bytes are on the disk when it returns 0.
-DWORD writeAll(const FileHandle& file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto piece = static_cast<DWORD>(std::min(bytes.size(), kPieceBytes));
-    DWORD written = 0;
-    if (WriteFile(file.get(), bytes.data(), piece, &written, nullptr) == FALSE) {
-      return GetLastError();
-    }
-    if (written == 0) return ERROR_WRITE_FAULT;
-    bytes.remove_prefix(written);
-  }
-  return FlushFileBuffers(file.get()) == FALSE ? GetLastError() : ERROR_SUCCESS;
-}
 
 } // namespace
 
@@ -51,7 +35,8 @@ std::wstring writeFileSafely(const std::wstring& name, std::string_view bytes) {
     error = file.valid() ? ERROR_SUCCESS : GetLastError();
   }
   if (error != ERROR_SUCCESS) return errorText(error);
-  error = writeAll(file, bytes);
+  error = writeAll(file.get(), bytes);
+  if (error == ERROR_SUCCESS && FlushFileBuffers(file.get()) == FALSE) error = GetLastError();
   file.reset();
   if (error == ERROR_SUCCESS &&
       MoveFileExW(temporary.c_str(), target.c_str(),

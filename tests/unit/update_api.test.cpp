@@ -1,0 +1,17 @@
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+
+TEST_CASE("POST /api/update: a newer and an older version") {
+  test::App app;
+  const auto told = [&app](const UpdateAnswer& answer) {
+    app.state.update.check = [answer] { return answer; };
+    return app.told("POST", "/api/update");
+  };
+  CHECK(
+      told({true, "1.10.0", ""}) ==
+      R"(200 {"ok":true,"current":"1.9.0","latest":"1.10.0","newer":true,"url":"https://x/get"})");
+  CHECK(told({true, "1.9", ""}).find(R"("latest":"1.9","newer":false,)") != std::string::npos);
+}
