@@ -85,8 +85,8 @@ void writeFilesCsv(benchmark::State& state) {
   const Job& job =
       jobOf(static_cast<std::uint32_t>(state.range(0)), static_cast<std::uint32_t>(state.range(1)));
   for (auto _ : state) {
-    state.counters["bytes"] =
-        static_cast<double>(buildCsvReport(job, "files", LocalTime{}, 1'800'000'000'000ULL).size());
+    state.counters["bytes"] = static_cast<double>(
+        buildCsvReport(job, CsvKind::files, LocalTime{}, 1'800'000'000'000ULL).size());
   }
   perItem(state, static_cast<std::uint64_t>(state.range(1)));
 }

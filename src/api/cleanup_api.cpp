@@ -40,7 +40,7 @@ HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
   std::vector<CleanedFolder> cleaned;
   for (const std::wstring& path : advisedFolders(job, what)) {
     CleanupResult result = cleanFolder(machine, folders, path);
-    if (!result.error.empty()) {
+    if (result.failure != CleanupFailure::none) {
       ++skipped;
       continue;
     }

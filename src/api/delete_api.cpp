@@ -30,7 +30,7 @@ HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
   for (const RefusedPath& one : result.refused) {
     json.open('{');
     json.string("p", one.path);
-    json.string("why", one.word);
+    json.string("why", wordOf(one.why));
     json.close('}');
   }
   json.close(']');

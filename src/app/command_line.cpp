@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include "base/text.h"
+#include "report/csv_report.h"
 
 #include <array>
 #include <limits>
@@ -170,7 +171,8 @@ std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
     messages.push_back(L"--format is json or csv, not " + format);
   }
   const std::wstring& what = options.what;
-  if (!what.empty() && what != L"files" && what != L"types" && what != L"advice") {
+  const std::optional<CsvKind> kind = csvKindOf(toUtf8(what));
+  if (!what.empty() && !kind) {
     messages.push_back(L"--what is files, types or advice, not " + what);
   }
   if (!what.empty() && effectiveFormat(options) == L"json") {
@@ -178,7 +180,7 @@ std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
         L"--what only applies to CSV: add --format csv, or give the file a .csv name");
   }
   const bool filtered = !options.ext.empty() || !options.find.empty();
-  if (filtered && !what.empty() && what != L"files") {
+  if (filtered && !what.empty() && kind != CsvKind::files) {
     messages.emplace_back(L"--ext and --find narrow the file list, so they go with --what files");
   }
   return messages;

@@ -24,9 +24,12 @@ int runExport(const CommandLineOptions& options) {
   const ScanRunOutputs outputs = {
       [](std::wstring_view text) { writeStdText(toUtf8(text), StdStream::error); },
       [](std::string_view text) { return writeStdText(text, StdStream::output); }, writeFileSafely};
-  const ScanRunRequest request = {
-      options.scanPath,     options.outFile, toUtf8(effectiveFormat(options)),
-      toUtf8(options.what), options.ext,     options.find};
+  const ScanRunRequest request = {options.scanPath,
+                                  options.outFile,
+                                  toUtf8(effectiveFormat(options)),
+                                  csvKindOf(toUtf8(options.what)).value_or(CsvKind::files),
+                                  options.ext,
+                                  options.find};
   return runScanCommand(request, makeScanSteps(*folders), outputs);
 }
 

@@ -3,7 +3,6 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
-#include "report/csv_report.h"
 #include "scan/file_filter.h"
 
 #include <array>

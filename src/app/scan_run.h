@@ -4,6 +4,7 @@
 // handed in, so that the run can be tested without either.
 #pragma once
 
+#include "report/csv_report.h"
 #include "scan/job.h"
 
 #include <functional>
@@ -16,7 +17,7 @@ struct ScanRunRequest {
   std::wstring target;
   std::wstring outFile; // "-" is standard output
   std::string format;   // "json" or "csv"
-  std::string what;     // the shape of a CSV; empty means "files"
+  CsvKind what = CsvKind::files;
   std::wstring ext;
   std::wstring find;
 };

@@ -16,16 +16,16 @@ namespace {
 constexpr std::array<std::wstring_view, 3> kCleanable = {
     L"\\windows\\temp", L"\\appdata\\local\\temp", L"\\softwaredistribution\\download"};
 
-bool liesWhereItSays(Machine& machine, FolderSource& folders, const std::wstring& path) {
+// Whether no link leads to the folder. The drive may be a substituted one.
+bool isReachedDirectly(Machine& machine, FolderSource& folders, const std::wstring& path) {
   const PathFacts facts = folders.facts(path);
   const auto place = machine.finalPlace(path);
   if (!facts.folder || facts.reparsePoint || !place) return false;
   const std::wstring named = machine.longPath(path).value_or(path);
-  // The drive may be a substituted one, the folders behind it may not be.
   return endsWithIgnoreCase(place->path, std::wstring_view(named).substr(2));
 }
 
-// The names in a folder; false when it cannot be listed.
+// Adds the names of all entries; false if the folder cannot be opened.
 bool listNames(FolderSource& folders, const std::wstring& path, std::vector<std::wstring>& names) {
   const std::unique_ptr<FolderReader> reader = folders.reader();
   if (!reader->open(path, false)) return false;
@@ -34,8 +34,8 @@ bool listNames(FolderSource& folders, const std::wstring& path, std::vector<std:
   return true;
 }
 
-// Whether the shell would take the path for this very entry. One called ".. ", say, which
-// can be made, would be read as the folder above.
+// Whether the shell would take the path for this entry. It is possible to create an entry
+// named ".. ", for example, which the shell would read as the parent folder.
 bool isReadAsSpelled(Machine& machine, const std::wstring& entry) {
   return !hasStrayCharacters(entry) && entry.find_first_of(L"*?") == std::wstring::npos &&
          equalsIgnoreCase(machine.fullPath(entry), entry);
@@ -53,19 +53,19 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   CleanupResult result;
   const std::wstring folder = normalisePath(path);
   if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
-    result.error = "notAllowed";
+    result.failure = CleanupFailure::notAllowed;
     return result;
   }
-  // Held first and looked at then: what it is now it stays.
+  // Hold before checking, so that the folder cannot be replaced afterwards.
   const std::shared_ptr<void> held = machine.hold(folder);
   std::vector<std::wstring> names;
   const bool there = folders.facts(folder).exists;
-  if (there && !liesWhereItSays(machine, folders, folder)) {
-    result.error = "notAllowed";
+  if (there && !isReachedDirectly(machine, folders, folder)) {
+    result.failure = CleanupFailure::notAllowed;
   } else if (!there || !listNames(folders, folder, names)) {
-    result.error = "unreadable";
+    result.failure = CleanupFailure::unreadable;
   }
-  if (!result.error.empty()) return result;
+  if (result.failure != CleanupFailure::none) return result;
 
   result.before = measurePath(folders, folder);
   for (const std::wstring& name : names) {
@@ -74,7 +74,7 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
     const PathMeasure measure = plain ? measurePath(folders, entry) : PathMeasure{};
     const ShellOutcome outcome =
         plain ? machine.shellDelete({entry}, false) : ShellOutcome{0, true};
-    // The shell has been seen to report success for a file in use.
+    // The shell may report success for a file in use.
     if (outcome.code == 0 && !outcome.aborted && !folders.facts(entry).exists) {
       ++result.deleted;
       result.bytes += measure.bytes;

@@ -1,4 +1,4 @@
-// Emptying the folders that hold nothing but temporary files and update downloads.
+// Emptying folders that contain only temporary files or downloaded updates.
 #pragma once
 
 #include "fileops/machine.h"
@@ -10,21 +10,26 @@
 
 namespace vorda {
 
-// Whether a folder is one of those that may be emptied, by its last names.
+// Whether a folder may be emptied, judging by the end of its path.
 bool isCleanableFolder(std::wstring_view path);
+
+enum class CleanupFailure {
+  none,
+  notAllowed, // not such a folder, or reached through a link
+  unreadable, // missing, or it cannot be listed
+};
 
 struct CleanupResult {
   std::uint32_t deleted = 0; // entries
-  std::uint32_t skipped =
-      0;                   // entries that the shell did not remove, mostly because they are in use
-  std::uint64_t bytes = 0; // of the deleted entries
-  std::string error;       // "", "notAllowed" or "unreadable"
-  PathMeasure before;      // what the folder held
+  std::uint32_t skipped = 0; // entries that are still there, mostly because they are in use
+  std::uint64_t bytes = 0;   // of the deleted entries
+  CleanupFailure failure = CleanupFailure::none;
+  PathMeasure before; // of the whole folder
 };
 
-// Deletes every entry of a folder for good, each by itself, and logs the sum. Not a folder
-// that is reached through a link: whoever may write to a folder for temporary files could
-// have put one there that leads anywhere.
+// Deletes the entries of a folder permanently, one by one, and logs the total. Refuses a folder
+// that is reached through a link: anyone who can write to a temporary folder could have made
+// one that leads anywhere.
 CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::wstring& path);
 
 } // namespace vorda

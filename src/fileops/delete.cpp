@@ -14,6 +14,9 @@ namespace vorda {
 
 namespace {
 
+constexpr std::string_view kAborted = "aborted";
+constexpr std::string_view kFailed = "failed:"; // the shell's code follows
+
 using Paths = std::set<std::wstring>;
 
 bool hasAncestorIn(const Paths& paths, const std::wstring& lower) {
@@ -26,8 +29,8 @@ bool hasAncestorIn(const Paths& paths, const std::wstring& lower) {
   return false;
 }
 
-// Drops what goes with an ancestor of the list anyway, and what is named twice, by the
-// spelling and by the real place: two spellings of one path are one deletion.
+// Drops paths inside other paths of the list, and duplicates. Both the requested and the
+// resolved paths are compared, so that two spellings of one path are deleted once.
 std::vector<Verdict> pruned(std::vector<Verdict> accepted) {
   Paths spelled;
   Paths real;
@@ -61,8 +64,8 @@ public:
   DeleteResult run();
 
 private:
-  void tell();
-  void act();
+  void preview();
+  void execute();
   void measure();
   void judgeAgain();
   void log(const ShellOutcome& outcome);
@@ -72,36 +75,36 @@ private:
   const DeleteRequest& request_;
   PathJudge judge_;
   std::vector<Verdict> accepted_;
-  std::vector<DeletedPath> handed_; // one per accepted path
+  std::vector<DeletedPath> planned_; // one per accepted path
   DeleteResult result_;
 };
 
 DeleteResult Deletion::run() {
   for (const std::wstring& path : request_.paths) {
     Verdict verdict = judge_.judge(path);
-    if (verdict.word.empty()) {
+    if (verdict.refusal == Refusal::none) {
       accepted_.push_back(std::move(verdict));
     } else {
-      result_.refused.push_back({std::move(verdict.path), std::move(verdict.word)});
+      result_.refused.push_back({std::move(verdict.path), verdict.refusal});
     }
   }
   accepted_ = pruned(std::move(accepted_));
   for (const Verdict& one : accepted_) {
-    handed_.push_back({one.path,
-                       one.real,
-                       request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
-                       one.facts.folder && !one.facts.reparsePoint,
-                       {}});
+    planned_.push_back({one.path,
+                        one.real,
+                        request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
+                        one.facts.folder && !one.facts.reparsePoint,
+                        {}});
   }
   if (request_.dryRun) {
-    tell();
+    preview();
   } else if (!accepted_.empty()) {
-    act();
+    execute();
   }
   return std::move(result_);
 }
 
-void Deletion::tell() {
+void Deletion::preview() {
   std::map<std::wstring, bool> bins;
   const auto hasBin = [this, &bins](const std::wstring& path) {
     const std::wstring root = placeRoot(path);
@@ -115,12 +118,12 @@ void Deletion::tell() {
       result_.noBin.push_back(one.path);
     }
   }
-  result_.wouldDelete = std::move(handed_);
+  result_.wouldDelete = std::move(planned_);
 }
 
-void Deletion::act() {
-  // As long as the folders around the paths are held, nobody can put a link in the place of
-  // one of them, so that what is judged last is what the shell meets.
+void Deletion::execute() {
+  // While the parent folders are held open, none of them can be replaced by a link, so the
+  // shell finds what was judged last.
   std::map<std::wstring, std::shared_ptr<void>> held;
   for (const Verdict& one : accepted_) {
     const std::wstring folder = parentOf(one.real);
@@ -128,14 +131,14 @@ void Deletion::act() {
   }
   measure();
   judgeAgain();
-  if (handed_.empty()) return;
+  if (planned_.empty()) return;
 
   const bool intoBin = !request_.permanent;
-  const std::wstring& first = handed_.front().real;
+  const std::wstring& first = planned_.front().real;
   const std::wstring binRoot =
       intoBin && isDriveLetterPath(first) ? first.substr(0, 3) : std::wstring();
   std::vector<std::wstring> paths;
-  for (const DeletedPath& one : handed_) paths.push_back(one.real);
+  for (const DeletedPath& one : planned_) paths.push_back(one.real);
   const auto bin = [this, &binRoot] {
     return binRoot.empty() ? std::nullopt : machine_.binFigures(binRoot);
   };
@@ -143,8 +146,8 @@ void Deletion::act() {
   const ShellOutcome outcome = machine_.shellDelete(paths, intoBin);
   const std::optional<BinFigures> after = bin();
 
-  result_.wouldDelete = handed_;
-  for (DeletedPath& one : handed_) {
+  result_.wouldDelete = planned_;
+  for (DeletedPath& one : planned_) {
     if (folders_.facts(one.real).exists) {
       result_.left.push_back(std::move(one));
     } else {
@@ -159,50 +162,51 @@ void Deletion::act() {
 }
 
 void Deletion::measure() {
-  for (std::size_t i = 0; i < handed_.size(); ++i) {
-    std::string& word = accepted_[i].word;
-    handed_[i].measure = measurePath(
-        folders_, handed_[i].real, [this, &word](const std::wstring& path, std::wstring_view name) {
-          if (word.empty()) word = judge_.wordOfFolder(path, name);
-        });
+  for (std::size_t i = 0; i < planned_.size(); ++i) {
+    Refusal& refusal = accepted_[i].refusal;
+    planned_[i].measure =
+        measurePath(folders_, planned_[i].real,
+                    [this, &refusal](const std::wstring& path, std::wstring_view name) {
+                      if (refusal == Refusal::none) refusal = judge_.refusalOfFolder(path, name);
+                    });
   }
 }
 
 void Deletion::judgeAgain() {
   PathJudge judge(machine_, folders_, request_.root);
   std::vector<DeletedPath> same;
-  for (std::size_t i = 0; i < handed_.size(); ++i) {
+  for (std::size_t i = 0; i < planned_.size(); ++i) {
     const Verdict& before = accepted_[i];
     const Verdict now = judge.judge(before.path);
-    if (!before.word.empty()) {
-      result_.refused.push_back({before.path, before.word});
-    } else if (now.word == "missing") {
-      result_.refused.push_back({before.path, now.word});
-    } else if (!now.word.empty() || now.real != before.real || now.identity != before.identity ||
-               now.facts.folder != before.facts.folder ||
+    if (before.refusal != Refusal::none) {
+      result_.refused.push_back({before.path, before.refusal});
+    } else if (now.refusal == Refusal::missing) {
+      result_.refused.push_back({before.path, now.refusal});
+    } else if (now.refusal != Refusal::none || now.real != before.real ||
+               now.identity != before.identity || now.facts.folder != before.facts.folder ||
                now.facts.reparsePoint != before.facts.reparsePoint) {
-      result_.refused.push_back({before.path, "ambiguous"});
+      result_.refused.push_back({before.path, Refusal::ambiguous});
     } else {
-      same.push_back(std::move(handed_[i]));
+      same.push_back(std::move(planned_[i]));
     }
   }
-  handed_ = std::move(same);
+  planned_ = std::move(same);
 }
 
 void Deletion::log(const ShellOutcome& outcome) {
-  const char* mode = "prullenbak";
+  DeletionMode mode = DeletionMode::binned;
   if (request_.permanent) {
-    mode = "definitief";
+    mode = DeletionMode::permanent;
   } else if (result_.binned == 0 && result_.bytes > 0) {
-    mode = "definitief (niet in de prullenbak)";
+    mode = DeletionMode::binRefused;
   }
   for (const DeletedPath& one : result_.deleted) {
     machine_.appendToLog(deletedLine(machine_.now(), mode, one.measure.bytes, one.path));
   }
   if (outcome.aborted) {
-    result_.error = "aborted";
+    result_.error = kAborted;
   } else if (outcome.code != 0) {
-    result_.error = "failed:" + std::to_string(outcome.code);
+    result_.error = std::string(kFailed) + std::to_string(outcome.code);
   }
   if (result_.error.empty()) return;
   machine_.appendToLog(failedLine(machine_.now(), outcome.code, result_.left.size(),

@@ -1,7 +1,8 @@
 // Deleting files and folders, into the recycle bin or for good.
 //
-// Every path is judged twice, when it is asked for and again just before the shell gets
-// it; what is another file by then, or lies elsewhere, stays. Links are deleted as links.
+// Every path is judged twice: when it is requested and again right before it is passed to the
+// shell. A path that leads to a different file or place by then is not deleted. Links are
+// deleted as links.
 #pragma once
 
 #include "fileops/machine.h"
@@ -17,36 +18,36 @@ struct DeleteRequest {
   std::vector<std::wstring> paths;
   bool permanent = false;
   bool dryRun = false;
-  std::wstring root; // paths must lie in it; empty for anywhere
+  std::wstring root; // the folder that paths must lie in; empty for no restriction
 };
 
 struct RefusedPath {
   std::wstring path;
-  std::string word;
+  Refusal why = Refusal::none;
 };
 
-// A path that the shell was asked to delete.
+// A path that was, or would be, passed to the shell.
 struct DeletedPath {
-  std::wstring path;   // as asked for
-  std::wstring real;   // where it really lies, which is what the shell is told
-  std::wstring inTree; // the name it has in the tree of the root; empty without a root
+  std::wstring path;   // as requested, normalised
+  std::wstring real;   // the resolved path, which is what the shell gets
+  std::wstring inTree; // the path in the tree of the root; empty without a root
   bool folder = false;
-  PathMeasure measure; // just before
+  PathMeasure measure; // taken right before the deletion
 };
 
 struct DeleteResult {
-  std::uint64_t bytes = 0;          // of the deleted paths; of the files in a dry run
-  std::uint64_t binned = 0;         // the part of bytes that went into the recycle bin
-  std::string error;                // "", "aborted" or "failed:" and the shell's code
-  std::vector<DeletedPath> deleted; // what is no longer there
-  std::vector<DeletedPath> left;    // what still is; of a folder, parts may be gone
+  std::uint64_t bytes = 0;          // of the deleted paths; in a dry run of those that are files
+  std::uint64_t binned = 0;         // how many of them went into the recycle bin
+  std::string error;                // "", "aborted", or "failed:" with the shell's code
+  std::vector<DeletedPath> deleted; // no longer there
+  std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
   std::vector<RefusedPath> refused;
-  std::vector<DeletedPath> wouldDelete; // without what goes with another path of the list
-  std::vector<std::wstring> noBin;      // dry run: those of them that no bin would take
+  std::vector<DeletedPath> wouldDelete; // without paths inside other paths of the list
+  std::vector<std::wstring> noBin;      // in a dry run: those that no bin would take
 };
 
-// A dry run asks and measures files, and changes and logs nothing. Takes as long as the
-// disk does: never called under a job's resultMutex.
+// A dry run only judges the paths: it changes and logs nothing. The call blocks on the disk, so
+// it must not be made while a job's resultMutex is held.
 DeleteResult deletePaths(Machine& machine, FolderSource& folders, const DeleteRequest& request);
 
 } // namespace vorda

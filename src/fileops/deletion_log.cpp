@@ -4,28 +4,60 @@
 
 namespace vorda {
 
-std::string deletedLine(const LocalTime& at, std::string_view mode, std::uint64_t bytes,
-                        std::wstring_view path) {
-  std::string line = secondText(at);
-  line.append("  ").append(mode).append("  ").append(std::to_string(bytes)).append("  ");
-  appendUtf8(line, path);
-  return line.append("\r\n");
+namespace {
+
+// The wording of the log is part of the interface: programs read it, and it is the same in
+// every language of the page.
+constexpr std::string_view kPermanent = "definitief";
+constexpr std::string_view kBinned = "prullenbak";
+constexpr std::string_view kBinRefused = "definitief (niet in de prullenbak)";
+constexpr std::string_view kFailed = "MISLUKT";
+constexpr std::string_view kOf = " van ";
+constexpr std::string_view kPathsLeft = " paden bleven staan";
+constexpr std::string_view kCleaned = "LEEGGEMAAKT";
+constexpr std::string_view kRemoved = " weg, ";
+constexpr std::string_view kSkipped = " overgeslagen";
+constexpr std::string_view kSeparator = "  ";
+constexpr std::string_view kLineEnd = "\r\n";
+
+std::string_view modeText(DeletionMode mode) {
+  switch (mode) {
+  case DeletionMode::permanent: return kPermanent;
+  case DeletionMode::binned: return kBinned;
+  case DeletionMode::binRefused: return kBinRefused;
+  }
+  return {};
 }
 
-std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::uint64_t handed) {
-  std::string line = secondText(at);
-  line.append("  MISLUKT (").append(std::to_string(code)).append(")  ");
-  line.append(std::to_string(left)).append(" van ").append(std::to_string(handed));
-  return line.append(" paden bleven staan\r\n");
+// The fields that every record begins with.
+std::string lineStart(const LocalTime& at, std::string_view what) {
+  return secondText(at).append(kSeparator).append(what);
+}
+
+} // namespace
+
+std::string deletedLine(const LocalTime& at, DeletionMode mode, std::uint64_t bytes,
+                        std::wstring_view path) {
+  std::string line = lineStart(at, modeText(mode));
+  line.append(kSeparator).append(std::to_string(bytes)).append(kSeparator);
+  appendUtf8(line, path);
+  return line.append(kLineEnd);
+}
+
+std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::uint64_t paths) {
+  std::string line = lineStart(at, kFailed);
+  line.append(" (").append(std::to_string(code)).append(")").append(kSeparator);
+  line.append(std::to_string(left)).append(kOf).append(std::to_string(paths));
+  return line.append(kPathsLeft).append(kLineEnd);
 }
 
 std::string cleanedLine(const LocalTime& at, std::uint64_t bytes, std::wstring_view folder,
                         std::uint64_t deleted, std::uint64_t skipped) {
-  std::string line = secondText(at);
-  line.append("  LEEGGEMAAKT  ").append(std::to_string(bytes)).append("  ");
+  std::string line = lineStart(at, kCleaned);
+  line.append(kSeparator).append(std::to_string(bytes)).append(kSeparator);
   appendUtf8(line, folder);
-  line.append("  (").append(std::to_string(deleted)).append(" weg, ");
-  return line.append(std::to_string(skipped)).append(" overgeslagen)\r\n");
+  line.append(kSeparator).append("(").append(std::to_string(deleted)).append(kRemoved);
+  return line.append(std::to_string(skipped)).append(kSkipped).append(")").append(kLineEnd);
 }
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// The lines of the deletion log, one record each, UTF-8, ended by CR LF.
+// The records of the deletion log: one line each, UTF-8, terminated by CR LF.
 #pragma once
 
 #include "base/time.h"
@@ -9,13 +9,21 @@
 
 namespace vorda {
 
-// mode: "definitief", "prullenbak" or "definitief (niet in de prullenbak)".
-std::string deletedLine(const LocalTime& at, std::string_view mode, std::uint64_t bytes,
+enum class DeletionMode {
+  permanent,
+  binned,
+  binRefused, // meant for the recycle bin, but deleted permanently
+};
+
+// A path was deleted.
+std::string deletedLine(const LocalTime& at, DeletionMode mode, std::uint64_t bytes,
                         std::wstring_view path);
 
-// code: the shell's, 0 when it only reported that something was aborted.
-std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::uint64_t handed);
+// The shell failed with this code, or aborted if the code is 0; some of the paths that it got
+// are still there.
+std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::uint64_t paths);
 
+// A folder was emptied; the numbers are those of its entries.
 std::string cleanedLine(const LocalTime& at, std::uint64_t bytes, std::wstring_view folder,
                         std::uint64_t deleted, std::uint64_t skipped);
 

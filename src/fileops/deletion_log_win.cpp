@@ -6,15 +6,24 @@
 
 #include <shlobj.h>
 
+#include <string_view>
+
 namespace vorda {
+
+namespace {
+
+// Below the local application data. The Dutch name is part of the interface.
+constexpr std::wstring_view kLogName = L"\\Vorda\\verwijderd.log";
+
+} // namespace
 
 std::wstring deletionLogPath() {
   PWSTR found = nullptr;
   const HRESULT status =
       SHGetKnownFolderPath(FOLDERID_LocalAppData, KF_FLAG_DEFAULT, nullptr, &found);
-  const std::wstring base = SUCCEEDED(status) ? found : L"C:";
-  CoTaskMemFree(found); // it may have been given even when the call failed
-  return base + L"\\Vorda\\verwijderd.log";
+  std::wstring base = SUCCEEDED(status) ? found : L"C:";
+  CoTaskMemFree(found); // may be set even after a failure
+  return base.append(kLogName);
 }
 
 } // namespace vorda

@@ -1,11 +1,11 @@
-// The log of what was deleted for good or binned, one per user.
+// The location of the deletion log. Each user has one.
 #pragma once
 
 #include <string>
 
 namespace vorda {
 
-// Where the log lies; neither it nor its folder need exist.
+// Neither the file nor its folder needs to exist.
 std::wstring deletionLogPath();
 
 } // namespace vorda

@@ -1,12 +1,12 @@
-// What the file operations ask of the machine they run on, and do to it.
+// What the file operations need from the system they run on.
 //
-// Everything that decides lies in front of this interface, so that it can be run against a
-// made-up machine; what stands behind it on Windows is one system call each. Shared between
-// threads.
+// All decisions are made by the callers of this interface, so that they can be tested without
+// Windows; each function is little more than one system call. Thread-safe.
 #pragma once
 
 #include "base/file_identity.h"
 #include "base/time.h"
+#include "rules/refusal.h"
 
 #include <cstdint>
 #include <memory>
@@ -17,21 +17,21 @@
 
 namespace vorda {
 
-// Where an opened path really lies.
+// The final path of an opened file or folder.
 struct FinalPlace {
-  std::wstring path; // "X:\…" or "\\server\share\…"; no link or substituted drive left in it
-  std::wstring onVolume; // the part behind the volume's own root, from "\" on; may be empty
+  std::wstring path;     // "X:\…" or "\\server\share\…"; without links and substituted drives
+  std::wstring onVolume; // relative to the root of its volume, with a leading "\"; may be empty
 };
 
-// A folder that this machine cannot do without, wherever it was put.
+// A folder that Windows needs, wherever it was moved to.
 struct KnownFolder {
   std::wstring path;
-  std::string word; // the refusal for it
-  bool beneath = false;
+  Refusal refusal = Refusal::none;
+  bool recursive = false; // everything inside is protected as well
 };
 
 struct ShellOutcome {
-  int code = 0;
+  int code = 0; // 0 for success
   bool aborted = false;
 };
 
@@ -44,53 +44,52 @@ class Machine {
 public:
   virtual ~Machine() = default;
 
-  // The path as the system reads it: "." and ".." worked out, trailing blanks and dots of
-  // names dropped, devices recognised. The same path when the system does not tell.
+  // The path as the system reads it: "." and ".." resolved, trailing spaces and dots of names
+  // removed, device names recognised. Returns the path unchanged on failure.
   virtual std::wstring fullPath(const std::wstring& path) = 0;
 
-  // Every short alias in the path replaced by the real name; nothing when the system does
-  // not tell.
+  // The path with every 8.3 name replaced by the long name; nothing on failure.
   virtual std::optional<std::wstring> longPath(const std::wstring& path) = 0;
 
-  // Where the path leads when it is opened, links followed; nothing when it cannot be.
+  // The final path of what the path opens, links followed; nothing if it cannot be opened.
   virtual std::optional<FinalPlace> finalPlace(const std::wstring& path) = 0;
 
-  // The identity of what lies at the path itself, a link not followed.
+  // The identity of the file or folder, or of the link itself; nothing if it is unknown.
   virtual std::optional<FileIdentity> identity(const std::wstring& path) = 0;
 
-  // Keeps a folder from being renamed, moved or replaced as long as the result lives, as far
-  // as the system allows; null when it does not.
+  // Keeps a folder from being renamed, moved or replaced during the lifetime of the result.
+  // Null if it cannot be opened.
   virtual std::shared_ptr<void> hold(const std::wstring& folder) = 0;
 
   virtual std::vector<KnownFolder> knownFolders() = 0;
 
-  // The root of the system's drive, and the folders in which other volumes are mounted.
+  // The root of the system drive and all folders in which volumes are mounted.
   virtual std::vector<std::wstring> volumeRoots() = 0;
 
-  // Whether what is deleted on the drive or share with this root can go to a recycle bin.
+  // Whether the drive or share with this root has a recycle bin.
   virtual bool hasBin(const std::wstring& root) = 0;
 
-  // What the bin of a drive ("X:\") holds, or with an empty root those of all drives.
+  // The contents of the bin of a drive ("X:\"), or of all bins for an empty root.
   virtual std::optional<BinFigures> binFigures(const std::wstring& root) = 0;
 
-  // Empties the bins of all drives; the shell's result, negative for a failure.
+  // Empties the bins of all drives. Returns the shell's HRESULT, negative on failure.
   virtual std::int32_t emptyBins() = 0;
 
-  // The user's security identifier as text, the name of his folder in every bin; empty when
-  // the system does not tell.
+  // The user's SID as text, which is the name of the user's folder in each bin; empty on
+  // failure.
   virtual std::wstring userSid() = 0;
 
-  // Hands all paths to the shell at once; they must be absolute and short enough for it.
+  // Passes all paths to the shell in one call. They must be absolute and at most 259 UTF-16
+  // units long.
   virtual ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) = 0;
 
-  // Adds bytes at the end of the deletion log, all of them or none. A log that cannot be
-  // opened is passed over in silence.
+  // Appends a record to the deletion log. Does nothing if the log cannot be opened.
   virtual void appendToLog(std::string_view bytes) = 0;
 
   virtual LocalTime now() = 0;
 };
 
-// The machine this process runs on.
+// The system this process runs on.
 std::unique_ptr<Machine> systemMachine();
 
 } // namespace vorda

@@ -5,11 +5,12 @@
 #include "win/com_apartment.h"
 #include "win/handles.h"
 #include "win/file_identity.h"
+#include "win/final_path.h"
 #include "win/full_path.h"
+#include "win/process_facts.h"
 
 #include <windows.h>
 
-#include <sddl.h>
 #include <shellapi.h>
 #include <shlobj.h>
 
@@ -21,12 +22,12 @@ namespace vorda {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr DWORD kNoticesOff = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
-constexpr int kLogTries = 20;
-constexpr DWORD kLogPauseMs = 10;
+constexpr DWORD kSilent = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
+constexpr int kLogAttempts = 20;
+constexpr DWORD kLogRetryMs = 10;
 
-// The shell may need more stack than the thread of a connection has.
+// Runs work on a thread of its own with COM: the shell may need more stack than the thread of a
+// connection has.
 template <typename Work> void onShellThread(Work work) {
   std::thread thread([&work] {
     const ComApartment com;
@@ -40,18 +41,9 @@ FileHandle openAttributes(const std::wstring& path, DWORD flags) {
                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr));
 }
 
-std::optional<std::wstring> finalName(HANDLE handle, DWORD flags) {
-  std::wstring name(GetFinalPathNameByHandleW(handle, nullptr, 0, flags) + 1, L'\0');
-  const DWORD length =
-      GetFinalPathNameByHandleW(handle, name.data(), static_cast<DWORD>(name.size()), flags);
-  if (length == 0 || length >= name.size()) return std::nullopt;
-  name.resize(length);
-  return name;
-}
-
-// "\\?\X:\…" and "\\?\UNC\…" in their ordinary spelling; nothing for other forms, such as
-// that of a volume by its number.
-std::optional<std::wstring> ordinary(const std::wstring& literal) {
+// "\\?\X:\…" and "\\?\UNC\…" without the prefix; nothing for other forms, such as volume GUID
+// paths.
+std::optional<std::wstring> withoutPrefix(const std::wstring& literal) {
   constexpr std::wstring_view share = L"\\\\?\\UNC\\";
   constexpr std::wstring_view drive = L"\\\\?\\";
   if (literal.starts_with(share)) return L"\\\\" + literal.substr(share.size());
@@ -70,7 +62,7 @@ std::optional<std::wstring> folderOf(REFKNOWNFOLDERID id) {
   return path;
 }
 
-// The folders in which a volume is mounted; not its drive letter.
+// Adds the folders in which a volume is mounted, without its drive letter.
 void addMountFolders(const wchar_t* volume, std::vector<std::wstring>& roots) {
   DWORD length = 0;
   GetVolumePathNamesForVolumeNameW(volume, nullptr, 0, &length);
@@ -98,10 +90,10 @@ public:
   std::optional<FinalPlace> finalPlace(const std::wstring& path) override {
     const FileHandle handle = openAttributes(path, 0);
     if (!handle.valid()) return std::nullopt;
-    const auto onVolume = finalName(handle.get(), VOLUME_NAME_NONE);
-    const auto named = finalName(handle.get(), VOLUME_NAME_DOS);
-    auto place = named ? ordinary(*named) : std::nullopt;
-    // Some drives made by software are unknown to the system's list of names.
+    const auto onVolume = finalPath(handle.get(), VOLUME_NAME_NONE);
+    const auto named = finalPath(handle.get(), VOLUME_NAME_DOS);
+    auto place = named ? withoutPrefix(*named) : std::nullopt;
+    // Some virtual drives have no DOS name that the system could return.
     if (!place && onVolume && isDriveLetterPath(path)) place = path.substr(0, 2) + *onVolume;
     if (!place) return std::nullopt;
     return FinalPlace{*place, onVolume ? *onVolume : place->substr(2)};
@@ -113,7 +105,7 @@ public:
   }
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
-    // Without leave to delete it, others can neither rename nor remove it.
+    // Without FILE_SHARE_DELETE nobody else can rename or delete it.
     FileHandle handle(CreateFileW(systemPath(folder).c_str(), FILE_LIST_DIRECTORY,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
@@ -125,18 +117,18 @@ public:
   std::vector<KnownFolder> knownFolders() override {
     struct Known {
       const KNOWNFOLDERID* id;
-      const char* word;
-      bool beneath;
+      Refusal refusal;
+      bool recursive;
     };
-    const std::array<Known, 6> all = {{{&FOLDERID_Windows, "windows", true},
-                                       {&FOLDERID_ProgramFilesX64, "programs", true},
-                                       {&FOLDERID_ProgramFilesX86, "programs", true},
-                                       {&FOLDERID_ProgramData, "programdata", false},
-                                       {&FOLDERID_UserProfiles, "allusers", false},
-                                       {&FOLDERID_Profile, "profile", false}}};
+    const std::array<Known, 6> all = {{{&FOLDERID_Windows, Refusal::windows, true},
+                                       {&FOLDERID_ProgramFilesX64, Refusal::programs, true},
+                                       {&FOLDERID_ProgramFilesX86, Refusal::programs, true},
+                                       {&FOLDERID_ProgramData, Refusal::programData, false},
+                                       {&FOLDERID_UserProfiles, Refusal::allUsers, false},
+                                       {&FOLDERID_Profile, Refusal::profile, false}}};
     std::vector<KnownFolder> folders;
     for (const Known& one : all) {
-      if (auto path = folderOf(*one.id)) folders.push_back({*path, one.word, one.beneath});
+      if (auto path = folderOf(*one.id)) folders.push_back({*path, one.refusal, one.recursive});
     }
     return folders;
   }
@@ -181,23 +173,7 @@ public:
     return result;
   }
 
-  std::wstring userSid() override {
-    HANDLE opened = nullptr;
-    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == FALSE) return {};
-    const KernelHandle token(opened);
-    DWORD size = 0;
-    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
-    std::vector<std::uint64_t> buffer(size / sizeof(std::uint64_t) + 1); // for its alignment
-    if (GetTokenInformation(token.get(), TokenUser, buffer.data(), size, &size) == FALSE) return {};
-    const void* start = buffer.data();
-    LPWSTR text = nullptr;
-    if (ConvertSidToStringSidW(static_cast<const TOKEN_USER*>(start)->User.Sid, &text) == FALSE) {
-      return {};
-    }
-    std::wstring sid = text;
-    LocalFree(text);
-    return sid;
-  }
+  std::wstring userSid() override { return processAccount(GetCurrentProcess()); }
 
   ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) override {
     std::wstring list;
@@ -208,8 +184,7 @@ public:
       SHFILEOPSTRUCTW operation{};
       operation.wFunc = FO_DELETE;
       operation.pFrom = list.c_str();
-      operation.fFlags =
-          static_cast<FILEOP_FLAGS>(intoBin ? kNoticesOff | FOF_ALLOWUNDO : kNoticesOff);
+      operation.fFlags = static_cast<FILEOP_FLAGS>(intoBin ? kSilent | FOF_ALLOWUNDO : kSilent);
       outcome.code = SHFileOperationW(&operation);
       outcome.aborted = operation.fAnyOperationsAborted != FALSE;
     });
@@ -217,15 +192,15 @@ public:
   }
 
   void appendToLog(std::string_view bytes) override {
-    // One line at a time in this process; another that has the log open is waited for a
-    // moment, and once that was in vain not again until it is free.
+    // Retry for a moment while another process has the log open, but not again after a
+    // failure until the log has been free once.
     const std::lock_guard lock(logMutex_);
     const std::wstring path = deletionLogPath();
-    CreateDirectoryW(parentOf(path).c_str(), nullptr);
-    const int tries = logStuck_ ? 1 : kLogTries;
+    CreateDirectoryW(path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    const int tries = logStuck_ ? 1 : kLogAttempts;
     logStuck_ = true;
     for (int i = 0; i < tries; ++i) {
-      if (i > 0) Sleep(kLogPauseMs);
+      if (i > 0) Sleep(kLogRetryMs);
       const FileHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr,
                                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
       if (!file.valid() && GetLastError() == ERROR_SHARING_VIOLATION) continue;

@@ -9,9 +9,9 @@ namespace vorda {
 
 namespace {
 
-// Visits every folder and file beneath a folder. enter(parent, path, name) gives the number
-// by which a subfolder is known from then on, file(folder, item) sees each file. Returns
-// how many folders could not be listed to their end.
+// Visits everything inside a folder. enter(parent, path, name) returns a number for a subfolder,
+// which later calls get as their first argument; the folder itself is number 0. file(folder,
+// item) is called for each file. Returns how many folders could not be listed completely.
 template <typename Enter, typename File>
 std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, File file) {
   struct Pending {

@@ -1,4 +1,4 @@
-// How much lies at and beneath a path.
+// The size of files and of whole folders.
 #pragma once
 
 #include "scan/folder_reader.h"
@@ -14,19 +14,19 @@ namespace vorda {
 struct PathMeasure {
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
-  std::uint64_t unreadableFolders = 0; // what lies in them is not in the figures
+  std::uint64_t unreadableFolders = 0; // whose contents are not counted
   TypeTotals types;
 };
 
-// A file by its size; a folder by everything beneath it, links neither counted nor
-// entered. A path that is itself a link, or is not there, measures nothing. onFolder sees
-// the path and the name of every folder on the way.
+// Measures a file, or everything inside a folder. Links are neither counted nor followed; a
+// path that is a link or does not exist counts as empty. onFolder is called for every folder
+// found inside.
 using FolderVisit = std::function<void(const std::wstring& path, std::wstring_view name)>;
 PathMeasure measurePath(FolderSource& source, const std::wstring& path,
                         const FolderVisit& onFolder = {});
 
-// A folder as a scan with these options would find it; the root's name is its path. What
-// cannot be listed stays in the table, empty.
+// Lists a folder as a scan with these options would; the name of the root is its path. Folders
+// that cannot be listed appear empty.
 ScanResult surveyFolder(FolderSource& source, const std::wstring& path, const ScanOptions& options);
 
 } // namespace vorda

@@ -10,14 +10,12 @@ namespace vorda {
 
 namespace {
 
-// What the shell's file operations take, without the ending NUL.
+// The longest path that the shell's file operations accept, in UTF-16 units without the NUL.
 constexpr std::size_t kLongestForShell = 259;
 constexpr wchar_t kReplacement = 0xFFFD;
-// Nobody's own folder in the folder of all users goes either.
-constexpr std::string_view kAllUsers = "allusers";
-constexpr const char* kProfile = "profile";
 
-bool isReadOtherwise(const Verdict& verdict, const std::wstring& full) {
+// Whether the system takes the path for a different one than it spells.
+bool isReadDifferently(const Verdict& verdict, const std::wstring& full) {
   const auto parts = pathComponents(verdict.path);
   return !equalsIgnoreCase(verdict.path, full) ||
          std::any_of(parts.begin(), parts.end(), losesItsEnd);
@@ -34,8 +32,8 @@ bool hasStrayCharacters(std::wstring_view path) {
       continue;
     }
     if (isHighSurrogate(unit) || isLowSurrogate(unit)) return true;
-    // A name with a lone surrogate reaches the page, and comes back, as U+FFFD. The other
-    // three are wildcards to the file system, whatever the rules about "*" and "?" say.
+    // The page receives, and returns, a lone surrogate as U+FFFD. "<", ">" and the quotation
+    // mark are wildcards to the file system, like "*" and "?".
     if (unit < 0x20 || unit == kReplacement || unit == L'<' || unit == L'>' || unit == L'"') {
       return true;
     }
@@ -47,14 +45,14 @@ bool hasStrayCharacters(std::wstring_view path) {
 PathJudge::PathJudge(Machine& machine, FolderSource& folders, const std::wstring& root)
     : machine_(machine), folders_(folders), root_(root) {
   for (const KnownFolder& known : machine_.knownFolders()) {
-    guard(known.path, known.word, known.beneath);
+    guard(known.path, known.refusal, known.recursive);
     const auto place = machine_.finalPlace(known.path);
-    if (place && place->path != known.path) guard(place->path, known.word, known.beneath);
+    if (place && place->path != known.path) guard(place->path, known.refusal, known.recursive);
   }
   for (const std::wstring& volume : machine_.volumeRoots()) {
     for (const ProtectedPlace& place : protectedPlaces()) {
       const std::wstring path = joinPath(volume, place.place.substr(1));
-      if (folders_.facts(path).exists) guard(path, place.word, place.beneath);
+      if (folders_.facts(path).exists) guard(path, place.refusal, place.recursive);
     }
   }
   if (root_.empty()) return;
@@ -63,117 +61,116 @@ PathJudge::PathJudge(Machine& machine, FolderSource& folders, const std::wstring
   if (const auto place = machine_.finalPlace(fullRoot_)) finalRoot_ = place->path;
 }
 
-void PathJudge::guard(const std::wstring& path, const std::string& word, bool beneath) {
-  guards_.push_back({path, machine_.identity(path), word, beneath});
+void PathJudge::guard(const std::wstring& path, Refusal refusal, bool recursive) {
+  guards_.push_back({path, machine_.identity(path), refusal, recursive});
   for (std::wstring at = parentOf(path); !at.empty(); at = parentOf(at)) {
-    above_.push_back({at, machine_.identity(at), word, false});
+    above_.push_back({at, machine_.identity(at), refusal, false});
   }
 }
 
 Verdict PathJudge::judge(std::wstring_view path) {
   Verdict verdict;
   verdict.path = normalisePath(path);
-  verdict.word = deleteRefusal(path); // as it came: a remote path begins with "/"
-  if (!verdict.word.empty()) return verdict;
+  verdict.refusal = deleteRefusal(path); // not normalised: remote paths begin with "/"
+  if (verdict.refusal != Refusal::none) return verdict;
   if (!root_.empty() && !isInsideRoot(root_, verdict.path)) {
-    verdict.word = "outside";
+    verdict.refusal = Refusal::outside;
   } else if (hasStrayCharacters(verdict.path)) {
-    verdict.word = "ambiguous"; // and not shown to the system at all
+    verdict.refusal = Refusal::ambiguous; // and never passed to the system
   } else {
-    verdict.word = judgeForms(verdict);
+    verdict.refusal = judgeForms(verdict);
   }
   return verdict;
 }
 
-std::string PathJudge::judgeForms(Verdict& verdict) {
+Refusal PathJudge::judgeForms(Verdict& verdict) {
   const std::wstring full = machine_.fullPath(verdict.path);
-  if (std::string word = refusalOfForm(full, fullRoot_); !word.empty()) return word;
-  const bool otherwise = isReadOtherwise(verdict, full);
+  if (const Refusal why = refusalOfForm(full, fullRoot_); why != Refusal::none) return why;
+  const bool different = isReadDifferently(verdict, full);
   verdict.facts = folders_.facts(full);
-  if (!verdict.facts.exists) return otherwise ? "ambiguous" : "missing";
+  if (!verdict.facts.exists) return different ? Refusal::ambiguous : Refusal::missing;
 
   const std::optional<std::wstring> longForm = machine_.longPath(full);
   if (longForm) {
-    if (std::string word = refusalOfForm(*longForm, longRoot_); !word.empty()) return word;
+    if (const Refusal why = refusalOfForm(*longForm, longRoot_); why != Refusal::none) return why;
   }
   const std::wstring& named = longForm ? *longForm : full;
   const std::wstring_view name = lastName(named);
   const std::optional<FinalPlace>& parent = finalOf(parentOf(named));
-  if (!parent) return "ambiguous";
+  if (!parent) return Refusal::ambiguous;
   verdict.real = joinPath(parent->path, name);
-  if (verdict.real.size() > kLongestForShell) return "ambiguous";
-  if (std::string word = refusalOfForm(verdict.real, finalRoot_); !word.empty()) return word;
-  // A volume mounted in a folder has its own Windows folder, its own users and so on.
+  if (verdict.real.size() > kLongestForShell) return Refusal::ambiguous;
+  if (const Refusal why = refusalOfForm(verdict.real, finalRoot_); why != Refusal::none) return why;
+  // A volume mounted in a folder has protected places of its own.
   if (isDriveLetterPath(verdict.real)) {
     const std::wstring onVolume = joinPath(L"C:" + parent->onVolume, name);
-    if (std::string word = deleteRefusal(onVolume); !word.empty()) return word;
+    if (const Refusal why = deleteRefusal(onVolume); why != Refusal::none) return why;
   }
-  // What is no link can be asked for its own place, which also resolves its short alias.
+  // Anything but a link has a final path of its own, in which 8.3 names are resolved as well.
   const auto own = verdict.facts.reparsePoint ? std::nullopt : machine_.finalPlace(full);
   if (own) {
-    if (std::string word = refusalOfForm(own->path, finalRoot_); !word.empty()) return word;
+    if (const Refusal why = refusalOfForm(own->path, finalRoot_); why != Refusal::none) return why;
   } else if (!longForm && name.find(L'~') != std::wstring_view::npos) {
-    return "ambiguous";
+    return Refusal::ambiguous;
   }
   verdict.identity = machine_.identity(full);
-  if (std::string word = refusalOfPlace(verdict); !word.empty()) return word;
-  return otherwise ? "ambiguous" : "";
+  if (const Refusal why = refusalOfPlace(verdict); why != Refusal::none) return why;
+  return different ? Refusal::ambiguous : Refusal::none;
 }
 
-std::string PathJudge::refusalOfForm(std::wstring_view form, const std::wstring& root) const {
-  if (std::string word = deleteRefusal(form); !word.empty()) return word;
+Refusal PathJudge::refusalOfForm(std::wstring_view form, const std::wstring& root) const {
+  if (const Refusal why = deleteRefusal(form); why != Refusal::none) return why;
   for (const Guard& one : guards_) {
     if (equalsIgnoreCase(one.path, form) || isInsideRoot(form, one.path) ||
-        (one.beneath && isInsideRoot(one.path, form))) {
-      return one.word;
+        (one.recursive && isInsideRoot(one.path, form))) {
+      return one.refusal;
     }
-    if (one.word == kAllUsers && equalsIgnoreCase(one.path, parentOf(form))) {
-      return kProfile;
+    if (one.refusal == Refusal::allUsers && equalsIgnoreCase(one.path, parentOf(form))) {
+      return Refusal::profile;
     }
   }
-  return root_.empty() || (!root.empty() && isInsideRoot(root, form)) ? "" : "outside";
+  return root_.empty() || (!root.empty() && isInsideRoot(root, form)) ? Refusal::none
+                                                                      : Refusal::outside;
 }
 
-// By identity, since a share of this machine, say, leads to a guarded folder under a name
-// that gives nothing away.
-std::string PathJudge::refusalOfPlace(const Verdict& verdict) {
+// By identity: a share of this machine, for one, can lead to a guarded folder under any name.
+Refusal PathJudge::refusalOfPlace(const Verdict& verdict) {
   if (verdict.identity) {
     for (const std::vector<Guard>* list : {&guards_, &above_}) {
       for (const Guard& one : *list) {
-        if (one.identity == verdict.identity) return one.word;
+        if (one.identity == verdict.identity) return one.refusal;
       }
     }
   }
   const std::wstring parent = parentOf(verdict.real);
   if (const auto identity = machine_.identity(parent)) {
     for (const Guard& one : guards_) {
-      if (one.word == kAllUsers && one.identity == identity) return kProfile;
+      if (one.refusal == Refusal::allUsers && one.identity == identity) return Refusal::profile;
     }
   }
-  return wordAround(parent);
+  return refusalInside(parent);
 }
 
-std::string PathJudge::wordOfFolder(const std::wstring& path, std::wstring_view name) {
+Refusal PathJudge::refusalOfFolder(const std::wstring& path, std::wstring_view name) {
   for (const Guard& one : guards_) {
     if (!one.identity || !equalsIgnoreCase(lastName(one.path), name)) continue;
-    if (one.identity == machine_.identity(path)) return one.word;
+    if (one.identity == machine_.identity(path)) return one.refusal;
   }
-  return {};
+  return Refusal::none;
 }
 
-const std::string& PathJudge::wordAround(const std::wstring& folder) {
-  static const std::string none;
-  if (folder.empty()) return none;
-  const auto known = words_.find(folder);
-  if (known != words_.end()) return known->second;
-  std::string word;
+Refusal PathJudge::refusalInside(const std::wstring& folder) {
+  if (folder.empty()) return Refusal::none;
+  const auto known = inside_.find(folder);
+  if (known != inside_.end()) return known->second;
+  Refusal refusal = Refusal::none;
   if (const auto identity = machine_.identity(folder)) {
     for (const Guard& one : guards_) {
-      if (one.beneath && one.identity == identity) word = one.word;
+      if (one.recursive && one.identity == identity) refusal = one.refusal;
     }
   }
-  if (word.empty()) word = wordAround(parentOf(folder));
-  return words_.emplace(folder, std::move(word)).first->second;
+  if (refusal == Refusal::none) refusal = refusalInside(parentOf(folder));
+  return inside_.emplace(folder, refusal).first->second;
 }
 
 const std::optional<FinalPlace>& PathJudge::finalOf(const std::wstring& folder) {

@@ -1,12 +1,12 @@
-// Whether a path may be deleted: first by its spelling, then by what the system would
-// really open for it.
+// Decides whether a path may be deleted: first by its spelling, then by what the system would
+// actually open.
 //
-// A path has many spellings: short aliases, trailing dots, substituted drives, links on
-// the way, shares of this very machine. Each form the system makes of it - the full path,
-// the long one, the place its parent folder turns out to be, its own - has to pass the
-// same rules and lie inside the same root. What cannot be told is refused.
+// One file can be reached through many paths: 8.3 names, trailing dots, substituted drives,
+// links, shares of this machine. Each form that the system derives from a path - the full
+// path, the long path, the entry in its resolved parent folder, its own final path - must pass
+// the same rules and lie in the same root. What cannot be determined is refused.
 //
-// One judge serves one request: it remembers what it learnt about folders.
+// Make one judge per request: it caches what it finds out about folders.
 #pragma once
 
 #include "fileops/machine.h"
@@ -21,42 +21,42 @@
 namespace vorda {
 
 struct Verdict {
-  std::string word;  // why not; empty when the path may be deleted
-  std::wstring path; // as judged: "\" for "/", no trailing "\"
-  std::wstring real; // where it really lies, a link itself not followed
+  Refusal refusal = Refusal::none;
+  std::wstring path; // normalised: "\" for "/", no trailing "\"
+  std::wstring real; // the resolved path; a link itself is not followed
   PathFacts facts;
   std::optional<FileIdentity> identity;
 };
 
 class PathJudge {
 public:
-  // root: the folder that paths must lie in, or empty for anywhere.
+  // root: the folder that paths must lie in; empty for no restriction.
   PathJudge(Machine& machine, FolderSource& folders, const std::wstring& root);
 
-  // The words of deleteRefusal, then "outside", "ambiguous" and "missing".
   Verdict judge(std::wstring_view path);
 
-  // The word of a guarded folder that was met on the way through another one, if it is one:
-  // a last net under all that the forms of a path can tell. Empty for any other folder.
-  std::string wordOfFolder(const std::wstring& path, std::wstring_view name);
+  // The refusal of a protected folder found while another folder is traversed, recognised by
+  // its identity; none for any other folder. The last safeguard, for what the forms of a path
+  // do not show.
+  Refusal refusalOfFolder(const std::wstring& path, std::wstring_view name);
 
-  // A place in the root under the name it has in the root's own tree.
+  // The path that a resolved path inside the root has in the tree of the root; empty outside.
   std::wstring inTree(const std::wstring& real) const;
 
 private:
   struct Guard {
     std::wstring path;
     std::optional<FileIdentity> identity;
-    std::string word;
-    bool beneath;
+    Refusal refusal;
+    bool recursive;
   };
 
-  std::string judgeForms(Verdict& verdict);
-  std::string refusalOfForm(std::wstring_view form, const std::wstring& root) const;
-  std::string refusalOfPlace(const Verdict& verdict);
+  Refusal judgeForms(Verdict& verdict);
+  Refusal refusalOfForm(std::wstring_view form, const std::wstring& root) const;
+  Refusal refusalOfPlace(const Verdict& verdict);
+  Refusal refusalInside(const std::wstring& folder);
   const std::optional<FinalPlace>& finalOf(const std::wstring& folder);
-  const std::string& wordAround(const std::wstring& folder);
-  void guard(const std::wstring& path, const std::string& word, bool beneath);
+  void guard(const std::wstring& path, Refusal refusal, bool recursive);
 
   Machine& machine_;
   FolderSource& folders_;
@@ -65,14 +65,14 @@ private:
   std::wstring longRoot_;
   std::wstring finalRoot_;
   std::vector<Guard> guards_;
-  std::vector<Guard> above_; // the folders that a guarded one lies in
+  std::vector<Guard> above_; // the ancestors of guarded folders
   std::map<std::wstring, std::optional<FinalPlace>> finals_;
-  std::map<std::wstring, std::string> words_; // of folders: why nothing in them may go
+  std::map<std::wstring, Refusal> inside_; // by folder: why nothing in it may be deleted
 };
 
-// Whether the shell could read a path as another one than it is spelled, from characters
-// that no name has, or that stand for more than one name: control characters, lone
-// surrogates, a colon behind the drive's. Also a path longer than the shell takes.
+// Whether the shell could take a path for a different one: it contains control characters,
+// lone surrogates, file system wildcards or a second colon, or is longer than the shell
+// accepts.
 bool hasStrayCharacters(std::wstring_view path);
 
 } // namespace vorda

@@ -2,19 +2,22 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "rules/safety_rules.h"
 #include "tree/size_tree.h"
 
 namespace vorda {
 
 namespace {
 
-// What the shell says of a bin with nothing in it, depending on its version.
+// What the shell returns for an empty bin, depending on the version of Windows.
 constexpr auto kFileNotFound = static_cast<std::int32_t>(0x80070002U);
 constexpr auto kUnexpected = static_cast<std::int32_t>(0x8000FFFFU);
 
 } // namespace
 
-std::wstring binFolder(const std::wstring& path) { return path.substr(0, 2) + L"\\$Recycle.Bin"; }
+std::wstring binFolder(const std::wstring& path) {
+  return joinPath(path.substr(0, 2), kRecycleBinName);
+}
 
 std::wstring recycleBinFolder(Machine& machine, const std::wstring& path) {
   return binFolder(path) + L'\\' + machine.userSid();
@@ -42,7 +45,7 @@ void BinsOfDrives::measure(const std::wstring& root) {
 void BinsOfDrives::measureAgain() {
   for (auto& [drive, bin] : bins_) {
     bin.after = surveyFolder(folders_, bin.folder, ScanOptions{});
-    // A bin that is gone holds nothing; one that is there and cannot be read says nothing.
+    // A bin that no longer exists is empty; one that cannot be read is unknown.
     bin.known = bin.after.unreadableFolders == 0 || !folders_.facts(bin.folder).exists;
   }
 }

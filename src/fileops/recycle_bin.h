@@ -1,4 +1,4 @@
-// The recycle bins of this machine, and what scans know of them.
+// The recycle bins, and the part of them that scans show.
 #pragma once
 
 #include "fileops/machine.h"
@@ -12,27 +12,28 @@
 
 namespace vorda {
 
-// The folder of all users' bins on the drive of a path "X:\…".
+// The folder of all bins on the drive of a path "X:\…".
 std::wstring binFolder(const std::wstring& path);
 
 // The folder of this user's bin on the drive of a path "X:\…".
 std::wstring recycleBinFolder(Machine& machine, const std::wstring& path);
 
-// Empties the bins of all drives and tells what was in them, as far as that is known.
-// False when the shell failed; an empty bin is no failure.
+// Empties the bins of all drives. figures receives what they held, as far as the shell knows.
+// False on failure; empty bins are not a failure.
 bool emptyAllBins(Machine& machine, BinFigures& figures);
 
-// This user's bin on every drive that is asked for, before and after it was emptied.
+// This user's bin on each of several drives, before and after it is emptied.
 class BinsOfDrives {
 public:
   BinsOfDrives(Machine& machine, FolderSource& folders);
 
-  // Of the drive of a scanned root, if it has one; each drive once.
+  // Measures the bin on the drive of a scanned root, unless that was done already.
   void measure(const std::wstring& root);
+  // Measures the same bins again.
   void measureAgain();
 
-  // Sets the bin in a scan's tree to what it holds now. Returns the bytes the tree lost;
-  // nothing when it does not hold that bin, or the bin could not be read.
+  // Updates the bin in the tree of a scan. Returns by how many bytes the tree shrank; nothing
+  // if the tree does not contain the bin or the bin could not be read.
   std::optional<std::uint64_t> bringUpToDate(TreeUpdate& update, const ScanResult& result) const;
 
 private:
@@ -45,7 +46,7 @@ private:
 
   Machine& machine_;
   FolderSource& folders_;
-  std::map<wchar_t, Bin> bins_; // by lower-cased drive letter
+  std::map<wchar_t, Bin> bins_; // by lower-case drive letter
 };
 
 } // namespace vorda

@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
 
-// Text fields are always quoted, quotes inside doubled.
+// Text fields are always quoted, and quotation marks in them doubled.
 void appendQuoted(std::string& out, std::string_view text) {
   out.push_back('"');
   for (const char c : text) {
@@ -58,18 +58,23 @@ void appendFiles(std::string& out, const ScanResult& result) {
 
 } // namespace
 
-std::string buildCsvReport(const Job& job, std::string_view shape, const LocalTime& writtenAt,
+std::optional<CsvKind> csvKindOf(std::string_view word) {
+  if (word == "files") return CsvKind::files;
+  if (word == "types") return CsvKind::types;
+  if (word == "advice") return CsvKind::advice;
+  return std::nullopt;
+}
+
+std::string buildCsvReport(const Job& job, CsvKind kind, const LocalTime& writtenAt,
                            std::uint64_t nowMs) {
   std::string out(kByteOrderMark);
   out.append("# Vorda  ").append(toUtf8(job.target)).append("  on ");
   if (job.origin != "local") out.append(job.origin);
   out.append("  scanned ").append(minuteText(writtenAt)).append(kLineEnd);
-  if (shape == "types") {
-    appendTypes(out, job.result);
-  } else if (shape == "advice") {
-    appendAdvice(out, job.result, nowMs);
-  } else {
-    appendFiles(out, job.result);
+  switch (kind) {
+  case CsvKind::files: appendFiles(out, job.result); break;
+  case CsvKind::types: appendTypes(out, job.result); break;
+  case CsvKind::advice: appendAdvice(out, job.result, nowMs); break;
   }
   return out;
 }

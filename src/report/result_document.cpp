@@ -25,7 +25,7 @@ void writeMeta(JsonWriter& json, const Job& job) {
   json.string("path", job.target);
   json.string("method", wordOf(job.progress.texts().method));
   json.string("host", job.origin);
-  // "host:/path" names no account, and only the one who asked knows that it is a host.
+  // "host:/path" has no account, so it is not recognised as a remote target by its form.
   json.string("kind", wordOf(job.overSsh() ? TargetClass::ssh : classifyTarget(job.target)));
   json.seconds(result.seconds);
   json.number("files", result.fileCount);
@@ -62,7 +62,7 @@ void writeFiles(JsonWriter& json, const ScanResult& result, std::size_t most) {
   json.close(']');
 }
 
-// One of the parallel lists of a finding: an element per item.
+// One of the parallel arrays of a finding, with one element per item.
 template <typename Write>
 void writeList(JsonWriter& json, const char* name, const Finding& finding, Write write) {
   json.open(name, '[');
@@ -83,7 +83,7 @@ void writeFinding(JsonWriter& json, const Finding& finding) {
   writeList(json, "pathFiles", finding, [&](const FindingItem& item) { json.number(item.files); });
   writeList(json, "pathGroup", finding, [&](const FindingItem& item) { json.number(item.group); });
   writeList(json, "pathLock", finding,
-            [&](const FindingItem& item) { json.string(deleteRefusal(item.path)); });
+            [&](const FindingItem& item) { json.string(wordOf(deleteRefusal(item.path))); });
   json.open("notes", '[');
   for (const std::string& note : finding.notes) json.string(note);
   json.close(']');

@@ -1,5 +1,5 @@
-// The whole outcome of a finished scan as one JSON text, built when a job finishes and
-// again after every change to it; readers take the text the job keeps.
+// The result of a finished scan as one JSON text. It is built when a job finishes and again after
+// every change; readers use the copy that the job keeps.
 #pragma once
 
 #include "scan/job.h"
@@ -9,12 +9,12 @@
 
 namespace vorda {
 
-// The options that every result document is built with.
+// The options for all result documents.
 inline constexpr TreeOptions kDocumentOptions{};
 
-// Builds the document, stores it in the job and returns it. The tree must be summed;
-// the caller holds job.resultMutex, or is the job's own thread before it is done.
-// nowMs: milliseconds since 1970, the time against which files are old.
+// Builds the document, stores it in the job and returns it. The tree must be summed, and the
+// caller must hold job.resultMutex or be the job's own thread before the job is done. nowMs:
+// the current time in milliseconds since 1970, from which the age of files is computed.
 const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs);
 
 } // namespace vorda

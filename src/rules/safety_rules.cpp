@@ -10,30 +10,29 @@ namespace vorda {
 
 namespace {
 
-constexpr std::array<ProtectedPlace, 14> kProtectedPlaces = {{
-    {L"\\Windows", "windows", true},
-    {L"\\Program Files", "programs", true},
-    {L"\\Program Files (x86)", "programs", true},
-    {L"\\System Volume Information", "restore", true},
-    {L"\\$Recycle.Bin", "recyclebin", true},
-    {L"\\$RECYCLE.BIN", "recyclebin", true},
-    {L"\\Boot", "boot", true},
-    {L"\\Recovery", "recovery", true},
-    {L"\\ProgramData", "programdata", false},
-    {L"\\Users", "allusers", false},
-    {L"\\pagefile.sys", "pagefile", false},
-    {L"\\hiberfil.sys", "hiberfil", false},
-    {L"\\swapfile.sys", "pagefile", false},
-    {L"\\bootmgr", "bootmgr", false},
+constexpr std::array<ProtectedPlace, 13> kProtectedPlaces = {{
+    {L"\\Windows", Refusal::windows, true},
+    {L"\\Program Files", Refusal::programs, true},
+    {L"\\Program Files (x86)", Refusal::programs, true},
+    {L"\\System Volume Information", Refusal::restore, true},
+    {L"\\$Recycle.Bin", Refusal::recycleBin, true},
+    {L"\\Boot", Refusal::boot, true},
+    {L"\\Recovery", Refusal::recovery, true},
+    {L"\\ProgramData", Refusal::programData, false},
+    {L"\\Users", Refusal::allUsers, false},
+    {L"\\pagefile.sys", Refusal::pageFile, false},
+    {L"\\hiberfil.sys", Refusal::hibernationFile, false},
+    {L"\\swapfile.sys", Refusal::pageFile, false},
+    {L"\\bootmgr", Refusal::bootManager, false},
 }};
 
 bool hits(const ProtectedPlace& place, std::wstring_view rest) {
   if (!startsWithIgnoreCase(rest, place.place)) return false;
   const std::size_t length = place.place.size();
-  return rest.size() == length || (place.beneath && rest[length] == L'\\');
+  return rest.size() == length || (place.recursive && rest[length] == L'\\');
 }
 
-// How many components the rest names, empty ones between two backslashes included.
+// The number of path components, counting empty ones between two backslashes.
 std::size_t levels(std::wstring_view rest) {
   std::size_t count = 0;
   for (std::size_t i = 0; i + 1 < rest.size(); ++i) {
@@ -44,7 +43,7 @@ std::size_t levels(std::wstring_view rest) {
 
 } // namespace
 
-const std::array<ProtectedPlace, 14>& protectedPlaces() { return kProtectedPlaces; }
+const std::array<ProtectedPlace, 13>& protectedPlaces() { return kProtectedPlaces; }
 
 std::wstring normalisePath(std::wstring_view path) {
   std::wstring out(path);
@@ -53,39 +52,39 @@ std::wstring normalisePath(std::wstring_view path) {
   return out;
 }
 
-std::string deleteRefusal(std::wstring_view path) {
+Refusal deleteRefusal(std::wstring_view path) {
   const std::wstring normal = normalisePath(path);
   const std::wstring_view whole = normal;
   const bool drive = isDriveLetterPath(whole);
-  if (whole.size() < 3) return drive && whole.size() == 2 ? "driveroot" : "tooshort";
-  if (whole.find(L"..") != std::wstring_view::npos) return "dotdot";
-  if (whole.find_first_of(L"*?") != std::wstring_view::npos) return "wildcard";
-  if (drive && whole.size() == 3 && whole[2] == L'\\') return "driveroot";
+  if (whole.size() < 3) return drive && whole.size() == 2 ? Refusal::driveRoot : Refusal::tooShort;
+  if (whole.find(L"..") != std::wstring_view::npos) return Refusal::dotDot;
+  if (whole.find_first_of(L"*?") != std::wstring_view::npos) return Refusal::wildcard;
+  if (drive && whole.size() == 3 && whole[2] == L'\\') return Refusal::driveRoot;
   std::wstring_view rest;
   if (drive) {
-    // "C:name" means a place relative to wherever that drive's current folder is.
-    if (whole[2] != L'\\') return "notabsolute";
+    // "C:name" is relative to the current folder of that drive.
+    if (whole[2] != L'\\') return Refusal::notAbsolute;
     rest = whole.substr(2);
   } else {
-    // "/\name" is a name at the root of another machine, and no share.
-    if (isRemotePath(path) || !whole.starts_with(L"\\\\")) return "notabsolute";
+    // "/\name" is an entry in the root of a remote machine, not a share.
+    if (isRemotePath(path) || !whole.starts_with(L"\\\\")) return Refusal::notAbsolute;
     const std::size_t serverEnd = whole.find(L'\\', 2);
-    if (serverEnd == std::wstring_view::npos) return "wholeshare";
+    if (serverEnd == std::wstring_view::npos) return Refusal::wholeShare;
     const std::size_t shareEnd = whole.find(L'\\', serverEnd + 1);
-    if (shareEnd == std::wstring_view::npos) return "wholeshare";
+    if (shareEnd == std::wstring_view::npos) return Refusal::wholeShare;
     rest = whole.substr(shareEnd);
   }
   for (const ProtectedPlace& place : kProtectedPlaces) {
-    if (hits(place, rest)) return place.word;
+    if (hits(place, rest)) return place.refusal;
   }
-  if (levels(rest) == 2 && startsWithIgnoreCase(rest, L"\\Users")) return "profile";
-  return {};
+  if (levels(rest) == 2 && startsWithIgnoreCase(rest, L"\\Users")) return Refusal::profile;
+  return Refusal::none;
 }
 
 bool isInsideRoot(std::wstring_view root, std::wstring_view path) {
   std::wstring outer = normalisePath(root);
   if (outer.size() == 2 && isDriveLetterPath(outer)) outer.push_back(L'\\');
-  // The root of another machine's scan: nothing here lies in it.
+  // The root of a remote scan contains no local path.
   if (!isDriveLetterPath(outer) && !outer.starts_with(L"\\\\")) return false;
   return liesBelow(normalisePath(path), outer);
 }

@@ -1,6 +1,8 @@
-// The fixed rules that keep a deletion away from what a machine or a person cannot do
-// without. They judge the spelling of a path alone; nothing is looked up on the disk.
+// The fixed rules that protect what Windows or a user cannot do without. They judge only the
+// spelling of a path and never access the disk.
 #pragma once
+
+#include "rules/refusal.h"
 
 #include <array>
 #include <string>
@@ -8,26 +10,26 @@
 
 namespace vorda {
 
-// A place on a drive or share that stays.
+// The folder of all recycle bins on a drive or share. Its case varies between systems.
+inline constexpr std::wstring_view kRecycleBinName = L"$Recycle.Bin";
+
+// A place on a drive or share that must not be deleted.
 struct ProtectedPlace {
-  std::wstring_view place; // behind the drive or the share
-  const char* word;
-  bool beneath; // everything inside is refused as well
+  std::wstring_view place; // relative to the drive or share, with a leading "\"
+  Refusal refusal;
+  bool recursive; // everything inside is protected as well
 };
 
-// In the order in which they are tested.
-const std::array<ProtectedPlace, 14>& protectedPlaces();
+// In the order in which they are checked.
+const std::array<ProtectedPlace, 13>& protectedPlaces();
 
-// Why a path must not be deleted, or an empty text: "tooshort", "dotdot", "wildcard",
-// "driveroot", "notabsolute", "wholeshare", the word of a protected place ("windows",
-// "programs", "restore", "recyclebin", "boot", "recovery", "programdata", "allusers",
-// "pagefile", "hiberfil", "bootmgr") or "profile". The first that fits is given.
-std::string deleteRefusal(std::wstring_view path);
+// The first rule that forbids deleting a path. Never outside, ambiguous or missing.
+Refusal deleteRefusal(std::wstring_view path);
 
-// Whether a path lies beneath the root; the root itself does not.
+// Whether a path lies below the root. The root itself does not.
 bool isInsideRoot(std::wstring_view root, std::wstring_view path);
 
-// The spelling that every rule looks at: "\" for "/", no trailing "\" past the third
+// The form that all rules work on: "/" replaced by "\", no trailing "\" after the third
 // character.
 std::wstring normalisePath(std::wstring_view path);
 

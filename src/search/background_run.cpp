@@ -7,9 +7,24 @@
 
 namespace vorda {
 
-void RunCounters::beginPart(const char* name, std::uint64_t lastPercent, std::uint64_t fileCount,
-                            std::uint64_t bytes) {
-  phase = name;
+namespace {
+
+constexpr const char* kFailedDocument = R"({"running":false,"error":"searchFailed"})";
+
+} // namespace
+
+std::string_view wordOf(RunPhase phase) {
+  switch (phase) {
+  case RunPhase::listing: return "listing";
+  case RunPhase::comparing: return "comparing";
+  case RunPhase::hashing: return "hashing";
+  }
+  return {};
+}
+
+void RunCounters::beginStage(RunPhase newPhase, std::uint64_t lastPercent, std::uint64_t fileCount,
+                             std::uint64_t bytes) {
+  phase = newPhase;
   percentFrom = percentTo;
   percentTo = lastPercent;
   files = fileCount;
@@ -18,7 +33,7 @@ void RunCounters::beginPart(const char* name, std::uint64_t lastPercent, std::ui
   total = read + bytes;
 }
 
-// By bytes where there are any to be read, else by files, and by scans while these are listed.
+// By bytes if the stage reads any, else by files; by scans while they are listed.
 std::uint64_t RunCounters::percent() const {
   std::uint64_t all = files;
   std::uint64_t done = filesDone;
@@ -72,7 +87,7 @@ ScanIds Run::forgotten() const {
   return forgotten_;
 }
 
-// A scan may be forgotten while the document is written: it is then written again.
+// If a scan is forgotten while the document is written, the document is written again.
 void BackgroundRun::finish(State& state, const std::shared_ptr<Run>& run,
                            const RunDocument& write) {
   while (true) {
@@ -104,8 +119,8 @@ bool BackgroundRun::start(RunWork work) {
       try {
         finish(*state, run, work(*run));
       } catch (...) {
-        // Out of memory, most likely: what the run held is given back, the next may begin.
-        giveUp("{\"running\":false,\"error\":\"searchFailed\"}");
+        // Most likely out of memory. The next run may start.
+        giveUp(kFailedDocument);
       }
     });
   } catch (...) {

@@ -13,11 +13,12 @@ namespace {
 
 constexpr std::size_t kBatch = 256;
 
-std::uint64_t age(std::uint64_t modified) {
+// Sorts unknown times last.
+std::uint64_t oldestKey(std::uint64_t modified) {
   return modified == 0 ? std::numeric_limits<std::uint64_t>::max() : modified;
 }
 
-// By everything but the path: negative when a stands before b, zero for a tie.
+// Ignores the path. Negative if a sorts before b, zero for a tie.
 template <typename A, typename B>
 int compareKeys(HitOrder order, const A& a, std::wstring_view nameOfA, const B& b,
                 std::wstring_view nameOfB) {
@@ -26,7 +27,7 @@ int compareKeys(HitOrder order, const A& a, std::wstring_view nameOfA, const B& 
   };
   switch (order) {
   case HitOrder::newest: return ascending(b.modified, a.modified);
-  case HitOrder::oldest: return ascending(age(a.modified), age(b.modified));
+  case HitOrder::oldest: return ascending(oldestKey(a.modified), oldestKey(b.modified));
   case HitOrder::name: return compareIgnoreCase(nameOfA, nameOfB);
   case HitOrder::size: break;
   }
@@ -77,7 +78,7 @@ void keepBest(HitOrder order, std::vector<Hit>& hits, std::size_t limit) {
 class BestHits::Taker final : public FileTaker {
 public:
   explicit Taker(BestHits& owner) : owner_(owner) { batch_.reserve(kBatch); }
-  ~Taker() override { handOn(); }
+  ~Taker() override { flush(); }
   Taker(const Taker&) = delete;
   Taker& operator=(const Taker&) = delete;
 
@@ -86,7 +87,7 @@ public:
     ++count_;
     bytes_ += file.size;
     if (worst_ && compareKeys(owner_.order_, file, file.name, *worst_, worst_->name()) > 0) {
-      if (count_ >= kBatch) handOn();
+      if (count_ >= kBatch) flush();
       return;
     }
     Hit& hit = batch_.emplace_back();
@@ -95,11 +96,11 @@ public:
     hit.size = file.size;
     hit.modified = file.modified;
     hit.scan = owner_.scan_;
-    if (count_ >= kBatch) handOn();
+    if (count_ >= kBatch) flush();
   }
 
 private:
-  void handOn() {
+  void flush() {
     owner_.add(batch_, count_, bytes_, worst_);
     count_ = 0;
     bytes_ = 0;

@@ -1,9 +1,8 @@
-// The best hits of one scan by a chosen order, in bounded memory: however many files are
-// found, twice the limit are held at most, and those kept in the end are the best of all.
+// The first hits of one scan in a chosen order, in bounded memory: at most twice the limit plus a
+// batch per thread, however many files are found.
 //
-// Each thread that finds files fills a taker of its own, which turns away what is worse
-// than the worst that has a chance, before a path is put together, and hands on the rest
-// in batches under one lock.
+// Each thread has a taker of its own. It rejects hits that are known not to make it before their
+// paths are built, and passes on the others in batches under one lock.
 #pragma once
 
 #include "scan/file_sink.h"
@@ -19,41 +18,44 @@
 
 namespace vorda {
 
-// newest: latest change first. oldest: earliest change first, unknown times last. name:
-// by file name ignoring case. size: largest first. Ties in each by path.
-enum class HitOrder { newest, oldest, name, size };
+// Ties are sorted by path.
+enum class HitOrder {
+  newest,
+  oldest, // unknown times last
+  name,   // ignoring case, without the folder
+  size,   // largest first
+};
 
-// The word of an order in requests and documents: "new", "old", "name" or "size".
+// The word for an order in requests and documents.
 std::string_view hitOrderWord(HitOrder order);
-// The order with this word; by size for any other.
+// The order for a word; size for any unknown word.
 HitOrder hitOrderOf(std::string_view word);
 
 struct Hit {
   std::wstring path;
-  std::size_t nameStart = 0; // where the file's own name begins in path
+  std::size_t nameStart = 0; // where the file name begins in path
   std::uint64_t size = 0;
-  std::uint64_t modified = 0; // milliseconds since 1970, 0 when not known
+  std::uint64_t modified = 0; // milliseconds since 1970; 0 if unknown
   int scan = 0;
 
   std::wstring_view name() const { return std::wstring_view(path).substr(nameStart); }
 };
 
-// Whether a stands before b. Total over the hits of a search, none of which has the path
-// of another.
+// Whether a sorts before b. A total order, since no two hits have the same path.
 bool standsBefore(HitOrder order, const Hit& a, const Hit& b);
 
-// Cuts a list to the limit best ones, best first.
+// Sorts a list and cuts it to the limit.
 void keepBest(HitOrder order, std::vector<Hit>& hits, std::size_t limit);
 
 class BestHits final : public FileSink {
 public:
-  // found grows with every hit, kept or not, at once.
+  // found is incremented for every hit, kept or not.
   BestHits(int scan, HitOrder order, std::size_t limit, std::atomic<std::uint64_t>& found)
       : scan_(scan), order_(order), limit_(limit), found_(found) {}
 
   std::unique_ptr<FileTaker> taker() override;
 
-  // Cuts to the best. What follows may be asked only then, when all takers are gone.
+  // Call when all takers are destroyed, and before the functions below.
   void finish();
   int scan() const { return scan_; }
   std::uint64_t count() const { return count_; } // of all hits, kept or not
@@ -62,7 +64,7 @@ public:
 
 private:
   class Taker;
-  // worst: the taker's own copy, brought up to date.
+  // Moves a batch into hits_ and updates worst, the taker's copy of worst_.
   void add(std::vector<Hit>& batch, std::uint64_t count, std::uint64_t bytes,
            std::optional<Hit>& worst);
 
@@ -70,11 +72,11 @@ private:
   const HitOrder order_;
   const std::size_t limit_;
   std::atomic<std::uint64_t>& found_;
-  std::mutex mutex_; // guards what follows
+  std::mutex mutex_; // guards the members below
   std::uint64_t count_ = 0;
   std::uint64_t bytes_ = 0;
   std::vector<Hit> hits_;
-  std::optional<Hit> worst_; // of the best so far; a hit behind it has no chance
+  std::optional<Hit> worst_; // hits that sort after this one are not kept
 };
 
 } // namespace vorda

@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "rules/safety_rules.h"
 
 #include <algorithm>
 
@@ -12,7 +13,7 @@ namespace {
 bool liesInRecycleBin(std::wstring_view folder) {
   const auto parts = pathComponents(folder);
   return std::any_of(parts.begin(), parts.end(), [](std::wstring_view part) {
-    return part.starts_with(L'$') && equalsIgnoreCase(part, L"$RECYCLE.BIN");
+    return part.starts_with(L'$') && equalsIgnoreCase(part, kRecycleBinName);
   });
 }
 

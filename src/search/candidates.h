@@ -1,5 +1,5 @@
-// The files among which duplicates are looked for, as a listing finds them: the contents
-// of recycle bins and empty files left out, folders held once.
+// The files that a duplicate search compares, collected while scans are listed. Empty files and
+// the contents of recycle bins are ignored. Each folder path is stored once.
 #pragma once
 
 #include "scan/file_sink.h"
@@ -13,10 +13,10 @@
 
 namespace vorda {
 
-// One name of a file, with the scan it came from.
+// One path of a file, and the scan that found it.
 struct FileName {
   std::wstring path;
-  std::uint64_t modified = 0; // milliseconds since 1970, 0 when not known
+  std::uint64_t modified = 0; // milliseconds since 1970; 0 if unknown
   int scan = 0;
 };
 
@@ -27,11 +27,11 @@ struct SizedName {
 
 class Candidates {
 public:
-  // What takes the files of one scan; lives as long as the candidates.
+  // Receives the files of one scan. Lives as long as the candidates.
   FileSink& sinkOf(int scan);
 
-  // Those whose size another one has too, by size and path, largest first. Leaves nothing
-  // behind. Only when all takers are gone.
+  // Removes all files and returns those whose size is not unique, sorted by size (largest first)
+  // and path. Call when all takers are destroyed.
   std::vector<SizedName> takeSameSized();
 
 private:
@@ -47,14 +47,14 @@ private:
     const Folder* folder;
     std::wstring name;
   };
-  // What one taker has found; addresses of its folders stay.
+  // The files of one taker. Items point to its folders, which therefore never move.
   struct Part {
     std::deque<Folder> folders;
     std::vector<Item> items;
   };
 
   std::vector<std::unique_ptr<FileSink>> sinks_;
-  std::mutex mutex_; // guards what follows
+  std::mutex mutex_; // guards the member below
   std::vector<std::unique_ptr<Part>> parts_;
 };
 

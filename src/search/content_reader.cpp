@@ -35,50 +35,50 @@ ContentReader::ContentReader(FileContents& contents, Run& run, Writers writers)
 
 std::uint64_t endBytes(std::uint64_t size) { return std::min(size, 2 * kEndBytes); }
 
-std::string_view ContentReader::digestWhole(const std::wstring& path, const FileState& expected,
-                                            Digest& out) {
+FileFailure ContentReader::digestWhole(const std::wstring& path, const FileState& expected,
+                                       Digest& out) {
   return digest(path, expected, {{0, expected.size}}, out);
 }
 
-std::string_view ContentReader::digestEnds(const std::wstring& path, const FileState& expected,
-                                           Digest& out) {
+FileFailure ContentReader::digestEnds(const std::wstring& path, const FileState& expected,
+                                      Digest& out) {
   if (expected.size <= 2 * kEndBytes) return digestWhole(path, expected, out);
   return digest(path, expected, {{0, kEndBytes}, {expected.size - kEndBytes, kEndBytes}}, out);
 }
 
-std::string_view ContentReader::digest(const std::wstring& path, const FileState& expected,
-                                       const std::vector<Range>& ranges, Digest& out) {
-  std::string_view failure;
+FileFailure ContentReader::digest(const std::wstring& path, const FileState& expected,
+                                  const std::vector<Range>& ranges, Digest& out) {
+  FileFailure failure = FileFailure::none;
   const std::unique_ptr<ContentFile> file = contents_.open(path, writers_, failure);
   if (!file) return failure;
   const std::optional<OpenState> before = file->state();
-  if (!before || before->file != expected) return "changed";
+  if (!before || before->file != expected) return FileFailure::changed;
   const std::unique_ptr<Hasher> hasher = contents_.hasher();
   for (const Range& range : ranges) {
     failure = addRange(*file, range, *hasher);
-    if (!failure.empty()) return failure;
+    if (failure != FileFailure::none) return failure;
   }
-  if (file->state() != before) return "changed";
+  if (file->state() != before) return FileFailure::changed;
   const std::optional<Digest> finished = hasher->finish();
-  if (!finished) return "unreadable";
+  if (!finished) return FileFailure::unreadable;
   out = *finished;
-  return {};
+  return FileFailure::none;
 }
 
-std::string_view ContentReader::addRange(ContentFile& file, const Range& range, Hasher& hasher) {
+FileFailure ContentReader::addRange(ContentFile& file, const Range& range, Hasher& hasher) {
   for (std::uint64_t done = 0; done < range.length;) {
-    if (run_.cancelled()) return "cancelled";
+    if (run_.cancelled()) return FileFailure::cancelled;
     const auto piece =
         static_cast<std::size_t>(std::min<std::uint64_t>(range.length - done, buffer_.size()));
     const std::span<std::byte> block(buffer_.data(), piece);
     const std::optional<std::size_t> count = file.read(range.from + done, block);
-    if (!count) return "unreadable";
-    if (*count != piece) return "changed"; // it ends before its end
+    if (!count) return FileFailure::unreadable;
+    if (*count != piece) return FileFailure::changed; // shorter than expected
     hasher.add(block);
     done += piece;
     run_.update([piece](RunCounters& counters) { counters.read += piece; });
   }
-  return {};
+  return FileFailure::none;
 }
 
 void forEachByDrive(const std::vector<const std::wstring*>& paths, const Run& run,
@@ -112,7 +112,7 @@ void forEachByDrive(const std::vector<const std::wstring*>& paths, const Run& ru
       threads.emplace_back([&readShare, &share = shares[started]] { readShare(share); });
     }
   } catch (const std::system_error&) {
-    // No more threads to be had: this one reads the rest.
+    // No more threads: this one processes the remaining drives.
   }
   if (!shares.empty()) readShare(shares[0]);
   for (std::size_t i = started; i < shares.size(); ++i) readShare(shares[i]);

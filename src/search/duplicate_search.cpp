@@ -1,6 +1,5 @@
 #include "search/duplicate_search.h"
 
-#include "rules/safety_rules.h"
 #include "search/duplicates.h"
 
 #include <algorithm>
@@ -13,15 +12,7 @@ namespace {
 constexpr std::size_t kGroupsShown = 2'000;
 constexpr std::size_t kFilesShown = 20'000;
 
-struct DuplicateSearch {
-  SearchRequest request;
-  SearchedScans scans;
-  Candidates candidates;
-  DuplicatesFound found;
-  bool cancelled = false;
-};
-
-// A group without the names that a forgotten scan gave.
+// A group without the names found in forgotten scans.
 struct ShownGroup {
   std::uint64_t size = 0;
   std::vector<std::vector<const FileName*>> copies;
@@ -61,7 +52,7 @@ void writeCopy(JsonWriter& json, const std::vector<const FileName*>& names) {
     for (std::size_t i = 1; i < names.size(); ++i) json.string(names[i]->path);
     json.close(']');
   }
-  if (const std::string word = deleteRefusal(first.path); !word.empty()) json.string("lock", word);
+  writeLock(json, first.path);
   json.close('}');
 }
 
@@ -76,10 +67,25 @@ void writeGroup(JsonWriter& json, const ShownGroup& group, std::size_t files) {
   json.close('}');
 }
 
-std::string document(const DuplicateSearch& search, const ScanIds& forgotten) {
-  const std::vector<ShownGroup> groups = without(search.found.groups, forgotten);
-  JsonWriter json;
-  json.open('{');
+class DuplicateSearch final : public ScanSearch {
+public:
+  DuplicateSearch(SearchRequest request, FileContents& contents)
+      : ScanSearch(std::move(request)), contents_(contents) {}
+
+private:
+  FileSink& sinkOf(int scan, Run&) override { return candidates_.sinkOf(scan); }
+  void finish(Run& run) override {
+    found_ = findDuplicates(candidates_.takeSameSized(), contents_, run);
+  }
+  void writeResult(JsonWriter& json, const ScanIds& forgotten) const override;
+
+  FileContents& contents_;
+  Candidates candidates_;
+  DuplicatesFound found_;
+};
+
+void DuplicateSearch::writeResult(JsonWriter& json, const ScanIds& forgotten) const {
+  const std::vector<ShownGroup> groups = without(found_.groups, forgotten);
   json.open("groups", '[');
   std::size_t shown = 0;
   std::size_t room = kFilesShown;
@@ -87,7 +93,7 @@ std::string document(const DuplicateSearch& search, const ScanIds& forgotten) {
   std::uint64_t waste = 0;
   for (const ShownGroup& group : groups) {
     waste += group.waste();
-    // A group that has no room as a whole shows what fits, if that is still a group.
+    // The last group may be cut short, as long as two of its files are shown.
     const std::size_t files = std::min(group.copies.size(), room);
     capped = capped || files < group.copies.size() || shown == kGroupsShown;
     if (files < 2 || shown == kGroupsShown) continue;
@@ -101,37 +107,20 @@ std::string document(const DuplicateSearch& search, const ScanIds& forgotten) {
   json.number("waste", waste);
   json.boolean("capped", capped);
   json.open("skipped", '{');
-  json.number("cloud", search.found.cloud);
-  json.number("unreadable", search.found.unreadable);
-  json.number("changed", search.found.changed);
+  json.number("cloud", found_.cloud);
+  json.number("unreadable", found_.unreadable);
+  json.number("changed", found_.changed);
   json.close('}');
-  json.boolean("running", false);
-  writeSearchOptions(json, search.request, search.scans, [](JsonWriter&) {});
-  if (search.cancelled) json.boolean("cancelled", true);
-  json.close('}');
-  return json.take();
-}
-
-RunDocument findAcross(const std::shared_ptr<DuplicateSearch>& search, const JobTable& jobs,
-                       const ScanSteps& steps, FileContents& contents, Run& run) {
-  // Only now: a scan that is forgotten from here on is known to the run.
-  search->scans = chooseScans(jobs, search->request.ids);
-  run.update([](RunCounters& counters) { counters.percentTo = kListedPercent; });
-  searchScans(search->scans, search->request, steps, run,
-              [&search](int scan) -> FileSink& { return search->candidates.sinkOf(scan); });
-  search->found = findDuplicates(search->candidates.takeSameSized(), contents, run);
-  search->cancelled = run.cancelled();
-  return [search](const ScanIds& forgotten) { return document(*search, forgotten); };
 }
 
 } // namespace
 
 RunWork duplicateWork(SearchRequest request, const JobTable& jobs, const ScanSteps& steps,
                       FileContents& contents) {
-  const auto search = std::make_shared<DuplicateSearch>();
-  search->request = std::move(request);
-  return [search, &jobs, &steps, &contents](Run& run) {
-    return findAcross(search, jobs, steps, contents, run);
+  return [work = scanSearchWork(std::make_shared<DuplicateSearch>(std::move(request), contents),
+                                jobs, steps)](Run& run) {
+    run.update([](RunCounters& counters) { counters.percentTo = kListedPercent; });
+    return work(run);
   };
 }
 
@@ -144,7 +133,7 @@ std::string readingProgress(const RunCounters& counters) {
   json.number("files", counters.files);
   json.number("files_done", counters.filesDone);
   json.number("percent", counters.percent());
-  json.string("phase", std::string_view(counters.phase));
+  json.string("phase", wordOf(counters.phase));
   json.number("seen", counters.seen);
   json.close('}');
   return json.take();

@@ -1,8 +1,6 @@
-// The search for duplicates across finished scans, in the background.
+// The search for duplicate files across finished scans.
 #pragma once
 
-#include "scan/job_table.h"
-#include "search/background_run.h"
 #include "search/file_contents.h"
 #include "search/scan_search.h"
 
@@ -10,11 +8,11 @@
 
 namespace vorda {
 
-// The work of one search. jobs, steps and contents must live until the run is over.
+// The work of one search. jobs, steps and contents must outlive the run.
 RunWork duplicateWork(SearchRequest request, const JobTable& jobs, const ScanSteps& steps,
                       FileContents& contents);
 
-// The progress of a run that reads contents, as JSON.
+// The progress of a run that reads file contents, as JSON.
 std::string readingProgress(const RunCounters& counters);
 
 } // namespace vorda

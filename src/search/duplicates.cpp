@@ -4,15 +4,14 @@
 #include <functional>
 #include <iterator>
 #include <optional>
-#include <string_view>
 #include <tuple>
 
 namespace vorda {
 
 namespace {
 
-// The percent of the whole at which the parts of the work end.
-constexpr std::uint64_t kLooked = 20;
+// The overall percentages at which the stages end.
+constexpr std::uint64_t kChecked = 20;
 constexpr std::uint64_t kIdentified = 25;
 constexpr std::uint64_t kCompared = 40;
 constexpr std::uint64_t kHashed = 100;
@@ -21,10 +20,9 @@ struct Copy {
   std::uint64_t size = 0;
   FileCopy names;
   FileState state;
-  std::optional<FileIdentity> identity; // asked for only where the state has its like
-  Digest digest{};                      // of the ends, later of the whole
-  // Empty only when the last stretch of work succeeded.
-  std::string_view failure;
+  std::optional<FileIdentity> identity;    // only requested if another file has the same state
+  Digest digest{};                         // first of the ends, later of the whole file
+  FileFailure failure = FileFailure::none; // of the last stage
 
   const std::wstring& path() const { return names.front().path; }
 };
@@ -46,7 +44,7 @@ template <typename Key> void sortBy(Copies& copies, Key key) {
                    [key](const Copy& a, const Copy& b) { return key(a) < key(b); });
 }
 
-// Sorts by the key and drops the copies whose key no other has.
+// Sorts by the key and drops copies with a unique key.
 template <typename Key> void keepEqual(Copies& copies, Key key) {
   sortBy(copies, key);
   auto kept = copies.begin();
@@ -59,7 +57,7 @@ template <typename Key> void keepEqual(Copies& copies, Key key) {
   copies.erase(kept, copies.end());
 }
 
-// Puts the names of one file together.
+// Merges all names of one file into one copy.
 void mergeNames(Copies& copies) {
   sortBy(copies, byPath);
   sortBy(copies, byIdentity);
@@ -91,7 +89,7 @@ public:
   DuplicatesFound search(std::vector<SizedName> names) {
     Copies copies = look(std::move(names));
     compareEnds(copies);
-    // Of the small ones the ends were the whole.
+    // The ends of small files are the whole file.
     const auto large = std::stable_partition(
         copies.begin(), copies.end(), [](const Copy& copy) { return copy.size <= 2 * kEndBytes; });
     Copies toHash(std::make_move_iterator(large), std::make_move_iterator(copies.end()));
@@ -111,23 +109,23 @@ private:
   void compareEnds(Copies& copies);
   void hashWhole(Copies& copies);
 
-  // Has the copies worked on in this order, drive by drive and with progress; then counts
-  // and drops those that failed, and drops those not reached before a cancel.
+  // Processes copies in this order, drive by drive. Afterwards counts and drops those that
+  // failed, and drops those that were not reached before a cancel.
   void workOn(Copies& copies, const CopyOrder& order, const std::function<CopyWork()>& makeWork);
   template <typename Read> std::function<CopyWork()> reading(Read read);
-  void beginPart(const char* phase, std::uint64_t lastPercent, std::uint64_t files,
-                 std::uint64_t bytes) {
+  void beginStage(RunPhase phase, std::uint64_t lastPercent, std::uint64_t files,
+                  std::uint64_t bytes) {
     run_.update(
-        [=](RunCounters& counters) { counters.beginPart(phase, lastPercent, files, bytes); });
+        [=](RunCounters& counters) { counters.beginStage(phase, lastPercent, files, bytes); });
   }
-  void count(std::string_view failure);
+  void count(FileFailure failure);
 
   FileContents& contents_;
   Run& run_;
   DuplicatesFound found_;
 };
 
-// By path, which is about how they lie on the disk.
+// By path, which roughly matches their order on the disk.
 std::vector<Copy*> inOrderOfPaths(Copies& copies) {
   std::vector<Copy*> order;
   for (Copy& copy : copies) order.push_back(&copy);
@@ -142,14 +140,14 @@ Copies Search::look(std::vector<SizedName> names) {
     copies[i].size = names[i].size;
     copies[i].names.push_back(std::move(names[i].name));
   }
-  beginPart("comparing", kLooked, copies.size(), 0);
+  beginStage(RunPhase::comparing, kChecked, copies.size(), 0);
   workOn(copies, inOrderOfPaths(copies), [this]() -> CopyWork {
-    contents_.stepBack();
+    contents_.lowerPriority();
     return [this](Copy& copy) {
       const std::optional<FileState> state = contents_.look(copy.path(), copy.failure);
       if (!state) return;
       copy.state = *state;
-      copy.failure = state->size == copy.size ? "" : "changed";
+      copy.failure = state->size == copy.size ? FileFailure::none : FileFailure::changed;
     };
   });
   identify(copies);
@@ -158,7 +156,7 @@ Copies Search::look(std::vector<SizedName> names) {
   return copies;
 }
 
-// Only files in the same state can be one file.
+// Only names with the same state can belong to one file.
 void Search::identify(Copies& copies) {
   sortBy(copies, byState);
   CopyOrder alike;
@@ -167,11 +165,11 @@ void Search::identify(Copies& copies) {
     if (alike.empty() || alike.back() != &copies[i - 1]) alike.push_back(&copies[i - 1]);
     alike.push_back(&copies[i]);
   }
-  beginPart("comparing", kIdentified, alike.size(), 0);
+  beginStage(RunPhase::comparing, kIdentified, alike.size(), 0);
   workOn(copies, alike, [this]() -> CopyWork {
     return [this](Copy& copy) {
       copy.identity = contents_.identity(copy.path());
-      copy.failure = {};
+      copy.failure = FileFailure::none;
     };
   });
 }
@@ -179,7 +177,7 @@ void Search::identify(Copies& copies) {
 void Search::compareEnds(Copies& copies) {
   std::uint64_t bytes = 0;
   for (const Copy& copy : copies) bytes += endBytes(copy.size);
-  beginPart("comparing", kCompared, copies.size(), bytes);
+  beginStage(RunPhase::comparing, kCompared, copies.size(), bytes);
   workOn(copies, inOrderOfPaths(copies), reading(&ContentReader::digestEnds));
   sortBy(copies, byPath);
   keepEqual(copies, byContent);
@@ -188,7 +186,7 @@ void Search::compareEnds(Copies& copies) {
 void Search::hashWhole(Copies& copies) {
   std::uint64_t bytes = 0;
   CopyOrder order;
-  // Groups with the most to gain first, so that a cancelled search has found those.
+  // Groups that waste most come first, so that a cancelled search has found them.
   std::vector<std::pair<std::uint64_t, std::size_t>> groups; // waste, index of the first copy
   for (std::size_t i = 0; i < copies.size(); ++i) {
     bytes += copies[i].size;
@@ -204,7 +202,7 @@ void Search::hashWhole(Copies& copies) {
       order.push_back(&copies[i]);
     }
   }
-  beginPart("hashing", kHashed, copies.size(), bytes);
+  beginStage(RunPhase::hashing, kHashed, copies.size(), bytes);
   workOn(copies, order, reading(&ContentReader::digestWhole));
   sortBy(copies, byPath);
   keepEqual(copies, byContent);
@@ -212,7 +210,7 @@ void Search::hashWhole(Copies& copies) {
 
 template <typename Read> std::function<Search::CopyWork()> Search::reading(Read read) {
   return [this, read]() -> CopyWork {
-    contents_.stepBack();
+    contents_.lowerPriority();
     return
         [read, reader = std::make_shared<ContentReader>(contents_, run_, Writers::allowed)](
             Copy& copy) { copy.failure = ((*reader).*read)(copy.path(), copy.state, copy.digest); };
@@ -223,7 +221,7 @@ void Search::workOn(Copies& copies, const CopyOrder& order,
                     const std::function<CopyWork()>& makeWork) {
   std::vector<const std::wstring*> paths;
   for (Copy* copy : order) {
-    copy->failure = "cancelled";
+    copy->failure = FileFailure::cancelled;
     paths.push_back(&copy->path());
   }
   forEachByDrive(paths, run_, [&]() -> ItemWork {
@@ -233,17 +231,18 @@ void Search::workOn(Copies& copies, const CopyOrder& order,
     };
   });
   for (const Copy& copy : copies) count(copy.failure);
-  std::erase_if(copies, [](const Copy& copy) { return !copy.failure.empty(); });
+  std::erase_if(copies, [](const Copy& copy) { return copy.failure != FileFailure::none; });
 }
 
-void Search::count(std::string_view failure) {
-  if (failure.empty() || failure == "cancelled") return;
-  if (failure == "cloud") {
-    ++found_.cloud;
-  } else if (failure == "changed" || failure == "missing") {
-    ++found_.changed;
-  } else {
-    ++found_.unreadable;
+void Search::count(FileFailure failure) {
+  switch (failure) {
+  case FileFailure::none:
+  case FileFailure::cancelled: break;
+  case FileFailure::cloud: ++found_.cloud; break;
+  case FileFailure::changed:
+  case FileFailure::missing: ++found_.changed; break;
+  case FileFailure::link:
+  case FileFailure::unreadable: ++found_.unreadable; break;
   }
 }
 

@@ -1,5 +1,6 @@
-// Finding files of equal content: equal in size, then in their first and last 64 KiB,
-// then in the SHA-256 of the whole. No content is read that has no equal so far.
+// Finds files with equal contents: first by size, then by their first and last 64 KiB, then by the
+// SHA-256 of the whole file. A file that differs from all others in one step is not read in the
+// next.
 #pragma once
 
 #include "search/candidates.h"
@@ -10,27 +11,27 @@
 
 namespace vorda {
 
-// One file with all its names (hard links, or one folder reached in two ways), by path.
+// One file with all its names (hard links, or a folder listed under two paths), sorted by path.
 using FileCopy = std::vector<FileName>;
 
 struct DuplicateGroup {
   std::uint64_t size = 0;       // bytes of each copy
-  std::vector<FileCopy> copies; // two or more, by their first paths
+  std::vector<FileCopy> copies; // two or more, sorted by their first paths
 };
 
 struct DuplicatesFound {
   std::vector<DuplicateGroup> groups;
-  // Files that would have had to be compared, but were left out.
+  // How many files could not be compared.
   std::uint64_t cloud = 0;
   std::uint64_t unreadable = 0;
-  std::uint64_t changed = 0; // since the listing, or while they were read
+  std::uint64_t changed = 0; // since they were listed, or during reading
 };
 
-// The share of the whole search that is done with the listing.
+// The overall percentage at which listing ends.
 inline constexpr std::uint64_t kListedPercent = 10;
 
-// Takes files listed just now, of sizes that occur more than once, and publishes phases
-// and progress. After a cancel the groups that are certain by then are given.
+// names: recently listed files whose sizes are not unique. Updates the counters of the run. If
+// the run is cancelled, returns the groups that are already certain.
 DuplicatesFound findDuplicates(std::vector<SizedName> names, FileContents& contents, Run& run);
 
 } // namespace vorda

@@ -14,37 +14,35 @@ namespace vorda {
 
 namespace {
 
-// The last two are newer than the compiler's headers.
+// The second and the third are missing from the MinGW headers.
 constexpr DWORD kRecallOnOpen = 0x0004'0000;
 constexpr DWORD kRecallOnDataAccess = 0x0040'0000;
 constexpr DWORD kInTheCloud = FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
 std::uint64_t join(DWORD high, DWORD low) { return (static_cast<std::uint64_t>(high) << 32) | low; }
 
-std::string_view failureOf(DWORD error) {
+FileFailure failureOf(DWORD error) {
   switch (error) {
   case ERROR_FILE_NOT_FOUND:
   case ERROR_PATH_NOT_FOUND:
   case ERROR_BAD_NETPATH:
   case ERROR_BAD_NET_NAME:
-  case ERROR_INVALID_NAME: return "missing";
-  default: return "unreadable";
+  case ERROR_INVALID_NAME: return FileFailure::missing;
+  default: return FileFailure::unreadable;
   }
 }
 
-// Only what lies on a disk under a name of its own: nothing relative, no device. In the
-// literal form no name is read as another one.
+// The literal form of a path, in which no name is reinterpreted. Nothing for relative paths,
+// devices and wildcards.
 std::optional<std::wstring> plainSystemPath(const std::wstring& path) {
   const bool plain = isPlainAbsolute(path) && path.find_first_of(L"?*") == std::wstring::npos;
   return plain ? std::optional(literalPath(path)) : std::nullopt;
 }
 
 FileHandle openPath(const std::wstring& path, DWORD access, DWORD share, DWORD flags,
-                    std::string_view& failure) {
+                    FileFailure& failure) {
   const std::optional<std::wstring> name = plainSystemPath(path);
-  failure = "unreadable";
+  failure = FileFailure::unreadable;
   if (!name) return FileHandle();
   FileHandle file(
       CreateFileW(name->c_str(), access, share, nullptr, OPEN_EXISTING, flags, nullptr));
@@ -53,31 +51,32 @@ FileHandle openPath(const std::wstring& path, DWORD access, DWORD share, DWORD f
   } else if (GetFileType(file.get()) != FILE_TYPE_DISK) {
     file.reset();
   } else {
-    failure = {};
+    failure = FileFailure::none;
   }
   return file;
 }
 
-// Why a file with these attributes is not read; empty for any other.
-std::string_view failureOfKind(DWORD attributes) {
-  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return "unreadable";
-  if ((attributes & kInTheCloud) != 0) return "cloud";
-  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? "link" : "";
+// Why a file with these attributes is not read.
+FileFailure failureOfKind(DWORD attributes) {
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileFailure::unreadable;
+  if ((attributes & kInTheCloud) != 0) return FileFailure::cloud;
+  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? FileFailure::link : FileFailure::none;
 }
 
-// Not GetFileInformationByHandle, which also asks for the volume: a round trip of its own on
-// shares, and a slow one elsewhere.
-std::optional<OpenState> stateOf(HANDLE file, std::string_view& failure) {
+// Avoids GetFileInformationByHandle, which also queries the volume: slow, and one more round trip
+// on shares.
+std::optional<OpenState> stateOf(HANDLE file, FileFailure& failure) {
   FILE_BASIC_INFO basic{};
   FILE_STANDARD_INFO standard{};
-  failure = "unreadable";
+  failure = FileFailure::unreadable;
   if (GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic) == FALSE ||
       GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) == FALSE) {
     return std::nullopt;
   }
   failure = failureOfKind(basic.FileAttributes);
-  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0) failure = "missing";
-  if (!failure.empty()) return std::nullopt;
+  if (standard.DeletePending != FALSE || standard.NumberOfLinks == 0)
+    failure = FileFailure::missing;
+  if (failure != FileFailure::none) return std::nullopt;
   const auto number = [](LARGE_INTEGER value) {
     return static_cast<std::uint64_t>(value.QuadPart);
   };
@@ -91,7 +90,7 @@ public:
   explicit SystemFile(FileHandle file) : file_(std::move(file)) {}
 
   std::optional<OpenState> state() override {
-    std::string_view failure;
+    FileFailure failure = FileFailure::none;
     return stateOf(file_.get(), failure);
   }
 
@@ -130,7 +129,7 @@ public:
 
   void add(std::span<const std::byte> bytes) override {
     if (!good_) return;
-    // The function takes what it only reads as something to be written.
+    // The parameter is not const, but the function only reads.
     auto* data = reinterpret_cast<PUCHAR>(const_cast<std::byte*>(bytes.data()));
     good_ = BCRYPT_SUCCESS(BCryptHashData(hash_.get(), data, static_cast<ULONG>(bytes.size()), 0));
   }
@@ -160,24 +159,24 @@ public:
     if (sha256_ != nullptr) BCryptCloseAlgorithmProvider(sha256_, 0);
   }
 
-  std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
+  std::optional<FileState> look(const std::wstring& path, FileFailure& failure) override {
     const std::optional<std::wstring> name = plainSystemPath(path);
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    failure = "unreadable";
+    failure = FileFailure::unreadable;
     if (!name) return std::nullopt;
     if (GetFileAttributesExW(name->c_str(), GetFileExInfoStandard, &data) == FALSE) {
       failure = failureOf(GetLastError());
       return std::nullopt;
     }
     failure = failureOfKind(data.dwFileAttributes);
-    if (!failure.empty()) return std::nullopt;
+    if (failure != FileFailure::none) return std::nullopt;
     return FileState{join(data.nFileSizeHigh, data.nFileSizeLow),
                      join(data.ftCreationTime.dwHighDateTime, data.ftCreationTime.dwLowDateTime),
                      join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
   }
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
-    std::string_view failure;
+    FileFailure failure = FileFailure::none;
     const FileHandle file =
         openPath(path, FILE_READ_ATTRIBUTES, kShareAll,
                  FILE_FLAG_OPEN_NO_RECALL | FILE_FLAG_OPEN_REPARSE_POINT, failure);
@@ -185,7 +184,7 @@ public:
   }
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,
-                                    std::string_view& failure) override {
+                                    FileFailure& failure) override {
     const DWORD share =
         writers == Writers::allowed ? kShareAll : kShareAll & ~static_cast<DWORD>(FILE_SHARE_WRITE);
     FileHandle file = openPath(path, GENERIC_READ, share,
@@ -198,9 +197,10 @@ public:
 
   std::unique_ptr<Hasher> hasher() override { return std::make_unique<SystemHasher>(sha256_); }
 
-  // Lowers the thread's place for the processor, the disks and the memory that its reading
-  // leaves in the cache.
-  void stepBack() override { SetThreadPriority(GetCurrentThread(), THREAD_MODE_BACKGROUND_BEGIN); }
+  // Background mode lowers the priority for the processor, disks and memory.
+  void lowerPriority() override {
+    SetThreadPriority(GetCurrentThread(), THREAD_MODE_BACKGROUND_BEGIN);
+  }
 
 private:
   BCRYPT_ALG_HANDLE sha256_ = nullptr;

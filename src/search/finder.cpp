@@ -1,7 +1,5 @@
 #include "search/finder.h"
 
-#include "rules/safety_rules.h"
-
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -10,40 +8,51 @@ namespace vorda {
 
 namespace {
 
-struct FinderSearch {
-  FinderRequest request;
-  SearchedScans scans;
-  // Per scan, so that forgetting one uncovers what its hits had pushed out.
-  std::vector<std::unique_ptr<BestHits>> found;
-  bool cancelled = false;
-};
-
 void writeHit(JsonWriter& json, const Hit& hit) {
   json.open('{');
   json.string("p", hit.path);
   json.number("s", hit.size);
   json.number("m", hit.modified);
   json.number("job", static_cast<std::uint64_t>(hit.scan));
-  if (const std::string word = deleteRefusal(hit.path); !word.empty()) json.string("lock", word);
+  writeLock(json, hit.path);
   json.close('}');
 }
 
-std::string document(const FinderSearch& search, const ScanIds& forgotten) {
+class Finder final : public ScanSearch {
+public:
+  explicit Finder(FinderRequest request)
+      : ScanSearch(std::move(request.search)), order_(request.order) {}
+
+private:
+  FileSink& sinkOf(int scan, Run& run) override {
+    return *found_.emplace_back(std::make_unique<BestHits>(scan, order_, kFinderHits, run.found));
+  }
+
+  void finish(Run&) override {
+    for (const auto& found : found_) found->finish();
+  }
+
+  void writeResult(JsonWriter& json, const ScanIds& forgotten) const override;
+  void writeOptions(JsonWriter& json) const override { json.string("sort", hitOrderWord(order_)); }
+
+  const HitOrder order_;
+  // One per scan: when a scan is forgotten, hits of the others take the place of its own.
+  std::vector<std::unique_ptr<BestHits>> found_;
+};
+
+void Finder::writeResult(JsonWriter& json, const ScanIds& forgotten) const {
   std::uint64_t count = 0;
   std::uint64_t bytes = 0;
   std::vector<const Hit*> hits;
-  for (const auto& found : search.found) {
+  for (const auto& found : found_) {
     if (forgotten.contains(found->scan())) continue;
     count += found->count();
     bytes += found->bytes();
     for (const Hit& hit : found->best()) hits.push_back(&hit);
   }
-  std::sort(hits.begin(), hits.end(), [&search](const Hit* a, const Hit* b) {
-    return standsBefore(search.request.order, *a, *b);
-  });
+  std::sort(hits.begin(), hits.end(),
+            [this](const Hit* a, const Hit* b) { return standsBefore(order_, *a, *b); });
   if (hits.size() > kFinderHits) hits.resize(kFinderHits);
-  JsonWriter json;
-  json.open('{');
   json.open("files", '[');
   for (const Hit* hit : hits) writeHit(json, *hit);
   json.close(']');
@@ -51,36 +60,12 @@ std::string document(const FinderSearch& search, const ScanIds& forgotten) {
   json.number("count", count);
   json.number("bytes", bytes);
   json.boolean("capped", count > hits.size());
-  json.boolean("running", false);
-  writeSearchOptions(json, search.request.search, search.scans, [&search](JsonWriter& options) {
-    options.string("sort", hitOrderWord(search.request.order));
-  });
-  if (search.cancelled) json.boolean("cancelled", true);
-  json.close('}');
-  return json.take();
-}
-
-RunDocument find(const std::shared_ptr<FinderSearch>& search, const JobTable& jobs,
-                 const ScanSteps& steps, Run& run) {
-  // Only now: a scan that is forgotten from here on is known to the run.
-  search->scans = chooseScans(jobs, search->request.search.ids);
-  searchScans(search->scans, search->request.search, steps, run,
-              [&search, &run](int scan) -> FileSink& {
-                search->found.push_back(std::make_unique<BestHits>(scan, search->request.order,
-                                                                   kFinderHits, run.found));
-                return *search->found.back();
-              });
-  for (const auto& found : search->found) found->finish();
-  search->cancelled = run.cancelled();
-  return [search](const ScanIds& forgotten) { return document(*search, forgotten); };
 }
 
 } // namespace
 
 RunWork finderWork(FinderRequest request, const JobTable& jobs, const ScanSteps& steps) {
-  const auto search = std::make_shared<FinderSearch>();
-  search->request = std::move(request);
-  return [search, &jobs, &steps](Run& run) { return find(search, jobs, steps, run); };
+  return scanSearchWork(std::make_shared<Finder>(std::move(request)), jobs, steps);
 }
 
 std::string finderProgress(const RunCounters& counters) {

@@ -1,9 +1,7 @@
-// The file finder: files of one or more finished scans by extension, name pattern and
-// smallest size, read again from the disk, in the background.
+// The file finder: finds files in one or more finished scans by extension, name pattern and
+// minimum size.
 #pragma once
 
-#include "scan/job_table.h"
-#include "search/background_run.h"
 #include "search/best_hits.h"
 #include "search/scan_search.h"
 
@@ -11,7 +9,7 @@
 
 namespace vorda {
 
-// Hits in a result; of more the best by the chosen order.
+// The most hits in a result. Of more hits, the first in the chosen order are kept.
 inline constexpr std::size_t kFinderHits = 20'000;
 
 struct FinderRequest {
@@ -19,10 +17,10 @@ struct FinderRequest {
   HitOrder order = HitOrder::size;
 };
 
-// The work of one search. jobs and steps must live until the run is over.
+// The work of one search. jobs and steps must outlive the run.
 RunWork finderWork(FinderRequest request, const JobTable& jobs, const ScanSteps& steps);
 
-// The progress of such a run as JSON.
+// The progress of a search as JSON.
 std::string finderProgress(const RunCounters& counters);
 
 } // namespace vorda

@@ -2,8 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
-
-#include <algorithm>
+#include "rules/safety_rules.h"
 
 namespace vorda {
 
@@ -14,24 +13,50 @@ std::wstring rootOf(const Job& job) {
   return job.result.rootPath.empty() ? normaliseRoot(job.target) : job.result.rootPath;
 }
 
-void divide(std::vector<SearchedScans::Scan>& scans) {
-  for (std::size_t i = 0; i < scans.size(); ++i) {
-    for (std::size_t k = 0; k < scans.size(); ++k) {
-      if (liesBelow(scans[k].root, scans[i].root)) scans[i].leftOut.push_back(scans[k].root);
-      if (k < i && equalsIgnoreCase(scans[i].root, scans[k].root)) scans[i].covered = true;
+} // namespace
+
+void ScanSearch::work(const JobTable& jobs, const ScanSteps& steps, Run& run) {
+  // Not earlier: the run is told about scans that are forgotten from now on.
+  chooseScans(jobs);
+  run.update([this](RunCounters& counters) { counters.scans = scans_.size(); });
+  for (Scan& scan : scans_) {
+    if (run.cancelled()) break;
+    if (scan.covered) {
+      run.endScan(0);
+    } else {
+      list(scan, steps, run);
+    }
+  }
+  finish(run);
+  cancelled_ = run.cancelled();
+}
+
+void ScanSearch::chooseScans(const JobTable& jobs) {
+  for (const int id : request_.ids) {
+    const std::shared_ptr<Job> job = jobs.find(id);
+    if (!job || !job->done) continue;
+    if (job->overSsh()) {
+      sshSkipped_.push_back({id, job->label, {}, {}, false, {}});
+    } else {
+      scans_.push_back({id, job->label, rootOf(*job), {}, false, {}});
+    }
+  }
+  for (std::size_t i = 0; i < scans_.size(); ++i) {
+    for (std::size_t k = 0; k < scans_.size(); ++k) {
+      if (liesBelow(scans_[k].root, scans_[i].root)) scans_[i].leftOut.push_back(scans_[k].root);
+      if (k < i && equalsIgnoreCase(scans_[i].root, scans_[k].root)) scans_[i].covered = true;
     }
   }
 }
 
-void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const ScanSteps& steps,
-               Run& run, FileSink& sink) {
+void ScanSearch::list(Scan& scan, const ScanSteps& steps, Run& run) {
   const auto progress = std::make_shared<ScanProgress>();
   ScanOptions options;
   options.root = scan.root;
-  options.extensions = request.extensions;
-  options.namePatterns = request.namePatterns;
-  options.fileListThreshold = request.min;
-  options.sink = &sink;
+  options.extensions = request_.extensions;
+  options.namePatterns = request_.namePatterns;
+  options.fileListThreshold = request_.min;
+  options.sink = &sinkOf(scan.id, run);
   options.leftOut = scan.leftOut;
   ScanResult result;
   run.beginScan(progress);
@@ -42,7 +67,7 @@ void searchOne(SearchedScans::Scan& scan, const SearchRequest& request, const Sc
   run.endScan(result.fileCount);
 }
 
-void writeScan(JsonWriter& json, const SearchedScans::Scan& scan) {
+void ScanSearch::writeScan(JsonWriter& json, const Scan& scan) {
   json.open('{');
   json.number("id", static_cast<std::uint64_t>(scan.id));
   json.string("label", scan.label);
@@ -50,56 +75,45 @@ void writeScan(JsonWriter& json, const SearchedScans::Scan& scan) {
   json.close('}');
 }
 
-} // namespace
-
-SearchedScans chooseScans(const JobTable& jobs, const std::vector<int>& ids) {
-  SearchedScans chosen;
-  for (const int id : ids) {
-    const std::shared_ptr<Job> job = jobs.find(id);
-    if (!job || !job->done) continue;
-    if (job->overSsh()) {
-      chosen.sshSkipped.push_back({id, job->label, {}, {}, false, {}});
-    } else {
-      chosen.scans.push_back({id, job->label, rootOf(*job), {}, false, {}});
-    }
-  }
-  divide(chosen.scans);
-  return chosen;
-}
-
-void searchScans(SearchedScans& chosen, const SearchRequest& request, const ScanSteps& steps,
-                 Run& run, const SinkOfScan& sinkOf) {
-  run.update([&chosen](RunCounters& counters) { counters.scans = chosen.scans.size(); });
-  for (SearchedScans::Scan& scan : chosen.scans) {
-    if (run.cancelled()) return;
-    if (scan.covered) {
-      run.endScan(0);
-    } else {
-      searchOne(scan, request, steps, run, sinkOf(scan.id));
-    }
-  }
-}
-
-void writeSearchOptions(JsonWriter& json, const SearchRequest& request, const SearchedScans& chosen,
-                        const std::function<void(JsonWriter&)>& extra) {
+std::string ScanSearch::document(const ScanIds& forgotten) const {
+  JsonWriter json;
+  json.open('{');
+  writeResult(json, forgotten);
+  json.boolean("running", false);
   json.open("opts", '{');
   json.open("ids", '[');
-  for (const int id : request.ids) json.number(static_cast<std::uint64_t>(id));
+  for (const int id : request_.ids) json.number(static_cast<std::uint64_t>(id));
   json.close(']');
-  json.number("scans", chosen.scans.size());
-  json.string("exts", request.exts);
-  json.string("names", request.names);
-  json.number("min", request.min);
-  extra(json);
+  json.number("scans", scans_.size());
+  json.string("exts", request_.exts);
+  json.string("names", request_.names);
+  json.number("min", request_.min);
+  writeOptions(json);
   json.open("ssh_skipped", '[');
-  for (const SearchedScans::Scan& scan : chosen.sshSkipped) writeScan(json, scan);
+  for (const Scan& scan : sshSkipped_) writeScan(json, scan);
   json.close(']');
   json.open("failed", '[');
-  for (const SearchedScans::Scan& scan : chosen.scans) {
+  for (const Scan& scan : scans_) {
     if (!scan.error.empty()) writeScan(json, scan);
   }
   json.close(']');
   json.close('}');
+  if (cancelled_) json.boolean("cancelled", true);
+  json.close('}');
+  return json.take();
+}
+
+RunWork scanSearchWork(std::shared_ptr<ScanSearch> search, const JobTable& jobs,
+                       const ScanSteps& steps) {
+  return [search = std::move(search), &jobs, &steps](Run& run) -> RunDocument {
+    search->work(jobs, steps, run);
+    return [search](const ScanIds& forgotten) { return search->document(forgotten); };
+  };
+}
+
+void writeLock(JsonWriter& json, const std::wstring& path) {
+  const Refusal refusal = deleteRefusal(path);
+  if (refusal != Refusal::none) json.string("lock", wordOf(refusal));
 }
 
 } // namespace vorda

@@ -1,23 +1,22 @@
-// Reading chosen scans anew from the disk for the files that pass a filter: what the file
-// finder and the duplicate search have in common. A scan's own list of files is never
-// used, since the disk may have changed since.
+// A search that lists chosen scans again for files that pass a filter: the common part of the
+// file finder and the duplicate search. The disk is read because it may have changed since the
+// scan.
 #pragma once
 
 #include "json/json_writer.h"
 #include "scan/job_table.h"
 #include "search/background_run.h"
 
-#include <functional>
 #include <memory>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vorda {
 
-// What is asked for, as the form fields "ids", "exts", "names" and "min" say it.
+// The form fields "ids", "exts", "names" and "min".
 struct SearchRequest {
-  std::vector<int> ids; // above 0, each once, in the order given
+  std::vector<int> ids; // positive, without duplicates, in the order given
   std::wstring exts;    // as given
   std::wstring names;   // as given
   std::vector<std::wstring> extensions;
@@ -25,34 +24,54 @@ struct SearchRequest {
   std::uint64_t min = 0; // bytes
 };
 
-// Which scans a search reads, and what became of them.
-struct SearchedScans {
+class ScanSearch {
+public:
+  explicit ScanSearch(SearchRequest request) : request_(std::move(request)) {}
+  virtual ~ScanSearch() = default;
+  ScanSearch(const ScanSearch&) = delete;
+  ScanSearch& operator=(const ScanSearch&) = delete;
+
+  // Lists the finished scans among the requested ids, each file for one of them only, and
+  // updates the counters of the run. A cancelled run skips the remaining scans.
+  void work(const JobTable& jobs, const ScanSteps& steps, Run& run);
+
+  // The result as JSON, without hits of the forgotten scans.
+  std::string document(const ScanIds& forgotten) const;
+
+private:
   struct Scan {
     int id = 0;
     std::wstring label;
     std::wstring root;
-    // Roots of other chosen scans inside this one: their files are theirs.
-    std::vector<std::wstring> leftOut;
-    bool covered = false; // another chosen scan has the same root and reads it
-    std::string error;    // why it could not be read, when it could not
+    std::vector<std::wstring> leftOut; // roots of other chosen scans inside this one
+    bool covered = false;              // an earlier scan has the same root
+    std::string error;                 // why it could not be listed
   };
-  std::vector<Scan> scans;      // to be read, in the order asked for
-  std::vector<Scan> sshSkipped; // remote scans cannot be read from here
+
+  // Receives the files of one scan; used until that scan is listed.
+  virtual FileSink& sinkOf(int scan, Run& run) = 0;
+  // Called once after all scans are listed.
+  virtual void finish(Run& run) = 0;
+  // Writes the members of the document that come first.
+  virtual void writeResult(JsonWriter& json, const ScanIds& forgotten) const = 0;
+  // Writes additional members of "opts".
+  virtual void writeOptions(JsonWriter&) const {}
+
+  void chooseScans(const JobTable& jobs);
+  void list(Scan& scan, const ScanSteps& steps, Run& run);
+  static void writeScan(JsonWriter& json, const Scan& scan);
+
+  const SearchRequest request_;
+  std::vector<Scan> scans_;      // in the order requested
+  std::vector<Scan> sshSkipped_; // remote scans cannot be listed
+  bool cancelled_ = false;
 };
 
-// The finished scans among the ids, divided so that no file belongs to two of them.
-SearchedScans chooseScans(const JobTable& jobs, const std::vector<int>& ids);
+// The work of a run. jobs and steps must outlive the run.
+RunWork scanSearchWork(std::shared_ptr<ScanSearch> search, const JobTable& jobs,
+                       const ScanSteps& steps);
 
-// What takes the files of one scan; used until that scan is read.
-using SinkOfScan = std::function<FileSink&(int scan)>;
-
-// Reads the scans one after another and publishes counters. After a cancel the rest is
-// left out.
-void searchScans(SearchedScans& chosen, const SearchRequest& request, const ScanSteps& steps,
-                 Run& run, const SinkOfScan& sinkOf);
-
-// "ids", "scans", "exts", "names", "min", then what extra writes, "ssh_skipped", "failed".
-void writeSearchOptions(JsonWriter& json, const SearchRequest& request, const SearchedScans& chosen,
-                        const std::function<void(JsonWriter&)>& extra);
+// Writes the member "lock" if the safety rules forbid deleting the file.
+void writeLock(JsonWriter& json, const std::wstring& path);
 
 } // namespace vorda

@@ -13,7 +13,8 @@ namespace vorda {
 
 namespace {
 
-constexpr std::uint64_t kLooked = 5;
+// The overall percentages at which the two stages end.
+constexpr std::uint64_t kChecked = 5;
 constexpr std::uint64_t kHashed = 100;
 
 struct CheckedFile {
@@ -21,9 +22,9 @@ struct CheckedFile {
   FileState state;
   std::optional<FileIdentity> identity;
   Digest digest{};
-  bool looked = false;
-  std::string_view failure = "cancelled"; // empty with a digest only
-  std::size_t same = 0; // the first one in the list that is this very file; else its own index
+  bool accessible = false;
+  FileFailure failure = FileFailure::cancelled; // none if there is a digest
+  std::size_t same = 0;                         // the index of the first entry for the same file
 };
 
 struct Verification {
@@ -42,8 +43,8 @@ std::string hexText(const Digest& digest) {
   return text;
 }
 
-// One file under two names is no duplicate of itself: deleting one name frees nothing, and
-// where both are the same place reached in two ways, it deletes the only copy.
+// Two names of one file are not duplicates: deleting a hard link frees nothing, and if both names
+// are paths to the same place, the only copy would be deleted.
 void markSameFiles(std::vector<CheckedFile>& files) {
   std::map<FileIdentity, std::size_t> byIdentity;
   std::map<std::wstring_view, std::size_t> byPath;
@@ -58,30 +59,30 @@ void check(Verification& verification, FileContents& contents, Run& run) {
   std::vector<CheckedFile>& files = verification.files;
   std::vector<const std::wstring*> paths;
   for (const CheckedFile& file : files) paths.push_back(&file.path);
-  const auto beginPart = [&](const char* phase, std::uint64_t lastPercent, std::uint64_t bytes) {
+  const auto beginStage = [&](RunPhase phase, std::uint64_t lastPercent, std::uint64_t bytes) {
     run.update([&](RunCounters& counters) {
-      counters.beginPart(phase, lastPercent, files.size(), bytes);
+      counters.beginStage(phase, lastPercent, files.size(), bytes);
     });
   };
   const auto oneDone = [&run] { run.update([](RunCounters& counters) { ++counters.filesDone; }); };
-  beginPart("comparing", kLooked, 0);
+  beginStage(RunPhase::comparing, kChecked, 0);
   forEachByDrive(paths, run, [&]() -> ItemWork {
     return [&](std::size_t item) {
       CheckedFile& file = files[item];
       if (const auto state = contents.look(file.path, file.failure)) {
         file.state = *state;
         file.identity = contents.identity(file.path);
-        file.looked = true;
-        file.failure = "cancelled"; // until it is read
+        file.accessible = true;
+        file.failure = FileFailure::cancelled; // until it is read
       }
       oneDone();
     };
   });
   markSameFiles(files);
-  const auto isRead = [&files](std::size_t i) { return files[i].looked && files[i].same == i; };
+  const auto isRead = [&files](std::size_t i) { return files[i].accessible && files[i].same == i; };
   std::uint64_t bytes = 0;
   for (std::size_t i = 0; i < files.size(); ++i) bytes += isRead(i) ? files[i].state.size : 0;
-  beginPart("hashing", kHashed, bytes);
+  beginStage(RunPhase::hashing, kHashed, bytes);
   forEachByDrive(paths, run, [&]() -> ItemWork {
     const auto reader = std::make_shared<ContentReader>(contents, run, Writers::refused);
     return [&, reader](std::size_t item) {
@@ -93,7 +94,7 @@ void check(Verification& verification, FileContents& contents, Run& run) {
   for (CheckedFile& file : files) {
     const CheckedFile& first = files[file.same];
     if (&first == &file) continue;
-    file.failure = first.state == file.state ? first.failure : "changed";
+    file.failure = first.state == file.state ? first.failure : FileFailure::changed;
     file.digest = first.digest;
   }
   verification.read = run.counters().read;
@@ -103,11 +104,11 @@ void check(Verification& verification, FileContents& contents, Run& run) {
 void writeFile(JsonWriter& json, const CheckedFile& file, std::size_t index) {
   json.open('{');
   json.string("p", file.path);
-  if (file.failure.empty()) {
+  if (file.failure == FileFailure::none) {
     json.number("size", file.state.size);
     json.string("h", hexText(file.digest));
   } else {
-    json.string("error", file.failure);
+    json.string("error", wordOf(file.failure));
   }
   if (file.same != index) json.number("same", file.same);
   json.close('}');
@@ -122,7 +123,7 @@ std::string document(const Verification& verification) {
   json.open("files", '[');
   for (std::size_t i = 0; i < files.size(); ++i) {
     writeFile(json, files[i], i);
-    if (!files[i].failure.empty()) continue;
+    if (files[i].failure != FileFailure::none) continue;
     ++checked;
     if (files[i].same == i) byContent[{files[i].state.size, files[i].digest}].push_back(i);
   }
@@ -136,7 +137,7 @@ std::string document(const Verification& verification) {
   }
   json.close(']');
   json.open("lock", '[');
-  for (const CheckedFile& file : files) json.string(deleteRefusal(file.path));
+  for (const CheckedFile& file : files) json.string(wordOf(deleteRefusal(file.path)));
   json.close(']');
   json.number("read", verification.read);
   json.number("files_checked", checked);

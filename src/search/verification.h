@@ -1,5 +1,4 @@
-// Reading files again, right before some of them are deleted as duplicates of others:
-// which of them are equal now, by the SHA-256 of their whole contents.
+// Compares files by the SHA-256 of their contents right before duplicates are deleted.
 #pragma once
 
 #include "search/background_run.h"
@@ -10,8 +9,8 @@
 
 namespace vorda {
 
-// The work of one check. contents must live until the run is over; its progress is told by
-// readingProgress.
+// The work of one verification. contents must outlive the run. For its progress see
+// readingProgress in duplicate_search.h.
 RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents);
 
 } // namespace vorda

@@ -12,6 +12,9 @@ namespace vorda {
 // Of a file, a volume, a process snapshot: invalid is INVALID_HANDLE_VALUE.
 using FileHandle = Owned<HANDLE, CloseHandle, -1>;
 
+// The share mode for files that others may read, write, rename and delete meanwhile.
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 // Of a running FindFirstFileExW.
 using FindHandle = Owned<HANDLE, FindClose, -1>;
 

@@ -1,5 +1,6 @@
 #include "win/process_facts.h"
 
+#include "win/full_path.h"
 #include "win/handles.h"
 
 #include <sddl.h>
@@ -12,8 +13,6 @@
 namespace vorda {
 
 namespace {
-
-constexpr DWORD kLongestPath = 32'768; // in UTF-16 units, with the closing zero
 
 template <typename Value> std::optional<Value> readMemory(HANDLE process, const void* at) {
   Value value;

@@ -1,5 +1,7 @@
 #include "win/program_path.h"
 
+#include "win/full_path.h"
+
 #include <windows.h>
 
 #include <vector>
@@ -7,7 +9,6 @@
 namespace vorda {
 
 std::wstring programPath() {
-  constexpr std::size_t kLongestPath = 32'768;
   std::vector<wchar_t> buffer(kLongestPath);
   const DWORD length =
       GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));

@@ -11,9 +11,9 @@ using test::MemoryContents;
 
 namespace {
 
-constexpr std::size_t kBoth = 131'072; // from here on a file has a middle
+constexpr std::size_t kBoth = 131'072; // the two ends of a file
 
-// A content of a size, with one byte of its own at a place.
+// Contents of this size with one different byte.
 std::string content(std::size_t size, std::size_t place = 0, char mark = 'a') {
   std::string text(size, 'a');
   if (size > 0) text[place] = mark;
@@ -48,7 +48,7 @@ struct Fixture {
 
 } // namespace
 
-TEST_CASE("no more is read than is needed to tell files apart") {
+TEST_CASE("files are read only as far as necessary") {
   Fixture fixture;
   for (const std::size_t size : {kBoth - 1, kBoth, kBoth + 1}) {
     const std::wstring path = L"C:\\" + std::to_wstring(size);
@@ -61,14 +61,14 @@ TEST_CASE("no more is read than is needed to tell files apart") {
   CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\131071|C:\\131071 same",
                                                           L"C:\\131072|C:\\131072 same",
                                                           L"C:\\131073|C:\\131073 same"});
-  // The ends of all, and the three largest with equal ends to their end.
+  // The ends of all files, and the three largest with equal ends as a whole.
   const std::uint64_t expected = 4 * (kBoth - 1) + 8 * kBoth + 3 * (kBoth + 1);
   CHECK(fixture.contents.bytesRead.load() == expected);
   CHECK(fixture.run.counters().read == expected);
   CHECK(fixture.run.counters().total == expected);
 }
 
-TEST_CASE("names of one file are one copy, and cost no reading") {
+TEST_CASE("names of one file are one copy and are not read") {
   Fixture fixture;
   fixture.add(L"C:\\a", content(9), 5);
   fixture.add(L"C:\\b", content(9), 5);
@@ -79,25 +79,26 @@ TEST_CASE("names of one file are one copy, and cost no reading") {
   fixture.add(L"Z:\\e", content(9), 6);
   CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\a=C:\\b=C:\\c|D:\\d=Z:\\e"});
   CHECK(fixture.contents.opened == 2);
-  // A number that nobody knows tells nothing.
+  // Without an identity they count as different files.
   for (const auto& name : fixture.names) {
     fixture.contents.edit(name.name.path, [](auto& file) { file.number = 0; });
   }
   CHECK(found(fixture.search()).begin()->find(L'=') == std::wstring::npos);
 }
 
-TEST_CASE("files that change, vanish, grow, are locked or far away") {
-  // What happens to one of three equal files, at which moment, and how it is counted.
+TEST_CASE("files that change, disappear or cannot be read") {
+  // One of three equal files is affected.
   const auto happens = [](const std::string& what, MemoryContents& all, const std::wstring& path) {
     if (what == "rewritten") return all.rewrite(path, content(200'000, 100'000, 'n'));
     if (what == "grown") return all.rewrite(path, content(200'001));
     if (what == "cut") return all.rewrite(path, content(150'000));
     if (what == "gone") return all.remove(path);
     if (what == "replaced") return all.add(path, content(200'000));
-    static const std::set<std::string> words = {"cloud", "link", "unreadable"};
     all.edit(path, [&](auto& file) {
       file.failsReading = what == "torn";
-      if (words.contains(what)) file.failure = *words.find(what);
+      for (const auto one : {FileFailure::cloud, FileFailure::link, FileFailure::unreadable}) {
+        if (what == wordOf(one)) file.failure = one;
+      }
     });
   };
   for (const auto& row : test::cases("changing_files.txt", 4)) {
@@ -118,7 +119,7 @@ TEST_CASE("files that change, vanish, grow, are locked or far away") {
   }
 }
 
-TEST_CASE("the percent never runs backwards, and a cancel keeps what is certain") {
+TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
   Fixture fixture;
   for (std::size_t i = 0; i < 40; ++i) {
     const std::wstring path = (i % 2 == 0 ? L"C:\\" : L"D:\\") + std::to_wstring(i);

@@ -10,7 +10,7 @@ using namespace vorda;
 
 namespace {
 
-// A folder that goes away with everything in it.
+// A temporary folder.
 struct Scratch {
   std::wstring path;
   Scratch() {
@@ -35,17 +35,15 @@ void write(const std::wstring& path, std::string_view text) {
   REQUIRE(WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
 }
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
 } // namespace
 
-TEST_CASE("files of the system: what is told of them, who may have them open, what they hold") {
+TEST_CASE("system files: state, identity, sharing and contents") {
   const Scratch scratch;
   const auto contents = systemContents();
   const std::wstring file = scratch.path + L"\\a file";
   write(file, "abc");
-  std::string_view failure;
-  // Another name of the same file, and a longer one than the system likes.
+  FileFailure failure = FileFailure::none;
+  // A second name of the file, longer than MAX_PATH.
   const std::wstring link = scratch.path + L"\\" + std::wstring(240, L'n');
   REQUIRE(CreateHardLinkW(literalPath(link).c_str(), file.c_str(), nullptr));
   const auto state = contents->look(file, failure);
@@ -76,45 +74,56 @@ TEST_CASE("files of the system: what is told of them, who may have them open, wh
   CHECK(digest->front() == 0xba); // the published digest of "abc": ba7816bf … f20015ad
   CHECK(digest->at(1) == 0x78);
   CHECK(digest->back() == 0xad);
-  // Nobody writes to it while it is checked.
+  // Nobody else can write to it meanwhile.
   CHECK_FALSE(openWith(file, GENERIC_WRITE, kShareAll, OPEN_EXISTING).valid());
+}
 
+TEST_CASE("system files that others have open, and that are renamed") {
+  const Scratch scratch;
+  const auto contents = systemContents();
+  FileFailure failure = FileFailure::none;
   const std::wstring other = scratch.path + L"\\other";
+  write(other, "abc");
   {
     const FileHandle writer = openWith(other, GENERIC_WRITE, kShareAll, OPEN_EXISTING);
     CHECK(contents->open(other, Writers::allowed, failure));
     CHECK_FALSE(contents->open(other, Writers::refused, failure));
-    CHECK(failure == "unreadable");
+    CHECK(failure == FileFailure::unreadable);
   }
   {
     const FileHandle owner = openWith(other, GENERIC_READ, 0, OPEN_EXISTING);
     CHECK(contents->look(other, failure));
     CHECK_FALSE(contents->open(other, Writers::allowed, failure));
-    CHECK(failure == "unreadable");
+    CHECK(failure == FileFailure::unreadable);
   }
-  // What gets another name while it is open is no longer what it was.
+  // Renaming an open file changes its state.
   const auto renamed = contents->open(other, Writers::refused, failure);
   const auto before = renamed->state();
   REQUIRE(MoveFileW(other.c_str(), (other + L" now").c_str()));
   CHECK(renamed->state() != before);
+}
 
-  const std::vector<std::pair<std::wstring, std::string_view>> rows = {
-      {scratch.path + L"\\none", "missing"},
-      {scratch.path + L"\\none\\none", "missing"},
-      {L"C:\\NUL", "missing"},
-      {scratch.path, "unreadable"},
-      {L"a file", "unreadable"},
-      {scratch.path + L"\\.\\a file", "unreadable"},
-      {L"\\\\.\\NUL", "unreadable"},
-      {L"\\\\?\\" + file, "unreadable"}};
+TEST_CASE("paths that cannot be read") {
+  const Scratch scratch;
+  const auto contents = systemContents();
+  FileFailure failure = FileFailure::none;
+  const std::wstring file = scratch.path + L"\\a file";
+  write(file, "abc");
+  const std::vector<std::pair<std::wstring, FileFailure>> rows = {
+      {scratch.path + L"\\none", FileFailure::missing},
+      {scratch.path + L"\\none\\none", FileFailure::missing},
+      {L"C:\\NUL", FileFailure::missing},
+      {scratch.path, FileFailure::unreadable},
+      {L"a file", FileFailure::unreadable},
+      {scratch.path + L"\\.\\a file", FileFailure::unreadable},
+      {L"\\\\.\\NUL", FileFailure::unreadable},
+      {L"\\\\?\\" + file, FileFailure::unreadable}};
   for (const auto& row : rows) {
-    const auto& path = row.first;
-    const std::string_view word = row.second;
-    CAPTURE(word);
+    const std::wstring& path = row.first;
     CHECK_FALSE(contents->look(path, failure));
-    CHECK(failure == word);
-    failure = {};
+    CHECK(failure == row.second);
+    failure = FileFailure::none;
     CHECK_FALSE(contents->open(path, Writers::allowed, failure));
-    CHECK(failure == word);
+    CHECK(failure == row.second);
   }
 }

@@ -1,6 +1,5 @@
 #include "fileops/cleanup.h"
 #include "support/app.h"
-#include "support/made_up_disk.h"
 
 #include <doctest/doctest.h>
 
@@ -9,37 +8,14 @@
 #include <set>
 
 using namespace vorda;
-using test::MadeUpDisk;
+using test::App;
+using test::MemoryDisk;
 
 namespace {
 
 constexpr std::uint64_t kMiB = 1ULL << 20;
 
-// An application on a made-up disk that changes when it deletes.
-struct DiskApp : test::App {
-  MadeUpDisk* disk;
-
-  DiskApp() : disk(std::make_unique<MadeUpDisk>().release()) {
-    state.folders.reset(disk);
-    state.machine.reset(disk);
-    state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
-                              ScanResult& result) {
-      return walk(*disk, progress, options, result, 2);
-    };
-  }
-  DiskApp(const DiskApp&) = delete;
-  DiskApp& operator=(const DiskApp&) = delete;
-  ~DiskApp() { static_cast<void>(state.machine.release()); } // the same object as the folders
-
-  std::shared_ptr<Job> scan(const std::string& path) {
-    const std::string answer = told("POST", "/api/scan", "path=" + path);
-    const int id = std::stoi(answer.substr(10));
-    waitUntilDone(id);
-    return state.jobs.find(id);
-  }
-};
-
-// All that a scan knows, by full names.
+// Everything in the result of a scan, by full paths.
 using Facts = std::set<std::string>;
 
 void addFolder(Facts& facts, const ScanResult& result, std::uint32_t index) {
@@ -85,17 +61,15 @@ std::string firstDifference(const Facts& a, const Facts& b) {
   return a.size() == b.size() ? "" : "one more: " + firstDifference(b, a);
 }
 
-// Nobody is told that a scan of now would tell otherwise.
-void checkLikeFreshScan(DiskApp& app, const Job& job) {
+void checkLikeFreshScan(App& app, const Job& job) {
   std::string root;
   for (const char c : toUtf8(job.target)) root += c == '\\' ? "%5C" : std::string(1, c);
-  const auto fresh = app.scan(root);
+  const auto fresh = app.scanJob(root);
   CHECK(firstDifference(factsOf(job), factsOf(*fresh)) == "");
   app.told("GET", "/api/forget?id=" + std::to_string(fresh->id));
 }
 
-void fill(MadeUpDisk& disk) {
-  disk.volume(L"C:");
+void fill(MemoryDisk& disk) {
   for (const wchar_t* path : {L"C:\\r\\a\\big.iso", L"C:\\r\\a\\deep\\more\\big.ISO",
                               L"C:\\r\\b\\other.bin", L"C:\\r\\top.bin"}) {
     disk.add(path, 70 * kMiB);
@@ -111,7 +85,7 @@ void fill(MadeUpDisk& disk) {
 
 } // namespace
 
-TEST_CASE("after a deletion the scan on view is what a new one would find") {
+TEST_CASE("after a deletion the result equals that of a new scan") {
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"p=C:%5Cr%5Ca", R"("deleted":1,"bytes":146800740,"freed":146800740,"binned":0,)"},
       {"p=C:%5Cr%5Ca%5Cdeep&p=C:%5Cr%5Cb%5Cs.txt&p=C:%5Cr%5Ctop.bin",
@@ -121,12 +95,12 @@ TEST_CASE("after a deletion the scan on view is what a new one would find") {
   for (const auto& row : rows) {
     const std::string& fields = row.first;
     CAPTURE(fields);
-    DiskApp app;
+    App app;
     fill(*app.disk);
     app.disk->add(L"C:\\r\\locked\\in\\use.bin", 70 * kMiB).locked = true;
     app.disk->add(L"C:\\r\\locked\\in\\free.bin", 80 * kMiB);
     app.disk->add(L"C:\\r\\locked\\in\\gone\\free.txt", 3);
-    const auto job = app.scan("C:%5Cr");
+    const auto job = app.scanJob("C:%5Cr");
     const std::size_t indices = job->result.folders.size();
     const std::string dry = app.told("POST", "/api/delete", fields + "&job=1&permanent=1&dryrun=1");
     CHECK(job->freed == 0);
@@ -134,7 +108,7 @@ TEST_CASE("after a deletion the scan on view is what a new one would find") {
     CHECK(told.find(row.second) != std::string::npos);
     CHECK(app.disk->shellCalls == 1);
     if (told.find("failed") == std::string::npos) {
-      // The dry run told the same size, and the same paths.
+      // The dry run reported the same size and paths.
       const auto bytes = [](const std::string& text) {
         const std::size_t at = text.find("\"bytes\":");
         return text.substr(at, text.find(',', at) - at);
@@ -150,11 +124,10 @@ TEST_CASE("after a deletion the scan on view is what a new one would find") {
   }
 }
 
-TEST_CASE("any sequence of deletions leaves a true tree") {
+TEST_CASE("any sequence of deletions leaves a correct tree") {
   std::mt19937 random(20);
   for (int round = 0; round < 25; ++round) {
-    DiskApp app;
-    app.disk->volume(L"C:");
+    App app;
     std::vector<std::wstring> paths;
     for (int i = 0; i < 120; ++i) {
       std::wstring path = L"C:\\r";
@@ -167,7 +140,7 @@ TEST_CASE("any sequence of deletions leaves a true tree") {
           random() % 40 == 0;
       paths.push_back(path);
     }
-    const auto job = app.scan("C:%5Cr");
+    const auto job = app.scanJob("C:%5Cr");
     std::uint64_t freed = 0;
     for (int step = 0; step < 6; ++step) {
       std::string fields = "job=1&permanent=1";
@@ -182,24 +155,24 @@ TEST_CASE("any sequence of deletions leaves a true tree") {
   }
 }
 
-TEST_CASE("into the bin, and out of it") {
-  DiskApp app;
+TEST_CASE("deleting into the bin and emptying it") {
+  App app;
   fill(*app.disk);
   app.disk->add(L"C:\\$Recycle.Bin\\S-1\\$Rold.txt", 5 * kMiB);
-  const auto drive = app.scan("C:%5C");
+  const auto drive = app.scanJob("C:%5C");
   CHECK(app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cb%5Cother.bin&p=C:%5Cr%5Cb%5Cs.txt") ==
         R"(200 {"deleted":2,"bytes":73400420,"freed":0,"binned":73400420,"error":"",)"
         R"("dryRun":false,"refused":[],"wouldDelete":["C:\\r\\b\\other.bin","C:\\r\\b\\s.txt"]})");
   CHECK(drive->freed == 0);
   CHECK(drive->binned == 73400420);
-  // Only the list of kept files differs: the file in the bin has a new name there.
+  // Only the file list differs: files in the bin have new names.
   const auto withoutFile = [](Facts facts) {
     std::erase_if(facts, [](const std::string& one) {
       return one.starts_with("file C:\\$Recycle.Bin") || one.starts_with("\"exts\"");
     });
     return facts;
   };
-  const auto fresh = app.scan("C:%5C");
+  const auto fresh = app.scanJob("C:%5C");
   CHECK(firstDifference(withoutFile(factsOf(*drive)), withoutFile(factsOf(*fresh))) == "");
 
   app.disk->emptyResult = static_cast<std::int32_t>(0x80004005);
@@ -212,7 +185,7 @@ TEST_CASE("into the bin, and out of it") {
   CHECK(drive->binned == 0);
   CHECK(drive->freed == 73400420 + 5 * kMiB);
   checkLikeFreshScan(app, *drive);
-  // An empty bin is no failure, whatever the shell calls it.
+  // An empty bin is not a failure, whatever the shell returns.
   for (const std::uint32_t code : {0x80070002U, 0x8000FFFFU}) {
     app.disk->emptyResult = static_cast<std::int32_t>(code);
     CHECK(app.told("POST", "/api/emptybin") == R"(200 {"ok":true,"bytes":0,"items":0})");
@@ -221,14 +194,13 @@ TEST_CASE("into the bin, and out of it") {
   CHECK(app.told("POST", "/api/emptybin").starts_with("500"));
 }
 
-TEST_CASE("scans without a bin in their tree move what was binned to what is freed") {
-  DiskApp app;
+TEST_CASE("emptying the bin frees binned bytes in scans that do not contain it") {
+  App app;
   fill(*app.disk);
-  app.disk->volume(L"D:");
   app.disk->add(L"D:\\x", 3);
-  const auto folder = app.scan("C:%5Cr");
-  const auto other = app.scan("D:%5C");
-  const auto remote = app.scan("D:%5C");
+  const auto folder = app.scanJob("C:%5Cr");
+  const auto other = app.scanJob("D:%5C");
+  const auto remote = app.scanJob("D:%5C");
   remote->kind = kSshKind;
   remote->binned = 9;
   app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Cb");
@@ -242,12 +214,12 @@ TEST_CASE("scans without a bin in their tree move what was binned to what is fre
   CHECK(remote->binned == 9);
 }
 
-TEST_CASE("a bin that takes a part, and has no folder of the user's yet") {
-  DiskApp app;
+TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
+  App app;
   fill(*app.disk);
   app.disk->add(L"C:\\$Recycle.Bin\\desktop.ini", 0);
   for (int i = 0; i < 4; ++i) app.disk->add(L"C:\\p\\" + std::to_wstring(i), 25);
-  const auto job = app.scan("C:%5C");
+  const auto job = app.scanJob("C:%5C");
   const std::uint64_t before = job->result.byteCount;
   app.disk->binsNothing = true;
   app.disk->beforeShell = [&app] { app.disk->binBytes += 75; };
@@ -262,7 +234,7 @@ TEST_CASE("a bin that takes a part, and has no folder of the user's yet") {
   CHECK(job->result.byteCount == before - 25);
 }
 
-TEST_CASE("folders for temporary files are emptied, and nothing else") {
+TEST_CASE("only the ends of these paths are cleanable") {
   CHECK(isCleanableFolder(L"C:\\Windows\\Temp\\"));
   CHECK(isCleanableFolder(L"c:/windows/temp"));
   CHECK(isCleanableFolder(L"C:\\Users\\anna\\AppData\\Local\\Temp"));
@@ -271,38 +243,38 @@ TEST_CASE("folders for temporary files are emptied, and nothing else") {
                               L"C:\\XWindows\\Temp", L"C:\\AppData\\Temp"}) {
     CHECK_FALSE(isCleanableFolder(path));
   }
+}
 
-  DiskApp app;
-  MadeUpDisk& disk = *app.disk;
-  disk.volume(L"C:");
+TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
+  MemoryDisk disk;
   disk.add(L"C:\\Windows\\Tempo\\x");
   for (const wchar_t* path : {L"C:\\Windows\\Tempo", L"\\Windows\\Temp"}) {
-    CHECK(cleanFolder(disk, disk, path).error == "notAllowed");
+    CHECK(cleanFolder(disk, disk, path).failure == CleanupFailure::notAllowed);
   }
-  CHECK(cleanFolder(disk, disk, L"C:\\none\\Windows\\Temp").error == "unreadable");
-  disk.volume(L"E:");
+  CHECK(cleanFolder(disk, disk, L"C:\\none\\Windows\\Temp").failure == CleanupFailure::unreadable);
   disk.add(L"E:\\moved\\Windows\\Temp\\x");
   disk.add(L"C:\\moved\\Windows\\");
   disk.link(L"C:\\moved\\Windows\\Temp", L"E:\\moved\\Windows\\Temp");
-  CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").error == "notAllowed");
+  CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
   CHECK(disk.shellCalls == 0);
+}
+
+TEST_CASE("temporary folders are emptied as far as possible") {
+  App app;
+  MemoryDisk& disk = *app.disk;
   disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
   disk.add(L"C:\\Windows\\Temp\\old\\deep\\a.tmp", 10);
   disk.add(L"C:\\Windows\\Temp\\used\\free.tmp", 20);
   disk.add(L"C:\\Windows\\Temp\\used\\held.tmp", 30).locked = true;
-  // Read by the shell, these would be the folder above, every file, and a device.
+  // The shell would read these as the parent folder, all files, or a device.
   for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul", L"*"}) {
-    test::DiskNode& temp = *disk.at(L"C:\\Windows\\Temp");
-    temp.children.push_back(std::make_shared<test::DiskNode>());
-    temp.children.back()->name = name;
-    temp.children.back()->folder = false;
-    temp.children.back()->parent = &temp;
+    disk.addFile(L"C:\\Windows\\Temp", name, 0);
   }
   disk.add(L"C:\\Windows\\system.ini", 5);
   disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
   disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8);
-  const auto job = app.scan("C:%5C");
-  // Since then eve has put a link in the way of her folder.
+  const auto job = app.scanJob("C:%5C");
+  // Eve has replaced her folder by a link since the scan.
   disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
   disk.link(L"C:\\Users\\eve\\AppData", L"C:\\Users\\anna\\Documents\\AppData");
 
@@ -311,11 +283,11 @@ TEST_CASE("folders for temporary files are emptied, and nothing else") {
         R"(400 {"error":"notAllowed"})");
   const std::string none = R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})";
   CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") == none);
-  disk.removeNode(*disk.at(L"C:\\Users\\anna")); // only eve's way there is tried
+  disk.removeNode(*disk.at(L"C:\\Users\\anna"));
   disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
   const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
-  // Temp: two of the entries went, one is in use and five are not touched; anna's own is
-  // emptied as the advice names it, but for what is in use; eve's is passed over.
+  // In Temp two entries were deleted, one is in use and five are skipped; Anna's folder, which
+  // the advice lists, only has one in use; Eve's is skipped.
   CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":8,"folders":2,"bytes":1153433630})");
   CHECK(
       disk.log ==
@@ -328,16 +300,16 @@ TEST_CASE("folders for temporary files are emptied, and nothing else") {
   disk.lies = true;
   CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == none);
   CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
-  // Eve's change is hers, and no news to the scan.
+  // Undo the link, which the scan does not know.
   disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
   disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
   checkLikeFreshScan(app, *job);
 }
 
-TEST_CASE("a request that is not whole, or names no usable scan, does nothing") {
-  DiskApp app;
+TEST_CASE("incomplete requests and unusable scans change nothing") {
+  App app;
   fill(*app.disk);
-  app.scan("C:%5Cr");
+  app.scanJob("C:%5Cr");
   app.told("POST", "/api/scan", "path=C:%5Cnone");
   app.waitUntilDone(2);
   const auto before = app.disk->snapshot();
@@ -356,7 +328,7 @@ TEST_CASE("a request that is not whole, or names no usable scan, does nothing") 
   CHECK(app.told("POST", "/api/delete", cut) == R"(404 {"error":"noJob"})");
   app.state.jobs.find(1)->result.rootPath = root;
   CHECK(app.told("POST", "/api/delete", "job=1&dryrun=1") == R"(400 {"error":"niets opgegeven"})");
-  // A field that is not exactly "1" is not set; and the first of two counts.
+  // Only "1" sets a field, and the first of two fields counts.
   CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Ca&dryrun=1&dryrun=0").find("\"dryRun\":true") !=
         std::string::npos);
   CHECK(app.told("POST", "/api/delete", "p=C:%5C&dryrun=01").find("\"dryRun\":false") !=
@@ -365,14 +337,13 @@ TEST_CASE("a request that is not whole, or names no usable scan, does nothing") 
   CHECK(app.told("POST", "/api/delete", cut, {{"content-length", "18"}}).starts_with("200"));
 }
 
-TEST_CASE("while the disk works, scans answer and only the same scan's files wait") {
-  DiskApp app;
+TEST_CASE("during a deletion queries are answered and only operations on the same scan wait") {
+  App app;
   fill(*app.disk);
-  app.disk->volume(L"D:");
   app.disk->add(L"D:\\x\\y", 3);
   app.disk->add(L"C:\\Windows\\Temp\\z", 3);
-  app.scan("C:%5Cr");
-  app.scan("D:%5C");
+  app.scanJob("C:%5Cr");
+  app.scanJob("D:%5C");
   std::atomic<bool> gate{false};
   std::atomic<int> inShell{0};
   std::atomic<int> done{0};

@@ -7,13 +7,13 @@ using test::App;
 
 TEST_CASE("a job from start to result, and forgotten while running") {
   App app;
-  const std::wstring root = app.folders->addFolder(L"M:", L"r\u00E9");
+  const std::wstring root = app.disk->addFolder(L"M:", L"r\u00E9");
   for (int i = 0; i < 20; ++i) {
-    app.folders->addFile(app.folders->addFolder(root, std::to_wstring(i)), L"f", 5);
+    app.disk->addFile(app.disk->addFolder(root, std::to_wstring(i)), L"f", 5);
   }
   std::atomic<bool> gate{false};
   std::atomic<bool> reading{false};
-  app.folders->onOpen = [&gate, &reading](const std::wstring&) {
+  app.disk->onOpen = [&gate, &reading](const std::wstring&) {
     reading = true;
     while (!gate) std::this_thread::yield();
   };

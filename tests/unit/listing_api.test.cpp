@@ -7,11 +7,11 @@ using test::App;
 
 TEST_CASE("live listings: order, links, limits and failures") {
   App app;
-  const std::wstring root = app.folders->addFolder(L"M:", L"r");
-  for (const wchar_t* name : {L"b10", L"B9", L"a", L"b010"}) app.folders->addFolder(root, name);
-  app.folders->addLink(root, L"link", true);
+  const std::wstring root = app.disk->addFolder(L"M:", L"r");
+  for (const wchar_t* name : {L"b10", L"B9", L"a", L"b010"}) app.disk->addFolder(root, name);
+  app.disk->link(L"M:\\r\\link", L"M:\\elsewhere");
   for (int i = 0; i < 2500; ++i)
-    app.folders->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2));
+    app.disk->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2));
   CHECK(
       app.told("GET", "/api/browse?p=M%3A%5Cr%5C") ==
       R"(200 {"path":"M:\\r","parent":"M:\\","dirs":[{"n":"a","p":"M:\\r\\a","hidden":false},)"

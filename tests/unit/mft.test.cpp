@@ -372,7 +372,7 @@ TEST_CASE("every failure has its word, and the walk takes over") {
   };
   for (const auto& [word, open] : cases) {
     App app;
-    app.folders->addFolder(L"d:\\", L"walked");
+    app.disk->addFolder(L"d:\\", L"walked");
     app.state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
     app.state.steps.turbo = [&open = open](ScanProgress& progress, const ScanOptions& options,
                                            ScanResult& result) {

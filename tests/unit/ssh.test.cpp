@@ -220,7 +220,7 @@ TEST_CASE("a job over ssh: the password does not stay, the paths are the other m
   CHECK(scanned.files.size() == 4);
   for (const FileEntry& file : scanned.files) {
     const std::wstring path = filePath(scanned, file);
-    CHECK(deleteRefusal(path) == "notabsolute");
+    CHECK(deleteRefusal(path) == Refusal::notAbsolute);
     CHECK_FALSE(isInsideRoot(L"/", path));
     const std::string told = app.told("POST", "/api/delete", "dryrun=1&p=" + toUtf8(path));
     CHECK(told.find(R"("why":"notabsolute"}],"wouldDelete":[])") != std::string::npos);

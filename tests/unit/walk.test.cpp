@@ -1,6 +1,6 @@
 #include "scan/job.h"
 #include "scan/walk/walk.h"
-#include "support/memory_folders.h"
+#include "support/memory_disk.h"
 
 #include <doctest/doctest.h>
 
@@ -8,12 +8,12 @@
 #include <thread>
 
 using namespace vorda;
-using test::MemoryFolders;
+using test::MemoryDisk;
 
 namespace {
 
 // A tree of folders with a known sum, wide at the top and a long chain at one side.
-void fill(MemoryFolders& folders, const std::wstring& root, std::uint64_t& files,
+void fill(MemoryDisk& folders, const std::wstring& root, std::uint64_t& files,
           std::uint64_t& bytes) {
   folders.addFolder(L"M:", root.substr(3));
   std::wstring chain = root;
@@ -44,7 +44,7 @@ struct Scan {
 } // namespace
 
 TEST_CASE("any number of workers finds the same tree") {
-  MemoryFolders folders;
+  MemoryDisk folders;
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
   fill(folders, L"M:\\tree", files, bytes);
@@ -76,12 +76,12 @@ TEST_CASE("any number of workers finds the same tree") {
 }
 
 TEST_CASE("links are left out, unreadable folders stay, an early end is told") {
-  MemoryFolders folders;
+  MemoryDisk folders;
   const std::wstring root = folders.addFolder(L"M:", L"r");
   folders.addFolder(root, L"locked");
   folders.addFile(folders.addFolder(root, L"torn"), L"first.txt", 5);
-  folders.addLink(root, L"junction", true);
-  folders.addLink(root, L"link.txt", false);
+  folders.link(root + L"\\junction", L"M:\\elsewhere");
+  folders.addFile(root, L"link.txt", 999).link = L"M:\\elsewhere.txt";
   folders.addFile(root, L"a.txt", 7, 116'444'736'000'000'000ULL + 20'000'000);
   folders.unreadable = {L"M:\\r\\locked"};
   folders.endingEarly = {L"M:\\r\\torn"};
@@ -100,7 +100,7 @@ TEST_CASE("links are left out, unreadable folders stay, an early end is told") {
 
 TEST_CASE("a distribution's virtual folders are skipped at its root only") {
   for (const std::wstring share : {L"\\\\WSL$\\Deb", L"\\\\wsl.localhost\\Deb", L"\\\\nas\\wsl"}) {
-    MemoryFolders folders;
+    MemoryDisk folders;
     const std::wstring root = folders.addFolder(share, L"");
     for (const wchar_t* name : {L"Proc", L"sys", L"dev", L"run", L"mnt"}) {
       folders.addFile(folders.addFolder(share, name), L"x", 1);
@@ -115,7 +115,7 @@ TEST_CASE("a distribution's virtual folders are skipped at its root only") {
 }
 
 TEST_CASE("a cancel lets the folders in hand finish and reads no more") {
-  MemoryFolders folders;
+  MemoryDisk folders;
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
   fill(folders, L"M:\\tree", files, bytes);
@@ -162,7 +162,7 @@ TEST_CASE("roots and workers") {
   CHECK(workerCount(4'000'000'000U, L"\\\\s\\d") == 32);
   CHECK(workerCount(64, L"C:\\") == 16);
   CHECK(workerCount(0, L"\\\\s\\d") == 12);
-  MemoryFolders folders;
+  MemoryDisk folders;
   folders.addFile(L"M:\\r", L"file", 3);
   for (const wchar_t* root : {L"M:\\r\\file", L"M:\\none"}) {
     Scan scan;

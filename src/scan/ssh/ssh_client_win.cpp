@@ -39,9 +39,8 @@ struct FolderIdentity {
   DWORD low = 0;
 
   explicit FolderIdentity(const std::wstring& path) {
-    const FileHandle folder(
-        CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const FileHandle folder(CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION facts{};
     if (!folder.valid() || GetFileInformationByHandle(folder.get(), &facts) == FALSE) return;
     known = true;

@@ -5,9 +5,8 @@
 #include "http/message_parser.h"
 #include "report/result_document.h"
 #include "scan/walk/walk.h"
-#include "support/made_up_disk.h"
 #include "support/memory_contents.h"
-#include "support/memory_folders.h"
+#include "support/memory_disk.h"
 #include "tree/size_tree.h"
 
 #include <memory>
@@ -17,7 +16,7 @@ namespace vorda::test {
 
 struct App {
   AppState state;
-  MemoryFolders* folders = nullptr;   // owned by state
+  MemoryDisk* disk = nullptr;         // owned by state
   MemoryContents* contents = nullptr; // owned by state
   int quits = 0;
   int elevations = 0;
@@ -25,10 +24,10 @@ struct App {
   std::vector<std::wstring> revealed;
 
   App() {
-    auto memory = std::make_unique<MemoryFolders>();
-    folders = memory.get();
+    auto memory = std::make_unique<MemoryDisk>();
+    disk = memory.get();
+    state.machine.reset(disk);
     state.folders = std::move(memory);
-    state.machine = std::make_unique<MadeUpDisk>();
     auto held = std::make_unique<MemoryContents>();
     contents = held.get();
     state.contents = std::move(held);
@@ -36,7 +35,7 @@ struct App {
     state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, kNotLocal}; };
     state.steps.walk = [this](ScanProgress& progress, const ScanOptions& options,
                               ScanResult& result) {
-      return walk(*folders, progress, options, result, 2);
+      return walk(*disk, progress, options, result, 2);
     };
     state.steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
     state.steps.finish = [](Job& job) {
@@ -63,6 +62,7 @@ struct App {
     for (const BackgroundRun* run : {&state.finder, &state.duplicates, &state.verification}) {
       while (run->running()) std::this_thread::yield();
     }
+    static_cast<void>(state.machine.release()); // the same object as the folders
   }
   App(const App&) = delete;
   App& operator=(const App&) = delete;
@@ -87,7 +87,7 @@ struct App {
   // Adds a file that is listed in its folder and has this content.
   void addContent(const std::wstring& folder, const std::wstring& name, std::string content,
                   std::uint64_t number = 0) {
-    folders->addFile(folder, name, content.size());
+    disk->addFile(folder, name, content.size());
     contents->add(joinPath(folder, name), std::move(content), number);
   }
 
@@ -99,7 +99,9 @@ struct App {
     return id;
   }
 
-  // Waits for the result of a search.
+  std::shared_ptr<Job> scanJob(const std::string& path) { return state.jobs.find(scanned(path)); }
+
+  // Waits for the result of a run.
   std::string resultOf(const std::string& path) {
     while (told("GET", path).starts_with("200 {\"running\":true")) std::this_thread::yield();
     return told("GET", path);

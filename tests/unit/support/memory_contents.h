@@ -1,5 +1,4 @@
-// Made-up files for what reads contents. A test may change them while they are read, at
-// the moments that the hooks mark.
+// In-memory file contents. Tests can modify files in the hooks while they are read.
 #pragma once
 
 #include "search/file_contents.h"
@@ -17,21 +16,21 @@ struct MemoryFile {
   std::string content;
   FileState state;
   std::uint64_t changed = 0;
-  std::uint64_t number = 0; // 0: the file system does not tell
-  std::string_view failure; // of looking at it or opening it
+  std::uint64_t number = 0;                // the identity; 0 if unknown
+  FileFailure failure = FileFailure::none; // of look and open
   bool failsReading = false;
 };
 
 class MemoryContents final : public FileContents {
 public:
-  // Called before a file is looked at, opened and read, on the thread that does it.
+  // Called first in each function, on the calling thread.
   std::function<void(const std::wstring&)> onLook;
   std::function<void(const std::wstring&)> onOpen;
   std::function<void(const std::wstring&)> onRead;
   std::atomic<std::uint64_t> bytesRead{0};
   std::atomic<int> opened{0};
 
-  // number: files with the same one are one file; 0 gives the next of its own.
+  // Paths with the same number are names of one file; 0 assigns a new one.
   void add(const std::wstring& path, std::string content, std::uint64_t number = 0) {
     edit(path, [&](MemoryFile& file) {
       file.number = number == 0 ? ++nextNumber_ : number;
@@ -45,7 +44,7 @@ public:
     change(files_[path]);
   }
 
-  // New content, with the marks that a file system leaves.
+  // Replaces the content and updates the times, as a file system does.
   void rewrite(const std::wstring& path, std::string content) {
     edit(path, [&](MemoryFile& file) {
       file.state.size = content.size();
@@ -59,11 +58,11 @@ public:
     files_.erase(path);
   }
 
-  std::optional<FileState> look(const std::wstring& path, std::string_view& failure) override {
+  std::optional<FileState> look(const std::wstring& path, FileFailure& failure) override {
     if (onLook) onLook(path);
     const std::optional<MemoryFile> file = copy(path);
-    failure = file ? file->failure : "missing";
-    return failure.empty() ? std::optional(file->state) : std::nullopt;
+    failure = file ? file->failure : FileFailure::missing;
+    return failure == FileFailure::none ? std::optional(file->state) : std::nullopt;
   }
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
@@ -73,17 +72,17 @@ public:
   }
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers,
-                                    std::string_view& failure) override {
+                                    FileFailure& failure) override {
     if (onOpen) onOpen(path);
     const std::optional<MemoryFile> file = copy(path);
-    failure = file ? file->failure : "missing";
-    if (!failure.empty()) return nullptr;
+    failure = file ? file->failure : FileFailure::missing;
+    if (failure != FileFailure::none) return nullptr;
     ++opened;
     return std::make_unique<File>(*this, path, *file);
   }
 
   std::unique_ptr<Hasher> hasher() override { return std::make_unique<FourSums>(); }
-  void stepBack() override {}
+  void lowerPriority() override {}
 
 private:
   std::optional<MemoryFile> copy(const std::wstring& path) {
@@ -113,7 +112,7 @@ private:
     }
 
   private:
-    // An open file outlives its name, and goes on when another one gets that.
+    // False if the path now leads to a different file, or to none.
     bool refresh() {
       const std::optional<MemoryFile> now = owner_.copy(path_);
       const bool named = now && now->number == file_.number;
@@ -126,7 +125,7 @@ private:
     MemoryFile file_;
   };
 
-  // Four different sums of the bytes; not for enemies.
+  // Four simple checksums.
   class FourSums final : public Hasher {
   public:
     void add(std::span<const std::byte> bytes) override {

@@ -2,10 +2,27 @@
 #pragma once
 
 #include "support/app.h"
+#include "support/cases.h"
 
 #include <doctest/doctest.h>
 
 namespace vorda::test {
+
+constexpr const char* kStarted = R"(200 {"started":true,"running":true})";
+
+// The result of a run with these form fields.
+inline std::string runToEnd(App& app, const std::string& path, const std::string& fields) {
+  REQUIRE(app.told("POST", path, fields) == kStarted);
+  return app.resultOf(path);
+}
+
+// An expected document by its name in the table.
+inline std::string expectedDocument(const std::string& name) {
+  for (const auto& row : cases("search_documents.txt", 2)) {
+    if (row[0] == name) return row[1];
+  }
+  return "no such row";
+}
 
 // The first number with this key in a document.
 inline std::uint64_t numberIn(const std::string& document, const std::string& key) {
@@ -20,12 +37,12 @@ struct OpenGate {
   std::atomic<int> reached{0};
   App& app;
   explicit OpenGate(App& on) : app(on) {
-    app.folders->onOpen = [this](const std::wstring&) {
+    app.disk->onOpen = [this](const std::wstring&) {
       ++reached;
       while (shut) std::this_thread::yield();
     };
   }
-  ~OpenGate() { app.folders->onOpen = nullptr; }
+  ~OpenGate() { app.disk->onOpen = nullptr; }
   void waitUntilReached() const {
     while (reached == 0) std::this_thread::yield();
   }

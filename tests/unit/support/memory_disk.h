@@ -1,5 +1,5 @@
-// A made-up machine with drives, shares, links, short names and a shell that does what it
-// is told, down to the first NUL and with every wildcard.
+// An in-memory system: drives, shares, links, 8.3 names, and a shell that deletes what it is given,
+// with wildcards and only up to the first NUL.
 #pragma once
 
 #include "base/paths.h"
@@ -19,32 +19,35 @@ namespace vorda::test {
 struct DiskNode {
   std::wstring name;
   std::wstring shortName;
-  std::wstring link; // where it leads; empty for all that is no link
+  std::wstring link; // the target of a link
   bool folder = true;
   bool locked = false; // the shell fails to delete it
-  bool mount = false;  // another volume begins here
+  bool mount = false;  // another volume is mounted here
   std::uint64_t size = 0;
+  std::uint64_t lastWrite = 0;
   std::uint64_t id = 0;
   DiskNode* parent = nullptr;
   std::vector<std::shared_ptr<DiskNode>> children;
 };
 
-class MadeUpDisk final : public FolderSource, public Machine {
+class MemoryDisk final : public FolderSource, public Machine {
 public:
   std::vector<KnownFolder> known;
   std::vector<std::wstring> mounts;
   std::vector<std::wstring> noBins; // roots
   std::function<void()> beforeShell;
   std::function<void(const std::wstring&)> onHold;
-  std::function<void(const std::wstring&)> onOpen;
+  std::function<void(const std::wstring&)> onOpen; // called on the thread that opens a folder
+  std::vector<std::wstring> unreadable;            // folders that cannot be listed
+  std::vector<std::wstring> endingEarly;           // folders whose listing fails at the end
   std::string log;
   std::uint64_t binBytes = 0;
   std::uint64_t binItems = 0;
   std::int32_t emptyResult = 0;
-  bool binsNothing = false; // the shell deletes for good although asked for the bin
+  bool binsNothing = false; // the shell deletes permanently instead
   bool aborts = false;
-  bool lies = false; // the shell reports success whatever came of it
-  // What the system tells at all.
+  bool lies = false; // the shell always reports success
+  // What the system can determine.
   bool longPaths = true;
   bool finalPlaces = true;
   bool identities = true;
@@ -52,47 +55,50 @@ public:
   std::atomic<int> listed{0}; // folders opened
   std::vector<std::wstring> handed;
 
-  // Makes a drive ("C:") or a share ("\\server\share"); another name for a folder that is
-  // already there when target is given.
-  void volume(const std::wstring& name, const std::wstring& target = {}) {
-    if (!target.empty()) {
-      volumes_[lowerCase(name)] = at(target);
-      return;
-    }
-    auto root = std::make_shared<DiskNode>();
+  // Makes a drive ("C:") or a share ("\\server\share"), or another name for an existing folder.
+  DiskNode* volume(const std::wstring& name, const std::wstring& target = {}) {
+    DiskNode*& root = volumes_[lowerCase(name)];
+    if (!target.empty()) return root = at(target);
+    root = roots_.emplace_back(std::make_shared<DiskNode>()).get();
     root->name = name;
     root->id = ++lastId_;
-    roots_.push_back(root);
-    volumes_[lowerCase(name)] = root.get();
+    return root;
   }
 
-  // Makes a file, or with a name that ends in "\" a folder, and the folders around it. The
-  // name is taken as it stands.
+  // Makes a file, or a folder if the path ends in "\", and its parents. Names are not checked.
   DiskNode& add(const std::wstring& path, std::uint64_t size = 1) {
     std::size_t from = rootLength(path);
-    DiskNode* node = volumes_.at(lowerCase(path.substr(0, from)));
+    const auto root = volumes_.find(lowerCase(path.substr(0, from)));
+    DiskNode* node = root == volumes_.end() ? volume(path.substr(0, from)) : root->second;
     while (++from < path.size()) {
       const std::size_t to = std::min(path.find(L'\\', from), path.size());
       const std::wstring name = path.substr(from, to - from);
       DiskNode* child = childOf(*node, name);
-      if (child == nullptr) {
-        node->children.push_back(std::make_shared<DiskNode>());
-        child = node->children.back().get();
-        child->name = name;
-        child->id = ++lastId_;
-        child->parent = node;
-        child->folder = to < path.size();
-        child->size = child->folder ? 0 : size;
-      }
-      node = child;
+      node = child != nullptr ? child : &append(*node, name, to < path.size(), size);
       from = to;
     }
     return *node;
   }
 
-  void link(const std::wstring& path, const std::wstring& target) {
+  // Without looking for an entry of the same name.
+  DiskNode& addFile(const std::wstring& folder, const std::wstring& name, std::uint64_t size,
+                    std::uint64_t lastWrite = 0) {
+    DiskNode& file = append(add(joinPath(folder, L"")), name, false, size);
+    file.lastWrite = lastWrite;
+    return file;
+  }
+
+  // Returns the path.
+  std::wstring addFolder(const std::wstring& folder, const std::wstring& name) {
+    std::wstring path = joinPath(folder, name);
+    add(joinPath(path, L""));
+    return path;
+  }
+
+  DiskNode& link(const std::wstring& path, const std::wstring& target) {
     DiskNode& node = add(path + L'\\');
     node.link = target;
+    return node;
   }
 
   DiskNode* at(const std::wstring& path) const { return resolve(path, false); }
@@ -101,7 +107,7 @@ public:
     std::erase_if(node.parent->children, [&node](const auto& one) { return one.get() == &node; });
   }
 
-  // Every file and folder there is, with its full name.
+  // The full paths of all files and folders.
   std::vector<std::wstring> snapshot() const {
     std::vector<std::wstring> all;
     for (const auto& root : roots_) list(*root, root->name, all);
@@ -141,7 +147,7 @@ public:
     std::wstring below;
     std::wstring onVolume;
     bool inMount = false;
-    // A share stays a share: the other side does not tell where it lies.
+    // The final path on a share lies on the share: the server does not reveal its own path.
     const std::wstring share = path.starts_with(L"\\\\") ? path.substr(0, rootLength(path)) : L"";
     const auto shared = volumes_.find(lowerCase(share));
     for (; node->parent != nullptr; node = node->parent) {
@@ -215,12 +221,13 @@ public:
 private:
   class Reader final : public FolderReader {
   public:
-    explicit Reader(MadeUpDisk& disk) : disk_(disk) {}
+    explicit Reader(MemoryDisk& disk) : disk_(disk) {}
     bool open(const std::wstring& folder, bool) override {
       ++disk_.listed;
       if (disk_.onOpen) disk_.onOpen(folder);
       const DiskNode* node = disk_.resolve(folder, true);
-      if (node == nullptr || !node->folder) return false;
+      if (node == nullptr || !node->folder || contains(disk_.unreadable, folder)) return false;
+      endsEarly_ = contains(disk_.endingEarly, folder);
       items_ = node->children;
       next_ = 0;
       return true;
@@ -228,23 +235,38 @@ private:
     bool next(FolderItem& item) override {
       if (next_ == items_.size()) return false;
       const DiskNode& one = *items_[next_++];
-      item = {one.name, one.size, 0, one.folder, false, !one.link.empty()};
+      item = {one.name, one.size, one.lastWrite, one.folder, false, !one.link.empty()};
       return true;
     }
-    bool endedEarly() const override { return false; }
+    bool endedEarly() const override { return endsEarly_; }
 
   private:
-    MadeUpDisk& disk_;
+    static bool contains(const std::vector<std::wstring>& paths, const std::wstring& path) {
+      return std::find(paths.begin(), paths.end(), path) != paths.end();
+    }
+
+    MemoryDisk& disk_;
+    bool endsEarly_ = false;
     std::vector<std::shared_ptr<DiskNode>> items_;
     std::size_t next_ = 0;
   };
 
-  // How long the drive or share at the front of a path is.
+  // The length of the drive or share that a path begins with.
   static std::size_t rootLength(const std::wstring& path) {
     if (!path.starts_with(L"\\\\")) return std::min<std::size_t>(2, path.size());
     const std::size_t server = path.find(L'\\', 2);
     return server == std::wstring::npos ? path.size()
                                         : std::min(path.find(L'\\', server + 1), path.size());
+  }
+
+  DiskNode& append(DiskNode& folder, const std::wstring& name, bool isFolder, std::uint64_t size) {
+    DiskNode& child = *folder.children.emplace_back(std::make_shared<DiskNode>());
+    child.name = name;
+    child.id = ++lastId_;
+    child.parent = &folder;
+    child.folder = isFolder;
+    child.size = isFolder ? 0 : size;
+    return child;
   }
 
   static DiskNode* childOf(const DiskNode& folder, std::wstring_view name) {
@@ -288,7 +310,7 @@ private:
     const std::wstring rest = path.substr(rootEnd);
     const auto parts = pathComponents(rest);
     for (std::size_t i = 0; i < parts.size() && node != nullptr; ++i) {
-      // A stream belongs to its file.
+      // A stream is part of its file.
       node = childOf(*node, parts[i].substr(0, parts[i].find(L':')));
       const bool follow = followLast || i + 1 < parts.size();
       if (node != nullptr && follow && !node->link.empty()) {
@@ -321,7 +343,7 @@ private:
   }
 
   std::vector<std::shared_ptr<DiskNode>> roots_;
-  std::map<std::wstring, DiskNode*> volumes_; // by lower-cased name
+  std::map<std::wstring, DiskNode*> volumes_; // by lower-case name
   std::uint64_t lastId_ = 0;
 };
 

@@ -1,0 +1,42 @@
+// Why a path may not be deleted.
+#pragma once
+
+#include <string_view>
+
+namespace vorda {
+
+enum class Refusal {
+  none, // the path may be deleted
+
+  // By its spelling.
+  tooShort,
+  dotDot, // contains ".."
+  wildcard,
+  driveRoot,
+  notAbsolute,
+  wholeShare,
+
+  // A protected place, or a folder that contains one.
+  windows,
+  programs,
+  restore,
+  recycleBin,
+  boot,
+  recovery,
+  programData,
+  allUsers,
+  pageFile,
+  hibernationFile,
+  bootManager,
+  profile, // the home folder of a user
+
+  // By what the system reports about it.
+  outside,   // not below the scanned root
+  ambiguous, // the system reads the path differently, or it changed while it was checked
+  missing,
+};
+
+// The word for a refusal in answers and documents; empty for none.
+std::string_view wordOf(Refusal refusal);
+
+} // namespace vorda
