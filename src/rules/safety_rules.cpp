@@ -68,7 +68,7 @@ std::string deleteRefusal(std::wstring_view path) {
     rest = whole.substr(2);
   } else {
     // "/\name" is a name at the root of another machine, and no share.
-    if (isRemotePath(path) || !whole.starts_with(L"\\\\")) return "notabsolute";
+    if (isSshPath(path) || !whole.starts_with(L"\\\\")) return "notabsolute";
     const std::size_t serverEnd = whole.find(L'\\', 2);
     if (serverEnd == std::wstring_view::npos) return "wholeshare";
     const std::size_t shareEnd = whole.find(L'\\', serverEnd + 1);

@@ -1,7 +1,7 @@
 #include "fileops/delete.h"
 #include "fileops/deletion_log.h"
 #include "support/made_up_disk.h"
-#include "support/rows.h"
+#include "support/cases.h"
 
 #include <doctest/doctest.h>
 
@@ -14,7 +14,7 @@ namespace {
 // A machine with everything in it that must not go, and many ways to get there.
 std::unique_ptr<MadeUpDisk> makeWorld() {
   auto disk = std::make_unique<MadeUpDisk>();
-  test::eachRow("tests/data/deletion_world.txt", [&disk](const std::string& line) {
+  test::eachRow("deletion_world.txt", [&disk](const std::string& line) {
     const std::size_t blank = line.find(' ');
     const std::string what = line.substr(0, blank);
     const std::wstring rest = toUtf16(line.substr(blank + 1));
@@ -67,7 +67,7 @@ TEST_CASE("every spelling of a deletion goes where it should, and nowhere else")
   std::string without = "@without ";
   int refused = 0;
   int deleted = 0;
-  test::eachRow("tests/data/deletion_spellings.txt", [&](const std::string& line) {
+  test::eachRow("deletion_spellings.txt", [&](const std::string& line) {
     CAPTURE(line);
     if (line.starts_with("@without")) without = line + " ";
     if (line.starts_with("@root")) {

@@ -2,7 +2,7 @@
 #include "fileops/measure.h"
 #include "rules/safety_rules.h"
 #include "support/memory_folders.h"
-#include "support/rows.h"
+#include "support/cases.h"
 
 #include <doctest/doctest.h>
 
@@ -10,7 +10,7 @@ using namespace vorda;
 
 TEST_CASE("what must not be deleted, by spelling") {
   std::size_t rows = 0;
-  test::eachRow("tests/data/safety_rules.txt", [&rows](const std::string& line) {
+  test::eachRow("safety_rules.txt", [&rows](const std::string& line) {
     CAPTURE(line);
     const std::string word = line.substr(0, line.find(' '));
     CHECK(deleteRefusal(test::withUnits(line.substr(word.size() + 1))) ==
