@@ -4,15 +4,11 @@
 // finder_win.exe FOLDER [ROUNDS]
 #include "api/search_form.h"
 #include "base/text.h"
+#include "measure_win.h"
 #include "scan/walk/walk.h"
 #include "search/finder.h"
 
-#include <windows.h>
-
-#include <psapi.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -20,6 +16,8 @@
 namespace {
 
 using namespace vorda;
+using bench::median;
+using bench::secondsOf;
 
 // A thousand folders of a thousand files each, none of which is held.
 class ManyFiles final : public FolderSource {
@@ -90,17 +88,6 @@ struct Finder {
   BackgroundRun run;
 };
 
-template <typename Work> double secondsOf(Work work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
 void compareWithWalk(const std::wstring& root, int rounds) {
   const auto folders = systemFolders();
   Finder finder(*folders);
@@ -127,12 +114,7 @@ void compareWithWalk(const std::wstring& root, int rounds) {
               files, rounds, median(bare), median(searched), bytes, median(ratios));
 }
 
-double peakMegabytes() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return static_cast<double>(counters.PeakWorkingSetSize) / 1e6;
-}
+double peakMegabytes() { return bench::memory().peak / 1e6; }
 
 // Whether the document lists exactly the 20,000 largest hits, largest first.
 bool isRight(const std::string& document) {

@@ -1,38 +1,17 @@
-// What a large scan result costs in the program as it is shipped: seconds to sum it and
-// to write its document, and memory per folder and per kept file, at two sizes.
+// Cost of a large scan result at two sizes: seconds for summing and for the document, memory
+// per folder and per kept file.
+#include "measure_win.h"
 #include "report/result_document.h"
 #include "synthetic.h"
 #include "tree/size_tree.h"
 
-#include <windows.h>
-
-#include <psapi.h>
-
-#include <chrono>
 #include <cstdio>
 
 namespace {
 
 using namespace vorda;
-
-struct Memory {
-  double now = 0;
-  double peak = 0;
-};
-
-Memory memory() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return {static_cast<double>(counters.WorkingSetSize),
-          static_cast<double>(counters.PeakWorkingSetSize)};
-}
-
-template <typename Work> double secondsOf(Work work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
+using bench::memory;
+using bench::secondsOf;
 
 void measure(std::uint32_t folders, std::uint32_t files) {
   Job job;

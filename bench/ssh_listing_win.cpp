@@ -1,24 +1,17 @@
-// Builds a scan result from a listing in a file, as it comes from the other end of an ssh:
-// seconds, and memory per file, the kept ones with a filter that keeps all included.
+// Builds a scan result from an ssh listing in a file: seconds, and memory per file, with the
+// default list of kept files and with all files kept.
+//
 // ssh_listing_win.exe ROOT FILE
+#include "measure_win.h"
 #include "scan/ssh/ssh_scan.h"
-
-#include <windows.h>
-
-#include <psapi.h>
 
 #include <cstdio>
 
 namespace {
 
 using namespace vorda;
-
-PROCESS_MEMORY_COUNTERS memory() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return counters;
-}
+using bench::memory;
+using bench::secondsOf;
 
 class FileAsSsh final : public SshProcess {
 public:
@@ -49,18 +42,17 @@ void measure(const wchar_t* root, const wchar_t* name, std::uint64_t keptFrom) {
   ScanProgress progress;
   ScanResult result;
   SshFacts facts;
-  const auto before = static_cast<double>(memory().WorkingSetSize);
-  const auto began = std::chrono::steady_clock::now();
-  if (!sshScan(start, progress, options, Secret(), result, facts)) return;
-  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
+  const double before = memory().now;
+  bool done = false;
+  const double seconds =
+      secondsOf([&] { done = sshScan(start, progress, options, Secret(), result, facts); });
+  if (!done) return;
   const auto files = static_cast<double>(result.fileCount);
   std::printf("  %.0f files in %zu folders, %zu kept: %.2f s (%.0f ns a file); bytes a file: %.0f "
               "held, %.0f "
               "at the peak\n",
-              files, result.folders.size(), result.files.size(), took.count(),
-              took.count() * 1e9 / files,
-              (static_cast<double>(memory().WorkingSetSize) - before) / files,
-              (static_cast<double>(memory().PeakWorkingSetSize) - before) / files);
+              files, result.folders.size(), result.files.size(), seconds, seconds * 1e9 / files,
+              (memory().now - before) / files, (memory().peak - before) / files);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Scan results of any size, as a walk of a large machine would leave them.
+// Synthetic scan results of any size, shaped like those of a walk.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -8,13 +8,13 @@
 
 namespace vorda::bench {
 
-// A tree as a walk leaves it: parents before children, most folders 4 to 12 levels deep.
+// Parents before children, most folders 4 to 12 levels deep.
 inline FolderTable realisticTree(std::uint32_t count) {
   std::mt19937 random(11);
   FolderTable folders(count);
   folders[0].name = L"C:\\";
   for (std::uint32_t i = 1; i < count; ++i) {
-    // Breadth first: parents are taken from a window that moves along behind the children.
+    // Breadth first: parents come from a window of lower indices.
     const std::uint32_t low = i / 9;
     const std::uint32_t high = std::max(i / 5, 1U);
     folders[i].parent = low + static_cast<std::uint32_t>(random()) % (high - low + 1);

@@ -1,19 +1,14 @@
-// How fast the master file table is read, against a bare loop that only reads the same
-// extents in the same chunks; and what the reader holds. All in one run and taking turns;
-// medians and ratios are what counts.
+// Speed of turbo compared with a bare loop that only reads the same extents in the same chunks,
+// and memory per record. Both alternate within one run; compare medians and ratios.
 //
 // turbo_win.exe LETTER ROUNDS | turbo_win.exe LETTER memory
+#include "measure_win.h"
 #include "report/result_document.h"
 #include "scan/turbo/table_extents.h"
 #include "scan/turbo/turbo_scan.h"
 #include "tree/size_tree.h"
 
-#include <windows.h>
-
-#include <psapi.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -22,39 +17,16 @@
 namespace {
 
 using namespace vorda;
+using namespace vorda::bench;
 
 constexpr std::size_t kChunk = 8'388'608;
-
-struct Memory {
-  double now = 0;
-  double peak = 0;
-};
-
-Memory memory() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return {static_cast<double>(counters.WorkingSetSize),
-          static_cast<double>(counters.PeakWorkingSetSize)};
-}
-
-template <typename Work> double secondsOf(Work work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
 
 struct Table {
   MftLayout layout;
   MftExtents extents;
 };
 
-Table findIt(Volume& volume) {
+Table locateTable(Volume& volume) {
   Table table;
   const PageBuffer boot = volume.buffer(kBootBytes);
   if (volume.read(0, boot.get(), kBootBytes) != kBootBytes ||
@@ -66,10 +38,10 @@ Table findIt(Volume& volume) {
   return table;
 }
 
-// Opening, finding and reading the table, and doing nothing with it.
+// Opens the volume, locates the table and reads it without parsing.
 void bareLoop(wchar_t letter) {
   const OpenedVolume opened = openVolume(letter);
-  const Table table = findIt(*opened.volume);
+  const Table table = locateTable(*opened.volume);
   const PageBuffer buffer = opened.volume->buffer(kChunk);
   std::uint64_t at = 0;
   while (at < table.extents.bytes) {
@@ -84,7 +56,7 @@ void bareLoop(wchar_t letter) {
   }
 }
 
-// Tells what is held when the volume is done with: nothing but the records and names.
+// Measures memory when turbo closes the volume: only records and names are held then.
 class WatchedVolume final : public Volume {
 public:
   WatchedVolume(std::unique_ptr<Volume> volume, double& held)
@@ -106,7 +78,7 @@ ScanSteps steps(const OpenVolume& open) {
   ScanSteps steps;
   steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
   steps.turbo = [open](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
-    return readMft(open, progress, options, result);
+    return turboScan(open, progress, options, result);
   };
   steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
   steps.finish = [](Job& job) {
@@ -128,7 +100,7 @@ void scanWhole(Job& job, wchar_t letter, const ScanSteps& with) {
 void measureMemory(wchar_t letter) {
   const std::uint64_t count = [letter] {
     const OpenedVolume opened = openVolume(letter);
-    const Table table = findIt(*opened.volume);
+    const Table table = locateTable(*opened.volume);
     return table.extents.bytes / table.layout.recordBytes;
   }();
   const auto records = static_cast<double>(count);
@@ -166,14 +138,14 @@ void measureTime(wchar_t letter, int rounds) {
       ScanOptions options;
       options.root = {letter, L':'};
       ScanResult result;
-      readMft(openVolume, progress, options, result);
+      turboScan(openVolume, progress, options, result);
       files = result.fileCount;
     }));
     Job job;
     whole.push_back(secondsOf([&job, letter] { scanWhole(job, letter, steps(openVolume)); }));
   }
   const OpenedVolume opened = openVolume(letter);
-  const Table table = findIt(*opened.volume);
+  const Table table = locateTable(*opened.volume);
   const std::uint64_t records = table.extents.bytes / table.layout.recordBytes;
   std::printf("%llu records in %zu extents, %llu files; medians of %d rounds\n", records,
               table.extents.extents.size(), files, rounds);

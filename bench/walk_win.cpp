@@ -1,6 +1,6 @@
-// How fast the walk is, against the two ways a program would otherwise read a tree: one
-// thread with the system's own enumeration, and the standard library. All in one run and
-// taking turns, since the machine's speed drifts; medians and ratios are what counts.
+// Speed of the walk compared with one thread that uses FindFirstFileExW and with
+// std::filesystem. All alternate within one run, since the machine's speed drifts; compare
+// medians and ratios.
 //
 // walk_win.exe FOLDER [ROUNDS]
 #include "base/text.h"
@@ -97,7 +97,7 @@ extern "C" int wmain(int count, wchar_t** arguments) {
   std::vector<Contender> contenders;
   contenders.push_back({"FindFirstFileExW, 1 thread", [&root] { return oneThread(root); }, {}});
   contenders.push_back({"std::filesystem", [&root] { return standardLibrary(root); }, {}});
-  contenders.push_back({"walk, its own choice", [&root] { return walkWith(root, 0); }, {}});
+  contenders.push_back({"walk, default workers", [&root] { return walkWith(root, 0); }, {}});
   for (const unsigned workers : {1U, 2U, 3U, 4U, 8U, 16U}) {
     contenders.push_back({"walk, " + std::to_string(workers) + " workers",
                           [&root, workers] { return walkWith(root, workers); },

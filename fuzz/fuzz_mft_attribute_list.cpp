@@ -1,4 +1,4 @@
-// Attribute lists: the pieces come out in order, and never more than the list has room for.
+// Attribute lists: pieces are sorted and no more than the list can hold.
 #include "scan/turbo/attribute_list.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Boot sectors: a layout that is accepted is one that can be counted with.
+// Boot sectors: an accepted layout is within the documented ranges.
 #include "scan/turbo/boot_sector.h"
 
 #include <bit>
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                      layout.clusterBytes % layout.sectorBytes == 0 &&
                      layout.clusterBytes <= 2'097'152 && layout.recordBytes >= 512 &&
                      layout.recordBytes <= 65'536 && layout.recordBytes % 512 == 0;
-  // The reader relies on it: records fill whole sectors, or sectors whole records.
+  // Turbo relies on this when it reads single records.
   const bool fits =
       layout.recordBytes % layout.sectorBytes == 0 || layout.sectorBytes % layout.recordBytes == 0;
   const bool offsets = layout.tableCluster < layout.clusters &&

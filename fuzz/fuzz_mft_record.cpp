@@ -1,5 +1,5 @@
-// Records behind their fixups: whatever is in them, what is read of them lies inside. The
-// protection is put on and taken off again on the way.
+// File records: decoded values lie inside the record, stored names are safe to display, and
+// failed fixups change nothing.
 #include "scan/turbo/file_record.h"
 #include "scan/turbo/record_table.h"
 
@@ -13,7 +13,7 @@ struct Names {
   vorda::NamePool::Writer writer{pool};
 };
 
-// What a name reads like after it was kept.
+// The name after storing it in a pool.
 std::wstring kept(vorda::ByteView name) {
   static auto names = std::make_unique<Names>();
   vorda::PooledName pooled;

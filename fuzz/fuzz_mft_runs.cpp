@@ -1,4 +1,4 @@
-// Run lists on a volume of as many clusters as the first bytes say: no run leaves it.
+// Run lists: no run extends past the volume, whose size is taken from the first bytes.
 #include "scan/turbo/run_list.h"
 
 #include <cstdlib>

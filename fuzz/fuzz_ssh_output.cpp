@@ -1,5 +1,5 @@
-// What another machine prints, and in the first byte the size of the pieces it comes in. Pieces
-// change nothing, and what was listed adds up.
+// Output of an ssh host, fed in chunks whose size is the first byte. The result does not depend
+// on the chunks, and its totals add up.
 #include "scan/ssh/ssh_output.h"
 
 #include <array>
@@ -13,7 +13,7 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-// The sums that must be the same however the bytes come.
+// Totals that must not depend on the chunk size.
 std::array<std::uint64_t, 6> listed(std::string_view bytes, std::size_t step) {
   ScanOptions options;
   options.fileListThreshold = 0;

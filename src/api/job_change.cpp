@@ -2,14 +2,13 @@
 
 #include "base/time.h"
 #include "report/result_document.h"
+#include "scan/final_totals.h"
 
 namespace vorda {
 
 void finishChange(Job& job, TreeUpdate& update) {
   update.finish();
-  job.progress.files = job.result.fileCount;
-  job.progress.bytes = job.result.byteCount;
-  job.progress.dirs = job.result.folderCount;
+  publishTotals(job.progress, job.result);
   buildResultDocument(job, kDocumentOptions, nowUnixMs());
 }
 

@@ -36,7 +36,7 @@ HttpResponse elevate(const AppState& state) {
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {
   if (const std::string* path = request.queryValue("p")) {
     const std::wstring place = toUtf16(*path);
-    if (!isRemotePath(place)) state.session.reveal(place);
+    if (!isSshPath(place)) state.session.reveal(place);
   }
   return okAnswer();
 }

@@ -13,7 +13,7 @@ ScanSteps makeScanSteps(FolderSource& folders) {
   ScanSteps steps;
   steps.turboAllowed = turboAllowed;
   steps.turbo = [](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
-    return readMft(openVolume, progress, options, result);
+    return turboScan(openVolume, progress, options, result);
   };
   steps.walk = [&folders](ScanProgress& progress, const ScanOptions& options, ScanResult& result) {
     return walk(folders, progress, options, result);

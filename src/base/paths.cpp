@@ -100,7 +100,7 @@ bool liesBelow(std::wstring_view path, std::wstring_view folder) {
          (folder.ends_with(L'\\') || path[folder.size()] == L'\\');
 }
 
-bool isRemotePath(std::wstring_view path) {
+bool isSshPath(std::wstring_view path) {
   return path.starts_with(L'/') && !path.starts_with(L"//");
 }
 

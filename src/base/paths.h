@@ -55,7 +55,7 @@ std::wstring normaliseRoot(std::wstring_view root);
 // not. Both must be absolute and use backslashes.
 bool liesBelow(std::wstring_view path, std::wstring_view folder);
 
-// Whether a path belongs to a remote Linux host: it begins with a single "/".
-bool isRemotePath(std::wstring_view path);
+// Whether a path is from an ssh scan: paths of this machine never begin with a single "/".
+bool isSshPath(std::wstring_view path);
 
 } // namespace vorda

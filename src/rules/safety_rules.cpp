@@ -67,7 +67,7 @@ Refusal deleteRefusal(std::wstring_view path) {
     rest = whole.substr(2);
   } else {
     // "/\name" is an entry in the root of a remote machine, not a share.
-    if (isRemotePath(path) || !whole.starts_with(L"\\\\")) return Refusal::notAbsolute;
+    if (isSshPath(path) || !whole.starts_with(L"\\\\")) return Refusal::notAbsolute;
     const std::size_t serverEnd = whole.find(L'\\', 2);
     if (serverEnd == std::wstring_view::npos) return Refusal::wholeShare;
     const std::size_t shareEnd = whole.find(L'\\', serverEnd + 1);

@@ -10,18 +10,18 @@ namespace vorda {
 
 namespace {
 
-std::wstring_view trimBlanks(std::wstring_view text) {
-  constexpr std::wstring_view kBlanks = L" \t";
-  const std::size_t from = text.find_first_not_of(kBlanks);
+std::wstring_view trim(std::wstring_view text) {
+  constexpr std::wstring_view kSpaces = L" \t";
+  const std::size_t from = text.find_first_not_of(kSpaces);
   if (from == std::wstring_view::npos) return {};
-  return text.substr(from, text.find_last_not_of(kBlanks) - from + 1);
+  return text.substr(from, text.find_last_not_of(kSpaces) - from + 1);
 }
 
 template <typename Take>
 void forEachPiece(std::wstring_view text, std::wstring_view separators, Take take) {
   while (!text.empty()) {
     const std::size_t end = text.find_first_of(separators);
-    const std::wstring_view piece = trimBlanks(text.substr(0, end));
+    const std::wstring_view piece = trim(text.substr(0, end));
     if (!piece.empty()) take(piece);
     if (end == std::wstring_view::npos) break;
     text.remove_prefix(end + 1);

@@ -1,4 +1,4 @@
-// Which files a scan keeps in its list: by extension, by name pattern, or by size.
+// Decides which files a scan keeps in its list: by extension, name pattern or size.
 #pragma once
 
 #include <cstdint>
@@ -8,19 +8,18 @@
 
 namespace vorda {
 
-// 50 MiB: without a filter, files from this size on are kept.
+// 50 MiB. Without a filter, files of at least this size are kept.
 inline constexpr std::uint64_t kFileListThreshold = 52'428'800;
 
-// ".jpg .png", "jpg;png", "*.JPG, png": blanks, commas and semicolons separate, a
-// leading "*." is a ".", a missing dot is added, case does not count.
+// Parses ".jpg .png", "jpg;png" or "*.JPG, png": separated by spaces, tabs, commas or
+// semicolons. The result is lower case with a leading dot.
 std::vector<std::wstring> parseExtensions(std::wstring_view text);
 
-// "holiday*; 2019": patterns separated by ";", blanks around each dropped, empty ones
-// ignored.
+// Parses "holiday*; 2019": separated by ";", trimmed, empty patterns dropped.
 std::vector<std::wstring> parseNamePatterns(std::wstring_view text);
 
-// Whether a file passes: its type is among the extensions (when there are any) and its
-// name matches one of the patterns (when there are any).
+// Whether the file's type is one of the extensions and its name matches one of the patterns. An
+// empty list passes every file. A pattern without "*" or "?" matches any part of the name.
 bool passesFilter(std::wstring_view fileName, const std::vector<std::wstring>& extensions,
                   const std::vector<std::wstring>& patterns);
 

@@ -1,10 +1,9 @@
-// Where a scan hands the files that pass its filter when nobody wants to hold them all:
-// a search may find half of a million files and keep the best few.
+// Receives the files that pass a scan's filter one by one, for callers that keep only a few of
+// them.
 //
-// A scan method with a sink gives every such file to it once and adds none to the list of
-// its result. Each thread that finds files works with a taker of its own, which it
-// destroys when it is done; no two threads share one. A method that fails must not have
-// given anything to the sink.
+// With a sink, a scan method passes on each such file once and leaves the list of its result
+// empty. Each scanning thread has its own taker and destroys it when done. A method that fails
+// must not have passed on any file.
 #pragma once
 
 #include <cstdint>
@@ -13,12 +12,12 @@
 
 namespace vorda {
 
-// The views are valid during the call only.
+// The views are valid only during the call.
 struct FoundFile {
   std::wstring_view folder; // full path
   std::wstring_view name;
   std::uint64_t size = 0;     // bytes
-  std::uint64_t modified = 0; // milliseconds since 1970 (UTC), 0 when not known
+  std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
 };
 
 class FileTaker {

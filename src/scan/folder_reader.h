@@ -1,5 +1,4 @@
-// Reading one folder after another: the only way the walk touches the file system, so
-// that it can be run on a made-up tree as well.
+// The walk's interface to the file system, so that it also runs on an in-memory tree.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +11,10 @@ namespace vorda {
 struct FolderItem {
   std::wstring_view name;      // valid until the next call on the reader
   std::uint64_t size = 0;      // bytes, for a file
-  std::uint64_t lastWrite = 0; // FILETIME units, 0 when not known
+  std::uint64_t lastWrite = 0; // FILETIME (100 ns since 1601, UTC); 0: unknown
   bool folder = false;
   bool hidden = false;
-  bool reparsePoint = false; // a junction, a symbolic link or another reparse entry
+  bool reparsePoint = false; // junction, symbolic link or other reparse point
 };
 
 struct PathFacts {
@@ -30,29 +29,28 @@ class FolderReader {
 public:
   virtual ~FolderReader() = default;
 
-  // Starts on a folder, ending the one before. literal: the path holds a name that the
-  // system would read as another one. False when the folder cannot be listed.
+  // Starts listing a folder and closes the previous one. literal: a name in the path ends in
+  // dots or spaces, which the system would strip. False if the folder cannot be listed.
   virtual bool open(const std::wstring& folder, bool literal) = 0;
 
-  // The next item, without "." and ".."; false at the end.
+  // The next item except "." and ".."; false at the end.
   virtual bool next(FolderItem& item) = 0;
 
-  // Whether the end that next() met was an error and not the end of the folder.
+  // Whether next() stopped because of an error.
   virtual bool endedEarly() const = 0;
 };
 
-// Makes readers; shared between threads.
+// Creates readers. Thread-safe.
 class FolderSource {
 public:
   virtual ~FolderSource() = default;
   virtual std::unique_ptr<FolderReader> reader() = 0;
   virtual PathFacts facts(const std::wstring& path) = 0;
-  // The absolute spelling of a path that names its place relative to something, or with
-  // "/", "." or ".."; any other path unchanged.
+  // Makes a path absolute and resolves "/", "." and ".."; other paths are returned unchanged.
   virtual std::wstring absolute(const std::wstring& path) = 0;
 };
 
-// The system's own file system.
+// The file system of this machine.
 std::unique_ptr<FolderSource> systemFolders();
 
 } // namespace vorda

@@ -53,7 +53,7 @@ private:
   FindHandle find_;
   WIN32_FIND_DATAW data_{};
   std::wstring pattern_;
-  bool fresh_ = false; // data_ holds an item that was not given out yet
+  bool fresh_ = false; // data_ holds an item not yet returned
   bool endedEarly_ = false;
 };
 

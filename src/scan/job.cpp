@@ -13,7 +13,7 @@ bool run(const LocalScan& method, ScanProgress& progress, const ScanOptions& opt
 
 bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
   SshFacts facts;
-  // Moved, so that the job no longer has it while the scan runs.
+  // Moved: the job must not keep the password during the scan.
   if (!steps.ssh || !steps.ssh(job.progress, options, std::move(job.password), job.result, facts)) {
     return false;
   }
@@ -22,7 +22,7 @@ bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
   return true;
 }
 
-// Scans, sums and builds the document; false when the scan failed.
+// False if the scan failed.
 bool scanAndFinish(Job& job, const ScanSteps& steps) {
   const ScanOptions options = optionsOf(job);
   const bool ssh = job.overSsh();
@@ -30,7 +30,7 @@ bool scanAndFinish(Job& job, const ScanSteps& steps) {
     return false;
   }
   if (job.origin.empty()) job.origin = "local";
-  // A host's name may be one letter long.
+  // "h:/path" is an ssh target, not a drive.
   if (!ssh && isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
   steps.finish(job);
   return true;
@@ -74,7 +74,7 @@ void runJob(Job& job, const ScanSteps& steps) {
   try {
     finished = scanAndFinish(job, steps);
   } catch (...) {
-    // Out of memory, most likely: what the scan held is given back, the process lives on.
+    // Most likely out of memory: free the result so that the process can continue.
     job.result = ScanResult{};
   }
   if (!finished) {

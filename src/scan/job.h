@@ -1,9 +1,8 @@
-// One scan: what was asked for, how far it is, and what it found.
+// One scan: the request, its progress and its result.
 //
-// A job is shared: the table of jobs holds it until it is forgotten, its own thread
-// until it ends. The texts and counters in progress may be read at any time. What stands
-// below resultMutex belongs to the job's thread until resultReady is set, and from then
-// on to whoever holds that mutex.
+// A job is shared between the job table and its own thread. progress may be read at any time.
+// The members below resultMutex belong to the job's thread until resultReady is set; after
+// that, resultMutex guards them.
 #pragma once
 
 #include "base/secret.h"
@@ -34,17 +33,17 @@ struct Job {
   std::atomic<bool> done{false};
   std::atomic<bool> resultReady{false};
 
-  // Held by a file operation on this job's files from beginning to end, so that two of them
-  // wait for each other. Taken before resultMutex, which is never held while the disk works.
+  // Serialises file operations on this job's files. Locked before resultMutex, which is never
+  // held during disk access.
   std::mutex fileOperation;
 
   mutable std::mutex resultMutex;
   ScanResult result;
   DriveFigures drive;
-  std::string origin;       // "local", or the remote host
-  std::uint64_t freed = 0;  // bytes removed for good since the scan
+  std::string origin;       // "local", or the ssh host
+  std::uint64_t freed = 0;  // bytes deleted permanently since the scan
   std::uint64_t binned = 0; // bytes moved to the recycle bin since the scan
-  // The result document as it was last built; readers share it without copying.
+  // The latest result document; readers share it without copying.
   std::shared_ptr<const std::string> document;
 
   bool overSsh() const { return kind == kSshKind; }
@@ -54,8 +53,8 @@ using LocalScan = std::function<bool(ScanProgress&, const ScanOptions&, ScanResu
 using SshScan =
     std::function<bool(ScanProgress&, const ScanOptions&, Secret password, ScanResult&, SshFacts&)>;
 
-// What a job's thread calls, put together by the entry point. A method that is not there
-// counts as one that failed.
+// The functions a job runs, supplied by the entry point. A missing scan function counts as a
+// failed scan.
 struct ScanSteps {
   std::function<TurboVerdict(const std::wstring&)> turboAllowed;
   LocalScan turbo;
@@ -67,15 +66,13 @@ struct ScanSteps {
 
 ScanOptions optionsOf(const Job& job);
 
-// Reads a target of this machine: by turbo where the test allows it, by the walk
-// otherwise and when turbo fails. False when the walk failed too; the word is in
-// progress.texts().failure.
+// Scans a target on this machine: with turbo if turboAllowed says so, with the walk if not or
+// if turbo fails. False if the walk failed; progress.texts().failure then holds its word.
 bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions& options,
                ScanResult& result);
 
-// Runs the whole job on the calling thread: chooses the method, falls back from turbo to
-// the walk, and marks the job done in every case. A failed job has its word in
-// progress.texts().error: the method's own, or kScanFailed.
+// Runs the whole job on the calling thread and always marks it done. A failed job has a failure
+// word in progress.texts().error: that of the scan method, or kScanFailed.
 void runJob(Job& job, const ScanSteps& steps);
 
 } // namespace vorda

@@ -25,7 +25,7 @@ std::vector<std::shared_ptr<Job>> JobTable::all() const {
 }
 
 bool JobTable::remove(int id) {
-  std::shared_ptr<Job> job; // its result, if this was the last holder, is freed after the lock
+  std::shared_ptr<Job> job; // destroyed after the lock: freeing a result takes time
   const std::unique_lock lock(mutex_);
   const auto at = jobs_.find(id);
   if (at == jobs_.end()) return false;

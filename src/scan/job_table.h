@@ -1,6 +1,4 @@
-// All scans of the process that have not been forgotten, by their number.
-//
-// One reader/writer lock, held only to look up, add or remove, never while a job scans.
+// The jobs of this process by id, until the page forgets them. Thread-safe.
 #pragma once
 
 #include "scan/job.h"
@@ -14,13 +12,13 @@ namespace vorda {
 
 class JobTable {
 public:
-  // Gives the job its id (1, 2, 3, … never twice) and keeps it.
+  // Assigns the next id (1, 2, 3, …; never reused) and keeps the job.
   void add(const std::shared_ptr<Job>& job);
 
   std::shared_ptr<Job> find(int id) const;
   std::vector<std::shared_ptr<Job>> all() const; // ascending ids
 
-  // Whether there was such a job. A thread that still runs it keeps it alive.
+  // False if there is no such job. A thread still running the job keeps it alive.
   bool remove(int id);
 
 private:

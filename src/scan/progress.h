@@ -1,7 +1,6 @@
-// The live state of a scan that other threads may look at while it runs.
+// The live progress of a scan. Other threads may read all of it and request a cancel.
 //
-// The counters and flags are atomics; the texts have one lock of their own, so that a
-// reader never waits for the scan's work.
+// Counters and flags are atomic; the texts have their own lock, which is only held briefly.
 #pragma once
 
 #include "scan/words.h"
@@ -13,18 +12,18 @@
 
 namespace vorda {
 
-// Phase numbers as published.
+// Phase numbers, as published to the page.
 inline constexpr int kPhaseReading = 1;
 inline constexpr int kPhaseSumming = 2;
 inline constexpr int kPhaseFinished = 3;
 
 struct ProgressTexts {
   ScanStatus status = ScanStatus::none;
-  std::wstring current; // the folder last finished
+  std::wstring current; // the last finished folder; turbo: a record count
   ScanMethod method = ScanMethod::none;
-  std::string noTurbo; // why turbo was not used; empty when it was
-  std::string failure; // the word a scan method left when it gave up
-  std::string error;   // the word the whole job failed with
+  std::string noTurbo; // why turbo was not used; empty if it was
+  std::string failure; // failure word of a scan method
+  std::string error;   // failure word of the whole job
 };
 
 class ScanProgress {
@@ -36,7 +35,7 @@ public:
   std::atomic<double> seconds{0};
   std::atomic<bool> cancelRequested{false};
 
-  // Changes the texts under their lock: edit([](ProgressTexts& texts) { … }).
+  // Changes the texts under the lock: edit([](ProgressTexts& texts) { … }).
   template <typename Change> void edit(Change change) {
     const std::lock_guard lock(mutex_);
     change(texts_);

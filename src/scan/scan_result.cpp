@@ -21,7 +21,7 @@ std::wstring filePath(const ScanResult& result, const FileEntry& file) {
 
 int comparePaths(const ScanResult& result, const FileEntry& a, const FileEntry& b) {
   const FolderTable& folders = result.folders;
-  // What stands below the deepest shared folder on each side; the file names at first.
+  // On each side, the name directly below the folder reached so far; first the file names.
   const std::wstring* left = &a.name;
   const std::wstring* right = &b.name;
   std::uint32_t leftFolder = a.folder;

@@ -1,4 +1,4 @@
-// What a scan is asked for and what it collects; the same for every scan method.
+// Options and result of a scan, shared by all scan methods.
 #pragma once
 
 #include "scan/file_filter.h"
@@ -16,15 +16,15 @@ struct ScanOptions {
   std::wstring root;
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
-  // Bytes from which a file is kept in the list.
+  // Files of at least this many bytes are kept in the list.
   std::uint64_t fileListThreshold = kFileListThreshold;
-  // Takes the kept files instead of the list. The method may then leave the folders and
-  // types of its result empty; the counters are filled all the same.
+  // If set, receives the kept files instead of the list. The result's folders and types may
+  // then stay empty; its counters are still filled.
   FileSink* sink = nullptr;
-  // Folders beneath the root that are not entered and do not count: absolute paths.
+  // Absolute paths of folders below the root to skip; they are not counted.
   std::vector<std::wstring> leftOut;
 
-  // Whether a file is kept in the list. Files that are not kept count all the same.
+  // Whether a file is kept in the list. All files are counted, kept or not.
   bool keeps(std::wstring_view fileName, std::uint64_t bytes) const {
     return bytes >= fileListThreshold && passesFilter(fileName, extensions, namePatterns);
   }
@@ -34,35 +34,35 @@ struct FileEntry {
   std::uint32_t folder = 0; // index into the folder table
   std::wstring name;
   std::uint64_t size = 0;     // bytes
-  std::uint64_t modified = 0; // milliseconds since 1970 (UTC), 0 when not known
+  std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
 };
 
 struct ScanResult {
   std::wstring rootPath; // absolute, without a trailing separator unless it is a drive root
   wchar_t separator = L'\\';
   FolderTable folders;
-  std::vector<FileEntry> files; // the kept files
-  TypeTotals types;             // every file
-  std::uint64_t fileCount = 0;  // every file
-  std::uint64_t byteCount = 0;  // every file
+  std::vector<FileEntry> files; // kept files only
+  TypeTotals types;             // all files
+  std::uint64_t fileCount = 0;  // all files
+  std::uint64_t byteCount = 0;  // all files
   std::uint64_t folderCount = 0;
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
   double seconds = 0;
 };
 
-// The full path of a kept file. Only after the tree is summed.
+// The full path of a kept file. Requires a summed tree.
 std::wstring filePath(const ScanResult& result, const FileEntry& file);
 
-// The order of two kept files by full path, as plain units, without building the paths.
-// Only after the tree is summed.
+// Compares two kept files by their path components, as UTF-16 units; <0, 0 or >0 like
+// std::wstring::compare. Builds no paths. Requires a summed tree.
 int comparePaths(const ScanResult& result, const FileEntry& a, const FileEntry& b);
 
-// Cuts a list of kept files to the count largest, largest first, equal sizes by path.
-// Time grows with the list, not with sorting it.
+// Reduces a list of kept files to its count largest, largest first, equal sizes by path.
+// Linear in the list's length; only the result is sorted.
 void keepLargest(const ScanResult& result, std::vector<const FileEntry*>& files, std::size_t count);
 
-// The count largest of all kept files, in the same order; all of them when there are no more.
+// The count largest of all kept files in that order, or all of them if there are fewer.
 std::vector<const FileEntry*> largestFiles(const ScanResult& result, std::size_t count);
 
 } // namespace vorda

@@ -1,4 +1,4 @@
-// What can be scanned from here, with a few facts about the machine and the program.
+// The scan targets of this machine, with facts about the machine and the program.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct DriveTarget {
   std::uint64_t totalBytes = 0;
   std::uint64_t freeBytes = 0;
   bool turbo = false;
-  std::string turboReason; // empty when turbo is possible
+  std::string turboReason; // empty if turbo is possible
 };
 
 struct WslTarget {
@@ -34,12 +34,11 @@ struct TargetList {
   std::wstring logPath;
 };
 
-// Asks the system for the drives, distributions, home folder, machine name and elevation;
-// what it does not tell stays empty or zero. version, website and logPath are the
-// caller's.
+// Queries drives, WSL distributions, home folder, machine name and elevation. Unknown values
+// stay empty or zero. version, website and logPath are left to the caller.
 TargetList systemTargets();
 
-// The list as the page gets it.
+// The list as JSON for the page.
 std::string targetsDocument(const TargetList& list);
 
 } // namespace vorda

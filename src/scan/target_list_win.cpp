@@ -41,7 +41,7 @@ DriveTarget driveAt(const std::wstring& root, UINT driveType) {
 
 std::vector<DriveTarget> drives() {
   std::vector<DriveTarget> list;
-  wchar_t roots[512] = {}; // texts one after the other, an empty one at the end
+  wchar_t roots[512] = {}; // NUL-terminated strings, then an empty one
   GetLogicalDriveStringsW(511, roots);
   for (const wchar_t* at = roots; *at != L'\0';) {
     const std::wstring root = at;

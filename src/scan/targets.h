@@ -1,4 +1,4 @@
-// What a scan target is, judged from its text alone, and what the system says of it.
+// Facts about a scan target, from its text and from the system.
 #pragma once
 
 #include "scan/words.h"
@@ -11,16 +11,16 @@ namespace vorda {
 
 TargetClass classifyTarget(std::wstring_view target);
 
-// Whether a target can be read through the master file table.
+// Whether turbo can read a target.
 struct TurboVerdict {
   bool allowed = false;
   std::string_view reason; // why not: kNotLocal to kNoAdmin
 };
 
-// Asks the system: a whole, fixed NTFS drive whose raw volume this process may open.
+// Requires a whole, fixed NTFS drive whose raw volume this process may open.
 TurboVerdict turboAllowed(const std::wstring& path);
 
-// The two steps of that test that look at the path alone; empty when both pass.
+// The part of turboAllowed that needs only the path: kNotLocal, kNotWholeDrive or empty.
 std::string_view turboPathRefusal(std::wstring_view path);
 
 struct DriveFigures {
@@ -29,14 +29,14 @@ struct DriveFigures {
   std::wstring label;
 };
 
-// What a Linux host says of itself.
+// Facts about the scanned host.
 struct SshFacts {
-  std::string host; // account and host, UTF-8
+  std::string host; // "user@host" or "host", UTF-8
   DriveFigures drive;
 };
 
-// The figures of the drive that a drive-letter path lies on; zeroes and an empty label
-// for what the system does not tell, and for any other path.
+// Size, free space and label of the drive in a drive-letter path. Unknown values, and all
+// values for any other path, are zero or empty.
 DriveFigures driveFigures(const std::wstring& path);
 
 } // namespace vorda

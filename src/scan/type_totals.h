@@ -1,4 +1,4 @@
-// The one rule by which a file name becomes a type, and the totals per type.
+// The type of a file, derived from its name, and the totals per type.
 #pragma once
 
 #include <array>
@@ -23,10 +23,9 @@ struct TypeKeyHash {
 
 using TypeTotals = std::unordered_map<std::wstring, TypeTotal, TypeKeyHash, std::equal_to<>>;
 
-// The type of a file name: its extension, lower-cased and with the dot, when that is
-// shorter than 13 units; "(other)" for a longer one; "(none)" for a name whose last dot
-// is missing, first or last. The hot loops use this class to look keys up without
-// making a string for each file.
+// The type of a file name: its extension with the dot, in lower case, if that has fewer than
+// 13 UTF-16 units, else "(other)". "(none)" if the name has no dot, or its last dot is its
+// first or last character. Needs no allocation, for lookups in hot loops.
 class TypeKey {
 public:
   explicit TypeKey(std::wstring_view fileName);

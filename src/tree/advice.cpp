@@ -41,7 +41,7 @@ public:
   std::vector<Finding> build();
 
 private:
-  // Sorts every folder but the root into the lists below, in one pass over the table.
+  // Fills the lists below in one pass over the table; the root is in none of them.
   void collect();
   std::optional<std::uint32_t> largest(const std::vector<std::uint32_t>& indices) const;
   std::wstring pathOf(std::uint32_t index) const {
@@ -53,7 +53,7 @@ private:
   FindingItem fileItem(const FileEntry& file, std::uint32_t group) const {
     return {filePath(result_, file), file.size, 1, group};
   }
-  // A finding about one folder as a whole.
+  // A finding about one whole folder.
   Finding folderFinding(const char* code, const char* level, std::uint32_t index) const;
 
   std::vector<std::vector<const FileEntry*>> alikeFiles();
@@ -78,7 +78,7 @@ private:
   std::vector<std::uint32_t> updates_;
   std::vector<std::uint32_t> downloads_;
   std::vector<std::uint32_t> installers_;
-  std::vector<std::uint32_t> caches_; // large enough to count, nested ones included
+  std::vector<std::uint32_t> caches_; // large enough to count, including nested ones
   std::vector<Finding> findings_;
 };
 
@@ -225,11 +225,10 @@ void Adviser::oldFiles() {
   findings_.push_back(std::move(finding));
 }
 
-// Groups of two or more files outside protected areas with one size and one name. Empty
-// files waste nothing and are left out.
+// Groups of two or more non-empty files of the same size and name outside protected folders.
 std::vector<std::vector<const FileEntry*>> Adviser::alikeFiles() {
   struct Sized {
-    std::uint64_t size; // beside the pointer, so that sorting seldom follows it
+    std::uint64_t size; // copied, so that sorting rarely follows the pointer
     const FileEntry* file;
   };
   std::vector<Sized> bySize;

@@ -1,5 +1,5 @@
-// Advice: where space can be won and what is fine as it is, derived from one finished
-// scan. Pure analysis; the caller holds the job's lock.
+// Advice on where space can be freed, derived from a finished scan. The caller holds the job's
+// resultMutex.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -18,23 +18,23 @@ struct FindingItem {
   std::wstring path;
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
-  // Items that belong together, from 1 (the copies of one file); 0 for all others.
+  // Number of the group of copies, from 1; 0 for items of other findings.
   std::uint32_t group = 0;
 };
 
 struct Finding {
-  std::string code;  // the rule, by which the page finds its texts
+  std::string code;  // rule name; the page has a text for each
   std::string level; // "good", "warning" or "serious"
   std::uint64_t bytes = 0;
-  std::uint64_t count = 0;     // what stands behind it: folders, files or groups, by rule
-  std::uint64_t fileCount = 0; // the files behind it
-  std::wstring target;         // the one folder that is offered to be opened, or empty
+  std::uint64_t count = 0;     // folders, files or groups, depending on the rule
+  std::uint64_t fileCount = 0; // files concerned
+  std::wstring target;         // folder to open, or empty
   std::vector<FindingItem> items;
-  std::vector<std::string> notes; // ready-made lines, UTF-8
+  std::vector<std::string> notes; // finished lines, UTF-8
 };
 
-// The findings, largest first, at most one per rule. The tree must be summed. nowMs:
-// milliseconds since 1970, the time against which files are old.
+// The findings, largest first, at most one per rule. Requires a summed tree. nowMs:
+// milliseconds since 1970 (UTC), the reference for the age of files.
 std::vector<Finding> buildAdvice(const ScanResult& result, std::uint64_t nowMs);
 
 } // namespace vorda

@@ -21,7 +21,7 @@ constexpr std::array<std::wstring_view, 11> CacheFolderNames = {
 
 constexpr std::uint16_t kMaxClimb = 256;
 constexpr std::uint16_t kNotAsked = 0xFFFF;
-constexpr std::uint16_t kNever = 0xFFFE; // no protected name above, or too far away
+constexpr std::uint16_t kNever = 0xFFFE; // no protected name within range
 
 std::uint16_t oneStepFurther(std::uint16_t steps) {
   return steps < kMaxClimb ? static_cast<std::uint16_t>(steps + 1) : kNever;

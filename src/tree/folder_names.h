@@ -1,5 +1,5 @@
-// Questions about where a folder lies, answered from names alone: the folder's own, its
-// ancestors' in the table, and the components of the scanned root's path above those.
+// Tests on a folder's path by names: its own, its ancestors' in the table, and the components
+// of the scanned root's path above them.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -12,35 +12,33 @@ namespace vorda {
 
 class FolderNames {
 public:
-  // Keeps a reference to the result; the tree must be summed.
+  // Keeps a reference to the result. Requires a summed tree.
   explicit FolderNames(const ScanResult& result);
 
-  // Whether the last components of the folder's path are these, in this order, ignoring
-  // case. Not tied to a drive's root.
+  // Whether the folder's path ends in these components, ignoring case.
   bool endsWith(std::uint32_t folder, const std::vector<std::wstring_view>& components) const;
 
-  // Whether the name two levels above the folder is this one.
+  // Whether the folder two levels up has this name, ignoring case.
   bool grandparentIs(std::uint32_t folder, std::wstring_view wanted) const;
 
-  // Whether the folder or one of its nearest 256 ancestors has a name under which
-  // programs and systems keep what is theirs. A folder outside the table is not.
+  // Whether the folder or one of its nearest 256 ancestors has a name reserved for the system or
+  // programs. False for an index outside the table.
   bool isProtected(std::uint32_t folder);
 
 private:
   // Calls visit(name) from the folder's own name upwards until it returns false.
   template <typename Visit> void climb(std::uint32_t folder, Visit visit) const;
 
-  // How far above a folder the nearest protected name stands, itself being 0; each
-  // folder is worked out once.
+  // The number of levels up to the nearest protected name, 0 for the folder itself. Cached.
   std::uint16_t stepsToProtected(std::uint32_t folder);
   std::uint16_t stepsFromRoot() const;
 
   const FolderTable& folders_;
-  std::vector<std::uint16_t> protectedSteps_; // by folder; filled as it is asked for
-  std::vector<std::wstring_view> rootParts_;  // of the root's path, from the last upwards
+  std::vector<std::uint16_t> protectedSteps_; // by folder; filled on demand
+  std::vector<std::wstring_view> rootParts_;  // of the root's path, last one first
 };
 
-// Whether a folder of this name holds what a tool can make again.
+// Whether folders of this name hold data that a tool can regenerate.
 bool isCacheFolderName(std::wstring_view name);
 
 } // namespace vorda

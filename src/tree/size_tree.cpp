@@ -12,12 +12,11 @@ namespace vorda {
 namespace {
 
 constexpr std::int32_t kDepthUnknown = -1;
-constexpr std::int32_t kDepthOnPath = -2; // passed by the climb that is going on
+constexpr std::int32_t kDepthOnPath = -2; // on the path being followed upwards
 
-// Cuts the parent links of the circle that a climb ran into: everything on the stack
-// from the entry it met again up to the top.
-void cutCircle(FolderTable& folders, const std::vector<std::uint32_t>& climbed,
-               std::uint32_t metAgain) {
+// Cuts the parent links of a cycle: the entries of climbed from metAgain to the end.
+void cutCycle(FolderTable& folders, const std::vector<std::uint32_t>& climbed,
+              std::uint32_t metAgain) {
   for (auto at = climbed.rbegin(); at != climbed.rend(); ++at) {
     folders[*at].parent = kNoFolder;
     if (*at == metAgain) break;
@@ -39,7 +38,7 @@ std::int32_t setDepths(FolderTable& folders) {
     if (at >= folders.size()) {
       if (!climbed.empty()) folders[climbed.back()].parent = kNoFolder;
     } else if (folders[at].depth == kDepthOnPath) {
-      cutCircle(folders, climbed, at);
+      cutCycle(folders, climbed, at);
     }
     for (auto entry = climbed.rbegin(); entry != climbed.rend(); ++entry) {
       const std::uint32_t parent = folders[*entry].parent;
@@ -63,8 +62,7 @@ std::vector<std::uint32_t> deepestFirst(const FolderTable& folders, std::int32_t
   return order;
 }
 
-// A folder's subfolders as the page shows them: the ones shown by themselves, largest
-// first, and the sum of the rest.
+// The subfolders written individually, largest first, and the totals of the others.
 struct ShownChildren {
   std::vector<std::uint32_t> kept;
   std::uint64_t restCount = 0;
@@ -103,8 +101,8 @@ ShownChildren shownChildren(const FolderTable& folders, const TreeOptions& optio
 
 bool isSlash(wchar_t unit) { return unit == L'/'; }
 
-// The child of this very name, else one that differs from it by case only. Folders of
-// other machines may differ by nothing else.
+// The child with exactly this name, or else one that differs only in case. Names from ssh scans
+// are case-sensitive.
 std::uint32_t childNamed(const FolderTable& folders, std::uint32_t parent, std::wstring_view name) {
   std::uint32_t alike = kNoFolder;
   for (std::uint32_t child = folders[parent].firstChild; child != kNoFolder;
@@ -149,8 +147,8 @@ void sumTree(FolderTable& folders, ScanProgress& progress) {
 std::optional<std::uint32_t> findFolder(const FolderTable& folders, std::wstring_view rootPath,
                                         std::wstring_view path) {
   if (folders.empty()) return std::nullopt;
-  // On other machines "\" may be part of a name.
-  const auto separates = isRemotePath(rootPath) ? isSlash : isSeparator;
+  // In names from ssh scans, "\" is an ordinary character.
+  const auto separates = isSshPath(rootPath) ? isSlash : isSeparator;
   const auto trimmed = [separates](std::wstring_view text) {
     if (!text.empty() && separates(text.back())) text.remove_suffix(1);
     return text;

@@ -1,5 +1,4 @@
-// The size tree: what every folder holds with everything beneath it, and the questions
-// asked of it.
+// The size tree: the totals of every folder including everything below it, and its queries.
 #pragma once
 
 #include "json/json_writer.h"
@@ -13,7 +12,7 @@
 
 namespace vorda {
 
-// Limits of the result document's sections. minBytes and the like apply per tree node.
+// Limits of the result document. maxDepth, minBytes and maxChildren apply to tree nodes.
 struct TreeOptions {
   std::int32_t maxDepth = 7;
   std::uint64_t minBytes = 67'108'864; // 64 MiB
@@ -22,20 +21,19 @@ struct TreeOptions {
   std::int32_t maxTypes = 20;
 };
 
-// Sums every folder into its ancestors, links the children (ascending index) and sets
-// the depths, in time linear in the table and without recursion. A parent link that
-// leads nowhere - out of range, to the entry itself, or round in a circle - is cut:
-// that entry has depth 1 and is nobody's child. An empty table is left alone, progress
-// included. Phase 2 with status "summing" on the way, phase 3 at the end.
+// Adds every folder to its ancestors, links children in ascending index order and sets depths;
+// linear time, no recursion. Parent links that are out of range or part of a cycle are cut:
+// such a folder gets depth 1 and is in no list of children. Does nothing for an empty table.
+// Publishes kPhaseSumming, then kPhaseFinished.
 void sumTree(FolderTable& folders, ScanProgress& progress);
 
-// The index of a folder by its full path, ignoring case and one trailing separator;
-// nothing when the path is not in the table. rootPath is the scanned root's path.
+// The index of a folder by its full path, ignoring case and one trailing separator; empty if
+// the path is not in the table. rootPath: the scanned root.
 std::optional<std::uint32_t> findFolder(const FolderTable& folders, std::wstring_view rootPath,
                                         std::wstring_view path);
 
-// Writes one node and its children down to maxDepth: the largest subfolders one by one,
-// the smaller ones as a group, the files that lie loose in the folder as another.
+// Writes a node and its children down to maxDepth: the largest subfolders, the other subfolders
+// as one entry, the folder's own files as another.
 void writeTreeNode(const FolderTable& folders, std::wstring_view rootPath,
                    const TreeOptions& options, JsonWriter& json, std::uint32_t index,
                    std::int32_t depth);

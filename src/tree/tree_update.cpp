@@ -11,7 +11,7 @@ namespace vorda {
 
 namespace {
 
-// Counts come from a scan that may be older than what is on the disk: none goes below zero.
+// Subtracts without going below zero: the scan may be older than the measured values.
 void take(std::uint64_t& from, std::uint64_t count) { from -= std::min(from, count); }
 
 void takeTypes(TypeTotals& from, const TypeTotals& gone) {
@@ -79,7 +79,7 @@ std::vector<std::uint32_t> TreeUpdate::withDescendants(std::uint32_t folder) con
   return found;
 }
 
-void TreeUpdate::blank(std::uint32_t folder) {
+void TreeUpdate::clear(std::uint32_t folder) {
   result_.folders[folder] = FolderEntry{};
   emptied_[folder] = true;
   take(result_.folderCount, 1);
@@ -94,18 +94,17 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
                       folders[*folder].totalFiles);
     const std::vector<std::uint32_t> gone = withDescendants(*folder);
     unlink(*folder);
-    for (const std::uint32_t one : gone) blank(one);
+    for (const std::uint32_t one : gone) clear(one);
     mergeTypes(goneTypes_, types);
     return;
   }
   if (files == 0) return; // a link: no scan counts it
-  const std::size_t nameAt = path.find_last_of(L"\\/") + 1;
   const auto parent = findFolder(folders, result_.rootPath, parentOf(path));
-  if (parent) goneFiles_.emplace(FileKey{*parent, lowerCase(path.substr(nameAt))}, bytes);
+  if (parent) goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))}, bytes);
 }
 
-// The index of each surveyed folder in this tree: that of the folder of the same name, or
-// a new one. A survey lists the subfolders of one folder one behind the other.
+// The index in this tree of each surveyed folder, added if missing. A survey lists the
+// subfolders of a folder consecutively.
 std::vector<std::uint32_t> TreeUpdate::placesOf(const FolderTable& survey, std::uint32_t folder) {
   std::vector<std::uint32_t> places = {folder};
   std::unordered_map<std::wstring, std::uint32_t> children;
@@ -140,7 +139,7 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
   for (const std::uint32_t place : places) there[place] = true;
   for (const std::uint32_t old : before) {
     emptied_[old] = true;
-    if (!there[old]) blank(old);
+    if (!there[old]) clear(old);
   }
   std::vector<std::uint32_t> descending(places.begin() + 1, places.end());
   std::sort(descending.rbegin(), descending.rend());
@@ -155,7 +154,7 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
     entry.nextSibling = folders[entry.parent].firstChild;
     folders[entry.parent].firstChild = place;
   }
-  // A survey numbers every folder behind its parent.
+  // In a survey, parents have lower indices than their children.
   for (std::size_t i = places.size(); i-- > 1;) {
     FolderEntry& parent = folders[folders[places[i]].parent];
     parent.totalBytes += folders[places[i]].totalBytes;
@@ -192,7 +191,7 @@ void TreeUpdate::moveIntoBin(std::wstring_view bin, std::wstring_view userFolder
 }
 
 void TreeUpdate::finish() {
-  TypeTotals keptTypes; // of files that left the list with their folders
+  TypeTotals keptTypes; // of kept files whose folder was emptied
   std::vector<FileEntry>& files = result_.files;
   std::erase_if(files, [this, &keptTypes](const FileEntry& file) {
     if (file.folder < emptied_.size() && emptied_[file.folder]) {
@@ -207,9 +206,9 @@ void TreeUpdate::finish() {
   });
   files.insert(files.end(), newFiles_.begin(), newFiles_.end());
 
-  // A type loses what was measured of it, and at least what the list of kept files knew. Of
-  // files that came or went between the scan and the deletion neither tells, so that the
-  // types may add up to more than the tree.
+  // Subtracts what was measured, and at least what the list of kept files contained. Files that
+  // appeared or vanished between scan and deletion are in neither, so the types may add up to
+  // more than the tree.
   for (const auto& [type, total] : keptTypes) {
     TypeTotal& gone = goneTypes_[type];
     gone.bytes = std::max(gone.bytes, total.bytes);
@@ -222,7 +221,7 @@ void TreeUpdate::finish() {
     takeFromAncestors(key.first, bytes, 1);
     addToType(goneTypes_, key.second, bytes);
   }
-  if (typesStay_) return; // in the bin a file has another name with the same ending
+  if (typesStay_) return; // the bin renames files but keeps their extension
   takeTypes(result_.types, goneTypes_);
   mergeTypes(result_.types, newTypes_);
 }

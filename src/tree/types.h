@@ -1,4 +1,4 @@
-// The types of a scan, in the order in which people look at them.
+// The types of a scan, sorted.
 #pragma once
 
 #include "scan/type_totals.h"
@@ -14,7 +14,7 @@ struct TypeRow {
   TypeTotal total;
 };
 
-// Largest first, equal ones by name.
+// Largest first, equal sizes by name.
 std::vector<TypeRow> sortedTypes(const TypeTotals& totals);
 
 } // namespace vorda

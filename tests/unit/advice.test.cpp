@@ -34,7 +34,7 @@ std::string told(TableBuilder& builder) {
 
 } // namespace
 
-TEST_CASE("folders that fill up: only above their limits, only by their place") {
+TEST_CASE("folder rules: only above the limit and only in the right place") {
   struct Row {
     std::wstring root, folder;
     std::uint64_t limit;
@@ -72,7 +72,7 @@ TEST_CASE("folders that fill up: only above their limits, only by their place") 
            {L"C:\\", L"Downloads"},
            {L"C:\\", L"Users\\anna\\x\\Downloads"},
            {L"C:\\", L"Download"},
-           {L"C:\\$Recycle.Bin", L"S-1"}, // no finding is about the root
+           {L"C:\\$Recycle.Bin", L"S-1"}, // the root gives no finding
            {L"C:\\Users\\anna\\Downloads", L"x"}}) {
     TableBuilder elsewhere(root);
     elsewhere.bytes(folder, 40 * kGiB);
@@ -80,7 +80,7 @@ TEST_CASE("folders that fill up: only above their limits, only by their place") 
   }
 }
 
-TEST_CASE("several folders: the largest, the first, the sum, the outermost") {
+TEST_CASE("several matching folders: largest, first, sum or outermost") {
   TableBuilder builder(L"C:\\");
   builder.bytes(L"Users\\a\\Downloads", 15 * kGiB);
   builder.bytes(L"Users\\b\\Downloads", 15 * kGiB);
@@ -112,7 +112,7 @@ TEST_CASE("several folders: the largest, the first, the sum, the outermost") {
   CHECK(findings[2].bytes == kGiB + 5);
 }
 
-TEST_CASE("system files count in the scanned root only") {
+TEST_CASE("system files count only in the scanned root") {
   TableBuilder builder(L"C:\\");
   builder.file(L"", L"PageFile.sys", 8 * kGiB);
   builder.file(L"", L"hiberfil.sys", 2 * kGiB + 1);
@@ -122,7 +122,7 @@ TEST_CASE("system files count in the scanned root only") {
                          "  # C:\\hiberfil.sys  -  2,0 GB\n");
 }
 
-TEST_CASE("old files: known time, more than a year, outside what belongs to programs") {
+TEST_CASE("old files: known time, older than a year, outside protected folders") {
   TableBuilder builder(L"C:\\data");
   builder.file(L"a", L"old.iso", 3 * kGiB, kNow - kYear - 1);
   builder.file(L"b", L"older.iso", 4 * kGiB, 1);
@@ -136,14 +136,14 @@ TEST_CASE("old files: known time, more than a year, outside what belongs to prog
   for (int i = 0; i < 30; ++i) builder.file(L"c", L"f" + std::to_wstring(i), kGiB, 5);
   CHECK(advice(builder)[0].items.size() == 25);
   CHECK(advice(builder)[0].count == 32);
-  // A scan from inside a protected place: everything in it is protected.
+  // If the scanned root is inside a protected folder, so is everything below it.
   TableBuilder inside(L"C:\\Program Files\\x");
   inside.file(L"", L"big", 60 * kGiB, 1);
   inside.file(L"y", L"big", 60 * kGiB, 1);
   CHECK(told(inside).empty());
 }
 
-TEST_CASE("duplicates: same name and size, by what they waste") {
+TEST_CASE("duplicates: same name and size, sorted by wasted bytes") {
   TableBuilder builder(L"C:\\");
   builder.file(L"a", L"x.iso", 3 * kGiB);
   CHECK(told(builder).empty());
@@ -159,12 +159,12 @@ TEST_CASE("duplicates: same name and size, by what they waste") {
                          "  C:\\b\\X.ISO 3221225472 1 2\n"
                          "  # 3x  y  -  2,0 GB\n"
                          "  # 2x  x.iso  -  3,0 GB\n");
-  // A size and a name that run together the same way are still two files.
+  // Size and name must match separately, not just their concatenation.
   TableBuilder alike(L"C:\\");
   alike.file(L"a", L"5.bin", kGiB * 10);
   alike.file(L"b", L".bin", kGiB * 100 + 5);
   CHECK(told(alike).empty());
-  // Eight groups are listed, all are counted.
+  // Lists eight groups but counts all.
   TableBuilder many(L"C:\\");
   for (int i = 0; i < 20; ++i)
     many.file(L"f" + std::to_wstring(i), L"g" + std::to_wstring(i / 2), kGiB);
@@ -176,7 +176,7 @@ TEST_CASE("duplicates: same name and size, by what they waste") {
   CHECK(findings[0].items.back().group == 8);
 }
 
-TEST_CASE("unreadable folders are told last, from 51 on") {
+TEST_CASE("unreadable folders are reported last, from 51 on") {
   TableBuilder builder(L"C:\\");
   builder.bytes(L"Windows\\Installer", 6 * kGiB);
   builder.result.unreadableFolders = 50;

@@ -1,7 +1,7 @@
 #include "fileops/delete.h"
 #include "fileops/deletion_log.h"
+#include "support/cases.h"
 #include "support/memory_disk.h"
-#include "support/rows.h"
 
 #include <doctest/doctest.h>
 
@@ -14,7 +14,7 @@ namespace {
 // A system with everything that must not be deleted, and many paths to it.
 std::unique_ptr<MemoryDisk> makeWorld() {
   auto disk = std::make_unique<MemoryDisk>();
-  test::eachRow("tests/data/deletion_world.txt", [&disk](const std::string& line) {
+  test::eachRow("deletion_world.txt", [&disk](const std::string& line) {
     const std::size_t space = line.find(' ');
     const std::string what = line.substr(0, space);
     const std::wstring rest = toUtf16(line.substr(space + 1));
@@ -68,7 +68,7 @@ TEST_CASE("every spelling of a path is refused, or deletes only what it names") 
   std::string without = "@without ";
   int refused = 0;
   int deleted = 0;
-  test::eachRow("tests/data/deletion_spellings.txt", [&](const std::string& line) {
+  test::eachRow("deletion_spellings.txt", [&](const std::string& line) {
     CAPTURE(line);
     if (line.starts_with("@without")) without = line + " ";
     if (line.starts_with("@root")) {

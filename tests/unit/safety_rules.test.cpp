@@ -1,6 +1,6 @@
 #include "base/text.h"
 #include "rules/safety_rules.h"
-#include "support/rows.h"
+#include "support/cases.h"
 
 #include <doctest/doctest.h>
 
@@ -8,7 +8,7 @@ using namespace vorda;
 
 TEST_CASE("safety rules by the spelling of a path") {
   std::size_t rows = 0;
-  test::eachRow("tests/data/safety_rules.txt", [&rows](const std::string& line) {
+  test::eachRow("safety_rules.txt", [&rows](const std::string& line) {
     CAPTURE(line);
     const std::string word = line.substr(0, line.find(' '));
     CHECK(wordOf(deleteRefusal(test::withUnits(line.substr(word.size() + 1)))) ==

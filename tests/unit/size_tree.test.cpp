@@ -34,11 +34,11 @@ FolderTable withParents(const std::vector<std::uint32_t>& parents) {
 
 } // namespace
 
-TEST_CASE("random trees sum to what climbing from every folder gives") {
+TEST_CASE("totals of random trees equal a naive computation") {
   std::mt19937 random(7);
   for (int round = 0; round < 50; ++round) {
     const auto count = static_cast<std::uint32_t>(1 + random() % 300);
-    // Any order of parents and children, as long as it is a tree below entry 0.
+    // A tree below entry 0, with parents and children in any order.
     std::vector<std::uint32_t> place(count);
     for (std::uint32_t i = 0; i < count; ++i) place[i] = i;
     std::shuffle(place.begin() + 1, place.end(), random);
@@ -75,11 +75,11 @@ TEST_CASE("random trees sum to what climbing from every folder gives") {
   }
 }
 
-TEST_CASE("damaged tables: cut links keep their own sums and are nobody's children") {
+TEST_CASE("damaged tables: folders with cut links keep their totals and are no children") {
   FolderTable empty;
   CHECK(sum(empty) == 0);
 
-  //                             root  out of range  self  circle of three    below the circle
+  //                             root  out of range  self  cycle of three     below the cycle
   FolderTable folders = withParents({kNoFolder, 99, 2, 4, 5, 3, 5, 6, 1});
   sum(folders);
   const std::vector<std::uint64_t> totals = {1, 2, 1, 1, 1, 3, 2, 1, 1};
@@ -92,22 +92,22 @@ TEST_CASE("damaged tables: cut links keep their own sums and are nobody's childr
   CHECK(folders[0].firstChild == kNoFolder);
   CHECK(folderPath(folders, 7, L'\\') == L"n\\n\\n");
 
-  // A root that claims a parent is a root all the same.
+  // The root's parent link is ignored.
   FolderTable rooted = withParents({1, 0});
   sum(rooted);
   CHECK(rooted[0].totalBytes == 2);
   CHECK(rooted[1].totalBytes == 1);
 }
 
-TEST_CASE("chains and circles of 100,000 end in linear time") {
+TEST_CASE("chains and cycles of 100,000 folders take linear time") {
   constexpr std::uint32_t kCount = 100'000;
   std::vector<std::uint32_t> down(kCount);
   std::vector<std::uint32_t> up(kCount);
   std::vector<std::uint32_t> pairs(kCount);
   for (std::uint32_t i = 0; i < kCount; ++i) {
     down[i] = i == 0 ? kNoFolder : i - 1;
-    up[i] = i == 0 ? kNoFolder : (i + 1 == kCount ? 0 : i + 1); // children stand before parents
-    pairs[i] = i == 0 ? kNoFolder : ((i - 1) ^ 1) + 1;          // circles of two
+    up[i] = i == 0 ? kNoFolder : (i + 1 == kCount ? 0 : i + 1); // children before parents
+    pairs[i] = i == 0 ? kNoFolder : ((i - 1) ^ 1) + 1;          // cycles of two
   }
   FolderTable chain = withParents(down);
   FolderTable reversed = withParents(up);
@@ -123,11 +123,11 @@ TEST_CASE("chains and circles of 100,000 end in linear time") {
   CHECK(reversed[1].depth == static_cast<int>(kCount) - 1);
   CHECK(circles[0].totalBytes == 1);
   CHECK(circles[77].totalBytes == 1);
-  // Milliseconds when linear, minutes when every entry climbs its whole chain.
+  // Milliseconds if linear, minutes if quadratic.
   CHECK(took.count() < 10);
 }
 
-TEST_CASE("a node shows the largest subfolders and sums up the rest") {
+TEST_CASE("a node lists the largest subfolders and totals the rest") {
   TableBuilder wide(L"C:\\");
   for (int i = 0; i < 45; ++i) wide.bytes(L"d" + std::to_wstring(i), 100 * kMiB);
   wide.bytes(L"small", 3);
@@ -142,7 +142,7 @@ TEST_CASE("a node shows the largest subfolders and sums up the rest") {
   CHECK(text.find("empty") == std::string::npos);
 }
 
-TEST_CASE("nodes without children to show have no list") {
+TEST_CASE("nodes without children to list") {
   TableBuilder hollow(L"C:\\x");
   hollow.folder(L"a\\b");
   CHECK(node(hollow.summed()) == R"({"n":"C:\\x","s":0,"f":0,"i":0})");
@@ -177,7 +177,7 @@ TEST_CASE("folders are found by path") {
   CHECK(findFolder({}, L"C:\\", L"C:\\") == std::nullopt);
 }
 
-TEST_CASE("the largest files come in one order whatever order they were found in") {
+TEST_CASE("the order of the largest files does not depend on the order of the list") {
   std::mt19937 random(3);
   TableBuilder builder(L"C:\\");
   for (int i = 0; i < 300; ++i) {
@@ -189,14 +189,14 @@ TEST_CASE("the largest files come in one order whatever order they were found in
     std::vector<std::wstring> list;
     for (const FileEntry* file : largestFiles(result, count)) {
       std::wstring path = std::to_wstring(9 - file->size) + filePath(result, *file);
-      std::replace(path.begin(), path.end(), L'\\', L'\x01'); // components, not characters
+      std::replace(path.begin(), path.end(), L'\\', L'\x01'); // compares components, not characters
       list.push_back(path);
     }
     return list;
   };
   const auto all = paths(1000);
   CHECK(all.size() == 300);
-  // Sizes falling; among equal ones the components of the paths rising.
+  // By descending size, then by path components.
   CHECK(std::is_sorted(all.begin(), all.end()));
   std::shuffle(result.files.begin(), result.files.end(), random);
   CHECK(paths(1000) == all);

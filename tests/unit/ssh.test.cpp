@@ -6,26 +6,16 @@
 #include "scan/ssh/ssh_start.h"
 #include "scan/ssh/ssh_target.h"
 #include "support/app.h"
+#include "support/cases.h"
 #include "tree/size_tree.h"
 
 #include <doctest/doctest.h>
 
-#include <fstream>
 #include <sstream>
 
 using namespace vorda;
 
 namespace {
-
-std::vector<std::string> dataLines(const char* file) {
-  std::ifstream in(std::string("tests/data/") + file, std::ios::binary);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);) {
-    if (!line.starts_with("# ")) lines.push_back(line);
-  }
-  REQUIRE(lines.size() > 10);
-  return lines;
-}
 
 ScanOptions keepingAll() {
   ScanOptions options;
@@ -57,7 +47,7 @@ struct Listing {
   }
 };
 
-// Says each text in turn, where "" is silence, and then no more.
+// Plays back texts, then ends; "" stands for a read without output.
 struct Played final : SshProcess {
   std::vector<std::string> texts;
   std::function<void()> onSilence;
@@ -77,16 +67,15 @@ struct Played final : SshProcess {
 
 } // namespace
 
-TEST_CASE("targets: what ssh and the shell get to see, or nothing") {
-  for (const std::string& line : dataLines("ssh_targets.txt")) {
-    CAPTURE(line);
-    const std::size_t tab = line.find('\t');
-    const auto target = parseSshTarget(toUtf16(line.substr(0, tab)));
-    std::string read = "refused";
-    if (target) {
-      read = toUtf8(target->host + L"\t" + std::to_wstring(target->port) + L"\t" + target->path);
-    }
-    CHECK(read == line.substr(tab + 1));
+TEST_CASE("targets are parsed or refused, and quoted on the command line") {
+  for (const auto& row : test::cases("ssh_targets.txt", 4)) {
+    CAPTURE(row[0]);
+    const auto target = parseSshTarget(toUtf16(row[0]));
+    CHECK(target.has_value() == (row[1] != "refused"));
+    if (!target) continue;
+    CHECK(toUtf8(target->host) == row[1]);
+    CHECK(std::to_string(target->port) == row[2]);
+    CHECK(toUtf8(target->path) == row[3]);
   }
   for (wchar_t unit = 0; unit < 32; ++unit)
     CHECK_FALSE(parseSshTarget(std::wstring(L"h:/") + unit));
@@ -101,8 +90,8 @@ TEST_CASE("targets: what ssh and the shell get to see, or nothing") {
   CHECK(quoteArgument(LR"(a\b "c\" \\"d\\)") == LR"("a\b \"c\\\" \\\\\"d\\\\")");
 }
 
-TEST_CASE("listings give the same whatever pieces they come in, and a cut one what was whole") {
-  const std::vector<std::string> lines = dataLines("ssh_listings.txt");
+TEST_CASE("listings parse the same however they are split") {
+  const std::vector<std::string> lines = test::linesOf("ssh_listings.txt", false);
   for (auto at = lines.begin(); at != lines.end();) {
     CAPTURE(*at);
     std::string input;
@@ -125,7 +114,7 @@ TEST_CASE("listings give the same whatever pieces they come in, and a cut one wh
   }
 }
 
-TEST_CASE("endless lines are passed over, bottomless ones cost no more than their bytes") {
+TEST_CASE("overlong lines are skipped, very deep paths are accepted") {
   Listing listing;
   listing.output.feed("VORDA-FIND\nf\t1\t0\t/data/");
   for (int i = 0; i < 100; ++i) listing.output.feed(std::string(1'000'000, 'x'));
@@ -139,7 +128,7 @@ TEST_CASE("endless lines are passed over, bottomless ones cost no more than thei
   CHECK(toUtf8(filePath(listing.result, listing.result.files.front())) == deep.substr(7));
 }
 
-TEST_CASE("progress while lines come, and a cancel while none do") {
+TEST_CASE("progress, cancel and failures of an ssh scan") {
   ScanProgress progress;
   auto played = std::make_unique<Played>();
   std::string many = "VORDA-FIND\n";
@@ -165,7 +154,7 @@ TEST_CASE("progress while lines come, and a cancel while none do") {
   CHECK_FALSE(sshScan(start, progress, options, Secret("p"), result, facts));
   CHECK(progress.texts().failure == kSshPipe);
   failure = {};
-  // A NUL would begin another variable of the environment.
+  // A NUL would start another environment variable.
   CHECK_FALSE(sshScan(start, progress, options, Secret({"p\0PATH=", 7}), result, facts));
   CHECK(progress.texts().failure == kSshDenied);
   CHECK(sshScan(start, progress, options, Secret(), result, facts));
@@ -173,7 +162,7 @@ TEST_CASE("progress while lines come, and a cancel while none do") {
   CHECK(result.rootPath == L"/data");
 }
 
-TEST_CASE("what ssh is started from and with") {
+TEST_CASE("search path and environment of ssh") {
   CHECK(absoluteFolders(L"C:\\a;;rel;.;\\x;C:x;\"D:\\b;c\";\\\\s\\d;C:/e;C:") ==
         std::vector<std::wstring>{L"C:\\a", L"D:\\b;c", L"\\\\s\\d", L"C:/e"});
   const auto block = [](std::wstring text) {
@@ -187,7 +176,7 @@ TEST_CASE("what ssh is started from and with") {
               L"SSH_ASKPASS_REQUIREX=keep|VORDA_ASKPASS=p=\u00E9|zed=||"));
 }
 
-TEST_CASE("a job over ssh: the password does not stay, the paths are the other machine's") {
+TEST_CASE("an ssh job drops its password; its paths cannot be deleted or revealed") {
   test::App app;
   std::string given;
   app.state.steps.ssh = [&](ScanProgress&, const ScanOptions& options, Secret password,
@@ -215,7 +204,7 @@ TEST_CASE("a job over ssh: the password does not stay, the paths are the other m
   CHECK(dirs("/b/DATA").find("notScanned") == std::string::npos);
   CHECK(dirs("/b/x%5Cy").find("notScanned") == std::string::npos);
   CHECK(dirs("%5Cb").find("notScanned") != std::string::npos);
-  // Nothing of it can be deleted or shown here, not even what looks like a share.
+  // Not even paths that look like shares.
   const ScanResult& scanned = app.state.jobs.find(1)->result;
   CHECK(scanned.files.size() == 4);
   for (const FileEntry& file : scanned.files) {
@@ -227,7 +216,7 @@ TEST_CASE("a job over ssh: the password does not stay, the paths are the other m
     app.told("GET", "/api/reveal?p=" + toUtf8(path));
   }
   CHECK(app.revealed.empty());
-  // A scan of another kind has no use for a password.
+  // Other kinds of jobs do not keep a password.
   app.told("POST", "/api/scan", "path=h%3A%2F&password=p");
   app.waitUntilDone(2);
   CHECK(app.state.jobs.find(2)->password.empty());

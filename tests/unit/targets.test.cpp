@@ -1,27 +1,29 @@
-#include "scan/target_list.h"
+#include "scan/targets.h"
 
 #include <doctest/doctest.h>
 
+#include <vector>
+
 using namespace vorda;
 
-TEST_CASE("the list of targets as the page gets it") {
-  TargetList list;
-  list.drives = {{L"C:\\", L"S\u00FC\"\\", L"NTFS", "fixed", 1ULL << 60, 7, true, ""},
-                 {L"E:\\", L"", L"", "removable", 0, 0, false, "notfixed"}};
-  list.wsl = {{L"Debian", L"\\\\wsl.localhost\\Debian"}};
-  list.home = L"C:\\Users\\me";
-  list.machine = L"BOX";
-  list.elevated = true;
-  list.version = L"1.2.3";
-  list.website = L"https://x/";
-  list.logPath = L"C:\\v.log";
-  CHECK(targetsDocument(list) ==
-        R"({"drives":[{"path":"C:\\","label":"Sü\"\\","fs":"NTFS","type":"fixed",)"
-        R"("size":1152921504606846976,"free":7,"turbo":true,"turboReason":""},)"
-        R"({"path":"E:\\","label":"","fs":"","type":"removable","size":0,"free":0,)"
-        R"("turbo":false,"turboReason":"notfixed"}],)"
-        R"("wsl":[{"name":"Debian","path":"\\\\wsl.localhost\\Debian"}],)"
-        R"("home":"C:\\Users\\me","machine":"BOX","elevated":true,"version":"1.2.3",)"
-        R"("vendor":"Brixmoor","website":"https://x/","logPath":"C:\\v.log"})");
-  CHECK(targetsDocument({}).starts_with(R"({"drives":[],"wsl":[],"home":"",)"));
+TEST_CASE("target classes, turbo refusals and failure texts") {
+  const std::vector<std::pair<std::wstring, std::string>> rows = {
+      {L"SSH://me@host/x", "ssh"},
+      {L"user@host:/path", "ssh"},
+      {L"D:\\a@b", "folder"},
+      {L"a@b\\c", "folder"},
+      {L"\\\\WSL$\\Debian", "wsl"},
+      {L"\\\\wsl.localhost\\Debian\\home", "wsl"},
+      {L"\\\\nas\\share", "unc"},
+      {L"D:", "drive"},
+      {L"D:\\", "drive"},
+      {L"D:\\p", "folder"},
+      {L"", "folder"}};
+  for (const auto& [target, word] : rows) CHECK(wordOf(classifyTarget(target)) == word);
+  CHECK(turboPathRefusal(L"C:").empty());
+  CHECK(turboPathRefusal(L"C:\\").empty());
+  CHECK(turboPathRefusal(L"C:\\U") == "notwholedrive");
+  CHECK(turboPathRefusal(L"\\\\s\\d") == "notlocal");
+  CHECK(failureText("sshFailed:255").starts_with("ssh stopped with an error"));
+  CHECK(failureText("mftCorrupt") == "mftCorrupt");
 }

@@ -1,4 +1,3 @@
-#include "scan/job.h"
 #include "scan/walk/walk.h"
 #include "support/memory_disk.h"
 
@@ -12,7 +11,7 @@ using test::MemoryDisk;
 
 namespace {
 
-// A tree of folders with a known sum, wide at the top and a long chain at one side.
+// 300 folders in the root, and a chain of 300 folders. Adds up their files and bytes.
 void fill(MemoryDisk& folders, const std::wstring& root, std::uint64_t& files,
           std::uint64_t& bytes) {
   folders.addFolder(L"M:", root.substr(3));
@@ -43,7 +42,7 @@ struct Scan {
 
 } // namespace
 
-TEST_CASE("any number of workers finds the same tree") {
+TEST_CASE("the result does not depend on the number of workers") {
   MemoryDisk folders;
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
@@ -62,7 +61,7 @@ TEST_CASE("any number of workers finds the same tree") {
     std::uint64_t kept = 0;
     for (std::uint32_t i = 0; i < result.folders.size(); ++i) {
       own += result.folders[i].ownBytes;
-      // Breadth first: a parent's index is below its children's.
+      // Breadth first: parents have lower indices.
       CHECK((i == 0 ? result.folders[i].parent == kNoFolder : result.folders[i].parent < i));
     }
     CHECK(own == bytes);
@@ -75,7 +74,7 @@ TEST_CASE("any number of workers finds the same tree") {
   }
 }
 
-TEST_CASE("links are left out, unreadable folders stay, an early end is told") {
+TEST_CASE("links are skipped, unreadable folders are counted") {
   MemoryDisk folders;
   const std::wstring root = folders.addFolder(L"M:", L"r");
   folders.addFolder(root, L"locked");
@@ -98,7 +97,7 @@ TEST_CASE("links are left out, unreadable folders stay, an early end is told") {
   CHECK(scan.result.files[0].modified == 2000);
 }
 
-TEST_CASE("a distribution's virtual folders are skipped at its root only") {
+TEST_CASE("virtual folders are skipped only in the root of a WSL distribution") {
   for (const std::wstring share : {L"\\\\WSL$\\Deb", L"\\\\wsl.localhost\\Deb", L"\\\\nas\\wsl"}) {
     MemoryDisk folders;
     const std::wstring root = folders.addFolder(share, L"");
@@ -114,7 +113,7 @@ TEST_CASE("a distribution's virtual folders are skipped at its root only") {
   }
 }
 
-TEST_CASE("a cancel lets the folders in hand finish and reads no more") {
+TEST_CASE("after a cancel no further folder is opened") {
   MemoryDisk folders;
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
@@ -146,14 +145,11 @@ TEST_CASE("a cancel lets the folders in hand finish and reads no more") {
   CHECK(walked);
   CHECK(openedAfter == 0);
   CHECK(scan.result.fileCount < files);
-  // Folders that were found but not read are in the table, without a name.
+  // Folders that were found but not read are counted.
   CHECK(scan.result.folderCount > 300);
 }
 
-TEST_CASE("roots and workers") {
-  CHECK(normaliseRoot(L"C:") == L"C:\\");
-  CHECK(normaliseRoot(L"C:\\") == L"C:\\");
-  CHECK(normaliseRoot(L"D:\\data\\/\\") == L"D:\\data");
+TEST_CASE("worker counts, and roots that are no folders") {
   CHECK(workerCount(8, L"C:\\") == 8);
   CHECK(workerCount(8, L"\\\\s\\d") == 24);
   CHECK(workerCount(2, L"C:\\") == 4);
@@ -169,84 +165,4 @@ TEST_CASE("roots and workers") {
     CHECK_FALSE(scan.run(folders, root));
     CHECK(scan.progress.texts().failure == kNoSuchDir);
   }
-}
-
-TEST_CASE("a job chooses its method and always ends") {
-  struct Row {
-    std::string kind;
-    TurboVerdict verdict;
-    std::string_view turboFails; // the word, "-" for a reader that is not there, "" for success
-    std::string_view walkFails;
-    ScanMethod method;
-    std::string_view noTurbo, error;
-  };
-  const std::vector<Row> rows = {
-      {"drive", {true, {}}, "", "", ScanMethod::turbo, "", ""},
-      {"drive", {true, {}}, kMftCorrupt, "", ScanMethod::walk, kMftCorrupt, ""},
-      {"drive", {true, {}}, "-", "", ScanMethod::walk, kMftOpenFailed, ""},
-      {"drive", {true, {}}, kMftCorrupt, kNoSuchDir, ScanMethod::walk, kMftCorrupt, kNoSuchDir},
-      {"folder", {false, kNotLocal}, "-", "", ScanMethod::walk, kNotLocal, ""},
-      {"folder", {false, kNotLocal}, "-", "?", ScanMethod::walk, kNotLocal, kScanFailed},
-      {"ssh", {true, {}}, "", "", ScanMethod::none, "", kScanFailed}};
-  for (const Row& row : rows) {
-    Job job;
-    job.target = L"D:\\";
-    job.kind = row.kind;
-    ScanSteps steps;
-    const auto method = [](ScanMethod name, std::string_view fails) {
-      return [name, fails](ScanProgress& progress, const ScanOptions&, ScanResult& result) {
-        result.fileCount += 1;
-        progress.edit([&](ProgressTexts& texts) {
-          texts.method = name;
-          if (fails != "?") texts.failure = fails;
-        });
-        return fails.empty();
-      };
-    };
-    int finished = 0;
-    steps.turboAllowed = [&row](const std::wstring&) { return row.verdict; };
-    if (row.turboFails != "-") steps.turbo = method(ScanMethod::turbo, row.turboFails);
-    steps.walk = method(ScanMethod::walk, row.walkFails);
-    steps.driveFigures = [](const std::wstring&) { return DriveFigures{100, 40, L"vol"}; };
-    steps.finish = [&finished](Job& one) {
-      ++finished;
-      CHECK_FALSE(one.done);
-    };
-    runJob(job, steps);
-    const ProgressTexts texts = job.progress.texts();
-    CHECK(texts.method == row.method);
-    CHECK(texts.noTurbo == row.noTurbo);
-    CHECK(texts.error == row.error);
-    CHECK(job.done);
-    CHECK(job.resultReady);
-    CHECK(job.progress.phase == kPhaseFinished);
-    CHECK(finished == (row.error.empty() ? 1 : 0));
-    // What a failed reader left behind is not in the result.
-    if (row.error.empty()) CHECK(job.result.fileCount == 1);
-    if (row.error.empty()) CHECK(job.drive.freeBytes == 40);
-  }
-}
-
-TEST_CASE("a step that throws fails its job, not the process") {
-  Job job;
-  ScanSteps steps;
-  steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{}; };
-  steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult& result) -> bool {
-    result.fileCount = 1;
-    throw std::bad_alloc();
-  };
-  runJob(job, steps);
-  CHECK(job.done);
-  CHECK(job.progress.texts().error == kScanFailed);
-  CHECK(job.result.fileCount == 0);
-}
-
-TEST_CASE("filters drop the size limit of the file list") {
-  Job job;
-  CHECK(optionsOf(job).fileListThreshold == 52'428'800);
-  job.namePatterns = {L"x"};
-  CHECK(optionsOf(job).fileListThreshold == 0);
-  ScanOptions plain;
-  CHECK(plain.keeps(L"a", 52'428'800));
-  CHECK_FALSE(plain.keeps(L"a", 52'428'799));
 }

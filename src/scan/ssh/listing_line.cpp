@@ -9,14 +9,14 @@ namespace vorda {
 namespace {
 
 constexpr std::size_t kShortestListingLine = 7; // "f\t0\t0\t/"
-constexpr std::size_t kMaxSecondDigits = 14;    // some three million years; times 1000 fits
+constexpr std::size_t kMaxSecondDigits = 14; // three million years; in milliseconds below 64 bits
 constexpr std::size_t kMaxBlockDigits = 18;
 constexpr std::uint64_t kMostBlocks = UINT64_MAX >> 10;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::optional<std::uint64_t> wholeNumber(std::string_view text) {
-  // from_chars takes no sign and no blank for an unsigned number.
+  // For unsigned numbers, from_chars accepts neither signs nor spaces.
   std::uint64_t value = 0;
   const char* end = text.data() + text.size();
   const auto parsed = std::from_chars(text.data(), end, value);
@@ -24,7 +24,7 @@ std::optional<std::uint64_t> wholeNumber(std::string_view text) {
   return value;
 }
 
-// Cuts the text up to the next tab off the front of rest; false when there is no tab.
+// Splits the text before the next tab off rest; false without a tab.
 bool takeField(std::string_view& rest, std::string_view& field) {
   const std::size_t tab = rest.find('\t');
   if (tab == std::string_view::npos) return false;
@@ -34,7 +34,7 @@ bool takeField(std::string_view& rest, std::string_view& field) {
 }
 
 std::uint64_t milliseconds(std::string_view text) {
-  // Some locales write the fraction behind a comma.
+  // Some locales use a decimal comma.
   const std::size_t mark = std::min(text.find_first_of(".,"), text.size());
   const auto seconds = mark > kMaxSecondDigits ? std::nullopt : wholeNumber(text.substr(0, mark));
   if (!seconds) return 0;
@@ -64,11 +64,11 @@ std::optional<ListingLine> parseListingLine(std::string_view line) {
 }
 
 std::optional<DriveFigures> parseFileSystemLine(std::string_view line) {
-  constexpr std::string_view kBlanks = " \t\r";
+  constexpr std::string_view kSpaces = " \t\r";
   std::array<std::uint64_t, 3> blocks{};
   for (std::size_t field = 0; field <= blocks.size(); ++field) {
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-    const std::string_view text = line.substr(0, line.find_first_of(kBlanks));
+    line.remove_prefix(std::min(line.find_first_not_of(kSpaces), line.size()));
+    const std::string_view text = line.substr(0, line.find_first_of(kSpaces));
     line.remove_prefix(text.size());
     if (field == 0) {
       if (text.empty()) return std::nullopt;

@@ -1,7 +1,5 @@
-// The lines that another machine prints: a file system's figures, and its listing.
-//
-// Foreign bytes. A line that is not exactly what it should be is no such line; what is
-// wrong with it does not matter.
+// Parsers for the lines an ssh host prints: df output and the file listing. The input is
+// untrusted; a malformed line is rejected as a whole.
 #pragma once
 
 #include "scan/targets.h"
@@ -15,19 +13,18 @@ namespace vorda {
 struct ListingLine {
   bool folder = false;
   std::uint64_t size = 0;     // bytes
-  std::uint64_t modified = 0; // milliseconds since 1970 (UTC), 0 when not known
-  std::string_view path;      // absolute; the bytes as they came, within the line
+  std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
+  std::string_view path;      // absolute, unconverted bytes; points into the line
 };
 
-// "d" or "f", the size in bytes, the time in seconds since 1970 with or without a
-// fraction, and the path, a tab between each; the path is all behind the third tab, tabs
-// included. A size that is no decimal number of 64 bits makes it no line; a time before
-// 1970, or one that is no time, is a time not known.
+// Fields separated by tabs, as listingCommand has find print them: "d" or "f", size in bytes,
+// seconds since 1970 with an optional fraction, path. The path is everything after the third
+// tab and may contain tabs. The size must be a decimal number of at most 64 bits; a time that
+// is malformed or before 1970 is unknown.
 std::optional<ListingLine> parseListingLine(std::string_view line);
 
-// A line of `df -Pk`: fields between blanks, the second to fourth of 1 to 18 digits: the
-// size, the used and the available blocks of 1,024 bytes. Figures beyond 64 bits of bytes
-// make it no line.
+// A line of `df -Pk` (POSIX format): fields 2 to 4 are the total, used and available blocks of
+// 1,024 bytes, each of 1 to 18 digits. Values of more than 64 bits in bytes are rejected.
 std::optional<DriveFigures> parseFileSystemLine(std::string_view line);
 
 } // namespace vorda

@@ -8,7 +8,7 @@ namespace vorda {
 
 namespace {
 
-std::string_view withoutSlashesBehind(std::string_view path) {
+std::string_view withoutTrailingSlashes(std::string_view path) {
   while (path.ends_with('/')) path.remove_suffix(1);
   return path;
 }
@@ -18,7 +18,7 @@ std::wstring shownRoot(std::string_view root) { return root.empty() ? L"/" : toU
 } // namespace
 
 ListingTree::ListingTree(std::string_view root, const ScanOptions& options, ScanResult& result)
-    : root_(withoutSlashesBehind(root)), options_(options), result_(result) {
+    : root_(withoutTrailingSlashes(root)), options_(options), result_(result) {
   result_ = ScanResult{};
   result_.rootPath = shownRoot(root_);
   result_.separator = L'/';
@@ -26,7 +26,7 @@ ListingTree::ListingTree(std::string_view root, const ScanOptions& options, Scan
 }
 
 bool ListingTree::addFolder(std::string_view path) {
-  path = withoutSlashesBehind(path);
+  path = withoutTrailingSlashes(path);
   if (!makeRelative(path)) return false;
   folderAt(path);
   return true;
@@ -34,7 +34,7 @@ bool ListingTree::addFolder(std::string_view path) {
 
 bool ListingTree::addFile(std::string_view path, std::uint64_t bytes, std::uint64_t modified) {
   const bool isRoot = path == root_ && result_.folders.size() == 1 && result_.fileCount == 0;
-  // The totals stay within 64 bits, and with them every sum of the tree.
+  // Keeps the total, and thus every sum of the tree, within 64 bits.
   if (path.ends_with('/') || bytes > UINT64_MAX - result_.byteCount) return false;
   if (isRoot) becomeParentOfRoot();
   if (!makeRelative(path) || path.empty()) return false;
@@ -66,7 +66,7 @@ bool ListingTree::makeRelative(std::string_view& path) const {
 
 std::uint32_t ListingTree::folderAt(std::string_view relativePath) {
   if (relativePath != last_) {
-    // What both paths begin with needs no search.
+    // The common prefix of both paths needs no lookup.
     const std::size_t shorter = std::min(last_.size(), relativePath.size());
     const auto parting = std::mismatch(
         last_.begin(), last_.begin() + static_cast<std::ptrdiff_t>(shorter), relativePath.begin());

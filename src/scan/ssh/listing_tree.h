@@ -1,9 +1,8 @@
-// Builds a scan result from full paths that arrive one by one, in any order.
+// Builds a scan result from full paths that arrive in any order.
 //
-// Paths are compared as bytes, so that two names which look alike once they are text stay
-// two. Folders are found by parent and name and never by their whole path: the memory
-// grows with the bytes that arrived, also when a path is nothing but slashes and letters.
-// The result belongs to the builder while it lives.
+// Paths are compared as bytes: names that differ only in invalid UTF-8 stay distinct. Folders
+// are looked up by parent and name, not by full path, so memory stays proportional to the input
+// even for very deep paths. The builder owns the result while it lives.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -21,13 +20,13 @@ public:
   // root: an absolute path in UTF-8. All three must outlive the builder.
   ListingTree(std::string_view root, const ScanOptions& options, ScanResult& result);
 
-  // Each makes the folders above that have not been named yet; a folder named twice is
-  // one. False when the path does not lie beneath the root, or names no file, or when the
-  // sum of all sizes would pass 64 bits; nothing is changed then.
+  // Both create missing parent folders; adding a folder again has no effect. False, without
+  // any change, if the path is outside the root, a file has no name, or the sum of all sizes
+  // would exceed 64 bits. modified: milliseconds since 1970 (UTC), 0 if unknown.
   bool addFolder(std::string_view path);
   bool addFile(std::string_view path, std::uint64_t bytes, std::uint64_t modified);
 
-  // The folder that was used last, for showing.
+  // The most recently used folder, for display.
   std::wstring currentFolder() const;
 
 private:
@@ -51,26 +50,26 @@ private:
       return a.parent == b.parent && a.name == b.name;
     }
   };
-  // A component of the folder used last: where it ends in its path, and its entry.
+  // A component of last_: its end offset and its folder index.
   struct Step {
     std::size_t end;
     std::uint32_t folder;
   };
 
-  // Takes the root off the front of a path; false when it lies elsewhere.
+  // Removes the root from the front of a path; false if the path is outside the root.
   bool makeRelative(std::string_view& path) const;
   std::uint32_t folderAt(std::string_view relativePath);
   std::uint32_t childOf(std::uint32_t parent, std::string_view name);
-  // The folder for a scan whose root turns out to be a file.
+  // For a scan whose root is a file: its folder becomes the root.
   void becomeParentOfRoot();
 
-  std::string root_; // without a slash at its end: empty for "/"
+  std::string root_; // without a trailing slash; empty for "/"
   const ScanOptions& options_;
   ScanResult& result_;
   std::unordered_map<Key, std::uint32_t, KeyHash, SameKey> children_;
-  std::string last_; // relative path of the folder used last
+  std::string last_; // relative path of the most recently used folder
   std::vector<Step> steps_;
-  std::wstring name_; // of the file being added; kept for its memory
+  std::wstring name_; // of the file being added; a member to reuse its buffer
 };
 
 } // namespace vorda

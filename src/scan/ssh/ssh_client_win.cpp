@@ -15,7 +15,7 @@ namespace {
 
 constexpr DWORD kPipeBytes = 1'048'576;
 
-// Asks for a text whose length is not known before.
+// Calls a Windows function that fills a buffer, enlarging it until the text fits.
 template <typename Ask> std::wstring systemText(Ask ask) {
   std::wstring text(MAX_PATH, L'\0');
   while (true) {
@@ -31,7 +31,7 @@ bool isFile(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-// Which folder a path leads to, however it is spelled.
+// Identifies a folder regardless of the spelling of its path.
 struct FolderIdentity {
   bool known = false;
   DWORD volume = 0;
@@ -49,15 +49,15 @@ struct FolderIdentity {
     low = facts.nFileIndexLow;
   }
 
-  // A folder that cannot be looked at might be any.
+  // A folder that cannot be opened may be any folder.
   bool mayBe(const FolderIdentity& other) const {
     return !known || !other.known ||
            (volume == other.volume && high == other.high && low == other.low);
   }
 };
 
-// Windows' own ssh, else the first one on PATH. Never one that lies in the current folder
-// or beside this program, where a download or a share may have put it.
+// The ssh client of Windows, or else the first one on PATH. Never one in the current folder or
+// next to this program, where an attacker may have placed it.
 std::wstring findSsh() {
   const std::wstring system =
       systemText([](wchar_t* text, DWORD size) { return GetSystemDirectoryW(text, size); });
@@ -86,14 +86,14 @@ public:
             std::size_t& count) override {
     const ULONGLONG until = GetTickCount64() + static_cast<ULONGLONG>(wait.count());
     while (true) {
-      // Asked before the pipe is looked at: what an ended process wrote is then in it.
+      // Checked before the pipe, so that the output of an ended process is still read.
       const bool ended = WaitForSingleObject(process_.get(), 0) == WAIT_OBJECT_0;
       DWORD available = 0;
       if (PeekNamedPipe(output_.get(), nullptr, 0, nullptr, &available, nullptr) == FALSE) {
         return Read::end;
       }
       if (available > 0) return take(buffer, std::min<std::size_t>(size, available), count);
-      // Processes that ssh has left behind may hold the pipe open for ever.
+      // Child processes of ssh may keep the pipe open after it has ended.
       if (ended) return Read::end;
       const ULONGLONG now = GetTickCount64();
       if (now >= until) return Read::silence;
@@ -112,7 +112,7 @@ public:
   }
 
 private:
-  // A pipe cannot be waited for, so it is looked at this often while it is empty.
+  // Anonymous pipes cannot be waited on, so an empty one is polled.
   static constexpr DWORD kPollMs = 10;
 
   Read take(char* buffer, std::size_t size, std::size_t& count) {
@@ -126,7 +126,7 @@ private:
   KernelHandle process_;
 };
 
-// The list of the only handles that a child inherits.
+// Restricts the handles a child process inherits.
 class InheritedHandles {
 public:
   explicit InheritedHandles(std::array<HANDLE, 2> handles) : handles_(handles) {
@@ -162,7 +162,7 @@ WideSecret environmentWith(const Secret& password) {
   return environment;
 }
 
-// The process, whose output and errors both go into the pipe's end.
+// Starts ssh with stdout and stderr connected to pipeEnd. Invalid if it cannot be started.
 KernelHandle startProcess(std::wstring commandLine, HANDLE pipeEnd, const Secret& password) {
   const std::wstring program = findSsh();
   if (program.empty()) return KernelHandle();

@@ -1,11 +1,9 @@
-// Reads what ssh and the other machine print, in pieces of any size, and builds the
-// result while it comes.
+// Parses the output of ssh and the host, in chunks of any size, and builds the result.
 //
-// Before the first mark stands what machines greet with and what ssh itself has to say;
-// then the figures of the file system, then the listing. The sections only ever move
-// forward, so that a file's name with line breaks in it cannot end the listing. A line
-// that its line feed never came for is not used: what it names may be cut short. A line
-// longer than kMaxLineBytes is passed over; nothing longer is ever held.
+// The output has three sections, separated by marker lines: messages of the host and of ssh,
+// file system figures, listing. Sections never go back, so a file name with line breaks cannot
+// end the listing. A last line without a line feed is ignored, since its path may be cut off.
+// Lines longer than kMaxLineBytes are skipped and not buffered.
 #pragma once
 
 #include "scan/progress.h"
@@ -23,15 +21,15 @@ public:
   static constexpr std::size_t kMaxLineBytes = 65'536;
   static constexpr std::uint64_t kPublishEvery = 4'096; // lines of the listing
 
-  // Both must outlive the reader; the progress is published to while lines come.
+  // All arguments must outlive this object. Progress is published while lines arrive.
   SshOutput(ListingTree& tree, const ScanResult& result, ScanProgress& progress)
       : tree_(tree), result_(result), progress_(progress) {}
 
   void feed(std::string_view bytes);
-  void finish(); // no more will come
+  void finish(); // end of the output
 
   std::uint64_t linesListed() const { return linesListed_; }
-  bool permissionDenied() const { return permissionDenied_; } // was said outside the listing
+  bool permissionDenied() const { return permissionDenied_; } // seen outside the listing
   const DriveFigures& fileSystem() const { return fileSystem_; }
 
 private:
@@ -47,16 +45,16 @@ private:
   const ScanResult& result_;
   ScanProgress& progress_;
   Section section_ = Section::greeting;
-  bool carriageReturns_ = false; // lines end in CR LF, as the mark did
-  bool tooLong_ = false;         // the line that is coming is passed over
-  std::string begun_;            // the front of a line whose end has not come yet
+  bool carriageReturns_ = false; // lines end in CR LF, as the marker did
+  bool tooLong_ = false;         // the current line is skipped
+  std::string begun_;            // the beginning of an incomplete line
   std::uint64_t linesListed_ = 0;
   bool permissionDenied_ = false;
   DriveFigures fileSystem_;
 };
 
-// The word for a scan that listed nothing: kSshDenied, kSshEmpty or kSshFailed with
-// ":" and the exit code of ssh.
+// The failure word of a scan that listed nothing: kSshDenied, kSshEmpty, or kSshFailed followed
+// by ":" and the exit code of ssh.
 std::string sshFailure(std::uint32_t exitCode, bool permissionDenied);
 
 } // namespace vorda

@@ -13,7 +13,7 @@ namespace {
 constexpr std::wstring_view kHelperVariable = L"SSH_ASKPASS";
 constexpr std::wstring_view kRequireVariable = L"SSH_ASKPASS_REQUIRE";
 
-// The name in front of "="; names of the system's own begin with one.
+// The name before "="; names of hidden variables like "=C:" begin with one.
 std::wstring_view nameOf(std::wstring_view entry) {
   return entry.substr(0, entry.find(L'=', entry.empty() ? 0 : 1));
 }

@@ -1,5 +1,5 @@
-// What starting ssh.exe is decided by: where it may come from, what its environment
-// holds, and which of its questions the password answers. No system calls.
+// Decisions for starting ssh.exe: where to look for it, its environment, and which prompts the
+// password answers. No system calls.
 #pragma once
 
 #include "base/secret.h"
@@ -10,21 +10,20 @@
 
 namespace vorda {
 
-// The variable through which the password reaches this program when ssh starts it again.
+// Passes the password to this program when ssh starts it as its askpass helper.
 inline constexpr std::wstring_view kPasswordVariable = L"VORDA_ASKPASS";
 
-// The folders of a PATH that say by themselves which place they mean, in their order;
-// quotes around one are dropped.
+// The absolute folders of a PATH value in order, without quotes.
 std::vector<std::wstring> absoluteFolders(std::wstring_view pathVariable);
 
-// A block of environment variables, "NAME=value" each behind the other with a NUL after
-// each and one more at the end, as the system hands it out: the same with those that lead
-// ssh to this program and to the password, in the order of names that the system asks for.
+// The environment block of ssh: the given block ("NAME=value" entries, each ending in NUL, then
+// one more NUL) with the variables that make ssh run program to get the password. Sorted by
+// name ignoring case, as Windows requires.
 WideSecret askpassEnvironment(const wchar_t* block, std::wstring_view program,
                               const Secret& password);
 
-// Whether a question of ssh is one that the password may answer: not one for the pass
-// phrase of a key, the PIN of a security key or the trust in a host's key.
+// Whether a prompt of ssh asks for the account's password, and not for a key's passphrase, a
+// security key's PIN or trust in a host key.
 bool asksForPassword(std::wstring_view prompt);
 
 } // namespace vorda

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::wstring_view kScheme = L"ssh://";
 constexpr std::wstring_view kHostPunctuation = L".-_@\\[]:%";
-// What could end or leave the single quotes around the path in some shell.
+// Characters that could end the single quotes around the path in some shell.
 constexpr std::wstring_view kRefusedInPath = L"\"'`$;|&<>()\\";
 constexpr std::uint32_t kHighestPort = 65'535;
 
@@ -26,20 +26,21 @@ bool isRefusedInPath(wchar_t unit) {
   return unit < 32 || unit == 127 || kRefusedInPath.find(unit) != std::wstring_view::npos;
 }
 
-// The brackets around an IPv6 address are for reading; ssh wants it without.
+// ssh expects IPv6 addresses without brackets.
 std::wstring hostForSsh(std::wstring_view host) {
-  const std::size_t start = host.rfind(L'@') + 1; // 0 without one
+  const std::size_t start = host.rfind(L'@') + 1; // 0 without "@"
   if (!host.substr(start).starts_with(L'[') || !host.ends_with(L']')) return std::wstring(host);
   std::wstring out(host.substr(0, start));
   return out.append(host.substr(start + 1, host.size() - start - 2));
 }
 
-// Nothing that ssh would take for an option, or for no argument at all.
+// Not empty, and not an option of ssh.
 bool isPlainArgument(std::wstring_view host) {
   return !host.empty() && !host.starts_with(L'-') && host.find(L"@-") == std::wstring_view::npos;
 }
 
-// Cuts ":digits" off the end of the host; the port, 0 when it is out of range.
+// Removes ":port" from the end of the host. Returns the default port without one, 0 if it is
+// out of range.
 std::uint16_t takePort(std::wstring_view& host) {
   std::size_t digits = host.size();
   while (digits > 0 && isDigit(host[digits - 1])) --digits;
@@ -75,7 +76,7 @@ std::optional<SshTarget> parseSshTarget(std::wstring_view text) {
   if (!path.starts_with(L'/') || std::any_of(path.begin(), path.end(), isRefusedInPath)) {
     return std::nullopt;
   }
-  // "//server/share" would name something else on Windows than on the machine it is from.
+  // On Windows, "//server/share" would name a share.
   while (path.starts_with(L"//")) path.remove_prefix(1);
   target.host = host;
   target.path = path;

@@ -1,8 +1,7 @@
-// A place on another machine, and the command line that lists it.
+// An ssh target, and the command line that lists it.
 //
-// Everything of a target's text ends on the command line of ssh.exe or in the remote
-// shell's, so both are judged by what is allowed and refused as a whole; nothing is
-// escaped there.
+// The target's text becomes part of the command lines of ssh.exe and of the host's shell. It is
+// therefore validated against allowed characters and never escaped.
 #pragma once
 
 #include <cstdint>
@@ -13,24 +12,23 @@
 namespace vorda {
 
 struct SshTarget {
-  std::wstring host; // account and host as given: "user@host" or "host"
+  std::wstring host; // as given: "user@host" or "host"
   std::uint16_t port = 22;
-  std::wstring path = L"/"; // absolute, with exactly one "/" at its front
+  std::wstring path = L"/"; // absolute, with exactly one leading "/"
 };
 
-// "ssh://user@host:port/path" or "user@host:/path"; the account, the port and the path
-// may be left out. Nothing when it is not readable as that, or could mean more than that
-// to ssh.exe or to a shell.
+// Parses "ssh://user@host:port/path" or "user@host:/path"; user, port and path are optional.
+// Empty if malformed, or if ssh.exe or a shell could interpret it differently.
 std::optional<SshTarget> parseSshTarget(std::wstring_view text);
 
-// What the other machine is to run: the figures of the file system, then a line for every
-// file and folder, each part behind its mark.
+// The command for the host: file system figures, then a line per file and folder, each section
+// after its marker line.
 std::wstring listingCommand(const SshTarget& target);
 inline constexpr std::string_view kFileSystemMark = "VORDA-DF";
 inline constexpr std::string_view kListingMark = "VORDA-FIND";
 
-// The command line; its first word is "ssh.exe". Without a password ssh asks nothing at
-// all, with one it asks once.
+// The command line; its first word is "ssh.exe". Without a password, ssh does not prompt at
+// all; with one, once.
 std::wstring sshCommandLine(const SshTarget& target, bool withPassword);
 
 } // namespace vorda

@@ -17,7 +17,7 @@ constexpr std::uint64_t kLargestCluster = 2'097'152;
 constexpr std::uint64_t kSmallestRecord = 512;
 constexpr std::uint64_t kLargestRecord = 65'536;
 
-// 2 to the power 256 - v, or 0 when that is far beyond any size in use.
+// 2^(256 - v), or 0 if that exceeds 31 bits.
 std::uint64_t negativePower(std::uint8_t v) {
   const int exponent = 256 - v;
   return exponent < 32 ? std::uint64_t{1} << exponent : 0;
@@ -41,7 +41,7 @@ std::string_view decodeBoot(ByteView sector, MftLayout& layout) {
   const std::uint8_t perRecord = sector.u8(64);
   const std::uint64_t recordBytes =
       perRecord >= 128 ? negativePower(perRecord) : perRecord * clusterBytes;
-  // Records are protected in strides of 512 bytes, so that is what they are made of.
+  // Update sequences protect strides of 512 bytes.
   if (recordBytes < kSmallestRecord || recordBytes > kLargestRecord || recordBytes % 512 != 0) {
     return kMftLayout;
   }
@@ -52,7 +52,7 @@ std::string_view decodeBoot(ByteView sector, MftLayout& layout) {
       static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   layout.clusters = kLargestOffset / clusterBytes;
   const std::uint64_t volumeSectors = sector.u64(40);
-  // A volume that does not tell its size is only bounded by what can be addressed.
+  // Without a volume size, only the addressable range limits the clusters.
   if (volumeSectors != 0) layout.clusters = std::min(layout.clusters, volumeSectors / sectors);
   layout.tableCluster = sector.u64(48);
   return layout.tableCluster < layout.clusters ? std::string_view() : kMftLayout;

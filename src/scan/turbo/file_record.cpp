@@ -10,9 +10,9 @@ namespace {
 
 constexpr std::uint32_t kFileSignature = 0x454C4946; // "FILE"
 constexpr std::size_t kStride = 512;
-constexpr std::size_t kNonResidentHeader = 56; // up to and with the real size
-constexpr std::size_t kNameOffset = 66;        // in the value of a file name
-// The largest file that the file system can hold; anything above is damage.
+constexpr std::size_t kNonResidentHeader = 56; // up to and including the real size
+constexpr std::size_t kNameOffset = 66;        // in the value of a $FILE_NAME attribute
+// No NTFS file is larger; anything above is damage.
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 53U;
 
 std::uint8_t rankOf(std::uint8_t nameSpace) {
@@ -20,7 +20,7 @@ std::uint8_t rankOf(std::uint8_t nameSpace) {
   case 0: return 0; // POSIX
   case 1: return 1; // Windows
   case 2: return kDosNameRank;
-  case 3: return 2; // Windows, and fit for DOS
+  case 3: return 2; // Windows and DOS
   default: return 3;
   }
 }

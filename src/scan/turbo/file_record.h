@@ -1,7 +1,6 @@
-// One record of the master file table: its protection, its attributes, and what a scan
-// wants to know of it.
+// Decodes a record of the master file table.
 //
-// Record: 0 "FILE" (4 bytes), 4 offset and 6 count of the update sequence (2 each), 16
+// NTFS file record: 0 "FILE" (4 bytes), 4 offset and 6 count of the update sequence (2 each), 16
 // sequence number (2), 20 first attribute (2), 22 flags (2: bit 0 in use, bit 1
 // directory), 24 bytes in use (4), 32 base record (8, see FileReference).
 // Attribute: 0 type (4), 4 length (4), 8 non-resident (1), 9 length of its name (1);
@@ -22,7 +21,7 @@ inline constexpr std::uint32_t kData = 0x80;
 
 inline constexpr std::uint32_t kNoRecord = 0xFFFFFFFF;
 
-// A record's number (low 48 bits) and the sequence number that it had when it was meant.
+// A record number (low 48 bits) and the sequence number the record had when referenced.
 struct FileReference {
   std::uint64_t record = 0;
   std::uint16_t sequence = 0;
@@ -34,36 +33,35 @@ struct FileReference {
 
 struct RecordHeader {
   bool file = false;  // has the signature
-  bool inUse = false; // says so, whatever the signature
+  bool inUse = false; // regardless of the signature
   bool directory = false;
   std::uint16_t sequence = 0;
-  bool base = false; // not the extension of another record
+  bool base = false; // not an extension record
   FileReference baseReference;
 };
 
 RecordHeader readHeader(ByteView record);
 
-// Checks the last two bytes of every 512 against the update sequence and puts the saved
-// ones in their place. False, with nothing changed, when one does not match or the
-// sequence does not lie inside the record.
+// Checks the last two bytes of every 512 against the update sequence number and restores the
+// saved ones. False, without changes, on a mismatch or if the sequence is outside the record.
 bool applyFixups(std::uint8_t* record, std::size_t size);
 
 struct Attribute {
   std::uint32_t type = 0;
-  ByteView bytes; // all of it
+  ByteView bytes; // the whole attribute
 
   bool resident() const { return bytes.u8(8) == 0; }
   bool named() const { return bytes.u8(9) != 0; }
-  // Of a resident one; empty when it does not fit.
+  // Resident attributes only; empty if the value exceeds the attribute.
   ByteView value() const { return bytes.part(bytes.u16(20), bytes.u32(16)); }
-  // Of a non-resident one.
+  // Non-resident attributes only.
   std::uint64_t firstCluster() const { return bytes.u64(16); }
   std::uint64_t realSize() const { return bytes.u64(48); }
   ByteView runs() const { return bytes.from(bytes.u16(32)); }
 };
 
-// Goes through the attributes of a record whose fixups were applied. Here, since it is the
-// innermost loop of the reader.
+// Iterates over the attributes of a record after applyFixups. Inline: it is turbo's innermost
+// loop.
 class AttributeWalk {
 public:
   explicit AttributeWalk(ByteView record)
@@ -76,7 +74,7 @@ public:
     if (attribute.type == kEnd) return false;
     const std::size_t length = record_.u32(at_ + 4);
     if (length < kSmallest || !record_.holds(at_, length)) {
-      broken_ = attribute.type != 0; // empty space is an end like any other
+      broken_ = attribute.type != 0; // zero-filled space ends the list too
       return false;
     }
     attribute.bytes = record_.part(at_, length);
@@ -84,7 +82,7 @@ public:
     return true;
   }
 
-  // Whether the end was an attribute that cannot be one.
+  // Whether iteration stopped at an invalid attribute.
   bool broken() const { return broken_; }
 
 private:
@@ -97,17 +95,16 @@ private:
 };
 
 struct RecordValues {
-  std::uint64_t size = 0;     // bytes of the unnamed stream, as far as this record tells
-  std::uint64_t modified = 0; // milliseconds since 1970, 0 when not known
-  ByteView name;              // UTF-16 units, two bytes each; empty when there is none
-  std::uint8_t nameRank = 0;  // the lower the better
+  std::uint64_t size = 0;     // bytes of the unnamed data stream, from this record
+  std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
+  ByteView name;              // UTF-16LE; empty: no name
+  std::uint8_t nameRank = 0;  // lower is preferred
   std::uint32_t parent = kNoRecord;
   std::uint16_t parentSequence = 0;
-  bool broken = false; // the attributes ended where they should not
+  bool broken = false; // invalid attribute or size
 };
 
-// The rank of a name made for programs of the DOS age, which serves only when the file
-// has no other.
+// The rank of a DOS (8.3) name, used only if the file has no other name.
 inline constexpr std::uint8_t kDosNameRank = 4;
 
 RecordValues readValues(ByteView record);

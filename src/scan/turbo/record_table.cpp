@@ -28,8 +28,8 @@ void writeWide(ByteView units, std::uint8_t* out) {
 
 } // namespace
 
-void MftEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
-                       std::uint16_t parentRecordSequence) {
+void RecordEntry::setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
+                          std::uint16_t parentRecordSequence) {
   nameAt = name.at;
   nameLength = name.length;
   nameRank = rank;
@@ -57,7 +57,7 @@ bool NamePool::Writer::add(ByteView units, PooledName& name) {
   std::uint8_t* out = roomFor(2 * length, name.at);
   if (out == nullptr) return false;
   name.length = static_cast<std::uint8_t>(length);
-  // Nearly all names are narrow and clean, so that is tried first.
+  // Optimised for names that are narrow and need no replacement: nearly all are.
   const std::uint8_t* in = units.data();
   std::uint8_t high = 0;
   bool hostile = isDots(units);
@@ -84,20 +84,20 @@ void NamePool::read(const PooledName& name, std::wstring& out) const {
   for (std::size_t i = 0; i < name.length; ++i) out[i] = static_cast<wchar_t>(from[i]);
 }
 
-bool MftTable::allocate(std::uint32_t count) {
-  entries_.reset(static_cast<MftEntry*>(std::calloc(count, sizeof(MftEntry))));
+bool RecordTable::allocate(std::uint32_t count) {
+  entries_.reset(static_cast<RecordEntry*>(std::calloc(count, sizeof(RecordEntry))));
   count_ = entries_ ? count : 0;
   return entries_ != nullptr;
 }
 
-void applyExtensions(MftTable& table, std::vector<MftExtension>& extensions) {
+void applyExtensions(RecordTable& table, std::vector<RecordExtension>& extensions) {
   std::sort(extensions.begin(), extensions.end(),
-            [](const MftExtension& a, const MftExtension& b) { return a.record < b.record; });
-  for (const MftExtension& extension : extensions) {
-    MftEntry& base = table[extension.base];
+            [](const RecordExtension& a, const RecordExtension& b) { return a.record < b.record; });
+  for (const RecordExtension& extension : extensions) {
+    RecordEntry& base = table[extension.base];
     if (!base.seen() || base.sequence != extension.baseSequence) continue;
     base.size += extension.size;
-    if (extension.name.length == 0 || (base.flags & MftEntry::kOwnName) != 0) continue;
+    if (extension.name.length == 0 || (base.flags & RecordEntry::kOwnName) != 0) continue;
     if (base.nameLength != 0 && base.nameRank <= extension.nameRank) continue;
     base.setName(extension.name, extension.nameRank, extension.parent, extension.parentSequence);
   }

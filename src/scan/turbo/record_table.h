@@ -1,10 +1,9 @@
-// What is kept of each record while the master file table is read: one entry of 32 bytes
-// per record number, and the names in a pool beside them.
+// What turbo keeps of the records of the master file table: an entry of 32 bytes per record
+// number, and a pool of names.
 //
-// While several workers fill the table, each writes only the entries of the records that
-// it has read itself, and names through a writer of its own; no lock is needed. What an
-// extension record says about another record waits in the worker's own list until all are
-// done.
+// Workers fill the table without locks: each writes only the entries of the records it has read
+// and adds names with its own writer. Data of extension records is collected per worker and
+// applied when all workers are done.
 #pragma once
 
 #include "scan/turbo/file_record.h"
@@ -17,22 +16,29 @@
 
 namespace vorda {
 
-// A name in the pool.
+// The location of a name in the pool.
 struct PooledName {
-  std::uint32_t at = 0;    // in steps of two bytes
-  std::uint8_t length = 0; // units; 0: no name
-  bool narrow = false;     // one byte per unit, since all are below 256
+  std::uint32_t at = 0;    // in units of two bytes
+  std::uint8_t length = 0; // UTF-16 units; 0: no name
+  bool narrow = false;     // one byte per unit; all units are below 256
 };
 
-struct MftEntry {
+struct RecordEntry {
   static constexpr std::uint8_t kSeen = 1;
   static constexpr std::uint8_t kDirectory = 2;
   static constexpr std::uint8_t kNarrowName = 4;
-  static constexpr std::uint8_t kOwnName = 8; // one of the record itself, and not of the DOS age
+  static constexpr std::uint8_t kOwnName = 8; // name from the base record, not a DOS name
 
-  std::uint64_t size;     // bytes
-  std::uint64_t modified; // milliseconds since 1970
-  std::uint32_t parent;   // record number
+  // The tree build replaces what a directory's record says by the folder's place in the tree.
+  union {
+    std::uint64_t size;        // bytes
+    std::uint64_t folderIndex; // in the result's folder table
+  };
+  union {
+    std::uint64_t modified; // milliseconds since 1970 (UTC)
+    std::uint64_t level;    // 0: not known yet; 1: the root; 2: a folder of the root; …
+  };
+  std::uint32_t parent; // record number
   std::uint32_t nameAt;
   std::uint16_t sequence;
   std::uint16_t parentSequence;
@@ -46,10 +52,10 @@ struct MftEntry {
   void setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
                std::uint16_t parentRecordSequence);
 };
-static_assert(sizeof(MftEntry) == 32);
+static_assert(sizeof(RecordEntry) == 32);
 
-// What an extension record adds to its base record.
-struct MftExtension {
+// Data of an extension record for its base record.
+struct RecordExtension {
   std::uint64_t size = 0;
   std::uint32_t record = 0; // its own number
   std::uint32_t base = 0;
@@ -60,26 +66,25 @@ struct MftExtension {
   std::uint8_t nameRank = 0;
 };
 
-// Names as they came, but for what would make a path mean another place: separators and
-// zero units, and all of "." and "..", become U+FFFD. No file can be reached by such a
-// name; it is only shown.
+// A pool of file names. Units that would change the meaning of a path (separators, NUL, and all
+// of "." and "..") are replaced by U+FFFD; such files can be displayed but not opened.
 class NamePool {
 public:
   static constexpr std::size_t kBlockBytes = 1'048'576;
-  static constexpr std::size_t kMostBlocks = 8192; // 8 GiB, what an offset can reach
+  static constexpr std::size_t kMostBlocks = 8192; // 8 GiB, the range of PooledName::at
 
-  // mostBlocks: room for so many, up to kMostBlocks.
+  // mostBlocks: capacity, at most kMostBlocks.
   explicit NamePool(std::size_t mostBlocks = kMostBlocks) : blocks_(mostBlocks) {}
 
-  // Appends names for one thread.
+  // Adds names; one writer per thread.
   class Writer {
   public:
     explicit Writer(NamePool& pool) : pool_(pool) {}
-    // Units of two bytes, at most 255. False when the pool is full or memory is short.
+    // units: UTF-16LE, at most 255 units. False if the pool is full or out of memory.
     bool add(ByteView units, PooledName& name);
 
   private:
-    // Room for so many bytes; add() says how many of them it used.
+    // Memory for at least this many bytes; add() advances used_. Null if there is none.
     std::uint8_t* roomFor(std::size_t bytes, std::uint32_t& at);
 
     NamePool& pool_;
@@ -99,7 +104,7 @@ public:
     const std::uint8_t* bytes_;
     bool narrow_;
   };
-  // As many as the name is long; none when its length is 0.
+  // name.length units.
   Units units(const PooledName& name) const;
   void read(const PooledName& name, std::wstring& out) const;
 
@@ -108,29 +113,27 @@ private:
   std::atomic<std::size_t> next_{0};
 };
 
-class MftTable {
+class RecordTable {
 public:
-  // All entries zero, in memory that costs nothing until it is written to. False when
-  // there is not enough.
+  // Zeroed entries; the system commits pages on first write. False if out of memory.
   bool allocate(std::uint32_t count);
 
   std::uint32_t size() const { return count_; }
-  MftEntry& operator[](std::uint32_t record) { return entries_.get()[record]; }
+  RecordEntry& operator[](std::uint32_t record) { return entries_.get()[record]; }
 
   NamePool names;
 
 private:
   struct Free {
-    void operator()(MftEntry* entries) const { std::free(entries); }
+    void operator()(RecordEntry* entries) const { std::free(entries); }
   };
-  std::unique_ptr<MftEntry, Free> entries_;
+  std::unique_ptr<RecordEntry, Free> entries_;
   std::uint32_t count_ = 0;
 };
 
-// Adds what extension records say to their base records, in the order of their numbers:
-// sizes add up; a name serves where the base record has none of its own, or only one of
-// the DOS age. An extension whose base record is not there, or was another one when it was
-// made, says nothing.
-void applyExtensions(MftTable& table, std::vector<MftExtension>& extensions);
+// Applies extension records to their base records, ordered by record number: sizes add up; a
+// name is used if the base record has none or only a DOS name. Extensions whose base record is
+// missing or has another sequence number are ignored.
+void applyExtensions(RecordTable& table, std::vector<RecordExtension>& extensions);
 
 } // namespace vorda

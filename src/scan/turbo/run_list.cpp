@@ -12,8 +12,7 @@ std::uint64_t unsignedNumber(ByteView bytes) {
   return value;
 }
 
-// The same with the sign of its highest byte spread upwards; as an unsigned number, since
-// it is only ever added.
+// Sign-extended; unsigned, since it is only added.
 std::uint64_t signedNumber(ByteView bytes) {
   std::uint64_t value = unsignedNumber(bytes);
   const bool negative = (bytes.u8(bytes.size() - 1) & 0x80) != 0;
@@ -34,8 +33,7 @@ bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& exte
     if (lengthBytes == 0 || lengthBytes > 8 || offsetBytes == 0 || offsetBytes > 8) return false;
     if (!list.holds(at + 1, lengthBytes + offsetBytes)) return false;
     const std::uint64_t count = unsignedNumber(list.part(at + 1, lengthBytes));
-    // Both summands are below 2 to the power 63 when taken as signed numbers, so a sum
-    // that wraps is a large number, and refused as one.
+    // cluster is below 2^63, so a sum below zero wraps to a large number and is refused.
     cluster += signedNumber(list.part(at + 1 + lengthBytes, offsetBytes));
     if (count == 0 || cluster >= clusters || count > clusters - cluster) return false;
     extents.push_back({cluster, count});

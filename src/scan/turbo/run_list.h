@@ -1,4 +1,4 @@
-// Run lists: where on the volume a stream lies.
+// Run lists (NTFS mapping pairs): the location of a stream on the volume.
 #pragma once
 
 #include "base/byte_view.h"
@@ -8,16 +8,15 @@
 namespace vorda {
 
 struct Extent {
-  std::uint64_t cluster = 0; // the first one on the volume
+  std::uint64_t cluster = 0; // first cluster on the volume
   std::uint64_t count = 0;   // clusters, at least 1
 };
 
-// Appends the runs of one list, whose first offset counts from cluster 0, in the order in
-// which the stream uses them. Per run: a byte with the number of bytes of the length (low
-// half) and of the offset (high half), then both, the offset signed and counted from the
-// run before; a byte 0 ends the list.
-// False when the list is broken or cut off, has a sparse run, or leaves a volume of so
-// many clusters.
+// Appends the runs of a list in stream order. False if the list is malformed or truncated, has a
+// sparse run, or a run extends past the volume's last cluster. clusters: of the volume.
+//
+// Per run: one byte with the sizes of length (low nibble) and offset (high nibble) in bytes, then
+// the length, then the signed offset relative to the previous run. A byte 0 ends the list.
 bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents);
 
 } // namespace vorda

@@ -12,7 +12,7 @@ namespace vorda {
 namespace {
 
 constexpr std::size_t kSmallestBuffer = 4096;
-// The file system itself stops at a quarter of this.
+// NTFS allows a quarter of this.
 constexpr std::uint64_t kLargestAttributeList = 1'048'576;
 
 std::uint64_t clustersOf(const std::vector<Extent>& extents) {
@@ -61,7 +61,7 @@ private:
 
   std::uint64_t covered() const { return clustersOf(table_.extents); }
 
-  // A piece of the unnamed, non-resident data stream that begins at this cluster of it.
+  // Whether the attribute is the piece of the unnamed data stream that starts at this cluster.
   static bool isPieceFrom(const Attribute& attribute, std::uint64_t cluster) {
     return attribute.type == kData && !attribute.named() && !attribute.resident() &&
            attribute.firstCluster() == cluster;
@@ -81,11 +81,11 @@ private:
     return repaired(first_.get());
   }
 
-  // A further record of the table, from the extents known so far.
+  // Another record of the table, read from the extents found so far; empty if invalid.
   ByteView tableRecord(const FileReference& reference) {
     const std::uint64_t records = table_.bytes / layout_.recordBytes;
     if (reference.record >= records) return {};
-    // Records are smaller than a sector or whole multiples of one.
+    // A record is smaller than a sector or a multiple of one.
     const std::uint64_t offset = reference.record * layout_.recordBytes;
     const std::uint64_t into = offset % layout_.sectorBytes;
     const std::size_t size = std::max(layout_.recordBytes, layout_.sectorBytes);
@@ -106,8 +106,7 @@ private:
         table_.extents.size() == before) {
       return fail(kMftCorrupt);
     }
-    // More clusters than the volume has can only be the same ones again; this also keeps
-    // the sum from running over.
+    // More clusters than the volume has would mean overlaps; also prevents overflow of the sum.
     std::uint64_t left = layout_.clusters;
     for (const Extent& extent : table_.extents) {
       if (extent.count > left) return fail(kMftCorrupt);
@@ -168,7 +167,7 @@ private:
 
 bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Extent>& extents,
                 std::uint64_t offset, std::uint8_t* out, std::size_t size) {
-  std::uint64_t skip = offset / layout.clusterBytes; // clusters before the wanted part
+  std::uint64_t skip = offset / layout.clusterBytes; // clusters before the requested part
   std::uint64_t into = offset % layout.clusterBytes;
   for (const Extent& extent : extents) {
     if (size == 0) break;

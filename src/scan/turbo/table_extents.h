@@ -1,7 +1,7 @@
-// Where the master file table lies on its volume, as its own first record tells.
+// Locates the master file table on its volume from the table's first record.
 //
-// The table is a stream of clusters in one or more extents. Its list of extents may itself
-// be continued in further records of the table, which lie in the extents known by then.
+// The table consists of one or more extents. Its run list may continue in further records of
+// the table, which must lie in the extents found so far.
 #pragma once
 
 #include "scan/turbo/boot_sector.h"
@@ -18,14 +18,13 @@ struct MftExtents {
   std::vector<Extent> extents;
 };
 
-// Reads a part of a stream from its extents, whole clusters or parts of them: offset and
-// size are multiples of the sector size. False when it is not all there or not all read.
+// Reads part of a stream. offset and size: bytes, multiples of the sector size. False if the
+// extents do not cover the part or reading fails.
 bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Extent>& extents,
                 std::uint64_t offset, std::uint8_t* out, std::size_t size);
 
-// Empty when all of the table was found, else kMftUnreadable (the first record cannot be
-// read), kMftCorrupt (a record or list is damaged, or the extents are fewer than the
-// table's size needs), kMftNoData (there is no table) or kMftMemory.
+// Empty on success, else kMftUnreadable (first record unreadable), kMftCorrupt (damaged record or
+// list, or extents smaller than the table), kMftNoData (no table) or kMftMemory.
 std::string_view findTable(Volume& volume, const MftLayout& layout, MftExtents& table);
 
 } // namespace vorda

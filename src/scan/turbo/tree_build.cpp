@@ -13,8 +13,8 @@ namespace vorda {
 
 namespace {
 
-// The end of a name that decides its type, as it is spelt; spares making the type's key
-// for each file.
+// Totals by file extension as spelled, so that type keys are computed once per extension and
+// not once per file.
 class TypeTally {
 public:
   explicit TypeTally(const NamePool& names) : names_(names) {}
@@ -28,7 +28,7 @@ public:
 
   void moveInto(TypeTotals& types) const {
     for (const auto& [ending, total] : totals_) {
-      // With a letter in front, a leading dot is no longer one that hides a file.
+      // Without the "x", a name that starts with a dot would have no type.
       std::wstring name = L"x";
       for (std::size_t i = 0; i < ending.length; ++i) {
         name.push_back(static_cast<wchar_t>(ending.units[i]));
@@ -40,10 +40,10 @@ public:
   }
 
 private:
-  static constexpr std::size_t kMost = 13; // enough to tell that a type is too long for one
+  static constexpr std::size_t kMost = 13; // from this length on, the type is "(other)"
 
   struct Ending {
-    std::array<std::uint16_t, 16> units{}; // in whole words, for the hash
+    std::array<std::uint16_t, 16> units{}; // whole 64-bit words, for the hash
     std::size_t length = 0;
     bool operator==(const Ending&) const = default;
   };
@@ -64,7 +64,7 @@ private:
     const NamePool::Units units = names_.units(name);
     std::size_t dot = name.length;
     while (dot > 0 && units[dot - 1] != '.') --dot;
-    // No dot, or nothing but the dot before or behind it: the ending stays empty.
+    // No dot, or only a leading or trailing one: no extension.
     if (dot <= 1 || dot == name.length) return ending;
     ending.length = std::min<std::size_t>(name.length - (dot - 1), kMost);
     for (std::size_t i = 0; i < ending.length; ++i) ending.units[i] = units[dot - 1 + i];
@@ -77,7 +77,7 @@ private:
   Totals::value_type* last_ = nullptr;
 };
 
-// Which folders of the table a search leaves out, with all that lies in them.
+// The folders in options.leftOut and everything below them.
 class LeftOutFolders {
 public:
   LeftOutFolders(const ScanOptions& options, const ScanResult& result)
@@ -117,17 +117,15 @@ private:
   std::vector<std::uint32_t> climb_;
 };
 
-// Folders keep their index in the result and their distance from the root where files
-// have size and time.
 class Builder {
 public:
-  Builder(MftTable& table, const ScanOptions& options, ScanResult& result)
+  Builder(RecordTable& table, const ScanOptions& options, ScanResult& result)
       : table_(table), options_(options), result_(result), types_(table.names),
         leftOut_(options, result) {}
 
   bool run() {
     if (table_.size() <= kRootRecord) return false;
-    const MftEntry& root = table_[kRootRecord];
+    const RecordEntry& root = table_[kRootRecord];
     if (!root.seen() || !root.directory()) return false;
     addFolders();
     placeFolders();
@@ -140,41 +138,40 @@ public:
   }
 
 private:
-  static constexpr std::uint64_t kUnknown = 0;
+  static constexpr std::uint64_t kUnknownLevel = 0;
+  static constexpr std::uint64_t kRootLevel = 1;
+  static constexpr std::uint64_t kOrphanLevel = kRootLevel + 2; // below "$Orphans"
   static constexpr std::uint64_t kClimbing = std::numeric_limits<std::uint64_t>::max();
-  // Steps to the root are kept plus one.
-  static std::uint64_t& stepsOf(MftEntry& folder) { return folder.modified; }
-  static std::uint64_t& indexOf(MftEntry& folder) { return folder.size; }
 
   bool isFolder(std::uint32_t record) {
     return table_[record].seen() && table_[record].directory();
   }
 
-  // The folder that an entry's reference means; null when there is none like that.
-  MftEntry* parentOf(const MftEntry& entry) {
+  // The parent folder of an entry; null if it is missing or has been replaced.
+  RecordEntry* parentOf(const RecordEntry& entry) {
     if (entry.nameLength == 0 || entry.parent >= table_.size()) return nullptr;
-    MftEntry& parent = table_[entry.parent];
+    RecordEntry& parent = table_[entry.parent];
     const bool same = entry.parentSequence == 0 || entry.parentSequence == parent.sequence;
     return parent.seen() && parent.directory() && same ? &parent : nullptr;
   }
 
   void addFolders();
   void placeFolders();
-  void place(MftEntry& folder);
-  void climbed(MftEntry& folder, const MftEntry* parent);
+  void place(RecordEntry& folder);
+  void climbed(RecordEntry& folder, const RecordEntry* parent);
   void addFiles();
-  void keep(std::uint32_t index, const std::wstring& name, const MftEntry& file);
+  void keep(std::uint32_t index, const std::wstring& name, const RecordEntry& file);
   std::uint32_t folderOfFile(std::uint32_t record);
   std::uint32_t orphans();
 
-  MftTable& table_;
+  RecordTable& table_;
   const ScanOptions& options_;
   ScanResult& result_;
   TypeTally types_;
-  std::vector<MftEntry*> climb_;
+  std::vector<RecordEntry*> climb_;
   std::uint32_t orphans_ = kNoFolder;
   LeftOutFolders leftOut_;
-  std::unique_ptr<FileTaker> taker_; // when there is a sink
+  std::unique_ptr<FileTaker> taker_; // only with a sink
   std::uint32_t takenFrom_ = kNoFolder;
   std::wstring takenPath_;
 };
@@ -188,11 +185,11 @@ void Builder::addFolders() {
   result_.folders.emplace_back().name = result_.rootPath;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     if (!isFolder(record)) continue;
-    MftEntry& entry = table_[record];
-    stepsOf(entry) = kUnknown;
-    indexOf(entry) = 0;
+    RecordEntry& entry = table_[record];
+    entry.level = kUnknownLevel;
+    entry.folderIndex = 0;
     if (record == kRootRecord) continue;
-    indexOf(entry) = result_.folders.size();
+    entry.folderIndex = result_.folders.size();
     std::wstring& name = result_.folders.emplace_back().name;
     if (entry.nameLength == 0) {
       name = L"record " + std::to_wstring(record);
@@ -212,25 +209,25 @@ std::uint32_t Builder::orphans() {
   return orphans_;
 }
 
-// Hangs a folder beneath its parent, whose place is known by now, or beneath the orphans.
-void Builder::climbed(MftEntry& folder, const MftEntry* parent) {
-  const bool reaches = parent != nullptr && parent->modified <= kMostSteps;
-  const std::uint32_t above = reaches ? static_cast<std::uint32_t>(parent->size) : orphans();
-  stepsOf(folder) = reaches ? parent->modified + 1 : 3;
-  result_.folders[indexOf(folder)].parent = above;
+// Sets a folder's parent: the given one, already placed, or the orphans.
+void Builder::climbed(RecordEntry& folder, const RecordEntry* parent) {
+  const bool reaches = parent != nullptr && parent->level <= kMostSteps;
+  const std::uint32_t above = reaches ? static_cast<std::uint32_t>(parent->folderIndex) : orphans();
+  folder.level = reaches ? parent->level + 1 : kOrphanLevel;
+  result_.folders[folder.folderIndex].parent = above;
 }
 
-void Builder::place(MftEntry& folder) {
+void Builder::place(RecordEntry& folder) {
   climb_.clear();
-  MftEntry* at = &folder;
-  while (at != nullptr && stepsOf(*at) == kUnknown) {
-    stepsOf(*at) = kClimbing;
+  RecordEntry* at = &folder;
+  while (at != nullptr && at->level == kUnknownLevel) {
+    at->level = kClimbing;
     climb_.push_back(at);
     at = parentOf(*at);
   }
-  if (at != nullptr && stepsOf(*at) == kClimbing) {
-    // Round in a circle: each folder of it is an orphan.
-    const MftEntry* metAgain = at;
+  if (at != nullptr && at->level == kClimbing) {
+    // A cycle: each of its folders is an orphan.
+    const RecordEntry* metAgain = at;
     do {
       at = climb_.back();
       climb_.pop_back();
@@ -238,7 +235,7 @@ void Builder::place(MftEntry& folder) {
     } while (at != metAgain);
   }
   while (!climb_.empty()) {
-    MftEntry* next = climb_.back();
+    RecordEntry* next = climb_.back();
     climb_.pop_back();
     climbed(*next, at);
     at = next;
@@ -246,22 +243,22 @@ void Builder::place(MftEntry& folder) {
 }
 
 void Builder::placeFolders() {
-  stepsOf(table_[kRootRecord]) = 1;
+  table_[kRootRecord].level = kRootLevel;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     if (isFolder(record)) place(table_[record]);
   }
 }
 
 std::uint32_t Builder::folderOfFile(std::uint32_t record) {
-  const MftEntry& file = table_[record];
-  // The reserved records of the file system have no names, and nothing is wrong with them.
+  const RecordEntry& file = table_[record];
+  // Reserved records of the file system have no name; they are not orphans.
   if (file.nameLength == 0 && record < kFirstUserRecord) return 0;
-  const MftEntry* parent = parentOf(file);
-  if (parent == nullptr || parent->modified > kMostSteps) return orphans();
-  return static_cast<std::uint32_t>(parent->size);
+  const RecordEntry* parent = parentOf(file);
+  if (parent == nullptr || parent->level > kMostSteps) return orphans();
+  return static_cast<std::uint32_t>(parent->folderIndex);
 }
 
-void Builder::keep(std::uint32_t index, const std::wstring& name, const MftEntry& file) {
+void Builder::keep(std::uint32_t index, const std::wstring& name, const RecordEntry& file) {
   if (!taker_) {
     result_.files.push_back({index, name, file.size, file.modified});
     return;
@@ -277,7 +274,7 @@ void Builder::addFiles() {
   if (options_.sink != nullptr) taker_ = options_.sink->taker();
   std::wstring name;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
-    const MftEntry& file = table_[record];
+    const RecordEntry& file = table_[record];
     if (!file.seen() || file.directory()) continue;
     const std::uint32_t index = folderOfFile(record);
     if (leftOut_.contains(index)) continue;
@@ -297,7 +294,7 @@ void Builder::addFiles() {
 
 } // namespace
 
-bool buildResult(MftTable& table, const ScanOptions& options, ScanResult& result) {
+bool buildResult(RecordTable& table, const ScanOptions& options, ScanResult& result) {
   return Builder(table, options, result).run();
 }
 

@@ -1,4 +1,4 @@
-// From the kept records to the result of a scan.
+// Builds a scan result from the records of the master file table.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -7,15 +7,14 @@
 namespace vorda {
 
 inline constexpr std::uint32_t kRootRecord = 5;       // the root folder of the volume
-inline constexpr std::uint32_t kFirstUserRecord = 16; // those before are the file system's own
-inline constexpr std::uint32_t kMostSteps = 4096;     // up to the root
+inline constexpr std::uint32_t kFirstUserRecord = 16; // earlier ones belong to the file system
+inline constexpr std::uint32_t kMostSteps = 4096;     // from a folder to the root
 
-// Folder 0 is the root, named by options' root path as set in result.rootPath; the others
-// follow in the order of their records. What does not hang on the root (its parent is not
-// there, is another one by now, or is its own descendant, or is too deep) goes beneath one
-// extra folder of the root, "$Orphans", with all that lies in it. Nameless records of the
-// file system itself count in the root. Uses up the table's figures of folders.
-// False when the root folder is not among the records.
-bool buildResult(MftTable& table, const ScanOptions& options, ScanResult& result);
+// Folder 0 is the root, named result.rootPath; the others follow in record order. Folders and
+// files without a path to the root (parent missing or replaced, cycle, too deep) are placed in
+// an extra folder of the root, "$Orphans", with their contents. Nameless records of the file
+// system count in the root. Overwrites the folder entries of the table.
+// False if the table has no root folder.
+bool buildResult(RecordTable& table, const ScanOptions& options, ScanResult& result);
 
 } // namespace vorda

@@ -1,11 +1,11 @@
 #include "scan/turbo/turbo_scan.h"
 
+#include "scan/final_totals.h"
 #include "scan/turbo/table_extents.h"
 #include "scan/turbo/tree_build.h"
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -15,37 +15,34 @@ namespace vorda {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::uint64_t kChunkBytes = 8'388'608;
 constexpr std::uint64_t kMostRecords = 200'000'000;
-// One reads while the other works on what it has read; more would only wait for the disk.
+// One reads while the other parses; more would only wait for the disk.
 constexpr std::size_t kWorkers = 2;
-// A single bad record is passed over, and so is one in so many.
+// One bad record in this many is skipped, and always a single one; more fail the scan.
 constexpr std::uint64_t kRecordsPerBadOne = 1000;
 
-// A chunk is larger than the quick caches, so the records after the next are fetched while
-// one is worked on: the lines with head and attributes, and the end, which fixups touch.
+// A chunk exceeds the inner CPU caches, so records are prefetched this far ahead: their first
+// cache lines and the last one, which fixups change.
 constexpr std::uint32_t kAhead = 2;
 
 void prefetch(const std::uint8_t* record, std::size_t size) {
   constexpr std::size_t kLine = 64;
-  constexpr std::size_t kHead = 512; // the least that a record has
+  constexpr std::size_t kHead = 512; // smallest record
   for (std::size_t at = 0; at < kHead; at += kLine) __builtin_prefetch(record + at, 1);
   __builtin_prefetch(record + size - 1, 1);
 }
 
-// Reads the table's records into the entries, with workers that take turns at reading the
-// next chunk and work on it side by side.
+// Reads and parses all records. Workers take turns reading a chunk and parse in parallel.
 class RecordReader {
 public:
-  RecordReader(Volume& volume, const MftLayout& layout, const MftExtents& extents, MftTable& table,
-               ScanProgress& progress)
+  RecordReader(Volume& volume, const MftLayout& layout, const MftExtents& extents,
+               RecordTable& table, ScanProgress& progress)
       : volume_(volume), layout_(layout), extents_(extents), table_(table), progress_(progress),
         chunkRecords_(static_cast<std::uint32_t>(
             std::max<std::uint64_t>(kChunkBytes / layout.recordBytes, 1))) {}
 
-  // Empty, or the failure word.
+  // Empty on success, else the failure word.
   std::string_view run();
 
 private:
@@ -53,7 +50,7 @@ private:
     Worker(std::uint8_t* chunk, NamePool& names) : buffer(chunk), pool(names) {}
     std::uint8_t* buffer;
     NamePool::Writer pool;
-    std::vector<MftExtension> extensions;
+    std::vector<RecordExtension> extensions;
     std::uint64_t inUse = 0;
     std::uint64_t bad = 0;
   };
@@ -76,14 +73,14 @@ private:
   Volume& volume_;
   const MftLayout& layout_;
   const MftExtents& extents_;
-  MftTable& table_;
+  RecordTable& table_;
   ScanProgress& progress_;
   const std::uint32_t chunkRecords_;
 
-  std::mutex reading_; // guards the volume and the two below it
+  std::mutex reading_; // guards the volume, next_ and failure_
   std::uint32_t next_ = 0;
   std::string_view failure_;
-  std::uint32_t done_ = 0; // under the lock of the progress' texts
+  std::uint32_t done_ = 0; // guarded by the lock of progress_ texts
 };
 
 std::string_view RecordReader::run() {
@@ -101,14 +98,14 @@ std::string_view RecordReader::run() {
       others.emplace_back([this, &worker = workers[i]]() noexcept { work(worker); });
     }
   } catch (const std::system_error&) {
-    // Without a second thread it only takes longer.
+    // Slower, but works with one thread.
   }
   work(workers[0]);
   for (std::thread& thread : others) thread.join();
   if (!failure_.empty()) return failure_;
   std::uint64_t inUse = 0;
   std::uint64_t bad = 0;
-  std::vector<MftExtension> extensions = std::move(workers[0].extensions);
+  std::vector<RecordExtension> extensions = std::move(workers[0].extensions);
   for (const Worker& worker : workers) {
     inUse += worker.inUse;
     bad += worker.bad;
@@ -134,7 +131,7 @@ void RecordReader::work(Worker& worker) {
   }
 }
 
-// Reads the chunk whose turn it is; false at the end or when there is no point in going on.
+// Reads the next chunk; false at the end of the table or after a failure.
 bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
   const std::lock_guard lock(reading_);
   if (!failure_.empty() || next_ == table_.size()) return false;
@@ -167,7 +164,7 @@ bool RecordReader::parse(Worker& worker, const Chunk& chunk) {
   return true;
 }
 
-// False only when there is no memory for the name.
+// False only if out of memory.
 bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t record) {
   const ByteView view(bytes, layout_.recordBytes);
   const RecordHeader header = readHeader(view);
@@ -186,10 +183,10 @@ bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t
 
 bool RecordReader::takeBase(Worker& worker, std::uint32_t record, const RecordHeader& header,
                             const RecordValues& values) {
-  MftEntry& entry = table_[record];
+  RecordEntry& entry = table_[record];
   entry.flags = static_cast<std::uint8_t>(
-      MftEntry::kSeen | (header.directory ? MftEntry::kDirectory : 0) |
-      (!values.name.empty() && values.nameRank < kDosNameRank ? MftEntry::kOwnName : 0));
+      RecordEntry::kSeen | (header.directory ? RecordEntry::kDirectory : 0) |
+      (!values.name.empty() && values.nameRank < kDosNameRank ? RecordEntry::kOwnName : 0));
   entry.sequence = header.sequence;
   entry.size = values.size;
   entry.modified = values.modified;
@@ -203,7 +200,7 @@ bool RecordReader::takeBase(Worker& worker, std::uint32_t record, const RecordHe
 bool RecordReader::takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
                                  const RecordValues& values) {
   if (values.size == 0 && values.name.empty()) return true;
-  MftExtension extension;
+  RecordExtension extension;
   extension.size = values.size;
   extension.record = record;
   extension.base = static_cast<std::uint32_t>(header.baseReference.record);
@@ -235,7 +232,7 @@ std::string_view readBoot(Volume& volume, MftLayout& layout) {
   return decodeBoot({buffer.get(), kBootBytes}, layout);
 }
 
-// Empty, or the failure word.
+// Empty on success, else the failure word.
 std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
                             const ScanOptions& options, ScanResult& result) {
   progress.setStatus(ScanStatus::mftOpen);
@@ -250,7 +247,7 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   const std::uint64_t records = extents.bytes / layout.recordBytes;
   if (records == 0 || records > kMostRecords) return kMftRecordCount;
   progress.setStatus(ScanStatus::mftRead);
-  MftTable table;
+  RecordTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
   const std::string_view word =
       RecordReader(*opened.volume, layout, extents, table, progress).run();
@@ -263,9 +260,9 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
 
 } // namespace
 
-bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
-             ScanResult& result) {
-  const Clock::time_point start = Clock::now();
+bool turboScan(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
+               ScanResult& result) {
+  const ScanClock::time_point start = ScanClock::now();
   progress.phase = kPhaseReading;
   progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::turbo; });
   result.rootPath = options.root.substr(0, 1) + L":\\";
@@ -273,21 +270,16 @@ bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& 
   try {
     failure = readVolume(open, progress, options, result);
   } catch (const std::bad_alloc&) {
-    // A sink may have been given some files already, and the walk would give it them again.
+    // The sink may already have some files; the walk would pass them on again.
     if (options.sink != nullptr) throw;
     failure = kMftMemory;
   }
   if (!failure.empty()) {
-    progress.files = 0; // they were records
+    progress.files = 0; // it counted records
     progress.edit([failure](ProgressTexts& texts) { texts.failure = failure; });
     return false;
   }
-  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-  result.seconds = static_cast<double>(elapsed.count()) / 1000.0;
-  progress.files = result.fileCount;
-  progress.bytes = result.byteCount;
-  progress.dirs = result.folderCount;
-  progress.seconds = result.seconds;
+  finishScan(progress, result, start);
   return true;
 }
 

@@ -1,4 +1,4 @@
-// Turbo: reads a whole NTFS volume from its master file table, in one pass.
+// Turbo: scans an NTFS volume by reading its master file table in one pass.
 #pragma once
 
 #include "scan/progress.h"
@@ -7,12 +7,11 @@
 
 namespace vorda {
 
-// Reads the volume of the drive that options.root names ("C:" or "C:\") into result and
-// publishes the progress on the way. A file counts once, however many names it has; the
-// file system's own files count too.
-// False with a failure word, and a result to be thrown away, whenever not all of the table
-// was read: kMftDenied to kMftMemory, or kCancelled.
-bool readMft(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
-             ScanResult& result);
+// Scans the drive in options.root ("C:" or "C:\") and publishes progress; meanwhile,
+// progress.files counts records. A file with several names counts once; the file system's own
+// files count too.
+// False with a failure word, and a result to be discarded, unless the whole table was read: kMftDenied to kMftMemory, or kCancelled.
+bool turboScan(const OpenVolume& open, ScanProgress& progress, const ScanOptions& options,
+               ScanResult& result);
 
 } // namespace vorda

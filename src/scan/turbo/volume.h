@@ -1,5 +1,4 @@
-// A volume as bytes: the only way the reader of the master file table touches a disk, so
-// that it can be run on an image in memory as well.
+// Turbo's interface to a raw volume, so that it also runs on an in-memory image.
 #pragma once
 
 #include <cstddef>
@@ -10,30 +9,29 @@
 
 namespace vorda {
 
-// The system reads volumes past its cache only into memory that begins at a page.
+// Unbuffered reads require page-aligned memory.
 using PageBuffer = std::unique_ptr<std::uint8_t[], void (*)(std::uint8_t*)>;
 
 class Volume {
 public:
   virtual ~Volume() = default;
 
-  // Reads size bytes from a byte offset into out. All three are multiples of the volume's
-  // sector size. Returns how many bytes were read; 0 when reading failed. Not to be called
-  // by two threads at once.
+  // Reads size bytes at a byte offset; out, size and offset are multiples of the sector size.
+  // Returns the number of bytes read, 0 on failure. Not thread-safe.
   virtual std::size_t read(std::uint64_t offset, std::uint8_t* out, std::size_t size) = 0;
 
-  // A buffer to read into; null when there is no memory for it.
+  // A read buffer; null if out of memory.
   virtual PageBuffer buffer(std::size_t size) = 0;
 };
 
 struct OpenedVolume {
-  std::unique_ptr<Volume> volume; // null when it could not be opened
-  std::string_view failure;       // and why: kMftDenied or kMftOpenFailed
+  std::unique_ptr<Volume> volume; // null if it could not be opened
+  std::string_view failure;       // then why: kMftDenied or kMftOpenFailed
 };
 
 using OpenVolume = std::function<OpenedVolume(wchar_t letter)>;
 
-// The system's volume of a drive letter.
+// Opens the volume of a drive letter.
 OpenedVolume openVolume(wchar_t letter);
 
 } // namespace vorda

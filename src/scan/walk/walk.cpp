@@ -3,11 +3,11 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
+#include "scan/final_totals.h"
 #include "scan/walk/walk_queue.h"
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <iterator>
 #include <system_error>
 #include <thread>
@@ -16,14 +16,12 @@ namespace vorda {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// The virtual file systems of a WSL distribution; their sizes mean nothing.
+// Virtual file systems of a WSL distribution; their sizes are meaningless.
 constexpr std::array<std::wstring_view, 5> kVirtualFolders = {L"proc", L"sys", L"dev", L"run",
                                                               L"mnt"};
-constexpr unsigned kPublishEvery = 64;      // folders of one worker
-constexpr std::size_t kAddAtOnce = 64;      // subfolders found before they are handed on
-constexpr unsigned kCancelCheckMask = 1023; // items of one folder between looks at the flag
+constexpr unsigned kPublishEvery = 64;      // folders per worker
+constexpr std::size_t kAddAtOnce = 64;      // subfolders found before they are queued
+constexpr unsigned kCancelCheckMask = 1023; // items between checks of the cancel flag
 
 struct FinishedFolder {
   std::uint32_t index;
@@ -33,18 +31,17 @@ struct FinishedFolder {
   std::uint64_t ownFiles;
 };
 
-// The private partial result of one worker; only the two totals are looked at by others
-// while it works.
+// The partial result of one worker. While it works, other threads read only the two atomics.
 struct alignas(64) WalkWorker {
   std::atomic<std::uint64_t> files{0};
   std::atomic<std::uint64_t> bytes{0};
-  std::vector<FinishedFolder> folders; // empty with a sink, like kept and types
+  std::vector<FinishedFolder> folders; // with a sink, folders, kept and types stay empty
   std::vector<FileEntry> kept;
   TypeTotals types;
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
   unsigned finishedFolders = 0;
-  std::unique_ptr<FileTaker> taker; // while it works, when there is a sink
+  std::unique_ptr<FileTaker> taker; // only with a sink
 };
 
 bool isVirtualFolder(std::wstring_view name) {
@@ -70,8 +67,7 @@ public:
         threads.emplace_back([this, &worker]() noexcept { work(worker); });
       }
     } catch (const std::system_error&) {
-      // The system has no more threads to give: those there are do the work, and this one
-      // with them.
+      // No more threads are available: continue with those that started and this one.
       work(workers_[threads.size()]);
     }
     for (std::thread& thread : threads) thread.join();
@@ -113,7 +109,7 @@ void Walk::work(WalkWorker& worker) {
   FolderTask task;
   bool more = queue_.take(task);
   while (more) {
-    // After a cancel the queue drains without being read.
+    // After a cancel, the queue is emptied without reading.
     if (!progress_.cancelRequested.load(std::memory_order_relaxed)) {
       readFolder(worker, *reader, task, found);
       if (++worker.finishedFolders % kPublishEvery == 0) publish(task);
@@ -145,7 +141,7 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
   } else {
     ++worker.unreadableFolders;
   }
-  // Single writer: other workers only read these for the published sums.
+  // Only this worker writes them; others read them to publish progress.
   worker.bytes.store(worker.bytes.load(std::memory_order_relaxed) + bytes,
                      std::memory_order_relaxed);
   worker.files.store(worker.files.load(std::memory_order_relaxed) + files,
@@ -234,7 +230,7 @@ unsigned workerCount(unsigned processors, std::wstring_view root) {
 
 bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
           ScanResult& result, unsigned workers) {
-  const Clock::time_point start = Clock::now();
+  const ScanClock::time_point start = ScanClock::now();
   progress.phase = kPhaseReading;
   progress.setStatus(ScanStatus::reading);
   result.rootPath = normaliseRoot(source.absolute(normaliseRoot(options.root)));
@@ -250,12 +246,7 @@ bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& optio
   progress.phase = kPhaseSumming;
   progress.setStatus(ScanStatus::merging);
   walk.mergeInto(result);
-  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-  result.seconds = static_cast<double>(elapsed.count()) / 1000.0;
-  progress.files = result.fileCount;
-  progress.bytes = result.byteCount;
-  progress.dirs = result.folderCount;
-  progress.seconds = result.seconds;
+  finishScan(progress, result, start);
   return true;
 }
 

@@ -1,5 +1,5 @@
-// The folder walk: reads a tree with several workers at once. Works on any drive,
-// folder, share or WSL distribution.
+// The folder walk: lists a tree with several threads. Works on any drive, folder, share or WSL
+// distribution.
 #pragma once
 
 #include "scan/folder_reader.h"
@@ -11,17 +11,16 @@
 
 namespace vorda {
 
-// Reads everything beneath options.root into result and publishes the progress on the
-// way. Reparse points are neither counted nor followed; a folder that cannot be listed
-// stays in the table, empty, and counts in unreadableFolders. A cancel ends the walk
-// early and successfully, with what was read by then.
-// False with the failure word kNoSuchDir when the root is no folder or cannot be seen.
-// workers: how many threads read; 0 leaves it to workerCount.
+// Scans everything below options.root and publishes progress. Reparse points are neither
+// counted nor followed. A folder that cannot be listed stays in the table, empty, and counts in
+// unreadableFolders. A cancelled walk succeeds with the part read so far.
+// False with the failure word kNoSuchDir if the root is not a folder or not accessible.
+// workers: number of threads; 0: workerCount decides.
 bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
           ScanResult& result, unsigned workers = 0);
 
-// How many workers read a root on a machine with so many logical processors (0: not
-// known). A share waits on the network more than on the processor and gets more.
+// The number of threads for a root. processors: logical processors, 0 if unknown. Shares get
+// more, since their threads mostly wait for the network.
 unsigned workerCount(unsigned processors, std::wstring_view root);
 
 } // namespace vorda

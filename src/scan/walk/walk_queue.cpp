@@ -23,7 +23,7 @@ bool WalkQueue::finishAndTake(std::vector<FolderTask>& found, FolderTask& task) 
   std::unique_lock lock(mutex_);
   append(found);
   --busy_;
-  // One of the waiting tasks is for this worker itself.
+  // This worker takes one of the tasks itself.
   const std::size_t idle = tasks_.empty() ? 0 : std::min(waiting_, tasks_.size() - 1);
   if (idle > 0) {
     lock.unlock();
@@ -33,7 +33,7 @@ bool WalkQueue::finishAndTake(std::vector<FolderTask>& found, FolderTask& task) 
   return waitAndTake(lock, task);
 }
 
-// Returns how many sleeping workers have something to do now.
+// Returns how many waiting workers to wake.
 std::size_t WalkQueue::append(std::vector<FolderTask>& found) {
   const std::size_t count = found.size();
   tasks_.insert(tasks_.end(), std::make_move_iterator(found.begin()),

@@ -1,7 +1,7 @@
-// The folders that wait to be read, shared by the workers of one walk.
+// The queue of folders still to be read, shared by the workers of a walk. Thread-safe.
 //
-// First in, first out, so the tree is read breadth first. The walk is over when the
-// queue is empty and no worker is busy: only a busy worker can still add folders.
+// First in, first out: the tree is read breadth first. The walk ends when the queue is empty
+// and no worker is busy, since only busy workers add folders.
 #pragma once
 
 #include <condition_variable>
@@ -17,10 +17,10 @@ namespace vorda {
 struct FolderTask {
   std::uint32_t index = 0;
   std::uint32_t parent = 0xFFFFFFFF;
-  std::wstring path;         // without a prefix for long paths
-  std::size_t nameStart = 0; // where the folder's own name begins in path
+  std::wstring path;         // without the prefix for long paths
+  std::size_t nameStart = 0; // offset of the folder's own name in path
   bool root = false;
-  bool literal = false; // the path holds a name that the system would read as another
+  bool literal = false; // see FolderReader::open
 
   std::wstring_view name() const { return std::wstring_view(path).substr(nameStart); }
 };
@@ -29,14 +29,13 @@ class WalkQueue {
 public:
   explicit WalkQueue(FolderTask root) { tasks_.push_back(std::move(root)); }
 
-  // For a worker that is not busy: waits for a task and makes the worker busy. False
-  // when the walk is over.
+  // Waits for a task and marks the calling worker busy. False when the walk is over.
   bool take(FolderTask& task);
 
-  // For a busy worker: adds what it found so far, leaving found empty.
+  // Adds the tasks a busy worker has found so far and empties found.
   void add(std::vector<FolderTask>& found);
 
-  // add() and take() for a worker that has finished its folder, under one lock.
+  // add() and take() under one lock, for a worker that has finished its folder.
   bool finishAndTake(std::vector<FolderTask>& found, FolderTask& task);
 
 private:

@@ -1,4 +1,4 @@
-// NTFS volumes in memory, put together record by record.
+// NTFS volumes in memory, built record by record.
 #pragma once
 
 #include "scan/turbo/tree_build.h"
@@ -26,7 +26,7 @@ inline std::uint64_t reference(std::uint64_t record, std::uint64_t sequence) {
   return record | sequence << 48U;
 }
 
-// Written as on the disk: { length, offset from the run before }, in 4 bytes each.
+// Encodes runs of { length, offset from the previous run }, 4 bytes each.
 inline Bytes runList(const std::vector<std::pair<std::uint32_t, std::int64_t>>& runs) {
   Bytes list;
   for (const auto& [count, offset] : runs) {
@@ -38,8 +38,8 @@ inline Bytes runList(const std::vector<std::pair<std::uint32_t, std::int64_t>>& 
   return list;
 }
 
-// Of pieces of the unnamed stream: { first cluster, record }, the records in their first use
-// plus whatever the reference says on top; one named stream is in it as well.
+// Pieces of the unnamed stream: { first cluster, file reference; sequence number 1 is added }.
+// The list also contains an entry of a named stream.
 inline Bytes attributeList(const std::vector<std::pair<std::uint64_t, std::uint64_t>>& pieces) {
   Bytes list;
   const auto add = [&list](std::uint64_t cluster, std::uint64_t holder, bool named) {
@@ -58,14 +58,14 @@ inline Bytes attributeList(const std::vector<std::pair<std::uint64_t, std::uint6
 
 class TestRecord {
 public:
-  // Sequence number 1 and a base record unless said otherwise.
+  // By default a base record with sequence number 1.
   explicit TestRecord(bool directory = false, std::uint64_t base = 0, std::uint16_t sequence = 1) {
     bytes_.assign({'F', 'I', 'L', 'E'});
     put(bytes_, 16, sequence, 2);
     put(bytes_, 20, 256, 2);
     put(bytes_, 22, directory ? 3 : 1, 2);
     put(bytes_, 32, base, 8);
-    bytes_.resize(256); // room for the update sequence of any record size
+    bytes_.resize(256); // leaves room for any update sequence
   }
 
   TestRecord& resident(std::uint32_t type, const Bytes& value, bool named = false) {
@@ -108,7 +108,7 @@ public:
     return name(called, parent).nonResident(kData, size);
   }
 
-  // With the end mark and the protection.
+  // With end marker and update sequence applied.
   Bytes finished(std::size_t recordBytes) const {
     Bytes bytes = bytes_;
     put(bytes, bytes.size(), 0xFFFFFFFF, 4);
@@ -144,7 +144,7 @@ struct TestVolume {
   std::uint32_t tableRecords = 64;
   std::map<std::uint32_t, TestRecord> records; // without record 0
   TestRecord first;                            // record 0 without its data
-  // Of the table: count and absolute first cluster.
+  // Extents of the table: count and absolute first cluster.
   std::vector<std::pair<std::uint32_t, std::uint32_t>> extents{{128, 64}};
   std::uint64_t sectors = 0x100000;
 
@@ -195,8 +195,7 @@ struct TestVolume {
   }
 };
 
-// Reads like the system: whole sectors into aligned memory, or nothing. Behind the image's
-// bytes there are zeroes.
+// Like the system, reads only whole sectors into aligned memory. Zeroes follow the image.
 class MemoryVolume final : public Volume {
 public:
   explicit MemoryVolume(Bytes image) : image_(std::move(image)) {}

@@ -41,7 +41,7 @@ Reading reading(const OpenVolume& open, ScanProgress& progress) {
   options.fileListThreshold = 1;
   options.namePatterns = {L"*"};
   Reading one;
-  one.ok = readMft(open, progress, options, one.result);
+  one.ok = turboScan(open, progress, options, one.result);
   one.failure = progress.texts().failure;
   if (one.ok) sumTree(one.result.folders, progress);
   return one;
@@ -54,7 +54,7 @@ Reading reading(const OpenVolume& open) {
 
 std::string wordOf(Bytes image) { return reading(opens(std::move(image))).failure; }
 
-// "path size" of every kept file.
+// "path size" of every kept file, relative to the root.
 std::set<std::wstring> listed(const Reading& read) {
   REQUIRE(read.ok);
   std::set<std::wstring> lines;
@@ -67,7 +67,7 @@ std::set<std::wstring> listed(const Reading& read) {
 
 using Lines = std::set<std::wstring>;
 
-// A record in the words of tests/data/mft_volumes.txt.
+// Parses a record of tests/data/mft_volumes.txt.
 TestRecord written(std::istream& line) {
   std::map<std::string, std::vector<std::string>> words;
   for (std::string word; line >> word;) {
@@ -97,7 +97,7 @@ TestRecord written(std::istream& line) {
 
 } // namespace
 
-TEST_CASE("boot sectors: layouts in use, and those that cannot be") {
+TEST_CASE("boot sectors: valid and invalid layouts") {
   for (const auto& row : cases("mft_boot.txt", 8)) {
     Bytes boot = TestVolume().image();
     const std::size_t places[] = {11, 13, 64, 40, 48};
@@ -132,7 +132,7 @@ TEST_CASE("run lists") {
   }
 }
 
-TEST_CASE("volumes in writing are read as written") {
+TEST_CASE("volumes described in mft_volumes.txt") {
   TestVolume volume;
   Lines expected;
   std::wstring counts;
@@ -167,7 +167,7 @@ TEST_CASE("volumes in writing are read as written") {
   CHECK(expected.empty());
 }
 
-TEST_CASE("a file 4,096 steps from the root is reached, and one beyond is an orphan") {
+TEST_CASE("folders deeper than 4,096 levels are orphans") {
   TestVolume volume;
   volume.tableRecords = 8192;
   volume.extents = {{16384, 64}};
@@ -186,7 +186,7 @@ TEST_CASE("a file 4,096 steps from the root is reached, and one beyond is an orp
   CHECK(findFolder(read.result.folders, L"d:\\", L"d:\\$Orphans\\deep"));
 }
 
-TEST_CASE("a search is handed its files, without those of the folders it leaves out") {
+TEST_CASE("a sink gets all files except those in left-out folders") {
   struct Collected final : FileSink, FileTaker {
     Lines lines;
     std::unique_ptr<FileTaker> taker() override { return std::make_unique<Forward>(*this); }
@@ -216,17 +216,17 @@ TEST_CASE("a search is handed its files, without those of the folders it leaves 
   options.leftOut = {L"d:\\a\\OUT", L"D:\\A\\ow"};
   options.sink = &sink;
   ScanResult result;
-  REQUIRE(readMft(opens(volume.image()), progress, options, result));
+  REQUIRE(turboScan(opens(volume.image()), progress, options, result));
   CHECK(sink.lines == Lines{L"D:\\A\\Below\\f 31"});
   CHECK(result.files.empty());
   CHECK(result.fileCount == 3); // with the table itself
   CHECK(result.folderCount == 3);
 }
 
-TEST_CASE("a table in pieces is read whole or not at all") {
+TEST_CASE("a fragmented table is read completely or not at all") {
   TestVolume volume;
   volume.tableRecords = 24;
-  // Records of two clusters, some of them torn apart by the end of an extent.
+  // Records of two clusters, some split across extents.
   volume.extents = {{37, 64}, {4, 500}, {1, 300}, {6, 200}};
   const Bytes head = runList({{37, 64}});
   for (std::uint32_t i = 20; i < 24; ++i) {
@@ -235,7 +235,7 @@ TEST_CASE("a table in pieces is read whole or not at all") {
   const Lines all = {L"file 20 20", L"file 21 21", L"file 22 22", L"file 23 23"};
   CHECK(listed(reading(opens(volume.image()))) == all);
 
-  // Out of order, and the second piece is told by a record that lies in the first one.
+  // The attribute list is unsorted; a record in the first extent describes the second.
   Bytes list = attributeList({{41, 19}, {0, 0}, {37, 16}});
   const auto zero = [&head](const Bytes& value) {
     return TestRecord().resident(kAttributeList, value).nonResident(kData, 24 * 1024, head);
@@ -256,13 +256,13 @@ TEST_CASE("a table in pieces is read whole or not at all") {
 
   list.pop_back();
   const std::vector<Bytes> wrong = {
-      attributeList({{37, 16}}),                         // a piece is not named
-      attributeList({{37, reference(16, 1)}, {41, 19}}), // an older record
-      attributeList({{37, 19}, {41, 16}}),               // the wrong ones
+      attributeList({{37, 16}}),                         // a piece is missing
+      attributeList({{37, reference(16, 1)}, {41, 19}}), // an outdated reference
+      attributeList({{37, 19}, {41, 16}}),               // records swapped
       attributeList({{36, 16}, {41, 19}}),               // overlapping
-      attributeList({{37, 22}, {41, 19}}),               // lies in itself
-      attributeList({{37, 16}, {37, 16}, {41, 19}}),     //
-      list,                                              // cut off
+      attributeList({{37, 22}, {41, 19}}),               // outside the extents known so far
+      attributeList({{37, 16}, {37, 16}, {41, 19}}),     // duplicate entry
+      list,                                              // truncated
       Bytes(32),
       {},
   };
@@ -281,12 +281,12 @@ TEST_CASE("records smaller than a sector, and a table that ends inside one") {
   volume.add(18, TestRecord(false, reference(0, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
   volume.add(29, TestRecord().file(L"last", kRoot, 29));
   CHECK(listed(reading(opens(volume.image(zero)))) == Lines{L"last 29"});
-  // The record that continues the table must say that it does.
+  // An extension record must refer to the table's base record.
   volume.add(18, TestRecord(false, reference(5, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
   CHECK(wordOf(volume.image(zero)) == kMftCorrupt);
 }
 
-TEST_CASE("single bad records are passed over, many are not") {
+TEST_CASE("single bad records are skipped, many fail the scan") {
   TestVolume volume;
   volume.tableRecords = 4096;
   volume.extents = {{8192, 64}};
@@ -295,9 +295,9 @@ TEST_CASE("single bad records are passed over, many are not") {
   const Bytes good = volume.image();
   const auto at = [](std::size_t record) { return (64 + record * 2) * 512; };
   Bytes bad = good;
-  put(bad, at(100) + 510, 0x1234, 2);            // torn in writing
+  put(bad, at(100) + 510, 0x1234, 2);            // torn write
   put(bad, at(101), 0x44414142, 4);              // marked as bad
-  put(bad, at(102) + 22, 0, 2);                  // deleted: no fault
+  put(bad, at(102) + 22, 0, 2);                  // deleted: not an error
   put(bad, at(103) + 32, reference(4096, 1), 8); // extends a record outside the table
   CHECK(wordOf(bad) == kMftCorrupt);
   put(bad, at(103) + 32, 0, 8);
@@ -316,7 +316,7 @@ TEST_CASE("single bad records are passed over, many are not") {
   CHECK(listed(reading(opens(bad))) == Lines{L"whole 1"});
 }
 
-TEST_CASE("every failure has its word, and the walk takes over") {
+TEST_CASE("every failure has its word, and the walk follows") {
   const Bytes good = TestVolume().image();
   const std::size_t table = 64 * 512;
   const auto changed = [&good](std::size_t at, std::uint64_t value, std::size_t count) {
@@ -347,11 +347,11 @@ TEST_CASE("every failure has its word, and the walk takes over") {
       {kMftNotNtfs, changed(3, 'M', 1)},
       {kMftLayout, changed(13, 0, 1)},
       {kMftUnreadable, failing(table, table + 1)}, // record 0
-      {kMftUnreadable, failing(table, table + 2)}, // and the chunk with the same beginning
+      {kMftUnreadable, failing(table, table + 2)}, // record 0 in its chunk
       {kMftCorrupt, changed(table, 'B', 1)},
       {kMftCorrupt, changed(table + 510, 0, 2)},
-      {kMftCorrupt, changed(table + 6, 2, 2)},             // an update sequence too short
-      {kMftCorrupt, changed(table + 6, 600, 2)},           // an update sequence beyond the record
+      {kMftCorrupt, changed(table + 6, 2, 2)},             // update sequence too short
+      {kMftCorrupt, changed(table + 6, 600, 2)},           // update sequence outside the record
       {kMftCorrupt, changed(table + 5 * 1024 + 22, 0, 2)}, // no root folder
       {kMftCorrupt, with(TestRecord().nonResident(kData, 65 * 1024, run))},
       {kMftCorrupt, with(TestRecord().nonResident(kData, 64 * 1024, {0x01, 1, 0}))},
@@ -376,7 +376,7 @@ TEST_CASE("every failure has its word, and the walk takes over") {
     app.state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
     app.state.steps.turbo = [&open = open](ScanProgress& progress, const ScanOptions& options,
                                            ScanResult& result) {
-      return readMft(open, progress, options, result);
+      return turboScan(open, progress, options, result);
     };
     Job job;
     job.target = L"d:\\";
@@ -389,7 +389,7 @@ TEST_CASE("every failure has its word, and the walk takes over") {
   }
 }
 
-TEST_CASE("a cancel is answered within one chunk") {
+TEST_CASE("a cancel takes effect within one chunk") {
   TestVolume volume;
   volume.tableRecords = 8192 * 6;
   volume.extents = {{8192 * 12, 64}};
@@ -409,7 +409,7 @@ TEST_CASE("a cancel is answered within one chunk") {
   CHECK(reading(opens(volume.image()), progress).ok);
 }
 
-TEST_CASE("damaged tables end in a result or a word") {
+TEST_CASE("randomly damaged tables give a result or a failure word") {
   TestVolume volume;
   for (std::uint32_t i = 20; i < 60; ++i) {
     const std::uint64_t parent = i < 25 ? kRoot : reference(20 + i % 5, 1);
@@ -420,7 +420,7 @@ TEST_CASE("damaged tables end in a result or a word") {
   std::set<std::string, std::less<>> seen;
   for (int i = 0; i < 1000; ++i) {
     Bytes bad = good;
-    // Half of them only in the records' heads and first attributes, where it hurts most.
+    // Half of the runs damage only headers and first attributes.
     for (auto damage = 1 + random() % 40; damage > 0; --damage) {
       const std::size_t record = 64 * 512 + random() % 60 * 1024;
       bad[record + random() % (i % 2 == 0 ? 1024 : 400)] = static_cast<std::uint8_t>(random());
