@@ -1,6 +1,9 @@
 #include "scan/target_list.h"
+#include "scan/targets.h"
 
 #include <doctest/doctest.h>
+
+#include <vector>
 
 using namespace vorda;
 
@@ -24,4 +27,26 @@ TEST_CASE("the list of targets as the page gets it") {
         R"("home":"C:\\Users\\me","machine":"BOX","elevated":true,"version":"1.2.3",)"
         R"("vendor":"Brixmoor","website":"https://x/","logPath":"C:\\v.log"})");
   CHECK(targetsDocument({}).starts_with(R"({"drives":[],"wsl":[],"home":"",)"));
+}
+
+TEST_CASE("the class of a target follows from its spelling") {
+  const std::vector<std::pair<std::wstring, std::string>> rows = {
+      {L"SSH://me@host/x", "ssh"},
+      {L"user@host:/path", "ssh"},
+      {L"D:\\a@b", "folder"},
+      {L"a@b\\c", "folder"},
+      {L"\\\\WSL$\\Debian", "wsl"},
+      {L"\\\\wsl.localhost\\Debian\\home", "wsl"},
+      {L"\\\\nas\\share", "unc"},
+      {L"D:", "drive"},
+      {L"D:\\", "drive"},
+      {L"D:\\p", "folder"},
+      {L"", "folder"}};
+  for (const auto& [target, kind] : rows) CHECK(wordOf(classifyTarget(target)) == kind);
+  CHECK(turboPathRefusal(L"C:").empty());
+  CHECK(turboPathRefusal(L"C:\\").empty());
+  CHECK(turboPathRefusal(L"C:\\U") == "notwholedrive");
+  CHECK(turboPathRefusal(L"\\\\s\\d") == "notlocal");
+  CHECK(failureText("sshFailed:255").starts_with("ssh stopped with an error"));
+  CHECK(failureText("mftCorrupt") == "mftCorrupt");
 }

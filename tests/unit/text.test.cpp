@@ -1,8 +1,5 @@
 #include "base/natural_order.h"
 #include "base/text.h"
-#include "scan/file_filter.h"
-#include "scan/targets.h"
-#include "scan/type_totals.h"
 
 #include <doctest/doctest.h>
 
@@ -37,54 +34,4 @@ TEST_CASE("natural order compares digits by value") {
   CHECK(compareNatural(L"a2b", L"A10") < 0);
   CHECK(compareNatural(L"x007", L"x7a") < 0);
   CHECK(compareNatural(L"a", L"A") != 0);
-}
-
-TEST_CASE("file filters as people type them") {
-  using Texts = std::vector<std::wstring>;
-  CHECK(parseExtensions(L" .jpg,PNG;*.Psd  ai ") == Texts{L".jpg", L".png", L".psd", L".ai"});
-  CHECK(parseExtensions(L" ,; ").empty());
-  CHECK(parseNamePatterns(L" a b ;; *.x; ") == Texts{L"a b", L"*.x"});
-  const Texts images = parseExtensions(L"jpg png");
-  const Texts holiday = parseNamePatterns(L"HOLIDAY; 20??*");
-  CHECK(passesFilter(L"My holiday.Jpg", images, holiday));
-  CHECK(passesFilter(L"2019-a.png", images, holiday));
-  CHECK_FALSE(passesFilter(L"holiday.gif", images, holiday));
-  CHECK_FALSE(passesFilter(L"x2019.png", images, holiday));
-  CHECK_FALSE(passesFilter(L"jpg", images, {}));
-}
-
-TEST_CASE("types of file names") {
-  const std::vector<std::pair<std::wstring, std::wstring>> rows = {
-      {L"archive.tar.gz", L".gz"},
-      {L"README", L"(none)"},
-      {L".gitignore", L"(none)"},
-      {L"x.", L"(none)"},
-      {L"photo.JPG", L".jpg"},
-      {L"a.abcdefghijk", L".abcdefghijk"},
-      {L"a.abcdefghijkl", L"(other)"},
-      {L"a.\u00C9\u00C9", L".\u00E9\u00E9"},
-      {L"", L"(none)"}};
-  for (const auto& [name, key] : rows) CHECK(typeKeyOf(name) == key);
-}
-
-TEST_CASE("targets by their text") {
-  const std::vector<std::pair<std::wstring, std::string>> rows = {
-      {L"SSH://me@host/x", "ssh"},
-      {L"user@host:/path", "ssh"},
-      {L"D:\\a@b", "folder"},
-      {L"a@b\\c", "folder"},
-      {L"\\\\WSL$\\Debian", "wsl"},
-      {L"\\\\wsl.localhost\\Debian\\home", "wsl"},
-      {L"\\\\nas\\share", "unc"},
-      {L"D:", "drive"},
-      {L"D:\\", "drive"},
-      {L"D:\\p", "folder"},
-      {L"", "folder"}};
-  for (const auto& [target, kind] : rows) CHECK(wordOf(classifyTarget(target)) == kind);
-  CHECK(turboPathRefusal(L"C:").empty());
-  CHECK(turboPathRefusal(L"C:\\").empty());
-  CHECK(turboPathRefusal(L"C:\\U") == "notwholedrive");
-  CHECK(turboPathRefusal(L"\\\\s\\d") == "notlocal");
-  CHECK(failureText("sshFailed:255").starts_with("ssh stopped with an error"));
-  CHECK(failureText("mftCorrupt") == "mftCorrupt");
 }
