@@ -1,4 +1,4 @@
-// GET /api/export: a finished scan as CSV.
+// /api/export: a finished scan as CSV.
 #pragma once
 
 #include "http/message.h"

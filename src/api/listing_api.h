@@ -9,12 +9,12 @@
 
 namespace vorda {
 
-// GET /api/browse: the subfolders of a path in natural order, links marked. Without a path,
+// /api/browse: the subfolders of a path in natural order, links marked. Without a path,
 // the drives and WSL distributions.
 HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
                            const std::function<TargetList()>& targets);
 
-// GET /api/files: the largest files directly in a folder, and how many there are in all.
+// /api/files: the largest files directly in a folder, and how many there are in all.
 HttpResponse browseFiles(const HttpRequest& request, FolderSource& source);
 
 } // namespace vorda

@@ -12,7 +12,7 @@
 
 namespace vorda {
 
-// The form fields, or null unless the body is exactly as long as its Content-Length. A
+// The form fields, or null if the length of the body differs from its Content-Length. A
 // truncated body could have lost the end of a path, or the field that asks for a dry run.
 std::unique_ptr<FormFields> completeForm(const HttpRequest& request);
 

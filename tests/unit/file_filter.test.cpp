@@ -1,11 +1,12 @@
 #include "scan/file_filter.h"
-#include "scan/type_totals.h"
 
 #include <doctest/doctest.h>
 
+#include <vector>
+
 using namespace vorda;
 
-TEST_CASE("file filters as users type them") {
+TEST_CASE("extension lists and name patterns select files") {
   using Texts = std::vector<std::wstring>;
   CHECK(parseExtensions(L" .jpg,PNG;*.Psd  ai ") == Texts{L".jpg", L".png", L".psd", L".ai"});
   CHECK(parseExtensions(L" ,; ").empty());
@@ -17,18 +18,4 @@ TEST_CASE("file filters as users type them") {
   CHECK_FALSE(passesFilter(L"holiday.gif", images, holiday));
   CHECK_FALSE(passesFilter(L"x2019.png", images, holiday));
   CHECK_FALSE(passesFilter(L"jpg", images, {}));
-}
-
-TEST_CASE("types of file names") {
-  const std::vector<std::pair<std::wstring, std::wstring>> rows = {
-      {L"archive.tar.gz", L".gz"},
-      {L"README", L"(none)"},
-      {L".gitignore", L"(none)"},
-      {L"x.", L"(none)"},
-      {L"photo.JPG", L".jpg"},
-      {L"a.abcdefghijk", L".abcdefghijk"},
-      {L"a.abcdefghijkl", L"(other)"},
-      {L"a.\u00C9\u00C9", L".\u00E9\u00E9"},
-      {L"", L"(none)"}};
-  for (const auto& [name, key] : rows) CHECK(typeKeyOf(name) == key);
 }

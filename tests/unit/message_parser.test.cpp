@@ -38,13 +38,10 @@ TEST_CASE("request heads, with odd and malformed parts") {
 }
 
 TEST_CASE("response heads") {
-  const std::vector<std::pair<int, std::string>> reasons = {{200, "OK"},
-                                                            {400, "Bad Request"},
-                                                            {401, "Unauthorized"},
-                                                            {404, "Not Found"},
-                                                            {500, "Internal Server Error"},
-                                                            {403, "Internal Server Error"},
-                                                            {502, "Internal Server Error"}};
+  const std::string failed = "Internal Server Error"; // also for statuses without a text
+  const std::pair<int, std::string> reasons[] = {{200, "OK"},           {400, "Bad Request"},
+                                                 {401, "Unauthorized"}, {404, "Not Found"},
+                                                 {500, failed},         {403, failed}};
   for (const auto& [status, reason] : reasons) {
     CHECK(responseHead(answer(status, "12345", "t/x")) ==
           "HTTP/1.1 " + std::to_string(status) + " " + reason +

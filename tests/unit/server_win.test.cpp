@@ -76,27 +76,20 @@ constexpr const char* kGet = "GET / HTTP/1.1\r\n\r\n";
 } // namespace
 
 TEST_CASE("a port in use is refused; stopping releases it") {
-  ServerState& server = startedServer(
-      [](const HttpRequest& request) { return answer(200, std::to_string(request.body.size())); });
+  ServerState& server = startedServer([](const HttpRequest&) { return okAnswer(); });
   const auto port = static_cast<std::uint16_t>(server.actualPort);
   ServerState second;
   std::wstring reason;
   CHECK_FALSE(startServer(second, port, false, reason));
   CHECK(reason == L"port " + std::to_wstring(port) + L" is in use");
   CHECK_FALSE(second.running);
-  {
-    // The client sends far more than announced and still receives the response.
-    Client client(server);
-    client.sendAll("POST / H\r\nContent-Length: 3\r\n\r\n" + std::string(200'000, 'x'));
-    CHECK(client.receive().starts_with("HTTP/1.1 200 OK\r\n"));
-  }
   stopServer(server);
   stopServer(server);
   CHECK_FALSE(Client(server).connected);
   REQUIRE(startServer(server, port, false, reason));
   Client again(server);
   again.sendAll(kGet);
-  CHECK(again.receive().ends_with("\r\n\r\n0"));
+  CHECK(again.receive().ends_with("\r\n\r\n{\"ok\":true}"));
   stopServer(server);
 }
 
