@@ -1,5 +1,5 @@
 #include "fileops/cleanup.h"
-#include "support/app.h"
+#include "support/runs.h"
 
 #include <doctest/doctest.h>
 
@@ -109,11 +109,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
     CHECK(app.disk->shellCalls == 1);
     if (told.find("failed") == std::string::npos) {
       // The dry run reported the same size and paths.
-      const auto bytes = [](const std::string& text) {
-        const std::size_t at = text.find("\"bytes\":");
-        return text.substr(at, text.find(',', at) - at);
-      };
-      CHECK(bytes(dry) == bytes(told));
+      CHECK(test::numberIn(dry, "bytes") == test::numberIn(told, "bytes"));
     }
     CHECK(dry.substr(dry.find("\"refused\"")) ==
           told.substr(told.find("\"refused\""), told.size() - told.find("\"refused\"") - 1) +

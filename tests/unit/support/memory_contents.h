@@ -81,7 +81,7 @@ public:
     return std::make_unique<File>(*this, path, *file);
   }
 
-  std::unique_ptr<Hasher> hasher() override { return std::make_unique<FourSums>(); }
+  std::unique_ptr<Hasher> hasher() override { return std::make_unique<ChecksumHasher>(); }
   void lowerPriority() override {}
 
 private:
@@ -125,25 +125,21 @@ private:
     MemoryFile file_;
   };
 
-  // Four simple checksums.
-  class FourSums final : public Hasher {
+  class ChecksumHasher final : public Hasher {
   public:
     void add(std::span<const std::byte> bytes) override {
       for (const std::byte byte : bytes) {
-        for (std::uint64_t i = 0; i < 4; ++i) {
-          sums_[i] = (sums_[i] ^ static_cast<std::uint64_t>(byte)) * (1'099'511'628'211ULL + 2 * i);
-        }
+        sum_ = (sum_ ^ static_cast<std::uint64_t>(byte)) * 1'099'511'628'211ULL;
       }
     }
     std::optional<Digest> finish() override {
-      Digest digest;
-      static_assert(sizeof digest == sizeof sums_);
-      std::memcpy(digest.data(), sums_.data(), sizeof sums_);
+      Digest digest{};
+      std::memcpy(digest.data(), &sum_, sizeof sum_);
       return digest;
     }
 
   private:
-    std::array<std::uint64_t, 4> sums_ = {1, 2, 3, 4};
+    std::uint64_t sum_ = 1;
   };
 
   std::mutex mutex_;
