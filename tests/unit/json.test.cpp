@@ -3,6 +3,8 @@
 
 #include <doctest/doctest.h>
 
+#include <vector>
+
 using namespace vorda;
 
 TEST_CASE("commas between values, keys, containers and raw fragments") {
