@@ -11,7 +11,7 @@ TEST_CASE("folders, types and CSV of a finished scan") {
   for (int i = 0; i < 20; ++i) app.disk->addFolder(root, L"d" + std::to_wstring(i));
   for (int i = 0; i < 250; ++i) {
     app.disk->addFile(root + L"\\d" + std::to_wstring(i % 20), std::to_wstring(i) + L".ISO",
-                         60'000'000 + static_cast<unsigned>(i));
+                      60'000'000 + static_cast<unsigned>(i));
   }
   app.scanned("M%3A%5Cr%C3%A9");
   CHECK(app.told("GET", "/api/dirs?id=1&p=x") ==
