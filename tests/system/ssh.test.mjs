@@ -177,7 +177,7 @@ test('a connection that breaks, and cancelling while find is silent or never sto
   await until(() => endless.run.ssh.exitCode !== null || endless.run.ssh.signalCode !== null, 'ssh to notice that nobody reads');
   // An ssh that has nothing to write does not notice. It is waited for, and then left alone.
   await silent.done();
-  assert.ok(Date.now() - began >= 10_000);
+  assert.ok(Date.now() - began >= 9_900);
   assert.deepEqual([silent.run.ssh.exitCode, silent.run.socket.destroyed], [null, false]);
   // It has inherited nothing that outlives the server, such as the port.
   server.child.kill('SIGKILL');
