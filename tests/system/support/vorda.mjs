@@ -42,9 +42,12 @@ for (const signal of ['SIGINT', 'SIGTERM']) process.once(signal, () => process.e
 // program has ended: Wine's services start with that one, and would keep its pipes open.
 function makePrefix(drives = {}, through = []) {
   const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
-  const run = (arg, ...more) => {
-    const { status } = spawnSync(...wineCommand([arg, ...more], { env, through, stdio: 'ignore' }));
-    assert.equal(status, 0, `scripts/wine ${arg} failed`);
+  // Their output goes to a file: a pipe would stay open as long as Wine's services.
+  const run = (...args) => {
+    const said = fs.openSync(`${prefix}/said`, 'w');
+    const { status } = spawnSync(...wineCommand(args, { env, through, stdio: ['ignore', said, said] }));
+    fs.closeSync(said);
+    assert.equal(status, 0, `scripts/wine ${args.join(' ')}: ${fs.readFileSync(`${prefix}/said`)}`);
   };
   execFileSync(wineScript, ['--make'], { stdio: ['ignore', 'ignore', 'inherit'] });
   const prefix = fs.mkdtempSync(`${from}-test-`);
