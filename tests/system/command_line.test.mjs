@@ -90,8 +90,7 @@ test('messages go to standard error, data and summary to standard output', async
   const folder = scratch(t);
   const tree = `${folder}/tree 😀`;
   const out = `${folder}/out.json`;
-  const sizes = [[512, '512 B'], [1023, '1023 B'], [1024, '1.0 KB'], [1536, '1.5 KB'],
-    [2 ** 20 - 1, '1024.0 KB'], [5 * 2 ** 30, '5.0 GB'], [1.5 * 2 ** 40, '1.5 TB']];
+  const sizes = [[1023, '1023 B'], [1.5 * 2 ** 40, '1.5 TB']];
   for (const [size, text] of sizes) {
     makeFiles(tree, { 'a.bin': size, 'empty': '' });
     const run = await vorda(['--scan', tree, '--out', out]);
@@ -124,18 +123,10 @@ test('filters narrow the list of files and nothing else', async (t) => {
     'ÉTÉ.jpeg', '😀.txt', 'ab.txt', 'a b.txt', '[x].txt', 'x+y.txt'];
   makeFiles(folder, Object.fromEntries(names.map((name) => [name, 'x'])));
   const filters = [
-    [['--ext', '.jpg .png'], ['Holiday one.JPG', 'a.jpg', 'holiday.png']],
     [['--ext', 'JPG,png;.gif'], ['Holiday one.JPG', 'a.jpg', 'b.gif', 'holiday.png']],
-    [['--ext', ' *.jpg , ;'], ['Holiday one.JPG', 'a.jpg']],
     [['--ext', '.jp .jpegs'], []],
-    [['--find', 'holiday*'], ['Holiday one.JPG', 'holiday.png']],
-    [['--find', 'HOLIDAY'], ['Holiday one.JPG', 'holiday.png', 'my holiday.jpg.txt']],
     [['--find', ' ; a b ;; été* '], ['a b.txt', 'ÉTÉ.jpeg']],
-    [['--find', '?.txt'], ['😀.txt']],
-    [['--find', '??.t?t'], ['ab.txt']],
-    [['--find', '*.j*g'], ['.jpg', 'Holiday one.JPG', 'a.jpg', 'ÉTÉ.jpeg']],
-    [['--find', '[x]'], ['[x].txt']],
-    [['--find', 'x+*'], ['x+y.txt']],
+    [['--find', '?.txt;[x];x+*'], ['[x].txt', 'x+y.txt', '😀.txt']],
     [['--ext', 'txt', '--find', 'holiday;a*'], ['a b.txt', 'ab.txt', 'my holiday.jpg.txt']],
   ];
   const plain = readJson(await output(['--scan', folder, '--out', '-']));
