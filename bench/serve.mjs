@@ -1,7 +1,8 @@
 // How the server bears load, under Wine and on this machine:
 //   1. requests per second against a bare accept-read-answer loop, taking turns;
 //   2. the same with a scan of a large tree going on;
-//   3. scans started, watched, cancelled and forgotten by 16 clients, and what is left behind.
+//   3. scans started, watched, cancelled and forgotten by 16 clients, and what is left behind;
+//   4. answers while a large folder is being deleted.
 // node bench/serve.mjs TREE SECONDS, from a shell with Wine's environment set.
 import { execFileSync, spawn } from 'node:child_process';
 import fs from 'node:fs';
@@ -100,5 +101,19 @@ await soak(5);
 const before = state();
 const jobs = await soak(seconds);
 console.log(`${jobs} scans made and dropped by 16 clients; before: ${before}; after: ${state()}`);
+
+const folder = `${tree.slice(2).replaceAll('\\', '/')}-deleted`;
+execFileSync('node', [`${repo}bench/make-tree.mjs`, folder, '20000'], { stdio: 'ignore' });
+const waits = [];
+let deleting = true;
+const began = performance.now();
+const deletion = text('/api/delete', { method: 'POST', body: new URLSearchParams({ p: `${tree}-deleted`, permanent: 1 }) }).finally(() => { deleting = false; });
+while (deleting) {
+  const asked = performance.now();
+  await text('/api/jobs');
+  waits.push(performance.now() - asked);
+}
+const { deleted, error } = JSON.parse(await deletion);
+console.log(`20,000 files deleted in ${Math.round(performance.now() - began)} ms (${deleted} folder, error: ${error || 'none'}); ${waits.length} answers meanwhile, median ${median(waits).toFixed(1)} ms, slowest ${Math.max(...waits).toFixed(1)} ms`);
 await text('/api/quit');
 bare.child.kill();

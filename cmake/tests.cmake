@@ -83,12 +83,12 @@ if(CMAKE_CROSSCOMPILING)
     ${PROJECT_SOURCE_DIR}/tests/system/*.test.mjs)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  set_tests_properties(system PROPERTIES TIMEOUT 1200 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  set_tests_properties(system PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 
   # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
     ${PROJECT_SOURCE_DIR}/tests/page/*.test.mjs)
   add_test(NAME page COMMAND ${NODE} --test ${page_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  set_tests_properties(page PROPERTIES TIMEOUT 1200 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  set_tests_properties(page PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 endif()

@@ -1,16 +1,16 @@
-// Names that break a careless writer or reader, on a real file system, through every output.
+// Names that break a careless writer or reader, from a real file system through every output.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { compareWithCount } from './support/count.mjs';
 import { makeFiles, output, readCsv, readJson, scratch, winPath } from './support/vorda.mjs';
 
-// Creates a file of a size no other has under each path, so that a mix-up of two shows.
+// Creates a file under each path, all of different sizes so that a mix-up shows.
 function makeDistinct(folder, paths) {
   makeFiles(folder, Object.fromEntries(paths.map((path, i) => [path, 'x'.repeat(i + 1)])));
 }
 
-test('hostile names come through unharmed', async (t) => {
+test('hostile names come through unchanged', async (t) => {
   const folder = scratch(t);
   makeDistinct(folder, [
     '😀.😀', '👩‍👩‍👧‍👦 family.jpg', 'plain.JPG', 'é.É', 'e\u0301.é', '中文, 日本語.txt',
@@ -23,7 +23,7 @@ test('hostile names come through unharmed', async (t) => {
     'limit.567890abcdef', 'limit.4567890abc', 'limit.34567890ab', 'limit.😀😀😀😀😀',
     'limit.😀😀😀😀😀😀',
   ]);
-  // Bytes that are no UTF-8 still count, under a replaced name.
+  // Names that are not UTF-8 are counted too, with replacement characters.
   const odd = (name) => Buffer.concat([Buffer.from(`${folder}/`), Buffer.from(name, 'latin1')]);
   fs.mkdirSync(odd('dir\xFF'));
   fs.writeFileSync(odd('dir\xFF/in\xFFside'), '123');
@@ -31,7 +31,7 @@ test('hostile names come through unharmed', async (t) => {
   assert.ok(files.some(({ path }) => path.endsWith('/dir\uFFFD/in\uFFFDside')));
 });
 
-test('folders whose names Windows would shorten or confuse keep their own content', async (t) => {
+test('folders whose names Windows would trim or mix up keep their own content', async (t) => {
   const folder = scratch(t);
   const names = ['name', 'name.', 'name..', 'name ', 'name .', 'Name', 'NAME', ' name', '. .', '... ', 'aux',
     'com1.txt', 'co:lon', '😀'];
@@ -40,7 +40,7 @@ test('folders whose names Windows would shorten or confuse keep their own conten
   assert.equal(expected.folders.size, 1 + 4 * names.length);
 });
 
-// Wine can show paths of 4,095 bytes less its own prefix's; so this stops short of the system's limit.
+// Under Wine a path and the prefix in front of it share 4,095 bytes, so this stays below the system's limit.
 test('400 levels, and paths of up to 3,900 characters', async (t) => {
   const folder = scratch(t);
   const room = (length) => length - winPath(folder).length - 1;
@@ -51,7 +51,7 @@ test('400 levels, and paths of up to 3,900 characters', async (t) => {
   const paths = [longest(3900, 'w'.repeat(255)), longest(1500, '😀'.repeat(63))];
   const levels = Array.from({ length: 400 }, (_, i) => `lvl-${i + 1}`);
   for (const depth of [1, 100, 399, 400]) paths.push(`${levels.slice(0, depth).join('/')}/file.txt`);
-  // Every length around the ones at which Windows changes its mind.
+  // All lengths around those at which Windows treats a path differently.
   for (let length = 225; length <= 270; ++length) {
     const name = 'p'.repeat(room(length));
     paths.push(`${name}/in.txt`, `${name}/dots./in.txt`);

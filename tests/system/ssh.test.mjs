@@ -1,11 +1,10 @@
-// Scans over a real ssh: the client of this machine, two real servers, and df and find behind them.
+// Scans over real ssh: this machine's client, two real servers, and df and find behind them.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
-import net from 'node:net';
 import os from 'node:os';
 import { after, test } from 'node:test';
-import { exchange, freePort, serve, until } from './support/server.mjs';
+import { canListen, exchange, freePort, serve, until } from './support/server.mjs';
 import { bridge, makeKey, passwordServer, relay, startSshd, writeScript } from './support/ssh.mjs';
 import { confinedWine, exe, makeFiles, output, readJson, scratch, vorda, winPath, wineScript } from './support/vorda.mjs';
 
@@ -13,7 +12,7 @@ const ends = [];
 after(async () => { for (const end of ends) await end(); });
 const here = { after: (end) => ends.unshift(end) };
 const folder = scratch(here);
-const wine = await confinedWine(here); // nobody else's --stop reaches it
+const wine = confinedWine(here);
 const { runs, config, env } = await relay(here, folder, wine.env);
 for (const name of ['bin', 'server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
 fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
@@ -39,7 +38,7 @@ async function post(one, on = server, more = {}) {
   const { id } = (await on.post('/api/scan', { path: one, kind: 'ssh', ...more })).body;
   const job = async () => (await on.json('/api/jobs')).body.find((other) => other.id === id);
   const ended = async () => ((now) => now.phase === 3 && now.state !== 'cancelled' && now)(await job());
-  return { id, job, done: () => until(ended, 'the job', 60_000) };
+  return { id, job, done: () => until(ended, 'the job to end') };
 }
 
 async function fails(one, word, on = server, wineOptions = options) {
@@ -49,7 +48,7 @@ async function fails(one, word, on = server, wineOptions = options) {
   assert.deepEqual([code, err], [1, `Vorda: scanning ${one} failed: ${kSentences[word.split(':')[0]]}\n`]);
 }
 
-test('100,000 files by ssh are those of the walk', async () => {
+test('a scan of 100,000 files over ssh says what the walk says', async () => {
   const tree = `${folder}/tree`;
   execFileSync('node', ['bench/make-tree.mjs', tree, '100000']);
   makeFiles(tree, { 'b i g/ü 1.iso': 200_000_000, "b i g/it's.iso": 100_000_000, 'b i g/deep/er/x.vhdx': 70_000_000, 'none/empty.d/.hidden': '' });
@@ -66,10 +65,10 @@ test('100,000 files by ssh are those of the walk', async () => {
   const csv = await scan(target(tree), '--format', 'csv', '--find', '*');
   assert.ok(csv.toString().startsWith(`\uFEFF# Vorda  ${target(tree)}  on ${me}  scanned `));
   assert.deepEqual(rows(csv), rows(await scan(tree, '--format', 'csv', '--find', '*')));
-  assert.deepEqual([runs[0].input, runs[0].args.slice(0, 5), runs[0].env.SSH_ASKPASS], ['nothing to read', ['ssh.exe', '-p', String(port), '-o', 'BatchMode=yes'], undefined]);
+  assert.deepEqual([runs.at(-1).input, runs.at(-1).args.slice(0, 5), runs.at(-1).env.SSH_ASKPASS], ['nothing to read', ['ssh.exe', '-p', String(port), '-o', 'BatchMode=yes'], undefined]);
 });
 
-test('each failure has its word and its sentence', async () => {
+test('each failure has its own error word and message', async () => {
   fs.symlinkSync('/usr', `${folder}/link`);
   await fails(target(`${folder}/link`), 'sshEmpty');
   await fails(target('/no/such/place'), 'sshFailed:1');
@@ -85,10 +84,10 @@ test('each failure has its word and its sentence', async () => {
   await restarted(...lines);
   const before = runs.length;
   for (const one of ["me@h:/a'b", 'me@h:/a;b', '-oProxyCommand=x@h:/', 'me@-oProxyCommand=x:/', 'me@h"x:/']) await fails(one, 'sshTarget');
-  assert.equal(runs.length, before, 'nothing was started for a refused target');
+  assert.equal(runs.length, before, 'ssh was started for a refused target');
 });
 
-test('only a trusted ssh.exe is started, and without one none', async (t) => {
+test('only a trusted ssh.exe is started, and the password is wiped if there is none', async (t) => {
   const [marker, beside, planted] = [`${folder}/started`, `${folder}/planted/vorda.exe`, winPath(`${folder}/planted`)];
   const [scan, inPlanted] = [['--scan', target(`${folder}/bin`), '--out', '-'], { cwd: `${folder}/planted` }];
   writeScript(`${folder}/planted/ssh.exe`, `touch '${marker}'`);
@@ -100,26 +99,24 @@ test('only a trusted ssh.exe is started, and without one none', async (t) => {
   const copy = spawnSync(wineScript, [beside, ...scan], { env: { ...process.env, ...withPath(planted, winPath(`${folder}/bin/../planted`)).env } });
   assert.match(copy.stderr.toString(), /could not be started/);
   assert.ok(!fs.existsSync(marker), 'a planted ssh.exe was started');
-  // The system's own comes first; and the trap would have sprung.
-  const [c, own] = [`${wine.env.VORDA_WINEPREFIX}/dosdevices/c:`, `${folder}/drive_c`];
-  execFileSync('cp', ['-rs', fs.readlinkSync(c), own]);
-  fs.mkdirSync(`${own}/windows/system32/OpenSSH`);
-  fs.symlinkSync(bridge, `${own}/windows/system32/OpenSSH/ssh.exe`);
-  fs.unlinkSync(c);
-  fs.symlinkSync(own, c);
+  // The one in the system folder comes first; without it, the planted one would have been started.
+  const system = `${wine.env.VORDA_WINEPREFIX}/drive_c/windows/system32/OpenSSH`;
+  fs.mkdirSync(system);
+  t.after(() => fs.rmSync(system, { recursive: true }));
+  fs.symlinkSync(bridge, `${system}/ssh.exe`);
   await output(scan, withPath(planted));
   assert.ok(!fs.existsSync(marker));
-  fs.unlinkSync(`${own}/windows/system32/OpenSSH/ssh.exe`);
+  fs.unlinkSync(`${system}/ssh.exe`);
   await vorda(scan, withPath(planted));
   assert.ok(fs.existsSync(marker));
 
-  // Without any ssh nothing but this program has had the password, and it has wiped it.
+  // Where no ssh was started, only this program has seen the password, and has wiped it.
   const traces = ['short 7', 'e for the heap a pass p'];
   for (const password of ['short 7', ...[40, 400, 2000].map((count) => 'a pass phrase for the heap '.repeat(count))]) {
     const body = String(new URLSearchParams({ path: target('/'), kind: 'ssh', password }));
     await exchange(other.port, [`POST /api/scan H\r\nContent-Length: ${body.length}\r\n\r\n${body}`]);
   }
-  await until(async () => (await other.json('/api/jobs')).body.every(({ error }) => error === 'sshMissing'), 'the end of the jobs');
+  await until(async () => (await other.json('/api/jobs')).body.every(({ error }) => error === 'sshMissing'), 'the jobs to fail');
   const [memory, found] = [fs.openSync(`/proc/${other.child.pid}/mem`, 'r'), new Set()];
   for (const [, from, to] of fs.readFileSync(`/proc/${other.child.pid}/maps`, 'utf8').matchAll(/^(\w+)-(\w+) rw/gm)) {
     const bytes = Buffer.alloc(Number(`0x${to}`) - Number(`0x${from}`));
@@ -129,9 +126,11 @@ test('only a trusted ssh.exe is started, and without one none', async (t) => {
   assert.deepEqual([...found], ['sshMissing']);
 });
 
-test('a password goes through the helper and nowhere else', async () => {
+test('a password reaches ssh through the helper and goes nowhere else', async (t) => {
   const password = 'p"ä $s\'x\\ %41+';
   makeFiles(`${folder}/few`, { 'a/b.txt': 'hello' });
+  const before = fs.readFileSync(config);
+  t.after(() => fs.writeFileSync(config, before));
   fs.appendFileSync(config, `IdentityFile ${makeKey(`${folder}/locked`, 'phrase')}\n`);
   const at = await passwordServer(here, hostKeys[0], password);
   const right = await post(target(`${folder}/few`, at), server, { password });
@@ -148,45 +147,40 @@ test('a password goes through the helper and nowhere else', async () => {
   }
 });
 
-test('a cancel, and a server that dies, in the middle', async (t) => {
+test('a connection that breaks, and cancelling while find is silent or never stops', async (t) => {
+  const server = await serve(t, [], options);
   const find = (text) => writeScript(`${folder}/server-bin/find`, text);
+  t.after(() => fs.rmSync(`${folder}/server-bin/find`));
   const halfway = async () => {
-    const started = await post(target(`${folder}/tree`));
+    const started = await post(target(`${folder}/tree`), server);
     await until(async () => (await started.job()).files >= 4096, 'the first totals');
     return { ...started, run: runs.at(-1) };
   };
-  const cancelled = async ({ id, job }) => {
-    const began = Date.now();
+  const cancel = async ({ id, job }) => {
     await server.json(`/api/cancel?id=${id}`);
-    await until(async () => (await job()).phase > 1, 'the end of the reading');
-    return Date.now() - began;
+    await until(async () => (await job()).phase > 1, 'the reading to end');
   };
-  find(`/usr/bin/find "$@" | (head -n 10000; exec tail --pid=${process.pid} -f /dev/null)`);
+  const line = `f\\t1\\t0\\t${folder}/tree/`;
+  find(`seq 10000 | sed 's|^|${line}|'; exec tail --pid=${process.pid} -f /dev/null`);
   const killed = await halfway();
   const sessions = fs.readFileSync(`/proc/${sshd.child.pid}/task/${sshd.child.pid}/children`, 'utf8');
   for (const pid of sessions.trim().split(' ')) process.kill(pid, 'SIGKILL');
   const partial = await killed.done();
-  assert.deepEqual([partial.state, partial.files > 4096 && partial.files < 10_001], ['done', true]);
+  assert.deepEqual([partial.state, partial.files >= 4096 && partial.files <= 10_000], ['done', true]);
   const silent = await halfway();
-  const took = [await cancelled(silent)];
-  const since = Date.now();
-  find(`yes "$(printf 'f\\t1\\t0\\t%s/tree/x' '${folder}')"`);
+  const began = Date.now();
+  await cancel(silent);
+  find(`yes "$(printf '${line}x')"`);
   const endless = await halfway();
-  took.push(await cancelled(endless));
-  const cancelledAt = Date.now();
+  await cancel(endless);
   await endless.done();
-  const talking = Date.now() - cancelledAt;
-  // One that says nothing does not notice, and is left.
-  const [, waited] = [await silent.done(), Date.now() - since];
-  t.diagnostic(`reading ended ${took.join(' and ')} ms after the cancel; ssh was waited for ${talking} and ${waited} ms`);
-  assert.ok(Math.max(...took) < 1000 && talking < 8000 && waited > 9000 && waited < 20_000);
+  await until(() => endless.run.ssh.exitCode !== null || endless.run.ssh.signalCode !== null, 'ssh to notice that nobody reads');
+  // An ssh that has nothing to write does not notice. It is waited for, and then left alone.
+  await silent.done();
+  assert.ok(Date.now() - began >= 9_900);
   assert.deepEqual([silent.run.ssh.exitCode, silent.run.socket.destroyed], [null, false]);
-  // It has inherited nothing that outlives the server in it, such as the port.
+  // It has inherited nothing that outlives the server, such as the port.
   server.child.kill('SIGKILL');
   await server.ended;
-  // Wine gives the port back a moment after the process is gone.
-  const isFree = () => new Promise((resolve) => {
-    const next = net.createServer().on('error', () => resolve(false)).listen(server.port, '127.0.0.1', () => next.close(() => resolve(true)));
-  });
-  await until(isFree, 'the port of the server');
+  await until(() => canListen(server.port), 'the port of the server to be free');
 });

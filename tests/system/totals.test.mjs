@@ -1,4 +1,4 @@
-// Right to the byte on trees that nobody made for a test.
+// Totals are exact to the byte on trees that were not made for a test.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
@@ -7,8 +7,7 @@ import { makeFiles, scratch } from './support/vorda.mjs';
 
 const kLargeTree = 100_000;
 
-// /usr, or on a machine where it is smaller a copy of its names, sizes (in holes) and times, as
-// often as it takes: what counts is that the tree was not thought up here, and its size.
+// /usr, or where that is too small, as many copies of its names, sizes (as holes) and times as it takes.
 function largeTree(t) {
   const usr = countTree('/usr');
   if (usr.files.length >= kLargeTree) return '/usr';
@@ -25,20 +24,16 @@ function largeTree(t) {
   return copies;
 }
 
-test('a tree of 100,000 and more files', async (t) => {
+test('a tree of 100,000 files or more', async (t) => {
   const expected = await compareWithCount(largeTree(t));
   assert.ok(expected.files.length >= kLargeTree, `only ${expected.files.length} files`);
-  t.diagnostic(`${expected.files.length} files, ${expected.folders.size} folders, ${expected.bytes} bytes`);
 });
 
 for (const root of ['/var/lib/dpkg', '/etc']) {
-  test(`the files of ${root}`, async (t) => {
-    const expected = await compareWithCount(root);
-    t.diagnostic(`${expected.files.length} files, ${expected.folders.size} folders, ${expected.bytes} bytes`);
-  });
+  test(`the files of ${root}`, () => compareWithCount(root));
 }
 
-test('sizes at the limits: nothing, just under and at the list threshold, beyond 32 bits', async (t) => {
+test('sizes at the limits: empty, just below and at the list threshold, beyond 32 bits', async (t) => {
   const folder = scratch(t);
   makeFiles(folder, {
     'empty/nothing.bin': 0,

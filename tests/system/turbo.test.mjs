@@ -7,7 +7,7 @@ import { makeNtfsImage, mount } from './support/ntfs_image.mjs';
 import { serve, until } from './support/server.mjs';
 import { output, ownWine, readCsv, readJson, scratch } from './support/vorda.mjs';
 
-// Records 0 to 10 without the root; $Extend has three more files, listed like any other.
+// Records 0 to 10 without the root. $Extend holds three more files, which are listed like any others.
 const systemFiles = ['$MFT', '$MFTMirr', '$LogFile', '$Volume', '$AttrDef', '$Bitmap', '$Boot', '$BadClus', '$Secure',
   '$UpCase'];
 const extendFiles = ['$ObjId', '$Quota', '$Reparse'];
@@ -23,16 +23,16 @@ test.before(async () => {
   volume.image = `${volume.root}/volume.img`;
   volume.mounted = `${volume.root}/mounted`;
   await makeNtfsImage(volume.image, volume.mounted);
-  // The same volume but for the signature of record 0, which makes turbo give up.
+  // The same volume with a wrong signature in record 0, which makes turbo give up.
   const bytes = fs.readFileSync(volume.image);
   const table = bytes.readUInt32LE(48) * 4096;
-  // Records 12 to 15 are in use, without a name, and empty; the table's own growth takes some of them.
+  // Records 12 to 15 are in use, nameless and empty, as far as the growing table has not taken them.
   volume.reserved = [12, 13, 14, 15].filter((n) => bytes.readBigUInt64LE(table + 1024 * n + 32) === 0n).length;
   bytes.write('BAAD', table);
   fs.writeFileSync(`${volume.root}/broken.img`, bytes);
 });
 
-// Drive T: for turbo, W: for the walk; both are scanned under the name T: where paths are compared.
+// Drive T: is read by turbo and W: by the walk; where paths are compared, W: is renamed to T:.
 async function drives(t) {
   const unmount = await mount(volume.image, volume.mounted, 'ro');
   t.after(unmount);
@@ -47,10 +47,10 @@ async function scanned(letter, options, ...args) {
   return Buffer.from(asTurbo(bytes.toString()));
 }
 
-// What is in one list and not in the other; one name of a file with several stands for all.
+// The paths in one list that are not in the other.
 const without = (a, b) => [...a.keys()].filter((path) => !b.has(path)).sort();
 
-test('turbo and the walk find the same files and types, but for what each is meant to see', async (t) => {
+test('turbo and the walk find the same files and types, except where they are meant to differ', async (t) => {
   const options = await drives(t);
   const list = async (letter) => {
     const { rows } = readCsv(await scanned(letter, options, '--find', '*', '--format', 'csv'));
@@ -82,7 +82,7 @@ test('turbo and the walk find the same files and types, but for what each is mea
   assert.deepEqual(types.sort(), [...expected].map(([type, { bytes, files }]) => [type, `${bytes}`, `${files}`]).sort());
 });
 
-test('the documents say the same, and the folders hold the same', async (t) => {
+test('their documents and folder totals agree', async (t) => {
   const options = await drives(t);
   const server = await serve(t, [], options);
   const scan = async (letter) => {
@@ -105,7 +105,7 @@ test('the documents say the same, and the folders hold the same', async (t) => {
   const size = (name) => fs.statSync(`${volume.mounted}/${name}`).size;
   const system = systemFiles.reduce((sum, name) => sum + size(name), 0);
   const linked = 2 * 300_000 + 60 * 5000;
-  const symlink = 8 + 2 * 'links'.length; // how this driver keeps one: a mark and its target
+  const symlink = 8 + 2 * 'links'.length; // how this driver stores one: a marker and the target
   assert.equal(turbo.meta.used, walk.meta.used + system - linked + symlink);
   assert.equal(turbo.meta.files, walk.meta.files + systemFiles.length + extendFiles.length + volume.reserved - 62 + 1);
   assert.equal(turbo.meta.dirs, walk.meta.dirs + 2, '$Extend and the junction');

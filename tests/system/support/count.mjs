@@ -1,4 +1,4 @@
-// Counts a tree with find and stat, as Wine shows it, and compares what the program says with that.
+// Counts a tree with find and stat, as Wine shows it, and compares the program's output with that.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
@@ -24,7 +24,7 @@ function findEntries(root, { through = [] } = {}) {
   const text = find.stderr.toString();
   const denied = text.split('Permission denied').length - 1;
   assert.ok(find.status === 0 || denied > 0, `find ${root} failed: ${text}`);
-  // Bytes that are not UTF-8 come as U+FFFD from this decoder and from Wine alike.
+  // This decoder and Wine both turn bytes that are not UTF-8 into U+FFFD.
   const entries = find.stdout.toString().split('\0').slice(0, -1).map((line) => {
     const [, kind, target, device, size, seconds, path] =
       /^(.)(.) (\d+) (\d+) (\d+\.\d{3})\d* (.*)$/s.exec(line);
@@ -33,11 +33,11 @@ function findEntries(root, { through = [] } = {}) {
   return { entries, denied };
 }
 
-// What a right scan finds, where Wine shows some things differently than find:
-// - a link to a folder is a reparse point, which a scan passes by; so is a mount point in the tree;
+// What a correct scan finds. Wine shows some things differently than find does:
+// - a link to a folder is a reparse point, which a scan does not follow; so is a mount point in the tree;
 // - a link to a file looks like a file with the size and time of its target;
-// - a link to nothing, or in a circle, is not shown at all;
-// - pipes, sockets and devices, and links to them, look like files of 0 bytes.
+// - a broken or circular link is not shown at all;
+// - pipes, sockets, devices and links to them look like files of 0 bytes.
 export function countTree(root, options) {
   const { entries, denied } = findEntries(root, options);
   const files = [];
@@ -65,7 +65,7 @@ export function countTree(root, options) {
   return { root, files, folders, types, bytes, denied };
 }
 
-// Two lists with the same lines, whatever the order; tells the first few that differ.
+// The same lines in any order; on failure, shows the first few that differ.
 function assertSameLines(actual, expected, what) {
   const onlyIn = (a, b) => {
     const others = new Set(b);
@@ -82,10 +82,10 @@ function checkLargest(listed, expected, keptFrom) {
   const kept = expected.filter((file) => file.size >= keptFrom);
   const largest = kept.slice(0, kListed);
   assert.deepEqual(listed.map((file) => file.s), largest.map((file) => file.size), 'largest sizes');
-  // Which of several files of one size are the last ones listed is left open.
+  // Among files of the same size, any may be the last ones listed.
   const known = new Set(kept.map((file) => fileLine(winPath(file.path), file.size, file.ms)));
   const lines = listed.map((file) => fileLine(file.p, file.s, file.m));
-  assert.deepEqual(lines.filter((line) => !known.has(line)), [], 'files that are not there');
+  assert.deepEqual(lines.filter((line) => !known.has(line)), [], 'files that do not exist');
   assert.equal(new Set(lines).size, lines.length, 'a file is listed twice');
 }
 
@@ -118,7 +118,7 @@ function assertFalling(sizes, what) {
   assert.ok(sizes.every((size, i) => i === 0 || sizes[i - 1] >= size), `${what}: not largest first`);
 }
 
-// Scans the folder into each shape of output and compares all of it with the count, returned.
+// Scans the folder into every kind of output and compares each with the count, which is returned.
 export async function compareWithCount(root, options) {
   const expected = countTree(root, options);
   const scan = (...args) => output(['--scan', root, '--out', '-', ...args], options);

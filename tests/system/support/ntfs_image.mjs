@@ -1,4 +1,4 @@
-// An NTFS image with what makes real volumes hard to read, made by the file system's own tools.
+// An NTFS image with what makes real volumes hard to read, made with the file system's own tools.
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
@@ -11,7 +11,7 @@ function run(program, ...args) {
   return done.stdout;
 }
 
-// Mounts an image in a folder; returns a function that unmounts it and waits until all is written.
+// Mounts an image on a folder. Returns a function that unmounts it and waits until all is written.
 export async function mount(image, folder, options) {
   fs.mkdirSync(folder, { recursive: true });
   const before = fs.statSync(folder).dev;
@@ -40,7 +40,7 @@ function fill(root) {
   put('links/one.bin', 300_000);
   fs.linkSync(`${root}/links/one.bin`, `${root}/links/other/two.dat`);
   fs.linkSync(`${root}/links/one.bin`, `${root}/three.txt`);
-  // So many names that they move to records of their own.
+  // So many names that some move to records of their own.
   put('links/often.txt', 5000);
   for (let i = 0; i < 60; ++i) fs.linkSync(`${root}/links/often.txt`, `${root}/links/other/often ${i}.txt`);
   put('Users/me/AppData/Local/Temp/sparse.bin', 10, 3 * 2 ** 30);
@@ -70,7 +70,7 @@ function fill(root) {
   for (let i = 0; i < 10_000; ++i) put(`many/file ${i}.${'abcdefghij'[i % 10]}`, i % 50);
 }
 
-// Leaves only holes of one cluster, so that the table has to grow through them; then clears up.
+// Fills the volume so that only gaps of one cluster are left, makes the table grow into them, and clears up.
 function breakTable(root) {
   const free = () => {
     const { bfree, bsize } = fs.statfsSync(root);
@@ -91,7 +91,7 @@ function breakTable(root) {
   fs.rmSync(fillers, { recursive: true });
 }
 
-// Makes the image; `folder` is where it is mounted for that.
+// Makes the image, mounted on `folder` meanwhile.
 export async function makeNtfsImage(image, folder) {
   run('truncate', '-s', '40M', image);
   run('mkntfs', '-F', '-Q', '-T', '-p', '0', '-H', '16', '-S', '63', '-L', 'Volume', image);
@@ -102,5 +102,5 @@ export async function makeNtfsImage(image, folder) {
   } finally {
     await unmount();
   }
-  assert.match(run('ntfsinfo', '-f', '-i', '0', image), /ATTRIBUTE_LIST/, 'the table is not broken up enough');
+  assert.match(run('ntfsinfo', '-f', '-i', '0', image), /ATTRIBUTE_LIST/, 'the table is not fragmented enough');
 }

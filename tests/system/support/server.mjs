@@ -4,7 +4,8 @@ import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
 import { startSilent } from './vorda.mjs';
 
-const canListen = (port) => new Promise((resolve) => {
+// Whether nobody listens on a port now.
+export const canListen = (port) => new Promise((resolve) => {
   const server = net.createServer().on('error', () => resolve(false));
   server.listen(port, '127.0.0.1', () => server.close(() => resolve(true)));
 });

@@ -1,5 +1,5 @@
-// Real ssh for vorda.exe under Wine: the relay behind ssh_bridge_win.cpp, an sshd for keys, and a
-// server that takes a password. Nothing of this machine's own ssh configuration is read or written.
+// Real ssh for vorda.exe under Wine: the relay behind ssh_bridge_win.cpp, an sshd that takes keys and a
+// server that takes a password. The ssh configuration of this machine is neither read nor written.
 import { execFileSync, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
@@ -23,15 +23,15 @@ function frame(kind, bytes, number = bytes.length) {
   return Buffer.concat([head, bytes]);
 }
 
-// What a bridge tells, or nothing while it is on its way.
+// What a bridge was started with; false until all of it has arrived.
 function toldBy(bytes) {
   const [front, block, end] = bytes.toString().split('\0\0');
   const [input, ...args] = front.split('\0');
   return end !== undefined && { input, args, env: Object.fromEntries(block.split('\0').map((entry) => /^(.[^=]*)=([^]*)$/.exec(entry).slice(1))) };
 }
 
-// Runs the real ssh for every bridge that comes. `runs` has what each was started with, and its
-// process; `env` is what vorda.exe must be started with.
+// Runs the real ssh for every bridge that connects. `runs` lists what each was started with and its process;
+// `env` is the environment that vorda.exe needs for this.
 export async function relay(hooks, folder, wineEnv) {
   const [config, askpass] = [`${folder}/ssh_config`, `${folder}/askpass`];
   fs.writeFileSync(config, `GlobalKnownHostsFile /dev/null\nUserKnownHostsFile ${folder}/known_hosts\nIdentitiesOnly yes\nIdentityFile ${folder}/id\n`);
@@ -53,7 +53,7 @@ export async function relay(hooks, folder, wineEnv) {
     }));
     socket.end(frame(0, Buffer.alloc(0), (await ended)[0] ?? 255));
   }
-  // A bridge that is gone, because nobody reads it any more, ends its ssh and nothing else.
+  // When a bridge disconnects because nobody reads its output any more, only its ssh ends.
   const server = net.createServer((socket) => serve(socket.on('error', () => {})).catch(() => {}));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   hooks.after(() => server.close());
@@ -64,24 +64,24 @@ const greets = (port) => new Promise((resolve) => {
   const socket = net.connect(port, '127.0.0.1').on('error', () => resolve(false)).on('data', () => resolve(socket.destroy()));
 });
 
-// A real sshd for the account the tests run as, with more lines for its configuration.
+// Starts sshd for the account that runs the tests, with these additional lines of configuration.
 export async function startSshd(hooks, folder, port, lines) {
-  if (process.getuid() === 0) fs.mkdirSync('/run/sshd', { recursive: true }); // it insists
+  if (process.getuid() === 0) fs.mkdirSync('/run/sshd', { recursive: true }); // sshd wants this folder
   const settings = [`Port ${port}`, 'ListenAddress 127.0.0.1', 'PidFile none', 'StrictModes no', 'UsePAM no', 'PermitRootLogin prohibit-password', ...lines];
   fs.writeFileSync(`${folder}/sshd_config`, `${settings.join('\n')}\nPasswordAuthentication no\nKbdInteractiveAuthentication no\n`);
   const child = spawn('/usr/sbin/sshd', ['-D', '-f', `${folder}/sshd_config`], { stdio: 'ignore' });
   const stop = () => child.kill('SIGTERM') && once(child, 'exit');
   hooks.after(stop);
-  await until(() => greets(port), 'sshd');
+  await until(() => greets(port), 'sshd to answer');
   return { child, stop };
 }
 
-// Takes one password and no key, and runs the commands in a shell; returns its port.
+// A server that takes one password and no key, and runs commands in a shell. Returns its port.
 export async function passwordServer(hooks, hostKey, password) {
   const server = new ssh2.Server({ hostKeys: [fs.readFileSync(hostKey)] }, (client) => {
     client.on('error', () => {});
     client.on('authentication', (one) => {
-      // Every key is of interest, so that its pass phrase is asked for, and none is good enough.
+      // Any key is asked to prove itself, so that ssh asks for its pass phrase, but none is accepted.
       const right = one.method === 'publickey' ? !one.signature : one.method === 'password' && one.password === password;
       return right ? one.accept() : one.reject(['publickey', 'password']);
     });

@@ -1,4 +1,4 @@
-// Runs vorda.exe as a user does and reads what it wrote, strictly.
+// Runs vorda.exe as a user does, and reads its output strictly.
 import assert from 'node:assert/strict';
 import { execFileSync, spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
@@ -15,10 +15,11 @@ export const wineScript = path.join(repo, 'scripts/wine');
 export const projectVersion =
   /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
 
-// Wine's answer to a question about the volume that holds "/"; not the program's doing.
+// Printed by Wine about the volume that holds "/", not by the program.
 const wineChatter = /wine: Read access denied for device .*\n/g;
 
-// `through` is a command line to start Wine with, such as setpriv's; the rest are spawn's options.
+// Arguments for spawn. `through` is a command line to start Wine with, such as setpriv's; the other options
+// are spawn's own.
 const wineCommand = (args, { env, through = [], ...options }) => {
   const [program, ...rest] = [...through, wineScript, ...args];
   return [program, rest, { ...options, env: { ...process.env, ...env } }];
@@ -41,9 +42,12 @@ for (const signal of ['SIGINT', 'SIGTERM']) process.once(signal, () => process.e
 // program has ended: Wine's services start with that one, and would keep its pipes open.
 function makePrefix(drives = {}, through = []) {
   const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
-  const run = (arg, ...more) => {
-    const { status } = spawnSync(...wineCommand([arg, ...more], { env, through, stdio: 'ignore' }));
-    assert.equal(status, 0, `scripts/wine ${arg} failed`);
+  // Their output goes to a file: a pipe would stay open as long as Wine's services.
+  const run = (...args) => {
+    const said = fs.openSync(`${prefix}/said`, 'w');
+    const { status } = spawnSync(...wineCommand(args, { env, through, stdio: ['ignore', said, said] }));
+    fs.closeSync(said);
+    assert.equal(status, 0, `scripts/wine ${args.join(' ')}: ${fs.readFileSync(`${prefix}/said`)}`);
   };
   execFileSync(wineScript, ['--make'], { stdio: ['ignore', 'ignore', 'inherit'] });
   const prefix = fs.mkdtempSync(`${from}-test-`);
@@ -84,9 +88,9 @@ const startWine = (args, options) => {
   return spawn(...wineCommand(args, { ...options, env: { ...filePrefix.env, ...options.env } }));
 };
 
-// Starts the program, or another one, and returns at once: { child, ended }. The child's process id is
-// the program's own (each step on the way replaces itself by the next), and `ended` resolves to { code,
-// signal, out (bytes), err (text) }.
+// Starts the program, or another one, and returns at once: { child, ended }. The child's process id is the
+// program's own, as each script on the way replaces itself. `ended` resolves to { code, signal, out (bytes),
+// err (text) }.
 export function start(args, { program = exe, ...options } = {}) {
   const limit = { timeout: 600_000, killSignal: 'SIGKILL' }; // far beyond the longest run
   const child = startWine([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
@@ -104,8 +108,8 @@ export function start(args, { program = exe, ...options } = {}) {
   return { child, ended };
 }
 
-// The same without its output, for runs that open windows: the first of these starts a desktop
-// process of Wine's, which would hold the pipes for as long as Wine runs.
+// The same without its output, for runs that open windows: the first of them starts Wine's desktop process,
+// which would keep the pipes open for as long as Wine runs.
 export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
   const child = startWine([program, ...args], { ...options, stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
@@ -121,13 +125,10 @@ export async function output(args, options) {
 }
 
 // A new folder, in memory where that is possible, that goes away with the test.
-export function scratch(t, beforeRemoval = () => {}) {
+export function scratch(t) {
   const base = fs.existsSync('/dev/shm') ? '/dev/shm' : os.tmpdir();
   const folder = fs.mkdtempSync(path.join(base, 'vorda-test-'));
-  t.after(async () => {
-    await beforeRemoval();
-    fs.rmSync(folder, { recursive: true, force: true });
-  });
+  t.after(() => fs.rmSync(folder, { recursive: true, force: true }));
   return folder;
 }
 
