@@ -196,6 +196,8 @@ TEST_CASE("a search is handed its files, without those of the folders it leaves 
     struct Forward final : FileTaker {
       explicit Forward(Collected& to) : to_(to) {}
       void take(const FoundFile& file) override { to_.take(file); }
+
+    private:
       Collected& to_;
     };
   } sink;
