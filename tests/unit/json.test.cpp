@@ -3,6 +3,11 @@
 
 #include <doctest/doctest.h>
 
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
 using namespace vorda;
 
 TEST_CASE("commas between values, keys, containers and raw fragments") {
