@@ -10,12 +10,12 @@ namespace vorda {
 
 namespace {
 
-constexpr std::array<std::wstring_view, 14> ProtectedFolderNames = {
+constexpr std::array<std::wstring_view, 14> kProtectedFolderNames = {
     L"Program Files", L"Program Files (x86)", L"Windows",   L"ProgramData", L"steamapps",
     L"SteamLibrary",  L"Epic Games",          L"GOG Games", L"Battle.net",  L"$RECYCLE.BIN",
     L"WindowsApps",   L"Riot Games",          L"EA Games",  L"Ubisoft"};
 
-constexpr std::array<std::wstring_view, 11> CacheFolderNames = {
+constexpr std::array<std::wstring_view, 11> kCacheFolderNames = {
     L"node_modules", L"Cache",        L"GPUCache", L"CacheStorage", L"Code Cache", L"__pycache__",
     L"DerivedData",  L"Intermediate", L".gradle",  L".nuget",       L"Crashpad"};
 
@@ -75,7 +75,7 @@ bool FolderNames::grandparentIs(std::uint32_t folder, std::wstring_view wanted) 
 std::uint16_t FolderNames::stepsFromRoot() const {
   std::uint16_t steps = 0;
   for (const std::wstring_view part : rootParts_) {
-    if (isOneOf(ProtectedFolderNames, part)) return steps;
+    if (isOneOf(kProtectedFolderNames, part)) return steps;
     steps = oneStepFurther(steps);
     if (steps == kNever) break;
   }
@@ -96,7 +96,7 @@ std::uint16_t FolderNames::stepsToProtected(std::uint32_t folder) {
     steps = kNever;
   }
   for (auto at = climbed.rbegin(); at != climbed.rend(); ++at) {
-    const bool itself = isOneOf(ProtectedFolderNames, folders_[*at].name);
+    const bool itself = isOneOf(kProtectedFolderNames, folders_[*at].name);
     steps = itself ? std::uint16_t{0} : oneStepFurther(steps);
     protectedSteps_[*at] = steps;
   }
@@ -107,6 +107,6 @@ bool FolderNames::isProtected(std::uint32_t folder) {
   return folder < folders_.size() && stepsToProtected(folder) <= kMaxClimb;
 }
 
-bool isCacheFolderName(std::wstring_view name) { return isOneOf(CacheFolderNames, name); }
+bool isCacheFolderName(std::wstring_view name) { return isOneOf(kCacheFolderNames, name); }
 
 } // namespace vorda

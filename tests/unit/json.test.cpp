@@ -3,6 +3,9 @@
 
 #include <doctest/doctest.h>
 
+#include <cstdint>
+#include <string>
+#include <utility>
 #include <vector>
 
 using namespace vorda;

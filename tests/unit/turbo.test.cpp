@@ -196,6 +196,8 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
     struct Forward final : FileTaker {
       explicit Forward(Collected& to) : to_(to) {}
       void take(const FoundFile& file) override { to_.take(file); }
+
+    private:
       Collected& to_;
     };
   } sink;
