@@ -37,7 +37,8 @@ LITERALS = {"IntegerLiteral", "StringLiteral", "CharacterLiteral", "FloatingLite
             "CXXNullPtrLiteralExpr", "InitListExpr", "CXXBoolLiteralExpr"}
 NUMBER = re.compile(r"(unsigned |signed )?(char|short|int|long|long long|wchar_t|float|double)"
                     r"( unsigned| int)*|unsigned|bool")
-COMMENT = re.compile(r'("(?:\\.|[^"\\\n])*")|(\'(?:\\.|[^\'\\\n])+\')|//[^\n]*|/\*.*?\*/', re.DOTALL)
+LITERAL_OR_GAP = re.compile(
+    r'("(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\')|(?:\s|//[^\n]*|/\*.*?\*/)+', re.DOTALL)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -56,7 +57,7 @@ class Mutant:
 
 def one_line(text):
     """Without comments and line breaks, so that it can be repeated anywhere."""
-    return " ".join(COMMENT.sub(lambda m: m.group() if m.group(1) or m.group(2) else " ", text).split())
+    return LITERAL_OR_GAP.sub(lambda found: found.group(1) or " ", text).strip()
 
 
 class Tree:
@@ -438,7 +439,10 @@ class Finder:
             arguments.append(callee["inner"][0])
         for argument in arguments:
             argument = named(argument)
+            # What stays in its place for others to change must not become a copy.
+            category = node.get("valueCategory")
             if (self.here(argument) and type_of(argument) == type_of(node) and
+                    category in ("prvalue", argument.get("valueCategory")) and
                     argument.get("kind") not in LITERALS | {"LambdaExpr"} and type_of(node) != "bool"):
                 self.instead("not called", node, self.text(argument))
 

@@ -111,21 +111,22 @@ class Program:
                 (self.tree / file).write_bytes(text.bytes)
             self.texts[file] = text
 
+    def object_of(self, source):
+        return self.objects / (source.replace("/", "_") + ".o")
+
     def compile(self, sources, pool):
-        """Compiles and links. The mutants that stood in the way, or nothing when it is done."""
-        def one(source):
-            target = self.objects / (str(source).replace("/", "_") + ".o")
+        """Compiles some sources. Gives back the mutants that stood in the way."""
+        def complaints(source):
             path = HERE / source if source == "recorder.cpp" else source
             memory = ["ccache"] if shutil.which("ccache") else []
+            speed = "-O1" if source.startswith("src/") else "-O0"
             done = subprocess.run(
-                ["nice", *memory, "g++", *FLAGS, "-O1" if source.startswith("src/") else "-O0", "-include", str(HERE / "switch.h"), "-c", str(path),
-                 "-o", str(target)], cwd=self.tree, capture_output=True, text=True)
-            return done.returncode, done.stderr, target
-        results = list(pool.map(one, sources))
+                ["nice", "-n5", *memory, "g++", *FLAGS, speed, "-include", str(HERE / "switch.h"), "-c",
+                 str(path), "-o", str(self.object_of(source))],
+                cwd=self.tree, capture_output=True, text=True)
+            return done.stderr if done.returncode != 0 else ""
         guilty, unknown = set(), []
-        for code, complaint, _ in results:
-            if code == 0:
-                continue
+        for complaint in filter(None, pool.map(complaints, sources)):
             places = re.findall(r"^(\S+?):(\d+):(\d+): +(?:(?:fatal )?error:|required from here)",
                                 complaint, re.MULTILINE)
             mutants = set()
@@ -137,24 +138,23 @@ class Program:
                 unknown.append(complaint)
         if unknown:
             raise SystemExit("\n".join(unknown))
-        if guilty:
-            return guilty
-        linked = subprocess.run(["g++", "-pthread", *(str(one[2]) for one in results), "-o",
-                                 str(self.binary)], capture_output=True, text=True)
-        if linked.returncode != 0:
-            raise SystemExit(linked.stderr)
-        return set()
+        return guilty
 
-    def run(self, arguments=(), number=None, seconds=60, **more):
+    def link(self, sources):
+        done = subprocess.run(["g++", "-pthread", *(str(self.object_of(one)) for one in sources), "-o",
+                               str(self.binary)], capture_output=True, text=True)
+        if done.returncode != 0:
+            raise SystemExit(done.stderr)
+
+    def run(self, arguments=(), number=None, seconds=60, out=subprocess.DEVNULL, **more):
         """What becomes of the tests: "passed", "failed" or "hung" (at work or asleep)."""
         environment = {**os.environ, **more}
         if number is not None:
             environment["VORDA_MUTANT"] = str(number)
         try:
             done = subprocess.run([str(self.binary), *arguments], cwd=self.tree, env=environment,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                  stderr=subprocess.DEVNULL, timeout=30 + 30 * seconds,
-                                  preexec_fn=lambda: limit(seconds))
+                                  stdin=subprocess.DEVNULL, stdout=out, stderr=out,
+                                  timeout=30 + 30 * seconds, preexec_fn=lambda: limit(seconds))
         except subprocess.TimeoutExpired:
             return "hung"
         if done.returncode == -signal.SIGXCPU:
@@ -165,8 +165,11 @@ class Program:
         """The test cases, with the mutants each of them reaches."""
         record = self.work / "record"
         record.unlink(missing_ok=True)
-        if self.run(VORDA_MUTANTS=str(count), VORDA_RECORD=str(record)) != "passed":
-            raise SystemExit("the tests fail with every line in its place")
+        log = self.work / "tests.log"
+        with log.open("w") as out:
+            found = self.run(out=out, VORDA_MUTANTS=str(count), VORDA_RECORD=str(record))
+        if found != "passed":
+            raise SystemExit(log.read_text("utf-8", "replace") + "the tests fail with every line in its place")
         cases = []
         for line in record.read_text("utf-8").splitlines():
             name, seconds, reached = line.split("\t")
@@ -183,7 +186,7 @@ class Program:
 def limit(seconds):
     """What a test run may use, set in the process itself: memory, time at work, no random addresses,
     so that one run is like the other."""
-    os.nice(15)
+    os.nice(10)
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     most = int(5 + 10 * seconds)
