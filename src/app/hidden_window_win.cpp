@@ -60,16 +60,22 @@ void allowFromOrdinaryPrograms(HWND window) {
 
 } // namespace
 
-void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClosing) {
+bool runHiddenWindow(ServerState& server, const std::function<bool()>& start,
+                     const std::function<void()>& beforeClosing) {
   Owner owner = {server, beforeClosing};
   const HWND window = makeWindow(owner);
+  if (window != nullptr) allowFromOrdinaryPrograms(window);
+  if (!start()) {
+    if (window != nullptr) DestroyWindow(window);
+    return false;
+  }
   while (window == nullptr) Sleep(kIdleSleepMs);
-  allowFromOrdinaryPrograms(window);
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
+  return true;
 }
 
 } // namespace vorda

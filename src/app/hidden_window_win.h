@@ -11,8 +11,10 @@ namespace vorda {
 // Part of the interface: installers look for it.
 inline constexpr const wchar_t* kHiddenWindowClass = L"VordaHiddenWindow";
 
-// Creates the window and handles its messages until one asks this copy to quit. Then calls
-// beforeClosing, stops the server and returns. If the window cannot be created, it never returns.
-void runHiddenWindow(ServerState& server, const std::function<void()>& beforeClosing);
+// Creates the window, calls start, and handles messages until one asks this copy to quit. Then calls
+// beforeClosing, stops the server and returns true. As the window comes first, a copy that answers can
+// also be asked to quit. Returns false if start does; without a window it never returns after that.
+bool runHiddenWindow(ServerState& server, const std::function<bool()>& start,
+                     const std::function<void()>& beforeClosing);
 
 } // namespace vorda

@@ -39,15 +39,17 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
                            },
                            [](unsigned milliseconds) { Sleep(milliseconds); }};
   std::wstring reason;
-  if (!startOnSomePort(request, trial, reason)) {
-    showErrorBox(startFailureText(request, reason));
-    return kExitFailed;
-  }
-  if (!options.agent && !options.noOpen) openBrowser(state, options);
-  runHiddenWindow(state.server, [network] {
+  const auto start = [&] {
+    if (!startOnSomePort(request, trial, reason)) return false;
+    if (!options.agent && !options.noOpen) openBrowser(state, options);
+    return true;
+  };
+  const auto beforeClosing = [network] {
     if (network) noteDuringInstallation();
-  });
-  return kExitDone;
+  };
+  if (runHiddenWindow(state.server, start, beforeClosing)) return kExitDone;
+  showErrorBox(startFailureText(request, reason));
+  return kExitFailed;
 }
 
 } // namespace
