@@ -19,7 +19,7 @@ struct Race {
 
   std::string ask(const std::string& method, const std::string& path,
                   const std::string& fields = {}) {
-    const std::string told = app.told(method, path, fields);
+    std::string told = app.told(method, path, fields);
     if (!told.starts_with("200 {") || !told.ends_with("}")) ++torn;
     return told;
   }
