@@ -1,5 +1,6 @@
 // The words by which scans are published: in the answers to the page, in the result document
-// and on the command line. Each is spelled here and in words.cpp only.
+// and on the command line. The program spells each here and in words.cpp only; tests spell some
+// of them on purpose.
 #pragma once
 
 #include <string>
