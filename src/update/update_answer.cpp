@@ -7,7 +7,7 @@ namespace vorda {
 UpdateAnswer readUpdateAnswer(unsigned status, std::string_view body) {
   // The body is JSON without spaces, such as [{"meta":{"bx_version":"2.0.1"}}].
   const std::string key = "\"" + std::string(kVersionField) + "\":\"";
-  const UpdateAnswer notUnderstood = {false, "", kUpdateAnswer};
+  UpdateAnswer notUnderstood = {false, "", kUpdateAnswer};
   const std::size_t at = body.find(key);
   if (status != 200 || at == std::string_view::npos) return notUnderstood;
   const std::string_view rest = body.substr(at + key.size());
