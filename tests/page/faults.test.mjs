@@ -2,7 +2,7 @@
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
+import { becomes, goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -202,7 +202,7 @@ test('administrator rights: requested, refused, granted', async (t) => {
   await restarting.waitFor();
   await answering.waitFor();
   await says(tab.locator('.toasts'), 'Vorda is running without administrator rights: the restart was declined or did not work.');
-  assert.equal(loads, 2, 'the page was reloaded');
+  await becomes(() => loads, 2, 'the page was reloaded');
   assert.deepEqual(await tab.evaluate(() => ({ ...sessionStorage })), {});
   await restart.click();
   await restarting.waitFor();
@@ -212,7 +212,7 @@ test('administrator rights: requested, refused, granted', async (t) => {
   faults.lost = false;
   await tab.waitForEvent('load');
   await tab.getByRole('heading', { level: 1 }).waitFor();
-  assert.deepEqual([await restart.count(), await tab.locator('.toast').count()], [0, 0]);
+  await becomes(async () => [await restart.count(), await tab.locator('.toast').count()], [0, 0]);
   elevated = false;
   await tab.reload();
   answer = { ok: true, already: true };

@@ -266,16 +266,20 @@ function keyboard(tab) {
     const label = at.labels?.[0]?.innerText ?? '';
     return { name: `${at.getAttribute('aria-label') ?? (label || at.innerText || at.value || '')}`.trim(), kind: at.getAttribute('role') ?? at.tagName.toLowerCase(), heading: /^h[12]$/i.test(at.tagName), shown, ring };
   });
+  const good = ({ kind, shown, ring, heading }) => kind !== 'body' && shown && (ring || heading);
+  // What a key changed may be drawn, and take the focus, only when answers are there: looked at until it is good.
+  const goodAfter = async (key) => {
+    let now = await look();
+    for (const end = Date.now() + 20_000; !good(now) && Date.now() < end; now = await look()) await settled(tab);
+    assert.ok(good(now), `after ${key}: ${JSON.stringify(now).slice(0, 300)}`);
+  };
   const press = async (...keys) => {
     for (const key of keys) {
       await tab.keyboard.press(key);
       await settled(tab);
-      let now = await look();
-      if (now.kind === 'body' && key.endsWith('Tab')) { // the browser's own controls come between the last and the first one
-        await tab.keyboard.press(key);
-        now = await look();
-      }
-      assert.ok(now.kind !== 'body' && now.shown && (now.ring || now.heading), `after ${key}: ${JSON.stringify(now).slice(0, 300)}`);
+      // The browser's own controls come between the last and the first one.
+      if (key.endsWith('Tab') && (await look()).kind === 'body') await tab.keyboard.press(key);
+      await goodAfter(key);
     }
   };
   // Presses Tab until the wanted control has the focus.

@@ -2,6 +2,7 @@
 // violations, fails the test that opened the tab.
 import assert from 'node:assert/strict';
 import { after } from 'node:test';
+import { isDeepStrictEqual } from 'node:util';
 import { chromium } from 'playwright-core';
 import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
@@ -79,6 +80,16 @@ export async function openDialog(tab, button = 'Delete marked') {
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
   await dialog.getByText(/would go,|None of this/).waitFor();
   return dialog;
+}
+
+// Waits until `read` gives what is wanted, and says what it gave instead if it never does: what a click or
+// key changes may be drawn, or take the focus, a moment after Playwright is done with it.
+export async function becomes(read, wanted, message) {
+  for (const end = Date.now() + 20_000; ; await new Promise((resolve) => setTimeout(resolve, 20))) {
+    const now = await read();
+    if (isDeepStrictEqual(now, wanted)) return;
+    if (Date.now() > end) assert.deepEqual(now, wanted, message);
+  }
 }
 
 // Waits until the text is there.
