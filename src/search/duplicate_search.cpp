@@ -107,9 +107,9 @@ void DuplicateSearch::writeResult(JsonWriter& json, const ScanIds& forgotten) co
   json.number("waste", waste);
   json.boolean("capped", capped);
   json.open("skipped", '{');
-  json.number("cloud", found_.cloud);
-  json.number("unreadable", found_.unreadable);
-  json.number("changed", found_.changed);
+  json.number(wordOf(FileFailure::cloud), found_.cloud);
+  json.number(wordOf(FileFailure::unreadable), found_.unreadable);
+  json.number(wordOf(FileFailure::changed), found_.changed);
   json.close('}');
 }
 
