@@ -35,6 +35,13 @@ bool losesItsEnd(std::wstring_view name) {
   return !name.empty() && (name.back() == L'.' || name.back() == L' ');
 }
 
+bool isAbsolutePath(std::wstring_view path) {
+  if (path.size() < 2) return false;
+  if (isSeparator(path[0])) return isSeparator(path[1]) && path.size() > 2 && !isSeparator(path[2]);
+  const bool letter = (path[0] >= L'A' && path[0] <= L'Z') || (path[0] >= L'a' && path[0] <= L'z');
+  return letter && path[1] == L':' && (path.size() == 2 || isSeparator(path[2]));
+}
+
 bool isPlainAbsolute(std::wstring_view path) {
   const bool anchored =
       path.starts_with(L"\\\\") || (isDriveLetterPath(path) && path.size() > 2 && path[2] == L'\\');

@@ -24,6 +24,10 @@ std::wstring literalPath(std::wstring_view path);
 // Whether the name ends in a dot or space, which the system drops without the prefix.
 bool losesItsEnd(std::wstring_view name);
 
+// Whether a path means the same wherever the program was started: "X:", "X:\…" or "\\…", also with
+// "/". "X:name" and "\name" do not.
+bool isAbsolutePath(std::wstring_view path);
+
 // Whether a path is absolute and normalised: "X:\…" or "\\…", backslashes only, and no
 // component "." or "..". Behind "\\?\" dots are ordinary names.
 bool isPlainAbsolute(std::wstring_view path);

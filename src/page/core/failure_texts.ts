@@ -2,7 +2,7 @@
 import type { Key } from '../lang/shape';
 
 const ERRORS: Record<string, Key> = {
-  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
+  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
   sshTarget: 'eSshTarget', sshMissing: 'eSshMissing', sshEmpty: 'eSshEmpty', sshPipe: 'eSshPipe', sshDenied: 'eSshDenied',
   mftDenied: 'eMftDenied',
   mftOpenFailed: 'eMftGeneric', mftBoot: 'eMftGeneric', mftNotNtfs: 'eMftGeneric', mftLayout: 'eMftGeneric',
