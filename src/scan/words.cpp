@@ -42,6 +42,15 @@ std::string_view wordOf(TargetClass target) {
   return "folder";
 }
 
+std::string_view wordOf(Partial partial) {
+  switch (partial) {
+  case Partial::none: break;
+  case Partial::cancelled: return "cancelled";
+  case Partial::broken: return "broken";
+  }
+  return {};
+}
+
 std::string failureText(std::string_view word) {
   if (word == kNoSuchDir) {
     return "the path does not exist, is not a folder, or this account cannot open it";

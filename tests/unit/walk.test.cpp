@@ -110,6 +110,13 @@ TEST_CASE("virtual folders are skipped only in the root of a WSL distribution") 
     const bool wsl = !share.ends_with(L"wsl");
     CHECK(scan.result.skippedFolders == (wsl ? 5 : 0));
     CHECK(scan.result.byteCount == (wsl ? 10 : 15));
+    // In a folder of the distribution, such names are the user's.
+    const std::wstring home = share + L"\\home";
+    folders.addFile(folders.addFolder(home, L"dev"), L"z", 100);
+    Scan inside;
+    REQUIRE(inside.run(folders, home));
+    CHECK(inside.result.skippedFolders == 0);
+    CHECK(inside.result.byteCount == 110);
   }
 }
 
@@ -165,4 +172,20 @@ TEST_CASE("worker counts, and roots that are no folders") {
     CHECK_FALSE(scan.run(folders, root));
     CHECK(scan.progress.texts().failure == kNoSuchDir);
   }
+  // A root that cannot be listed is no empty folder; one whose listing stops later keeps a part.
+  folders.addFolder(L"M:\\r", L"torn");
+  folders.endingEarly = {L"M:\\r\\torn", L"M:\\r"};
+  folders.unreadable = {L"M:\\locked"};
+  folders.addFolder(L"M:", L"locked");
+  for (const wchar_t* root : {L"M:\\locked", L"M:\\r\\torn"}) {
+    Scan scan;
+    CHECK_FALSE(scan.run(folders, root));
+    CHECK(scan.progress.texts().failure == kNoSuchDir);
+  }
+  Scan part;
+  CHECK(part.run(folders, L"M:\\r"));
+  CHECK(part.result.byteCount == 3);
+  Scan cancelled;
+  cancelled.progress.cancelRequested = true;
+  CHECK(cancelled.run(folders, L"M:\\locked"));
 }
