@@ -56,13 +56,12 @@ bool isDeviceName(std::wstring_view name) {
          (startsWithIgnoreCase(name, L"COM") || startsWithIgnoreCase(name, L"LPT"));
 }
 
-// On a share, these are names like any other.
-bool namesDevice(std::wstring_view rest) {
-  const auto names = pathComponents(rest);
+} // namespace
+
+bool namesDevice(std::wstring_view path) {
+  const auto names = pathComponents(path);
   return std::any_of(names.begin(), names.end(), isDeviceName);
 }
-
-} // namespace
 
 const std::array<ProtectedPlace, 13>& protectedPlaces() { return kProtectedPlaces; }
 
@@ -99,6 +98,7 @@ Refusal deleteRefusal(std::wstring_view path) {
     if (hits(place, rest)) return place.refusal;
   }
   if (levels(rest) == 2 && startsWithIgnoreCase(rest, L"\\Users")) return Refusal::profile;
+  // On a share, these are names like any other.
   if (drive && namesDevice(rest)) return Refusal::ambiguous;
   return Refusal::none;
 }

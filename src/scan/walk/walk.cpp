@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
+#include "rules/safety_rules.h"
 #include "scan/final_totals.h"
 #include "scan/targets.h"
 #include "scan/walk/walk_queue.h"
@@ -233,6 +234,14 @@ void Walk::mergeInto(ScanResult& result) {
   if (cutShort_) result.partial = Partial::cancelled;
 }
 
+// The root by its plain name if it has one: files found below it can then be compared with those of
+// other scans, and deleted.
+std::wstring rootPathOf(FolderSource& source, const std::wstring& root) {
+  std::wstring path = normaliseRoot(source.absolute(normaliseRoot(root)));
+  std::wstring plain = withoutLiteralPrefix(path);
+  return namesDevice(plain) ? path : plain;
+}
+
 } // namespace
 
 unsigned workerCount(unsigned processors, std::wstring_view root) {
@@ -246,7 +255,7 @@ bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& optio
   const ScanClock::time_point start = ScanClock::now();
   progress.phase = kPhaseReading;
   progress.setStatus(ScanStatus::reading);
-  result.rootPath = normaliseRoot(source.absolute(normaliseRoot(options.root)));
+  result.rootPath = rootPathOf(source, options.root);
   progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::walk; });
   const auto noSuchDir = [&progress] {
     progress.edit([](ProgressTexts& texts) { texts.failure = kNoSuchDir; });
