@@ -63,6 +63,9 @@ std::string failureText(std::string_view word) {
     return "ssh stopped with an error; 255 means unreachable, port closed or host key changed";
   }
   if (word == kSshEmpty) return "signed in, but find returned nothing; does the path exist?";
+  if (word == kSshTooLarge) {
+    return "the host lists more than 20 million entries or 1 GB of names; scan a folder of it";
+  }
   if (word == kSshTarget) return "not readable as user@host:/path";
   if (word == kSshMissing) {
     return "ssh.exe could not be started; is the OpenSSH client installed?";

@@ -71,12 +71,13 @@ inline constexpr std::string_view kMftRecordCount = "mftRecordCount"; // 0, or t
 inline constexpr std::string_view kMftMemory = "mftMemory";           // out of memory
 
 // Ssh.
-inline constexpr std::string_view kSshTarget = "sshTarget";   // the target's text is refused
-inline constexpr std::string_view kSshPipe = "sshPipe";       // no pipe to the process
-inline constexpr std::string_view kSshMissing = "sshMissing"; // ssh.exe did not start
-inline constexpr std::string_view kSshDenied = "sshDenied";   // the host refused the sign-in
-inline constexpr std::string_view kSshFailed = "sshFailed";   // followed by ":" and the exit code
-inline constexpr std::string_view kSshEmpty = "sshEmpty";     // signed in, nothing was listed
+inline constexpr std::string_view kSshTarget = "sshTarget";     // the target's text is refused
+inline constexpr std::string_view kSshPipe = "sshPipe";         // no pipe to the process
+inline constexpr std::string_view kSshMissing = "sshMissing";   // ssh.exe did not start
+inline constexpr std::string_view kSshDenied = "sshDenied";     // the host refused the sign-in
+inline constexpr std::string_view kSshFailed = "sshFailed";     // followed by ":" and the exit code
+inline constexpr std::string_view kSshEmpty = "sshEmpty";       // signed in, nothing was listed
+inline constexpr std::string_view kSshTooLarge = "sshTooLarge"; // more than a scan holds
 
 // The sentence for a failure word, as the command line prints it; a word without a sentence
 // stands for itself.
