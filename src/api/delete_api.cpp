@@ -90,7 +90,7 @@ void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSou
 
 } // namespace
 
-HttpResponse deleteFiles(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);

@@ -13,8 +13,8 @@ HttpResponse exportCsv(const HttpRequest& request, const JobTable& jobs) {
   if (const std::string error = job->progress.texts().error; !error.empty()) {
     return errorAnswer(400, error);
   }
-  const std::string* what = request.queryValue("what");
-  const auto kind = what == nullptr ? std::nullopt : csvKindOf(*what);
+  const std::optional<std::string> what = request.queryValue("what");
+  const auto kind = what ? csvKindOf(*what) : std::nullopt;
   const std::lock_guard lock(job->resultMutex);
   return answer(200, buildCsvReport(*job, kind.value_or(CsvKind::files), localNow(), nowUnixMs()),
                 "text/csv; charset=utf-8");
