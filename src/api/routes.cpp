@@ -17,8 +17,7 @@ const std::vector<Route>& routes() {
   using Request = HttpRequest;
   static const std::vector<Route> table = {
       {"/api/hello", "", [](State& s, const Request&) { return hello(s); }},
-      {"/api/targets", "",
-       [](State& s, const Request&) { return answer(200, targetsDocument(s.targets())); }},
+      {"/api/targets", "", [](State& s, const Request&) { return listTargets(s); }},
       {"/api/browse", "",
        [](State& s, const Request& r) { return browseFolders(r, *s.folders, s.targets); }},
       {"/api/jobs", "", [](State& s, const Request&) { return listJobs(s.jobs); }},

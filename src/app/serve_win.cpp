@@ -55,6 +55,7 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
 } // namespace
 
 int serve(AppState& state, const CommandLineOptions& options) {
+  state.startPath.set(options.scanPath);
   if (!options.agent && !options.server && !options.service) {
     return serveUntilClosed(state, options);
   }

@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { address, i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -30,6 +30,24 @@ test('paths: parent and name, joining, owning scan, topmost', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
+test('the address: its key and path, in the program’s own spelling and in links', () => {
+  const read = (search, hash = '') => Object.values(address.openingOf(search, hash));
+  assert.deepEqual(read('?token=a+b&c%%3D'), ['a+b&c%%3D', '', '', '', '']);
+  assert.deepEqual(read('?token=k%C3%A9y?scan=C%3A%5Ca%2Bb%3Fscan%3D', '#find'), ['kéy', 'C:\\a+b?scan=', '?scan=C%3A%5Ca%2Bb%3Fscan%3D', '', 'find']);
+  assert.deepEqual(read('?token=k&scan=D:%5C'), ['k', 'D:\\', '?scan=D%3A%5C', '', '']);
+  assert.deepEqual(read('?scan=D:%5C&x=1&token=k'), ['k', 'D:\\', '?scan=D%3A%5C&x=1', '?x=1', '']);
+  assert.deepEqual(read('?scan=D:', '#key=s%20k=1'), ['s k=1', 'D:', '?scan=D%3A', '', '']);
+  assert.deepEqual(read('', '#advice'), ['', '', '', '', 'advice']);
+});
+
+test('only what is certainly on a drive of this machine may be scanned without asking', () => {
+  const drives = [{ path: 'C:\\', type: 'fixed' }, { path: 'E:\\', type: 'removable' }, { path: 'N:\\', type: 'network' }];
+  const own = (path) => paths.onOwnDrive(path, drives);
+  for (const path of ['c:', 'C:\\', 'C:/x', 'e:\\a\\..\\b', 'C:\\a@b:/c', '\\\\?\\C:\\x']) assert.ok(own(path), path);
+  for (const path of ['N:\\', 'X:\\', '\\\\nas\\share', '//nas/share', '\\/nas/share', '/\\nas\\share', '\\\\?\\UNC\\nas\\share', '\\\\?\\C:\\..\\UNC\\nas\\share', '\\\\.\\UNC\\nas\\share',
+    '\\??\\UNC\\nas\\share', '\\\\wsl$\\Debian', '\\\\wsl.localhost\\Debian', 'ssh://me@host/C:', 'me@host:/x', 'C:x', 'C', '', ' \\\\nas\\share', 'x:', '\\\\?\\N:\\']) assert.ok(!own(path), path);
+});
+
 test('hostile names are made safe and short enough to display', () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
@@ -43,7 +61,7 @@ test('hostile names are made safe and short enough to display', () => {
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
   const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+    'unreadable', 'elevateDenied', 'elevateRefused', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
     for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);

@@ -7,6 +7,9 @@ export type JobState = (typeof JOB_STATE)[keyof typeof JOB_STATE];
 export const KIND = { drive: 'drive', folder: 'folder', wsl: 'wsl', unc: 'unc', ssh: 'ssh' } as const;
 export type TargetKind = (typeof KIND)[keyof typeof KIND];
 
+// Type of a drive whose files are on another machine.
+export const NETWORK = 'network';
+
 // How it was scanned. The program may add methods.
 export const METHOD = { walk: 'walk', ssh: 'ssh' } as const;
 

@@ -130,6 +130,7 @@ export async function startScan(path: string, kind: string, label: string): Prom
   state.jobs = [...state.jobs, {
     id, path, kind, label, state: JOB_STATE.scanning, files: 0, bytes: 0, dirs: 0, phase: 0, seconds: 0, status: '', current: '', error: '', method: '', noTurbo: '',
   }];
+  state.proposed = '';
   state.awaited = id;
   state.view = id;
   clearView();

@@ -33,6 +33,7 @@ export const state = {
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only
   stopped: new Set<number>(), // scans that were stopped while this page was open
+  proposed: '', // a path from the address that waits for the user's consent
   awaited: 0, // id of the scan whose overview opens when it finishes
   started: false, // scans and targets are known
   offline: false,

@@ -96,6 +96,7 @@ export const en = {
   elevateAsk: 'Please answer the question Windows is asking.',
   eElevateDenied: 'Vorda is running without administrator rights: the restart was declined or did not work.',
   pathMissing: 'Enter a path first.',
+  proposed: 'The address of this page asks for a scan of {path}, which is not on a drive of this machine. Your sign-in may be sent there: scan it only if you know the place.',
 
   // ---- running scans ----
   stScanning: 'Scanning',
@@ -421,6 +422,7 @@ export const en = {
   // ---- key ----
   keyTitle: 'Key needed',
   keyText: 'This Vorda serves other machines too and asks for its key. On that machine, "vorda.exe --show-key" shows it.',
+  keyTextLocked: 'This Vorda answers only the page that it opened itself. Go on in that tab, or end Vorda and start it again.',
   keyLabel: 'Key',
   keyHint: 'Kept in this tab only, until it is closed.',
   keyGo: 'Sign in',
@@ -458,6 +460,7 @@ export const en = {
   eMftGeneric: 'The file table of this drive could not be read.',
   eUnreadable: 'This folder could not be read.',
   eQuitRefused: 'This Vorda serves other machines and cannot be ended from a page.',
+  eElevateRefused: 'This Vorda serves other machines and cannot be restarted from a page.',
   eUpdateOffline: 'The maker\'s web site could not be reached.',
   eUpdateAnswer: 'The maker\'s web site sent an answer that Vorda does not understand.',
   eNeedFilter: 'Enter a name, an extension or a size of at least 1 MB.',

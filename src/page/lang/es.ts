@@ -95,6 +95,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   elevateAsk: 'Responde a la pregunta de Windows.',
   eElevateDenied: 'Vorda se ejecuta sin permisos de administrador: el reinicio se rechazó o no funcionó.',
   pathMissing: 'Escribe primero una ruta.',
+  proposed: 'La dirección de esta página pide analizar {path}, que no está en ninguna unidad de este equipo. Tus credenciales podrían enviarse allí: analízalo solo si conoces el lugar.',
 
   stScanning: 'Analizando',
   stCancelled: 'Deteniendo',
@@ -408,6 +409,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
 
   keyTitle: 'Hace falta la clave',
   keyText: 'Este Vorda atiende también a otros equipos y pide su clave. En ese equipo, «vorda.exe --show-key» la muestra.',
+  keyTextLocked: 'Este Vorda solo responde a la página que abrió él mismo. Sigue en esa pestaña, o cierra Vorda e inícialo de nuevo.',
   keyLabel: 'Clave',
   keyHint: 'Se guarda solo en esta pestaña, hasta que se cierre.',
   keyGo: 'Entrar',
@@ -443,6 +445,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   eMftGeneric: 'No se ha podido leer la tabla de archivos de esta unidad.',
   eUnreadable: 'No se ha podido leer esta carpeta.',
   eQuitRefused: 'Este Vorda atiende a otros equipos y no se puede cerrar desde una página.',
+  eElevateRefused: 'Este Vorda atiende a otros equipos y no se puede reiniciar desde una página.',
   eUpdateOffline: 'No se puede llegar al sitio web del fabricante.',
   eUpdateAnswer: 'El sitio web del fabricante envió una respuesta que Vorda no entiende.',
   eNeedFilter: 'Escribe un nombre, una extensión o un tamaño de al menos 1 MB.',

@@ -94,6 +94,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   elevateAsk: 'Veuillez répondre à la question de Windows.',
   eElevateDenied: 'Vorda fonctionne sans droits d’administrateur : le redémarrage a été refusé ou n’a pas abouti.',
   pathMissing: 'Saisissez d’abord un chemin.',
+  proposed: 'L’adresse de cette page demande une analyse de {path}, qui n’est sur aucun lecteur de cet ordinateur. Vos identifiants pourraient y être envoyés : ne l’analysez que si vous connaissez cet endroit.',
 
   stScanning: 'Analyse en cours',
   stCancelled: 'Arrêt en cours',
@@ -407,6 +408,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
 
   keyTitle: 'Clé requise',
   keyText: 'Ce Vorda sert aussi d’autres ordinateurs et demande sa clé. Sur cet ordinateur, « vorda.exe --show-key » l’affiche.',
+  keyTextLocked: 'Ce Vorda ne répond qu’à la page qu’il a ouverte lui-même. Continuez dans cet onglet, ou quittez Vorda et relancez-le.',
   keyLabel: 'Clé',
   keyHint: 'Gardée dans cet onglet seulement, jusqu’à sa fermeture.',
   keyGo: 'Se connecter',
@@ -442,6 +444,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   eMftGeneric: 'La table des fichiers de ce lecteur n’a pas pu être lue.',
   eUnreadable: 'Ce dossier n’a pas pu être lu.',
   eQuitRefused: 'Ce Vorda sert d’autres ordinateurs et ne peut pas être fermé depuis une page.',
+  eElevateRefused: 'Ce Vorda sert d’autres ordinateurs et ne peut pas être redémarré depuis une page.',
   eUpdateOffline: 'Le site web de l’éditeur est injoignable.',
   eUpdateAnswer: 'Le site web de l’éditeur a envoyé une réponse que Vorda ne comprend pas.',
   eNeedFilter: 'Saisissez un nom, une extension ou une taille d’au moins 1 MB.',

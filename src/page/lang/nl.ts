@@ -94,6 +94,7 @@ export const nl = dictionary<'one' | 'other'>()({
   elevateAsk: 'Beantwoord de vraag die Windows stelt.',
   eElevateDenied: 'Vorda draait zonder beheerdersrechten: de herstart is geweigerd of niet gelukt.',
   pathMissing: 'Vul eerst een pad in.',
+  proposed: 'Het adres van deze pagina vraagt om een scan van {path}, en dat staat niet op een schijf van deze computer. Je aanmeldgegevens kunnen daarheen gaan: scan dit alleen als je de plek kent.',
 
   stScanning: 'Bezig met scannen',
   stCancelled: 'Bezig met stoppen',
@@ -407,6 +408,7 @@ export const nl = dictionary<'one' | 'other'>()({
 
   keyTitle: 'Sleutel nodig',
   keyText: 'Deze Vorda bedient ook andere computers en vraagt om de sleutel. Op die computer toont "vorda.exe --show-key" hem.',
+  keyTextLocked: 'Deze Vorda antwoordt alleen de pagina die hij zelf heeft geopend. Ga in dat tabblad verder, of sluit Vorda af en start opnieuw.',
   keyLabel: 'Sleutel',
   keyHint: 'Blijft alleen in dit tabblad, tot het dichtgaat.',
   keyGo: 'Aanmelden',
@@ -442,6 +444,7 @@ export const nl = dictionary<'one' | 'other'>()({
   eMftGeneric: 'De bestandstabel van deze schijf kon niet worden gelezen.',
   eUnreadable: 'Deze map kon niet worden gelezen.',
   eQuitRefused: 'Deze Vorda bedient andere computers en kan niet vanaf een pagina worden afgesloten.',
+  eElevateRefused: 'Deze Vorda bedient andere computers en kan niet vanaf een pagina opnieuw worden gestart.',
   eUpdateOffline: 'De website van de maker is niet bereikbaar.',
   eUpdateAnswer: 'De website van de maker gaf een antwoord dat Vorda niet begrijpt.',
   eNeedFilter: 'Vul een naam, een extensie of een grootte van minstens 1 MB in.',

@@ -95,6 +95,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   elevateAsk: 'Responda à pergunta do Windows.',
   eElevateDenied: 'O Vorda está sem direitos de administrador: o reinício foi recusado ou não resultou.',
   pathMissing: 'Introduza primeiro um caminho.',
+  proposed: 'O endereço desta página pede uma análise de {path}, que não está em nenhuma unidade deste computador. As suas credenciais podem ser enviadas para lá: analise apenas se conhecer o local.',
 
   stScanning: 'A analisar',
   stCancelled: 'A parar',
@@ -408,6 +409,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
 
   keyTitle: 'É precisa a chave',
   keyText: 'Este Vorda serve também outros computadores e pede a chave. Nesse computador, «vorda.exe --show-key» mostra-a.',
+  keyTextLocked: 'Este Vorda só responde à página que ele próprio abriu. Continue nesse separador, ou encerre o Vorda e inicie-o de novo.',
   keyLabel: 'Chave',
   keyHint: 'Fica apenas neste separador, até ser fechado.',
   keyGo: 'Entrar',
@@ -443,6 +445,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   eMftGeneric: 'Não foi possível ler a tabela de ficheiros desta unidade.',
   eUnreadable: 'Não foi possível ler esta pasta.',
   eQuitRefused: 'Este Vorda serve outros computadores e não pode ser fechado a partir de uma página.',
+  eElevateRefused: 'Este Vorda serve outros computadores e não pode ser reiniciado a partir de uma página.',
   eUpdateOffline: 'Não foi possível chegar ao sítio Web do fabricante.',
   eUpdateAnswer: 'O sítio Web do fabricante enviou uma resposta que o Vorda não entende.',
   eNeedFilter: 'Introduza um nome, uma extensão ou um tamanho de pelo menos 1 MB.',

@@ -7,7 +7,7 @@ import { shareOf } from '../core/units';
 import { FINDING } from '../core/words';
 import { goTo, state } from '../data/state';
 import { openCleanup, openEmptyBin } from '../flows/cleaning';
-import { elevateButton } from '../flows/elevate';
+import { elevateButton, mayElevate } from '../flows/elevate';
 import { scanMarksBar, toggleMark } from '../flows/marks';
 import { openInExplorer } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
@@ -66,7 +66,7 @@ function actionsOf(job: Job, finding: Finding): HTMLElement[] {
     case FINDING.tempFiles:
     case FINDING.updates: return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
     case FINDING.duplicates: return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
-    case FINDING.denied: return state.targets && !state.targets.elevated ? [elevateButton()] : [];
+    case FINDING.denied: return mayElevate() ? [elevateButton()] : [];
     default: return [];
   }
 }
