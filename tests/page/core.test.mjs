@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { address, i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -53,6 +53,8 @@ test('hostile names are made safe and short enough to display', () => {
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
   assert.ok(head.length <= 520 && tail.length <= 260 && tail.endsWith('.txt') && head.startsWith('C:\\'));
+  assert.deepEqual(['D:\\', '\\\\nas\\a b', 'Data (D:)', 'me@host:/var', '..', `\u202e${'x'.repeat(300)}`].map((name) => paths.fileNameOf(name).slice(0, 12)),
+    ['D', 'nas-a-b', 'Data-(D-)', 'me@host-var', '', '[U+202E]xxxx']);
   for (let most = 3; most < 12; ++most) {
     const short = paths.shorten('ab\u{1f600}\u{1f600}cd\u{1f600}ef\u{1f600}', most);
     assert.ok(short.length <= most && short.isWellFormed?.() !== false && !/[\ud800-\udbff](?![\udc00-\udfff])/.test(short), `${most}: ${short}`);
@@ -69,6 +71,10 @@ test('failure words have a text in every language, unknown ones are shown as the
     assert.match(i18n.failure('failed:124'), /124/);
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
+  // Why turbo was not used, also when it failed.
+  i18n.setLanguage('en');
+  assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
+    'turbo needs administrator rights', 'turbo needs administrator rights', 'the file table could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
   assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');

@@ -55,3 +55,83 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   const dialog = await openDialog(tab);
   await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts(), ['D:\\photos']);
 });
+
+test('a small tree: the sentence and the largest folders, the name of a download', async (t) => {
+  const { folder: place, tab } = await scanned(t, { 'alpha/one.bin': 40 * MiB, 'beta/two.bin': 5 * MiB, 'gamma/three.bin': 3 * MiB, 'note.txt': 'n' });
+  await says(tab, 'Most of the space is in alpha: 40.0 MB, 83% of what was scanned.');
+  const largest = tab.locator('section', { has: tab.getByRole('heading', { name: 'Largest folders' }) });
+  await becomes(() => largest.getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\n')[0])), ['alpha', 'beta', 'gamma']);
+  const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
+  assert.equal(download.suggestedFilename(), `vorda-Z${place.replaceAll('/', '-')}-types.csv`);
+});
+
+test('Back leads to the section before, also after a reload and a deep link', async (t) => {
+  const { server, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB });
+  const heading = (name) => tab.getByRole('heading', { level: 1, name }).waitFor();
+  const thereAndBack = async () => {
+    await tab.getByRole('button', { name: 'Show all: Largest types' }).click();
+    await heading('Types');
+    await tab.goBack();
+    await heading('Overview');
+  };
+  await tab.reload();
+  await heading('Overview');
+  await thereAndBack();
+  await tab.goto('about:blank');
+  await tab.goto(`${server.base}/#overview`);
+  await heading('Overview');
+  await thereAndBack();
+  await tab.goto('about:blank');
+  await tab.goto(`${server.base}/#map`);
+  await heading('Map');
+  await tab.getByRole('grid').press('Enter');
+  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
+  await tab.reload();
+  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
+  await tab.goBack();
+  await becomes(() => tab.getByRole('navigation', { name: 'Where the map is' }).getByRole('link').count(), 0, 'the folder above');
+});
+
+test('the Del key asks about what is marked, or else about the active item', async (t) => {
+  const { folder: place, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'two/1.dat': 'same', 'two/2.dat': 'same' });
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  const asked = async (...names) => {
+    await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\\').at(-1))), names);
+    await tab.keyboard.press('Escape');
+    await dialog.waitFor({ state: 'detached' });
+  };
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await tree.press('Delete');
+  assert.equal(await dialog.count(), 0, 'not the root of the scan');
+  await row(tree, 'films').first().click();
+  await tree.press('Delete');
+  await asked('films');
+  await tree.press('ArrowRight');
+  await row(tree, 'b.mkv').waitFor();
+  await mark(tree, 'b.mkv');
+  await row(tree, 'a.mkv').click();
+  await tree.press('Delete');
+  await asked('b.mkv');
+  await goTo(tab, 'types', 'Types');
+  await tab.getByRole('grid').press('Delete');
+  await asked('b.mkv');
+  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await goTo(tab, 'map', 'Map');
+  await tab.getByRole('option', { name: /^a.mkv/ }).waitFor();
+  await tab.getByRole('listbox').press('ArrowRight');
+  await tab.getByRole('listbox').press('Delete');
+  await asked('a.mkv');
+  // Where copies are compared, only what is marked: one of them must stay.
+  await goTo(tab, 'across', 'Duplicates');
+  await tab.getByLabel('At least (MB)').fill('0');
+  await tab.getByRole('button', { name: 'Search for duplicates' }).click();
+  const grid = tab.getByRole('grid', { name: 'Groups of equal files' });
+  await row(grid, '1.dat').click();
+  await grid.press('Delete');
+  assert.equal(await tab.getByRole('dialog').count(), 0);
+  await mark(grid, '1.dat');
+  await grid.press('Delete');
+  await asked('1.dat');
+  assert.deepEqual(fs.readdirSync(`${place}/two`), ['1.dat', '2.dat']);
+});

@@ -62,6 +62,12 @@ export function topmost(paths: Iterable<string>): string[] {
   });
 }
 
+const LONGEST_FILE_NAME = 80;
+
+// A text as part of the name of a downloaded file.
+export const fileNameOf = (text: string): string =>
+  shorten(shown(text).replace(/[\\/:*?"<>|\s]+/g, '-'), LONGEST_FILE_NAME).replace(/^[-.]+|[-.]+$/g, '');
+
 const LONGEST_SHOWN = 260;
 
 // Makes a name safe to display: control characters, direction marks and lone surrogates are replaced

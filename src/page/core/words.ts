@@ -16,6 +16,10 @@ export const METHOD = { walk: 'walk', ssh: 'ssh' } as const;
 // Why turbo is off: the program lacks administrator rights.
 export const NO_RIGHTS = 'noadmin';
 
+// The failures of turbo begin with this; one is again a lack of rights.
+export const FILE_TABLE = 'mft';
+export const DENIED_TABLE = 'mftDenied';
+
 // What a folder of the pruned tree contains besides the folders listed.
 export const REST = { smaller: 'smaller', loose: 'loose' } as const;
 export type RestKind = (typeof REST)[keyof typeof REST];

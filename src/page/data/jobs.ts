@@ -9,7 +9,7 @@ import { announce, toast, toastFailure } from '../ui/toast';
 import { api, form, query } from './api';
 import { Poller } from './poller';
 import { dropFromSearches } from './runs';
-import { changed, dropView, isChoosing, isSearch, jobById, passViewOn, state, treeOf, viewOf } from './state';
+import { changed, dropView, isChoosing, isSearch, jobById, listen, passViewOn, state, treeOf, viewOf } from './state';
 
 const ANNOUNCE_MS = 10_000;
 
@@ -63,6 +63,11 @@ const poller = new Poller(askJobs);
 
 // Asks for all scans, and goes on asking while any of them is running.
 export const poll = (): Promise<void> => poller.poll();
+
+// Whichever request found the program gone: this one is repeated until it is back.
+listen((changes) => {
+  if (changes.has('offline') && state.offline && !state.ended) void poll();
+});
 
 async function askResult(id: number): Promise<ResultDoc> {
   const answer = await api<unknown>(query('/api/result', { id }));

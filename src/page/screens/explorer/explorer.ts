@@ -74,6 +74,7 @@ class Explorer implements ResultScreen {
       label: t('exTree'), role: 'treegrid', selection: this.view.selection, keyOf: (row) => row.entry.path, markable: canMark,
       columns: columns({
         whole: () => this.tree.root.s, parentSize: (row) => this.rows[row.parent]?.entry.s ?? 0, canMark,
+        retry: (row) => this.enter(row),
         toggle: (index) => {
           this.setOpen(index, !this.rows[index]?.open);
           this.table.moveTo(index);
@@ -85,6 +86,7 @@ class Explorer implements ResultScreen {
         showDetails(row.entry);
       },
       onEnter: (row) => this.enter(row),
+      onDelete: (path) => this.bar.delete(path),
       onKey: (event, index) => this.key(event, index),
       decorate: (element, row) => {
         setAttribute(element, 'aria-level', row.depth + 1);
