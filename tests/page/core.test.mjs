@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { i18n, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -30,11 +30,31 @@ test('paths: parent and name, joining, owning scan, topmost', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
+test('the address: its key and path, in the program’s own spelling and in links', () => {
+  const read = (search, hash = '') => Object.values(address.openingOf(search, hash));
+  assert.deepEqual(read('?token=a+b&c%%3D'), ['a+b&c%%3D', '', '', '', '']);
+  assert.deepEqual(read('?token=k%C3%A9y?scan=C%3A%5Ca%2Bb%3Fscan%3D', '#find'), ['kéy', 'C:\\a+b?scan=', '?scan=C%3A%5Ca%2Bb%3Fscan%3D', '', 'find']);
+  assert.deepEqual(read('?token=k&scan=D:%5C'), ['k', 'D:\\', '?scan=D%3A%5C', '', '']);
+  assert.deepEqual(read('?scan=D:%5C&x=1&token=k'), ['k', 'D:\\', '?scan=D%3A%5C&x=1', '?x=1', '']);
+  assert.deepEqual(read('?scan=D:', '#key=s%20k=1'), ['s k=1', 'D:', '?scan=D%3A', '', '']);
+  assert.deepEqual(read('', '#advice'), ['', '', '', '', 'advice']);
+});
+
+test('only what is certainly on a drive of this machine may be scanned without asking', () => {
+  const drives = [{ path: 'C:\\', type: 'fixed' }, { path: 'E:\\', type: 'removable' }, { path: 'N:\\', type: 'network' }];
+  const own = (path) => paths.onOwnDrive(path, drives);
+  for (const path of ['c:', 'C:\\', 'C:/x', 'e:\\a\\..\\b', 'C:\\a@b:/c', '\\\\?\\C:\\x']) assert.ok(own(path), path);
+  for (const path of ['N:\\', 'X:\\', '\\\\nas\\share', '//nas/share', '\\/nas/share', '/\\nas\\share', '\\\\?\\UNC\\nas\\share', '\\\\?\\C:\\..\\UNC\\nas\\share', '\\\\.\\UNC\\nas\\share',
+    '\\??\\UNC\\nas\\share', '\\\\wsl$\\Debian', '\\\\wsl.localhost\\Debian', 'ssh://me@host/C:', 'me@host:/x', 'C:x', 'C', '', ' \\\\nas\\share', 'x:', '\\\\?\\N:\\']) assert.ok(!own(path), path);
+});
+
 test('hostile names are made safe and short enough to display', () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
   assert.ok(head.length <= 520 && tail.length <= 260 && tail.endsWith('.txt') && head.startsWith('C:\\'));
+  assert.deepEqual(['D:\\', '\\\\nas\\a b', 'Data (D:)', 'me@host:/var', '..', `\u202e${'x'.repeat(300)}`].map((name) => paths.fileNameOf(name).slice(0, 12)),
+    ['D', 'nas-a-b', 'Data-(D-)', 'me@host-var', '', '[U+202E]xxxx']);
   for (let most = 3; most < 12; ++most) {
     const short = paths.shorten('ab\u{1f600}\u{1f600}cd\u{1f600}ef\u{1f600}', most);
     assert.ok(short.length <= most && short.isWellFormed?.() !== false && !/[\ud800-\udbff](?![\udc00-\udfff])/.test(short), `${most}: ${short}`);
@@ -43,7 +63,7 @@ test('hostile names are made safe and short enough to display', () => {
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
   const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+    'unreadable', 'elevateDenied', 'elevateRefused', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
     for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
@@ -51,6 +71,10 @@ test('failure words have a text in every language, unknown ones are shown as the
     assert.match(i18n.failure('failed:124'), /124/);
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
+  // Why turbo was not used, also when it failed.
+  i18n.setLanguage('en');
+  assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
+    'turbo needs administrator rights', 'turbo needs administrator rights', 'the file table could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
   assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');

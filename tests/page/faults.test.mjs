@@ -108,7 +108,7 @@ test('late and truncated answers lose nothing', async (t) => {
   await row(tree, 'Could not be loaded').first().waitFor();
   await row(tree, 'one.iso').waitFor({ state: 'detached' });
   delete faults.answers['/api/dirs'];
-  await row(tree, 'Could not be loaded').first().dblclick();
+  await row(tree, 'Could not be loaded').first().getByRole('button', { name: 'Try again' }).click();
   await row(tree, 'Could not be loaded').waitFor({ state: 'detached' });
 
   // A scan started while another one's result is still on its way is followed as well.

@@ -9,6 +9,7 @@ import { openDeletion } from './deletion';
 export interface MarksBar {
   root: HTMLElement;
   update: () => void;
+  delete: (active?: string) => void; // the Del key: deletes what is marked, or else the active item
 }
 
 export interface MarksOptions {
@@ -40,7 +41,11 @@ export function marksBar(options: MarksOptions): MarksBar {
     setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');
   };
   update();
-  return { root, update };
+  const byKey = (active?: string): void => {
+    if (options.selection.keys.size > 0) options.onDelete();
+    else if (active !== undefined) openDeletion([active], { fallback: options.fallback });
+  };
+  return { root, update, delete: byKey };
 }
 
 function clearMarks(): void {

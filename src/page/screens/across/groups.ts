@@ -130,6 +130,7 @@ export class GroupList implements ResultList<CopyGroup> {
       mayMark: (row) => row.copy !== null && mayChoose(row.group, marks.keys, row.copy.p),
       onRefused: () => toast(t('acLast')),
       onMarked: () => this.bar.update(),
+      onDelete: () => this.bar.delete(), // what is marked only: one copy must stay
       onActive: (row) => {
         if (row.copy) showHit(row.copy, row.group.s);
       },
