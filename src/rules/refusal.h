@@ -32,7 +32,7 @@ enum class Refusal {
 
   // By what the system reports about it.
   outside,   // not below the scanned root
-  ambiguous, // the system reads the path differently, or it changed while it was checked
+  ambiguous, // the system reads the path differently, as a device's name, or it changed meanwhile
   missing,
 };
 

@@ -62,12 +62,15 @@ test('hostile names are made safe and short enough to display', () => {
 });
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
-  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'elevateRefused', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
+    'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
     for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
     assert.match(i18n.failure('sshFailed:255'), /255/);
+    for (const word of ['sshFailed:1', 'sshEmpty']) assert.match(i18n.failure(word), /\s\//, 'how to write a link is not said');
+    const done = { state: 'done', files: 1, bytes: 1 };
+    for (const partial of ['cancelled', 'broken']) assert.ok(i18n.known(`ovPartial_${partial}`) && job.summary({ ...done, partial }) !== job.summary(done));
     assert.match(i18n.failure('failed:124'), /124/);
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }

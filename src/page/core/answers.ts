@@ -48,6 +48,7 @@ export interface Job {
   error: string;
   method: string;
   noTurbo: string;
+  partial?: string; // why a part of the target is missing
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
@@ -106,6 +107,7 @@ export interface ResultDoc {
     volumeLabel: string;
     freed: number;
     binned: number;
+    partial?: string;
   };
   tree: TreeNode | null;
   exts: TypeItem[];
