@@ -394,6 +394,7 @@ export const en = {
   delDone: { one: '{n} item deleted, {size} freed.', other: '{n} items deleted, {size} freed.' },
   delDoneBin: { one: '{n} item moved to the recycle bin, {size}.', other: '{n} items moved to the recycle bin, {size}.' },
   delDoneMixed: { one: '{n} item deleted: {freed} freed, {binned} in the recycle bin.', other: '{n} items deleted: {freed} freed, {binned} in the recycle bin.' },
+  delNotBinned: '{size} did not go into the recycle bin: Windows deleted it permanently.',
   delFailed: 'Windows did not delete everything (code {code}).',
   delAborted: 'The deletion was interrupted. Some items are still there.',
   delStill: { one: '{n} item is still there.', other: '{n} items are still there.' },

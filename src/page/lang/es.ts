@@ -382,6 +382,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   delDone: { one: '{n} elemento eliminado, {size} liberados.', many: '{n} de elementos eliminados, {size} liberados.', other: '{n} elementos eliminados, {size} liberados.' },
   delDoneBin: { one: '{n} elemento movido a la Papelera, {size}.', many: '{n} de elementos movidos a la Papelera, {size}.', other: '{n} elementos movidos a la Papelera, {size}.' },
   delDoneMixed: { one: '{n} elemento eliminado: {freed} liberados, {binned} en la Papelera.', many: '{n} de elementos eliminados: {freed} liberados, {binned} en la Papelera.', other: '{n} elementos eliminados: {freed} liberados, {binned} en la Papelera.' },
+  delNotBinned: '{size} no fueron a la Papelera: Windows los eliminó definitivamente.',
   delFailed: 'Windows no lo ha eliminado todo (código {code}).',
   delAborted: 'La eliminación se interrumpió. Una parte sigue ahí.',
   delStill: { one: '{n} elemento sigue ahí.', many: '{n} de elementos siguen ahí.', other: '{n} elementos siguen ahí.' },

@@ -381,6 +381,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   delDone: { one: '{n} élément supprimé, {size} libérés.', many: '{n} d’éléments supprimés, {size} libérés.', other: '{n} éléments supprimés, {size} libérés.' },
   delDoneBin: { one: '{n} élément déplacé vers la Corbeille, {size}.', many: '{n} d’éléments déplacés vers la Corbeille, {size}.', other: '{n} éléments déplacés vers la Corbeille, {size}.' },
   delDoneMixed: { one: '{n} élément supprimé : {freed} libérés, {binned} dans la Corbeille.', many: '{n} d’éléments supprimés : {freed} libérés, {binned} dans la Corbeille.', other: '{n} éléments supprimés : {freed} libérés, {binned} dans la Corbeille.' },
+  delNotBinned: '{size} ne sont pas allés dans la Corbeille : Windows les a supprimés définitivement.',
   delFailed: 'Windows n’a pas tout supprimé (code {code}).',
   delAborted: 'La suppression a été interrompue. Une partie est encore là.',
   delStill: { one: '{n} élément est encore là.', many: '{n} d’éléments sont encore là.', other: '{n} éléments sont encore là.' },

@@ -381,6 +381,7 @@ export const nl = dictionary<'one' | 'other'>()({
   delDone: { one: '{n} item verwijderd, {size} vrijgemaakt.', other: '{n} items verwijderd, {size} vrijgemaakt.' },
   delDoneBin: { one: '{n} item naar de Prullenbak verplaatst, {size}.', other: '{n} items naar de Prullenbak verplaatst, {size}.' },
   delDoneMixed: { one: '{n} item verwijderd: {freed} vrijgemaakt, {binned} in de Prullenbak.', other: '{n} items verwijderd: {freed} vrijgemaakt, {binned} in de Prullenbak.' },
+  delNotBinned: '{size} ging niet naar de Prullenbak: Windows heeft dat definitief verwijderd.',
   delFailed: 'Windows heeft niet alles verwijderd (code {code}).',
   delAborted: 'Het verwijderen is afgebroken. Een deel staat er nog.',
   delStill: { one: '{n} item staat er nog.', other: '{n} items staan er nog.' },

@@ -382,6 +382,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   delDone: { one: '{n} item eliminado, {size} libertados.', many: '{n} de itens eliminados, {size} libertados.', other: '{n} itens eliminados, {size} libertados.' },
   delDoneBin: { one: '{n} item movido para a Reciclagem, {size}.', many: '{n} de itens movidos para a Reciclagem, {size}.', other: '{n} itens movidos para a Reciclagem, {size}.' },
   delDoneMixed: { one: '{n} item eliminado: {freed} libertados, {binned} na Reciclagem.', many: '{n} de itens eliminados: {freed} libertados, {binned} na Reciclagem.', other: '{n} itens eliminados: {freed} libertados, {binned} na Reciclagem.' },
+  delNotBinned: '{size} não foram para a Reciclagem: o Windows eliminou-os definitivamente.',
   delFailed: 'O Windows não eliminou tudo (código {code}).',
   delAborted: 'A eliminação foi interrompida. Uma parte ainda lá está.',
   delStill: { one: '{n} item ainda lá está.', many: '{n} de itens ainda lá estão.', other: '{n} itens ainda lá estão.' },

@@ -49,7 +49,7 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
         toast(t('acLast'));
         return;
       }
-      toggleMark(place.path, place.bytes);
+      toggleMark(place.path, place.bytes, place.group > 0);
     },
   } });
   const locked = place.lock !== '' && canMark;
