@@ -301,7 +301,7 @@ export const en = {
   mapOf: 'Size map of {path}',
   mapTable: 'What lies in {path}',
   mapCrumbs: 'Where the map is',
-  mapHelp: 'Arrow keys choose, Enter opens, Backspace leaves.',
+  mapHelp: 'Arrow keys choose, Enter opens, Backspace leaves, Del deletes.',
   mapUp: 'One folder up',
   mapEmpty: 'This folder holds nothing.',
   mapTile: '{name}, {size}, {percent}',

@@ -292,7 +292,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   mapOf: 'Mapa de tamaños de {path}',
   mapTable: 'Contenido de {path}',
   mapCrumbs: 'Posición en el mapa',
-  mapHelp: 'Las flechas eligen, Intro abre, Retroceso sube.',
+  mapHelp: 'Las flechas eligen, Intro abre, Retroceso sube, Supr elimina.',
   mapUp: 'Subir una carpeta',
   mapEmpty: 'Esta carpeta está vacía.',
   mapTile: '{name}, {size}, {percent}',

@@ -291,7 +291,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   mapOf: 'Carte des tailles de {path}',
   mapTable: 'Contenu de {path}',
   mapCrumbs: 'Emplacement de la carte',
-  mapHelp: 'Les flèches choisissent, Entrée ouvre, Retour arrière remonte.',
+  mapHelp: 'Les flèches choisissent, Entrée ouvre, Retour arrière remonte, Suppr supprime.',
   mapUp: 'Dossier parent',
   mapEmpty: 'Ce dossier est vide.',
   mapTile: '{name}, {size}, {percent}',

@@ -291,7 +291,7 @@ export const nl = dictionary<'one' | 'other'>()({
   mapOf: 'Kaart van {path} op grootte',
   mapTable: 'Wat er in {path} staat',
   mapCrumbs: 'Plaats in de kaart',
-  mapHelp: 'Pijltoetsen kiezen, Enter opent, Backspace gaat terug.',
+  mapHelp: 'Pijltoetsen kiezen, Enter opent, Backspace gaat terug, Delete verwijdert.',
   mapUp: 'Eén map omhoog',
   mapEmpty: 'Deze map is leeg.',
   mapTile: '{name}, {size}, {percent}',

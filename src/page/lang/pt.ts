@@ -292,7 +292,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   mapOf: 'Mapa de tamanhos de {path}',
   mapTable: 'Conteúdo de {path}',
   mapCrumbs: 'Posição no mapa',
-  mapHelp: 'As setas escolhem, Enter abre, Backspace sobe.',
+  mapHelp: 'As setas escolhem, Enter abre, Backspace sobe, Delete elimina.',
   mapUp: 'Uma pasta acima',
   mapEmpty: 'Esta pasta está vazia.',
   mapTile: '{name}, {size}, {percent}',
