@@ -1,10 +1,12 @@
 # cmake -DOBJDUMP=… -DFILE=vorda.exe -P check-imports.cmake
-# vorda.exe is one file: it may import only from libraries that every Windows 10 has.
+# vorda.exe is one file, and often starts from a folder that others can write to: it may import only
+# from libraries that every Windows 10 loads from the system's folder, whatever lies beside the
+# program (the registry lists them under "KnownDLLs").
 cmake_minimum_required(VERSION 3.25)
 
 set(allowed
-  advapi32 bcrypt comctl32 comdlg32 crypt32 gdi32 iphlpapi kernel32 msvcrt ntdll ole32 oleaut32
-  psapi rpcrt4 secur32 shell32 shlwapi user32 userenv version winhttp ws2_32 wtsapi32)
+  advapi32 comdlg32 gdi32 kernel32 msvcrt ntdll ole32 oleaut32 psapi rpcrt4 setupapi shell32 shlwapi
+  user32 ws2_32)
 if(DEFINED ENV{VORDA_ALLOWED_DLLS})
   set(allowed $ENV{VORDA_ALLOWED_DLLS})
 endif()
@@ -20,14 +22,13 @@ set(foreign "")
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "dll name: (.*[^ ]) *$" "\\1" dll "${line}")
   string(REGEX REPLACE "\\.dll$" "" name "${dll}")
-  # The parts of Windows 10's C runtime.
-  if(NOT name IN_LIST allowed AND NOT name MATCHES "^api-ms-win-crt-")
+  if(NOT name IN_LIST allowed)
     list(APPEND foreign ${dll})
   endif()
 endforeach()
 if(foreign)
   list(JOIN foreign ", " foreign)
-  message(FATAL_ERROR "imports that are not part of Windows: ${foreign}")
+  message(FATAL_ERROR "imports that could be planted beside the program: ${foreign}")
 endif()
 if(NOT dump MATCHES "subsystem[ \t]+0*2[ \t]+\\(windows gui\\)")
   message(FATAL_ERROR "not a program for the Windows GUI subsystem: a console would flash up")

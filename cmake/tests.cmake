@@ -40,7 +40,7 @@ if(WIN32)
   # With no library allowed, the same check must complain about the one that every program imports.
   add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
   set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
-    "not part of Windows:.*kernel32")
+    "planted beside the program:.*kernel32")
 endif()
 
 # ---- programs that system tests need -------------------------------------------------------------
@@ -55,6 +55,10 @@ if(WIN32)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
     add_dependencies(test_programs ${name})
   endforeach()
+  add_library(planted_library SHARED tests/system/support/planted_library.cpp)
+  set_target_properties(planted_library PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  target_link_options(planted_library PRIVATE -static)
+  add_dependencies(test_programs planted_library)
 endif()
 
 # ---- tests in other languages --------------------------------------------------------------------

@@ -7,7 +7,7 @@
 
 namespace {
 
-std::string encoded(const std::string& text) {
+std::string encoded(std::string_view text) {
   std::string out;
   for (const char c : text) {
     char escape[4];
@@ -21,7 +21,7 @@ std::string encoded(const std::string& text) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view body(reinterpret_cast<const char*>(data), size);
+  const std::string body(reinterpret_cast<const char*>(data), size);
   const vorda::FormFields fields(body);
   if (fields.pairs().empty()) std::abort();
   std::string again;
@@ -31,5 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (vorda::FormFields(again).pairs() != fields.pairs()) std::abort();
   if (fields.get(fields.pairs().front().first) != fields.pairs().front().second) std::abort();
+  const auto& [key, value] = fields.pairs().back();
+  if (vorda::lastFieldValue(body, key) != value) std::abort();
+  if (vorda::countFields(body) != fields.pairs().size()) std::abort();
   return 0;
 }

@@ -16,10 +16,11 @@ public:
     next_ = bytes_.size();
     return count;
   }
-  bool send(std::string_view bytes) override {
+  bool send(std::string_view bytes, std::chrono::milliseconds) override {
     sent.append(bytes);
     return true;
   }
+  void endSending() override {}
   std::string sent;
 
 private:
@@ -29,20 +30,20 @@ private:
 
 std::string served(std::string_view bytes, std::size_t split) {
   Pieces stream(bytes, split);
-  std::atomic<std::uint64_t> held{0};
+  vorda::ConnectionTable connections;
   const auto echo = [](const vorda::HttpRequest& request) {
-    for (const auto& [name, value] : request.headers) {
-      if (name.find('\r') == 0 && name.find("\r\n") != std::string::npos) std::abort();
-      for (const char c : name) {
-        if (c >= 'A' && c <= 'Z') std::abort();
-      }
-    }
     if (request.path.find('?') != std::string::npos) std::abort();
     if (request.method.find(' ') != std::string::npos) std::abort();
-    return vorda::answer(200, request.method + " " + request.path);
+    std::string told = request.method + " " + request.path + " " + request.body;
+    for (const char* name : {"host", "origin", "x-vorda-token"}) {
+      const auto value = request.header(name);
+      if (!value && request.headers.contradicts(name)) std::abort();
+      told.append(value.value_or("none"));
+    }
+    return vorda::answer(200, told + request.queryValue("token").value_or("none"));
   };
-  vorda::serveConnection(stream, echo, held);
-  if (held != 0) std::abort();
+  vorda::serveConnection(stream, {{}, echo}, *connections.enter(1));
+  if (connections.heldBytes() != 0) std::abort();
   return stream.sent;
 }
 

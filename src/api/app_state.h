@@ -2,6 +2,7 @@
 // kept until the process ends. The flags and the key are set before the server starts.
 #pragma once
 
+#include "api/wrong_keys.h"
 #include "fileops/machine.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
@@ -48,9 +49,11 @@ private:
 };
 
 struct AppState {
-  bool remote = false;     // agent, service or server mode: the key is required
-  bool serverMode = false; // --server
-  std::string key;         // UTF-8
+  bool remote = false;      // agent, service or server mode
+  bool serverMode = false;  // --server
+  bool keyRequired = false; // in these modes, and where --lock asks for it
+  std::string key;          // UTF-8
+  WrongKeys wrongKeys;
   StartPath startPath;
 
   ServerState server;

@@ -83,7 +83,7 @@ HttpResponse binAnswer(bool ok, const BinFigures& figures) {
 
 } // namespace
 
-HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machine,
                      FolderSource& folders) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);

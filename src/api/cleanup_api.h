@@ -10,7 +10,7 @@ namespace vorda {
 
 // POST /api/cleanup with the form fields "what", an advice code (kTempFilesAdvice or
 // kUpdatesAdvice), and "job", the scan whose advice lists the folders to empty.
-HttpResponse cleanUp(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machine,
                      FolderSource& folders);
 
 // POST /api/emptybin: empties the user's recycle bins on all drives and updates every local

@@ -10,7 +10,7 @@ namespace vorda {
 
 // POST /api/delete with the form fields "p" (repeated), "permanent" and "dryrun" ("1"), and
 // "job", the scan that must contain the paths and that is updated.
-HttpResponse deleteFiles(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders);
 
 } // namespace vorda

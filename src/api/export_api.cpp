@@ -10,8 +10,8 @@ namespace vorda {
 HttpResponse exportCsv(const HttpRequest& request, const JobTable& jobs) {
   const std::shared_ptr<Job> job = finishedJob(jobs, request);
   if (!job) return errorAnswer(400, words::kNoPath);
-  const std::string* what = request.queryValue("what");
-  const auto kind = what == nullptr ? std::nullopt : csvKindOf(*what);
+  const std::optional<std::string> what = request.queryValue("what");
+  const auto kind = what ? csvKindOf(*what) : std::nullopt;
   const std::lock_guard lock(job->resultMutex);
   return answer(200, buildCsvReport(*job, kind.value_or(CsvKind::files), localNow(), nowUnixMs()),
                 "text/csv; charset=utf-8");

@@ -7,15 +7,22 @@
 
 namespace vorda {
 
-// Answers one request. Rejects requests from foreign pages, and in remote modes requests
-// without the key. An exception thrown by a handler becomes status 500.
-HttpResponse handleRequest(AppState& state, const HttpRequest& request);
+// How many pairs a request may have: each costs memory beyond its bytes.
+inline constexpr std::size_t kMaxQueryFields = 1'024;
+inline constexpr std::size_t kMaxBodyFields = 200'000;
 
-// handleRequest as a handler for the server; state must outlive it.
-RequestHandler makeGate(AppState& state);
+// Judges a request by its head. Refuses requests from foreign pages, requests without the key
+// where one is required, and unknown paths.
+Admission admitRequest(AppState& state, const HttpRequest& request);
 
-// Whether a Host or Origin header names this machine: 127.0.0.1, localhost or [::1] with
-// any port, optionally preceded by "http://" or "https://" and followed by "/".
+// Answers a request that was admitted. An exception thrown by a handler becomes status 500.
+HttpResponse answerRequest(AppState& state, HttpRequest& request);
+
+// Both for the server; state must outlive them.
+RequestGate makeGate(AppState& state);
+
+// Whether a Host or Origin header names this machine: 127.0.0.1, localhost or [::1], with a port
+// or without, optionally preceded by "http://" or "https://" and followed by "/".
 bool isLoopbackHost(std::string_view value);
 
 // Compares keys in a time that depends only on the length of the first.

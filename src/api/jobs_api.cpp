@@ -40,8 +40,8 @@ void writeJob(JsonWriter& json, const Job& job) {
 
 } // namespace
 
-HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps) {
-  const FormFields fields(request.body);
+HttpResponse startScan(HttpRequest& request, JobTable& jobs, const ScanSteps& steps) {
+  const FormFields fields(std::move(request.body));
   const std::string_view path = fields.get("path");
   if (path.empty()) return errorAnswer(400, words::kNoScanPath);
   const auto job = std::make_shared<Job>();

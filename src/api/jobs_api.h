@@ -10,7 +10,7 @@ namespace vorda {
 
 // Creates a job from the form fields "path", "kind", "label" and (for ssh) "password" and runs
 // it on a new thread. steps must outlive every job.
-HttpResponse startScan(const HttpRequest& request, JobTable& jobs, const ScanSteps& steps);
+HttpResponse startScan(HttpRequest& request, JobTable& jobs, const ScanSteps& steps);
 
 HttpResponse listJobs(const JobTable& jobs);
 HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs);

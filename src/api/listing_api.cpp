@@ -92,8 +92,8 @@ void cutToLargest(std::vector<ListedFile>& files) {
 
 HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
                            const std::function<TargetList()>& targets) {
-  const std::string* wanted = request.queryValue("p");
-  if (wanted == nullptr || wanted->empty()) {
+  const std::optional<std::string> wanted = request.queryValue("p");
+  if (!wanted || wanted->empty()) {
     return answer(200, folderDocument({}, placesToStart(targets()), false));
   }
   const std::wstring path = requestedFolder(*wanted, source);
@@ -110,8 +110,8 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
 }
 
 HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
-  const std::string* wanted = request.queryValue("p");
-  if (wanted == nullptr) return errorAnswer(400, words::kNoPath);
+  const std::optional<std::string> wanted = request.queryValue("p");
+  if (!wanted) return errorAnswer(400, words::kNoPath);
   const std::wstring path = requestedFolder(*wanted, source);
   std::vector<ListedFile> files;
   std::uint64_t total = 0;

@@ -17,10 +17,10 @@ std::shared_ptr<Job> jobOfNumber(const JobTable& jobs, std::string_view number) 
 
 } // namespace
 
-std::unique_ptr<FormFields> completeForm(const HttpRequest& request) {
-  const std::string* announced = request.header("content-length");
-  if (announced != nullptr && *announced != std::to_string(request.body.size())) return nullptr;
-  return std::make_unique<FormFields>(request.body);
+std::unique_ptr<FormFields> completeForm(HttpRequest& request) {
+  const auto announced = request.header("content-length");
+  if (announced && *announced != std::to_string(request.body.size())) return nullptr;
+  return std::make_unique<FormFields>(std::move(request.body));
 }
 
 std::vector<std::wstring> requestedPaths(const FormFields& fields) {
@@ -32,8 +32,8 @@ std::vector<std::wstring> requestedPaths(const FormFields& fields) {
 }
 
 std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
-  const std::string* number = request.queryValue("id");
-  return number == nullptr ? nullptr : jobOfNumber(jobs, *number);
+  const std::optional<std::string> number = request.queryValue("id");
+  return number ? jobOfNumber(jobs, *number) : nullptr;
 }
 
 std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request) {

@@ -13,8 +13,9 @@
 namespace vorda {
 
 // The form fields, or null if the length of the body differs from its Content-Length. A
-// truncated body could have lost the end of a path, or the field that asks for a dry run.
-std::unique_ptr<FormFields> completeForm(const HttpRequest& request);
+// truncated body could have lost the end of a path, or the field that asks for a dry run. Takes
+// the body.
+std::unique_ptr<FormFields> completeForm(HttpRequest& request);
 
 // The values of all fields "p", in order.
 std::vector<std::wstring> requestedPaths(const FormFields& fields);

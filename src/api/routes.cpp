@@ -16,51 +16,47 @@ const std::vector<Route>& routes() {
   using State = AppState;
   using Request = HttpRequest;
   static const std::vector<Route> table = {
-      {"/api/hello", "", [](State& s, const Request&) { return hello(s); }},
-      {"/api/targets", "", [](State& s, const Request&) { return listTargets(s); }},
+      {"/api/hello", "", [](State& s, Request&) { return hello(s); }},
+      {"/api/targets", "", [](State& s, Request&) { return listTargets(s); }},
       {"/api/browse", "",
-       [](State& s, const Request& r) { return browseFolders(r, *s.folders, s.targets); }},
-      {"/api/jobs", "", [](State& s, const Request&) { return listJobs(s.jobs); }},
-      {"/api/files", "", [](State& s, const Request& r) { return browseFiles(r, *s.folders); }},
-      {"/api/dirs", "", [](State& s, const Request& r) { return scannedFolder(r, s.jobs); }},
-      {"/api/scan", "POST",
-       [](State& s, const Request& r) { return startScan(r, s.jobs, s.steps); }},
-      {"/api/ext", "", [](State& s, const Request& r) { return scannedType(r, s.jobs); }},
-      {"/api/export", "", [](State& s, const Request& r) { return exportCsv(r, s.jobs); }},
-      {"/api/result", "", [](State& s, const Request& r) { return jobResult(r, s.jobs); }},
-      {"/api/cancel", "", [](State& s, const Request& r) { return cancelJob(r, s.jobs); }},
+       [](State& s, Request& r) { return browseFolders(r, *s.folders, s.targets); }},
+      {"/api/jobs", "", [](State& s, Request&) { return listJobs(s.jobs); }},
+      {"/api/files", "", [](State& s, Request& r) { return browseFiles(r, *s.folders); }},
+      {"/api/dirs", "", [](State& s, Request& r) { return scannedFolder(r, s.jobs); }},
+      {"/api/scan", "POST", [](State& s, Request& r) { return startScan(r, s.jobs, s.steps); }},
+      {"/api/ext", "", [](State& s, Request& r) { return scannedType(r, s.jobs); }},
+      {"/api/export", "", [](State& s, Request& r) { return exportCsv(r, s.jobs); }},
+      {"/api/result", "", [](State& s, Request& r) { return jobResult(r, s.jobs); }},
+      {"/api/cancel", "", [](State& s, Request& r) { return cancelJob(r, s.jobs); }},
       {"/api/forget", "",
-       [](State& s, const Request& r) {
+       [](State& s, Request& r) {
          return forgetJob(r, s.jobs, [&s](int id) {
            s.finder.forget(id);
            s.duplicates.forget(id);
          });
        }},
       {"/api/emptybin", "POST",
-       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
+       [](State& s, Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
       {"/api/dupsacross", "POST",
-       [](State& s, const Request& r) {
+       [](State& s, Request& r) {
          return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents);
        }},
-      {"/api/dupsacross", "",
-       [](State& s, const Request&) { return duplicatesStatus(s.duplicates); }},
+      {"/api/dupsacross", "", [](State& s, Request&) { return duplicatesStatus(s.duplicates); }},
       {"/api/findfiles", "POST",
-       [](State& s, const Request& r) { return startFinder(r, s.finder, s.jobs, s.steps); }},
-      {"/api/findfiles", "", [](State& s, const Request&) { return finderStatus(s.finder); }},
+       [](State& s, Request& r) { return startFinder(r, s.finder, s.jobs, s.steps); }},
+      {"/api/findfiles", "", [](State& s, Request&) { return finderStatus(s.finder); }},
       {"/api/verifydups", "POST",
-       [](State& s, const Request& r) {
-         return startVerification(r, s.verification, *s.contents);
-       }},
+       [](State& s, Request& r) { return startVerification(r, s.verification, *s.contents); }},
       {"/api/verifydups", "",
-       [](State& s, const Request&) { return verificationStatus(s.verification); }},
+       [](State& s, Request&) { return verificationStatus(s.verification); }},
       {"/api/cleanup", "POST",
-       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
+       [](State& s, Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/delete", "POST",
-       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
-      {"/api/update", "POST", [](State& s, const Request&) { return checkUpdate(s.update); }},
-      {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
-      {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},
-      {"/api/reveal", "", [](State& s, const Request& r) { return reveal(s, r); }},
+       [](State& s, Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
+      {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},
+      {"/api/quit", "", [](State& s, Request&) { return quit(s); }},
+      {"/api/reveal", "", [](State& s, Request& r) { return reveal(s, r); }},
   };
   return table;
 }

@@ -11,7 +11,7 @@ namespace vorda {
 struct Route {
   std::string_view path;
   std::string_view method; // empty: any
-  HttpResponse (*handle)(AppState& state, const HttpRequest& request);
+  HttpResponse (*handle)(AppState& state, HttpRequest& request);
 };
 
 // All routes. Where several match, the first one wins.

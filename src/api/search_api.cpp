@@ -35,9 +35,9 @@ HttpResponse status(const BackgroundRun& run, std::string (*progress)(const RunC
 
 } // namespace
 
-HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
+HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
                          const ScanSteps& steps) {
-  const FormFields fields(request.body);
+  const FormFields fields(std::move(request.body));
   if (isCancel(fields)) return cancel(finder);
   FinderRequest wanted = parseFinderRequest(fields);
   if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
@@ -49,9 +49,9 @@ HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, cons
 
 HttpResponse finderStatus(const BackgroundRun& finder) { return status(finder, finderProgress); }
 
-HttpResponse startDuplicates(const HttpRequest& request, BackgroundRun& duplicates,
-                             const JobTable& jobs, const ScanSteps& steps, FileContents& contents) {
-  const FormFields fields(request.body);
+HttpResponse startDuplicates(HttpRequest& request, BackgroundRun& duplicates, const JobTable& jobs,
+                             const ScanSteps& steps, FileContents& contents) {
+  const FormFields fields(std::move(request.body));
   if (isCancel(fields)) return cancel(duplicates);
   SearchRequest wanted = parseSearchRequest(fields, kDuplicatesDefaultMin);
   return start(duplicates, duplicateWork(std::move(wanted), jobs, steps, contents));
@@ -61,9 +61,9 @@ HttpResponse duplicatesStatus(const BackgroundRun& duplicates) {
   return status(duplicates, readingProgress);
 }
 
-HttpResponse startVerification(const HttpRequest& request, BackgroundRun& verification,
+HttpResponse startVerification(HttpRequest& request, BackgroundRun& verification,
                                FileContents& contents) {
-  const FormFields fields(request.body);
+  const FormFields fields(std::move(request.body));
   if (isCancel(fields)) return cancel(verification);
   const std::vector<std::wstring> paths = requestedPaths(fields);
   if (paths.empty()) return errorAnswer(400, words::kNothingGiven);

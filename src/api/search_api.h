@@ -13,17 +13,17 @@
 namespace vorda {
 
 // Answers 400 kNeedFilter unless given an extension, a name or a minimum of 1 MiB.
-HttpResponse startFinder(const HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
+HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
                          const ScanSteps& steps);
 HttpResponse finderStatus(const BackgroundRun& finder);
 
 // Compares files of at least "min" bytes, 1 MiB by default.
-HttpResponse startDuplicates(const HttpRequest& request, BackgroundRun& duplicates,
-                             const JobTable& jobs, const ScanSteps& steps, FileContents& contents);
+HttpResponse startDuplicates(HttpRequest& request, BackgroundRun& duplicates, const JobTable& jobs,
+                             const ScanSteps& steps, FileContents& contents);
 HttpResponse duplicatesStatus(const BackgroundRun& duplicates);
 
 // Reads the files named by the fields "p" again; 400 kNothingGiven without one.
-HttpResponse startVerification(const HttpRequest& request, BackgroundRun& verification,
+HttpResponse startVerification(HttpRequest& request, BackgroundRun& verification,
                                FileContents& contents);
 HttpResponse verificationStatus(const BackgroundRun& verification);
 

@@ -14,7 +14,7 @@ HttpResponse servePage(const AppState& state) {
 HttpResponse hello(const AppState& state) {
   JsonWriter json;
   json.open('{');
-  json.boolean("auth", state.remote);
+  json.boolean("auth", state.keyRequired);
   json.boolean("server", state.serverMode);
   json.boolean("canQuit", !state.remote);
   json.close('}');
@@ -34,13 +34,15 @@ HttpResponse quit(const AppState& state) {
 }
 
 HttpResponse elevate(const AppState& state) {
+  // What a network agent serves over the network must not be replaced by a program on loopback.
+  if (state.remote) return errorAnswer(400, words::kElevateRefused);
   if (state.session.elevated()) return answer(200, "{\"ok\":true,\"already\":true}");
   state.session.elevateSoon();
   return okAnswer();
 }
 
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {
-  if (const std::string* path = request.queryValue("p")) {
+  if (const auto path = request.queryValue("p")) {
     const std::wstring place = toUtf16(*path);
     if (!isSshPath(place)) state.session.reveal(place);
   }

@@ -43,8 +43,8 @@ std::vector<FolderOfType> foldersOf(const std::vector<const FileEntry*>& files) 
 HttpResponse describe(const HttpRequest& request, const JobTable& jobs, const char* parameter,
                       int statusWithoutJob,
                       std::string (*describePart)(const ScanResult&, std::wstring_view)) {
-  const std::string* part = request.queryValue(parameter);
-  if (part == nullptr || request.queryValue("id") == nullptr) {
+  const std::optional<std::string> part = request.queryValue(parameter);
+  if (!part || !request.queryValue("id")) {
     return errorAnswer(400, words::kNoPath);
   }
   const std::shared_ptr<Job> job = finishedJob(jobs, request);

@@ -13,6 +13,8 @@ inline constexpr std::string_view kForeignOrigin = "foreignOrigin";
 inline constexpr std::string_view kWrongKey = "onjuiste of ontbrekende sleutel";
 inline constexpr std::string_view kUnknownEndpoint = "onbekend eindpunt";
 inline constexpr std::string_view kInternalError = "internalError";
+inline constexpr std::string_view kTooManyKeys = "tooManyKeys";
+inline constexpr std::string_view kTooManyFields = "tooManyFields";
 
 // Missing or unusable parameters
 inline constexpr std::string_view kNoPath = "nopath";
@@ -33,5 +35,6 @@ inline constexpr std::string_view kNotScanned = "notScanned";
 // Actions
 inline constexpr std::string_view kEmptyFailed = "emptyFailed";
 inline constexpr std::string_view kQuitRefused = "quitRefused";
+inline constexpr std::string_view kElevateRefused = "elevateRefused";
 
 } // namespace vorda::words

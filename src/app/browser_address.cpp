@@ -9,6 +9,8 @@ namespace {
 // The page looks for exactly these strings, so both begin with "?".
 constexpr std::wstring_view kTokenParameter = L"?token=";
 constexpr std::wstring_view kScanParameter = L"?scan=";
+// A fragment is never sent to a server, and the page removes it from its address.
+constexpr std::wstring_view kSessionKeyFragment = L"#key=";
 
 constexpr bool isUnreserved(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
@@ -31,10 +33,15 @@ std::wstring percentEncoded(std::wstring_view text) {
 
 } // namespace
 
-std::wstring browserAddress(std::uint32_t port, std::wstring_view key, std::wstring_view scanPath) {
+std::wstring browserAddress(std::uint32_t port, const BrowserAddress& parts) {
   std::wstring address = L"http://127.0.0.1:" + std::to_wstring(port) + L"/";
-  if (!key.empty()) address.append(kTokenParameter).append(key);
-  if (!scanPath.empty()) address.append(kScanParameter).append(percentEncoded(scanPath));
+  if (!parts.key.empty()) address.append(kTokenParameter).append(parts.key);
+  if (!parts.scanPath.empty()) {
+    address.append(kScanParameter).append(percentEncoded(parts.scanPath));
+  }
+  if (!parts.sessionKey.empty()) {
+    address.append(kSessionKeyFragment).append(percentEncoded(parts.sessionKey));
+  }
   return address;
 }
 

@@ -7,8 +7,13 @@
 
 namespace vorda {
 
-// key: what the page must send, or empty; not encoded. scanPath: what the page scans at once, or
-// empty; percent-encoded.
-std::wstring browserAddress(std::uint32_t port, std::wstring_view key, std::wstring_view scanPath);
+// Each may be empty.
+struct BrowserAddress {
+  std::wstring_view key{};        // what the page must send; not encoded
+  std::wstring_view scanPath{};   // what the page scans at once; percent-encoded
+  std::wstring_view sessionKey{}; // the key of a locked session; percent-encoded, as the fragment
+};
+
+std::wstring browserAddress(std::uint32_t port, const BrowserAddress& parts);
 
 } // namespace vorda

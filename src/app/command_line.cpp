@@ -19,11 +19,12 @@ template <typename Value> struct Option {
   Value Options::*field;
 };
 
-constexpr std::array<Option<bool>, 7> kFlags = {{
+constexpr std::array<Option<bool>, 8> kFlags = {{
     {kAgentOption, &Options::agent},
     {kServiceOption, &Options::service},
     {kServerOption, &Options::server},
     {kNoOpenOption, &Options::noOpen},
+    {kLockOption, &Options::lock},
     {L"--show-key", &Options::showKey},
     {L"--stop", &Options::stop},
     {L"--check-update", &Options::checkUpdate},
@@ -35,7 +36,7 @@ constexpr std::array<Option<std::wstring>, 6> kValued = {{
     {kCloseForUpdateOption, &Options::closeFolder},
     {kCloseForRemovalOption, &Options::closeFolder},
     {L"--restart-after-update", &Options::restartFolder},
-    {L"--token", &Options::token},
+    {kTokenOption, &Options::token},
     {L"--scan", &Options::scanPath},
 }};
 

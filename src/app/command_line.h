@@ -14,6 +14,7 @@ struct CommandLineOptions {
   bool service = false;
   bool server = false;
   bool noOpen = false;
+  bool lock = false;
   bool showKey = false;
   bool stop = false;
   bool checkUpdate = false;

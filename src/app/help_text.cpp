@@ -35,6 +35,9 @@ Find files - the same filter the page uses, on the file list
 Options
   --port <n>                           listen on this port (default 7666)
   --no-open                            start without opening the browser
+  --lock                               let only the page that is opened in;
+                                       done by itself where several users
+                                       are signed in
   --server                             serve the page to the whole network
   --agent                              run as an agent for remote scans
   --service                            run as a Windows service

@@ -44,8 +44,8 @@ AppState& makeState() {
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
   state.update = updateSource();
-  state.session = makeSessionActions(state.server);
-  state.server.handler = makeGate(state);
+  state.session = makeSessionActions(state);
+  state.server.gate = makeGate(state);
   return state;
 }
 
@@ -55,6 +55,9 @@ AppState& makeState() {
 }
 
 int run() {
+  // Before anything is loaded: libraries come from the system's folder only, not from where the
+  // program was downloaded to.
+  SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   const std::vector<std::wstring> arguments = splitCommandLine(GetCommandLineW());
   // First of all: what ssh passes is a prompt, not a command line of this program.
   if (startedAsAskpass()) return askpassMain(arguments.empty() ? L"" : arguments.front());

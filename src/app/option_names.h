@@ -2,7 +2,7 @@
 // interface.
 #pragma once
 
-#include "update/agent_record.h" // --agent, --server and --service
+#include "update/agent_record.h" // --agent, --server, --service and --token
 
 namespace vorda {
 
@@ -10,6 +10,7 @@ inline constexpr std::wstring_view kHelpOption = L"--help";
 inline constexpr std::wstring_view kShortHelpOption = L"-h";
 inline constexpr std::wstring_view kPortOption = L"--port";
 inline constexpr std::wstring_view kNoOpenOption = L"--no-open";
+inline constexpr std::wstring_view kLockOption = L"--lock";
 inline constexpr std::wstring_view kCloseForUpdateOption = L"--close-for-update";
 inline constexpr std::wstring_view kCloseForRemovalOption = L"--close-for-removal";
 

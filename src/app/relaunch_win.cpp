@@ -2,6 +2,7 @@
 
 #include "app/exit_code.h"
 #include "app/option_names.h"
+#include "base/text.h"
 #include "win/com_apartment.h"
 #include "win/program_path.h"
 
@@ -32,13 +33,17 @@ bool startElevated(const std::wstring& parameters, HWND owner) {
 
 } // namespace
 
-void relaunchElevated(ServerState& server, HWND owner) {
+void relaunchElevated(ServerState& server, const std::string& sessionKey, HWND owner) {
   const std::uint32_t port = server.actualPort;
   Sleep(kAnswerSentMs);
   stopServer(server);
   Sleep(kPortReleasedMs);
   std::wstring parameters(kPortOption);
   parameters.append(L" ").append(std::to_wstring(port)).append(L" ").append(kNoOpenOption);
+  if (!sessionKey.empty()) {
+    parameters.append(L" ").append(kLockOption).append(L" ").append(kTokenOption);
+    parameters.append(L" \"").append(toUtf16(sessionKey)).append(L"\"");
+  }
   if (startElevated(parameters, owner)) ExitProcess(kExitDone);
   std::wstring reason; // nobody is left to read it
   startServer(server, static_cast<std::uint16_t>(port), false, reason);

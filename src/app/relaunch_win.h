@@ -5,11 +5,14 @@
 
 #include <windows.h>
 
+#include <string>
+
 namespace vorda {
 
 // Releases the port, starts an elevated copy on it and exits. owner: the window that the
 // elevation prompt appears in front of. Returns only if no copy was started, for example because
 // the user declined; the server then listens on the loopback address of the same port again.
-void relaunchElevated(ServerState& server, HWND owner);
+// A locked session keeps its key, which the page already has; else the key is empty.
+void relaunchElevated(ServerState& server, const std::string& sessionKey, HWND owner);
 
 } // namespace vorda

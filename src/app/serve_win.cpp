@@ -6,9 +6,11 @@
 #include "app/service_win.h"
 #include "app/settings_win.h"
 #include "app/std_output_win.h"
+#include "base/detached_thread.h"
 #include "base/text.h"
 #include "update/hand_over_store_win.h"
 #include "win/shell_open.h"
+#include "win/signed_in_users.h"
 
 #include <windows.h>
 
@@ -16,21 +18,43 @@ namespace vorda {
 
 namespace {
 
+struct Key {
+  std::wstring text;
+  bool temporary = false; // nobody can look it up
+};
+
 // Without the right to store a key, an agent still runs with a temporary one. A service does
 // not, because nobody could ever see its key.
-std::wstring resolveKey(const CommandLineOptions& options) {
-  if (!options.token.empty()) return options.token;
+Key resolveKey(const CommandLineOptions& options) {
+  if (!options.token.empty()) return {options.token};
   std::wstring key = getOrCreateKey();
-  if (key.empty() && !options.service) key = generateAgentKey();
-  return key;
+  if (!key.empty() || options.service) return {std::move(key)};
+  return {generateAgentKey(), true};
 }
 
 void openBrowser(const AppState& state, const CommandLineOptions& options) {
-  const std::wstring key = options.server ? toUtf16(state.key) : std::wstring();
-  shellOpen(browserAddress(state.server.actualPort, key, options.scanPath));
+  const std::wstring key = toUtf16(state.key);
+  BrowserAddress address;
+  address.scanPath = options.scanPath;
+  if (options.server) {
+    address.key = key;
+  } else {
+    address.sessionKey = key;
+  }
+  shellOpen(browserAddress(state.server.actualPort, address));
 }
 
-int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
+// Without a console this is a box, which must not keep the agent from serving.
+void tellTemporaryKey(std::uint32_t port, const std::wstring& key) {
+  const std::wstring text =
+      L"This agent's key could not be stored. Until it ends, the key on port " +
+      std::to_wstring(port) + L" is\n\n        " + key +
+      L"\n\nStart it once as administrator to keep a key.";
+  if (!writeStdLine(text, StdStream::error)) startDetached([text] { showInfo(text); });
+}
+
+int serveUntilClosed(AppState& state, const CommandLineOptions& options,
+                     bool temporaryKey = false) {
   const bool network = options.agent || options.server;
   const PortRequest request = {
       options.port, readPortSetting(network ? kAgentPortSetting : kPortSetting), network};
@@ -41,7 +65,9 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
   std::wstring reason;
   const auto start = [&] {
     if (!startOnSomePort(request, trial, reason)) return false;
-    if (!options.agent && !options.noOpen) openBrowser(state, options);
+    const bool opened = !options.agent && !options.noOpen;
+    if (opened) openBrowser(state, options);
+    if (temporaryKey && !opened) tellTemporaryKey(state.server.actualPort, toUtf16(state.key));
     return true;
   };
   const auto beforeClosing = [network] {
@@ -56,18 +82,19 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options) {
 
 int serve(AppState& state, const CommandLineOptions& options) {
   state.startPath.set(options.scanPath);
-  if (!options.agent && !options.server && !options.service) {
-    return serveUntilClosed(state, options);
-  }
-  const std::wstring key = resolveKey(options);
-  if (key.empty()) {
+  state.remote = options.agent || options.server || options.service;
+  // Where others are signed in, each of them could delete through a program that asks for no key.
+  state.keyRequired = state.remote || options.lock || signedInUsers().size() > 1;
+  if (!state.keyRequired) return serveUntilClosed(state, options);
+  const Key key =
+      state.remote || !options.token.empty() ? resolveKey(options) : Key{generateAgentKey()};
+  if (key.text.empty()) {
     if (!options.service) showErrorBox(L"This mode needs a key, and one could not be created.");
     return kExitFailed;
   }
-  state.remote = true;
   state.serverMode = options.server;
-  state.key = toUtf8(key);
-  if (!options.service) return serveUntilClosed(state, options);
+  state.key = toUtf8(key.text);
+  if (!options.service) return serveUntilClosed(state, options, key.temporary);
   const std::int32_t port = options.port != 0 ? options.port : kDefaultAgentPort;
   return runService(state.server, port) ? kExitDone : kExitFailed;
 }

@@ -62,17 +62,17 @@ void reveal(const std::wstring& path) {
 
 } // namespace
 
-SessionActions makeSessionActions(ServerState& server) {
+SessionActions makeSessionActions(AppState& state) {
   SessionActions actions;
   actions.page = page;
   actions.quitSoon = quitSoon;
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.
   const auto prompting = std::make_shared<std::atomic<bool>>(false);
-  actions.elevateSoon = [&server, prompting] {
-    startDetached([&server, prompting, owner = GetForegroundWindow()] {
+  actions.elevateSoon = [&state, prompting] {
+    startDetached([&state, prompting, owner = GetForegroundWindow()] {
       if (prompting->exchange(true)) return;
-      relaunchElevated(server, owner);
+      relaunchElevated(state.server, state.key, owner);
       *prompting = false;
     });
   };

@@ -5,7 +5,7 @@
 
 namespace vorda {
 
-// server must live until the process exits.
-SessionActions makeSessionActions(ServerState& server);
+// state must live until the process exits.
+SessionActions makeSessionActions(AppState& state);
 
 } // namespace vorda

@@ -23,8 +23,11 @@ RegistryKey openSettings() {
 }
 
 bool storeSetting(const wchar_t* name, const std::wstring& text) {
-  const RegistryKey settings =
-      RegistryKey::create(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_SET_VALUE | KEY_WOW64_64KEY);
+  const RegistryKey settings = RegistryKey::create(HKEY_LOCAL_MACHINE, kSettingsPath,
+                                                   KEY_SET_VALUE | WRITE_DAC | KEY_WOW64_64KEY);
+  // First, so that nobody can read the key in between. Where the rights cannot be set, as on an old
+  // key of another owner, storing is still better than an agent whose key nobody knows.
+  settings.restrictToAdministrators();
   return settings.setText(name, text);
 }
 
@@ -37,6 +40,14 @@ std::uint32_t readPortSetting(const wchar_t* name) {
 
 std::wstring readStoredKey() {
   return openSettings().text(kTokenSetting).value_or(L"").substr(0, kLongestStoredKey);
+}
+
+bool mayReadStoredKey() {
+  HKEY key = nullptr;
+  const LSTATUS status =
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSettingsPath, 0, KEY_READ | KEY_WOW64_64KEY, &key);
+  const Owned<HKEY, RegCloseKey> owned(key);
+  return status != ERROR_ACCESS_DENIED;
 }
 
 std::wstring generateAgentKey() {

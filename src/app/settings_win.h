@@ -18,6 +18,9 @@ std::uint32_t readPortSetting(const wchar_t* name);
 // Empty if there is none.
 std::wstring readStoredKey();
 
+// False where the settings exist and this account may not read them.
+bool mayReadStoredKey();
+
 // A new key, which is not stored. Empty if there are no random bytes.
 std::wstring generateAgentKey();
 

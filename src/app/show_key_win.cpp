@@ -21,6 +21,10 @@ int showAgentKey() {
     Sleep(kKeyPauseMs);
     key = readStoredKey();
   }
+  if (key.empty() && !mayReadStoredKey()) {
+    showError(L"Reading this machine's agent key takes an administrator.");
+    return kExitFailed;
+  }
   if (key.empty()) {
     showError(L"There is no agent key on this machine yet.\n"
               L"The agent creates one the first time it starts.");

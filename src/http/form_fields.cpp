@@ -3,7 +3,6 @@
 #include "base/secret.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace vorda {
 
@@ -16,56 +15,90 @@ std::optional<unsigned> hexDigit(char c) {
   return std::nullopt;
 }
 
-// Decodes with a single allocation, so that no copy of a password is left behind.
-void decodeInto(std::string& out, std::string_view text) {
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '+') {
-      out.push_back(' ');
-      continue;
+// Takes the first encoded byte from the text and returns it decoded.
+char takeByte(std::string_view& text) {
+  const char first = text.front();
+  if (first == '%' && text.size() > 2) {
+    const auto high = hexDigit(text[1]);
+    const auto low = hexDigit(text[2]);
+    if (high && low) {
+      text.remove_prefix(3);
+      return static_cast<char>(*high * 16 + *low);
     }
-    if (text[i] == '%' && text.size() - i > 2) {
-      const auto high = hexDigit(text[i + 1]);
-      const auto low = hexDigit(text[i + 2]);
-      if (high && low) {
-        out.push_back(static_cast<char>(*high * 16 + *low));
-        i += 2;
-        continue;
-      }
-    }
-    out.push_back(text[i]);
+  }
+  text.remove_prefix(1);
+  return first == '+' ? ' ' : first;
+}
+
+// Writes the decoded text to `out`, which may be where the text begins, and returns it.
+std::string_view decodeTo(char* out, std::string_view text) {
+  char* end = out;
+  while (!text.empty()) *end++ = takeByte(text);
+  return {out, static_cast<std::size_t>(end - out)};
+}
+
+bool decodesTo(std::string_view text, std::string_view wanted) {
+  for (const char c : wanted) {
+    if (text.empty() || takeByte(text) != c) return false;
+  }
+  return text.empty();
+}
+
+struct EncodedPair {
+  std::string_view key;
+  std::string_view value;
+};
+
+EncodedPair splitPair(std::string_view piece) {
+  const std::size_t equals = piece.find('=');
+  if (equals == std::string_view::npos) return {piece, piece.substr(piece.size())};
+  return {piece.substr(0, equals), piece.substr(equals + 1)};
+}
+
+// Calls take(pair) for each pair, in order.
+template <typename Take> void eachPair(std::string_view text, Take take) {
+  while (true) {
+    const std::size_t end = text.find('&');
+    take(splitPair(text.substr(0, end)));
+    if (end == std::string_view::npos) return;
+    text.remove_prefix(end + 1);
   }
 }
 
 } // namespace
 
 std::string decodeFormText(std::string_view text) {
-  std::string out;
-  decodeInto(out, text);
+  std::string out(text);
+  out.resize(decodeTo(out.data(), out).size());
   return out;
 }
 
-FormFields::FormFields(std::string_view body) {
-  pairs_.reserve(1 + static_cast<std::size_t>(std::count(body.begin(), body.end(), '&')));
-  while (true) {
-    const std::size_t end = body.find('&');
-    const std::string_view piece = body.substr(0, end);
-    const std::size_t equals = piece.find('=');
-    const std::string_view value =
-        equals == std::string_view::npos ? std::string_view() : piece.substr(equals + 1);
-    auto& pair = pairs_.emplace_back();
-    decodeInto(pair.first, piece.substr(0, equals));
-    decodeInto(pair.second, value);
-    if (end == std::string_view::npos) break;
-    body.remove_prefix(end + 1);
-  }
+std::size_t countFields(std::string_view text) {
+  return 1 + static_cast<std::size_t>(std::count(text.begin(), text.end(), '&'));
 }
 
-FormFields::~FormFields() {
-  for (auto& pair : pairs_) wipeText(pair.second);
+std::optional<std::string> lastFieldValue(std::string_view text, std::string_view key) {
+  std::optional<std::string_view> found;
+  eachPair(text, [&](const EncodedPair& pair) {
+    if (decodesTo(pair.key, key)) found = pair.value;
+  });
+  if (!found) return std::nullopt;
+  return decodeFormText(*found);
 }
 
-const std::string* FormFields::find(std::string_view key) const {
+FormFields::FormFields(std::string text) : text_(std::move(text)) {
+  pairs_.reserve(countFields(text_));
+  // A decoded text is never longer, so it does not reach what is still to be split.
+  eachPair(text_, [this](const EncodedPair& pair) {
+    char* const key = text_.data() + (pair.key.data() - text_.data());
+    char* const value = text_.data() + (pair.value.data() - text_.data());
+    pairs_.emplace_back(decodeTo(key, pair.key), decodeTo(value, pair.value));
+  });
+}
+
+FormFields::~FormFields() { wipeText(text_); }
+
+const std::string_view* FormFields::find(std::string_view key) const {
   for (const auto& [name, value] : pairs_) {
     if (name == key) return &value;
   }
@@ -73,8 +106,8 @@ const std::string* FormFields::find(std::string_view key) const {
 }
 
 std::string_view FormFields::get(std::string_view key) const {
-  const std::string* value = find(key);
-  return value == nullptr ? std::string_view() : std::string_view(*value);
+  const std::string_view* value = find(key);
+  return value == nullptr ? std::string_view() : *value;
 }
 
 bool FormFields::has(std::string_view key) const { return find(key) != nullptr; }

@@ -1,7 +1,8 @@
-// The form-encoded body of a POST: an ordered list of decoded (key, value) pairs. A value may
-// be a password, so values are never reallocated while decoding and are wiped on destruction.
+// Form-encoded text: the body of a POST or the query of a target.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,12 +14,20 @@ namespace vorda {
 // kept. The result is not necessarily valid UTF-8.
 std::string decodeFormText(std::string_view text);
 
+// How many pairs a text has: one more than it has "&".
+std::size_t countFields(std::string_view text);
+
+// The decoded value of the last pair with this key, found without decoding the others.
+std::optional<std::string> lastFieldValue(std::string_view text, std::string_view key);
+
+// An ordered list of decoded (key, value) pairs. They are decoded in place, so that a large body
+// is held once; and since a value may be a password, the text is wiped on destruction.
 class FormFields {
 public:
   FormFields() = default;
   // Splits at every "&", then at the first "="; without "=" the piece is a key with an
   // empty value.
-  explicit FormFields(std::string_view body);
+  explicit FormFields(std::string text);
   FormFields(const FormFields&) = delete;
   FormFields& operator=(const FormFields&) = delete;
   ~FormFields();
@@ -28,12 +37,13 @@ public:
 
   bool has(std::string_view key) const;
 
-  const std::vector<std::pair<std::string, std::string>>& pairs() const { return pairs_; }
+  const std::vector<std::pair<std::string_view, std::string_view>>& pairs() const { return pairs_; }
 
 private:
-  const std::string* find(std::string_view key) const;
+  const std::string_view* find(std::string_view key) const;
 
-  std::vector<std::pair<std::string, std::string>> pairs_;
+  std::string text_;
+  std::vector<std::pair<std::string_view, std::string_view>> pairs_; // into text_
 };
 
 } // namespace vorda

@@ -1,32 +1,37 @@
 // HTTP requests and responses as values.
 #pragma once
 
+#include "http/form_fields.h"
+#include "http/header_fields.h"
+
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 namespace vorda {
 
-using TextMap = std::unordered_map<std::string, std::string>;
+inline constexpr std::uint32_t kLoopbackAddress = 0x7F000001; // 127.0.0.1
+
+// Whether an IPv4 address, its first byte in the highest bits, is one of 127.0.0.0/8.
+constexpr bool isLoopbackAddress(std::uint32_t address) { return address >> 24U == 0x7F; }
 
 struct HttpRequest {
   std::string method; // as sent
   std::string path;   // the target up to the first "?", not percent-decoded
+  std::string query;  // what follows it, not decoded either
   std::string body;
-  TextMap query;   // decoded; the last of equal keys wins
-  TextMap headers; // names in lower case; the last of equal names wins
+  HeaderFields headers;
+  std::uint32_t address = kLoopbackAddress; // of the client
 
-  // The value of a query parameter or header, or null when absent.
-  const std::string* queryValue(const std::string& key) const { return find(query, key); }
-  const std::string* header(const std::string& name) const { return find(headers, name); }
-
-private:
-  static const std::string* find(const TextMap& map, const std::string& key) {
-    const auto at = map.find(key);
-    return at == map.end() ? nullptr : &at->second;
+  // The decoded value of a query parameter; the last of equal keys wins.
+  std::optional<std::string> queryValue(std::string_view key) const {
+    return lastFieldValue(query, key);
   }
+  // The value of a header; its name is in lower case, and the last of equal names wins.
+  std::optional<std::string_view> header(std::string_view name) const { return headers.find(name); }
 };
 
 inline constexpr const char* kJsonType = "application/json; charset=utf-8";

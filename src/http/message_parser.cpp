@@ -1,8 +1,5 @@
 #include "http/message_parser.h"
 
-#include "base/text.h"
-#include "http/form_fields.h"
-
 #include <algorithm>
 #include <limits>
 
@@ -11,15 +8,6 @@ namespace vorda {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kSpaces = " \t";
-
-// Removes the first line from the text and returns it without its line end.
-std::string_view takeLine(std::string_view& text) {
-  const std::size_t end = text.find(kLineEnd);
-  const std::string_view line = text.substr(0, end);
-  text.remove_prefix(end == std::string_view::npos ? text.size() : end + kLineEnd.size());
-  return line;
-}
 
 // Parses like strtoull: skips leading white space, accepts a sign, stops at the first
 // non-digit, and saturates on overflow.
@@ -49,12 +37,17 @@ const char* reasonOf(int status) {
 
 } // namespace
 
+std::string_view takeLine(std::string_view& text) {
+  const std::size_t end = text.find(kLineEnd);
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + kLineEnd.size());
+  return line;
+}
+
 void parseTarget(std::string_view target, HttpRequest& request) {
   const std::size_t mark = target.find('?');
   request.path = target.substr(0, mark);
-  if (mark == std::string_view::npos) return;
-  const FormFields fields(target.substr(mark + 1));
-  for (const auto& [key, value] : fields.pairs()) request.query[key] = value;
+  if (mark != std::string_view::npos) request.query = target.substr(mark + 1);
 }
 
 std::optional<ParsedHead> parseHead(std::string_view head) {
@@ -65,16 +58,8 @@ std::optional<ParsedHead> parseHead(std::string_view head) {
   parsed.request.method = requestLine.substr(0, space);
   const std::string_view rest = requestLine.substr(space + 1);
   parseTarget(rest.substr(0, rest.find(' ')), parsed.request);
-  while (!head.empty()) {
-    const std::string_view line = takeLine(head);
-    const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos) continue;
-    std::string_view value = line.substr(colon + 1);
-    value.remove_prefix(std::min(value.find_first_not_of(kSpaces), value.size()));
-    std::string name = lowerAscii(line.substr(0, colon));
-    if (name == "content-length") parsed.contentLength = readLength(value);
-    parsed.request.headers.insert_or_assign(std::move(name), std::string(value));
-  }
+  parsed.request.headers = HeaderFields(std::string(head));
+  parsed.contentLength = readLength(parsed.request.header("content-length").value_or(""));
   return parsed;
 }
 

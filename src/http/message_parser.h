@@ -13,8 +13,6 @@ namespace vorda {
 // Limits on reading from a connection, in bytes.
 inline constexpr std::size_t kReceivePiece = 16'384;     // per receive call
 inline constexpr std::size_t kMaxHeadBuffer = 8'388'608; // received before the head is complete
-inline constexpr std::size_t kMaxHeldBytes =
-    268'435'456; // of incomplete requests in the whole process
 
 struct ParsedHead {
   HttpRequest request; // without the body
@@ -25,8 +23,11 @@ struct ParsedHead {
 // no space. Lines without ":" are skipped and the protocol version is ignored.
 std::optional<ParsedHead> parseHead(std::string_view head);
 
-// Splits a target at its first "?" into path and decoded query.
+// Splits a target at its first "?" into path and query.
 void parseTarget(std::string_view target, HttpRequest& request);
+
+// Removes the first line from the text and returns it without its line end, CR LF.
+std::string_view takeLine(std::string_view& text);
 
 // The status line and headers, including the empty line that ends them.
 std::string responseHead(const HttpResponse& response);

@@ -5,16 +5,13 @@
 // hand-over between threads, and an idle connection blocks only its own thread.
 #pragma once
 
-#include "http/message.h"
+#include "http/connection.h"
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <string>
 
 namespace vorda {
-
-using RequestHandler = std::function<HttpResponse(const HttpRequest&)>;
 
 // A socket handle; kNoSocket is the invalid one.
 using SocketNumber = std::uintptr_t;
@@ -25,11 +22,11 @@ struct ServerState {
   std::atomic<bool> running{false};
   std::atomic<SocketNumber> listenSocket{kNoSocket};
   std::atomic<std::uint32_t> actualPort{0};
-  std::atomic<unsigned> threads{0};        // in the pool
-  std::atomic<unsigned> idle{0};           // of these, waiting for a connection
-  std::atomic<bool> starting{false};       // a thread is starting others
-  std::atomic<std::uint64_t> heldBytes{0}; // buffered for incomplete requests
-  RequestHandler handler;                  // set before the server starts
+  std::atomic<unsigned> threads{0};  // in the pool
+  std::atomic<unsigned> idle{0};     // of these, waiting for a connection
+  std::atomic<bool> starting{false}; // a thread is starting others
+  ConnectionTable connections;
+  RequestGate gate; // set before the server starts
 };
 
 // Starts accepting connections on a port (0: the system chooses) of the loopback address, or

@@ -16,10 +16,10 @@ namespace vorda {
 
 namespace {
 
-constexpr int kBacklog = 32;
-constexpr DWORD kSendTimeoutMs = 120'000;
+constexpr int kBacklog = SOMAXCONN; // so that a burst of connections is not told to try again
 constexpr std::size_t kSendPiece = 1'048'576;
-constexpr std::size_t kBufferedSend = 8'192;
+// How soon a connection that has to give up its place does so.
+constexpr std::chrono::milliseconds kWaitStep{250};
 // Further connections wait in the listen queue; many more threads could exhaust the process.
 constexpr unsigned kMaxThreads = 2'048;
 // How many threads wait for connections: enough to absorb a burst.
@@ -32,42 +32,73 @@ constexpr DWORD kStopWaitMs = 1'000;
 
 static_assert(kNoSocket == static_cast<SocketNumber>(INVALID_SOCKET));
 
+// A non-blocking socket. Waiting is done in short steps, because the connection may have to give up
+// its place meanwhile, and no other thread may touch its socket.
 class SocketStream final : public ByteStream {
 public:
-  explicit SocketStream(SOCKET socket) : socket_(socket) {}
+  explicit SocketStream(SOCKET socket) : socket_(socket) {
+    u_long nonBlocking = 1;
+    ioctlsocket(socket_, static_cast<long>(FIONBIO), &nonBlocking);
+  }
   SocketStream(const SocketStream&) = delete;
   SocketStream& operator=(const SocketStream&) = delete;
   ~SocketStream() override {
-    shutdown(socket_, SD_SEND);
+    endSending();
     discardUnread();
     closesocket(socket_);
   }
 
+  // Whoever sits here; before any other use.
+  void seat(const ConnectionSeat& seat) { seat_ = &seat; }
+
   std::size_t receive(char* buffer, std::size_t size, std::chrono::milliseconds wait) override {
-    const auto timeout = static_cast<DWORD>(wait.count());
-    if (timeout != timeout_) setTimeout(SO_RCVTIMEO, timeout);
-    timeout_ = timeout;
-    const int count = recv(socket_, buffer, static_cast<int>(size), 0);
+    const auto deadline = now() + wait;
+    int count = 0;
+    do {
+      count = recv(socket_, buffer, static_cast<int>(size), 0);
+    } while (count == SOCKET_ERROR && WSAGetLastError() == WSAEWOULDBLOCK &&
+             becomesReady(Direction::receiving, deadline));
     moreMayWait_ = count == static_cast<int>(size);
     return count > 0 ? static_cast<std::size_t>(count) : 0;
   }
 
-  bool send(std::string_view bytes) override {
-    // A small response fits into the socket's send buffer and cannot block.
-    if (bytes.size() > kBufferedSend) setTimeout(SO_SNDTIMEO, kSendTimeoutMs);
+  bool send(std::string_view bytes, std::chrono::milliseconds wait) override {
     while (!bytes.empty()) {
-      const auto piece = static_cast<int>(std::min(bytes.size(), kSendPiece));
-      const int sent = ::send(socket_, bytes.data(), piece, 0);
-      if (sent < 1) return false;
-      bytes.remove_prefix(static_cast<std::size_t>(sent));
+      std::string_view piece = bytes.substr(0, kSendPiece);
+      bytes.remove_prefix(piece.size());
+      for (const auto deadline = now() + wait; !piece.empty();) {
+        const int sent = ::send(socket_, piece.data(), static_cast<int>(piece.size()), 0);
+        if (sent > 0) {
+          piece.remove_prefix(static_cast<std::size_t>(sent));
+        } else if (sent == 0 || WSAGetLastError() != WSAEWOULDBLOCK ||
+                   !becomesReady(Direction::sending, deadline)) {
+          return false;
+        }
+      }
     }
     return true;
   }
 
+  void endSending() override { shutdown(socket_, SD_SEND); }
+
 private:
-  void setTimeout(int option, DWORD timeoutMs) {
-    setsockopt(socket_, SOL_SOCKET, option, reinterpret_cast<const char*>(&timeoutMs),
-               sizeof timeoutMs);
+  enum class Direction { receiving, sending };
+
+  // False when the time is over, or when the connection has to be closed.
+  bool becomesReady(Direction direction, std::chrono::steady_clock::time_point deadline) const {
+    while (!seat_->mustClose()) {
+      const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - now());
+      if (left.count() <= 0) return false;
+      const auto step = std::min<std::chrono::microseconds>(left, kWaitStep);
+      timeval timeout = {0, static_cast<long>(step.count())};
+      fd_set sockets{};
+      FD_SET(socket_, &sockets);
+      const bool receiving = direction == Direction::receiving;
+      const int ready = select(0, receiving ? &sockets : nullptr, receiving ? nullptr : &sockets,
+                               nullptr, &timeout);
+      if (ready != 0) return ready > 0;
+    }
+    return false;
   }
 
   // Closing a socket with unread bytes resets the connection, and the client might lose the
@@ -81,8 +112,8 @@ private:
     }
   }
 
-  SOCKET socket_;
-  DWORD timeout_ = 0;
+  const SOCKET socket_;
+  const ConnectionSeat* seat_ = nullptr;
   bool moreMayWait_ = false; // the last receive filled its buffer
 };
 
@@ -102,9 +133,16 @@ void keepThreadsWaiting(ServerState& server, SOCKET listener) {
   server.starting = false;
 }
 
-void serve(ServerState& server, SOCKET socket) {
+// The last catch: whatever a connection runs into, memory above all, only ends that connection.
+void serve(ServerState& server, SOCKET socket, const sockaddr_in& peer) {
   SocketStream stream(socket);
-  serveConnection(stream, server.handler, server.heldBytes);
+  try {
+    const auto seat = server.connections.enter(ntohl(peer.sin_addr.s_addr));
+    stream.seat(*seat);
+    if (!seat->mustClose()) serveConnection(stream, server.gate, *seat);
+  } catch (...) {
+    return;
+  }
 }
 
 // Runs until the server stops listening on this socket; it may have been restarted on another.
@@ -113,14 +151,16 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
     return server.running.load() && server.listenSocket.load() == listener;
   };
   while (current()) {
-    const SOCKET socket = accept(listener, nullptr, nullptr);
+    sockaddr_in peer{};
+    int length = sizeof peer;
+    const SOCKET socket = accept(listener, reinterpret_cast<sockaddr*>(&peer), &length);
     if (socket == INVALID_SOCKET) {
       if (current()) Sleep(kPauseMs); // out of resources; try again later
       continue;
     }
     --server.idle;
     keepThreadsWaiting(server, listener);
-    serve(server, socket);
+    serve(server, socket, peer);
     if (++server.idle > kMaxIdle) break;
   }
   --server.idle;
@@ -135,7 +175,8 @@ unsigned __stdcall serverThread(void* argument) {
 
 // False when the system cannot create a thread; the server then goes on with those it has.
 bool startThread(ServerState& server, SOCKET listener) {
-  auto thread = std::make_unique<Thread>(Thread{server, listener});
+  std::unique_ptr<Thread> thread(new (std::nothrow) Thread{server, listener});
+  if (!thread) return false;
   ++server.threads;
   ++server.idle; // counted before it runs, so that no other thread is started in its place
   const std::uintptr_t handle = _beginthreadex(nullptr, kThreadStack, serverThread, thread.get(),

@@ -20,6 +20,7 @@ inline constexpr std::wstring_view kSystemAccount = L"S-1-5-18"; // a SID
 inline constexpr std::wstring_view kAgentOption = L"--agent";
 inline constexpr std::wstring_view kServerOption = L"--server";
 inline constexpr std::wstring_view kServiceOption = L"--service";
+inline constexpr std::wstring_view kTokenOption = L"--token"; // takes the next argument
 
 // What kind of copy runs with these arguments, not counting the program name. A page is never
 // restarted.
@@ -41,5 +42,8 @@ AgentRecord readRecord(std::wstring_view text);
 
 // The part of a command line after the program name, unchanged, including leading spaces.
 std::wstring_view argumentText(std::wstring_view commandLine);
+
+// A command line as it may be shown or logged: the value of "--token" is replaced by "***".
+std::wstring withoutKey(std::wstring_view commandLine);
 
 } // namespace vorda

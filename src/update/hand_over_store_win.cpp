@@ -57,7 +57,8 @@ HandOver readHandOver() {
 
 bool writeHandOver(const HandOver& list) {
   const RegistryKey key =
-      RegistryKey::create(HKEY_LOCAL_MACHINE, kPath, KEY_SET_VALUE | KEY_WOW64_64KEY);
+      RegistryKey::create(HKEY_LOCAL_MACHINE, kPath, KEY_SET_VALUE | WRITE_DAC | KEY_WOW64_64KEY);
+  key.restrictToAdministrators(); // the command lines may contain keys
   std::vector<BYTE> written;
   for (std::size_t i = 0; i < kTimeBytes; ++i) {
     written.push_back(static_cast<BYTE>(list.written >> (8 * i)));

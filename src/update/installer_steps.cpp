@@ -22,7 +22,7 @@ public:
     case Kind::service: return service();
     case Kind::system: return agent(record.commandLine);
     case Kind::account:
-      return say(L"not restarted, runs under its own account: " + record.commandLine);
+      return say(L"not restarted, runs under its own account: " + withoutKey(record.commandLine));
     case Kind::damaged: return failedWith(kInvalidData);
     }
   }
@@ -47,13 +47,14 @@ private:
   void agent(const std::wstring& commandLine) {
     if (steps_.kindOf(commandLine) != CopyKind::agent) return failedWith(kBadArguments);
     if (!steps_.asSystem) {
-      return say(L"not restarted, this step does not run as SYSTEM: " + commandLine);
+      return say(L"not restarted, this step does not run as SYSTEM: " + withoutKey(commandLine));
     }
     if (!steps_.imageExists)
-      return fail(L"not restarted, " + std::wstring(kProgramName) + L" is gone: " + commandLine);
+      return fail(L"not restarted, " + std::wstring(kProgramName) + L" is gone: " +
+                  withoutKey(commandLine));
     const unsigned long code = steps_.start(argumentText(commandLine));
     if (code != 0) return failedWith(code);
-    say(L"restarted  " + commandLine);
+    say(L"restarted  " + withoutKey(commandLine));
   }
 
   const RestartSteps& steps_;
@@ -86,7 +87,8 @@ StepOutcome closeCopies(const CloseSteps& steps, std::wstring_view folder,
       continue;
     }
     const bool agent = copy.kind == CopyKind::agent;
-    outcome.lines.push_back(pid + L" closed  " + (agent ? L"agent  " : L"") + copy.commandLine);
+    outcome.lines.push_back(pid + L" closed  " + (agent ? L"agent  " : L"") +
+                            withoutKey(copy.commandLine));
     if (agent && records != nullptr) {
       records->push_back(agentRecord(copy.account, copy.commandLine));
     }

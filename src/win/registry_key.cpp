@@ -1,5 +1,7 @@
 #include "win/registry_key.h"
 
+#include <sddl.h>
+
 #include <cstring>
 
 namespace vorda {
@@ -98,6 +100,18 @@ std::optional<std::uint32_t> RegistryKey::number(const wchar_t* name) const {
     return std::nullopt;
   }
   return value;
+}
+
+bool RegistryKey::restrictToAdministrators() const {
+  // Protected from what the parent grants; inherited by subkeys.
+  constexpr const wchar_t* kRights = L"D:P(A;CI;KA;;;SY)(A;CI;KA;;;BA)(A;CI;KR;;;SU)";
+  PSECURITY_DESCRIPTOR made = nullptr;
+  if (!valid() || ConvertStringSecurityDescriptorToSecurityDescriptorW(kRights, SDDL_REVISION_1,
+                                                                       &made, nullptr) == FALSE) {
+    return false;
+  }
+  const Owned<PSECURITY_DESCRIPTOR, LocalFree> rights(made);
+  return RegSetKeySecurity(get(), DACL_SECURITY_INFORMATION, rights.get()) == ERROR_SUCCESS;
 }
 
 std::optional<std::wstring> RegistryKey::subkey(DWORD index) const {

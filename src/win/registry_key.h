@@ -34,6 +34,10 @@ public:
   bool setTexts(const wchar_t* name, const std::vector<std::wstring>& texts) const;
   bool setBytes(const wchar_t* name, const std::vector<BYTE>& bytes) const;
 
+  // From now on only the system, administrators and services can read this key and those below it,
+  // and only the first two can change them. Needs WRITE_DAC. False on failure.
+  bool restrictToAdministrators() const;
+
   // The name of the subkey with this index, counted from 0; nothing after the last one.
   std::optional<std::wstring> subkey(DWORD index) const;
 

@@ -27,26 +27,36 @@ public:
     piece.erase(0, count);
     return count;
   }
-  bool send(std::string_view bytes) override {
+  bool send(std::string_view bytes, std::chrono::milliseconds wait) override {
     sent += bytes;
+    sendWait = wait;
     return true;
   }
+  void endSending() override { ended = true; }
   std::chrono::steady_clock::time_point now() const override { return time_; }
 
   std::chrono::milliseconds longestWait{0};
+  std::chrono::milliseconds sendWait{0};
+  bool ended = false;
+  std::size_t unread() const {
+    std::size_t bytes = 0;
+    for (const std::string& piece : pieces) bytes += piece.size();
+    return bytes;
+  }
 
 private:
   std::size_t at_ = 0;
   std::chrono::steady_clock::time_point time_{};
 };
 
-std::string serve(FakeStream& stream, std::uint64_t alreadyHeld = 0) {
-  std::atomic<std::uint64_t> held{alreadyHeld};
-  const auto handler = [](const HttpRequest& request) {
-    return answer(403, "<" + request.method + " " + request.path + " " + request.body + ">");
-  };
-  serveConnection(stream, handler, held);
-  CHECK(held == alreadyHeld);
+HttpResponse echo(HttpRequest& request) {
+  return answer(403, "<" + request.method + " " + request.path + " " + request.body + ">");
+}
+
+std::string serve(FakeStream& stream, const RequestGate& gate = {{}, echo}) {
+  ConnectionTable connections;
+  serveConnection(stream, gate, *connections.enter(kLoopbackAddress));
+  CHECK(connections.heldBytes() == 0);
   return stream.sent;
 }
 
@@ -64,8 +74,7 @@ TEST_CASE("responses, with and without a handler") {
   CHECK(servePieces({"GET / H\r\n\r\n"}).ends_with("\r\nConnection: close\r\n\r\n<GET / >"));
   FakeStream stream;
   stream.pieces = {kRequest};
-  std::atomic<std::uint64_t> held{0};
-  serveConnection(stream, {}, held);
+  serve(stream, {});
   CHECK(stream.sent.starts_with(
       "HTTP/1.1 500 Internal Server Error\r\nContent-Type: text/plain\r\n"));
   CHECK(stream.sent.ends_with("geen handler"));
@@ -99,14 +108,70 @@ TEST_CASE("limits on time and on buffered bytes") {
   body.perReceive = std::chrono::seconds(14);
   CHECK(serve(body).ends_with("<POST / 12345678>"));
 
-  // Only received bytes count against the limit of the process, not announced ones.
+  CHECK(body.sendWait == kSendWait);
+  // All of it has ten minutes; what is there then is passed on.
+  FakeStream endless;
+  endless.pieces.assign(100, "x");
+  endless.pieces[0] = "POST / H\r\nContent-Length: 100\r\n\r\n";
+  endless.perReceive = std::chrono::seconds(14);
+  CHECK(serve(endless).ends_with("<POST / " + std::string(42, 'x') + ">"));
+  // Only received bytes are held, not announced ones.
   FakeStream promise;
   promise.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"};
   CHECK(serve(promise).ends_with("<POST / abc>"));
-  for (const std::uint64_t room : {49U, 50U}) {
-    FakeStream crowded;
-    crowded.pieces = {"POST / H\r\nContent-Length: 30\r\n\r\n", "1234567890", "1234567890"};
-    CHECK(crowded.pieces[0].size() == 32);
-    CHECK(serve(crowded, kMaxHeldBytes - room - 2).empty() == (room == 49));
+  for (const std::size_t over : {0U, 1U}) {
+    FakeStream large;
+    large.pieces = {"POST / H\r\nContent-Length: 99999999\r\n\r\n",
+                    std::string(kMaxConnectionBytes + over, 'x')};
+    CHECK(serve(large).empty() == (over == 1));
   }
+}
+
+TEST_CASE("a body is read only for a request that was admitted, and a refusal reaches its client") {
+  int handled = 0;
+  const auto count = [&handled](HttpRequest& request) {
+    ++handled;
+    return echo(request);
+  };
+  const std::string head = "POST /x?token=k H\r\nHost: h\r\nContent-Length: 1000000\r\n\r\n";
+  FakeStream refused;
+  refused.pieces = {head, std::string(1'000'000, 'x')};
+  CHECK(serve(refused, {[](const HttpRequest& request) {
+                          CHECK(request.body.empty());
+                          CHECK(request.queryValue("token") == "k");
+                          return Admission{Trust::none, errorAnswer(401, "no")};
+                        },
+                        count})
+            .ends_with(R"({"error":"no"})"));
+  CHECK(handled == 0);
+  CHECK(refused.ended);
+  CHECK(refused.unread() == 1'000'000 - kDrainedBytes);
+
+  // Served without a key: no body, and what is left of the minute to send the answer.
+  FakeStream open;
+  open.pieces = {"POST / H\r", "\nContent-Length: 9\r\n\r\n", "123456789"};
+  open.perReceive = std::chrono::seconds(10);
+  CHECK(serve(open, {[](const HttpRequest&) {
+                       return Admission{Trust::none, {}};
+                     },
+                     count})
+            .ends_with("<POST / >"));
+  CHECK(handled == 1);
+  CHECK(open.sendWait == std::chrono::seconds(40));
+}
+
+TEST_CASE("a connection that has to give up its place is closed without an answer") {
+  ConnectionBounds bounds;
+  bounds.notKept = 1;
+  ConnectionTable connections(bounds);
+  const auto first = connections.enter(kLoopbackAddress);
+  const auto second = connections.enter(kLoopbackAddress);
+  FakeStream early;
+  early.pieces = {"GET / H\r\n\r\n"};
+  serveConnection(early, {{}, echo}, *first);
+  CHECK(early.sent.empty());
+  FakeStream late;
+  late.pieces = {"GET / H\r\n\r\n"};
+  serveConnection(late, {{}, echo}, *second);
+  CHECK(late.sent.ends_with("<GET / >"));
 }

@@ -15,3 +15,17 @@ TEST_CASE("form fields: decoding, order and repeated keys") {
   CHECK(fields.pairs().size() == 7);
   CHECK(fields.pairs()[1].second == "2");
 }
+
+TEST_CASE("one field is found without decoding the others; the last of equal keys wins") {
+  const std::string_view text = "a=1&%61=2%2&b&=e&c=x=+y&d=%";
+  CHECK(lastFieldValue(text, "a") == "2%2");
+  CHECK(lastFieldValue(text, "b") == "");
+  CHECK(lastFieldValue(text, "") == "e");
+  CHECK(lastFieldValue(text, "c") == "x= y");
+  CHECK(lastFieldValue(text, "d") == "%");
+  CHECK_FALSE(lastFieldValue(text, "A"));
+  CHECK_FALSE(lastFieldValue(text, "aa"));
+  CHECK_FALSE(lastFieldValue("", "a"));
+  CHECK(countFields(text) == 6);
+  CHECK(countFields("") == 1);
+}

@@ -9,6 +9,7 @@
 
 using namespace vorda;
 using test::App;
+using test::TextMap;
 
 namespace {
 
@@ -65,10 +66,12 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
     CHECK(App().told("POST", path).starts_with(kBareAnswers.at(path)));
 
     App agent;
-    agent.state.remote = true;
+    agent.state.remote = agent.state.keyRequired = true;
     CHECK((agent.told("POST", path) == kNoKey) == (path != "/api/hello"));
     const std::string withKey = agent.told("POST", path, "", {{"x-vorda-token", "KEY23"}});
-    if (path != "/api/quit") CHECK(withKey.starts_with(kBareAnswers.at(path)));
+    if (path != "/api/quit" && path != "/api/elevate") {
+      CHECK(withKey.starts_with(kBareAnswers.at(path)));
+    }
   }
   for (const auto& row : kBareAnswers) {
     CHECK(std::any_of(routes().begin(), routes().end(),
@@ -77,10 +80,30 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
 }
 
 TEST_CASE("who counts as foreign, with and without a key") {
-  for (const char* host :
-       {"evil.example", "127.0.0.2", "::1", "[::1", "localhost.evil.example", "", "0.0.0.0",
-        "127.0.0.1.", "127.0.0.1@evil.example", "http://http://localhost", "localhost//",
-        "[::2]:80", "null", "file://", "https://evil.example", "ftp://localhost"}) {
+  for (const char* host : {"evil.example",
+                           "127.0.0.2",
+                           "::1",
+                           "[::1",
+                           "localhost.evil.example",
+                           "",
+                           "0.0.0.0",
+                           "127.0.0.1.",
+                           "127.0.0.1@evil.example",
+                           "http://http://localhost",
+                           "localhost//",
+                           "[::2]:80",
+                           "null",
+                           "file://",
+                           "https://evil.example",
+                           "ftp://localhost",
+                           "localhost:80.evil.example",
+                           "[::1]evil.example",
+                           "http://localhost:x@evil.example",
+                           "localhost:",
+                           "localhost:80:90",
+                           "localhost:80/x",
+                           "[::1]80",
+                           "127.0.0.1:-1"}) {
     CHECK_FALSE(isLoopbackHost(host));
   }
   for (const char* host : {"127.0.0.1", "127.0.0.1:7666", "LOCALHOST:1", "[::1]:7666", "[::1]",
@@ -89,7 +112,7 @@ TEST_CASE("who counts as foreign, with and without a key") {
   }
   App page;
   App agent;
-  agent.state.remote = true;
+  agent.state.remote = agent.state.keyRequired = true;
   const auto foreign = [](App& app, TextMap headers) {
     headers["x-vorda-token"] = "KEY23";
     return app.told("GET", "/api/jobs", "", headers) == kForeign;
@@ -99,7 +122,16 @@ TEST_CASE("who counts as foreign, with and without a key") {
     CHECK_FALSE(foreign(page, {{name, "localhost"}}));
     CHECK_FALSE(foreign(agent, {{name, "evil.example"}}));
   }
-  for (const char* site : {"cross-site", "same-site", "", "SAME-ORIGINX", " none", "null"}) {
+  const auto twice = [&page](const std::string& lines) {
+    HttpRequest request;
+    request.path = "/api/jobs";
+    request.headers = HeaderFields(lines);
+    return admitRequest(page.state, request).refusal.has_value();
+  };
+  CHECK(twice("Host: evil.example\r\nHost: localhost"));
+  CHECK(twice("Host: localhost\r\nOrigin: null\r\norigin: http://localhost"));
+  CHECK_FALSE(twice("Host: localhost\r\nhost: localhost"));
+  for (const char* site : {"cross-site", "same-site", "", "SAME-ORIGINX", "none ", "null"}) {
     CHECK(foreign(page, {{"sec-fetch-site", site}, {"host", "127.0.0.1:7666"}}));
     CHECK(foreign(agent, {{"sec-fetch-site", site}}));
   }
@@ -121,15 +153,83 @@ TEST_CASE("who counts as foreign, with and without a key") {
 
 TEST_CASE("only the exact key opens, in the header or the query") {
   App agent;
-  agent.state.remote = true;
+  agent.state.remote = agent.state.keyRequired = true;
   CHECK(agent.told("GET", "/api/jobs?token=KEY23") == "200 []");
   CHECK(agent.told("GET", "/api/jobs?token=KEY23", "", {{"x-vorda-token", ""}}) == "200 []");
-  for (const char* key : {"key23", "KEY2", "KEY234", " KEY23", "KEY23 ", "KEY24", "KEY23KEY23"}) {
+  for (const char* key : {"key23", "KEY2", "KEY234", "\vKEY23", "KEY23 ", "KEY24", "KEY23KEY23"}) {
     CHECK(agent.told("GET", std::string("/api/jobs?token=") + key) == kNoKey);
     CHECK(agent.told("GET", "/api/jobs?token=KEY23", "", {{"x-vorda-token", key}}) == kNoKey);
   }
   agent.state.key.clear();
   CHECK(agent.told("GET", "/api/jobs?token=") == kNoKey);
+}
+
+TEST_CASE("what a request may do is known from its head") {
+  App app;
+  const auto trust = [&app](const std::string& target, const std::string& lines = {}) {
+    HttpRequest request;
+    parseTarget(target, request);
+    request.headers = HeaderFields(lines);
+    return admitRequest(app.state, request).trust;
+  };
+  CHECK(trust("/api/jobs") == Trust::open);
+  app.state.keyRequired = true; // as with --lock: the rules for hosts stay
+  CHECK(trust("/api/jobs") == Trust::none);
+  CHECK(trust("/") == Trust::none);
+  CHECK(trust("/api/hello") == Trust::none);
+  CHECK(trust("/api/jobs?token=KEY23") == Trust::key);
+  CHECK(trust("/api/hello", "X-Vorda-Token: KEY23") == Trust::key);
+  CHECK(app.told("GET", "/api/jobs", "", {{"host", "evil"}, {"x-vorda-token", "KEY23"}}) ==
+        kForeign);
+  CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":true})");
+}
+
+TEST_CASE("too many fields are refused before they are decoded") {
+  App app;
+  const std::string kTooMany = R"(400 {"error":"tooManyFields"})";
+  CHECK(app.told("GET", "/api/jobs?" + std::string(kMaxQueryFields - 1, '&')) == "200 []");
+  CHECK(app.told("GET", "/api/jobs?" + std::string(kMaxQueryFields, '&')) == kTooMany);
+  CHECK(app.told("POST", "/api/jobs", std::string(kMaxBodyFields - 1, '&')) == "200 []");
+  CHECK(app.told("POST", "/api/jobs", std::string(kMaxBodyFields, '&')) == kTooMany);
+}
+
+TEST_CASE("guessing keys over the network is refused for a minute, from that address only") {
+  constexpr std::uint32_t kGuesser = 0x0A000001;
+  WrongKeys keys;
+  const WrongKeys::TimePoint began{std::chrono::hours(1)};
+  for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
+    CHECK_FALSE(keys.refuses(kGuesser, began));
+    keys.note(kGuesser, began + std::chrono::seconds(i));
+    keys.note(kLoopbackAddress, began);
+  }
+  const auto last = began + std::chrono::seconds(WrongKeys::kAllowed - 1);
+  CHECK(keys.refuses(kGuesser, last + std::chrono::seconds(59)));
+  CHECK_FALSE(keys.refuses(kGuesser, last + std::chrono::seconds(60)));
+  CHECK_FALSE(keys.refuses(kGuesser + 1, last));
+  CHECK_FALSE(keys.refuses(kLoopbackAddress, last));
+  // Slow guesses are not refused, and others do not push the one that is out of the table.
+  WrongKeys slow;
+  for (int i = 0; i < 100; ++i) slow.note(kGuesser, began + std::chrono::seconds(4 * i));
+  CHECK_FALSE(slow.refuses(kGuesser, began + std::chrono::seconds(400)));
+  for (std::uint32_t i = 0; i < 2 * WrongKeys::kMaxAddresses; ++i) {
+    keys.note(kGuesser + 2 + i, last + std::chrono::seconds(61));
+  }
+  for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
+    keys.note(kGuesser + 1, last + std::chrono::seconds(62));
+  }
+  CHECK(keys.refuses(kGuesser + 1, last + std::chrono::seconds(63)));
+
+  App agent;
+  agent.state.remote = agent.state.keyRequired = true;
+  HttpRequest guess;
+  guess.address = kGuesser;
+  parseTarget("/api/jobs?token=no", guess);
+  for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
+    CHECK(admitRequest(agent.state, guess).refusal->status == 401);
+  }
+  parseTarget("/api/jobs?token=KEY23", guess);
+  CHECK(admitRequest(agent.state, guess).refusal->status == 429);
+  CHECK(agent.told("GET", "/api/jobs?token=KEY23") == "200 []");
 }
 
 TEST_CASE("a handler that throws answers 500, and the next request is served") {

@@ -17,9 +17,9 @@ using namespace vorda;
 namespace {
 
 // Leaked on purpose: server threads may outlive the test.
-ServerState& startedServer(RequestHandler handler) {
+ServerState& startedServer(std::function<HttpResponse(HttpRequest&)> handle) {
   ServerState& server = *std::make_unique<ServerState>().release();
-  server.handler = std::move(handler);
+  server.gate.handle = std::move(handle);
   std::wstring reason;
   REQUIRE(startServer(server, 0, false, reason));
   return server;

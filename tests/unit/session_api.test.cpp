@@ -23,9 +23,11 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
   CHECK(app.told("GET", "/api/reveal?p=C%3A%5C%C3%A9") == R"(200 {"ok":true})");
   CHECK(app.told("GET", "/api/reveal?p=%2Fvar") == R"(200 {"ok":true})"); // a remote path
   CHECK(app.revealed == std::vector<std::wstring>{L"C:\\\u00E9"});
-  app.state.remote = true;
-  const TextMap key = {{"x-vorda-token", "KEY23"}};
+  app.state.remote = app.state.keyRequired = true;
+  const test::TextMap key = {{"x-vorda-token", "KEY23"}};
   CHECK(app.told("GET", "/api/quit", "", key) == R"(400 {"error":"quitRefused"})");
+  CHECK(app.told("GET", "/api/elevate", "", key) == R"(400 {"error":"elevateRefused"})");
+  CHECK(app.elevations == 1);
   CHECK(app.quits == 1);
   CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":false})");
   app.state.serverMode = true;

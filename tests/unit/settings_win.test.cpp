@@ -3,6 +3,10 @@
 
 #include <doctest/doctest.h>
 
+#include <windows.h>
+
+#include <sddl.h>
+
 using namespace vorda;
 
 namespace {
@@ -59,4 +63,21 @@ TEST_CASE("settings: stored, missing, invalid and of the wrong type") {
   const std::wstring longKey(300, L'k');
   set(L"Token", REG_SZ, longKey.c_str(), 602);
   CHECK(readStoredKey() == longKey.substr(0, 255));
+}
+
+TEST_CASE("stored keys can be read by administrators and services only") {
+  const EmptyMachine machine;
+  REQUIRE_FALSE(getOrCreateKey().empty());
+  CHECK(mayReadStoredKey());
+  const RegistryKey key = RegistryKey::open(HKEY_LOCAL_MACHINE, L"Software\\Brixmoor\\Vorda",
+                                            READ_CONTROL | KEY_WOW64_64KEY);
+  BYTE bytes[1024];
+  DWORD size = sizeof bytes;
+  REQUIRE(RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, bytes, &size) == ERROR_SUCCESS);
+  wchar_t* text = nullptr;
+  REQUIRE(ConvertSecurityDescriptorToStringSecurityDescriptorW(
+      bytes, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr));
+  const std::wstring rights(text);
+  LocalFree(text);
+  CHECK(rights == L"D:P(A;CI;KA;;;SY)(A;CI;KA;;;BA)(A;CI;KR;;;SU)");
 }

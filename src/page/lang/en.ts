@@ -472,6 +472,8 @@ export const en = {
   eEmptyFailed: 'Windows could not empty the recycle bin.',
   eNotScanned: 'This folder is not part of the scan.',
   eForeignOrigin: 'Vorda refused a request that seemed to come from another page.',
+  eTooManyKeys: 'Too many wrong keys came from this computer. Wait a minute, then try again.',
+  eTooManyFields: 'The request has more parts than Vorda accepts.',
   eInternalError: 'Vorda had an internal error.',
   eUnknownRequest: 'This Vorda is older than this page and does not know this request.',
   eIncomplete: 'The request did not arrive whole. Nothing was done.',

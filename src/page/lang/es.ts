@@ -457,6 +457,8 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   eEmptyFailed: 'Windows no ha podido vaciar la Papelera.',
   eNotScanned: 'Esta carpeta no forma parte del análisis.',
   eForeignOrigin: 'Vorda ha rechazado una petición que parecía venir de otra página.',
+  eTooManyKeys: 'Han llegado demasiadas claves incorrectas desde este equipo. Espera un minuto y vuelve a intentarlo.',
+  eTooManyFields: 'La petición tiene más partes de las que acepta Vorda.',
   eInternalError: 'Vorda ha tenido un error interno.',
   eUnknownRequest: 'Este Vorda es más antiguo que esta página y no conoce esta petición.',
   eIncomplete: 'La petición no llegó completa. No se ha hecho nada.',

@@ -456,6 +456,8 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   eEmptyFailed: 'Windows n’a pas pu vider la Corbeille.',
   eNotScanned: 'Ce dossier ne fait pas partie de l’analyse.',
   eForeignOrigin: 'Vorda a refusé une demande qui semblait venir d’une autre page.',
+  eTooManyKeys: 'Trop de clés incorrectes sont venues de cet ordinateur. Attendez une minute, puis réessayez.',
+  eTooManyFields: 'La demande comporte plus d’éléments que Vorda n’en accepte.',
   eInternalError: 'Vorda a rencontré une erreur interne.',
   eUnknownRequest: 'Ce Vorda est plus ancien que cette page et ne connaît pas cette demande.',
   eIncomplete: 'La demande n’est pas arrivée entière. Rien n’a été fait.',

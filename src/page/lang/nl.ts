@@ -456,6 +456,8 @@ export const nl = dictionary<'one' | 'other'>()({
   eEmptyFailed: 'Windows kon de Prullenbak niet leegmaken.',
   eNotScanned: 'Deze map hoort niet bij de scan.',
   eForeignOrigin: 'Vorda weigerde een verzoek dat van een andere pagina leek te komen.',
+  eTooManyKeys: 'Er kwamen te veel onjuiste sleutels van deze computer. Wacht een minuut en probeer het opnieuw.',
+  eTooManyFields: 'Het verzoek heeft meer onderdelen dan Vorda aanneemt.',
   eInternalError: 'In Vorda zelf ging iets mis.',
   eUnknownRequest: 'Deze Vorda is ouder dan deze pagina en kent dit verzoek niet.',
   eIncomplete: 'Het verzoek kwam niet volledig aan. Er is niets gedaan.',

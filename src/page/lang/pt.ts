@@ -457,6 +457,8 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   eEmptyFailed: 'O Windows não conseguiu esvaziar a Reciclagem.',
   eNotScanned: 'Esta pasta não faz parte da análise.',
   eForeignOrigin: 'O Vorda recusou um pedido que parecia vir de outra página.',
+  eTooManyKeys: 'Vieram demasiadas chaves erradas deste computador. Espere um minuto e tente de novo.',
+  eTooManyFields: 'O pedido tem mais partes do que o Vorda aceita.',
   eInternalError: 'O Vorda teve um erro interno.',
   eUnknownRequest: 'Este Vorda é mais antigo do que esta página e não conhece este pedido.',
   eIncomplete: 'O pedido não chegou completo. Nada foi feito.',

@@ -9,10 +9,13 @@
 #include "support/memory_disk.h"
 #include "tree/size_tree.h"
 
+#include <map>
 #include <memory>
 #include <thread>
 
 namespace vorda::test {
+
+using TextMap = std::map<std::string, std::string>;
 
 struct App {
   AppState state;
@@ -72,9 +75,12 @@ struct App {
     HttpRequest request;
     request.method = method;
     request.body = body;
-    request.headers = std::move(headers);
+    std::string lines;
+    for (const auto& [name, value] : headers) lines += name + ":" + value + "\r\n";
+    request.headers = HeaderFields(std::move(lines));
     parseTarget(target, request);
-    return handleRequest(state, request);
+    std::optional<HttpResponse> refusal = admitRequest(state, request).refusal;
+    return refusal ? *refusal : answerRequest(state, request);
   }
 
   // Status and body, as "200 body".

@@ -1,0 +1,80 @@
+// What anyone who reaches the port can do without a key, and what a planted library can do: nothing that
+// keeps others from being served, or the program from going on.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
+import { test } from 'node:test';
+import { ATTACKS, attack } from './support/attacks.mjs';
+import { exchange, serve } from './support/server.mjs';
+import { exe, output, scratch, winPath } from './support/vorda.mjs';
+
+const KEY = 'open sesame';
+// Of Windows, used by the program. Wine's own shell would take others, such as version.dll, from there.
+const LIBRARIES = ['winhttp', 'wtsapi32'];
+const peak = (child) => Number(/VmHWM:\s*(\d+)/.exec(fs.readFileSync(`/proc/${child.pid}/status`, 'utf8'))[1]) / 1024;
+const CONNECTIONS = { 'a head that never ends': 700, 'a silent connection': 700, 'a body that never ends': 700, 'a page that is not read': 100 };
+
+for (const mode of ['an agent', 'the interactive tool']) {
+  for (const name of Object.keys(ATTACKS)) {
+    test(`${mode} under attack: ${name}`, async (t) => {
+      const agent = mode === 'an agent';
+      const server = await serve(t, agent ? ['--agent', '--token', KEY] : []);
+      const key = agent ? { headers: { 'X-Vorda-Token': KEY } } : {};
+      const stop = new AbortController();
+      const outcomes = {};
+      const over = attack(name, server.port, { connections: CONNECTIONS[name] ?? 12, stop: stop.signal, outcomes });
+      // Good requests meanwhile, until the attack has had its say.
+      let slowest = 0;
+      let asked = 0;
+      const heard = () => Object.values(outcomes).reduce((sum, count) => sum + count, 0);
+      const lasting = CONNECTIONS[name] !== undefined || name === 'a body held back at its end';
+      while (asked < 30 || (!lasting && heard() < 24)) {
+        const began = Date.now();
+        assert.deepEqual(await server.json('/api/jobs', key), { status: 200, body: [] });
+        slowest = Math.max(slowest, Date.now() - began);
+        ++asked;
+      }
+      stop.abort();
+      await over;
+      const memory = peak(server.child);
+      t.diagnostic(`slowest of ${asked} answers ${slowest} ms, peak of memory ${memory.toFixed(0)} MiB, ${JSON.stringify(outcomes)}`);
+      assert.ok(memory < 300, `${memory} MiB`);
+      assert.equal(server.child.exitCode, null);
+    });
+  }
+}
+
+test('a refusal reaches a client that is still sending', async (t) => {
+  const server = await serve(t);
+  const head = 'POST /api/delete HTTP/1.1\r\nHost: evil.example\r\nContent-Length: 40000\r\n\r\n';
+  assert.match(await exchange(server.port, [head, 'x'.repeat(20_000), 'x'.repeat(20_000)]), /\{"error":"foreignOrigin"\}$/);
+});
+
+test('a locked session serves only who has its key', async (t) => {
+  const server = await serve(t, ['--lock', '--token', KEY]);
+  assert.deepEqual((await server.json('/api/hello')).body, { auth: true, server: false, canQuit: true });
+  assert.equal((await server.json('/api/jobs')).status, 401);
+  const key = { headers: { 'X-Vorda-Token': KEY } };
+  assert.deepEqual(await server.json('/api/jobs', key), { status: 200, body: [] });
+  const elsewhere = `GET /api/jobs HTTP/1.1\r\nHost: evil.example\r\nX-Vorda-Token: ${KEY}\r\n\r\n`;
+  assert.match(await exchange(server.port, [elsewhere]), /foreignOrigin/);
+  assert.deepEqual((await server.json('/api/quit', key)).body, { ok: true });
+  assert.equal((await server.ended).code, 0);
+});
+
+test('a library planted beside the program is not loaded', async (t) => {
+  const folder = scratch(t);
+  fs.copyFileSync(exe, `${folder}/vorda.exe`);
+  const planted = path.join(path.dirname(exe), 'tests/planted_library.dll');
+  for (const name of LIBRARIES) fs.copyFileSync(planted, `${folder}/${name}.dll`);
+  // Wine prefers its own libraries to those in the folder of a program; Windows does not.
+  for (const name of LIBRARIES) await output(['add', 'HKCU\\Software\\Wine\\DllOverrides', '/v', name, '/d', 'native,builtin', '/f'], { program: 'reg.exe' });
+  // The library tells that it was loaded when that is asked for.
+  await output([`${winPath(folder)}\\winhttp.dll,run`], { program: 'rundll32.exe' });
+  assert.ok(fs.existsSync(`${folder}/winhttp.dll.loaded`));
+  fs.rmSync(`${folder}/winhttp.dll.loaded`);
+  const server = await serve(t, [], { program: `${folder}/vorda.exe` });
+  assert.match((await server.json('/api/targets')).body.version, /^\d/);
+  await server.post('/api/update', {});
+  assert.deepEqual(fs.readdirSync(folder).filter((name) => name.endsWith('.loaded')), []);
+});

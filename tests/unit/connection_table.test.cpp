@@ -1,0 +1,86 @@
+#include "http/connection_table.h"
+#include "http/message.h"
+
+#include <doctest/doctest.h>
+
+#include <thread>
+#include <vector>
+
+using namespace vorda;
+
+namespace {
+
+constexpr std::uint32_t kNear = 0x0A000001;
+constexpr std::uint32_t kFar = 0x0A000002;
+using Seats = std::vector<std::unique_ptr<ConnectionSeat>>;
+
+Seats entered(ConnectionTable& table, std::size_t count, std::uint32_t address) {
+  Seats seats;
+  for (std::size_t i = 0; i < count; ++i) seats.push_back(table.enter(address));
+  return seats;
+}
+
+std::size_t closing(const Seats& seats) {
+  std::size_t count = 0;
+  for (const auto& seat : seats) count += seat->mustClose() ? 1U : 0U;
+  return count;
+}
+
+} // namespace
+
+TEST_CASE("too many connections: the longest-waiting without a key goes, never a kept one") {
+  ConnectionTable table({.perAddress = 3, .notKept = 6, .connections = 9});
+  Seats near = entered(table, 3, kNear);
+  CHECK(near[0]->keep());
+  near.push_back(table.enter(kNear));
+  CHECK(closing(near) == 1);
+  CHECK(near[1]->mustClose());
+  CHECK_FALSE(near[1]->keep());
+  near.erase(near.begin() + 1);
+  for (const auto& seat : near) CHECK(seat->keep());
+  CHECK(table.enter(kNear)->mustClose());
+
+  // Loopback has no bound of its own; all together have one for those that are not kept.
+  Seats local = entered(table, 6, kLoopbackAddress);
+  CHECK(closing(local) == 0);
+  const auto other = table.enter(kFar);
+  CHECK_FALSE(other->mustClose());
+  CHECK(local[0]->mustClose());
+  CHECK(closing(local) == 1);
+  for (std::size_t i = 1; i < local.size(); ++i) CHECK(local[i]->keep());
+  CHECK(other->keep());
+  CHECK(table.enter(kLoopbackAddress)->mustClose()); // nine are kept
+  CHECK(closing(near) == 0);
+}
+
+TEST_CASE("too many bytes: who holds most goes, first among those without a key") {
+  ConnectionTable table({.heldBytes = 1'000, .alwaysHeld = 10});
+  Seats seats = entered(table, 4, kNear);
+  CHECK(seats[0]->keep());
+  CHECK(seats[0]->hold(600));
+  CHECK(seats[1]->hold(300));
+  CHECK(seats[2]->hold(100));
+  CHECK_FALSE(seats[1]->hold(301)); // it would itself hold most
+  CHECK(closing(seats) == 0);
+  CHECK(table.heldBytes() == 1'000);
+
+  // The one that must close gives its bytes up a moment later.
+  std::thread leaver([&seats] {
+    while (!seats[1]->mustClose()) std::this_thread::yield();
+    seats[1].reset();
+  });
+  CHECK(seats[2]->hold(150));
+  leaver.join();
+  CHECK(table.heldBytes() == 750);
+  CHECK_FALSE(seats[0]->mustClose());
+  CHECK(seats[3]->hold(250));
+  CHECK(seats[3]->hold(20));
+  CHECK(seats[2]->hold(10));
+  CHECK(seats[3]->hold(10));
+  CHECK(seats[0]->hold(980));
+  // A little is always allowed, and pushes nobody out who has not more.
+  CHECK(table.enter(kFar)->hold(10));
+  CHECK(table.heldBytes() == 1'000);
+  seats.clear();
+  CHECK(table.heldBytes() == 0);
+}
