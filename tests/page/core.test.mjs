@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -169,7 +169,26 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
   assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
   assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '' }]), { deleted: 2, bytes: 5, binned: 1, error: 'aborted' });
+  const missed = (bytes, binned, noBin = []) => plan.missedBin({ noBin }, { deleted: 1, bytes, binned, error: '' });
+  assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
+});
+
+test('what all advice together could free counts every byte once', () => {
+  const finding = (code, bytes, places, over = {}) => ({
+    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
+  });
+  const won = (...findings) => winnable.winnable(findings);
+  const old = finding('oldfiles', 70, [['C:\\Users\\a\\Downloads\\old.iso', 30], ['C:\\x\\film.mkv', 20], ['C:\\y\\film.mkv', 20]]);
+  const downloads = finding('downloads', 50, [], { target: 'C:\\Users\\a\\Downloads' });
+  const copies = finding('duplicates', 40, [['C:\\x\\film.mkv', 20, 1], ['c:\\Y\\film.mkv', 20, 1], ['C:\\z\\film.mkv', 20, 1]]);
+  assert.deepEqual([won(), won(old), won(downloads), won(copies)], [0, 70, 50, 40]);
+  assert.equal(won(old, downloads), 90, 'a file in the folder goes with it');
+  assert.equal(won(old, copies), 70, 'two of three copies are old files');
+  assert.equal(won(copies, finding('caches', 20, [['C:\\z', 20]])), 60 - 20, 'the third goes with its folder');
+  assert.equal(won(finding('tempfiles', 30, [['C:\\t', 10], ['C:\\t\\Temp', 4]])), 10 + 16, 'places that are not listed');
+  assert.equal(won({ ...old, bytes: 100 }, { ...copies, bytes: 60 }), 70 + 30, 'which may be the same files');
+  assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
 test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {

@@ -26,7 +26,7 @@ export type RestKind = (typeof REST)[keyof typeof REST];
 
 // Findings with an action of their own; there are others.
 export const FINDING = {
-  recycleBin: 'recyclebin', tempFiles: 'tempfiles', updates: 'updates', duplicates: 'duplicates', denied: 'denied',
+  recycleBin: 'recyclebin', tempFiles: 'tempfiles', updates: 'updates', duplicates: 'duplicates', oldFiles: 'oldfiles', denied: 'denied',
 } as const;
 export type FindingCode = (typeof FINDING)[keyof typeof FINDING] | (string & {});
 export const UNIMPORTANT = 'good'; // level of a finding that is for information only

@@ -17,6 +17,7 @@ export type Change = 'session' | 'targets' | 'jobs' | 'results' | 'view' | 'sect
 export interface ScanView {
   selection: Selection; // paths in the explorer, the map, the types and the advice
   weights: Map<string, number>; // bytes of the marked paths, as of when they were marked
+  copies: Set<string>; // the paths that were marked as possible duplicates, and must be compared first
   expanded: Set<string>;
   openFolder: string; // the folder shown in the details or the map
 }
@@ -26,7 +27,7 @@ const views = new Map<number, ScanView>();
 export function viewOf(id: number): ScanView {
   let view = views.get(id);
   if (!view) {
-    view = { selection: new Selection(), weights: new Map(), expanded: new Set(), openFolder: '' };
+    view = { selection: new Selection(), weights: new Map(), copies: new Set(), expanded: new Set(), openFolder: '' };
     views.set(id, view);
   }
   return view;
@@ -35,6 +36,10 @@ export function viewOf(id: number): ScanView {
 export function passViewOn(from: number, to: number): void {
   views.set(to, viewOf(from));
   views.delete(from);
+}
+
+export function unmarkEverywhere(gone: (path: string) => boolean): void {
+  for (const { selection } of views.values()) selection.keepOnly((path) => !gone(path));
 }
 
 export const dropView = (id: number): boolean => views.delete(id);

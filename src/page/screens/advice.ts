@@ -13,6 +13,7 @@ import { openInExplorer } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
 import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
+import { KEYS } from '../ui/keys';
 import { emptyState } from '../ui/notices';
 import { toast } from '../ui/toast';
 
@@ -49,7 +50,7 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
         toast(t('acLast'));
         return;
       }
-      toggleMark(place.path, place.bytes);
+      toggleMark(place.path, place.bytes, place.group > 0);
     },
   } });
   const locked = place.lock !== '' && canMark;
@@ -101,6 +102,9 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   const cards = el('div', { class: 'stack wide' }, doc.advice.map((finding) => card(job, finding)));
   const bar = scanMarksBar(() => cards.querySelector<HTMLElement>('input, h2'));
   bar.root.classList.add('stays');
+  cards.addEventListener('keydown', (event) => {
+    if (event.key === KEYS.delete) bar.delete();
+  });
   requestAnimationFrame(() => {
     const wanted = state.finding && document.getElementById(`finding-${state.finding}`);
     state.finding = '';

@@ -6,7 +6,8 @@ import { typeName } from '../core/names';
 import { fileNameOf, shown } from '../core/paths';
 import { isFolder, type Entry } from '../core/tree';
 import { shareOf } from '../core/units';
-import { METHOD, REST, UNIMPORTANT } from '../core/words';
+import { winnable } from '../core/winnable';
+import { METHOD, REST } from '../core/words';
 import { linkTo } from '../data/api';
 import { loadFolder } from '../data/folders';
 import { forgetScan, rescan } from '../data/jobs';
@@ -145,8 +146,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     state.type = type.e;
     goTo('types');
   } }));
-  const findings = doc.advice.filter((finding) => finding.level !== UNIMPORTANT);
-  const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
+  const won = Math.min(winnable(doc.advice), doc.meta.used);
   const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
     label: el('span', {}, phrase('a_', finding.code)), bytes: finding.bytes, open: () => {
       state.finding = finding.code;
@@ -162,7 +162,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
       state.stopped.has(job.id) ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('fiStopped'))) : null,
-      el('div', { class: 'stack' }, found, winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
+      el('div', { class: 'stack' }, found, won > 0 ? el('p', {}, t('ovWin', { size: size(won) })) : null),
       capacity(doc, isRemote(job)),
       figures(job, doc),
       el('div', { class: 'columns' },

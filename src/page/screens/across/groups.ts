@@ -9,10 +9,10 @@ import { marksBar, type MarksBar } from '../../flows/marks';
 import { reveal } from '../../flows/places';
 import { boundSelect } from '../../flows/search_form';
 import type { ResultList } from '../../flows/search_frame';
+import { verifyAndDelete } from '../../flows/verify';
 import { button, cutPath, el, field, icon, setAttribute, setText, type Child } from '../../ui/dom';
 import { markColumn, Table, type Column } from '../../ui/table';
 import { toast } from '../../ui/toast';
-import { verifyAndDelete } from './verify';
 
 const LISTED_NAMES = 20;
 

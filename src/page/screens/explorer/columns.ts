@@ -3,7 +3,7 @@ import { count, percent, size } from '../../core/i18n';
 import { entryName } from '../../core/names';
 import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind, type TreeRow } from '../../core/tree';
 import { shareOf } from '../../core/units';
-import { el, icon, setIcon, setText } from '../../ui/dom';
+import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
 import { markColumn, retryButton, type Column } from '../../ui/table';
 
 const INDENT = 6;
@@ -40,6 +40,7 @@ function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void, retry: ()
   kind.style.color = row.depth > 0 && isFolder(row.entry) ? railColour(row.depth) : '';
   setText(name, entryName(row.entry));
   name.classList.toggle('muted', !isItem(row.entry));
+  setAttribute(name, 'title', isFailed(row.entry) ? entryName(row.entry) : null);
   again.hidden = !isFailed(row.entry);
   again.onclick = retry;
 }
