@@ -14,7 +14,9 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 
 namespace vorda {
 
@@ -27,12 +29,32 @@ struct SessionActions {
   std::function<void(const std::wstring&)> reveal; // shows a path in Explorer
 };
 
+// The path that the user started the program with. The page that is opened for it may scan it without
+// asking, wherever it is, so it is told once only: any web site can open the page with a path.
+class StartPath {
+public:
+  void set(std::wstring path) {
+    const std::lock_guard lock(mutex_);
+    path_ = std::move(path);
+  }
+  // Empty if there is none, or it was taken before.
+  std::wstring take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(path_, {});
+  }
+
+private:
+  std::mutex mutex_;
+  std::wstring path_;
+};
+
 struct AppState {
   bool remote = false;      // agent, service or server mode
   bool serverMode = false;  // --server
   bool keyRequired = false; // in these modes, and where --lock asks for it
   std::string key;          // UTF-8
   WrongKeys wrongKeys;
+  StartPath startPath;
 
   ServerState server;
   JobTable jobs;

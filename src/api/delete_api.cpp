@@ -9,11 +9,27 @@
 #include "json/json_writer.h"
 #include "tree/size_tree.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vorda {
 
 namespace {
+
+// The folders that are still there, but without a part of their contents.
+void writePartial(JsonWriter& json, const DeleteResult& result) {
+  const auto isPartial = [](const DeletedPath& one) { return one.lost.any; };
+  if (std::none_of(result.left.begin(), result.left.end(), isPartial)) return;
+  json.open("partial", '[');
+  for (const DeletedPath& one : result.left) {
+    if (!isPartial(one)) continue;
+    json.open('{');
+    json.string("p", one.path);
+    json.number("bytes", one.lost.bytes);
+    json.close('}');
+  }
+  json.close(']');
+}
 
 HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
   JsonWriter json;
@@ -42,6 +58,7 @@ HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
     for (const std::wstring& path : result.noBin) json.string(path);
     json.close(']');
   }
+  writePartial(json, result);
   json.close('}');
   return answer(200, json.take());
 }
@@ -61,6 +78,7 @@ void moveIntoBin(TreeUpdate& update, const DeleteResult& result, Machine& machin
   if (result.binned == 0 || !isDriveLetterPath(first)) return;
   std::uint64_t files = 0;
   for (const DeletedPath& one : result.deleted) files += one.measure.files;
+  for (const DeletedPath& one : result.left) files += one.lost.files;
   const double share = static_cast<double>(result.binned) / static_cast<double>(result.bytes);
   const bool whole = result.binned == result.bytes;
   if (!whole) files = static_cast<std::uint64_t>(std::llround(static_cast<double>(files) * share));

@@ -5,6 +5,8 @@
 #include "api/words.h"
 #include "base/text.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -13,7 +15,28 @@ namespace vorda {
 
 namespace {
 
+// Requests that change something and need no POST.
+constexpr std::array<std::string_view, 5> kActions = {"/api/cancel", "/api/elevate", "/api/forget",
+                                                      "/api/quit", "/api/reveal"};
+
+bool hasValue(const HttpRequest& request, const char* name, std::string_view wanted) {
+  const auto value = request.header(name);
+  return value && lowerAscii(*value) == wanted;
+}
+
+// Whether another site may have caused a request that the browser reports as the user's own, or reports
+// nothing about: one made ahead of time, a web socket, or a redirect from an address that was typed or
+// came in a message.
+bool isUnasked(const HttpRequest& request) {
+  if (request.header("sec-purpose")) return true;
+  if (request.header("sec-websocket-key")) return true;
+  const bool action = std::find(kActions.begin(), kActions.end(), request.path) != kActions.end();
+  return action && hasValue(request, "sec-fetch-mode", "navigate") &&
+         !hasValue(request, "sec-fetch-site", "same-origin");
+}
+
 bool isForeign(const AppState& state, const HttpRequest& request) {
+  if (isUnasked(request)) return true;
   if (const auto site = request.header("sec-fetch-site")) {
     const std::string value = lowerAscii(*site);
     if (value != "same-origin" && value != "none") return true;

@@ -17,8 +17,7 @@ const std::vector<Route>& routes() {
   using Request = HttpRequest;
   static const std::vector<Route> table = {
       {"/api/hello", "", [](State& s, Request&) { return hello(s); }},
-      {"/api/targets", "",
-       [](State& s, Request&) { return answer(200, targetsDocument(s.targets())); }},
+      {"/api/targets", "", [](State& s, Request&) { return listTargets(s); }},
       {"/api/browse", "",
        [](State& s, Request& r) { return browseFolders(r, *s.folders, s.targets); }},
       {"/api/jobs", "", [](State& s, Request&) { return listJobs(s.jobs); }},

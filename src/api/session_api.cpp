@@ -23,6 +23,12 @@ HttpResponse hello(const AppState& state) {
   return answer(200, json.take());
 }
 
+HttpResponse listTargets(AppState& state) {
+  TargetList list = state.targets(); // first: should it fail, the path is still there
+  list.startPath = state.startPath.take();
+  return answer(200, targetsDocument(list));
+}
+
 HttpResponse quit(const AppState& state) {
   if (state.remote) return errorAnswer(400, words::kQuitRefused);
   state.session.quitSoon();

@@ -81,6 +81,7 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
 } // namespace
 
 int serve(AppState& state, const CommandLineOptions& options) {
+  state.startPath.set(options.scanPath);
   state.remote = options.agent || options.server || options.service;
   // Where others are signed in, each of them could delete through a program that asks for no key.
   state.keyRequired = state.remote || options.lock || signedInUsers().size() > 1;

@@ -80,6 +80,8 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
       result.bytes += measure.bytes;
     } else {
       ++result.skipped;
+      // A folder with a file in use goes except for that file.
+      if (plain) result.bytes += lossBetween(measure, measurePath(folders, entry)).bytes;
     }
   }
   machine.appendToLog(

@@ -94,6 +94,7 @@ DeleteResult Deletion::run() {
                         one.real,
                         request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
                         one.facts.folder && !one.facts.reparsePoint,
+                        {},
                         {}});
   }
   if (request_.dryRun) {
@@ -149,6 +150,8 @@ void Deletion::execute() {
   result_.wouldDelete = planned_;
   for (DeletedPath& one : planned_) {
     if (folders_.facts(one.real).exists) {
+      if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
+      result_.bytes += one.lost.bytes;
       result_.left.push_back(std::move(one));
     } else {
       result_.bytes += one.measure.bytes;
@@ -201,7 +204,12 @@ void Deletion::log(const ShellOutcome& outcome) {
     mode = DeletionMode::binRefused;
   }
   for (const DeletedPath& one : result_.deleted) {
-    machine_.appendToLog(deletedLine(machine_.now(), mode, one.measure.bytes, one.path));
+    machine_.appendToLog(
+        deletedLine(machine_.now(), mode, Extent::whole, one.measure.bytes, one.path));
+  }
+  for (const DeletedPath& one : result_.left) {
+    if (!one.lost.any) continue;
+    machine_.appendToLog(deletedLine(machine_.now(), mode, Extent::part, one.lost.bytes, one.path));
   }
   if (outcome.aborted) {
     result_.error = kAborted;

@@ -33,10 +33,12 @@ struct DeletedPath {
   std::wstring inTree; // the path in the tree of the root; empty without a root
   bool folder = false;
   PathMeasure measure; // taken right before the deletion
+  Loss lost;           // of a folder that is still there
 };
 
 struct DeleteResult {
-  std::uint64_t bytes = 0;          // of the deleted paths; in a dry run of those that are files
+  // Of the deleted paths, and what went from inside others; in a dry run of those that are files.
+  std::uint64_t bytes = 0;
   std::uint64_t binned = 0;         // how many of them went into the recycle bin
   std::string error;                // "", "aborted", or "failed:" with the shell's code
   std::vector<DeletedPath> deleted; // no longer there

@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kPermanent = "definitief";
 constexpr std::string_view kBinned = "prullenbak";
 constexpr std::string_view kBinRefused = "definitief (niet in de prullenbak)";
+constexpr std::string_view kPart = " (deels)";
 constexpr std::string_view kFailed = "MISLUKT";
 constexpr std::string_view kOf = " van ";
 constexpr std::string_view kPathsLeft = " paden bleven staan";
@@ -36,9 +37,10 @@ std::string lineStart(const LocalTime& at, std::string_view what) {
 
 } // namespace
 
-std::string deletedLine(const LocalTime& at, DeletionMode mode, std::uint64_t bytes,
+std::string deletedLine(const LocalTime& at, DeletionMode mode, Extent extent, std::uint64_t bytes,
                         std::wstring_view path) {
   std::string line = lineStart(at, modeText(mode));
+  if (extent == Extent::part) line.append(kPart);
   line.append(kSeparator).append(std::to_string(bytes)).append(kSeparator);
   appendUtf8(line, path);
   return line.append(kLineEnd);

@@ -15,8 +15,13 @@ enum class DeletionMode {
   binRefused, // meant for the recycle bin, but deleted permanently
 };
 
+enum class Extent {
+  whole,
+  part, // the folder is still there, but not everything that was in it
+};
+
 // A path was deleted.
-std::string deletedLine(const LocalTime& at, DeletionMode mode, std::uint64_t bytes,
+std::string deletedLine(const LocalTime& at, DeletionMode mode, Extent extent, std::uint64_t bytes,
                         std::wstring_view path);
 
 // The shell failed with this code, or aborted if the code is 0; some of the paths that it got

@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "base/time.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace vorda {
@@ -10,10 +11,11 @@ namespace vorda {
 namespace {
 
 // Visits everything inside a folder. enter(parent, path, name) returns a number for a subfolder,
-// which later calls get as their first argument; the folder itself is number 0. file(folder,
-// item) is called for each file. Returns how many folders could not be listed completely.
-template <typename Enter, typename File>
-std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, File file) {
+// which later calls get as their first argument; the folder itself is number 0. item(folder,
+// item) is called for each file and each link. Returns how many folders could not be listed
+// completely.
+template <typename Enter, typename Item>
+std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, Item each) {
   struct Pending {
     std::wstring path;
     bool literal;
@@ -31,13 +33,12 @@ std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter
     }
     FolderItem item;
     while (reader->next(item)) {
-      if (item.reparsePoint) continue;
-      if (item.folder) {
+      if (item.folder && !item.reparsePoint) {
         std::wstring below = joinPath(folder.path, item.name);
         const std::uint32_t number = enter(folder.number, below, item.name);
         pending.push_back({std::move(below), folder.literal || losesItsEnd(item.name), number});
       } else {
-        file(folder.number, item);
+        each(folder.number, item);
       }
     }
     if (reader->endedEarly()) ++unreadable;
@@ -63,12 +64,27 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
   }
   measure.unreadableFolders = visitBeneath(
       source, path,
-      [&onFolder](std::uint32_t, const std::wstring& below, std::wstring_view name) {
+      [&](std::uint32_t, const std::wstring& below, std::wstring_view name) {
+        ++measure.folders;
         if (onFolder) onFolder(below, name);
         return 0U;
       },
-      [&count](std::uint32_t, const FolderItem& item) { count(item.name, item.size); });
+      [&](std::uint32_t, const FolderItem& item) {
+        if (item.reparsePoint) {
+          ++measure.links;
+        } else {
+          count(item.name, item.size);
+        }
+      });
   return measure;
+}
+
+Loss lossBetween(const PathMeasure& before, const PathMeasure& after) {
+  const auto less = [](std::uint64_t was, std::uint64_t is) { return was - std::min(was, is); };
+  Loss loss = {less(before.bytes, after.bytes), less(before.files, after.files), false};
+  loss.any = loss.bytes > 0 || loss.files > 0 || after.folders < before.folders ||
+             after.links < before.links;
+  return loss;
 }
 
 ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
@@ -83,6 +99,7 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
         return static_cast<std::uint32_t>(result.folders.size() - 1);
       },
       [&result, &options](std::uint32_t folder, const FolderItem& item) {
+        if (item.reparsePoint) return;
         result.folders[folder].ownBytes += item.size;
         ++result.folders[folder].ownFiles;
         result.byteCount += item.size;

@@ -14,11 +14,22 @@ namespace vorda {
 struct PathMeasure {
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
+  std::uint64_t folders = 0;           // inside
+  std::uint64_t links = 0;             // inside: reparse points of any kind
   std::uint64_t unreadableFolders = 0; // whose contents are not counted
   TypeTotals types;
 };
 
-// Measures a file, or everything inside a folder. Links are neither counted nor followed; a
+// What went from inside a folder that is still there.
+struct Loss {
+  std::uint64_t bytes = 0;
+  std::uint64_t files = 0;
+  bool any = false; // also when only empty files, folders or links went
+};
+
+Loss lossBetween(const PathMeasure& before, const PathMeasure& after);
+
+// Measures a file, or everything inside a folder. Links are not followed and have no size; a
 // path that is a link or does not exist counts as empty. onFolder is called for every folder
 // found inside.
 using FolderVisit = std::function<void(const std::wstring& path, std::wstring_view name)>;

@@ -1,6 +1,8 @@
 // The start of the page: key, targets, scans, first section.
+import { openingOf } from './core/address';
 import type { Hello, Targets } from './core/answers';
 import { t } from './core/i18n';
+import { onOwnDrive } from './core/paths';
 import { KIND } from './core/words';
 import { api, onKeyNeeded, rememberedKey, useKey } from './data/api';
 import { poll, startScan } from './data/jobs';
@@ -17,22 +19,33 @@ const FIRST_PAINT_MS = 1500; // the longest wait for the first answers
 const FIRST_WAIT_MS = 1000;
 const MAX_WAIT_MS = 10_000;
 
-const address = new URL(location.href);
-const fragment = address.hash.slice(1);
-const scanAtStart = { path: address.searchParams.get('scan') ?? '' };
+const opening = openingOf(location.search, location.hash);
+const waiting = { scan: opening.scan, startPath: '' }; // not scanned yet, and what may be scanned without asking
+
+const replaceAddress = (search: string, fragment: string): void =>
+  history.replaceState(null, '', location.pathname + search + (fragment && `#${fragment}`));
 
 // Removes the key from the address, so that it is in no history entry and no copied link.
 function takeKey(): void {
-  const key = address.searchParams.get('token');
-  if (key !== null) {
-    address.searchParams.delete('token');
-    history.replaceState(null, '', address.pathname + address.search + address.hash);
+  if (!opening.key) {
+    state.key = rememberedKey();
+    return;
   }
-  if (key) useKey(key);
-  else state.key = rememberedKey();
+  replaceAddress(opening.search, opening.fragment);
+  useKey(opening.key);
+}
+
+// The program opens its page again with a new key, and the browser may take the tab that has it open.
+function takeLaterKey(): void {
+  const { key } = openingOf('', location.hash);
+  if (!key) return;
+  useKey(key);
+  replaceAddress(opening.scanned, state.started ? state.section : '');
+  location.reload();
 }
 
 function sectionAtStart(): Section {
+  const { fragment } = opening;
   if (isSection(fragment) && (state.jobs.length > 0 || isSearch(fragment))) return fragment;
   return state.jobs.length > 0 ? 'overview' : 'picker';
 }
@@ -46,6 +59,7 @@ async function start(): Promise<void> {
   }
   const asked = api<Targets>('/api/targets').then((targets) => {
     state.targets = targets;
+    waiting.startPath ||= targets.startPath ?? '';
     changed('targets');
     checkElevation();
   });
@@ -56,15 +70,23 @@ async function start(): Promise<void> {
   if (!state.started) state.section = sectionAtStart();
   state.started = true;
   changed('view', 'section', 'jobs');
-  if (fragment === ABOUT) openAbout();
-  if (scanAtStart.path) {
-    const { path } = scanAtStart;
-    scanAtStart.path = '';
-    address.searchParams.delete('scan');
-    history.replaceState(null, '', address.pathname + address.search + location.hash);
-    state.section = 'picker';
-    changed('section');
+  if (opening.fragment === ABOUT) openAbout();
+  if (waiting.scan) await scanAtStart();
+}
+
+// Any web site can open this page with a path of its choice, and merely looking at a place on another machine
+// sends the user's sign-in there. So such a place is only scanned at once if the program was started with it.
+async function scanAtStart(): Promise<void> {
+  const path = waiting.scan;
+  waiting.scan = '';
+  replaceAddress(opening.scanned, location.hash.slice(1));
+  state.section = 'picker';
+  changed('section');
+  if (path === waiting.startPath || onOwnDrive(path, state.targets?.drives ?? [])) {
     await startScan(path, path.length <= 3 ? KIND.drive : KIND.folder, path);
+  } else {
+    state.proposed = path;
+    changed('targets');
   }
 }
 
@@ -85,6 +107,7 @@ if (window.top !== window.self) {
 } else {
   applyStoredChoices();
   takeKey();
+  addEventListener('hashchange', takeLaterKey);
   onKeyNeeded.ask = (wrong) => askForKey(wrong, () => void run());
   // Shows the right section at once, unless the answers take too long.
   void Promise.race([run(), new Promise((resolve) => setTimeout(resolve, FIRST_PAINT_MS))]).then(startFrame);

@@ -42,6 +42,7 @@ std::string targetsDocument(const TargetList& list) {
   json.string("vendor", "Brixmoor");
   json.string("website", list.website);
   json.string("logPath", list.logPath);
+  if (!list.startPath.empty()) json.string("startPath", list.startPath);
   json.close('}');
   return json.take();
 }

@@ -32,10 +32,11 @@ struct TargetList {
   std::wstring version;
   std::wstring website;
   std::wstring logPath;
+  std::wstring startPath; // what the program was started to scan, if it is to be told
 };
 
 // Queries drives, WSL distributions, home folder, machine name and elevation. Unknown values
-// stay empty or zero. version, website and logPath are left to the caller.
+// stay empty or zero. version and what follows it are left to the caller.
 TargetList systemTargets();
 
 // The list as JSON for the page.

@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -30,11 +30,31 @@ test('paths: parent and name, joining, owning scan, topmost', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
+test('the address: its key and path, in the program’s own spelling and in links', () => {
+  const read = (search, hash = '') => Object.values(address.openingOf(search, hash));
+  assert.deepEqual(read('?token=a+b&c%%3D'), ['a+b&c%%3D', '', '', '', '']);
+  assert.deepEqual(read('?token=k%C3%A9y?scan=C%3A%5Ca%2Bb%3Fscan%3D', '#find'), ['kéy', 'C:\\a+b?scan=', '?scan=C%3A%5Ca%2Bb%3Fscan%3D', '', 'find']);
+  assert.deepEqual(read('?token=k&scan=D:%5C'), ['k', 'D:\\', '?scan=D%3A%5C', '', '']);
+  assert.deepEqual(read('?scan=D:%5C&x=1&token=k'), ['k', 'D:\\', '?scan=D%3A%5C&x=1', '?x=1', '']);
+  assert.deepEqual(read('?scan=D:', '#key=s%20k=1'), ['s k=1', 'D:', '?scan=D%3A', '', '']);
+  assert.deepEqual(read('', '#advice'), ['', '', '', '', 'advice']);
+});
+
+test('only what is certainly on a drive of this machine may be scanned without asking', () => {
+  const drives = [{ path: 'C:\\', type: 'fixed' }, { path: 'E:\\', type: 'removable' }, { path: 'N:\\', type: 'network' }];
+  const own = (path) => paths.onOwnDrive(path, drives);
+  for (const path of ['c:', 'C:\\', 'C:/x', 'e:\\a\\..\\b', 'C:\\a@b:/c', '\\\\?\\C:\\x']) assert.ok(own(path), path);
+  for (const path of ['N:\\', 'X:\\', '\\\\nas\\share', '//nas/share', '\\/nas/share', '/\\nas\\share', '\\\\?\\UNC\\nas\\share', '\\\\?\\C:\\..\\UNC\\nas\\share', '\\\\.\\UNC\\nas\\share',
+    '\\??\\UNC\\nas\\share', '\\\\wsl$\\Debian', '\\\\wsl.localhost\\Debian', 'ssh://me@host/C:', 'me@host:/x', 'C:x', 'C', '', ' \\\\nas\\share', 'x:', '\\\\?\\N:\\']) assert.ok(!own(path), path);
+});
+
 test('hostile names are made safe and short enough to display', () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
   assert.ok(head.length <= 520 && tail.length <= 260 && tail.endsWith('.txt') && head.startsWith('C:\\'));
+  assert.deepEqual(['D:\\', '\\\\nas\\a b', 'Data (D:)', 'me@host:/var', '..', `\u202e${'x'.repeat(300)}`].map((name) => paths.fileNameOf(name).slice(0, 12)),
+    ['D', 'nas-a-b', 'Data-(D-)', 'me@host-var', '', '[U+202E]xxxx']);
   for (let most = 3; most < 12; ++most) {
     const short = paths.shorten('ab\u{1f600}\u{1f600}cd\u{1f600}ef\u{1f600}', most);
     assert.ok(short.length <= most && short.isWellFormed?.() !== false && !/[\ud800-\udbff](?![\udc00-\udfff])/.test(short), `${most}: ${short}`);
@@ -43,7 +63,7 @@ test('hostile names are made safe and short enough to display', () => {
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
   const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+    'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
     for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
@@ -54,6 +74,10 @@ test('failure words have a text in every language, unknown ones are shown as the
     assert.match(i18n.failure('failed:124'), /124/);
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
+  // Why turbo was not used, also when it failed.
+  i18n.setLanguage('en');
+  assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
+    'turbo needs administrator rights', 'turbo needs administrator rights', 'the file table could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
   assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');
@@ -145,7 +169,26 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
   assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
   assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '' }]), { deleted: 2, bytes: 5, binned: 1, error: 'aborted' });
+  const missed = (bytes, binned, noBin = []) => plan.missedBin({ noBin }, { deleted: 1, bytes, binned, error: '' });
+  assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
+});
+
+test('what all advice together could free counts every byte once', () => {
+  const finding = (code, bytes, places, over = {}) => ({
+    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
+  });
+  const won = (...findings) => winnable.winnable(findings);
+  const old = finding('oldfiles', 70, [['C:\\Users\\a\\Downloads\\old.iso', 30], ['C:\\x\\film.mkv', 20], ['C:\\y\\film.mkv', 20]]);
+  const downloads = finding('downloads', 50, [], { target: 'C:\\Users\\a\\Downloads' });
+  const copies = finding('duplicates', 40, [['C:\\x\\film.mkv', 20, 1], ['c:\\Y\\film.mkv', 20, 1], ['C:\\z\\film.mkv', 20, 1]]);
+  assert.deepEqual([won(), won(old), won(downloads), won(copies)], [0, 70, 50, 40]);
+  assert.equal(won(old, downloads), 90, 'a file in the folder goes with it');
+  assert.equal(won(old, copies), 70, 'two of three copies are old files');
+  assert.equal(won(copies, finding('caches', 20, [['C:\\z', 20]])), 60 - 20, 'the third goes with its folder');
+  assert.equal(won(finding('tempfiles', 30, [['C:\\t', 10], ['C:\\t\\Temp', 4]])), 10 + 16, 'places that are not listed');
+  assert.equal(won({ ...old, bytes: 100 }, { ...copies, bytes: 60 }), 70 + 30, 'which may be the same files');
+  assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
 test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {

@@ -108,7 +108,7 @@ test('late and truncated answers lose nothing', async (t) => {
   await row(tree, 'Could not be loaded').first().waitFor();
   await row(tree, 'one.iso').waitFor({ state: 'detached' });
   delete faults.answers['/api/dirs'];
-  await row(tree, 'Could not be loaded').first().dblclick();
+  await row(tree, 'Could not be loaded').first().getByRole('button', { name: 'Try again' }).click();
   await row(tree, 'Could not be loaded').waitFor({ state: 'detached' });
 
   // A scan started while another one's result is still on its way is followed as well.
@@ -185,6 +185,59 @@ test('items that the recycle bin does not take need the confirmation word', asyn
   await go.click();
   await says(dialog, 'Windows did not delete everything (code 124).');
   await says(dialog, '2 items are still there.');
+});
+
+test('what did not go into the bin, though it was to, is said', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'a/x': 80 * MiB, 'b/y': 70 * MiB } });
+  faults.answers['/api/delete'] = async ({ body, real }) =>
+    (body.get('dryrun') === '1' ? real() : { deleted: 2, bytes: 150 * MiB, freed: 80 * MiB, binned: 70 * MiB, error: '', dryRun: false, refused: [], wouldDelete: body.getAll('p') });
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'explorer', 'Folders');
+  await tab.getByRole('treegrid').focus();
+  await tab.keyboard.press('Control+a');
+  let dialog = await openDialog(tab);
+  await dialog.getByRole('button', { name: 'Move 2 items (150 MB) to the recycle bin' }).click();
+  await says(dialog, '2 items deleted: 80.0 MB freed, 70.0 MB in the recycle bin.');
+  await says(dialog, '80.0 MB did not go into the recycle bin: Windows deleted it permanently.');
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await tab.getByRole('treegrid').focus();
+  await tab.keyboard.press('Control+a');
+  dialog = await openDialog(tab);
+  await dialog.getByLabel('Delete permanently').check();
+  await dialog.getByRole('textbox').fill('DELETE');
+  await dialog.getByRole('button', { name: /permanently$/ }).click();
+  await says(dialog, '2 items deleted');
+  assert.equal(await dialog.getByText('did not go').count(), 0, 'it was not to');
+});
+
+test('possible duplicates of the advice are compared before they go', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'a/film.mkv': 'same', 'b/film.mkv': 'same', 'a/photo.raw': 'one', 'b/photo.raw': 'two', 'c/big.iso': 60 * MiB } });
+  const root = winPath(folder);
+  faults.answers['/api/result'] = async ({ real }) => {
+    const doc = await real();
+    const paths = ['a\\film.mkv', 'b\\film.mkv', 'a\\photo.raw', 'b\\photo.raw'].map((name) => `${root}\\${name}`);
+    const each = (value) => paths.map(() => value);
+    return { ...doc, advice: [{ code: 'duplicates', level: 'serious', bytes: 7, n1: 2, n2: 0, target: '', paths, pathBytes: each(4), pathFiles: each(1), pathGroup: [1, 1, 2, 2], pathLock: each(''), notes: [] }] };
+  };
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'explorer', 'Folders');
+  await tab.getByRole('treegrid').locator('.trow', { hasText: /^c/ }).locator('.mark-cell').click();
+  await goTo(tab, 'advice', 'Advice');
+  const box = (name) => tab.getByRole('checkbox', { name: `${root}\\${name}` });
+  await box('a\\film.mkv').check();
+  await box('b\\photo.raw').check();
+  const dialog = await openDialog(tab);
+  await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
+  await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts(), [`${root}\\a\\film.mkv`, `${root}\\c`]);
+  await tab.keyboard.press('Escape');
+  await box('a\\film.mkv').uncheck();
+  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await box('b\\photo.raw').check();
+  await box('b\\photo.raw').press('Delete');
+  await says(tab, 'None of the marked files is still equal to one that stays. Nothing is deleted.');
+  assert.equal(await dialog.count(), 0);
 });
 
 test('administrator rights: requested, refused, granted', async (t) => {

@@ -31,6 +31,10 @@ class Words(unittest.TestCase):
         words = set(re.findall(r' = "([^"]+)";', read("src/api/words.h") + failures))
         self.expect(words, 30, lambda word: re.search(rf"(?<!\w)'?{re.escape(word)}'?(: '|')", page))
 
+    def test_reasons_against_turbo_have_texts(self):
+        reasons = read("src/scan/words.h").partition("// Why turbo is not tried")[2].partition("// Why a scan failed")[0]
+        self.expect(set(re.findall(r' = "([^"]+)";', reasons)), 6, lambda word: f"t_{word}" in self.texts)
+
     def test_steps_of_a_scan_have_texts(self):
         steps = re.search(r"wordOf\(ScanStatus.*?^}", read("src/scan/words.cpp"), re.MULTILINE | re.DOTALL)
         self.expect(set(re.findall(r'"(\w+)"', steps[0])), 12, lambda word: f"s_{word}" in self.texts)

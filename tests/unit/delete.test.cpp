@@ -200,35 +200,45 @@ TEST_CASE("the log records of each outcome") {
     bool binsNothing;
     bool aborts;
     bool locked; // a file in the second of the two folders
+    bool more;   // there is a file beside it
     const char* error;
     std::uint64_t bytes;
     std::uint64_t binned;
     const char* log;
   };
   const std::vector<Row> rows = {
-      {true, false, false, false, "", 1001, 0,
+      {true, false, false, false, false, "", 1001, 0,
        "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  definitief  1  C:\\data\\deep\r\n"},
-      {false, false, false, false, "", 1001, 1001,
+      {false, false, false, false, false, "", 1001, 1001,
        "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  prullenbak  1  C:\\data\\deep\r\n"},
-      {false, true, false, false, "", 1001, 0,
+      {false, true, false, false, false, "", 1001, 0,
        "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1  C:\\data\\deep\r\n"},
-      {true, false, false, true, "failed:32", 1000, 0,
+      {true, false, false, true, false, "failed:32", 1000, 0,
        "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
-      {false, false, true, true, "aborted", 1000, 1000,
+      {false, false, true, true, false, "aborted", 1000, 1000,
        "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
-      {true, false, true, false, "aborted", 1001, 0,
+      {true, false, true, false, false, "aborted", 1001, 0,
        "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
        "2026-01-02 03:04:05  definitief  1  C:\\data\\deep\r\n"
-       "2026-01-02 03:04:05  MISLUKT (0)  0 van 2 paden bleven staan\r\n"}};
+       "2026-01-02 03:04:05  MISLUKT (0)  0 van 2 paden bleven staan\r\n"},
+      {true, false, false, true, true, "failed:32", 1007, 0,
+       "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief (deels)  7  C:\\data\\deep\r\n"
+       "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
+      {false, false, false, true, true, "failed:32", 1007, 1007,
+       "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
+       "2026-01-02 03:04:05  prullenbak (deels)  7  C:\\data\\deep\r\n"
+       "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"}};
   for (const Row& row : rows) {
     const auto disk = makeWorld();
     disk->add(L"C:\\data\\\u00E9\\big", 1000);
     disk->at(L"C:\\data\\deep\\f")->locked = row.locked;
+    if (row.more) disk->add(L"C:\\data\\deep\\more", 7);
     disk->binsNothing = row.binsNothing;
     disk->aborts = row.aborts;
     disk->binBytes = 5000;

@@ -138,6 +138,17 @@ TEST_CASE("who counts as foreign, with and without a key") {
   for (const char* site : {"same-origin", "none", "Same-Origin"}) {
     CHECK_FALSE(foreign(page, {{"sec-fetch-site", site}}));
   }
+  // Of what no site seems to have caused, only the action is refused when it is navigated to.
+  const TextMap redirect = {{"sec-fetch-site", "none"}, {"sec-fetch-mode", "Navigate"}};
+  for (const char* path : {"quit", "elevate", "forget?id=1", "cancel?id=1", "reveal?p=C%3A"}) {
+    CHECK(page.told("GET", std::string("/api/") + path, "", redirect) == kForeign);
+  }
+  CHECK(page.quits == 0);
+  CHECK_FALSE(foreign(page, redirect));
+  CHECK(foreign(page, {{"sec-fetch-site", "none"}, {"sec-purpose", "prefetch;prerender"}}));
+  CHECK(foreign(page, {{"origin", "http://127.0.0.1:1"}, {"sec-websocket-key", "x"}}));
+  const TextMap own = {{"sec-fetch-site", "same-origin"}, {"sec-fetch-mode", "navigate"}};
+  CHECK(page.told("GET", "/api/quit", "", own) == R"(200 {"ok":true})");
 }
 
 TEST_CASE("only the exact key opens, in the header or the query") {

@@ -34,3 +34,16 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
   app.state.serverMode = true;
   CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":true,"canQuit":false})");
 }
+
+TEST_CASE("the path the program was started with is told once, and to its own page only") {
+  App app;
+  app.state.startPath.set(L"\\\\nas\\sh\u00E9");
+  CHECK(app.ask("GET", "/api/targets", "", {{"origin", "http://evil.example"}}).status == 403);
+  CHECK(app.ask("GET", "/api/targets", "", {{"sec-fetch-site", "cross-site"}}).status == 403);
+  const auto list = app.state.targets;
+  app.state.targets = []() -> TargetList { throw std::bad_alloc(); };
+  CHECK(app.ask("GET", "/api/targets").status == 500);
+  app.state.targets = list;
+  CHECK(app.told("GET", "/api/targets").ends_with(R"("logPath":"","startPath":"\\\\nas\\shé"})"));
+  CHECK(app.told("GET", "/api/targets").ends_with(R"("logPath":""})"));
+}

@@ -29,6 +29,7 @@ export interface Targets {
   vendor: string;
   website: string;
   logPath: string;
+  startPath?: string; // what the program was started with; told once
 }
 
 export interface Job {

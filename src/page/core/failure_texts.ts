@@ -9,7 +9,7 @@ const ERRORS: Record<string, Key> = {
   mftOpenFailed: 'eMftGeneric', mftBoot: 'eMftGeneric', mftNotNtfs: 'eMftGeneric', mftLayout: 'eMftGeneric',
   mftUnreadable: 'eMftGeneric', mftCorrupt: 'eMftGeneric', mftNoData: 'eMftGeneric', mftRecordCount: 'eMftGeneric',
   mftMemory: 'eMftGeneric',
-  unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', quitRefused: 'eQuitRefused',
+  unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', elevateRefused: 'eElevateRefused', quitRefused: 'eQuitRefused',
   updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'eNeedFilter',
   noJob: 'eNoJob', notAllowed: 'eNotAllowed', emptyFailed: 'eEmptyFailed', notScanned: 'eNotScanned',
   foreignOrigin: 'eForeignOrigin', tooManyKeys: 'eTooManyKeys', tooManyFields: 'eTooManyFields', searchFailed: 'eInternalError', internalError: 'eInternalError', '': 'eScanFailed',

@@ -1,7 +1,7 @@
 // What a scan's state, kind and method mean, and how it is described.
 import type { Job } from './answers';
-import { failure, phrase, size, t } from './i18n';
-import { JOB_STATE, KIND, METHOD } from './words';
+import { failure, known, phrase, size, t, text } from './i18n';
+import { DENIED_TABLE, FILE_TABLE, JOB_STATE, KIND, METHOD } from './words';
 
 export const isDone = (job: Job): boolean => job.state === JOB_STATE.done;
 export const hasFailed = (job: Job): boolean => job.state === JOB_STATE.error;
@@ -13,6 +13,13 @@ export const isDrive = (job: Job): boolean => job.kind === KIND.drive;
 export const isHost = (job: Job): boolean => job.kind === KIND.ssh;
 // Whether the files are on another machine: they can't be changed or searched.
 export const isRemote = (job: Job | undefined): boolean => job !== undefined && (isHost(job) || job.method === METHOD.ssh);
+
+// Why turbo was not used: what the program could tell beforehand, or how its attempt failed.
+export function turboReason(word: string): string {
+  if (known(`t_${word}`)) return text(`t_${word}`);
+  if (word === DENIED_TABLE) return t('t_noadmin');
+  return word.startsWith(FILE_TABLE) ? t('t_mft') : failure(word);
+}
 
 export const nameOf = (job: Job): string => job.label || job.path;
 

@@ -1,5 +1,5 @@
 // Paths and names as text. Names come from disks and are hostile input.
-import { KIND, type TargetKind } from './words';
+import { KIND, NETWORK, type TargetKind } from './words';
 
 // Removes trailing separators; "C:\" becomes "C:" and "/" becomes empty. For comparisons only.
 export const trimEnd = (path: string): string => path.replace(/[\\/]+$/, '');
@@ -62,6 +62,25 @@ export function topmost(paths: Iterable<string>): string[] {
   });
 }
 
+// Whether a path is one of the roots or lies below one.
+export function below(paths: readonly string[]): (path: string) => boolean {
+  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
+  return (path) => {
+    const text = trimEnd(path).toLowerCase();
+    if (roots.has(text)) return true;
+    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
+      if (roots.has(text.slice(0, at))) return true;
+    }
+    return false;
+  };
+}
+
+const LONGEST_FILE_NAME = 80;
+
+// A text as part of the name of a downloaded file.
+export const fileNameOf = (text: string): string =>
+  shorten(shown(text).replace(/[\\/:*?"<>|\s]+/g, '-'), LONGEST_FILE_NAME).replace(/^[-.]+|[-.]+$/g, '');
+
 const LONGEST_SHOWN = 260;
 
 // Makes a name safe to display: control characters, direction marks and lone surrogates are replaced
@@ -97,6 +116,15 @@ export function shorten(text: string, most: number): string {
   if (/[\ud800-\udbff]/.test(text[front - 1] ?? '')) --front;
   if (/[\udc00-\udfff]/.test(text[back] ?? '')) ++back;
   return `${text.slice(0, front)}…${text.slice(back)}`;
+}
+
+// Whether a path lies on a drive of this machine: it names one of its letters, and that is no network drive.
+// Anything doubtful does not.
+export function onOwnDrive(path: string, drives: readonly { path: string; type: string }[]): boolean {
+  // Windows leaves ".." alone behind "\\?\", or goes up past the drive.
+  const literal = path.startsWith('\\\\?\\') && !path.includes('..') ? path.slice(4) : path;
+  if (!/^[a-z]:(?:[\\/]|$)/i.test(literal)) return false;
+  return drives.some((drive) => drive.type !== NETWORK && trimEnd(drive.path).toLowerCase() === literal.slice(0, 2).toLowerCase());
 }
 
 // Guesses the kind of a typed target for the request; the program decides.

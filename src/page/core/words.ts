@@ -7,11 +7,18 @@ export type JobState = (typeof JOB_STATE)[keyof typeof JOB_STATE];
 export const KIND = { drive: 'drive', folder: 'folder', wsl: 'wsl', unc: 'unc', ssh: 'ssh' } as const;
 export type TargetKind = (typeof KIND)[keyof typeof KIND];
 
+// Type of a drive whose files are on another machine.
+export const NETWORK = 'network';
+
 // How it was scanned. The program may add methods.
 export const METHOD = { walk: 'walk', ssh: 'ssh' } as const;
 
 // Why turbo is off: the program lacks administrator rights.
 export const NO_RIGHTS = 'noadmin';
+
+// The failures of turbo begin with this; one is again a lack of rights.
+export const FILE_TABLE = 'mft';
+export const DENIED_TABLE = 'mftDenied';
 
 // What a folder of the pruned tree contains besides the folders listed.
 export const REST = { smaller: 'smaller', loose: 'loose' } as const;
@@ -19,7 +26,7 @@ export type RestKind = (typeof REST)[keyof typeof REST];
 
 // Findings with an action of their own; there are others.
 export const FINDING = {
-  recycleBin: 'recyclebin', tempFiles: 'tempfiles', updates: 'updates', duplicates: 'duplicates', denied: 'denied',
+  recycleBin: 'recyclebin', tempFiles: 'tempfiles', updates: 'updates', duplicates: 'duplicates', oldFiles: 'oldfiles', denied: 'denied',
 } as const;
 export type FindingCode = (typeof FINDING)[keyof typeof FINDING] | (string & {});
 export const UNIMPORTANT = 'good'; // level of a finding that is for information only

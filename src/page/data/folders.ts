@@ -4,7 +4,7 @@ import { wordOf } from '../core/failure';
 import { isRemote } from '../core/job';
 import { parentOf, trimEnd } from '../core/paths';
 import { api, query } from './api';
-import { changed, jobById, state, treeOf } from './state';
+import { changed, jobById, treeOf, viewOf } from './state';
 
 // Loads the subfolders as scanned and, on this machine, the current files.
 export async function loadFolder(id: number, path: string): Promise<void> {
@@ -47,7 +47,7 @@ export async function expandTo(id: number, path: string): Promise<void> {
   const tree = treeOf(id);
   if (!tree) return;
   for (const folder of chainTo(tree.root.path, path).slice(0, -1)) {
-    state.expanded.add(folder);
+    viewOf(id).expanded.add(folder);
     if (tree.needsLoading(folder)) await loadFolder(id, folder);
   }
   changed('tree');

@@ -9,7 +9,7 @@ import { announce, toast, toastFailure } from '../ui/toast';
 import { api, form, query } from './api';
 import { Poller } from './poller';
 import { dropFromSearches } from './runs';
-import { changed, clearFetched, isChoosing, isSearch, jobById, state } from './state';
+import { changed, dropView, isChoosing, isSearch, jobById, listen, passViewOn, state, treeOf, viewOf } from './state';
 
 const ANNOUNCE_MS = 10_000;
 
@@ -64,10 +64,24 @@ const poller = new Poller(askJobs);
 // Asks for all scans, and goes on asking while any of them is running.
 export const poll = (): Promise<void> => poller.poll();
 
+// Whichever request found the program gone: this one is repeated until it is back.
+listen((changes) => {
+  if (changes.has('offline') && state.offline && !state.ended) void poll();
+});
+
 async function askResult(id: number): Promise<ResultDoc> {
   const answer = await api<unknown>(query('/api/result', { id }));
   if (!isResult(answer)) throw new Failure(FAILURE.scanFailed, t('eScanFailed'));
   return answer;
+}
+
+// Marks made in an earlier scan of the same target count as much as this one found.
+function weighAgain(id: number): void {
+  const { selection, weights } = viewOf(id);
+  for (const path of selection.keys) {
+    const entry = treeOf(id)?.find(path);
+    if (entry) weights.set(path, entry.s);
+  }
 }
 
 export async function fetchResult(id: number): Promise<void> {
@@ -75,6 +89,7 @@ export async function fetchResult(id: number): Promise<void> {
     state.results.set(id, await askResult(id));
     state.resultErrors.delete(id);
     state.trees.delete(id);
+    weighAgain(id);
   } catch (error) {
     // If the server can't be reached, the next round asks again.
     if (wordOf(error) !== FAILURE.offline) state.resultErrors.set(id, messageOf(error));
@@ -94,27 +109,14 @@ function jumpIfAwaited(): void {
   if (!job || hasFailed(job) || state.results.has(state.awaited) || state.resultErrors.has(state.awaited)) state.awaited = 0;
 }
 
-function viewLast(): void {
-  state.view = state.jobs[state.jobs.length - 1]?.id ?? 0;
-  changed('view');
-}
+const viewLast = (): void => viewJob(state.jobs[state.jobs.length - 1]?.id ?? 0);
 
 export function viewJob(id: number): void {
   if (state.view === id) return;
   state.view = id;
-  state.openFolder = '';
   state.finding = '';
-  changed('view');
-}
-
-function clearView(): void {
-  state.selection.clear();
-  state.weights.clear();
-  state.expanded.clear();
-  state.openFolder = '';
-  state.finding = '';
-  clearFetched();
-  changed('selection', 'tree', 'types');
+  state.types.clear(); // of the scan that was on view
+  changed('view', 'selection', 'types');
 }
 
 // Starts a scan, which replaces older ones of the same target. Throws a Failure if the program refuses.
@@ -125,15 +127,17 @@ export async function startScan(path: string, kind: string, label: string): Prom
   const { id } = await form<{ id: number }>('/api/scan', fields);
   const replaced = state.jobs.filter((job) => job.id !== id && sameTarget(job.path, path));
   ++list.changes;
+  const same = replaced.find((job) => job.path === path);
+  if (same) passViewOn(same.id, id);
   for (const job of replaced) drop(job.id);
   // Stands in until the program's next answer.
   state.jobs = [...state.jobs, {
     id, path, kind, label, state: JOB_STATE.scanning, files: 0, bytes: 0, dirs: 0, phase: 0, seconds: 0, status: '', current: '', error: '', method: '', noTurbo: '',
   }];
+  state.proposed = '';
   state.awaited = id;
-  state.view = id;
-  clearView();
-  changed('view', 'jobs');
+  viewJob(id);
+  changed('jobs');
   list.announced = Date.now();
   announce(t('heardStart', { name: label || path }));
   await Promise.all(replaced.map((job) => api(query('/api/forget', { id: job.id })).catch(() => {})));
@@ -165,6 +169,7 @@ function drop(id: number): void {
   state.resultErrors.delete(id);
   state.trees.delete(id);
   state.stopped.delete(id);
+  dropView(id);
   dropFromSearches((_path, job) => job === id);
 }
 
@@ -175,7 +180,6 @@ export async function forgetScan(id: number): Promise<void> {
     drop(id);
     if (state.view === id) {
       viewLast();
-      clearView();
       if (state.jobs.length === 0 && !isSearch(state.section)) state.section = 'picker';
     }
     changed('jobs', 'results', 'view', 'section');

@@ -12,6 +12,38 @@ export const isSearch = (section: Section): boolean => section === 'find' || sec
 
 export type Change = 'session' | 'targets' | 'jobs' | 'results' | 'view' | 'section' | 'selection' | 'tree' | 'types' | 'find' | 'across' | 'offline' | 'language' | 'details';
 
+// What the user has marked and opened in one scan. It survives a look at another scan, and a new scan of the
+// same target.
+export interface ScanView {
+  selection: Selection; // paths in the explorer, the map, the types and the advice
+  weights: Map<string, number>; // bytes of the marked paths, as of when they were marked
+  copies: Set<string>; // the paths that were marked as possible duplicates, and must be compared first
+  expanded: Set<string>;
+  openFolder: string; // the folder shown in the details or the map
+}
+
+const views = new Map<number, ScanView>();
+
+export function viewOf(id: number): ScanView {
+  let view = views.get(id);
+  if (!view) {
+    view = { selection: new Selection(), weights: new Map(), copies: new Set(), expanded: new Set(), openFolder: '' };
+    views.set(id, view);
+  }
+  return view;
+}
+
+export function passViewOn(from: number, to: number): void {
+  views.set(to, viewOf(from));
+  views.delete(from);
+}
+
+export function unmarkEverywhere(gone: (path: string) => boolean): void {
+  for (const { selection } of views.values()) selection.keepOnly((path) => !gone(path));
+}
+
+export const dropView = (id: number): boolean => views.delete(id);
+
 export const state = {
   key: '', // of a server that asks for one
   hello: { auth: false, server: false, canQuit: false } as Hello,
@@ -22,21 +54,31 @@ export const state = {
   trees: new Map<number, ScanTree>(),
   view: 0, // id of the scan on view
   section: 'picker' as Section,
-  selection: new Selection(), // paths in the explorer, the map and the advice
-  weights: new Map<string, number>(), // bytes of the marked paths, as of when they were marked
-  expanded: new Set<string>(),
   type: '', // the type on view
-  openFolder: '', // the folder shown in the details or the map
   types: new Map<string, ExtAnswer | string>(), // by extension: its folders and files, or why there are none
   finding: '', // the finding to scroll to
   find: null as FindAnswer | null,
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only
   stopped: new Set<number>(), // scans that were stopped while this page was open
+  proposed: '', // a path from the address that waits for the user's consent
   awaited: 0, // id of the scan whose overview opens when it finishes
   started: false, // scans and targets are known
   offline: false,
   ended: false,
+  // Of the scan on view:
+  get selection(): Selection {
+    return viewOf(this.view).selection;
+  },
+  get weights(): Map<string, number> {
+    return viewOf(this.view).weights;
+  },
+  get openFolder(): string {
+    return viewOf(this.view).openFolder;
+  },
+  set openFolder(path: string) {
+    viewOf(this.view).openFolder = path;
+  },
 };
 
 const listeners = new Set<(changes: ReadonlySet<Change>) => void>();
@@ -84,9 +126,4 @@ export const isChoosing = (): boolean => state.section === 'picker';
 export function goTo(section: Section): void {
   state.section = section;
   changed('section');
-}
-
-export function clearFetched(): void {
-  state.trees.clear();
-  state.types.clear();
 }

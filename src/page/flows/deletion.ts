@@ -3,13 +3,13 @@
 import type { DeleteAnswer } from '../core/answers';
 import { messageOf } from '../core/failure';
 import { failure, phrase, size, t } from '../core/i18n';
-import { trimEnd } from '../core/paths';
-import { confirms, outcomeKey, outcomeOf, partsByJob, planOf, type Outcome, type Part, type Plan } from '../core/plan';
+import { below } from '../core/paths';
+import { confirms, missedBin, outcomeKey, outcomeOf, partsByJob, planOf, type Outcome, type Part, type Plan } from '../core/plan';
 import { MISSING } from '../core/words';
 import { form } from '../data/api';
 import { refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
-import { changed, scanRoots, state } from '../data/state';
+import { changed, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
 import { append, button, choice, el, field, fill, icon, onEnter, rest, setText, wholePath } from '../ui/dom';
 import { busyBar, failureNotice } from '../ui/notices';
@@ -160,35 +160,24 @@ async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permane
   rest(stay, false);
   setText(stay, t('close'));
   stay.focus();
-  showOutcome(dialog, plan, done);
+  showOutcome(dialog, plan, done, permanent);
 }
 
-function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done): void {
+function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, permanent: boolean): void {
   const outcome = outcomeOf(answers);
   const words = problem || outcomeText(outcome);
   const left = plan.wouldDelete.length - outcome.deleted;
+  const missed = permanent ? 0 : missedBin(plan, outcome);
   const refused = [...plan.refused, ...answers.flatMap((answer) => answer.refused ?? [])];
   const partial = (problem || outcome.error) && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
   fill(dialog.body,
     el('p', { class: 'answer', role: 'status' }, words),
     partial ? el('p', {}, partial) : null,
+    missed > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotBinned', { size: size(missed) }))) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
     refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: refused.length })), refusedList(refused)) : null,
     logNote());
   announce(words);
-}
-
-// Whether a path is one of the roots or lies below one.
-function below(paths: readonly string[]): (path: string) => boolean {
-  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
-  return (path) => {
-    const text = trimEnd(path).toLowerCase();
-    if (roots.has(text)) return true;
-    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
-      if (roots.has(text.slice(0, at))) return true;
-    }
-    return false;
-  };
 }
 
 // Removes deleted paths from marks and search results. The answers don't say which paths of a partial
@@ -200,7 +189,7 @@ function removeGone(plan: Plan, deleted: number, options: DeletionOptions): void
 }
 
 function forget(gone: (path: string) => boolean, options: DeletionOptions): void {
-  state.selection.keepOnly((path) => !gone(path));
+  unmarkEverywhere(gone);
   options.after?.(gone);
   dropFromSearches(gone);
   changed('selection');

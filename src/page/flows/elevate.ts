@@ -1,6 +1,8 @@
 // Restarts the program with administrator rights, or ends it. The new process takes over the port, so
 // this tab goes on with it.
-import { failure, text, t } from '../core/i18n';
+import { wordOf } from '../core/failure';
+import { text, t } from '../core/i18n';
+import { FAILURE } from '../core/words';
 import { api, markEnded } from '../data/api';
 import { changed, state } from '../data/state';
 import { button } from '../ui/dom';
@@ -48,6 +50,9 @@ async function elevate(): Promise<void> {
   }
 }
 
+// Only the program of one's own machine can be restarted from the page: an agent has its own rights.
+export const mayElevate = (): boolean => state.hello.canQuit && state.targets !== null && !state.targets.elevated;
+
 // The text of the button follows the progress of the restart.
 export const elevateButton = (): HTMLButtonElement =>
   button(progress.words ? text(progress.words) : t('elevate'), () => void elevate(), { icon: 'shield', class: 'elevates' });
@@ -75,14 +80,10 @@ export function checkElevation(): void {
 
 export async function quitProgram(): Promise<void> {
   try {
-    const response = await fetch('/api/quit');
-    if (response.ok) {
-      markEnded();
-      return;
-    }
-    const { error } = (await response.json()) as { error?: string };
-    toast(failure(error ?? ''));
-  } catch {
+    await api('/api/quit');
     markEnded();
+  } catch (error) {
+    if (wordOf(error) === FAILURE.offline) markEnded();
+    else toastFailure(error);
   }
 }

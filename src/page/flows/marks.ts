@@ -1,14 +1,18 @@
 // The bar that shows what is marked and what can be done with it.
+import type { ResultDoc } from '../core/answers';
 import { size, t } from '../core/i18n';
 import { topmost } from '../core/paths';
-import type { Selection } from '../core/selection';
-import { changed, state } from '../data/state';
+import { Selection } from '../core/selection';
+import { FINDING } from '../core/words';
+import { changed, resultOnView, state, viewOf } from '../data/state';
 import { button, el, setText } from '../ui/dom';
 import { openDeletion } from './deletion';
+import { verifyAndDelete, type Copies } from './verify';
 
 export interface MarksBar {
   root: HTMLElement;
   update: () => void;
+  delete: (active?: string) => void; // the Del key: deletes what is marked, or else the active item
 }
 
 export interface MarksOptions {
@@ -40,17 +44,38 @@ export function marksBar(options: MarksOptions): MarksBar {
     setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');
   };
   update();
-  return { root, update };
+  const byKey = (active?: string): void => {
+    if (options.selection.keys.size > 0) options.onDelete();
+    else if (active !== undefined) openDeletion([active], { fallback: options.fallback });
+  };
+  return { root, update, delete: byKey };
 }
 
 function clearMarks(): void {
   state.selection.clear();
   state.weights.clear();
+  viewOf(state.view).copies.clear();
   changed('selection');
 }
 
-export function toggleMark(path: string, bytes: number): void {
+// The groups of possible duplicates that a scan lists: files of the same name and size.
+const possibleCopies = (doc: ResultDoc | undefined): Copies[] =>
+  (doc?.advice ?? []).filter((finding) => finding.code === FINDING.duplicates).flatMap(({ paths, pathGroup }) =>
+    [...new Set(pathGroup)].map((number) => ({ files: paths.filter((_, i) => pathGroup[i] === number).map((p) => ({ p })) })));
+
+// What was marked as a possible duplicate is only deleted if it is one.
+function deleteMarks(fallback: () => HTMLElement | null): void {
+  const { selection, copies } = viewOf(state.view);
+  const compared = new Selection();
+  for (const path of copies) if (selection.has(path)) compared.keys.add(path);
+  const others = [...selection.keys].filter((path) => !compared.has(path));
+  if (compared.keys.size > 0) void verifyAndDelete(possibleCopies(resultOnView()), compared, fallback, others);
+  else openDeletion(others, { fallback });
+}
+
+export function toggleMark(path: string, bytes: number, asCopy = false): void {
   state.selection.toggle(-1, path);
+  if (asCopy) viewOf(state.view).copies.add(path);
   state.weights.set(path, bytes);
   changed('selection');
 }
@@ -62,5 +87,5 @@ export const scanMarksBar = (fallback: () => HTMLElement | null): MarksBar => ma
   bytesOf: (path) => state.weights.get(path) ?? 0,
   clear: clearMarks,
   fallback,
-  onDelete: () => openDeletion(state.selection.keys, { fallback }),
+  onDelete: () => deleteMarks(fallback),
 });

@@ -3,12 +3,12 @@ import { t } from '../core/i18n';
 import { isFolder } from '../core/tree';
 import { api, query } from '../data/api';
 import { expandTo } from '../data/folders';
-import { changed, goTo, state, treeOf } from '../data/state';
+import { changed, goTo, state, treeOf, viewOf } from '../data/state';
 import { toast, toastFailure } from '../ui/toast';
 
 // Shows a path in the tree; openPath expands it as well.
 export function openPath(path: string): void {
-  state.expanded.add(path);
+  viewOf(state.view).expanded.add(path);
   openInExplorer(path);
 }
 

@@ -7,12 +7,13 @@ import { shareOf } from '../core/units';
 import { FINDING } from '../core/words';
 import { goTo, state } from '../data/state';
 import { openCleanup, openEmptyBin } from '../flows/cleaning';
-import { elevateButton } from '../flows/elevate';
+import { elevateButton, mayElevate } from '../flows/elevate';
 import { scanMarksBar, toggleMark } from '../flows/marks';
 import { openInExplorer } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
 import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
+import { KEYS } from '../ui/keys';
 import { emptyState } from '../ui/notices';
 import { toast } from '../ui/toast';
 
@@ -38,6 +39,8 @@ function lastOfGroup(places: Place[], place: Place): boolean {
   return place.group > 0 && !places.some((other) => other.group === place.group && other.path !== place.path && !state.selection.has(other.path));
 }
 
+// `canMark` is false where places are emptied as a whole, or are on another machine: a lock would say that
+// nothing can be done there.
 function placeRow(place: Place, places: Place[], largest: number, canMark: boolean): HTMLElement {
   const label = t('dtMark');
   const box = el('input', { type: 'checkbox', 'aria-label': `${label}: ${shown(place.path)}`, checked: state.selection.has(place.path), 'data-key': place.path, on: {
@@ -47,17 +50,17 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
         toast(t('acLast'));
         return;
       }
-      toggleMark(place.path, place.bytes);
+      toggleMark(place.path, place.bytes, place.group > 0);
     },
   } });
-  const locked = place.lock !== '';
+  const locked = place.lock !== '' && canMark;
   return el('li', {},
-    canMark && !locked ? box : locked ? el('span', { title: t('locked', { why: phrase('r_', place.lock) }) }, icon('lock')) : el('span'),
+    locked ? el('span', { title: t('locked', { why: phrase('r_', place.lock) }) }, icon('lock')) : canMark ? box : el('span'),
     cutPath(place.path), meter(shareOf(place.bytes, largest), 'extra'),
     el('span', { class: 'number extra muted' }, place.files > 0 ? t('nFiles', { n: place.files }) : ''),
     el('span', { class: 'number' }, size(place.bytes)),
     iconButton('explorer', `${t('adOpen')}: ${shown(place.path)}`, () => openInExplorer(place.path)),
-    locked && canMark ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
+    locked ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
 }
 
 function actionsOf(job: Job, finding: Finding): HTMLElement[] {
@@ -66,7 +69,7 @@ function actionsOf(job: Job, finding: Finding): HTMLElement[] {
     case FINDING.tempFiles:
     case FINDING.updates: return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
     case FINDING.duplicates: return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
-    case FINDING.denied: return state.targets && !state.targets.elevated ? [elevateButton()] : [];
+    case FINDING.denied: return mayElevate() ? [elevateButton()] : [];
     default: return [];
   }
 }
@@ -99,6 +102,9 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   const cards = el('div', { class: 'stack wide' }, doc.advice.map((finding) => card(job, finding)));
   const bar = scanMarksBar(() => cards.querySelector<HTMLElement>('input, h2'));
   bar.root.classList.add('stays');
+  cards.addEventListener('keydown', (event) => {
+    if (event.key === KEYS.delete) bar.delete();
+  });
   requestAnimationFrame(() => {
     const wanted = state.finding && document.getElementById(`finding-${state.finding}`);
     state.finding = '';

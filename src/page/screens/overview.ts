@@ -1,20 +1,22 @@
 // The overview of a scan: where the space went, and what could be freed.
 import type { Job, ResultDoc } from '../core/answers';
 import { count, parts, percent, phrase, seconds, size, text, t, known } from '../core/i18n';
-import { isDrive, isRemote } from '../core/job';
+import { isDrive, isRemote, nameOf, turboReason } from '../core/job';
 import { typeName } from '../core/names';
-import { shown } from '../core/paths';
-import { isFolder } from '../core/tree';
+import { fileNameOf, shown } from '../core/paths';
+import { isFolder, type Entry } from '../core/tree';
 import { shareOf } from '../core/units';
-import { METHOD, REST, UNIMPORTANT, type RestKind } from '../core/words';
+import { winnable } from '../core/winnable';
+import { METHOD, REST } from '../core/words';
 import { linkTo } from '../data/api';
+import { loadFolder } from '../data/folders';
 import { forgetScan, rescan } from '../data/jobs';
 import { changed, goTo, state, treeOf } from '../data/state';
 import { openEmptyBin } from '../flows/cleaning';
 import { openInExplorer, openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
-import { button, cutPath, el, icon, inert, meter } from '../ui/dom';
+import { button, cutPath, el, fill, icon, inert, meter, type Child } from '../ui/dom';
 
 const LISTED = 5;
 
@@ -39,18 +41,29 @@ function spaceOf({ meta }: ResultDoc): Space {
   return { size: meta.volumeSize, used, other: Math.max(0, occupied - freed - binned - used), binned, freed, free };
 }
 
+// The folders right below the root, largest first, and what lies elsewhere: in folders that are not among
+// the ones listed, and in the root itself.
+function contentsOf({ root, entries }: ReturnType<typeof rootOf>): { folders: Entry[]; spread: number; loose: number } {
+  const folders = entries.filter((entry) => isFolder(entry) && entry.s > 0);
+  const bytes = (list: readonly Entry[]): number => list.reduce((sum, entry) => sum + entry.s, 0);
+  const smaller = entries.filter((entry) => entry.kind === REST.smaller);
+  const inFolders = bytes(folders) + bytes(smaller);
+  return { folders: folders.slice(0, LISTED), spread: bytes(folders.slice(LISTED)) + bytes(smaller), loose: root.s - inFolders };
+}
+
+const rootOf = (job: Job): { root: Entry; entries: readonly Entry[] } => {
+  const tree = treeOf(job.id)!;
+  return { root: tree.root, entries: tree.entries(tree.root.path) };
+};
+
 function answer(job: Job, doc: ResultDoc): HTMLElement {
-  const root = doc.tree?.n ?? doc.meta.path;
-  const largest = treeOf(job.id)?.entries(root).find(isFolder);
+  const { root, entries } = rootOf(job);
+  const { folders: [largest], spread, loose } = contentsOf({ root, entries });
   const space = spaceOf(doc);
-  if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', { path: inert(root) }));
-  const rest = (kind: RestKind): number => doc.tree?.c?.find((child) => child.rk === kind)?.s ?? 0;
-  if (rest(REST.smaller) > Math.max(largest?.s ?? 0, rest(REST.loose))) {
-    return el('p', { class: 'answer' }, parts('ovAnswerSpread', { size: size(doc.meta.used), path: inert(root) }));
-  }
-  if (!largest || largest.s * 2 < doc.tree!.s && rest(REST.loose) > largest.s) {
-    return el('p', { class: 'answer' }, parts('ovAnswerFlat', { size: size(doc.meta.used), path: inert(root) }));
-  }
+  const all = { size: size(doc.meta.used), path: inert(root.path) };
+  if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', all));
+  if (spread > Math.max(largest?.s ?? 0, loose)) return el('p', { class: 'answer' }, parts('ovAnswerSpread', all));
+  if (!largest || largest.s * 2 < root.s && loose > largest.s) return el('p', { class: 'answer' }, parts('ovAnswerFlat', all));
   const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
   const nowFree = space.free + space.freed;
   return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && isDrive(job)
@@ -84,7 +97,7 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
   const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
-  const why = job.noTurbo && meta.method === METHOD.walk && known(`t_${job.noTurbo}`) && isDrive(job) ? t('turboOff', { why: text(`t_${job.noTurbo}`) }) : null;
+  const why = job.noTurbo && meta.method === METHOD.walk && isDrive(job) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
@@ -101,25 +114,39 @@ interface Bar {
   open: () => void;
 }
 
-function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement | null {
-  if (list.length === 0) return null;
-  return el('section', { class: 'panel stack' },
+const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
+
+function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement[] {
+  if (list.length === 0) return [];
+  return [
     el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${t('ovAll')}: ${title}` })),
     el('ol', { class: 'bars' }, list.map((bar, index) => el('li', {},
-      el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole))))));
+      el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole)))))];
 }
 
 function make(job: Job, doc: ResultDoc): ResultScreen {
-  const tree = treeOf(job.id)!;
-  const folders = tree.entries(tree.root.path).filter((entry) => isFolder(entry) && entry.s > 0).slice(0, LISTED)
-    .map((entry): Bar => ({ label: inert(entry.name), bytes: entry.s, open: () => openPath(entry.path) }));
+  const found = el('div', {});
+  const largest = el('section', { class: 'panel stack' });
+  let shownEntries: readonly Entry[] | null = null;
+  const showFolders = (): void => {
+    const { entries } = rootOf(job);
+    if (entries === shownEntries) return;
+    shownEntries = entries;
+    fill(found, answer(job, doc));
+    const folders = contentsOf(rootOf(job)).folders
+      .map((entry): Bar => ({ label: inert(entry.name), bytes: entry.s, open: () => openPath(entry.path) }));
+    largest.hidden = folders.length === 0;
+    fill(largest, bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'));
+  };
+  showFolders();
+  // The result leaves out small folders, which may be all there are.
+  if (rootOf(job).entries.some((entry) => entry.kind === REST.smaller) && contentsOf(rootOf(job)).folders.length < LISTED) void loadFolder(job.id, rootOf(job).root.path);
   const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
   const types = doc.exts.slice(0, LISTED).map((type): Bar => ({ label: inert(typeName(type.e)), bytes: type.s, open: () => {
     state.type = type.e;
     goTo('types');
   } }));
-  const findings = doc.advice.filter((finding) => finding.level !== UNIMPORTANT);
-  const winnable = findings.reduce((sum, finding) => sum + finding.bytes, 0);
+  const won = Math.min(winnable(doc.advice), doc.meta.used);
   const adviceBars = doc.advice.slice(0, LISTED).map((finding): Bar => ({
     label: el('span', {}, phrase('a_', finding.code)), bytes: finding.bytes, open: () => {
       state.finding = finding.code;
@@ -128,25 +155,28 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     },
   }));
   const csv = (what: string, label: string): HTMLElement =>
-    el('a', { class: 'button plain', href: linkTo('/api/export', { id: job.id, what }), download: `vorda-${what}.csv` }, icon('download'), label);
+    el('a', { class: 'button plain', href: linkTo('/api/export', { id: job.id, what }), download: `vorda-${fileNameOf(nameOf(job))}-${what}.csv` }, icon('download'), label);
   return {
     top: el('div', { class: 'actions push' },
       button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
       state.stopped.has(job.id) ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('fiStopped'))) : null,
-      el('div', { class: 'stack' }, answer(job, doc), winnable > 0 ? el('p', {}, t('ovWin', { size: size(Math.min(winnable, doc.meta.used)) })) : null),
+      el('div', { class: 'stack' }, found, won > 0 ? el('p', {}, t('ovWin', { size: size(won) })) : null),
       capacity(doc, isRemote(job)),
       figures(job, doc),
       el('div', { class: 'columns' },
-        bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'),
-        bars(t('ovAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice') ??
-          el('section', { class: 'panel stack' }, el('h2', {}, t('ovAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
-        bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type'),
-        bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('explorer'), 'file')),
+        largest,
+        adviceBars.length > 0 ? panel(bars(t('ovAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice'))
+          : panel(el('h2', {}, t('ovAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
+        types.length > 0 ? panel(bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type')) : null,
+        files.length > 0 ? panel(bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('explorer'), 'file')) : null),
       el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },
         csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')))),
     ],
+    update: (changes) => {
+      if (changes.has('tree')) showFolders();
+    },
   };
 }
 

@@ -10,7 +10,7 @@ import { shareOf } from '../core/units';
 import { api, query } from '../data/api';
 import { changed, state } from '../data/state';
 import { findAll } from '../flows/find_form';
-import { scanMarksBar } from '../flows/marks';
+import { scanMarksBar, type MarksBar } from '../flows/marks';
 import { openInExplorer, openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
@@ -35,6 +35,8 @@ interface Detail {
   table: Table<FileItem> | null;
 }
 
+type Remove = MarksBar['delete'];
+
 const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
 
 function titleOf(job: Job, doc: ResultDoc, type: string): HTMLElement {
@@ -44,7 +46,7 @@ function titleOf(job: Job, doc: ResultDoc, type: string): HTMLElement {
     type.startsWith('.') && !isRemote(job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
 }
 
-function detailOf(job: Job, doc: ResultDoc, type: string): Detail {
+function detailOf(job: Job, doc: ResultDoc, type: string, remove: Remove): Detail {
   const answer = state.types.get(type);
   const title = titleOf(job, doc, type);
   if (answer === undefined) return { root: panel(title, loading()), table: null };
@@ -57,10 +59,10 @@ function detailOf(job: Job, doc: ResultDoc, type: string): Detail {
     return { root: panel(title, failureNotice(answer, retry, `${type}\n${answer}`)), table: null };
   }
   if (answer.files.length === 0) return { root: panel(title, el('p', { class: 'muted' }, t('tyNoBig', { size: size(BIG_FILE_BYTES) }))), table: null };
-  return filesAndFolders(title, fileTable(answer, isRemote(job)), answer);
+  return filesAndFolders(title, fileTable(answer, isRemote(job), remove), answer);
 }
 
-function fileTable({ files }: ExtAnswer, remote: boolean): Table<FileItem> {
+function fileTable({ files }: ExtAnswer, remote: boolean, remove: Remove): Table<FileItem> {
   const table = new Table<FileItem>({
     label: t('tyFiles'), role: 'grid', selection: state.selection, keyOf: (row) => row.p, markable: () => !remote, grows: true,
     columns: [
@@ -75,6 +77,7 @@ function fileTable({ files }: ExtAnswer, remote: boolean): Table<FileItem> {
       changed('selection');
     },
     onEnter: (row) => openInExplorer(row.p),
+    onDelete: remove,
     decorate: (element, row) => setAttribute(element, 'title', shown(row.p.slice(0, 1000))),
   });
   table.setRows(files);
@@ -101,7 +104,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   let detail: Detail | null = null;
   const show = (): void => {
     detail?.table?.leave();
-    detail = state.type ? detailOf(job, doc, state.type) : null;
+    detail = state.type ? detailOf(job, doc, state.type, bar.delete) : null;
     fill(place, detail?.root);
   };
   const choose = (type: string): void => {

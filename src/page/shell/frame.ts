@@ -52,11 +52,13 @@ const showTitle = (): void => {
 function mirrorSection(): void {
   showTitle();
   const wanted = `#${state.section}`;
-  // The first section replaces the step that opened the page.
-  if (!state.started || location.hash === wanted || location.hash === `#${ABOUT}`) return;
-  if (mirrored.once) history.pushState(null, '', wanted);
-  else history.replaceState(null, '', wanted);
+  if (!state.started) return;
+  const first = !mirrored.once;
   mirrored.once = true;
+  if (location.hash === wanted) return;
+  // The first section replaces the step that opened the page.
+  if (first) history.replaceState(null, '', wanted);
+  else history.pushState(null, '', wanted);
 }
 
 function rebuild(): void {
@@ -90,6 +92,7 @@ function onChange(changes: ReadonlySet<Change>): void {
   }
   if (changes.has('offline') && !state.offline) toast(t('back'));
   for (const update of frame.updates) update();
+  if (!mirrored.once) mirrorSection();
   if (frame.section !== state.section) showSection(true);
   else frame.screen.update?.(changes);
 }

@@ -5,7 +5,7 @@ import { hasFailed, isDrive, isHost, isRunning, nameOf, summary } from '../core/
 import { shown } from '../core/paths';
 import { cancelScan, forgetScan, poll, viewJob } from '../data/jobs';
 import { goTo, isChoosing, state } from '../data/state';
-import { elevateButton } from '../flows/elevate';
+import { elevateButton, mayElevate } from '../flows/elevate';
 import { button, el, icon, iconButton, inert, setAttribute, setText } from '../ui/dom';
 
 interface Part {
@@ -74,7 +74,7 @@ export function header(): Part {
     list.hidden = chips.size === 0;
     setText(machine, shown(state.targets?.machine ?? ''));
     progress.hidden = !state.jobs.some(isRunning);
-    const missing = state.targets && !state.targets.elevated;
+    const missing = mayElevate();
     if (missing && !rights.firstChild) rights.append(elevateButton());
     else if (!missing) rights.replaceChildren();
   };

@@ -26,6 +26,7 @@ export interface MapHooks {
   onLeave: () => void;
   onHover: (entry: Entry | null) => void;
   onMark: (entry: Entry) => void;
+  onDelete: (entry: Entry) => void;
 }
 
 interface Colours {
@@ -273,6 +274,8 @@ export class MapCanvas {
     }
     if (event.altKey || event.ctrlKey || event.metaKey) return;
     const tile = this.own[this.active];
+    // A click may have chosen a tile inside another one.
+    const chosen = this.layout.tiles.find((one) => one.item.path === this.chosen) ?? tile;
     const arrow = arrows[event.key];
     if (arrow) {
       event.preventDefault();
@@ -285,9 +288,12 @@ export class MapCanvas {
     } else if (event.key === KEYS.enter && tile) {
       event.preventDefault();
       this.hooks.onEnter(tile.item);
-    } else if (event.key === KEYS.space && tile) {
+    } else if (event.key === KEYS.space && chosen) {
       event.preventDefault();
-      this.hooks.onMark(tile.item);
+      this.hooks.onMark(chosen.item);
+    } else if (event.key === KEYS.delete && chosen) {
+      event.preventDefault();
+      this.hooks.onDelete(chosen.item);
     }
   }
 

@@ -32,6 +32,7 @@ export interface TableOptions<R> {
   onActive?: (row: R, index: number) => void;
   onEnter?: (row: R, index: number) => void;
   onKey?: (event: KeyboardEvent, index: number) => boolean; // true: handled
+  onDelete?: (key: string | undefined) => void; // the active row, if it can be marked
   onSort?: (word: string) => void;
   decorate?: (element: HTMLElement, row: R, index: number) => void;
   grows?: boolean; // height follows its rows, within limits
@@ -311,6 +312,9 @@ export class Table<R> {
       if (row === undefined) return;
       event.preventDefault();
       this.options.onEnter?.(row, this.active);
+    } else if (event.key === KEYS.delete && this.options.onDelete) {
+      event.preventDefault();
+      this.options.onDelete(this.keyAt(this.active) ?? undefined);
     } else if (event.key.toLowerCase() === 'a' && (event.ctrlKey || event.metaKey) && this.options.selection) {
       event.preventDefault();
       this.markAll();
@@ -338,6 +342,9 @@ export class Table<R> {
     this.options.onEnter?.(row, index);
   }
 }
+
+// In a row that stands for what could not be loaded. The keyboard has Enter for it.
+export const retryButton = (): HTMLButtonElement => el('button', { type: 'button', class: 'link again', tabindex: '-1', hidden: true }, t('retry'));
 
 // The column with the box that shows whether a row is marked.
 export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Column<R> => ({

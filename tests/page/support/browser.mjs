@@ -8,7 +8,7 @@ import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
 
 let launched = null;
-const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server'] }));
+const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server', '--host-resolver-rules=MAP *.test 127.0.0.1'] }));
 after(async () => (await launched)?.close());
 
 // A tab in a profile of its own; further tabs of the same user come from its context. `expected` matches

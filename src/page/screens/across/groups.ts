@@ -9,10 +9,10 @@ import { marksBar, type MarksBar } from '../../flows/marks';
 import { reveal } from '../../flows/places';
 import { boundSelect } from '../../flows/search_form';
 import type { ResultList } from '../../flows/search_frame';
+import { verifyAndDelete } from '../../flows/verify';
 import { button, cutPath, el, field, icon, setAttribute, setText, type Child } from '../../ui/dom';
 import { markColumn, Table, type Column } from '../../ui/table';
 import { toast } from '../../ui/toast';
-import { verifyAndDelete } from './verify';
 
 const LISTED_NAMES = 20;
 
@@ -130,6 +130,7 @@ export class GroupList implements ResultList<CopyGroup> {
       mayMark: (row) => row.copy !== null && mayChoose(row.group, marks.keys, row.copy.p),
       onRefused: () => toast(t('acLast')),
       onMarked: () => this.bar.update(),
+      onDelete: () => this.bar.delete(), // what is marked only: one copy must stay
       onActive: (row) => {
         if (row.copy) showHit(row.copy, row.group.s);
       },

@@ -3,8 +3,8 @@ import { count, percent, size } from '../../core/i18n';
 import { entryName } from '../../core/names';
 import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind, type TreeRow } from '../../core/tree';
 import { shareOf } from '../../core/units';
-import { el, icon, setIcon, setText } from '../../ui/dom';
-import { markColumn, type Column } from '../../ui/table';
+import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
+import { markColumn, retryButton, type Column } from '../../ui/table';
 
 const INDENT = 6;
 const STEP = 14;
@@ -30,8 +30,8 @@ function rails(depth: number): string {
   return image;
 }
 
-function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void): void {
-  const [twist, kind, name] = cell.children as unknown as [HTMLElement, SVGSVGElement, HTMLElement];
+function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void, retry: () => void): void {
+  const [twist, kind, name, again] = cell.children as unknown as [HTMLElement, SVGSVGElement, HTMLElement, HTMLElement];
   cell.style.paddingInlineStart = `${INDENT + row.depth * STEP}px`;
   cell.style.backgroundImage = rails(row.depth);
   twist.classList.toggle('none', !row.opens);
@@ -40,6 +40,9 @@ function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void): void {
   kind.style.color = row.depth > 0 && isFolder(row.entry) ? railColour(row.depth) : '';
   setText(name, entryName(row.entry));
   name.classList.toggle('muted', !isItem(row.entry));
+  setAttribute(name, 'title', isFailed(row.entry) ? entryName(row.entry) : null);
+  again.hidden = !isFailed(row.entry);
+  again.onclick = retry;
 }
 
 export interface TreeContext {
@@ -47,13 +50,14 @@ export interface TreeContext {
   parentSize: (row: TreeRow) => number;
   canMark: (row: TreeRow) => boolean;
   toggle: (index: number) => void; // expands or collapses a row
+  retry: (row: TreeRow) => void; // loads a folder again that could not be loaded
 }
 
-export const columns = ({ whole, parentSize, canMark, toggle }: TreeContext): Column<TreeRow>[] => [
+export const columns = ({ whole, parentSize, canMark, toggle, retry }: TreeContext): Column<TreeRow>[] => [
   markColumn((row) => (canMark(row) ? 'open' : 'none')),
   {
-    title: 'colName', width: 'minmax(9rem, 6fr)', fill: (cell, row, index) => fillName(cell, row, () => toggle(index)),
-    make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' })),
+    title: 'colName', width: 'minmax(9rem, 6fr)', fill: (cell, row, index) => fillName(cell, row, () => toggle(index), () => retry(row)),
+    make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' }), retryButton()),
   },
   { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, isFailed(row.entry) || isLoading(row.entry) ? '' : size(row.entry.s)) },
   {

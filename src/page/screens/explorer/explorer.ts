@@ -4,7 +4,7 @@ import { size, t } from '../../core/i18n';
 import { isRemote } from '../../core/job';
 import { BIG_FILE_BYTES, findTyped, isFailed, isItem, treeRows, type ScanTree, type TreeRow } from '../../core/tree';
 import { expandTo, loadFolder } from '../../data/folders';
-import { changed, state, treeOf } from '../../data/state';
+import { changed, treeOf, viewOf, type ScanView } from '../../data/state';
 import { detailsButton, showDetails } from '../../flows/details';
 import { scanMarksBar } from '../../flows/marks';
 import { openInMap } from '../../flows/places';
@@ -27,10 +27,13 @@ class Explorer implements ResultScreen {
   private typed = { text: '', at: 0 };
   private completing = false;
   // A path opened from another section may have to be loaded first.
-  private wanted = state.openFolder;
+  private wanted: string;
+  private readonly view: ScanView;
 
   constructor(private readonly job: Job) {
-    if (state.expanded.size === 0) state.expanded.add(this.tree.root.path);
+    this.view = viewOf(job.id);
+    this.wanted = this.view.openFolder;
+    if (this.view.expanded.size === 0) this.view.expanded.add(this.tree.root.path);
     this.table = this.makeTable();
     this.top = [el('span', { class: 'small muted' }, t('exBigOnly', { size: size(BIG_FILE_BYTES) })), detailsButton()];
     this.content = [this.bar.root, this.table.root];
@@ -68,9 +71,10 @@ class Explorer implements ResultScreen {
   private makeTable(): Table<TreeRow> {
     const canMark = (row: TreeRow): boolean => this.canMark(row);
     return new Table<TreeRow>({
-      label: t('exTree'), role: 'treegrid', selection: state.selection, keyOf: (row) => row.entry.path, markable: canMark,
+      label: t('exTree'), role: 'treegrid', selection: this.view.selection, keyOf: (row) => row.entry.path, markable: canMark,
       columns: columns({
         whole: () => this.tree.root.s, parentSize: (row) => this.rows[row.parent]?.entry.s ?? 0, canMark,
+        retry: (row) => this.enter(row),
         toggle: (index) => {
           this.setOpen(index, !this.rows[index]?.open);
           this.table.moveTo(index);
@@ -78,10 +82,11 @@ class Explorer implements ResultScreen {
       }),
       onMarked: () => this.weighMarks(),
       onActive: (row) => {
-        state.openFolder = row.entry.path;
+        this.view.openFolder = row.entry.path;
         showDetails(row.entry);
       },
       onEnter: (row) => this.enter(row),
+      onDelete: (path) => this.bar.delete(path),
       onKey: (event, index) => this.key(event, index),
       decorate: (element, row) => {
         setAttribute(element, 'aria-level', row.depth + 1);
@@ -93,8 +98,8 @@ class Explorer implements ResultScreen {
   }
 
   private weighMarks(): void {
-    for (const path of state.selection.keys) {
-      if (!state.weights.has(path)) state.weights.set(path, this.rows.find((row) => row.entry.path === path)?.entry.s ?? 0);
+    for (const path of this.view.selection.keys) {
+      if (!this.view.weights.has(path)) this.view.weights.set(path, this.rows.find((row) => row.entry.path === path)?.entry.s ?? 0);
     }
     changed('selection');
   }
@@ -103,10 +108,10 @@ class Explorer implements ResultScreen {
     const row = this.rows[index];
     if (!row?.opens) return;
     if (open) {
-      state.expanded.add(row.entry.path);
+      this.view.expanded.add(row.entry.path);
       void loadFolder(this.job.id, row.entry.path);
     } else {
-      state.expanded.delete(row.entry.path);
+      this.view.expanded.delete(row.entry.path);
     }
     this.rebuild();
   }
@@ -144,7 +149,7 @@ class Explorer implements ResultScreen {
   }
 
   private rebuild(): void {
-    this.rows = treeRows(this.tree, state.expanded);
+    this.rows = treeRows(this.tree, this.view.expanded);
     this.table.setRows(this.rows);
   }
 
@@ -152,7 +157,7 @@ class Explorer implements ResultScreen {
   // are there, so that none of them disappears for a moment.
   private async complete(): Promise<void> {
     this.completing = true;
-    for (const path of [...state.expanded].sort((a, b) => a.length - b.length)) {
+    for (const path of [...this.view.expanded].sort((a, b) => a.length - b.length)) {
       const tree = treeOf(this.job.id);
       if (tree?.find(path) && tree.needsLoading(path)) await loadFolder(this.job.id, path);
     }
@@ -163,13 +168,13 @@ class Explorer implements ResultScreen {
   private settle(): void {
     this.rebuild();
     if (!this.wanted || !this.has(this.wanted)) return;
-    state.openFolder = this.wanted;
+    this.view.openFolder = this.wanted;
     this.wanted = '';
     this.goToOpenFolder();
   }
 
   private goToOpenFolder(): void {
-    const index = this.rows.findIndex((row) => row.entry.path === state.openFolder);
+    const index = this.rows.findIndex((row) => row.entry.path === this.view.openFolder);
     if (index >= 0 && index !== this.table.active) this.table.moveTo(index, true);
     const row = this.rows[this.table.active];
     if (row) showDetails(row.entry);

@@ -99,6 +99,7 @@ export class HitList implements ResultList<Hit> {
       onMarked: () => this.bar.update(),
       onActive: (hit) => showHit(hit, hit.s),
       onEnter: (hit) => void reveal(hit.p),
+      onDelete: (path) => this.bar.delete(path),
       onKey: (event, index) => this.copy(event, index),
       onSort: (word) => this.sortBy(word),
       decorate: (element, hit) => setAttribute(element, 'title', title(hit)),

@@ -4,7 +4,7 @@ import { size, t } from '../../core/i18n';
 import { isRemote } from '../../core/job';
 import { entryName } from '../../core/names';
 import { baseName, shown } from '../../core/paths';
-import { isFolder, isItem, type Entry, type ScanTree } from '../../core/tree';
+import { isFailed, isFolder, isItem, type Entry, type ScanTree } from '../../core/tree';
 import { chainTo, loadFolder } from '../../data/folders';
 import { changed, state, treeOf } from '../../data/state';
 import { detailsButton, showDetails } from '../../flows/details';
@@ -48,7 +48,7 @@ class MapSection implements ResultScreen {
     this.top = [iconButton('up', t('mapUp'), () => this.up()), this.crumbs, detailsButton()];
     this.content = [this.bar.root, this.empty, el('div', { class: 'map-area' }, this.canvas.root, this.table.root), this.under];
     addEventListener('popstate', this.onBack);
-    void loadFolder(job.id, this.folder.path);
+    this.load();
     this.show();
     showDetails(this.folder);
   }
@@ -56,7 +56,7 @@ class MapSection implements ResultScreen {
   update(changes: Changes): void {
     if (changes.has('results')) {
       this.folder = this.nearestFolder(this.folder.path);
-      void loadFolder(this.job.id, this.folder.path);
+      this.load();
     }
     if (changes.has('results') || changes.has('tree')) this.show();
     if (changes.has('selection')) {
@@ -109,6 +109,7 @@ class MapSection implements ResultScreen {
       onEnter: (entry) => this.enter(entry),
       onLeave: () => this.up(),
       onHover: (entry) => setText(this.under, entry ? `${shown((isItem(entry) ? entry.path : entryName(entry)).slice(0, 400))}  ${size(entry.s)}` : t('mapHelp')),
+      onDelete: (entry) => this.bar.delete(this.canMark(entry) ? entry.path : undefined),
       onMark: (entry) => {
         if (this.canMark(entry)) toggleMark(entry.path, entry.s);
       },
@@ -118,7 +119,7 @@ class MapSection implements ResultScreen {
   private makeTable(): Table<Entry> {
     const markable = (row: Entry): boolean => this.canMark(row);
     return new Table<Entry>({
-      label: '', role: 'grid', selection: state.selection, keyOf: (row) => row.path, markable, columns: columns(markable, () => this.folder.s),
+      label: '', role: 'grid', selection: state.selection, keyOf: (row) => row.path, markable, columns: columns(markable, () => this.folder.s, () => this.load()),
       onMarked: () => {
         for (const row of this.rows) if (state.selection.has(row.path)) state.weights.set(row.path, row.s);
         changed('selection');
@@ -128,6 +129,7 @@ class MapSection implements ResultScreen {
         showDetails(isItem(row) ? row : null);
       },
       onEnter: (row) => this.enter(row),
+      onDelete: (path) => this.bar.delete(path),
       onKey: (event) => {
         if (event.key !== KEYS.backspace) return false;
         this.up();
@@ -166,12 +168,16 @@ class MapSection implements ResultScreen {
     } } }, label);
   }
 
+  private load(): void {
+    void loadFolder(this.job.id, this.folder.path);
+  }
+
   private goInto(entry: Entry): void {
     this.folder = entry;
     state.openFolder = entry.path;
     this.table.active = 0;
     this.table.root.scrollTop = 0;
-    void loadFolder(this.job.id, entry.path);
+    this.load();
     this.show();
     showDetails(entry);
   }
@@ -182,6 +188,7 @@ class MapSection implements ResultScreen {
   }
 
   private enter(entry: Entry): void {
+    if (isFailed(entry)) this.load();
     if (isFolder(entry) && this.tree.opens(entry) && entry.path !== this.folder.path) this.step(entry);
   }
 

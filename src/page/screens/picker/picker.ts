@@ -1,12 +1,13 @@
 // Choosing what to scan: drives, Linux distributions, a folder, a host.
 import type { Job, Targets } from '../../core/answers';
-import { t } from '../../core/i18n';
+import { parts, t } from '../../core/i18n';
 import { isHost } from '../../core/job';
 import { kindOf, sameTarget } from '../../core/paths';
 import { KIND, NO_RIGHTS } from '../../core/words';
 import { onKeyNeeded } from '../../data/api';
 import { state } from '../../data/state';
-import { elevateButton } from '../../flows/elevate';
+import { elevateButton, mayElevate } from '../../flows/elevate';
+import { keyText } from '../../flows/key_dialog';
 import type { Changes, Screen } from '../../flows/screen';
 import { button, el, field, fill, heading, icon, inert, loading, onEnter, setText } from '../../ui/dom';
 import { emptyState } from '../../ui/notices';
@@ -27,24 +28,30 @@ function typed(label: string, hint: string, input: HTMLInputElement, words: stri
   return el('div', { class: 'stack' }, el('div', { class: 'form' }, field(label, input, { hint }), extra, button(words, go)), wrong);
 }
 
-function folderPart(): HTMLElement {
-  const input = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false' });
-  return el('div', { class: 'stack' },
+// Says that the path in the field below was not entered by the user.
+const proposal = (path: string): HTMLElement | null =>
+  path ? el('div', { class: 'notice warning proposal' }, icon('warning'), el('p', {}, parts('proposed', { path: inert(path) }))) : null;
+
+function folderPart(proposed: string): HTMLElement {
+  const input = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', value: proposed });
+  return el('div', { class: 'stack' }, proposal(proposed),
     typed(t('folderPath'), t('folderHint'), input, t('scanFolder'), (path) => void scan(path, kindOf(path), path), []),
     folderBrowser(input));
 }
 
-function sshPart(): HTMLElement {
-  const input = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'off' });
+function sshPart(proposed: string): HTMLElement {
+  const input = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'off', value: proposed });
   const password = el('input', { type: 'password', class: 'input', autocomplete: 'off' });
   input.addEventListener('change', () => {
     password.value = state.passwords.get(input.value.trim()) ?? '';
   });
-  return typed(t('sshTarget'), t('sshHint'), input, t('scanHost'), (host) => {
+  const start = (host: string): void => {
     if (password.value) state.passwords.set(host, password.value);
     else state.passwords.delete(host);
     void scan(host, KIND.ssh, host);
-  }, [field(t('sshPassword'), password, { hint: t('sshPasswordHint') })]);
+  };
+  return el('div', { class: 'stack' }, proposal(proposed),
+    typed(t('sshTarget'), t('sshHint'), input, t('scanHost'), start, [field(t('sshPassword'), password, { hint: t('sshPasswordHint') })]));
 }
 
 const listOf = (targets: Target[]): HTMLElement => el('ul', { class: 'targets' }, targets.map((one) => one.root));
@@ -53,7 +60,7 @@ const group = (title: string, targets: Target[], empty?: string): HTMLElement =>
   el('section', { class: 'panel stack' }, el('h2', {}, title), listOf(targets), empty && targets.length === 0 ? el('p', { class: 'muted' }, empty) : null);
 
 const keyMissing = (): HTMLElement =>
-  emptyState(t('keyTitle'), t('keyText'), button(t('keyGo'), () => onKeyNeeded.ask(false), { icon: 'key' }));
+  emptyState(t('keyTitle'), keyText(), button(t('keyGo'), () => onKeyNeeded.ask(false), { icon: 'key' }));
 
 const rightsNotice = (): HTMLElement =>
   el('div', { class: 'notice' }, icon('shield'), el('div', { class: 'stack' }, el('p', {}, t('elevateWhy')), el('div', {}, elevateButton())));
@@ -96,13 +103,17 @@ class Picker implements Screen {
     const wsl = known.wsl.map((one) => target({ icon: 'wsl', name: one.name, path: one.path, kind: KIND.wsl, under: [] }));
     const home = known.home ? [target({ icon: 'folder', name: t('homeFolder'), path: known.home, kind: KIND.folder, under: [el('p', { class: 'small muted' }, inert(known.home))] })] : [];
     this.targets = [...drives, ...wsl, ...home];
-    const slow = !known.elevated && known.drives.some((drive) => drive.turboReason === NO_RIGHTS);
+    const slow = mayElevate() && known.drives.some((drive) => drive.turboReason === NO_RIGHTS);
+    const { proposed } = state;
+    const remote = kindOf(proposed) === KIND.ssh;
     fill(this.groups,
       group(t('drives'), drives, t('drivesNone')),
       slow ? rightsNotice() : null,
       wsl.length > 0 ? group(t('wsl'), wsl) : null,
-      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), listOf(home), folderPart(), this.folders),
-      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(), this.hosts));
+      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), listOf(home), folderPart(remote ? '' : proposed), this.folders),
+      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(remote ? proposed : ''), this.hosts));
+    // After the layout, which comes with the section.
+    requestAnimationFrame(() => this.groups.querySelector('.proposal')?.scrollIntoView({ block: 'center' }));
     this.othersShown = '';
     this.listOthers();
     this.filter();

@@ -1,7 +1,7 @@
 // A target that can be scanned, with what is known about it and the state of its last scan.
 import type { Drive, Job } from '../../core/answers';
-import { phrase, size, t } from '../../core/i18n';
-import { failureText, hasFailed, isRunning, summary } from '../../core/job';
+import { size, t } from '../../core/i18n';
+import { failureText, hasFailed, isRunning, summary, turboReason } from '../../core/job';
 import { sameTarget, shown } from '../../core/paths';
 import { shareOf } from '../../core/units';
 import { KIND } from '../../core/words';
@@ -67,7 +67,7 @@ export function driveTarget(drive: Drive): Target {
   const facts = [kind, shown(drive.fs)].filter(Boolean).join(', ');
   const turbo = drive.turbo
     ? el('span', { class: 'tag good' }, icon('bolt'), t('turbo'))
-    : el('span', { class: 'small muted' }, t('turboOff', { why: phrase('t_', drive.turboReason) }));
+    : el('span', { class: 'small muted' }, t('turboOff', { why: turboReason(drive.turboReason) }));
   return target({
     icon: DRIVE_ICONS[drive.type] ?? 'drive', name: drive.label ? `${drive.label} (${letter})` : letter, path: drive.path, kind: KIND.drive,
     under: [

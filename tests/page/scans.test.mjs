@@ -1,0 +1,141 @@
+// Several scans side by side, small ones, and moving between their sections.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import { after, test } from 'node:test';
+import { becomes, goTo, lastFirst, mark, openDialog, openTab, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
+import { serve } from '../system/support/server.mjs';
+import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
+
+const MiB = 2 ** 20;
+const ends = [];
+after(async () => { for (const end of ends) await end(); });
+const here = { after: (end) => ends.unshift(end) };
+const folder = scratch(here);
+makeFiles(folder, { 'd/films/x.iso': 70 * MiB, 'd/photos/y.iso': 80 * MiB, 'd/root.iso': 60 * MiB, 'e/backup/z.iso': 90 * MiB });
+const wine = await ownWine(here, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
+
+test('marks, open folders and types belong to one scan, and outlive another scan of the same drive', async (t) => {
+  const tab = await openTab(t);
+  const { base } = await serve(lastFirst(t), [], wine);
+  await tab.goto(base);
+  for (const drive of ['D:\\', 'E:\\']) await scan(tab, drive);
+  const choose = (name) => tab.getByRole('list', { name: 'Scans' }).getByRole('button', { name: new RegExp(`^${name}`) }).click();
+  const tree = tab.getByRole('treegrid');
+  const names = async () => (await rowsOf(tree)).map((cells) => cells[1]);
+  await goTo(tab, 'explorer', 'Folders');
+  await mark(tree, 'backup');
+  await says(tab, '1 item marked, 90.0 MB');
+  await choose('D:');
+  await becomes(names, ['D:\\', 'photos', 'films', 'root.iso'], 'its root is open');
+  await becomes(() => tab.locator('.selection-bar').isVisible(), false, 'nothing is marked here');
+  await mark(tree, 'photos');
+  await row(tree, 'photos').first().click();
+  await tree.press('ArrowRight');
+  await row(tree, 'y.iso').waitFor();
+  await choose('E:');
+  await says(tab, '1 item marked, 90.0 MB');
+  await becomes(names, ['E:\\', 'backup']);
+  await choose('D:');
+  await says(tab, '1 item marked, 80.0 MB');
+  await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
+
+  await goTo(tab, 'types', 'Types');
+  const files = tab.getByRole('grid');
+  await row(files, 'y.iso').waitFor();
+  await choose('E:');
+  await row(files, 'z.iso').waitFor();
+  await becomes(() => row(files, 'y.iso').count(), 0);
+
+  await choose('D:');
+  await goTo(tab, 'overview', 'Overview');
+  // Names of files right below the root are shown whole.
+  const cut = () => tab.locator('.bars .cut').evaluateAll((all) => all.filter((one) => [...one.children].some((part) => part.className !== 'heard' && part.scrollWidth > part.clientWidth)).map((one) => one.innerText));
+  await becomes(() => tab.locator('.bars .cut', { hasText: 'root.iso' }).count(), 1);
+  await becomes(cut, []);
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  await goTo(tab, 'explorer', 'Folders');
+  await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
+  await says(tab, '1 item marked, 80.0 MB');
+  const dialog = await openDialog(tab);
+  await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts(), ['D:\\photos']);
+});
+
+test('a small tree: the sentence and the largest folders, the name of a download', async (t) => {
+  const { folder: place, tab } = await scanned(t, { 'alpha/one.bin': 40 * MiB, 'beta/two.bin': 5 * MiB, 'gamma/three.bin': 3 * MiB, 'note.txt': 'n' });
+  await says(tab, 'Most of the space is in alpha: 40.0 MB, 83% of what was scanned.');
+  const largest = tab.locator('section', { has: tab.getByRole('heading', { name: 'Largest folders' }) });
+  await becomes(() => largest.getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\n')[0])), ['alpha', 'beta', 'gamma']);
+  const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
+  assert.equal(download.suggestedFilename(), `vorda-Z${place.replaceAll('/', '-')}-types.csv`);
+});
+
+test('Back leads to the section before, also after a reload and a deep link', async (t) => {
+  const { server, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB });
+  const heading = (name) => tab.getByRole('heading', { level: 1, name }).waitFor();
+  const thereAndBack = async () => {
+    await tab.getByRole('button', { name: 'Show all: Largest types' }).click();
+    await heading('Types');
+    await tab.goBack();
+    await heading('Overview');
+  };
+  await tab.reload();
+  await heading('Overview');
+  await thereAndBack();
+  await tab.goto('about:blank');
+  await tab.goto(`${server.base}/#overview`);
+  await heading('Overview');
+  await thereAndBack();
+  await tab.goto('about:blank');
+  await tab.goto(`${server.base}/#map`);
+  await heading('Map');
+  await tab.getByRole('grid').press('Enter');
+  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
+  await tab.reload();
+  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
+  await tab.goBack();
+  await becomes(() => tab.getByRole('navigation', { name: 'Where the map is' }).getByRole('link').count(), 0, 'the folder above');
+});
+
+test('the Del key asks about what is marked, or else about the active item', async (t) => {
+  const { folder: place, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'two/1.dat': 'same', 'two/2.dat': 'same' });
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  const asked = async (...names) => {
+    await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\\').at(-1))), names);
+    await tab.keyboard.press('Escape');
+    await dialog.waitFor({ state: 'detached' });
+  };
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await tree.press('Delete');
+  assert.equal(await dialog.count(), 0, 'not the root of the scan');
+  await row(tree, 'films').first().click();
+  await tree.press('Delete');
+  await asked('films');
+  await tree.press('ArrowRight');
+  await row(tree, 'b.mkv').waitFor();
+  await mark(tree, 'b.mkv');
+  await row(tree, 'a.mkv').click();
+  await tree.press('Delete');
+  await asked('b.mkv');
+  await goTo(tab, 'types', 'Types');
+  await tab.getByRole('grid').press('Delete');
+  await asked('b.mkv');
+  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await goTo(tab, 'map', 'Map');
+  await tab.getByRole('option', { name: /^a.mkv/ }).waitFor();
+  await tab.getByRole('listbox').press('ArrowRight');
+  await tab.getByRole('listbox').press('Delete');
+  await asked('a.mkv');
+  // Where copies are compared, only what is marked: one of them must stay.
+  await goTo(tab, 'across', 'Duplicates');
+  await tab.getByLabel('At least (MB)').fill('0');
+  await tab.getByRole('button', { name: 'Search for duplicates' }).click();
+  const grid = tab.getByRole('grid', { name: 'Groups of equal files' });
+  await row(grid, '1.dat').click();
+  await grid.press('Delete');
+  assert.equal(await tab.getByRole('dialog').count(), 0);
+  await mark(grid, '1.dat');
+  await grid.press('Delete');
+  await asked('1.dat');
+  assert.deepEqual(fs.readdirSync(`${place}/two`), ['1.dat', '2.dat']);
+});
