@@ -16,6 +16,9 @@ namespace vorda {
 // truncated body could have lost the end of a path, or the field that asks for a dry run.
 std::unique_ptr<FormFields> completeForm(const HttpRequest& request);
 
+// The values of all fields with a name, in order.
+std::vector<std::string> valuesOf(const FormFields& fields, std::string_view name);
+
 // The values of all fields "p", in order.
 std::vector<std::wstring> requestedPaths(const FormFields& fields);
 

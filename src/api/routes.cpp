@@ -57,7 +57,9 @@ const std::vector<Route>& routes() {
       {"/api/cleanup", "POST",
        [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/delete", "POST",
-       [](State& s, const Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+       [](State& s, const Request& r) {
+         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents);
+       }},
       {"/api/update", "POST", [](State& s, const Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, const Request&) { return quit(s); }},

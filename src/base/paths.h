@@ -48,6 +48,9 @@ std::wstring_view folderPart(std::wstring_view path);
 // The parent folder; empty for the root of a drive, share or WSL distribution.
 std::wstring parentOf(std::wstring_view path);
 
+// "X:\" or "\\server\share" of an absolute path.
+std::wstring placeRoot(const std::wstring& path);
+
 // The canonical spelling of a scan root: no trailing separators, but "X:" becomes "X:\".
 std::wstring normaliseRoot(std::wstring_view root);
 

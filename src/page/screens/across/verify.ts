@@ -48,17 +48,17 @@ export async function verifyAndDelete(groups: readonly CopyGroup[], marks: Selec
   const verification = openVerification(fallback);
   const { dialog } = verification;
   try {
-    const answer = await wholeRun<VerifyAnswer>(PATH, { p: paths }, (progress) => verification.showPercent(progress.percent ?? 0));
+    const answer = await wholeRun<VerifyAnswer>(PATH, { p: paths, seen: '1' }, (progress) => verification.showPercent(progress.percent ?? 0));
     verification.reading = false;
     if (!verification.open) return;
-    const sure = verified(chosen, paths, answer.duplicates ?? []);
+    const sure = verified(chosen, Array.isArray(answer.files) ? answer.files : [], answer.duplicates ?? []);
     dialog.close();
     if (sure.size === 0) {
       toast(t('acVerifyNone'));
       return;
     }
     if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
-    openDeletion(sure, { fallback, after: (gone) => marks.keepOnly((path) => !gone(path)) });
+    openDeletion(sure.keys(), { fallback, proofs: sure, after: (gone) => marks.keepOnly((path) => !gone(path)) });
   } catch (error) {
     verification.reading = false;
     fill(dialog.body, failureNotice(messageOf(error), null, paths.join('\n')));
