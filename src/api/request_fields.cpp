@@ -26,7 +26,7 @@ std::unique_ptr<FormFields> completeForm(HttpRequest& request) {
 std::vector<std::string> valuesOf(const FormFields& fields, std::string_view name) {
   std::vector<std::string> values;
   for (const auto& [key, value] : fields.pairs()) {
-    if (key == name) values.push_back(value);
+    if (key == name) values.emplace_back(value);
   }
   return values;
 }

@@ -156,6 +156,7 @@ export const en = {
   ovDeniedText: { one: '{n} folder could not be read, so it counts as empty.', other: '{n} folders could not be read, so they count as empty.' },
   ovDeniedWhy: 'Usually Windows keeps them from this account. With administrator rights, more can be read.',
   ovSkipped: { one: '{n} folder was left out: Linux keeps nothing on the disk there (as in /proc).', other: '{n} folders were left out: Linux keeps nothing on the disk there (as in /proc).' },
+  ovSkippedHost: { one: '{n} entry was left out: its size or its path is beyond belief.', other: '{n} entries were left out: their size or their path is beyond belief.' },
   ovLargest: 'Largest folders',
   ovLargestFiles: 'Largest files',
   ovTypes: 'Largest types',
@@ -427,7 +428,7 @@ export const en = {
   r_profile: 'a whole user profile',
   r_outside: 'outside the scanned folder, or that folder itself',
   r_missing: 'no longer there',
-  r_ambiguous: 'Windows could take this path for another one',
+  r_ambiguous: 'Windows could take this path for another one, or for a device',
   r_toolong: 'too long for the recycle bin; it can be deleted permanently',
   r_changed: 'changed since you saw it, so it stays; look at it again first',
 

@@ -153,6 +153,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   ovDeniedText: { one: 'No se pudo leer {n} carpeta; cuenta como vacía.', many: 'No se pudieron leer {n} de carpetas; cuentan como vacías.', other: 'No se pudieron leer {n} carpetas; cuentan como vacías.' },
   ovDeniedWhy: 'Normalmente Windows no deja que esta cuenta las lea. Con permisos de administrador se puede leer más.',
   ovSkipped: { one: 'Se dejó fuera {n} carpeta: Linux no guarda nada ahí en el disco (como en /proc).', many: 'Se dejaron fuera {n} de carpetas: Linux no guarda nada ahí en el disco (como en /proc).', other: 'Se dejaron fuera {n} carpetas: Linux no guarda nada ahí en el disco (como en /proc).' },
+  ovSkippedHost: { one: 'Se dejó fuera {n} elemento: su tamaño o su ruta no es creíble.', many: 'Se dejaron fuera {n} de elementos: su tamaño o su ruta no es creíble.', other: 'Se dejaron fuera {n} elementos: su tamaño o su ruta no es creíble.' },
   ovLargest: 'Carpetas más grandes',
   ovLargestFiles: 'Archivos más grandes',
   ovTypes: 'Tipos más grandes',
@@ -415,7 +416,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'un perfil de usuario entero',
   r_outside: 'fuera de la carpeta analizada, o esa misma carpeta',
   r_missing: 'ya no existe',
-  r_ambiguous: 'Windows podría tomar esta ruta por otra',
+  r_ambiguous: 'Windows podría tomar esta ruta por otra o por un dispositivo',
   r_toolong: 'demasiado larga para la Papelera; se puede eliminar definitivamente',
   r_changed: 'ha cambiado desde que lo viste y se queda; revísalo antes',
 

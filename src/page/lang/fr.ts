@@ -152,6 +152,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   ovDeniedText: { one: '{n} dossier n’a pas pu être lu et compte comme vide.', many: '{n} de dossiers n’ont pas pu être lus et comptent comme vides.', other: '{n} dossiers n’ont pas pu être lus et comptent comme vides.' },
   ovDeniedWhy: 'En général, Windows en refuse l’accès à ce compte. Avec les droits d’administrateur, davantage est lisible.',
   ovSkipped: { one: '{n} dossier a été laissé de côté : Linux n’y garde rien sur le disque (comme dans /proc).', many: '{n} de dossiers ont été laissés de côté : Linux n’y garde rien sur le disque (comme dans /proc).', other: '{n} dossiers ont été laissés de côté : Linux n’y garde rien sur le disque (comme dans /proc).' },
+  ovSkippedHost: { one: '{n} élément a été laissé de côté : sa taille ou son chemin n’est pas crédible.', many: '{n} d’éléments ont été laissés de côté : leur taille ou leur chemin n’est pas crédible.', other: '{n} éléments ont été laissés de côté : leur taille ou leur chemin n’est pas crédible.' },
   ovLargest: 'Plus gros dossiers',
   ovLargestFiles: 'Plus gros fichiers',
   ovTypes: 'Plus gros types',
@@ -414,7 +415,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'un profil d’utilisateur entier',
   r_outside: 'hors du dossier analysé, ou ce dossier lui-même',
   r_missing: 'n’existe plus',
-  r_ambiguous: 'Windows pourrait prendre ce chemin pour un autre',
+  r_ambiguous: 'Windows pourrait prendre ce chemin pour un autre ou pour un périphérique',
   r_toolong: 'trop long pour la Corbeille ; une suppression définitive est possible',
   r_changed: 'modifié depuis que vous l’avez vu, donc gardé ; vérifiez-le d’abord',
 

@@ -152,6 +152,7 @@ export const nl = dictionary<'one' | 'other'>()({
   ovDeniedText: { one: '{n} map kon niet worden gelezen en telt als leeg.', other: '{n} mappen konden niet worden gelezen en tellen als leeg.' },
   ovDeniedWhy: 'Meestal schermt Windows ze af voor dit account. Met beheerdersrechten is meer te lezen.',
   ovSkipped: { one: '{n} map is weggelaten: Linux bewaart daar niets op de schijf (zoals in /proc).', other: '{n} mappen zijn weggelaten: Linux bewaart daar niets op de schijf (zoals in /proc).' },
+  ovSkippedHost: { one: '{n} item is weggelaten: de grootte of het pad ervan is ongeloofwaardig.', other: '{n} items zijn weggelaten: de grootte of het pad ervan is ongeloofwaardig.' },
   ovLargest: 'Grootste mappen',
   ovLargestFiles: 'Grootste bestanden',
   ovTypes: 'Grootste typen',
@@ -414,7 +415,7 @@ export const nl = dictionary<'one' | 'other'>()({
   r_profile: 'een heel gebruikersprofiel',
   r_outside: 'buiten de gescande map, of die map zelf',
   r_missing: 'bestaat niet meer',
-  r_ambiguous: 'Windows zou dit pad voor een ander kunnen houden',
+  r_ambiguous: 'Windows zou dit pad voor een ander of voor een apparaat kunnen houden',
   r_toolong: 'te lang voor de Prullenbak; definitief verwijderen kan wel',
   r_changed: 'veranderd sinds je het zag en daarom blijven staan; bekijk het eerst opnieuw',
 

@@ -153,6 +153,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   ovDeniedText: { one: 'Não foi possível ler {n} pasta; conta como vazia.', many: 'Não foi possível ler {n} de pastas; contam como vazias.', other: 'Não foi possível ler {n} pastas; contam como vazias.' },
   ovDeniedWhy: 'Normalmente o Windows não deixa esta conta lê-las. Com direitos de administrador é possível ler mais.',
   ovSkipped: { one: '{n} pasta ficou de fora: o Linux não guarda ali nada no disco (como em /proc).', many: '{n} de pastas ficaram de fora: o Linux não guarda ali nada no disco (como em /proc).', other: '{n} pastas ficaram de fora: o Linux não guarda ali nada no disco (como em /proc).' },
+  ovSkippedHost: { one: '{n} item ficou de fora: o seu tamanho ou o seu caminho não é credível.', many: '{n} de itens ficaram de fora: o seu tamanho ou o seu caminho não é credível.', other: '{n} itens ficaram de fora: o seu tamanho ou o seu caminho não é credível.' },
   ovLargest: 'Maiores pastas',
   ovLargestFiles: 'Maiores ficheiros',
   ovTypes: 'Maiores tipos',
@@ -415,7 +416,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   r_profile: 'um perfil de utilizador inteiro',
   r_outside: 'fora da pasta analisada, ou essa própria pasta',
   r_missing: 'já não existe',
-  r_ambiguous: 'o Windows poderia tomar este caminho por outro',
+  r_ambiguous: 'o Windows poderia tomar este caminho por outro ou por um dispositivo',
   r_toolong: 'demasiado longo para a Reciclagem; pode ser eliminado definitivamente',
   r_changed: 'mudou desde que o viu e por isso fica; veja-o primeiro de novo',
 
