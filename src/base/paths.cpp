@@ -106,6 +106,12 @@ std::wstring parentOf(std::wstring_view path) {
   return pathComponents(path).size() <= 2 ? std::wstring() : std::wstring(path.substr(0, end));
 }
 
+std::wstring placeRoot(const std::wstring& path) {
+  std::wstring at = path;
+  for (std::wstring above = parentOf(at); !above.empty(); above = parentOf(at)) at = above;
+  return at;
+}
+
 std::wstring normaliseRoot(std::wstring_view root) {
   while (root.size() > 3 && isSeparator(root.back())) root.remove_suffix(1);
   std::wstring out(root);

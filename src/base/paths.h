@@ -56,6 +56,9 @@ std::wstring_view folderPart(std::wstring_view path);
 // The parent folder; empty for the root of a drive, share or WSL distribution.
 std::wstring parentOf(std::wstring_view path);
 
+// "X:\" or "\\server\share" of an absolute path.
+std::wstring placeRoot(const std::wstring& path);
+
 // The canonical spelling of a scan root: no trailing separators, but "X:" becomes "X:\", also
 // behind "\\?\", where "Volume{…}" does the same.
 std::wstring normaliseRoot(std::wstring_view root);

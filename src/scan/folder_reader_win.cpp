@@ -78,6 +78,7 @@ public:
     facts.folder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     facts.reparsePoint = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     facts.size = join(data.nFileSizeHigh, data.nFileSizeLow);
+    facts.lastWrite = join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
     return facts;
   }
 

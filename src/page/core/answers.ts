@@ -163,6 +163,9 @@ export interface DeleteAnswer {
   refused: { p: string; why: string }[];
   wouldDelete: string[];
   noBin?: string[];
+  seen?: string[]; // for each path of wouldDelete, what the program saw of it; sent back as it is
+  partial?: { p: string; bytes: number }[]; // folders of which only a part went
+  logged?: boolean; // false if the log could not be written
 }
 
 export interface CleanupAnswer {
@@ -171,6 +174,7 @@ export interface CleanupAnswer {
   skipped: number;
   folders: number;
   bytes: number;
+  logged?: boolean;
 }
 
 export interface Hit extends FileItem {
@@ -238,8 +242,16 @@ export interface AcrossAnswer extends Running {
   opts?: RunOptions;
 }
 
+export interface VerifiedFile {
+  p: string;
+  size?: number;
+  h?: string;
+  seen?: string;
+  error?: string;
+}
+
 export interface VerifyAnswer extends Running {
-  files?: { p: string; size?: number; h?: string; error?: string }[] | number;
+  files?: VerifiedFile[] | number; // their number while the run is under way
   duplicates?: number[][];
   lock?: string[];
 }

@@ -37,6 +37,8 @@ function isWithin(root: string, path: string): boolean {
   return inner.length === outer.length || /[\\/]/.test(inner[outer.length]!) || trimEnd(inner) === outer;
 }
 
+export const liesBelow = (root: string, path: string): boolean => isWithin(root, path) && !sameTarget(root, path);
+
 // The scan a path belongs to: the one with the longest root that contains it. 0 if there is none.
 export function owningJob(path: string, roots: Iterable<{ id: number; root: string }>): number {
   let best = 0;

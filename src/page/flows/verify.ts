@@ -4,7 +4,7 @@ import type { VerifyAnswer } from '../core/answers';
 import { messageOf } from '../core/failure';
 import { t } from '../core/i18n';
 import { below } from '../core/paths';
-import { verified } from '../core/plan';
+import { verified, type CopyProof } from '../core/plan';
 import type { Selection } from '../core/selection';
 import { stopRun, wholeRun } from '../data/runs';
 import { openDeletion } from './deletion';
@@ -56,19 +56,21 @@ export async function verifyAndDelete(groups: readonly Copies[], marks: Selectio
   const { dialog } = verification;
   try {
     // Without the other copies there is nothing to compare with.
-    const answer = paths.length === 0 ? null : await wholeRun<VerifyAnswer>(PATH, { p: paths }, (progress) => verification.showPercent(progress.percent ?? 0));
+    const answer = paths.length === 0 ? null : await wholeRun<VerifyAnswer>(PATH, { p: paths, seen: '1' }, (progress) => verification.showPercent(progress.percent ?? 0));
     verification.reading = false;
     if (!verification.open) return;
     const goes = below(others);
     const going = new Set(paths.filter((path) => chosen.has(path) || goes(path)));
-    const sure = new Set([...verified(going, paths, answer?.duplicates ?? [])].filter((path) => chosen.has(path)));
+    const proven = verified(going, Array.isArray(answer?.files) ? answer.files : [], answer?.duplicates ?? []);
+    const sure = new Map([...proven].filter(([path]) => chosen.has(path)));
     dialog.close();
     if (sure.size === 0 && others.length === 0) {
       toast(t('acVerifyNone'));
       return;
     }
     if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
-    openDeletion([...sure, ...others], { fallback, after: (gone) => marks.keepOnly((path) => !gone(path)) });
+    const proofs = new Map<string, CopyProof | null>([...sure, ...others.map((path) => [path, null] as const)]);
+    openDeletion(proofs.keys(), { fallback, proofs, after: (gone) => marks.keepOnly((path) => !gone(path)) });
   } catch (error) {
     verification.reading = false;
     fill(dialog.body, failureNotice(messageOf(error), null, paths.join('\n')));

@@ -404,6 +404,10 @@ export const en = {
   delStill: { one: '{n} item is still there.', other: '{n} items are still there.' },
   delLog: 'What is deleted is written down in {path}.',
   delStale: 'Deleted, but the figures could not be refreshed.',
+  delWouldNotBin: 'None of this fits into the recycle bin.',
+  delTooLong: { one: '{n} item has paths too long for the recycle bin. It goes only if you delete permanently:', other: '{n} items have paths too long for the recycle bin. They go only if you delete permanently:' },
+  delInside: '{size} went from inside folders that are still there.',
+  delNotLogged: 'The deletion log could not be written: this deletion is not in it.',
   r_tooshort: 'the path is too short',
   r_dotdot: 'the path contains ".."',
   r_wildcard: 'the path contains a wildcard',
@@ -424,7 +428,9 @@ export const en = {
   r_profile: 'a whole user profile',
   r_outside: 'outside the scanned folder, or that folder itself',
   r_missing: 'no longer there',
-  r_ambiguous: 'too long, or Windows could take this path for another one or for a device',
+  r_ambiguous: 'Windows could take this path for another one, or for a device',
+  r_toolong: 'too long for the recycle bin; it can be deleted permanently',
+  r_changed: 'changed since you saw it, so it stays; look at it again first',
 
   // ---- key ----
   keyTitle: 'Key needed',
