@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { bin, winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -166,9 +166,12 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
   assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
   assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '' }]), { deleted: 2, bytes: 5, binned: 1, error: 'aborted' });
-  const missed = (bytes, binned, noBin = []) => plan.missedBin({ noBin }, { deleted: 1, bytes, binned, error: '' });
-  assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
+});
+
+test('what was to go into the bin and did not', () => {
+  const missed = (bytes, binned, noBin = []) => bin.missedBin({ noBin }, { bytes, binned });
+  assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
 });
 
 test('what all advice together could free counts every byte once', () => {
