@@ -59,17 +59,16 @@ export interface CopyProof {
 }
 
 // The lists of fields that say what is expected of each path, in the order of the paths. Of copies that
-// were compared only those go that have a proof; null stands for what needs none.
-export function expectations(paths: readonly string[], seen: ReadonlyMap<string, string>, proofs: ReadonlyMap<string, CopyProof | null> | null): Record<string, string[]> {
+// were compared only those go that have a proof.
+export function expectations(paths: readonly string[], seen: ReadonlyMap<string, string>, proofs: ReadonlyMap<string, CopyProof> | null): Record<string, string[]> {
   if (!proofs) return { p: [...paths], seen: paths.map((path) => seen.get(path) ?? '') };
-  const going = paths.flatMap((path) => {
+  const proven = paths.flatMap((path) => {
     const proof = proofs.get(path);
-    if (proof === undefined) return [];
-    return [{ path, ...(proof ?? { seen: seen.get(path) ?? '', keep: '', keepSeen: '' }) }];
+    return proof ? [{ path, ...proof }] : [];
   });
   return {
-    p: going.map((one) => one.path), seen: going.map((one) => one.seen),
-    keep: going.map((one) => one.keep), keepseen: going.map((one) => one.keepSeen),
+    p: proven.map((one) => one.path), seen: proven.map((one) => one.seen),
+    keep: proven.map((one) => one.keep), keepseen: proven.map((one) => one.keepSeen),
   };
 }
 
@@ -101,11 +100,6 @@ export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDo
   if (outcome.binned === 0) return 'delDone';
   return outcome.binned >= outcome.bytes ? 'delDoneBin' : 'delDoneMixed';
 }
-
-// The bytes that were to go into the bin and are gone for good. Where the plan had some of them going for
-// good anyway, the answers do not tell the two apart.
-export const missedBin = (plan: Plan, outcome: Outcome): number =>
-  plan.noBin.length > 0 ? 0 : Math.max(0, outcome.bytes - outcome.binned);
 
 // Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;

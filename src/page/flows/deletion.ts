@@ -1,10 +1,11 @@
 // The deletion dialog. It first asks the program for a dry run and shows its result; only then it offers
 // to delete: into the recycle bin, or permanently once the confirmation word has been typed.
 import type { DeleteAnswer } from '../core/answers';
+import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
 import { failure, phrase, size, t } from '../core/i18n';
-import { below } from '../core/paths';
-import { confirms, expectations, missedBin, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
+import { trimEnd } from '../core/paths';
+import { confirms, expectations, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
 import { refreshResults } from '../data/jobs';
@@ -20,8 +21,7 @@ const PERMANENT = 'forgood';
 
 export interface DeletionOptions {
   fallback?: () => HTMLElement | null; // takes the focus if the row that had it is gone
-  // Of copies that were compared: only with these they go. Null for what goes without a comparison.
-  proofs?: ReadonlyMap<string, CopyProof | null>;
+  proofs?: ReadonlyMap<string, CopyProof>; // of copies that were compared: only with these they go
   after?: (gone: (path: string) => boolean) => void; // removes deleted paths from marks of the caller's own
 }
 
@@ -202,6 +202,19 @@ function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { p
     refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: refused.length })), refusedList(refused)) : null,
     outcome.logged ? logNote() : el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotLogged'))));
   announce(words);
+}
+
+// Whether a path is one of the roots or lies below one.
+function below(paths: readonly string[]): (path: string) => boolean {
+  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
+  return (path) => {
+    const text = trimEnd(path).toLowerCase();
+    if (roots.has(text)) return true;
+    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
+      if (roots.has(text.slice(0, at))) return true;
+    }
+    return false;
+  };
 }
 
 // Removes deleted paths from marks and search results. The answers don't say which paths of a partial
