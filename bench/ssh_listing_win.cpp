@@ -21,6 +21,7 @@ public:
     count = std::fread(buffer, 1, size, file_);
     return count > 0 ? Read::bytes : Read::end;
   }
+  void end() override {}
   std::uint32_t close(std::chrono::milliseconds) override {
     std::fclose(file_);
     return 0;

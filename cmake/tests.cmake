@@ -30,7 +30,7 @@ if(test_launcher)
 else()
   add_test(NAME unit COMMAND vorda_tests WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
 endif()
-set_tests_properties(unit PROPERTIES TIMEOUT 300)
+set_tests_properties(unit PROPERTIES TIMEOUT 1200)
 
 # ---- checks of vorda.exe -------------------------------------------------------------------------
 if(WIN32)

@@ -37,6 +37,7 @@ HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
   std::uint64_t deleted = 0;
   std::uint64_t skipped = 0;
   std::uint64_t bytes = 0;
+  bool logged = true;
   std::vector<CleanedFolder> cleaned;
   for (const std::wstring& path : advisedFolders(job, what)) {
     CleanupResult result = cleanFolder(machine, folders, path);
@@ -45,6 +46,7 @@ HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
       continue;
     }
     ScanResult survey = surveyFolder(folders, path, optionsOf(job));
+    logged = logged && result.logged;
     deleted += result.deleted;
     skipped += result.skipped;
     bytes += result.before.bytes - std::min(result.before.bytes, survey.byteCount);
@@ -66,6 +68,7 @@ HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
   json.number("skipped", skipped);
   json.number("folders", cleaned.size());
   json.number("bytes", bytes);
+  if (!logged) json.boolean("logged", false);
   json.close('}');
   return answer(200, json.take());
 }

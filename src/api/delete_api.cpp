@@ -1,9 +1,12 @@
 #include "api/delete_api.h"
 
 #include "api/job_change.h"
+#include "api/kept_contents.h"
 #include "api/request_fields.h"
 #include "api/words.h"
 #include "base/paths.h"
+#include "base/text.h"
+#include "base/time.h"
 #include "fileops/delete.h"
 #include "fileops/recycle_bin.h"
 #include "json/json_writer.h"
@@ -31,7 +34,8 @@ void writePartial(JsonWriter& json, const DeleteResult& result) {
   json.close(']');
 }
 
-HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
+HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& request) {
+  const bool dryRun = request.dryRun;
   JsonWriter json;
   json.open('{');
   json.number("deleted", result.deleted.size());
@@ -58,7 +62,13 @@ HttpResponse deleteAnswer(const DeleteResult& result, bool dryRun) {
     for (const std::wstring& path : result.noBin) json.string(path);
     json.close(']');
   }
+  if (request.wantSeen) {
+    json.open("seen", '[');
+    for (const DeletedPath& one : result.wouldDelete) json.string(seenText(one.seen, one.path));
+    json.close(']');
+  }
   writePartial(json, result);
+  if (!result.logged) json.boolean("logged", false);
   json.close('}');
   return answer(200, json.take());
 }
@@ -106,10 +116,36 @@ void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSou
   finishChange(job, update);
 }
 
+// What the client expects of each path: lists of fields in the order of the paths. False if a list
+// is neither empty nor of the same length.
+bool readExpected(const FormFields& fields, DeleteRequest& wanted) {
+  const std::vector<std::string> seen = valuesOf(fields, "seen");
+  const std::vector<std::string> keep = valuesOf(fields, "keep");
+  const std::vector<std::string> keepSeen = valuesOf(fields, "keepseen");
+  for (const auto* list : {&seen, &keep, &keepSeen}) {
+    if (!list->empty() && list->size() != wanted.paths.size()) return false;
+  }
+  if (seen.empty() && keep.empty() && keepSeen.empty()) return true;
+  wanted.expected.resize(wanted.paths.size());
+  const auto parse = [](const std::string& text, const std::wstring& path, Expected& expected) {
+    if (text.empty()) return std::optional<Seen>();
+    std::optional<Seen> parsed = parseSeen(text, path);
+    expected.unusable = expected.unusable || !parsed;
+    return parsed;
+  };
+  for (std::size_t i = 0; i < wanted.paths.size(); ++i) {
+    Expected& one = wanted.expected[i];
+    if (!seen.empty()) one.seen = parse(seen[i], wanted.paths[i], one);
+    if (!keep.empty()) one.keep = toUtf16(keep[i]);
+    if (!keepSeen.empty()) one.keepSeen = parse(keepSeen[i], one.keep, one);
+  }
+  return true;
+}
+
 } // namespace
 
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                         FolderSource& folders) {
+                         FolderSource& folders, FileContents& contents) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
@@ -121,16 +157,22 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   wanted.dryRun = fields->get("dryrun") == "1";
   wanted.paths = requestedPaths(*fields);
   if (wanted.paths.empty()) return errorAnswer(400, words::kNothingGiven);
-  if (!job) return deleteAnswer(deletePaths(machine, folders, wanted), wanted.dryRun);
+  // A dry run has "seen" to say whether it is to tell what it sees.
+  wanted.wantSeen = wanted.dryRun && fields->get("seen") == "1";
+  if (!wanted.dryRun && !readExpected(*fields, wanted)) return errorAnswer(400, words::kIncomplete);
+  wanted.nowMs = nowUnixMs();
+  ContentKeeper keeper(contents);
+  if (wanted.dryRun) {
+    DeleteResult result = deletePaths(machine, folders, keeper, wanted);
+    if (job) addScannedFolders(*job, result);
+    return deleteAnswer(result, wanted);
+  }
+  if (!job) return deleteAnswer(deletePaths(machine, folders, keeper, wanted), wanted);
 
   const std::lock_guard lock(job->fileOperation);
-  DeleteResult result = deletePaths(machine, folders, wanted);
-  if (wanted.dryRun) {
-    addScannedFolders(*job, result);
-  } else {
-    changeJob(*job, result, machine, folders);
-  }
-  return deleteAnswer(result, wanted.dryRun);
+  const DeleteResult result = deletePaths(machine, folders, keeper, wanted);
+  changeJob(*job, result, machine, folders);
+  return deleteAnswer(result, wanted);
 }
 
 } // namespace vorda

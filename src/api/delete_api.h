@@ -5,12 +5,13 @@
 #include "http/message.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
+#include "search/file_contents.h"
 
 namespace vorda {
 
 // POST /api/delete with the form fields "p" (repeated), "permanent" and "dryrun" ("1"), and
 // "job", the scan that must contain the paths and that is updated.
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                         FolderSource& folders);
+                         FolderSource& folders, FileContents& contents);
 
 } // namespace vorda

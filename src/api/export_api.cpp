@@ -10,6 +10,9 @@ namespace vorda {
 HttpResponse exportCsv(const HttpRequest& request, const JobTable& jobs) {
   const std::shared_ptr<Job> job = finishedJob(jobs, request);
   if (!job) return errorAnswer(400, words::kNoPath);
+  if (const std::string error = job->progress.texts().error; !error.empty()) {
+    return errorAnswer(400, error);
+  }
   const std::optional<std::string> what = request.queryValue("what");
   const auto kind = what ? csvKindOf(*what) : std::nullopt;
   const std::lock_guard lock(job->resultMutex);

@@ -35,6 +35,7 @@ void writeJob(JsonWriter& json, const Job& job) {
   json.string("error", texts.error);
   json.string("method", wordOf(texts.method));
   json.string("noTurbo", texts.noTurbo);
+  if (texts.partial != Partial::none) json.string("partial", wordOf(texts.partial));
   json.close('}');
 }
 
@@ -77,11 +78,7 @@ HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
   const std::shared_ptr<Job> job = requestedJob(jobs, request);
   if (!job) return errorAnswer(404, words::kUnknownJob);
   if (const std::string error = job->progress.texts().error; !error.empty()) {
-    JsonWriter json;
-    json.open('{');
-    json.string("error", error);
-    json.close('}');
-    return answer(400, json.take());
+    return errorAnswer(400, error);
   }
   if (!job->resultReady) return errorAnswer(400, words::kNotReady);
   HttpResponse response;

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "base/time.h"
 #include "json/json_writer.h"
+#include "rules/refusal.h"
 #include "scan/words.h"
 
 #include <algorithm>
@@ -34,6 +35,10 @@ struct ListedFile {
 std::wstring requestedFolder(const std::string& path, FolderSource& source) {
   return normaliseRoot(source.absolute(normaliseRoot(toUtf16(path))));
 }
+
+// What a relative path means depends on the folder this program was started in, which the client
+// does not know.
+bool isAbsolute(const std::string& path) { return path.empty() || isAbsolutePath(toUtf16(path)); }
 
 // Calls take(item) for each entry of a folder; false when it cannot be listed.
 template <typename Take>
@@ -96,6 +101,7 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
   if (!wanted || wanted->empty()) {
     return answer(200, folderDocument({}, placesToStart(targets()), false));
   }
+  if (!isAbsolute(*wanted)) return errorAnswer(400, wordOf(Refusal::notAbsolute));
   const std::wstring path = requestedFolder(*wanted, source);
   std::vector<ListedFolder> folders;
   const bool listed = listFolder(source, path, [&folders, &path](const FolderItem& item) {
@@ -112,6 +118,7 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
 HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   const std::optional<std::string> wanted = request.queryValue("p");
   if (!wanted) return errorAnswer(400, words::kNoPath);
+  if (!isAbsolute(*wanted)) return errorAnswer(400, wordOf(Refusal::notAbsolute));
   const std::wstring path = requestedFolder(*wanted, source);
   std::vector<ListedFile> files;
   std::uint64_t total = 0;

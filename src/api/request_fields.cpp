@@ -23,6 +23,14 @@ std::unique_ptr<FormFields> completeForm(HttpRequest& request) {
   return std::make_unique<FormFields>(std::move(request.body));
 }
 
+std::vector<std::string> valuesOf(const FormFields& fields, std::string_view name) {
+  std::vector<std::string> values;
+  for (const auto& [key, value] : fields.pairs()) {
+    if (key == name) values.emplace_back(value);
+  }
+  return values;
+}
+
 std::vector<std::wstring> requestedPaths(const FormFields& fields) {
   std::vector<std::wstring> paths;
   for (const auto& [key, value] : fields.pairs()) {

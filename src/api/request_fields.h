@@ -17,6 +17,9 @@ namespace vorda {
 // the body.
 std::unique_ptr<FormFields> completeForm(HttpRequest& request);
 
+// The values of all fields with a name, in order.
+std::vector<std::string> valuesOf(const FormFields& fields, std::string_view name);
+
 // The values of all fields "p", in order.
 std::vector<std::wstring> requestedPaths(const FormFields& fields);
 

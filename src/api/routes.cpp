@@ -52,7 +52,9 @@ const std::vector<Route>& routes() {
       {"/api/cleanup", "POST",
        [](State& s, Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/delete", "POST",
-       [](State& s, Request& r) { return deleteFiles(r, s.jobs, *s.machine, *s.folders); }},
+       [](State& s, Request& r) {
+         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents);
+       }},
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, Request&) { return quit(s); }},

@@ -67,7 +67,7 @@ HttpResponse startVerification(HttpRequest& request, BackgroundRun& verification
   if (isCancel(fields)) return cancel(verification);
   const std::vector<std::wstring> paths = requestedPaths(fields);
   if (paths.empty()) return errorAnswer(400, words::kNothingGiven);
-  return start(verification, verificationWork(paths, contents));
+  return start(verification, verificationWork(paths, contents, fields.get("seen") == "1"));
 }
 
 HttpResponse verificationStatus(const BackgroundRun& verification) {

@@ -5,6 +5,8 @@
 #include "base/text.h"
 #include "json/json_writer.h"
 
+#include <algorithm>
+
 namespace vorda {
 
 HttpResponse servePage(const AppState& state) {
@@ -43,8 +45,11 @@ HttpResponse elevate(const AppState& state) {
 
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {
   if (const auto path = request.queryValue("p")) {
-    const std::wstring place = toUtf16(*path);
-    if (!isSshPath(place)) state.session.reveal(place);
+    std::wstring place = toUtf16(*path);
+    if (isSshPath(place)) return okAnswer();
+    // Explorer takes "/" for the beginning of an option.
+    std::replace(place.begin(), place.end(), L'/', L'\\');
+    state.session.reveal(place);
   }
   return okAnswer();
 }

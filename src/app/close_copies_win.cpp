@@ -13,8 +13,9 @@ int closeRunningCopies(const CommandLineOptions& options) {
   HandOver list;
   StepOutcome outcome =
       closeCopies(steps, options.closeFolder, options.rememberForRestart ? &list.agents : nullptr);
-  // A list from an earlier installation is obsolete in any case.
-  deleteHandOver();
+  // A list from an earlier installation into this folder is obsolete in any case.
+  list.folder = installationFolder(options.closeFolder);
+  deleteHandOver(list.folder);
   list.log = outcome.lines;
   list.written = fileTimeNow();
   if (options.rememberForRestart && !writeHandOver(list) && !list.agents.empty()) {

@@ -68,4 +68,7 @@ std::wstring argumentErrorText(const std::vector<std::wstring>& messages);
 // version: such as "1.2.3", or empty if unknown.
 std::wstring helpText(std::wstring_view version);
 
+// The text in pages of whole paragraphs that fit a screen; "\n\n" between them makes it again.
+std::vector<std::wstring> pagesOf(std::wstring_view text);
+
 } // namespace vorda

@@ -17,7 +17,8 @@ int runExport(const CommandLineOptions& options) {
   const std::unique_ptr<FolderSource> folders = systemFolders();
   const ScanRunOutputs outputs = {
       [](std::wstring_view text) { writeStdText(toUtf8(text), StdStream::error); },
-      [](std::string_view text) { return writeStdText(text, StdStream::output); }, writeFileSafely};
+      [](std::string_view text) { return writeStdText(text, StdStream::output); }, writeFileSafely,
+      whyNotWritable};
   const ScanRunRequest request = {options.scanPath,
                                   options.outFile,
                                   toUtf8(effectiveFormat(options)),

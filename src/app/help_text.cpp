@@ -1,8 +1,14 @@
 #include "app/command_line.h"
 
+#include <algorithm>
+
 namespace vorda {
 
 namespace {
+
+// A box of this many lines fits a screen of 1,080 lines, also when texts are half as large again.
+constexpr std::size_t kPageLines = 34;
+constexpr std::wstring_view kParagraph = L"\n\n";
 
 constexpr std::wstring_view kHelpBody = LR"help(-  Brixmoor
 Disk analysis for Windows.
@@ -69,6 +75,26 @@ std::wstring helpText(std::wstring_view version) {
   text.append(version);
   if (!version.empty()) text.append(L"  ");
   return text.append(kHelpBody);
+}
+
+std::vector<std::wstring> pagesOf(std::wstring_view text) {
+  std::vector<std::wstring> pages;
+  std::size_t lines = 0;
+  while (!text.empty()) {
+    const std::size_t end = text.find(kParagraph);
+    const std::wstring_view paragraph = text.substr(0, end);
+    text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + kParagraph.size());
+    const auto size =
+        static_cast<std::size_t>(std::count(paragraph.begin(), paragraph.end(), L'\n') + 1);
+    if (pages.empty() || lines + 1 + size > kPageLines) {
+      pages.emplace_back(paragraph);
+      lines = size;
+    } else {
+      pages.back().append(kParagraph).append(paragraph);
+      lines += 1 + size;
+    }
+  }
+  return pages;
 }
 
 } // namespace vorda

@@ -7,7 +7,12 @@ namespace vorda {
 
 int showHelp() {
   const std::wstring text = helpText(programVersion());
-  if (!writeStdLine(text, StdStream::output)) showInfo(text);
+  if (writeStdLine(text, StdStream::output)) return kExitDone;
+  const std::vector<std::wstring> pages = pagesOf(text);
+  for (std::size_t i = 0; i + 1 < pages.size(); ++i) {
+    if (!showMore(pages[i])) return kExitDone;
+  }
+  showInfo(pages.back());
   return kExitDone;
 }
 

@@ -23,8 +23,9 @@ int restartClosedCopies(const std::wstring& folder, bool asSystem) {
       asSystem, fileExists(joinPath(fullPath(folder), kProgramName)), kindOfCommandLine,
       startAgentService,
       [&folder](std::wstring_view arguments) { return startCopy(folder, arguments); }};
-  const StepOutcome outcome = restartCopies(readHandOver(), fileTimeNow(), steps);
-  deleteHandOver();
+  const std::wstring place = installationFolder(folder);
+  const StepOutcome outcome = restartCopies(readHandOver(place), fileTimeNow(), steps);
+  deleteHandOver(place);
   noteUpdate();
   return printSteps(outcome);
 }

@@ -1,6 +1,7 @@
 #include "app/safe_file_win.h"
 
 #include "base/paths.h"
+#include "base/text.h"
 #include "win/error_text.h"
 #include "win/full_path.h"
 #include "win/handles.h"
@@ -13,38 +14,78 @@ namespace vorda {
 namespace {
 
 constexpr unsigned kNameAttempts = 16;
+constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
+constexpr std::wstring_view kNothing = L"NUL";
+
+// NUL by its own name. Windows also takes "nul.json" for it, where somebody expects a file.
+bool isNothing(std::wstring_view name, std::wstring_view full) {
+  return full.starts_with(kDevicePrefix) &&
+         equalsIgnoreCase(full.substr(kDevicePrefix.size()), kNothing) &&
+         equalsIgnoreCase(lastName(name), kNothing);
+}
+
+// Why a name cannot be that of the result.
+std::wstring refusal(const std::wstring& full) {
+  if (full.starts_with(kDevicePrefix)) return L"that is the name of a device; give a file name";
+  const DWORD attributes = GetFileAttributesW(systemPath(full).c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return {};
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return L"that is a folder; give a file name";
+  // It would be replaced, and so deleted.
+  if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) return errorText(ERROR_ACCESS_DENIED);
+  const FileHandle replaced(CreateFileW(systemPath(full).c_str(), DELETE, kShareAll, nullptr,
+                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  return replaced.valid() ? std::wstring() : errorText(GetLastError());
+}
+
+struct Temporary {
+  std::wstring name;
+  FileHandle file;
+  DWORD error = ERROR_FILE_EXISTS;
+
+  // Created next to the target.
+  explicit Temporary(const std::wstring& target) {
+    const std::wstring stem = target + L".vorda-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+    const ULONGLONG ticks = GetTickCount64() % 100'000;
+    for (unsigned attempt = 0; attempt < kNameAttempts && error == ERROR_FILE_EXISTS; ++attempt) {
+      name = systemPath(stem + std::to_wstring(ticks + attempt) + L".tmp");
+      file.reset(CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                             FILE_ATTRIBUTE_NORMAL, nullptr));
+      error = file.valid() ? ERROR_SUCCESS : GetLastError();
+    }
+  }
+};
 
 } // namespace
 
+std::wstring whyNotWritable(const std::wstring& name) {
+  const std::wstring full = fullPath(name);
+  if (isNothing(name, full)) return {};
+  if (std::wstring why = refusal(full); !why.empty()) return why;
+  Temporary temporary(full);
+  if (temporary.error != ERROR_SUCCESS) return errorText(temporary.error);
+  temporary.file.reset();
+  DeleteFileW(temporary.name.c_str());
+  return {};
+}
+
 std::wstring writeFileSafely(const std::wstring& name, std::string_view bytes) {
   const std::wstring full = fullPath(name);
-  const std::wstring target = systemPath(full);
-  const DWORD attributes = GetFileAttributesW(target.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-    return L"that is a folder; give a file name";
+  if (isNothing(name, full)) return {};
+  if (std::wstring why = refusal(full); !why.empty()) return why;
+  Temporary temporary(full);
+  if (temporary.error != ERROR_SUCCESS) return errorText(temporary.error);
+  DWORD error = writeAll(temporary.file.get(), bytes);
+  if (error == ERROR_SUCCESS && FlushFileBuffers(temporary.file.get()) == FALSE) {
+    error = GetLastError();
   }
-  const std::wstring stem = full + L".vorda-" + std::to_wstring(GetCurrentProcessId()) + L"-";
-  const ULONGLONG ticks = GetTickCount64() % 100'000;
-  std::wstring temporary;
-  FileHandle file;
-  DWORD error = ERROR_FILE_EXISTS;
-  for (unsigned attempt = 0; attempt < kNameAttempts && error == ERROR_FILE_EXISTS; ++attempt) {
-    temporary = systemPath(stem + std::to_wstring(ticks + attempt) + L".tmp");
-    file.reset(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                           FILE_ATTRIBUTE_NORMAL, nullptr));
-    error = file.valid() ? ERROR_SUCCESS : GetLastError();
-  }
-  if (error != ERROR_SUCCESS) return errorText(error);
-  error = writeAll(file.get(), bytes);
-  if (error == ERROR_SUCCESS && FlushFileBuffers(file.get()) == FALSE) error = GetLastError();
-  file.reset();
+  temporary.file.reset();
   if (error == ERROR_SUCCESS &&
-      MoveFileExW(temporary.c_str(), target.c_str(),
+      MoveFileExW(temporary.name.c_str(), systemPath(full).c_str(),
                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE) {
     error = GetLastError();
   }
   if (error == ERROR_SUCCESS) return {};
-  DeleteFileW(temporary.c_str());
+  DeleteFileW(temporary.name.c_str());
   return errorText(error);
 }
 

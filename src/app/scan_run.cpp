@@ -4,6 +4,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
+#include "report/result_document.h"
 #include "scan/file_filter.h"
 
 #include <array>
@@ -13,6 +14,8 @@
 namespace vorda {
 
 namespace {
+
+bool isCsv(const ScanRunRequest& request) { return request.format == "csv"; }
 
 std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   auto job = std::make_unique<Job>();
@@ -25,6 +28,29 @@ std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   job->extensions = parseExtensions(request.ext);
   job->namePatterns = parseNamePatterns(request.find);
   return job;
+}
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+// How many files passed a filter; the document lists only some of them.
+std::string matches(const Job& job, const ScanRunRequest& request) {
+  if (request.ext.empty() && request.find.empty()) return {};
+  const std::size_t count = job.result.files.size();
+  const auto listed = static_cast<std::size_t>(kDocumentOptions.maxFiles);
+  std::string text = "  " + counted(count, "file matches", "files match");
+  if (!isCsv(request) && count > listed) {
+    text += ", JSON lists the largest " + std::to_string(listed);
+  }
+  return text;
+}
+
+std::wstring failureLine(const std::string& word) {
+  std::string text = " failed: " + failureText(word);
+  const std::size_t colon = word.find(':');
+  if (colon != std::string::npos) text += " (exit code " + word.substr(colon + 1) + ")";
+  return toUtf16(text + "\n");
 }
 
 std::string summary(const Job& job, const ScanRunRequest& request) {
@@ -40,10 +66,15 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
   if (result.unreadableFolders > 0) {
     line += "  " + std::to_string(result.unreadableFolders) + " folders could not be read";
   }
+  if (result.skippedFolders > 0) {
+    line += "  " + counted(result.skippedFolders, "entry", "entries") + " skipped";
+  }
   if (classifyTarget(job.target) == TargetClass::drive && !texts.noTurbo.empty()) {
     line += texts.noTurbo == kNoAdmin ? "  turbo mode needs administrator rights"
                                       : "  turbo mode unavailable: " + texts.noTurbo;
   }
+  if (result.partial != Partial::none) line.append("  partial: ").append(wordOf(result.partial));
+  line += matches(job, request);
   return line + "\n  -> " + toUtf8(request.outFile) + "\n";
 }
 
@@ -64,27 +95,37 @@ std::string summarySize(std::uint64_t bytes) {
 
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
                    const ScanRunOutputs& outputs) {
+  const bool toFile = request.outFile != L"-";
+  const auto notWritten = [&](const std::wstring& reason) {
+    outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
+    return kExitFailed;
+  };
+  // A scan can take an hour.
+  if (toFile) {
+    const std::wstring why = outputs.whyNotWritable(request.outFile);
+    if (!why.empty()) return notWritten(why);
+  }
   const std::unique_ptr<Job> job = makeJob(request);
   outputs.message(L"Vorda: scanning " + job->target);
   runJob(*job, steps);
   const std::string error = job->progress.texts().error;
   if (!error.empty()) {
-    outputs.message(L" failed: " + toUtf16(failureText(error)) + L"\n");
+    outputs.message(failureLine(error));
     return kExitFailed;
   }
   outputs.message(L"\n");
-  const bool csv = request.format == "csv";
+  const bool broken = job->result.partial == Partial::broken;
+  if (broken) outputs.message(L"Vorda: the connection broke; the result is only a part\n");
+  const int done = broken ? kExitFailed : kExitDone;
+  const bool csv = isCsv(request);
   const std::string report =
       csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
   const std::string& text = csv ? report : *job->document;
-  if (request.outFile == L"-") return outputs.standardOut(text) ? kExitDone : kExitFailed;
+  if (!toFile) return outputs.standardOut(text) ? done : kExitFailed;
   const std::wstring reason = outputs.writeFile(request.outFile, text);
-  if (!reason.empty()) {
-    outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
-    return kExitFailed;
-  }
+  if (!reason.empty()) return notWritten(reason);
   outputs.standardOut(summary(*job, request));
-  return kExitDone;
+  return done;
 }
 
 } // namespace vorda

@@ -25,9 +25,12 @@ struct ScanRunOutputs {
   std::function<bool(std::string_view)> standardOut; // UTF-8; false on failure
   // Writes the whole file or nothing. Returns the reason of a failure, or an empty string.
   std::function<std::wstring(const std::wstring& name, std::string_view text)> writeFile;
+  // Why writeFile would fail, before there is anything to write; empty if nothing is known.
+  std::function<std::wstring(const std::wstring& name)> whyNotWritable;
 };
 
-// Returns the exit code: kExitDone, or kExitFailed if scanning or writing failed.
+// Returns the exit code: kExitDone, or kExitFailed if scanning or writing failed, or if the
+// connection to a host broke.
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
                    const ScanRunOutputs& outputs);
 

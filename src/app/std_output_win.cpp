@@ -92,6 +92,10 @@ void showInfo(const std::wstring& text) {
   MessageBoxW(nullptr, text.c_str(), L"Vorda", MB_ICONINFORMATION);
 }
 
+bool showMore(const std::wstring& text) {
+  return MessageBoxW(nullptr, text.c_str(), L"Vorda", MB_ICONINFORMATION | MB_OKCANCEL) == IDOK;
+}
+
 void printError(std::wstring_view text) {
   writeStdText(toUtf8(std::wstring(text) + L"\n"), StdStream::error);
 }

@@ -23,6 +23,9 @@ void showError(const std::wstring& text);
 void showErrorBox(const std::wstring& text);
 void showInfo(const std::wstring& text);
 
+// The same for a text that another box continues; false if the user does not want that one.
+bool showMore(const std::wstring& text);
+
 // Writes a line to standard error. Failures are ignored.
 void printError(std::wstring_view text);
 

@@ -12,6 +12,17 @@ constexpr std::size_t kLongPathLength = 240;
 constexpr std::wstring_view kLiteralPrefix = L"\\\\?\\";
 constexpr std::wstring_view kLiteralSharePrefix = L"\\\\?\\UNC\\";
 
+std::wstring_view withoutPrefix(std::wstring_view path) {
+  return path.starts_with(kLiteralPrefix) ? path.substr(kLiteralPrefix.size()) : path;
+}
+
+// "X:" or "Volume{…}": with a separator behind it, the root of that volume.
+bool isVolumeName(std::wstring_view name) {
+  const bool drive = name.size() == 2 && name[1] == L':';
+  return drive || (startsWithIgnoreCase(name, L"Volume{") && name.ends_with(L'}') &&
+                   std::none_of(name.begin(), name.end(), isSeparator));
+}
+
 } // namespace
 
 bool isDriveLetterPath(std::wstring_view path) { return path.size() >= 2 && path[1] == L':'; }
@@ -33,6 +44,13 @@ std::wstring literalPath(std::wstring_view path) {
 
 bool losesItsEnd(std::wstring_view name) {
   return !name.empty() && (name.back() == L'.' || name.back() == L' ');
+}
+
+bool isAbsolutePath(std::wstring_view path) {
+  if (path.size() < 2) return false;
+  if (isSeparator(path[0])) return isSeparator(path[1]) && path.size() > 2 && !isSeparator(path[2]);
+  const bool letter = (path[0] >= L'A' && path[0] <= L'Z') || (path[0] >= L'a' && path[0] <= L'z');
+  return letter && path[1] == L':' && (path.size() == 2 || isSeparator(path[2]));
 }
 
 bool isPlainAbsolute(std::wstring_view path) {
@@ -88,11 +106,30 @@ std::wstring parentOf(std::wstring_view path) {
   return pathComponents(path).size() <= 2 ? std::wstring() : std::wstring(path.substr(0, end));
 }
 
+std::wstring placeRoot(const std::wstring& path) {
+  std::wstring at = path;
+  for (std::wstring above = parentOf(at); !above.empty(); above = parentOf(at)) at = above;
+  return at;
+}
+
 std::wstring normaliseRoot(std::wstring_view root) {
   while (root.size() > 3 && isSeparator(root.back())) root.remove_suffix(1);
   std::wstring out(root);
-  if (out.size() == 2 && out[1] == L':') out.push_back(L'\\');
+  if (isVolumeName(withoutPrefix(root))) out.push_back(L'\\');
   return out;
+}
+
+std::wstring withoutLiteralPrefix(std::wstring_view path) {
+  const std::wstring_view rest = withoutPrefix(path);
+  const auto parts = pathComponents(rest, [](wchar_t unit) { return unit == L'\\'; });
+  const bool plain = std::all_of(parts.begin(), parts.end(), [](std::wstring_view part) {
+    return !losesItsEnd(part) && part.find(L'/') == std::wstring_view::npos;
+  });
+  if (rest.size() == path.size() || !plain) return std::wstring(path);
+  if (startsWithIgnoreCase(path, kLiteralSharePrefix)) {
+    return L"\\\\" + std::wstring(path.substr(kLiteralSharePrefix.size()));
+  }
+  return std::wstring(isDriveLetterPath(rest) ? rest : path);
 }
 
 bool liesBelow(std::wstring_view path, std::wstring_view folder) {

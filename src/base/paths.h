@@ -21,8 +21,16 @@ std::wstring systemPath(std::wstring_view path);
 // and spaces from names, and so opens a different file.
 std::wstring literalPath(std::wstring_view path);
 
+// A path without "\\?\", as "X:\…" or "\\server\…", if it means the same without it. Names of
+// devices are not looked for. Any other path is returned unchanged.
+std::wstring withoutLiteralPrefix(std::wstring_view path);
+
 // Whether the name ends in a dot or space, which the system drops without the prefix.
 bool losesItsEnd(std::wstring_view name);
+
+// Whether a path means the same wherever the program was started: "X:", "X:\…" or "\\…", also with
+// "/". "X:name" and "\name" do not.
+bool isAbsolutePath(std::wstring_view path);
 
 // Whether a path is absolute and normalised: "X:\…" or "\\…", backslashes only, and no
 // component "." or "..". Behind "\\?\" dots are ordinary names.
@@ -48,7 +56,11 @@ std::wstring_view folderPart(std::wstring_view path);
 // The parent folder; empty for the root of a drive, share or WSL distribution.
 std::wstring parentOf(std::wstring_view path);
 
-// The canonical spelling of a scan root: no trailing separators, but "X:" becomes "X:\".
+// "X:\" or "\\server\share" of an absolute path.
+std::wstring placeRoot(const std::wstring& path);
+
+// The canonical spelling of a scan root: no trailing separators, but "X:" becomes "X:\", also
+// behind "\\?\", where "Volume{…}" does the same.
 std::wstring normaliseRoot(std::wstring_view root);
 
 // Whether a path lies below a folder at any depth, ignoring case; the folder itself does

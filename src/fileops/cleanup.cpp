@@ -3,7 +3,9 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/deletion_log.h"
+#include "fileops/journal.h"
 #include "fileops/path_judge.h"
+#include "fileops/remove_tree.h"
 #include "rules/safety_rules.h"
 
 #include <algorithm>
@@ -41,6 +43,56 @@ bool isReadAsSpelled(Machine& machine, const std::wstring& entry) {
          equalsIgnoreCase(machine.fullPath(entry), entry);
 }
 
+struct Entry {
+  bool plain = false; // the others are left alone
+  Doomed doomed;
+};
+
+std::vector<Entry> entriesOf(Machine& machine, FolderSource& folders, const std::wstring& folder,
+                             const std::vector<std::wstring>& names) {
+  std::vector<Entry> entries;
+  for (const std::wstring& name : names) {
+    Entry one;
+    one.doomed.real = joinPath(folder, name);
+    one.plain = isReadAsSpelled(machine, one.doomed.real);
+    if (one.plain) {
+      const PathFacts facts = folders.facts(one.doomed.real);
+      one.doomed.facts = {facts.folder, facts.reparsePoint, machine.identity(one.doomed.real)};
+      one.doomed.measure = measurePath(folders, one.doomed.real);
+    }
+    entries.push_back(std::move(one));
+  }
+  return entries;
+}
+
+Journal journalOf(const std::wstring& path, const std::vector<Entry>& entries) {
+  Journal journal = {JournalKind::cleanup, path, {}};
+  for (const Entry& one : entries) {
+    if (!one.plain) continue;
+    const Doomed& doomed = one.doomed;
+    journal.entries.push_back(
+        {doomed.real, doomed.real, doomed.facts.folder && !doomed.facts.link, doomed.measure});
+  }
+  return journal;
+}
+
+void removeOne(Machine& machine, FolderSource& folders, const Entry& entry, CleanupResult& result) {
+  const Doomed& doomed = entry.doomed;
+  const auto anyFolder = [](const std::wstring&, std::wstring_view) { return true; };
+  const ShellOutcome outcome =
+      entry.plain ? removeForGood(machine, folders, {doomed}, anyFolder) : ShellOutcome{0, true};
+  // The shell may report success for a file in use.
+  if (outcome.code == 0 && !outcome.aborted && !folders.facts(doomed.real).exists) {
+    ++result.deleted;
+    result.bytes += doomed.measure.bytes;
+    return;
+  }
+  ++result.skipped;
+  // A folder with a file in use goes except for that file.
+  if (!entry.plain) return;
+  result.bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
+}
+
 } // namespace
 
 bool isCleanableFolder(std::wstring_view path) {
@@ -68,24 +120,14 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   if (result.failure != CleanupFailure::none) return result;
 
   result.before = measurePath(folders, folder);
-  for (const std::wstring& name : names) {
-    const std::wstring entry = joinPath(folder, name);
-    const bool plain = isReadAsSpelled(machine, entry);
-    const PathMeasure measure = plain ? measurePath(folders, entry) : PathMeasure{};
-    const ShellOutcome outcome =
-        plain ? machine.shellDelete({entry}, false) : ShellOutcome{0, true};
-    // The shell may report success for a file in use.
-    if (outcome.code == 0 && !outcome.aborted && !folders.facts(entry).exists) {
-      ++result.deleted;
-      result.bytes += measure.bytes;
-    } else {
-      ++result.skipped;
-      // A folder with a file in use goes except for that file.
-      if (plain) result.bytes += lossBetween(measure, measurePath(folders, entry)).bytes;
-    }
-  }
-  machine.appendToLog(
-      cleanedLine(machine.now(), result.bytes, path, result.deleted, result.skipped));
+  finishInterrupted(machine, folders);
+  const std::vector<Entry> entries = entriesOf(machine, folders, folder, names);
+  const std::unique_ptr<JournalFile> journal =
+      machine.writeJournal(journalText(journalOf(path, entries)));
+  for (const Entry& one : entries) removeOne(machine, folders, one, result);
+  result.logged = machine.appendToLog(
+      cleanedLine(machine.now(), {false, result.bytes, result.deleted, result.skipped}, path));
+  if (journal) journal->remove();
   return result;
 }
 

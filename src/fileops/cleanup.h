@@ -23,6 +23,7 @@ struct CleanupResult {
   std::uint32_t deleted = 0; // entries
   std::uint32_t skipped = 0; // entries that are still there, mostly because they are in use
   std::uint64_t bytes = 0;   // of the deleted entries, and of what went from inside skipped ones
+  bool logged = true;        // false if the log could not be written
   CleanupFailure failure = CleanupFailure::none;
   PathMeasure before; // of the whole folder
 };

@@ -3,9 +3,12 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/deletion_log.h"
+#include "fileops/journal.h"
 #include "fileops/path_judge.h"
+#include "fileops/remove_tree.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -29,80 +32,128 @@ bool hasAncestorIn(const Paths& paths, const std::wstring& lower) {
   return false;
 }
 
+// A path that may be deleted, from the first look at it to the last.
+struct Item {
+  Verdict verdict;
+  Expected expected;
+  DeletedPath path;
+};
+
+Paths realPaths(const std::vector<Item>& items) {
+  Paths real;
+  for (const Item& one : items) real.insert(lowerCase(one.verdict.real));
+  return real;
+}
+
 // Drops paths inside other paths of the list, and duplicates. Both the requested and the
 // resolved paths are compared, so that two spellings of one path are deleted once.
-std::vector<Verdict> pruned(std::vector<Verdict> accepted) {
+std::vector<Item> pruned(std::vector<Item> accepted) {
   Paths spelled;
-  Paths real;
-  for (const Verdict& one : accepted) {
-    spelled.insert(lowerCase(one.path));
-    real.insert(lowerCase(one.real));
-  }
+  const Paths real = realPaths(accepted);
+  for (const Item& one : accepted) spelled.insert(lowerCase(one.verdict.path));
   Paths taken;
-  std::vector<Verdict> remaining;
-  for (Verdict& one : accepted) {
-    const std::wstring place = lowerCase(one.real);
-    if (hasAncestorIn(spelled, lowerCase(one.path)) || hasAncestorIn(real, place)) continue;
+  std::vector<Item> remaining;
+  for (Item& one : accepted) {
+    const std::wstring place = lowerCase(one.verdict.real);
+    if (hasAncestorIn(spelled, lowerCase(one.verdict.path)) || hasAncestorIn(real, place)) continue;
     if (taken.insert(place).second) remaining.push_back(std::move(one));
   }
   return remaining;
 }
 
-// "X:\" or "\\server\share".
-std::wstring placeRoot(const std::wstring& path) {
-  std::wstring at = path;
-  for (std::wstring above = parentOf(at); !above.empty(); above = parentOf(at)) at = above;
-  return at;
+Seen seenNow(const PathFacts& facts, const PathMeasure& measure,
+             const std::optional<FileIdentity>& identity) {
+  if (facts.reparsePoint) return {SeenKind::link, 0, facts.lastWrite, identity, {}};
+  if (facts.folder) {
+    // What cannot be listed now may not have been there before.
+    return {SeenKind::folder,
+            measure.bytes,
+            mixed(measure.mark, measure.unreadableFolders),
+            identity,
+            {}};
+  }
+  return {SeenKind::file, facts.size, facts.lastWrite, identity, {}};
 }
 
 class Deletion {
 public:
-  Deletion(Machine& machine, FolderSource& folders, const DeleteRequest& request)
+  Deletion(Machine& machine, FolderSource& folders, FileKeeper& keeper,
+           const DeleteRequest& request)
       : machine_(machine), folders_(folders), request_(request),
-        judge_(machine, folders, request.root) {}
+        judge_(machine, folders, request.root), proof_(keeper, request.nowMs) {}
 
   DeleteResult run();
 
 private:
+  using Test = std::function<Refusal(Item&)>;
+
+  void judge();
   void preview();
   void execute();
-  void measure();
-  void judgeAgain();
+  void refuse(const Test& test);
+  Refusal prove(const Paths& going, const Item& item);
+  Refusal measure(Item& item);
+  Refusal judgeAgain(PathJudge& judge, Item& item);
+  std::vector<std::wstring> realPathList() const;
+  ShellOutcome removeAll();
+  Journal journalOf() const;
+  void lookAfterwards();
   void log(const ShellOutcome& outcome);
 
   Machine& machine_;
   FolderSource& folders_;
   const DeleteRequest& request_;
   PathJudge judge_;
-  std::vector<Verdict> accepted_;
-  std::vector<DeletedPath> planned_; // one per accepted path
+  CopyProof proof_;
+  std::vector<Item> items_;
   DeleteResult result_;
 };
 
 DeleteResult Deletion::run() {
-  for (const std::wstring& path : request_.paths) {
-    Verdict verdict = judge_.judge(path);
-    if (verdict.refusal == Refusal::none) {
-      accepted_.push_back(std::move(verdict));
-    } else {
-      result_.refused.push_back({std::move(verdict.path), verdict.refusal});
-    }
-  }
-  accepted_ = pruned(std::move(accepted_));
-  for (const Verdict& one : accepted_) {
-    planned_.push_back({one.path,
-                        one.real,
-                        request_.root.empty() ? std::wstring() : judge_.inTree(one.real),
-                        one.facts.folder && !one.facts.reparsePoint,
-                        {},
-                        {}});
-  }
+  judge();
   if (request_.dryRun) {
     preview();
-  } else if (!accepted_.empty()) {
+  } else if (!items_.empty()) {
     execute();
   }
   return std::move(result_);
+}
+
+void Deletion::judge() {
+  for (std::size_t i = 0; i < request_.paths.size(); ++i) {
+    Item item;
+    item.verdict = judge_.judge(request_.paths[i]);
+    if (i < request_.expected.size()) item.expected = request_.expected[i];
+    Verdict& verdict = item.verdict;
+    if (verdict.refusal == Refusal::none && !request_.permanent &&
+        isTooLongForShell(verdict.real, {})) {
+      verdict.refusal = Refusal::tooLong;
+    }
+    if (verdict.refusal != Refusal::none) {
+      result_.refused.push_back({verdict.path, verdict.refusal});
+      continue;
+    }
+    item.path.path = verdict.path;
+    item.path.real = verdict.real;
+    if (!request_.root.empty()) item.path.inTree = judge_.inTree(verdict.real);
+    item.path.folder = verdict.facts.folder && !verdict.facts.reparsePoint;
+    items_.push_back(std::move(item));
+  }
+  items_ = pruned(std::move(items_));
+}
+
+// Takes out the items that the test refuses.
+void Deletion::refuse(const Test& test) {
+  std::vector<Item> good;
+  for (Item& one : items_) {
+    const Refusal why = test(one);
+    if (why == Refusal::none) {
+      good.push_back(std::move(one));
+    } else {
+      result_.refused.push_back({one.verdict.path, why});
+    }
+  }
+  items_ = std::move(good);
 }
 
 void Deletion::preview() {
@@ -113,42 +164,88 @@ void Deletion::preview() {
     return known != bins.end() ? known->second
                                : bins.emplace(root, machine_.hasBin(root)).first->second;
   };
-  for (const Verdict& one : accepted_) {
-    if (!one.facts.folder && !one.facts.reparsePoint) result_.bytes += one.facts.size;
-    if (!request_.permanent && !(hasBin(one.path) && hasBin(one.real))) {
-      result_.noBin.push_back(one.path);
+  if (request_.wantSeen) refuse([this](Item& item) { return measure(item); });
+  for (Item& one : items_) {
+    const Verdict& verdict = one.verdict;
+    if (!verdict.facts.folder && !verdict.facts.reparsePoint) result_.bytes += verdict.facts.size;
+    if (!request_.permanent && !(hasBin(verdict.path) && hasBin(verdict.real))) {
+      result_.noBin.push_back(verdict.path);
     }
+    one.path.seen = seenNow(verdict.facts, one.path.measure, verdict.identity);
+    result_.wouldDelete.push_back(std::move(one.path));
   }
-  result_.wouldDelete = std::move(planned_);
 }
 
 void Deletion::execute() {
   // While the parent folders are held open, none of them can be replaced by a link, so the
   // shell finds what was judged last.
   std::map<std::wstring, std::shared_ptr<void>> held;
-  for (const Verdict& one : accepted_) {
-    const std::wstring folder = parentOf(one.real);
+  for (const Item& one : items_) {
+    const std::wstring folder = parentOf(one.verdict.real);
     if (!held.contains(folder)) held.emplace(folder, machine_.hold(folder));
   }
-  measure();
-  judgeAgain();
-  if (planned_.empty()) return;
+  // Contents first, since reading takes long; whatever was read cannot change afterwards.
+  const Paths going = realPaths(items_);
+  refuse([this, &going](Item& item) { return prove(going, item); });
+  refuse([this](Item& item) { return measure(item); });
+  PathJudge judge(machine_, folders_, request_.root);
+  refuse([this, &judge](Item& item) { return judgeAgain(judge, item); });
+  if (items_.empty()) return;
 
   const bool intoBin = !request_.permanent;
-  const std::wstring& first = planned_.front().real;
+  const std::wstring& first = items_.front().path.real;
   const std::wstring binRoot =
       intoBin && isDriveLetterPath(first) ? first.substr(0, 3) : std::wstring();
-  std::vector<std::wstring> paths;
-  for (const DeletedPath& one : planned_) paths.push_back(one.real);
   const auto bin = [this, &binRoot] {
     return binRoot.empty() ? std::nullopt : machine_.binFigures(binRoot);
   };
   const std::optional<BinFigures> before = bin();
-  const ShellOutcome outcome = machine_.shellDelete(paths, intoBin);
+  finishInterrupted(machine_, folders_);
+  const std::unique_ptr<JournalFile> journal = machine_.writeJournal(journalText(journalOf()));
+  const ShellOutcome outcome = intoBin ? machine_.shellDelete(realPathList(), true) : removeAll();
   const std::optional<BinFigures> after = bin();
+  proof_.release();
+  lookAfterwards();
+  if (before && after && after->bytes > before->bytes) {
+    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
+  }
+  log(outcome);
+  if (journal) journal->remove();
+}
 
-  result_.wouldDelete = planned_;
-  for (DeletedPath& one : planned_) {
+std::vector<std::wstring> Deletion::realPathList() const {
+  std::vector<std::wstring> paths;
+  for (const Item& one : items_) paths.push_back(one.path.real);
+  return paths;
+}
+
+ShellOutcome Deletion::removeAll() {
+  std::vector<Doomed> doomed;
+  for (const Item& one : items_) {
+    const PathFacts& facts = one.verdict.facts;
+    doomed.push_back({one.path.real,
+                      {facts.folder, facts.reparsePoint, one.verdict.identity},
+                      one.path.measure});
+  }
+  return removeForGood(machine_, folders_, doomed,
+                       [this](const std::wstring& path, std::wstring_view name) {
+                         return judge_.refusalOfFolder(path, name) == Refusal::none;
+                       });
+}
+
+Journal Deletion::journalOf() const {
+  Journal journal;
+  journal.kind = request_.permanent ? JournalKind::permanent : JournalKind::binned;
+  for (const Item& one : items_) {
+    journal.entries.push_back({one.path.path, one.path.real, one.path.folder, one.path.measure});
+  }
+  return journal;
+}
+
+void Deletion::lookAfterwards() {
+  for (Item& item : items_) {
+    DeletedPath& one = item.path;
+    result_.wouldDelete.push_back(one);
     if (folders_.facts(one.real).exists) {
       if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
       result_.bytes += one.lost.bytes;
@@ -158,42 +255,50 @@ void Deletion::execute() {
       result_.deleted.push_back(std::move(one));
     }
   }
-  if (before && after && after->bytes > before->bytes) {
-    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
-  }
-  log(outcome);
 }
 
-void Deletion::measure() {
-  for (std::size_t i = 0; i < planned_.size(); ++i) {
-    Refusal& refusal = accepted_[i].refusal;
-    planned_[i].measure =
-        measurePath(folders_, planned_[i].real,
-                    [this, &refusal](const std::wstring& path, std::wstring_view name) {
-                      if (refusal == Refusal::none) refusal = judge_.refusalOfFolder(path, name);
-                    });
+Refusal Deletion::prove(const Paths& going, const Item& item) {
+  const Expected& expected = item.expected;
+  if (expected.unusable) return Refusal::changed;
+  if (!expected.comparesContents()) return Refusal::none;
+  if (!expected.keep.empty()) {
+    // The copy that stays must not be deleted by the same request, under whatever name.
+    const auto place = machine_.finalPlace(expected.keep);
+    if (!place) return Refusal::changed;
+    const std::wstring staying = lowerCase(place->path);
+    if (going.contains(staying) || hasAncestorIn(going, staying)) return Refusal::changed;
   }
+  return proof_.prove(item.verdict.real, expected) ? Refusal::none : Refusal::changed;
 }
 
-void Deletion::judgeAgain() {
-  PathJudge judge(machine_, folders_, request_.root);
-  std::vector<DeletedPath> same;
-  for (std::size_t i = 0; i < planned_.size(); ++i) {
-    const Verdict& before = accepted_[i];
-    const Verdict now = judge.judge(before.path);
-    if (before.refusal != Refusal::none) {
-      result_.refused.push_back({before.path, before.refusal});
-    } else if (now.refusal == Refusal::missing) {
-      result_.refused.push_back({before.path, now.refusal});
-    } else if (now.refusal != Refusal::none || now.real != before.real ||
-               now.identity != before.identity || now.facts.folder != before.facts.folder ||
-               now.facts.reparsePoint != before.facts.reparsePoint) {
-      result_.refused.push_back({before.path, Refusal::ambiguous});
-    } else {
-      same.push_back(std::move(planned_[i]));
-    }
+Refusal Deletion::measure(Item& item) {
+  Refusal refusal = Refusal::none;
+  item.path.measure = measurePath(
+      folders_, item.path.real, [this, &refusal](const std::wstring& path, std::wstring_view name) {
+        if (refusal == Refusal::none) refusal = judge_.refusalOfFolder(path, name);
+      });
+  if (refusal == Refusal::none && !request_.permanent &&
+      isTooLongForShell(item.path.real, item.path.measure)) {
+    refusal = Refusal::tooLong;
   }
-  planned_ = std::move(same);
+  return refusal;
+}
+
+Refusal Deletion::judgeAgain(PathJudge& judge, Item& item) {
+  const Verdict& before = item.verdict;
+  const Verdict now = judge.judge(before.path);
+  if (now.refusal == Refusal::missing) return now.refusal;
+  if (now.refusal != Refusal::none || now.real != before.real || now.identity != before.identity ||
+      now.facts.folder != before.facts.folder ||
+      now.facts.reparsePoint != before.facts.reparsePoint) {
+    return Refusal::ambiguous;
+  }
+  const Seen seen = seenNow(now.facts, item.path.measure, now.identity);
+  const Expected& expected = item.expected;
+  if (expected.comparesContents()) {
+    return proof_.isStill(now.real, seen) ? Refusal::none : Refusal::changed;
+  }
+  return !expected.seen || *expected.seen == seen ? Refusal::none : Refusal::changed;
 }
 
 void Deletion::log(const ShellOutcome& outcome) {
@@ -203,28 +308,30 @@ void Deletion::log(const ShellOutcome& outcome) {
   } else if (result_.binned == 0 && result_.bytes > 0) {
     mode = DeletionMode::binRefused;
   }
+  std::string lines;
   for (const DeletedPath& one : result_.deleted) {
-    machine_.appendToLog(
-        deletedLine(machine_.now(), mode, Extent::whole, one.measure.bytes, one.path));
+    lines += deletedLine(machine_.now(), {mode}, one.measure.bytes, one.path);
   }
   for (const DeletedPath& one : result_.left) {
-    if (!one.lost.any) continue;
-    machine_.appendToLog(deletedLine(machine_.now(), mode, Extent::part, one.lost.bytes, one.path));
+    if (one.lost.any) lines += deletedLine(machine_.now(), {mode, true}, one.lost.bytes, one.path);
   }
   if (outcome.aborted) {
     result_.error = kAborted;
   } else if (outcome.code != 0) {
     result_.error = std::string(kFailed) + std::to_string(outcome.code);
   }
-  if (result_.error.empty()) return;
-  machine_.appendToLog(failedLine(machine_.now(), outcome.code, result_.left.size(),
-                                  result_.left.size() + result_.deleted.size()));
+  if (!result_.error.empty()) {
+    lines += failedLine(machine_.now(), outcome.code, result_.left.size(),
+                        result_.left.size() + result_.deleted.size());
+  }
+  if (!lines.empty()) result_.logged = machine_.appendToLog(lines);
 }
 
 } // namespace
 
-DeleteResult deletePaths(Machine& machine, FolderSource& folders, const DeleteRequest& request) {
-  return Deletion(machine, folders, request).run();
+DeleteResult deletePaths(Machine& machine, FolderSource& folders, FileKeeper& keeper,
+                         const DeleteRequest& request) {
+  return Deletion(machine, folders, keeper, request).run();
 }
 
 } // namespace vorda

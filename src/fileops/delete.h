@@ -1,10 +1,11 @@
 // Deleting files and folders, into the recycle bin or for good.
 //
 // Every path is judged twice: when it is requested and again right before it is passed to the
-// shell. A path that leads to a different file or place by then is not deleted. Links are
-// deleted as links.
+// shell. A path that leads to a different file or place by then is not deleted, nor one that is no
+// longer what the client saw. Links are deleted as links.
 #pragma once
 
+#include "fileops/copy_proof.h"
 #include "fileops/machine.h"
 #include "fileops/measure.h"
 
@@ -18,7 +19,10 @@ struct DeleteRequest {
   std::vector<std::wstring> paths;
   bool permanent = false;
   bool dryRun = false;
-  std::wstring root; // the folder that paths must lie in; empty for no restriction
+  std::wstring root;              // the folder that paths must lie in; empty for no restriction
+  bool wantSeen = false;          // a dry run says what it sees
+  std::vector<Expected> expected; // one for each path, or none at all
+  std::uint64_t nowMs = 0;        // since 1970
 };
 
 struct RefusedPath {
@@ -34,6 +38,7 @@ struct DeletedPath {
   bool folder = false;
   PathMeasure measure; // taken right before the deletion
   Loss lost;           // of a folder that is still there
+  Seen seen;           // what it was then
 };
 
 struct DeleteResult {
@@ -41,6 +46,7 @@ struct DeleteResult {
   std::uint64_t bytes = 0;
   std::uint64_t binned = 0;         // how many of them went into the recycle bin
   std::string error;                // "", "aborted", or "failed:" with the shell's code
+  bool logged = true;               // false if the log could not be written
   std::vector<DeletedPath> deleted; // no longer there
   std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
   std::vector<RefusedPath> refused;
@@ -48,8 +54,10 @@ struct DeleteResult {
   std::vector<std::wstring> noBin;      // in a dry run: those that no bin would take
 };
 
-// A dry run only judges the paths: it changes and logs nothing. The call blocks on the disk, so
+// A dry run only judges the paths, and measures them if it says what it sees: it changes and logs
+// nothing. The call blocks on the disk, so
 // it must not be made while a job's resultMutex is held.
-DeleteResult deletePaths(Machine& machine, FolderSource& folders, const DeleteRequest& request);
+DeleteResult deletePaths(Machine& machine, FolderSource& folders, FileKeeper& keeper,
+                         const DeleteRequest& request);
 
 } // namespace vorda

@@ -12,6 +12,7 @@ constexpr std::string_view kPermanent = "definitief";
 constexpr std::string_view kBinned = "prullenbak";
 constexpr std::string_view kBinRefused = "definitief (niet in de prullenbak)";
 constexpr std::string_view kPart = " (deels)";
+constexpr std::string_view kInterrupted = " (onderbroken)";
 constexpr std::string_view kFailed = "MISLUKT";
 constexpr std::string_view kOf = " van ";
 constexpr std::string_view kPathsLeft = " paden bleven staan";
@@ -37,10 +38,11 @@ std::string lineStart(const LocalTime& at, std::string_view what) {
 
 } // namespace
 
-std::string deletedLine(const LocalTime& at, DeletionMode mode, Extent extent, std::uint64_t bytes,
+std::string deletedLine(const LocalTime& at, const Manner& manner, std::uint64_t bytes,
                         std::wstring_view path) {
-  std::string line = lineStart(at, modeText(mode));
-  if (extent == Extent::part) line.append(kPart);
+  std::string line = lineStart(at, modeText(manner.mode));
+  if (manner.partly) line.append(kPart);
+  if (manner.interrupted) line.append(kInterrupted);
   line.append(kSeparator).append(std::to_string(bytes)).append(kSeparator);
   appendUtf8(line, path);
   return line.append(kLineEnd);
@@ -53,13 +55,13 @@ std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::u
   return line.append(kPathsLeft).append(kLineEnd);
 }
 
-std::string cleanedLine(const LocalTime& at, std::uint64_t bytes, std::wstring_view folder,
-                        std::uint64_t deleted, std::uint64_t skipped) {
+std::string cleanedLine(const LocalTime& at, const Cleaned& cleaned, std::wstring_view folder) {
   std::string line = lineStart(at, kCleaned);
-  line.append(kSeparator).append(std::to_string(bytes)).append(kSeparator);
+  if (cleaned.interrupted) line.append(kInterrupted);
+  line.append(kSeparator).append(std::to_string(cleaned.bytes)).append(kSeparator);
   appendUtf8(line, folder);
-  line.append(kSeparator).append("(").append(std::to_string(deleted)).append(kRemoved);
-  return line.append(std::to_string(skipped)).append(kSkipped).append(")").append(kLineEnd);
+  line.append(kSeparator).append("(").append(std::to_string(cleaned.deleted)).append(kRemoved);
+  return line.append(std::to_string(cleaned.skipped)).append(kSkipped).append(")").append(kLineEnd);
 }
 
 } // namespace vorda

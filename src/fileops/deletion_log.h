@@ -15,21 +15,28 @@ enum class DeletionMode {
   binRefused, // meant for the recycle bin, but deleted permanently
 };
 
-enum class Extent {
-  whole,
-  part, // the folder is still there, but not everything that was in it
+struct Manner {
+  DeletionMode mode = DeletionMode::permanent;
+  bool partly = false;      // the folder is still there, but not everything that was in it
+  bool interrupted = false; // the process ended meanwhile; found out later
 };
 
 // A path was deleted.
-std::string deletedLine(const LocalTime& at, DeletionMode mode, Extent extent, std::uint64_t bytes,
+std::string deletedLine(const LocalTime& at, const Manner& manner, std::uint64_t bytes,
                         std::wstring_view path);
 
 // The shell failed with this code, or aborted if the code is 0; some of the paths that it got
 // are still there.
 std::string failedLine(const LocalTime& at, int code, std::uint64_t left, std::uint64_t paths);
 
-// A folder was emptied; the numbers are those of its entries.
-std::string cleanedLine(const LocalTime& at, std::uint64_t bytes, std::wstring_view folder,
-                        std::uint64_t deleted, std::uint64_t skipped);
+struct Cleaned {
+  bool interrupted = false; // as above
+  std::uint64_t bytes = 0;
+  std::uint64_t deleted = 0; // entries
+  std::uint64_t skipped = 0;
+};
+
+// A folder was emptied.
+std::string cleanedLine(const LocalTime& at, const Cleaned& cleaned, std::wstring_view folder);
 
 } // namespace vorda

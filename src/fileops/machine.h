@@ -40,6 +40,29 @@ struct BinFigures {
   std::uint64_t items = 0;
 };
 
+// What an entry of a folder is known to be.
+struct EntryFacts {
+  bool folder = false;
+  bool link = false;                    // a reparse point of any kind
+  std::optional<FileIdentity> identity; // if known
+};
+
+// The system's code when an entry is not, or not where, it is expected to be: its name could not
+// be resolved.
+inline constexpr int kNotAsExpected = 1921;
+
+// A journal on the disk. Without remove() it stays there when the object is gone.
+class JournalFile {
+public:
+  virtual ~JournalFile() = default;
+  virtual void remove() = 0;
+};
+
+struct FoundJournal {
+  std::string bytes;
+  std::unique_ptr<JournalFile> file;
+};
+
 class Machine {
 public:
   virtual ~Machine() = default;
@@ -60,6 +83,9 @@ public:
   // Keeps a folder from being renamed, moved or replaced during the lifetime of the result.
   // Null if it cannot be opened.
   virtual std::shared_ptr<void> hold(const std::wstring& folder) = 0;
+
+  // The same, but null as well if it is a link, or if its final path is another one.
+  virtual std::shared_ptr<void> holdExactly(const std::wstring& folder) = 0;
 
   virtual std::vector<KnownFolder> knownFolders() = 0;
 
@@ -83,8 +109,19 @@ public:
   // units long.
   virtual ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) = 0;
 
-  // Appends a record to the deletion log. Does nothing if the log cannot be opened.
-  virtual void appendToLog(std::string_view bytes) = 0;
+  // Deletes a file, a link or an empty folder for good, whatever the length of its path and
+  // whatever its name; a link is never followed. Leaves what is not as expected, or has another
+  // final path. Returns 0 or the system's code.
+  virtual int removeEntry(const std::wstring& path, const EntryFacts& expected) = 0;
+
+  // Appends records to the deletion log; false if they could not be written.
+  virtual bool appendToLog(std::string_view bytes) = 0;
+
+  // Writes a journal beside the log; it is on the disk when this returns. Null on failure.
+  virtual std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) = 0;
+
+  // The journals that no running process is writing to.
+  virtual std::vector<FoundJournal> abandonedJournals() = 0;
 
   virtual LocalTime now() = 0;
 };

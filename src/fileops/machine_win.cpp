@@ -1,13 +1,16 @@
 #include "fileops/machine.h"
 
 #include "base/paths.h"
+#include "base/text.h"
 #include "fileops/deletion_log_win.h"
+#include "fileops/journal_files_win.h"
 #include "win/com_apartment.h"
 #include "win/file_identity.h"
 #include "win/final_path.h"
 #include "win/full_path.h"
 #include "win/handles.h"
 #include "win/process_facts.h"
+#include "win/write_all.h"
 
 #include <windows.h>
 
@@ -15,6 +18,8 @@
 #include <shlobj.h>
 
 #include <array>
+#include <cstddef>
+#include <cstring>
 #include <mutex>
 #include <thread>
 
@@ -25,6 +30,8 @@ namespace {
 constexpr DWORD kSilent = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 constexpr int kLogAttempts = 20;
 constexpr DWORD kLogRetryMs = 10;
+// Up to here every system tells the final path of an open file.
+constexpr std::size_t kLongestFinalName = 200;
 
 // Runs work on a thread of its own with COM: the shell may need more stack than the thread of a
 // connection has.
@@ -74,29 +81,122 @@ void addMountFolders(const wchar_t* volume, std::vector<std::wstring>& roots) {
   }
 }
 
+// The path of an open file relative to its volume, of whatever length.
+std::optional<std::wstring> nameOnVolume(HANDLE handle) {
+  constexpr std::size_t kMostBytes = sizeof(FILE_NAME_INFO) + 2 * 32'768;
+  std::vector<char> buffer(kMostBytes);
+  if (GetFileInformationByHandleEx(handle, FileNameInfo, buffer.data(),
+                                   static_cast<DWORD>(buffer.size())) == FALSE) {
+    return std::nullopt;
+  }
+  FILE_NAME_INFO info;
+  std::memcpy(&info, buffer.data(), sizeof info);
+  std::wstring name(info.FileNameLength / sizeof(wchar_t), L'\0');
+  std::memcpy(name.data(), buffer.data() + offsetof(FILE_NAME_INFO, FileName),
+              name.size() * sizeof(wchar_t));
+  return name;
+}
+
+std::optional<FinalPlace> shortPlaceOf(HANDLE handle, const std::wstring& path) {
+  const auto onVolume = finalPath(handle, VOLUME_NAME_NONE);
+  const auto named = finalPath(handle, VOLUME_NAME_DOS);
+  auto place = named ? withoutPrefix(*named) : std::nullopt;
+  // Some virtual drives have no DOS name that the system could return.
+  if (!place && onVolume && isDriveLetterPath(path)) place = path.substr(0, 2) + *onVolume;
+  if (!place) return std::nullopt;
+  return FinalPlace{*place, onVolume ? *onVolume : place->substr(2)};
+}
+
+// Some systems cannot tell the final path of an entry with a long one. It begins as that of the
+// nearest folder above with a short one does, and that it leads to the entry is verified.
+std::optional<FinalPlace> longPlaceOf(HANDLE handle, const std::wstring& path,
+                                      const std::wstring& name) {
+  for (std::wstring at = parentOf(path); !at.empty(); at = parentOf(at)) {
+    const FileHandle folder = openAttributes(at, 0);
+    const auto above = folder.valid() ? nameOnVolume(folder.get()) : std::nullopt;
+    if (!above) return std::nullopt;
+    if (above->size() > kLongestFinalName) continue;
+    const auto place = shortPlaceOf(folder.get(), at);
+    const std::wstring_view end = *above == L"\\" ? std::wstring_view() : *above;
+    if (!place || !endsWithIgnoreCase(place->path, end)) return std::nullopt;
+    std::wstring found = place->path.substr(0, place->path.size() - end.size());
+    if (found.ends_with(L'\\')) found.pop_back();
+    found += name;
+    const auto identity = fileIdentity(handle);
+    const FileHandle there = openAttributes(found, FILE_FLAG_OPEN_REPARSE_POINT);
+    if (!identity || !there.valid() || fileIdentity(there.get()) != identity) return std::nullopt;
+    return FinalPlace{found, name};
+  }
+  return std::nullopt;
+}
+
+std::optional<FinalPlace> placeOf(HANDLE handle, const std::wstring& path) {
+  const auto name = nameOnVolume(handle);
+  return name && name->size() > kLongestFinalName ? longPlaceOf(handle, path, *name)
+                                                  : shortPlaceOf(handle, path);
+}
+
+// Whether the handle is open on what is expected at this path, and not on what a link led to.
+bool isAsExpected(HANDLE handle, const std::wstring& path, const EntryFacts& expected) {
+  FILE_BASIC_INFO basic{};
+  if (GetFileInformationByHandleEx(handle, FileBasicInfo, &basic, sizeof basic) == FALSE) {
+    return false;
+  }
+  const bool folder = (basic.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  const bool link = (basic.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (folder != expected.folder || link != expected.link) return false;
+  if (expected.identity && fileIdentity(handle) != expected.identity) return false;
+  const auto place = placeOf(handle, path);
+  return place && equalsIgnoreCase(place->path, path);
+}
+
+// The newer way also deletes what is read-only, and the name is free at once. File systems and
+// versions of Windows without it know the older one.
+int deleteOpened(HANDLE entry) {
+  constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+  DWORD flags = 0x1 | 0x2 | 0x10; // delete, POSIX semantics, also if read-only
+  if (SetFileInformationByHandle(entry, kDispositionEx, &flags, sizeof flags) != FALSE) return 0;
+  const DWORD failure = GetLastError();
+  if (failure == ERROR_DIR_NOT_EMPTY || failure == ERROR_SHARING_VIOLATION) {
+    return static_cast<int>(failure);
+  }
+  FILE_BASIC_INFO basic{}; // times of 0 are left as they are
+  FILE_BASIC_INFO before{};
+  GetFileInformationByHandleEx(entry, FileBasicInfo, &before, sizeof before);
+  const bool readOnly = (before.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+  if (readOnly) {
+    basic.FileAttributes = before.FileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY);
+    if (basic.FileAttributes == 0) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    SetFileInformationByHandle(entry, FileBasicInfo, &basic, sizeof basic);
+  }
+  FILE_DISPOSITION_INFO disposition = {TRUE};
+  if (SetFileInformationByHandle(entry, FileDispositionInfo, &disposition, sizeof disposition) !=
+      FALSE) {
+    return 0;
+  }
+  const DWORD code = GetLastError();
+  basic.FileAttributes = before.FileAttributes;
+  if (readOnly) SetFileInformationByHandle(entry, FileBasicInfo, &basic, sizeof basic);
+  return static_cast<int>(code);
+}
+
 class SystemMachine final : public Machine {
 public:
   std::wstring fullPath(const std::wstring& path) override { return vorda::fullPath(path); }
 
   std::optional<std::wstring> longPath(const std::wstring& path) override {
-    std::wstring name(GetLongPathNameW(path.c_str(), nullptr, 0) + 1, L'\0');
+    const std::wstring given = systemPath(path);
+    std::wstring name(GetLongPathNameW(given.c_str(), nullptr, 0) + 1, L'\0');
     const DWORD length =
-        GetLongPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size()));
+        GetLongPathNameW(given.c_str(), name.data(), static_cast<DWORD>(name.size()));
     if (length == 0 || length >= name.size()) return std::nullopt;
     name.resize(length);
-    return name;
+    return given == path ? name : withoutPrefix(name);
   }
 
   std::optional<FinalPlace> finalPlace(const std::wstring& path) override {
     const FileHandle handle = openAttributes(path, 0);
-    if (!handle.valid()) return std::nullopt;
-    const auto onVolume = finalPath(handle.get(), VOLUME_NAME_NONE);
-    const auto named = finalPath(handle.get(), VOLUME_NAME_DOS);
-    auto place = named ? withoutPrefix(*named) : std::nullopt;
-    // Some virtual drives have no DOS name that the system could return.
-    if (!place && onVolume && isDriveLetterPath(path)) place = path.substr(0, 2) + *onVolume;
-    if (!place) return std::nullopt;
-    return FinalPlace{*place, onVolume ? *onVolume : place->substr(2)};
+    return handle.valid() ? placeOf(handle.get(), path) : std::nullopt;
   }
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
@@ -111,6 +211,15 @@ public:
                                   FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
                                   nullptr));
     if (!handle.valid()) return nullptr;
+    return std::make_shared<FileHandle>(std::move(handle));
+  }
+
+  std::shared_ptr<void> holdExactly(const std::wstring& folder) override {
+    FileHandle handle(
+        CreateFileW(literalPath(folder).c_str(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    if (!handle.valid() || !isAsExpected(handle.get(), folder, {true, false, {}})) return nullptr;
     return std::make_shared<FileHandle>(std::move(handle));
   }
 
@@ -191,7 +300,27 @@ public:
     return outcome;
   }
 
-  void appendToLog(std::string_view bytes) override {
+  int removeEntry(const std::wstring& path, const EntryFacts& expected) override {
+    constexpr DWORD kFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+    const std::wstring name = literalPath(path);
+    const auto open = [&name](DWORD access) {
+      return FileHandle(
+          CreateFileW(name.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, kFlags, nullptr));
+    };
+    FileHandle entry = open(DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES);
+    if (!entry.valid()) entry = open(DELETE | FILE_READ_ATTRIBUTES);
+    if (!entry.valid()) return static_cast<int>(GetLastError());
+    if (!isAsExpected(entry.get(), path, expected)) return kNotAsExpected;
+    return deleteOpened(entry.get());
+  }
+
+  std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) override {
+    return writeJournalFile(bytes);
+  }
+
+  std::vector<FoundJournal> abandonedJournals() override { return abandonedJournalFiles(); }
+
+  bool appendToLog(std::string_view bytes) override {
     // Retry for a moment while another process has the log open, but not again after a
     // failure until the log has been free once.
     const std::lock_guard lock(logMutex_);
@@ -204,12 +333,11 @@ public:
       const FileHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr,
                                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
       if (!file.valid() && GetLastError() == ERROR_SHARING_VIOLATION) continue;
-      if (!file.valid()) return;
-      DWORD written = 0;
-      WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+      if (!file.valid()) return false;
       logStuck_ = false;
-      return;
+      return writeAll(file.get(), bytes) == ERROR_SUCCESS;
     }
+    return false;
   }
 
   LocalTime now() override { return localNow(); }

@@ -1,6 +1,7 @@
 #include "fileops/measure.h"
 
 #include "base/paths.h"
+#include "base/seen.h"
 #include "base/time.h"
 
 #include <algorithm>
@@ -11,9 +12,9 @@ namespace vorda {
 namespace {
 
 // Visits everything inside a folder. enter(parent, path, name) returns a number for a subfolder,
-// which later calls get as their first argument; the folder itself is number 0. item(folder,
-// item) is called for each file and each link. Returns how many folders could not be listed
-// completely.
+// which later calls get as their first argument; the folder itself is number 0. each(folder,
+// its path, item) is called for each file and each link. Returns how many folders could not be
+// listed completely.
 template <typename Enter, typename Item>
 std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter enter, Item each) {
   struct Pending {
@@ -38,7 +39,7 @@ std::uint32_t visitBeneath(FolderSource& source, const std::wstring& path, Enter
         const std::uint32_t number = enter(folder.number, below, item.name);
         pending.push_back({std::move(below), folder.literal || losesItsEnd(item.name), number});
       } else {
-        each(folder.number, item);
+        each(folder.number, folder.path, item);
       }
     }
     if (reader->endedEarly()) ++unreadable;
@@ -62,16 +63,24 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
     count(lastName(path), facts.size);
     return measure;
   }
+  std::vector<std::uint64_t> marks = {0}; // of the path of each folder
   measure.unreadableFolders = visitBeneath(
       source, path,
-      [&](std::uint32_t, const std::wstring& below, std::wstring_view name) {
+      [&](std::uint32_t parent, const std::wstring& below, std::wstring_view name) {
         ++measure.folders;
+        measure.longest = std::max(measure.longest, below.size());
+        marks.push_back(mixed(marks[parent], name));
+        measure.mark += marks.back();
         if (onFolder) onFolder(below, name);
-        return 0U;
+        return static_cast<std::uint32_t>(marks.size() - 1);
       },
-      [&](std::uint32_t, const FolderItem& item) {
+      [&](std::uint32_t folder, const std::wstring& at, const FolderItem& item) {
+        measure.longest = std::max(measure.longest, at.size() + 1 + item.name.size());
+        const std::uint64_t looks = mixed(item.size, item.lastWrite) + (item.reparsePoint ? 1 : 0);
+        measure.mark += mixed(mixed(marks[folder], item.name), looks);
         if (item.reparsePoint) {
           ++measure.links;
+          measure.folderLinks += item.folder ? 1 : 0;
         } else {
           count(item.name, item.size);
         }
@@ -98,7 +107,7 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
         result.folders.push_back({parent, std::wstring(name)});
         return static_cast<std::uint32_t>(result.folders.size() - 1);
       },
-      [&result, &options](std::uint32_t folder, const FolderItem& item) {
+      [&result, &options](std::uint32_t folder, const std::wstring&, const FolderItem& item) {
         if (item.reparsePoint) return;
         result.folders[folder].ownBytes += item.size;
         ++result.folders[folder].ownFiles;

@@ -16,7 +16,12 @@ struct PathMeasure {
   std::uint64_t files = 0;
   std::uint64_t folders = 0;           // inside
   std::uint64_t links = 0;             // inside: reparse points of any kind
+  std::uint64_t folderLinks = 0;       // those of them that are folders
+  std::size_t longest = 0;             // the longest path inside, in UTF-16 units
   std::uint64_t unreadableFolders = 0; // whose contents are not counted
+  // Of the names, sizes and times of everything inside, in any order: another number after
+  // whatever change.
+  std::uint64_t mark = 0;
   TypeTotals types;
 };
 

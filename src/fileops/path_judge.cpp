@@ -10,8 +10,6 @@ namespace vorda {
 
 namespace {
 
-// The longest path that the shell's file operations accept, in UTF-16 units without the NUL.
-constexpr std::size_t kLongestForShell = 259;
 constexpr wchar_t kReplacement = 0xFFFD;
 
 // Whether the system takes the path for a different one than it spells.
@@ -24,7 +22,6 @@ bool isReadDifferently(const Verdict& verdict, const std::wstring& full) {
 } // namespace
 
 bool hasStrayCharacters(std::wstring_view path) {
-  if (path.size() > kLongestForShell) return true;
   for (std::size_t i = 0; i < path.size(); ++i) {
     const wchar_t unit = path[i];
     if (isHighSurrogate(unit) && i + 1 < path.size() && isLowSurrogate(path[i + 1])) {
@@ -99,7 +96,6 @@ Refusal PathJudge::judgeForms(Verdict& verdict) {
   const std::optional<FinalPlace>& parent = finalOf(parentOf(named));
   if (!parent) return Refusal::ambiguous;
   verdict.real = joinPath(parent->path, name);
-  if (verdict.real.size() > kLongestForShell) return Refusal::ambiguous;
   if (const Refusal why = refusalOfForm(verdict.real, finalRoot_); why != Refusal::none) return why;
   // A volume mounted in a folder has protected places of its own.
   if (isDriveLetterPath(verdict.real)) {

@@ -71,8 +71,7 @@ private:
 };
 
 // Whether the shell could take a path for a different one: it contains control characters,
-// lone surrogates, file system wildcards or a second colon, or is longer than the shell
-// accepts.
+// lone surrogates, file system wildcards or a second colon.
 bool hasStrayCharacters(std::wstring_view path);
 
 } // namespace vorda

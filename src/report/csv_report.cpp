@@ -70,7 +70,10 @@ std::string buildCsvReport(const Job& job, CsvKind kind, const LocalTime& writte
   std::string out(kByteOrderMark);
   out.append("# Vorda  ").append(toUtf8(job.target)).append("  on ");
   if (job.origin != "local") out.append(job.origin);
-  out.append("  scanned ").append(minuteText(writtenAt)).append(kLineEnd);
+  out.append("  scanned ").append(minuteText(writtenAt));
+  const std::string_view partial = wordOf(job.result.partial);
+  if (!partial.empty()) out.append("  partial: ").append(partial);
+  out.append(kLineEnd);
   switch (kind) {
   case CsvKind::files: appendFiles(out, job.result); break;
   case CsvKind::types: appendTypes(out, job.result); break;

@@ -39,6 +39,7 @@ void writeMeta(JsonWriter& json, const Job& job) {
   json.string("volumeLabel", job.drive.label);
   json.number("freed", job.freed);
   json.number("binned", job.binned);
+  if (result.partial != Partial::none) json.string("partial", wordOf(result.partial));
   json.close('}');
 }
 

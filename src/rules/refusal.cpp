@@ -26,6 +26,8 @@ std::string_view wordOf(Refusal refusal) {
   case Refusal::outside: return "outside";
   case Refusal::ambiguous: return "ambiguous";
   case Refusal::missing: return "missing";
+  case Refusal::tooLong: return "toolong";
+  case Refusal::changed: return "changed";
   }
   return {};
 }

@@ -32,8 +32,10 @@ enum class Refusal {
 
   // By what the system reports about it.
   outside,   // not below the scanned root
-  ambiguous, // the system reads the path differently, or it changed while it was checked
+  ambiguous, // the system reads the path differently, as a device's name, or it changed meanwhile
   missing,
+  tooLong, // for the recycle bin; it may be deleted permanently
+  changed, // not what the client saw, or no longer equal to a copy that stays
 };
 
 // The word for a refusal in answers and documents; empty for none.

@@ -26,6 +26,10 @@ constexpr std::array<ProtectedPlace, 13> kProtectedPlaces = {{
     {L"\\bootmgr", Refusal::bootManager, false},
 }};
 
+constexpr std::array<std::wstring_view, 6> kDevices = {L"CON", L"PRN",    L"AUX",
+                                                       L"NUL", L"CONIN$", L"CONOUT$"};
+constexpr std::wstring_view kPortNumbers = L"123456789\u00B9\u00B2\u00B3";
+
 bool hits(const ProtectedPlace& place, std::wstring_view rest) {
   if (!startsWithIgnoreCase(rest, place.place)) return false;
   const std::size_t length = place.place.size();
@@ -41,7 +45,23 @@ std::size_t levels(std::wstring_view rest) {
   return count;
 }
 
+// Whether Windows opens a device instead of a file of this name, as with "nul", "COM1.txt" and
+// "con .log": what follows the first dot or colon does not count.
+bool isDeviceName(std::wstring_view name) {
+  name = name.substr(0, name.find_first_of(L".:"));
+  name = name.substr(0, name.find_last_not_of(L' ') + 1);
+  const auto is = [name](std::wstring_view device) { return equalsIgnoreCase(name, device); };
+  if (std::any_of(kDevices.begin(), kDevices.end(), is)) return true;
+  return name.size() == 4 && kPortNumbers.find(name[3]) != std::wstring_view::npos &&
+         (startsWithIgnoreCase(name, L"COM") || startsWithIgnoreCase(name, L"LPT"));
+}
+
 } // namespace
+
+bool namesDevice(std::wstring_view path) {
+  const auto names = pathComponents(path);
+  return std::any_of(names.begin(), names.end(), isDeviceName);
+}
 
 const std::array<ProtectedPlace, 13>& protectedPlaces() { return kProtectedPlaces; }
 
@@ -78,6 +98,8 @@ Refusal deleteRefusal(std::wstring_view path) {
     if (hits(place, rest)) return place.refusal;
   }
   if (levels(rest) == 2 && startsWithIgnoreCase(rest, L"\\Users")) return Refusal::profile;
+  // On a share, these are names like any other.
+  if (drive && namesDevice(rest)) return Refusal::ambiguous;
   return Refusal::none;
 }
 

@@ -23,8 +23,11 @@ struct ProtectedPlace {
 // In the order in which they are checked.
 const std::array<ProtectedPlace, 13>& protectedPlaces();
 
-// The first rule that forbids deleting a path. Never outside, ambiguous or missing.
+// The first rule that forbids deleting a path. Never one that the disk decides.
 Refusal deleteRefusal(std::wstring_view path);
+
+// Whether a name in a path is one for which Windows opens a device ("nul", "COM1.txt").
+bool namesDevice(std::wstring_view path);
 
 // Whether a path lies below the root. The root itself does not.
 bool isInsideRoot(std::wstring_view root, std::wstring_view path);

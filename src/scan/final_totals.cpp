@@ -14,6 +14,7 @@ void finishScan(ScanProgress& progress, ScanResult& result, ScanClock::time_poin
       std::chrono::duration_cast<std::chrono::milliseconds>(ScanClock::now() - start);
   result.seconds = static_cast<double>(elapsed.count()) / 1000.0;
   publishTotals(progress, result);
+  progress.edit([&result](ProgressTexts& texts) { texts.partial = result.partial; });
 }
 
 } // namespace vorda

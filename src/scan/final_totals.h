@@ -14,7 +14,7 @@ using ScanClock = std::chrono::steady_clock;
 void publishTotals(ScanProgress& progress, const ScanResult& result);
 
 // Sets the result's duration to the time since start, in seconds with millisecond precision,
-// and publishes its totals.
+// and publishes its totals and whether it is a part.
 void finishScan(ScanProgress& progress, ScanResult& result, ScanClock::time_point start);
 
 } // namespace vorda

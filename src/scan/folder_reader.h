@@ -21,7 +21,8 @@ struct PathFacts {
   bool exists = false;
   bool folder = false;
   bool reparsePoint = false;
-  std::uint64_t size = 0; // bytes, for a file
+  std::uint64_t size = 0;      // bytes, for a file
+  std::uint64_t lastWrite = 0; // FILETIME; 0: unknown
 };
 
 // Lists the items of one folder at a time. Not shared between threads.

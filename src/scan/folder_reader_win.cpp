@@ -16,6 +16,11 @@ bool isDots(const wchar_t* name) {
   return name[0] == L'.' && (name[1] == 0 || (name[1] == L'.' && name[2] == 0));
 }
 
+bool isFolder(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(systemPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 class SystemReader final : public FolderReader {
 public:
   bool open(const std::wstring& folder, bool literal) override {
@@ -23,12 +28,14 @@ public:
     pattern_ = literal ? literalPath(pattern_) : systemPath(pattern_);
     find_.reset(FindFirstFileExW(pattern_.c_str(), FindExInfoBasic, &data_, FindExSearchNameMatch,
                                  nullptr, FIND_FIRST_EX_LARGE_FETCH));
-    fresh_ = true;
+    fresh_ = find_.valid();
     endedEarly_ = false;
-    return find_.valid();
+    // The root of a drive has no entries "." and "..", so an empty one has nothing to find.
+    return fresh_ || (GetLastError() == ERROR_FILE_NOT_FOUND && isFolder(folder));
   }
 
   bool next(FolderItem& item) override {
+    if (!find_.valid()) return false;
     do {
       if (!fresh_ && FindNextFileW(find_.get(), &data_) == FALSE) {
         endedEarly_ = GetLastError() != ERROR_NO_MORE_FILES;
@@ -71,6 +78,7 @@ public:
     facts.folder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     facts.reparsePoint = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     facts.size = join(data.nFileSizeHigh, data.nFileSizeLow);
+    facts.lastWrite = join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
     return facts;
   }
 

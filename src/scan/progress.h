@@ -21,9 +21,10 @@ struct ProgressTexts {
   ScanStatus status = ScanStatus::none;
   std::wstring current; // the last finished folder; turbo: a record count
   ScanMethod method = ScanMethod::none;
-  std::string noTurbo; // why turbo was not used; empty if it was
-  std::string failure; // failure word of a scan method
-  std::string error;   // failure word of the whole job
+  std::string noTurbo;             // why turbo was not used; empty if it was
+  std::string failure;             // failure word of a scan method
+  std::string error;               // failure word of the whole job
+  Partial partial = Partial::none; // of the finished scan
 };
 
 class ScanProgress {

@@ -5,6 +5,7 @@
 #include "scan/file_sink.h"
 #include "scan/folder_table.h"
 #include "scan/type_totals.h"
+#include "scan/words.h"
 
 #include <cstdint>
 #include <string>
@@ -49,6 +50,7 @@ struct ScanResult {
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
   double seconds = 0;
+  Partial partial = Partial::none;
 };
 
 // The full path of a kept file. Requires a summed tree.

@@ -19,6 +19,10 @@ TargetClass classifyTarget(std::wstring_view target) {
   return TargetClass::folder;
 }
 
+bool isWslDistribution(std::wstring_view target) {
+  return classifyTarget(target) == TargetClass::wsl && pathComponents(target).size() == 2;
+}
+
 std::string_view turboPathRefusal(std::wstring_view path) {
   if (!isDriveLetterPath(path)) return kNotLocal;
   if (path.size() >= 4) return kNotWholeDrive;

@@ -11,6 +11,9 @@ namespace vorda {
 
 TargetClass classifyTarget(std::wstring_view target);
 
+// Whether a target is a whole WSL distribution and not a folder in one.
+bool isWslDistribution(std::wstring_view target);
+
 // Whether turbo can read a target.
 struct TurboVerdict {
   bool allowed = false;

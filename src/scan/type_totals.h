@@ -1,6 +1,8 @@
 // The type of a file, derived from its name, and the totals per type.
 #pragma once
 
+#include "base/keyed_hash.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -14,14 +16,7 @@ struct TypeTotal {
   std::uint64_t files = 0;
 };
 
-struct TypeKeyHash {
-  using is_transparent = void;
-  std::size_t operator()(std::wstring_view key) const {
-    return std::hash<std::wstring_view>()(key);
-  }
-};
-
-using TypeTotals = std::unordered_map<std::wstring, TypeTotal, TypeKeyHash, std::equal_to<>>;
+using TypeTotals = std::unordered_map<std::wstring, TypeTotal, KeyedTextHash, std::equal_to<>>;
 
 // The type of a file name: its extension with the dot, in lower case, if that has fewer than
 // 13 UTF-16 units, else "(other)". "(none)" if the name has no dot, or its last dot is its

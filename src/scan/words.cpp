@@ -42,6 +42,15 @@ std::string_view wordOf(TargetClass target) {
   return "folder";
 }
 
+std::string_view wordOf(Partial partial) {
+  switch (partial) {
+  case Partial::none: break;
+  case Partial::cancelled: return "cancelled";
+  case Partial::broken: return "broken";
+  }
+  return {};
+}
+
 std::string failureText(std::string_view word) {
   if (word == kNoSuchDir) {
     return "the path does not exist, is not a folder, or this account cannot open it";
@@ -54,6 +63,9 @@ std::string failureText(std::string_view word) {
     return "ssh stopped with an error; 255 means unreachable, port closed or host key changed";
   }
   if (word == kSshEmpty) return "signed in, but find returned nothing; does the path exist?";
+  if (word == kSshTooLarge) {
+    return "the host lists more than 20 million entries or 1 GB of names; scan a folder of it";
+  }
   if (word == kSshTarget) return "not readable as user@host:/path";
   if (word == kSshMissing) {
     return "ssh.exe could not be started; is the OpenSSH client installed?";

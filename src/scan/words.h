@@ -46,10 +46,17 @@ inline constexpr std::string_view kNoFileSystem = "nofs";
 inline constexpr std::string_view kNotNtfs = "notntfs";
 inline constexpr std::string_view kNoAdmin = "noadmin";
 
+// Why a result is only a part of its target.
+enum class Partial {
+  none,
+  cancelled, // somebody stopped the scan
+  broken,    // the connection to the host broke
+};
+std::string_view wordOf(Partial partial); // empty for none
+
 // Why a scan failed. Any method:
 inline constexpr std::string_view kScanFailed = "scanFailed"; // no other word is known
 inline constexpr std::string_view kNoSuchDir = "noSuchDir";   // no folder, or not to be seen
-inline constexpr std::string_view kCancelled = "cancelled";   // turbo only; others keep a part
 
 // Turbo. The walk takes over, and these are published as the reason why turbo was not used.
 inline constexpr std::string_view kMftDenied = "mftDenied";           // volume: access denied
@@ -64,12 +71,13 @@ inline constexpr std::string_view kMftRecordCount = "mftRecordCount"; // 0, or t
 inline constexpr std::string_view kMftMemory = "mftMemory";           // out of memory
 
 // Ssh.
-inline constexpr std::string_view kSshTarget = "sshTarget";   // the target's text is refused
-inline constexpr std::string_view kSshPipe = "sshPipe";       // no pipe to the process
-inline constexpr std::string_view kSshMissing = "sshMissing"; // ssh.exe did not start
-inline constexpr std::string_view kSshDenied = "sshDenied";   // the host refused the sign-in
-inline constexpr std::string_view kSshFailed = "sshFailed";   // followed by ":" and the exit code
-inline constexpr std::string_view kSshEmpty = "sshEmpty";     // signed in, nothing was listed
+inline constexpr std::string_view kSshTarget = "sshTarget";     // the target's text is refused
+inline constexpr std::string_view kSshPipe = "sshPipe";         // no pipe to the process
+inline constexpr std::string_view kSshMissing = "sshMissing";   // ssh.exe did not start
+inline constexpr std::string_view kSshDenied = "sshDenied";     // the host refused the sign-in
+inline constexpr std::string_view kSshFailed = "sshFailed";     // followed by ":" and the exit code
+inline constexpr std::string_view kSshEmpty = "sshEmpty";       // signed in, nothing was listed
+inline constexpr std::string_view kSshTooLarge = "sshTooLarge"; // more than a scan holds
 
 // The sentence for a failure word, as the command line prints it; a word without a sentence
 // stands for itself.

@@ -57,7 +57,11 @@ public:
 };
 
 // Whether other programs may write to the file while it is open.
-enum class Writers { allowed, refused };
+enum class Writers {
+  allowed,
+  refused,
+  refusedAsDeleters, // and others may not rename or delete it either
+};
 
 // Thread-safe.
 class FileContents {

@@ -185,8 +185,9 @@ public:
 
   std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,
                                     FileFailure& failure) override {
-    const DWORD share =
-        writers == Writers::allowed ? kShareAll : kShareAll & ~static_cast<DWORD>(FILE_SHARE_WRITE);
+    DWORD share = FILE_SHARE_READ;
+    if (writers != Writers::refusedAsDeleters) share |= FILE_SHARE_DELETE;
+    if (writers == Writers::allowed) share |= FILE_SHARE_WRITE;
     FileHandle file = openPath(path, GENERIC_READ, share,
                                FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_OPEN_NO_RECALL |
                                    FILE_FLAG_OPEN_REPARSE_POINT,

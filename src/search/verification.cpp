@@ -1,5 +1,7 @@
 #include "search/verification.h"
 
+#include "base/seen.h"
+#include "base/time.h"
 #include "json/json_writer.h"
 #include "rules/safety_rules.h"
 #include "search/content_reader.h"
@@ -22,6 +24,7 @@ struct CheckedFile {
   FileState state;
   std::optional<FileIdentity> identity;
   Digest digest{};
+  std::uint64_t readAtMs = 0; // since 1970
   bool accessible = false;
   FileFailure failure = FileFailure::cancelled; // none if there is a digest
   std::size_t same = 0;                         // the index of the first entry for the same file
@@ -29,6 +32,7 @@ struct CheckedFile {
 
 struct Verification {
   std::vector<CheckedFile> files;
+  bool withSeen = false;
   std::uint64_t read = 0;
   bool cancelled = false;
 };
@@ -88,6 +92,7 @@ void check(Verification& verification, FileContents& contents, Run& run) {
     return [&, reader](std::size_t item) {
       CheckedFile& file = files[item];
       if (isRead(item)) file.failure = reader->digestWhole(file.path, file.state, file.digest);
+      file.readAtMs = nowUnixMs();
       oneDone();
     };
   });
@@ -96,17 +101,25 @@ void check(Verification& verification, FileContents& contents, Run& run) {
     if (&first == &file) continue;
     file.failure = first.state == file.state ? first.failure : FileFailure::changed;
     file.digest = first.digest;
+    file.readAtMs = first.readAtMs;
   }
   verification.read = run.counters().read;
   verification.cancelled = run.cancelled();
 }
 
-void writeFile(JsonWriter& json, const CheckedFile& file, std::size_t index) {
+std::string seenOf(const CheckedFile& file) {
+  const Seen seen = {SeenKind::file, file.state.size, file.state.lastWrite, file.identity,
+                     SeenContents{file.digest, file.readAtMs}};
+  return seenText(seen, file.path);
+}
+
+void writeFile(JsonWriter& json, const CheckedFile& file, std::size_t index, bool withSeen) {
   json.open('{');
   json.string("p", file.path);
   if (file.failure == FileFailure::none) {
     json.number("size", file.state.size);
     json.string("h", hexText(file.digest));
+    if (withSeen) json.string("seen", seenOf(file));
   } else {
     json.string("error", wordOf(file.failure));
   }
@@ -122,7 +135,7 @@ std::string document(const Verification& verification) {
   json.open('{');
   json.open("files", '[');
   for (std::size_t i = 0; i < files.size(); ++i) {
-    writeFile(json, files[i], i);
+    writeFile(json, files[i], i, verification.withSeen);
     if (files[i].failure != FileFailure::none) continue;
     ++checked;
     if (files[i].same == i) byContent[{files[i].state.size, files[i].digest}].push_back(i);
@@ -149,8 +162,10 @@ std::string document(const Verification& verification) {
 
 } // namespace
 
-RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents) {
+RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents,
+                         bool withSeen) {
   const auto work = std::make_shared<Verification>();
+  work->withSeen = withSeen;
   for (const std::wstring& path : paths) work->files.emplace_back().path = path;
   return [work, &contents](Run& run) -> RunDocument {
     check(*work, contents, run);

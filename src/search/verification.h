@@ -10,7 +10,9 @@
 namespace vorda {
 
 // The work of one verification. contents must outlive the run. For its progress see
-// readingProgress in duplicate_search.h.
-RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents);
+// readingProgress in duplicate_search.h. withSeen: the document says for each file what was seen of
+// it, for a deletion to compare.
+RunWork verificationWork(const std::vector<std::wstring>& paths, FileContents& contents,
+                         bool withSeen);
 
 } // namespace vorda

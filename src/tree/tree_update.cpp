@@ -1,5 +1,6 @@
 #include "tree/tree_update.h"
 
+#include "base/keyed_hash.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "tree/size_tree.h"
@@ -107,7 +108,7 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
 // subfolders of a folder consecutively.
 std::vector<std::uint32_t> TreeUpdate::placesOf(const FolderTable& survey, std::uint32_t folder) {
   std::vector<std::uint32_t> places = {folder};
-  std::unordered_map<std::wstring, std::uint32_t> children;
+  std::unordered_map<std::wstring, std::uint32_t, KeyedTextHash> children;
   std::uint32_t listed = kNoFolder;
   for (std::size_t i = 1; i < survey.size(); ++i) {
     if (survey[i].parent != listed) {

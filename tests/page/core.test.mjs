@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { bin, winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -62,12 +62,15 @@ test('hostile names are made safe and short enough to display', () => {
 });
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
-  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'elevateRefused', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
+    'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
     for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
     assert.match(i18n.failure('sshFailed:255'), /255/);
+    for (const word of ['sshFailed:1', 'sshEmpty']) assert.match(i18n.failure(word), /\s\//, 'how to write a link is not said');
+    const done = { state: 'done', files: 1, bytes: 1 };
+    for (const partial of ['cancelled', 'broken']) assert.ok(i18n.known(`ovPartial_${partial}`) && job.summary({ ...done, partial }) !== job.summary(done));
     assert.match(i18n.failure('failed:124'), /124/);
     for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
@@ -163,15 +166,17 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
   assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
     [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
+  const nested = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'C:\\in' }];
+  const jobsOf = (view) => plan.partsByJob(['C:\\in\\x', 'C:\\IN2'], nested, view).map((part) => part.job);
+  assert.deepEqual([jobsOf(1), jobsOf(2)], [[1], [2, 1]], 'in the name of the scan on view, if it lies in it');
+  assert.deepEqual(plan.partsByJob(['C:\\in'], nested, 2), [{ job: 1, paths: ['C:\\in'] }], 'a root goes from the scan around it');
   const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
   assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
-  assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '' }]), { deleted: 2, bytes: 5, binned: 1, error: 'aborted' });
-  assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
-});
-
-test('what was to go into the bin and did not', () => {
-  const missed = (bytes, binned, noBin = []) => bin.missedBin({ noBin }, { bytes, binned });
+  assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '', partial: [{ p: 'x', bytes: 2 }], logged: false }]),
+    { deleted: 2, bytes: 5, binned: 1, error: 'aborted', inside: 2, logged: false });
+  const missed = (bytes, binned, noBin = []) => plan.missedBin({ noBin }, { deleted: 1, bytes, binned, error: '' });
   assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
+  assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
 });
 
 test('what all advice together could free counts every byte once', () => {
@@ -201,8 +206,14 @@ test('duplicates: one copy of each group stays, and only verified copies are del
   assert.ok(!plan.mayChoose(group, new Set(['C:\\two', 'C:\\long\\one']), 'D:\\x'));
   assert.ok(!plan.mayChoose(locked, new Set(), 'C:\\Windows\\y'));
   const names = ['a', 'b', 'c', 'd'];
-  assert.deepEqual([...plan.verified(new Set(['a', 'c', 'd']), names, [[0, 1]])], ['a'], 'c and d are no longer equal to anything');
-  assert.deepEqual([...plan.verified(new Set(['a', 'b']), names, [[0, 1]])], [], 'no copy would stay');
+  const files = names.map((p) => ({ p, seen: `saw ${p}` }));
+  const proof = { seen: 'saw a', keep: 'b', keepSeen: 'saw b' };
+  assert.deepEqual([...plan.verified(new Set(['a', 'c', 'd']), files, [[0, 1]])], [['a', proof]], 'c and d are no longer equal to anything');
+  assert.deepEqual([...plan.verified(new Set(['a', 'b']), files, [[0, 1]])], [], 'no copy would stay');
+  const seen = new Map([['a', 'x'], ['c', 'y']]);
+  assert.deepEqual(plan.expectations(['a', 'b', 'c'], seen, null), { p: ['a', 'b', 'c'], seen: ['x', '', 'y'] });
+  assert.deepEqual(plan.expectations(['c', 'a'], seen, new Map([['a', proof]])), { p: ['a'], seen: ['saw a'], keep: ['b'], keepseen: ['saw b'] }, 'without a proof, a copy stays');
+  assert.deepEqual(plan.expectations(['c', 'a', 'b'], seen, new Map([['a', proof], ['c', null]])), { p: ['c', 'a'], seen: ['y', 'saw a'], keep: ['', 'b'], keepseen: ['', 'saw b'] });
 });
 
 test('marking a range in both directions', () => {

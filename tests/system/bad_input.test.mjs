@@ -5,16 +5,18 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { setImmediate as turn } from 'node:timers/promises';
+import { serve } from './support/server.mjs';
 import { compareWithCount } from './support/count.mjs';
 import {
-  confinedWine, makeFiles, output, readCsv, readJson, scratch, start, vorda, winPath,
+  confinedWine, makeFiles, output, ownWine, readCsv, readJson, scratch, start, vorda, winPath,
 } from './support/vorda.mjs';
 
 const noSuchFolder = 'the path does not exist, is not a folder, or this account cannot open it';
 
-async function assertNotWritten(out, reason, [scanned, ...filters], options) {
+// before: what is said before that; a name that cannot work is refused before the scan.
+async function assertNotWritten(out, reason, [scanned, ...filters], options, before = '') {
   const { code, out: printed, err } = await vorda(['--scan', scanned, '--out', out, ...filters], options);
-  const expected = `Vorda: scanning ${scanned}\nVorda: could not write ${out}: ${reason}\n`;
+  const expected = `${before}Vorda: could not write ${out}: ${reason}\n`;
   assert.deepEqual({ code, printed: printed.toString(), err }, { code: 1, printed: '', err: expected });
 }
 
@@ -30,6 +32,39 @@ test('a root that does not exist or is not a folder', async (t) => {
   assert.equal(fs.readFileSync(`${folder}/old.json`, 'utf8'), 'old');
 });
 
+test('an empty drive is empty, and roots may be literal', async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/sub/file': '12345' });
+  fs.mkdirSync(`${folder}/empty`);
+  const options = ownWine(t, { 'q:': `${folder}/empty`, 'r:': `${folder}/tree` });
+  const scan = async (root) => {
+    const { meta, tree } = readJson(await output(['--scan', root, '--out', '-'], options));
+    return [tree.n, meta.files, meta.used, meta.dirs, meta.denied];
+  };
+  assert.deepEqual(await scan('Q:'), ['Q:\\', 0, 0, 1, 0]);
+  assert.deepEqual(await scan('Q:\\'), ['Q:\\', 0, 0, 1, 0]);
+  for (const root of ['\\\\?\\R:\\', '\\\\?\\R:', 'R:\\']) assert.deepEqual(await scan(root), ['R:\\', 1, 5, 2, 0], root);
+  assert.deepEqual(await scan('\\\\?\\R:\\sub\\'), ['R:\\sub', 1, 5, 1, 0]);
+  const server = await serve(t, [], options);
+  const listed = async (route, p) => (await server.json(`/api/${route}?p=${encodeURIComponent(p)}`)).body;
+  assert.deepEqual(await listed('browse', 'Q:\\'), { path: 'Q:\\', parent: '', dirs: [] });
+  assert.deepEqual(await listed('files', 'Q:\\'), { path: 'Q:\\', files: [], total: 0, dirs: 0 });
+  assert.deepEqual((await listed('browse', '\\\\?\\R:\\')).dirs.map(({ n }) => n), ['sub']);
+});
+
+test('the result can be thrown away, but not into another device', async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/file': '1' });
+  const run = await vorda(['--scan', `${folder}/tree`, '--out', 'NUL'], { cwd: folder });
+  assert.deepEqual([run.code, run.err], [0, `Vorda: scanning ${folder}/tree\n`]);
+  assert.match(run.out.toString(), / 1 files .*\n {2}-> NUL\n$/);
+  for (const name of ['nul.json', 'CON', 'com1.csv']) {
+    await assertNotWritten(name, 'that is the name of a device; give a file name', [`${folder}/tree`], { cwd: folder });
+  }
+  await assertNotWritten('\\\\.\\C:', 'that is the name of a device; give a file name', [`${folder}/tree`]);
+  assert.deepEqual(fs.readdirSync(folder), ['tree']);
+});
+
 test('an output name that is a folder, or is in one that does not exist', async (t) => {
   const folder = scratch(t);
   makeFiles(folder, { 'tree/file': '1', 'taken.csv/inside': '2' });
@@ -37,6 +72,8 @@ test('an output name that is a folder, or is in one that does not exist', async 
     await assertNotWritten(`${folder}/${name}`, 'that is a folder; give a file name', [`${folder}/tree`]);
   }
   await assertNotWritten(`${folder}/none/out.json`, 'Path not found.', [`${folder}/tree`]);
+  // Refused before the scan, which would fail as well.
+  await assertNotWritten(`${folder}/none/out.json`, 'Path not found.', [`${folder}/missing`]);
   assert.deepEqual(fs.readdirSync(folder).sort(), ['taken.csv', 'tree']);
   assert.deepEqual(fs.readdirSync(`${folder}/taken.csv`), ['inside']);
 });
@@ -51,6 +88,9 @@ test('folders without permission', async (t) => {
   assert.deepEqual([expected.denied, expected.files.length, expected.folders.size], [1, 1, 3]);
   const summary = await output(['--scan', `${folder}/tree`, '--out', `${folder}/out.json`], confined);
   assert.match(summary.toString(), / s {2}\(walk\) {2}1 folders could not be read\n {2}-> /);
+  // As a root, it is no empty folder.
+  const shut = await vorda(['--scan', `${folder}/tree/shut`, '--out', '-'], confined);
+  assert.deepEqual([shut.code, shut.out.length, shut.err], [1, 0, `Vorda: scanning ${folder}/tree/shut failed: ${noSuchFolder}\n`]);
 
   await assertNotWritten(`${folder}/readonly/out.json`, 'Access denied.', [`${folder}/tree`], confined);
   await assertNotWritten(`${folder}/readonly/new.json`, 'Access denied.', [`${folder}/tree`], confined);
@@ -66,11 +106,11 @@ test('a full disk', async (t) => {
   fs.mkdirSync(disk);
   execFileSync('mount', ['-t', 'tmpfs', '-o', 'size=64k', 'tmpfs', disk]);
   try {
-    const scan = [`${folder}/tree`, '--find', '*'];
-    await assertNotWritten(`${disk}/new.csv`, 'Disk full.', scan);
+    const [scan, scanned] = [[`${folder}/tree`, '--find', '*'], `Vorda: scanning ${folder}/tree\n`];
+    await assertNotWritten(`${disk}/new.csv`, 'Disk full.', scan, {}, scanned);
     assert.deepEqual(fs.readdirSync(disk), []);
     makeFiles(disk, { 'old.csv': 'old' });
-    await assertNotWritten(`${disk}/old.csv`, 'Disk full.', scan);
+    await assertNotWritten(`${disk}/old.csv`, 'Disk full.', scan, {}, scanned);
     assert.deepEqual(fs.readdirSync(disk), ['old.csv']);
     assert.equal(fs.readFileSync(`${disk}/old.csv`, 'utf8'), 'old');
     await output(['--scan', `${folder}/tree`, '--out', `${disk}/old.csv`, '--what', 'types']);

@@ -156,7 +156,7 @@ test('no spelling of a path leads to what must stay', async (t) => {
     [`${unix}\\drive_c\\ProgramData`]: 'programdata', [`${unix}\\dosdevices\\s:\\Common Files`]: 'ambiguous', [`${unix}\\drive_c`]: 'driveroot',
     '\\\\localhost\\c$\\windows\\notepad.exe': 'windows', '\\\\localhost\\c$\\users\\Public': 'profile', '\\\\?\\C:\\windows\\notepad.exe': 'wildcard', '\\\\.\\C:\\windows\\notepad.exe': 'windows',
     'C:\\data\\a.txt.': 'ambiguous', 'C:\\data\\sub ': 'ambiguous', 'C:\\data\\.\\a.txt': 'ambiguous', 'C:\\data\\a.txt:s': 'ambiguous', 'C:\\data\\\0a.txt': 'ambiguous', 'C:\\data\\*': 'wildcard',
-    'C:\\data\\con': 'wholeshare', 'C:\\data\\none': 'missing',
+    'C:\\data\\con': 'ambiguous', 'C:\\data\\none': 'missing',
   });
   const difference = await changes(async () => {
     for (const fields of [{ dryrun: 1 }, {}, { permanent: 1 }]) {

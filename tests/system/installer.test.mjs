@@ -89,6 +89,24 @@ test('closing one folder of two', async (t) => {
   assert.deepEqual(await told(['--restart-after-update', one.path]), gone);
 });
 
+test('two installations at once restart their own agents', async (t) => {
+  const folders = [install('first'), install('second')];
+  const lines = [];
+  for (const folder of folders) {
+    const agent = await serve(t, ['--agent', '--token', 'k'], folder.at);
+    lines.push(folder.line(`--port ${agent.port} --no-open --agent --token k`));
+  }
+  for (const folder of folders) assert.equal((await told(['--close-for-update', folder.path], folder.at)).code, 0);
+  const list = await values(listKey);
+  assert.deepEqual([list.Agents, list.Folder], [account + lines[1], folders[1].path]);
+  for (const [i, folder] of folders.entries()) {
+    const { lines: said } = await told(['--restart-after-update', `${folder.path.toLowerCase()}\\`]);
+    assert.deepEqual(said, [`not restarted, runs under its own account: ${lines[i].replace('--token k', '--token ***')}`]);
+    assert.deepEqual(await told(['--restart-after-update', folder.path]), gone);
+  }
+  assert.equal(await values(listKey), null);
+});
+
 test('a copy that cannot be opened is reported and left alone', async (t) => {
   const folder = install('shut', helper);
   const child = await holding(t, 'hold-shut', folder.at);

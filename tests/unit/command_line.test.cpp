@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
+
 using namespace vorda;
 using Arguments = std::vector<std::wstring>;
 
@@ -49,4 +51,11 @@ TEST_CASE("the mode with the highest priority wins") {
 
 TEST_CASE("the help without a known version") {
   CHECK(helpText(L"").starts_with(L"\nVorda -  Brixmoor\n"));
+  // In boxes, no page is too high for a screen, and together they are the whole text.
+  std::wstring all;
+  for (const std::wstring& page : pagesOf(helpText(L"1.2.3"))) {
+    CHECK(std::count(page.begin(), page.end(), L'\n') < 34);
+    all += (all.empty() ? L"" : L"\n\n") + page;
+  }
+  CHECK(all == helpText(L"1.2.3"));
 }

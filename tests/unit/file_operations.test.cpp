@@ -1,4 +1,5 @@
 #include "fileops/cleanup.h"
+#include "fileops/journal.h"
 #include "support/runs.h"
 
 #include <doctest/doctest.h>
@@ -379,4 +380,38 @@ TEST_CASE("during a deletion queries are answered and only operations on the sam
   for (std::thread& thread : threads) thread.join();
   CHECK(inShell == 3);
   CHECK(app.disk->snapshot().size() == 12);
+}
+
+TEST_CASE("a link in a temporary folder is not followed, and a log that fails is told") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\far\\" + std::wstring(250, L'x'), 5);
+  disk.link(L"C:\\Windows\\Temp\\in\\link", L"C:\\Users\\anna\\Documents");
+  disk.add(L"C:\\Users\\anna\\Documents\\thesis", 8);
+  app.scanJob("C:%5CWindows");
+  disk.logFails = true;
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
+        R"(200 {"ok":true,"deleted":3,"skipped":0,"folders":1,"bytes":1153433605,"logged":false})");
+  CHECK(disk.handed == std::vector<std::wstring>{L"C:\\Windows\\Temp\\big.bin"});
+  CHECK(disk.at(L"C:\\Users\\anna\\Documents\\thesis") != nullptr);
+  CHECK(disk.journals.empty());
+}
+
+TEST_CASE("a cleanup that is cut off gets its line later") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\a.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\b.bin", 3);
+  app.scanJob("C:%5CWindows");
+  disk.mayDelete = [](const std::wstring& path) {
+    if (path.ends_with(L"b.bin")) throw std::bad_alloc();
+    return true;
+  };
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1").starts_with("500"));
+  CHECK(disk.log.empty());
+  finishInterrupted(disk, disk);
+  CHECK(disk.log ==
+        "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  C:\\Windows\\Temp  "
+        "(1 weg, 1 overgeslagen)\r\n");
 }

@@ -24,6 +24,7 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   app.waitUntilDone(2);
   CHECK(app.told("GET", "/api/result?id=1") == R"(400 {"error":"nog niet klaar"})");
   CHECK(app.told("GET", "/api/result?id=2") == R"(400 {"error":"noSuchDir"})");
+  CHECK(app.told("GET", "/api/export?id=2") == R"(400 {"error":"noSuchDir"})");
   for (const char* id : {"", "x", "3", "1x", "-1", " 1", "99999999999999999999"}) {
     CHECK(app.told("GET", std::string("/api/result?id=") + id) ==
           R"(404 {"error":"opdracht onbekend"})");
@@ -48,13 +49,28 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(first.body == app.ask("GET", "/api/result?id=1").body); // shared, not copied
   CHECK(first.payload().starts_with(R"({"meta":{"path":"M:\\ré",)"));
 
+  CHECK(first.payload().find("partial") == std::string::npos);
+
+  // A scan that was stopped says so in the list, in its document and in its CSV.
+  gate = reading = false;
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
+  while (!reading) std::this_thread::yield();
+  CHECK(app.told("GET", "/api/cancel?id=3") == R"(200 {"ok":true})");
+  gate = true;
+  app.waitUntilDone(3);
+  CHECK(app.told("GET", "/api/jobs").ends_with(R"("noTurbo":"notlocal","partial":"cancelled"}])"));
+  CHECK(app.told("GET", "/api/result?id=3").find(R"("binned":0,"partial":"cancelled"},"tree")") !=
+        std::string::npos);
+  const std::string csv = app.told("GET", "/api/export?id=3");
+  CHECK(csv.substr(0, csv.find("\r\n")).ends_with("  partial: cancelled"));
+
   CHECK(app.told("GET", "/api/forget?id=1") == R"(200 {"ok":true})");
   CHECK(app.told("GET", "/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
   // Forgetting a running scan stops it.
   gate = false;
-  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
-  std::shared_ptr<Job> forgotten = app.state.jobs.find(3);
-  CHECK(app.told("GET", "/api/forget?id=3") == R"(200 {"ok":true})");
+  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":4,"ok":true})");
+  std::shared_ptr<Job> forgotten = app.state.jobs.find(4);
+  CHECK(app.told("GET", "/api/forget?id=4") == R"(200 {"ok":true})");
   gate = true;
   while (!forgotten->done) std::this_thread::yield();
   CHECK(forgotten->result.fileCount < 20);

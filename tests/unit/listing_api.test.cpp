@@ -23,6 +23,14 @@ TEST_CASE("live listings: order, links, limits and failures") {
         R"({"n":"Debian","p":"\\\\wsl.localhost\\Debian","hidden":false}]})");
   CHECK(app.told("GET", "/api/browse?p=M%3A%5Cnone") ==
         R"(200 {"path":"M:\\none","parent":"M:\\","dirs":[],"error":"noSuchDir"})");
+  // What a relative path means depends on where the program was started.
+  for (const char* path : {"r", "M%3Ar", "%5Cr", "%2Fr", ".%5Cr", "%5C%5C", "1%3A%5Cr"}) {
+    for (const char* route : {"/api/browse?p=", "/api/files?p="}) {
+      CAPTURE(path);
+      CHECK(app.told("GET", std::string(route) + path) == R"(400 {"error":"notabsolute"})");
+    }
+  }
+  CHECK(app.told("GET", "/api/browse?p=M%3A").starts_with(R"(200 {"path":"M:\\","parent":"",)"));
   const std::string files = app.told("GET", "/api/files?p=M%3A%5Cr");
   CHECK(files.starts_with(
       R"(200 {"path":"M:\\r","files":[{"n":"f2498","s":1249,"m":0},{"n":"f2499",)"));

@@ -33,6 +33,15 @@ TEST_CASE("joining and splitting") {
   CHECK(folderPart(L"C:\\a/b.c") == L"C:\\a/");
   CHECK(normaliseRoot(L"C:") == L"C:\\");
   CHECK(normaliseRoot(L"C:\\a\\/") == L"C:\\a");
+  // Without the separator, these are volumes and not folders.
+  const std::wstring volume = L"\\\\?\\Volume{0a1b2c3d-0000-4000-8000-000000000000}";
+  for (const std::wstring& root : {std::wstring(L"\\\\?\\C:"), volume}) {
+    CHECK(normaliseRoot(root) == root + L"\\");
+    CHECK(normaliseRoot(root + L"\\\\") == root + L"\\");
+    CHECK(normaliseRoot(root + L"\\a\\") == root + L"\\a");
+  }
+  CHECK(withoutLiteralPrefix(L"\\\\?\\C:\\a/b") == L"\\\\?\\C:\\a/b");
+  CHECK(normaliseRoot(L"\\\\?\\UNC\\s\\d\\") == L"\\\\?\\UNC\\s\\d");
 }
 
 TEST_CASE("a path lies below a folder by whole names only") {

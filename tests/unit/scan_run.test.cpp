@@ -1,4 +1,5 @@
 #include "app/scan_run.h"
+#include "base/text.h"
 #include "report/result_document.h"
 
 #include <doctest/doctest.h>
@@ -27,11 +28,103 @@ TEST_CASE("the summary says why turbo was not used") {
                                       output += text;
                                       return true;
                                     },
-                                    [](const std::wstring&, std::string_view) { return L""; }};
+                                    [](const std::wstring&, std::string_view) { return L""; },
+                                    [](const std::wstring&) { return L""; }};
     CHECK(runScanCommand({L"D:", L"o", "json", CsvKind::files, L"", L""}, steps, outputs) == 0);
     CHECK(output == "Vorda: D:\\  0 files  1.0 KB  0.3 s  (walk)  2 folders could not be read" +
                         row.second + "\n  -> o\n");
   }
   CHECK(summarySize(1023) == "1023 B");
   CHECK(summarySize(~0ULL) == "16384.0 PB");
+}
+
+namespace {
+
+struct Run {
+  std::string messages;
+  std::string output;
+  std::string written;
+  int code = -1;
+
+  Run(ScanRunRequest request, const ScanResult& found, std::string_view failure = {}) {
+    ScanSteps steps;
+    const auto method = [&](ScanProgress& progress, ScanResult& result) {
+      result = found;
+      progress.edit([&](ProgressTexts& texts) { texts.failure = failure; });
+      return failure.empty();
+    };
+    steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{false, kNotLocal}; };
+    steps.walk = [&](ScanProgress& progress, const ScanOptions&, ScanResult& result) {
+      return method(progress, result);
+    };
+    steps.ssh = [&](ScanProgress& progress, const ScanOptions&, Secret, ScanResult& result,
+                    SshFacts&) { return method(progress, result); };
+    steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
+    steps.finish = [](Job& job) { buildResultDocument(job, kDocumentOptions, 0); };
+    const ScanRunOutputs outputs = {
+        [this](std::wstring_view text) { messages += toUtf8(text); },
+        [this](std::string_view text) { return !(output += text).empty(); },
+        [this](const std::wstring&, std::string_view text) {
+          written = text;
+          return L"";
+        },
+        [](const std::wstring& name) { return name == L"full" ? L"no room" : L""; }};
+    code = runScanCommand(request, steps, outputs);
+  }
+
+  // The summary from behind the duration.
+  std::string rest() const { return output.substr(output.find(" s  (") + 5); }
+};
+
+} // namespace
+
+TEST_CASE("what cannot be written is not scanned") {
+  const Run run({L"C:\\x", L"full", "json", CsvKind::files, L"", L""}, {});
+  CHECK(run.code == 1);
+  CHECK(run.messages == "Vorda: could not write full: no room\n");
+  CHECK((run.output + run.written).empty());
+}
+
+TEST_CASE("the summary says what the result lacks") {
+  ScanResult found;
+  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L""}, found).rest() == ")\n  -> o\n");
+  found.skippedFolders = 5;
+  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L""}, found).rest() ==
+        ")  5 entries skipped\n  -> o\n");
+  found.skippedFolders = 1;
+  found.partial = Partial::cancelled;
+  CHECK(Run({L"C:\\x", L"o", "csv", CsvKind::files, L"", L""}, found).rest() ==
+        ")  1 entry skipped  partial: cancelled\n  -> o\n");
+  // A filter's hits are counted, and the JSON document does not list all of them.
+  found = {};
+  found.folders.emplace_back().name = L"C:\\x";
+  found.files.resize(121, {0, L"f", 1, 0});
+  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L"f"}, found).rest() ==
+        ")  121 files match, JSON lists the largest 120\n  -> o\n");
+  CHECK(Run({L"C:\\x", L"o", "csv", CsvKind::files, L".f", L""}, found).rest() ==
+        ")  121 files match\n  -> o\n");
+  found.files.resize(1);
+  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L"f"}, found).rest() ==
+        ")  1 file matches\n  -> o\n");
+  found.folders[0].ownFiles = 1;
+}
+
+TEST_CASE("a broken scan is written and fails; a failed one tells the code of ssh") {
+  ScanResult found;
+  found.partial = Partial::broken;
+  const Run broken({L"me@h:/x", L"o", "json", CsvKind::files, L"", L""}, found);
+  CHECK(broken.code == 1);
+  CHECK(broken.written.find(R"("partial":"broken"})") != std::string::npos);
+  CHECK(broken.rest() == ")  partial: broken\n  -> o\n");
+  CHECK(broken.messages == "Vorda: scanning me@h:/x\nVorda: the connection broke; the result is "
+                           "only a part\n");
+  const Run toOutput({L"me@h:/x", L"-", "json", CsvKind::files, L"", L""}, found);
+  CHECK(toOutput.code == 1);
+  CHECK(toOutput.output.ends_with("}"));
+  const auto said = [](std::string_view word) {
+    return Run({L"me@h:/x", L"o", "json", CsvKind::files, L"", L""}, {}, word).messages;
+  };
+  CHECK(said("sshFailed:1").ends_with("or host key changed (exit code 1)\n"));
+  CHECK(said("sshEmpty").ends_with("does the path exist?\n"));
+  CHECK(said("sshDenied").ends_with("the account Vorda runs as\n"));
 }

@@ -22,7 +22,8 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
   CHECK(app.elevations == 1);
   CHECK(app.told("GET", "/api/reveal?p=C%3A%5C%C3%A9") == R"(200 {"ok":true})");
   CHECK(app.told("GET", "/api/reveal?p=%2Fvar") == R"(200 {"ok":true})"); // a remote path
-  CHECK(app.revealed == std::vector<std::wstring>{L"C:\\\u00E9"});
+  CHECK(app.told("GET", "/api/reveal?p=C%3A%2Fa%2Fb.txt") == R"(200 {"ok":true})");
+  CHECK(app.revealed == std::vector<std::wstring>{L"C:\\\u00E9", L"C:\\a\\b.txt"});
   app.state.remote = app.state.keyRequired = true;
   const test::TextMap key = {{"x-vorda-token", "KEY23"}};
   CHECK(app.told("GET", "/api/quit", "", key) == R"(400 {"error":"quitRefused"})");

@@ -51,6 +51,8 @@ struct Listing {
 struct Played final : SshProcess {
   std::vector<std::string> texts;
   std::function<void()> onSilence;
+  std::uint32_t exitCode = 1;
+  bool* ended = nullptr; // set when the process is ended
 
   Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
             std::size_t& count) override {
@@ -62,7 +64,38 @@ struct Played final : SshProcess {
     count = text.copy(buffer, size);
     return text.empty() ? Read::silence : Read::bytes;
   }
-  std::uint32_t close(std::chrono::milliseconds) override { return 1; }
+  void end() override {
+    if (ended != nullptr) *ended = true;
+  }
+  std::uint32_t close(std::chrono::milliseconds) override { return exitCode; }
+};
+
+// A whole scan of a process that prints these texts; an empty one cancels the scan.
+struct PlayedScan {
+  ScanProgress progress;
+  ScanResult result;
+  bool ended = false;
+  bool done = false;
+
+  PlayedScan(std::vector<std::string> texts, std::uint32_t exitCode) {
+    auto played = std::make_unique<Played>();
+    played->texts = std::move(texts);
+    played->onSilence = [this] { progress.cancelRequested = true; };
+    played->exitCode = exitCode;
+    played->ended = &ended;
+    ScanOptions options;
+    options.root = L"h:/data";
+    SshFacts facts;
+    done = sshScan(
+        [&](const std::wstring&, const Secret&, std::string_view&) { return std::move(played); },
+        progress, options, Secret(), result, facts);
+  }
+
+  std::string outcome() const {
+    const ProgressTexts texts = progress.texts();
+    return (done ? "" : texts.failure + " ") + std::to_string(result.fileCount) + " " +
+           std::string(wordOf(result.partial)) + (ended ? " ended" : "");
+  }
 };
 
 } // namespace
@@ -160,6 +193,69 @@ TEST_CASE("progress, cancel and failures of an ssh scan") {
   CHECK(sshScan(start, progress, options, Secret(), result, facts));
   CHECK(result.fileCount == 4'096);
   CHECK(result.rootPath == L"/data");
+}
+
+TEST_CASE("an ssh scan that stops early says why") {
+  const std::string mark = "VORDA-FIND\n";
+  const std::string file = "f\t1\t0\t/data/a\n";
+  const auto outcome = [](std::vector<std::string> texts, std::uint32_t exitCode) {
+    return PlayedScan(std::move(texts), exitCode).outcome();
+  };
+  CHECK(outcome({mark, file}, 0) == "1 ");
+  CHECK(outcome({mark, file}, 1) == "1 "); // find could not read some folders
+  CHECK(outcome({mark, file}, 255) == "1 broken");
+  CHECK(outcome({mark, file}, 137) == "1 broken");
+  CHECK(outcome({mark, file, "f\t1\t0\t/dat"}, 0) == "1 broken"); // cut off
+  CHECK(outcome({mark, file, "", file}, 255) == "1 cancelled ended");
+  CHECK(outcome({""}, 255) == "0 cancelled ended");
+  CHECK(outcome({mark, ""}, 255) == "0 cancelled ended");
+  CHECK(outcome({mark}, 255) == "sshFailed:255 0 ");
+  CHECK(outcome({mark}, 0) == "sshEmpty 0 ");
+}
+
+TEST_CASE("a host cannot fill the memory") {
+  const auto added = [](const ListingLimits& limits, const std::string& start, bool folders) {
+    const ScanOptions options = keepingAll();
+    ScanResult result;
+    ListingTree tree("/data", options, result, limits);
+    int count = 0;
+    while (count < 100'000 && !tree.full()) {
+      const std::string path = start + std::to_string(count);
+      if (folders ? tree.addFolder(path) : tree.addFile(path, 1, 0)) ++count;
+    }
+    CHECK_FALSE(tree.addFolder("/data"));
+    CHECK_FALSE(tree.addFile("/data/after", 1, 0));
+    return count;
+  };
+  CHECK(added({500, ~0ULL}, "/data/", false) == 500);
+  CHECK(added({500, ~0ULL}, "/data/", true) == 500);
+  for (const bool folders : {false, true}) {
+    const int few = added({~0ULL, 1 << 20}, "/data/" + std::string(1000, 'x'), folders);
+    CHECK((few > 100 && few < 1000));
+    // Each name a type, or a long way to it.
+    const int types = added({~0ULL, 1 << 20}, "/data/a.", folders);
+    CHECK((types > 1000 && types < 10'000));
+  }
+  CHECK(added({~0ULL, 1 << 20}, "/data" + std::string(20'000, '/') + "/d", true) > 1000);
+}
+
+TEST_CASE("what cannot be counted is skipped and told") {
+  Listing listing;
+  listing.output.feed("VORDA-FIND\nd\t18446744073709551616\t0\t/data/d\n"
+                      "f\t18446744073709551615\t0\t/data/max\n"
+                      "f\t99999999999999999999\t0\t/other\nf\t1\t0\t/data/" +
+                      std::string(SshOutput::kMaxLineBytes, 'x') + "\n");
+  CHECK(listing.result.fileCount == 0);
+  CHECK(listing.result.folders.size() == 2);
+  CHECK(listing.result.skippedFolders == 2);
+  // The sum of all sizes stays within 64 bits.
+  for (int i = 0; i < 256; ++i)
+    listing.output.feed("f\t72057594037927936\t0\t/data/d/" + std::to_string(i) + "\n");
+  listing.output.feed("f\t1\t0\t/data/d/small\n");
+  listing.output.finish();
+  CHECK(listing.result.fileCount == 256);
+  CHECK(listing.result.byteCount == 255 * (1ULL << 56U) + 1);
+  CHECK(listing.result.skippedFolders == 3);
 }
 
 TEST_CASE("search path and environment of ssh") {

@@ -110,6 +110,32 @@ TEST_CASE("virtual folders are skipped only in the root of a WSL distribution") 
     const bool wsl = !share.ends_with(L"wsl");
     CHECK(scan.result.skippedFolders == (wsl ? 5 : 0));
     CHECK(scan.result.byteCount == (wsl ? 10 : 15));
+    // In a folder of the distribution, such names are the user's.
+    const std::wstring home = share + L"\\home";
+    folders.addFile(folders.addFolder(home, L"dev"), L"z", 100);
+    Scan inside;
+    REQUIRE(inside.run(folders, home));
+    CHECK(inside.result.skippedFolders == 0);
+    CHECK(inside.result.byteCount == 110);
+  }
+}
+
+TEST_CASE("a literal root is scanned by its plain name where that means the same") {
+  MemoryDisk folders;
+  folders.addFile(folders.addFolder(L"M:", L"r"), L"x", 1);
+  folders.addFile(folders.addFolder(L"\\\\wsl$\\Deb", L"dev"), L"y", 2);
+  const auto scanned = [&folders](const std::wstring& root) {
+    Scan scan;
+    return scan.run(folders, root) ? scan.result.rootPath : L"";
+  };
+  CHECK(scanned(L"\\\\?\\M:\\") == L"M:\\");
+  CHECK(scanned(L"\\\\?\\M:") == L"M:\\");
+  CHECK(scanned(L"\\\\?\\M:\\r\\") == L"M:\\r");
+  CHECK(scanned(L"\\\\?\\unc\\wsl$\\Deb\\") == L"\\\\wsl$\\Deb");
+  // Windows reads these differently without the prefix.
+  for (const std::wstring name : {L"r.", L"aux", L"nul.d\\sub", L"r \\sub"}) {
+    folders.addFolder(L"M:", name);
+    CHECK(scanned(L"\\\\?\\M:\\" + name) == L"\\\\?\\M:\\" + name);
   }
 }
 
@@ -165,4 +191,20 @@ TEST_CASE("worker counts, and roots that are no folders") {
     CHECK_FALSE(scan.run(folders, root));
     CHECK(scan.progress.texts().failure == kNoSuchDir);
   }
+  // A root that cannot be listed is no empty folder; one whose listing stops later keeps a part.
+  folders.addFolder(L"M:\\r", L"torn");
+  folders.endingEarly = {L"M:\\r\\torn", L"M:\\r"};
+  folders.unreadable = {L"M:\\locked"};
+  folders.addFolder(L"M:", L"locked");
+  for (const wchar_t* root : {L"M:\\locked", L"M:\\r\\torn"}) {
+    Scan scan;
+    CHECK_FALSE(scan.run(folders, root));
+    CHECK(scan.progress.texts().failure == kNoSuchDir);
+  }
+  Scan part;
+  CHECK(part.run(folders, L"M:\\r"));
+  CHECK(part.result.byteCount == 3);
+  Scan cancelled;
+  cancelled.progress.cancelRequested = true;
+  CHECK(cancelled.run(folders, L"M:\\locked"));
 }

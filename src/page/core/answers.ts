@@ -48,6 +48,7 @@ export interface Job {
   error: string;
   method: string;
   noTurbo: string;
+  partial?: string; // why a part of the target is missing
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
@@ -106,6 +107,7 @@ export interface ResultDoc {
     volumeLabel: string;
     freed: number;
     binned: number;
+    partial?: string;
   };
   tree: TreeNode | null;
   exts: TypeItem[];
@@ -161,6 +163,9 @@ export interface DeleteAnswer {
   refused: { p: string; why: string }[];
   wouldDelete: string[];
   noBin?: string[];
+  seen?: string[]; // for each path of wouldDelete, what the program saw of it; sent back as it is
+  partial?: { p: string; bytes: number }[]; // folders of which only a part went
+  logged?: boolean; // false if the log could not be written
 }
 
 export interface CleanupAnswer {
@@ -169,6 +174,7 @@ export interface CleanupAnswer {
   skipped: number;
   folders: number;
   bytes: number;
+  logged?: boolean;
 }
 
 export interface Hit extends FileItem {
@@ -236,8 +242,16 @@ export interface AcrossAnswer extends Running {
   opts?: RunOptions;
 }
 
+export interface VerifiedFile {
+  p: string;
+  size?: number;
+  h?: string;
+  seen?: string;
+  error?: string;
+}
+
 export interface VerifyAnswer extends Running {
-  files?: { p: string; size?: number; h?: string; error?: string }[] | number;
+  files?: VerifiedFile[] | number; // their number while the run is under way
   duplicates?: number[][];
   lock?: string[];
 }

@@ -2,8 +2,9 @@
 import type { Key } from '../lang/shape';
 
 const ERRORS: Record<string, Key> = {
-  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
+  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
   sshTarget: 'eSshTarget', sshMissing: 'eSshMissing', sshEmpty: 'eSshEmpty', sshPipe: 'eSshPipe', sshDenied: 'eSshDenied',
+  'sshFailed:1': 'eSshFailed1', sshTooLarge: 'eSshTooLarge',
   mftDenied: 'eMftDenied',
   mftOpenFailed: 'eMftGeneric', mftBoot: 'eMftGeneric', mftNotNtfs: 'eMftGeneric', mftLayout: 'eMftGeneric',
   mftUnreadable: 'eMftGeneric', mftCorrupt: 'eMftGeneric', mftNoData: 'eMftGeneric', mftRecordCount: 'eMftGeneric',
@@ -28,8 +29,8 @@ export interface Wording {
 }
 
 export function wordingOf(word: string): Wording {
+  if (Object.hasOwn(ERRORS, word)) return { key: ERRORS[word]! };
   const colon = word.indexOf(':');
   const key = colon > 0 ? WITH_CODE.get(word.slice(0, colon)) : undefined;
-  if (key) return { key, code: word.slice(colon + 1) };
-  return { key: Object.hasOwn(ERRORS, word) ? ERRORS[word]! : null };
+  return key ? { key, code: word.slice(colon + 1) } : { key: null };
 }

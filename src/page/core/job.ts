@@ -30,7 +30,7 @@ const stateText = (job: Job): string => {
     case JOB_STATE.scanning: return t('stScanning');
     case JOB_STATE.cancelled: return t('stCancelled');
     case JOB_STATE.error: return t('stError');
-    default: return t('stDone');
+    default: return t(job.partial ? 'stPartial' : 'stDone');
   }
 };
 

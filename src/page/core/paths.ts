@@ -37,6 +37,8 @@ function isWithin(root: string, path: string): boolean {
   return inner.length === outer.length || /[\\/]/.test(inner[outer.length]!) || trimEnd(inner) === outer;
 }
 
+export const liesBelow = (root: string, path: string): boolean => isWithin(root, path) && !sameTarget(root, path);
+
 // The scan a path belongs to: the one with the longest root that contains it. 0 if there is none.
 export function owningJob(path: string, roots: Iterable<{ id: number; root: string }>): number {
   let best = 0;
@@ -60,6 +62,19 @@ export function topmost(paths: Iterable<string>): string[] {
     }
     return true;
   });
+}
+
+// Whether a path is one of the roots or lies below one.
+export function below(paths: readonly string[]): (path: string) => boolean {
+  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
+  return (path) => {
+    const text = trimEnd(path).toLowerCase();
+    if (roots.has(text)) return true;
+    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
+      if (roots.has(text.slice(0, at))) return true;
+    }
+    return false;
+  };
 }
 
 const LONGEST_FILE_NAME = 80;

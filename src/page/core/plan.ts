@@ -1,6 +1,6 @@
 // What a deletion would do and what it did, summed over the answers for all scans it touches.
-import type { Copy, CopyGroup, DeleteAnswer } from './answers';
-import { owningJob, topmost } from './paths';
+import type { Copy, CopyGroup, DeleteAnswer, VerifiedFile } from './answers';
+import { liesBelow, owningJob, topmost } from './paths';
 import type { Key } from '../lang/shape';
 
 export interface Part {
@@ -8,11 +8,13 @@ export interface Part {
   paths: string[];
 }
 
-// The chosen paths grouped by scan; paths outside all scans go to the scan on view.
+// The chosen paths grouped by scan: the one on view if they lie in it, else the innermost around them.
+// Paths outside all scans go to the scan on view as well.
 export function partsByJob(paths: Iterable<string>, roots: { id: number; root: string }[], view: number): Part[] {
   const byJob = new Map<number, string[]>();
   for (const path of topmost(paths)) {
-    const job = owningJob(path, roots) || view;
+    const around = roots.filter(({ root }) => liesBelow(root, path));
+    const job = around.some(({ id }) => id === view) ? view : owningJob(path, around) || view;
     const list = byJob.get(job);
     if (list) list.push(path);
     else byJob.set(job, [path]);
@@ -26,10 +28,11 @@ export interface Plan {
   refused: { p: string; why: string }[];
   noBin: string[];
   bytes: number;
+  seen: Map<string, string>; // by path, what the program saw of it
 }
 
 export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
-  const plan: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0 };
+  const plan: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map() };
   for (const { part, answer } of runs) {
     const would = answer.wouldDelete ?? [];
     if (would.length > 0) plan.parts.push({ job: part.job, paths: would });
@@ -37,8 +40,37 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
     plan.refused.push(...(answer.refused ?? []));
     plan.noBin.push(...(answer.noBin ?? []));
     plan.bytes += answer.bytes || 0;
+    would.forEach((path, index) => plan.seen.set(path, answer.seen?.[index] ?? ''));
   }
   return plan;
+}
+
+// Both plans in one, for what goes with the same request.
+export const together = (a: Plan, b: Plan): Plan => ({
+  parts: [...a.parts, ...b.parts], wouldDelete: [...a.wouldDelete, ...b.wouldDelete], refused: [...a.refused, ...b.refused],
+  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]),
+});
+
+// What was seen of a copy that is to go, and of the one that stays.
+export interface CopyProof {
+  seen: string;
+  keep: string;
+  keepSeen: string;
+}
+
+// The lists of fields that say what is expected of each path, in the order of the paths. Of copies that
+// were compared only those go that have a proof; null stands for what needs none.
+export function expectations(paths: readonly string[], seen: ReadonlyMap<string, string>, proofs: ReadonlyMap<string, CopyProof | null> | null): Record<string, string[]> {
+  if (!proofs) return { p: [...paths], seen: paths.map((path) => seen.get(path) ?? '') };
+  const going = paths.flatMap((path) => {
+    const proof = proofs.get(path);
+    if (proof === undefined) return [];
+    return [{ path, ...(proof ?? { seen: seen.get(path) ?? '', keep: '', keepSeen: '' }) }];
+  });
+  return {
+    p: going.map((one) => one.path), seen: going.map((one) => one.seen),
+    keep: going.map((one) => one.keep), keepseen: going.map((one) => one.keepSeen),
+  };
 }
 
 export interface Outcome {
@@ -46,15 +78,19 @@ export interface Outcome {
   bytes: number;
   binned: number;
   error: string;
+  inside: number; // bytes that went from inside folders that are still there
+  logged: boolean;
 }
 
-export function outcomeOf(answers: Pick<DeleteAnswer, 'deleted' | 'bytes' | 'binned' | 'error'>[]): Outcome {
-  const sum: Outcome = { deleted: 0, bytes: 0, binned: 0, error: '' };
+export function outcomeOf(answers: Pick<DeleteAnswer, 'deleted' | 'bytes' | 'binned' | 'error' | 'partial' | 'logged'>[]): Outcome {
+  const sum: Outcome = { deleted: 0, bytes: 0, binned: 0, error: '', inside: 0, logged: true };
   for (const answer of answers) {
     sum.deleted += answer.deleted || 0;
     sum.bytes += answer.bytes || 0;
     sum.binned += answer.binned || 0;
     if (answer.error) sum.error = answer.error;
+    for (const { bytes } of answer.partial ?? []) sum.inside += bytes || 0;
+    if (answer.logged === false) sum.logged = false;
   }
   return sum;
 }
@@ -65,6 +101,11 @@ export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDo
   if (outcome.binned === 0) return 'delDone';
   return outcome.binned >= outcome.bytes ? 'delDoneBin' : 'delDoneMixed';
 }
+
+// The bytes that were to go into the bin and are gone for good. Where the plan had some of them going for
+// good anyway, the answers do not tell the two apart.
+export const missedBin = (plan: Plan, outcome: Outcome): number =>
+  plan.noBin.length > 0 ? 0 : Math.max(0, outcome.bytes - outcome.binned);
 
 // Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;
@@ -93,14 +134,16 @@ export function mayChoose(group: CopyGroup, chosen: ReadonlySet<string>, path: s
   return chosen.has(path) || group.files.some((other) => other.p !== path && !chosen.has(other.p));
 }
 
-// The chosen copies that are still equal to a copy that stays, after the files were read again.
-export function verified(chosen: ReadonlySet<string>, paths: readonly string[], duplicates: readonly number[][]): Set<string> {
-  const sure = new Set<string>();
+// The chosen copies that are still equal to a copy that stays, after the files were read again: for each
+// path what was seen of both.
+export function verified(chosen: ReadonlySet<string>, files: readonly VerifiedFile[], duplicates: readonly number[][]): Map<string, CopyProof> {
+  const sure = new Map<string, CopyProof>();
   for (const equal of duplicates) {
-    const names = equal.map((index) => paths[index]).filter((path): path is string => path !== undefined);
-    if (!names.some((path) => !chosen.has(path))) continue;
-    for (const path of names) {
-      if (chosen.has(path)) sure.add(path);
+    const copies = equal.map((index) => files[index]).filter((file): file is VerifiedFile => file !== undefined);
+    const stays = copies.find((file) => !chosen.has(file.p));
+    if (!stays) continue;
+    for (const { p, seen } of copies) {
+      if (chosen.has(p)) sure.set(p, { seen: seen ?? '', keep: stays.p, keepSeen: stays.seen ?? '' });
     }
   }
   return sure;

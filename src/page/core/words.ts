@@ -36,6 +36,10 @@ export const TYPE = { none: '(none)', other: '(other)' } as const;
 
 // Why a path was refused: it no longer exists.
 export const MISSING = 'missing';
+// It is too long for the recycle bin, but may be deleted permanently.
+export const TOO_LONG = 'toolong';
+// It is not what the user saw.
+export const CHANGED = 'changed';
 
 // Failure words. The page itself reports the first four.
 export const FAILURE = {

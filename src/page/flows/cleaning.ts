@@ -49,6 +49,7 @@ export function openCleanup(job: number, what: string, folders: readonly string[
     await refreshResults([job]);
     const words = [t('adCleanDone', { n: answer.deleted, size: size(answer.bytes) })];
     if (answer.skipped > 0) words.push(t('adCleanSkipped', { n: answer.skipped }));
+    if (answer.logged === false) words.push(t('delNotLogged'));
     return words;
   });
 }

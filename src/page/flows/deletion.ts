@@ -1,12 +1,11 @@
 // The deletion dialog. It first asks the program for a dry run and shows its result; only then it offers
 // to delete: into the recycle bin, or permanently once the confirmation word has been typed.
 import type { DeleteAnswer } from '../core/answers';
-import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
 import { failure, phrase, size, t } from '../core/i18n';
-import { trimEnd } from '../core/paths';
-import { confirms, outcomeKey, outcomeOf, partsByJob, planOf, type Outcome, type Part, type Plan } from '../core/plan';
-import { MISSING } from '../core/words';
+import { below } from '../core/paths';
+import { confirms, expectations, missedBin, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
+import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
 import { refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
@@ -21,6 +20,8 @@ const PERMANENT = 'forgood';
 
 export interface DeletionOptions {
   fallback?: () => HTMLElement | null; // takes the focus if the row that had it is gone
+  // Of copies that were compared: only with these they go. Null for what goes without a comparison.
+  proofs?: ReadonlyMap<string, CopyProof | null>;
   after?: (gone: (path: string) => boolean) => void; // removes deleted paths from marks of the caller's own
 }
 
@@ -31,11 +32,23 @@ interface Deletion {
   options: DeletionOptions;
 }
 
-const ask = (part: Part, more: Record<string, string>): Promise<DeleteAnswer> =>
-  form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, ...more });
+// What would go, and what goes only if it is deleted permanently: it is too long for the bin.
+interface Offer {
+  plan: Plan;
+  tooLong: Plan;
+}
 
-async function dryRun(parts: Part[]): Promise<Plan> {
-  return planOf(await Promise.all(parts.map(async (part) => ({ part, answer: await ask(part, { dryrun: '1' }) }))));
+async function dryRun(parts: Part[], fields: Record<string, string>): Promise<Plan> {
+  return planOf(await Promise.all(parts.map(async (part) => ({
+    part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', ...fields }),
+  }))));
+}
+
+async function lookAt(parts: Part[]): Promise<Offer> {
+  const plan = await dryRun(parts, { seen: '1' });
+  const long = plan.refused.filter((one) => one.why === TOO_LONG).map((one) => one.p);
+  const tooLong = await dryRun(long.length > 0 ? partsByJob(long, scanRoots(), state.view) : [], { seen: '1', permanent: '1' });
+  return { plan: { ...plan, refused: [...plan.refused.filter((one) => one.why !== TOO_LONG), ...tooLong.refused] }, tooLong };
 }
 
 function listed<I>(label: string, items: readonly I[], line: (item: I) => HTMLElement): HTMLElement {
@@ -77,32 +90,35 @@ export function openDeletion(paths: Iterable<string>, options: DeletionOptions =
 async function check(deletion: Deletion, parts: Part[]): Promise<void> {
   const { dialog } = deletion;
   try {
-    const plan = await dryRun(parts);
-    if (dialog.element.isConnected) showPlan(deletion, plan);
+    const offered = await lookAt(parts);
+    if (dialog.element.isConnected) showPlan(deletion, offered);
   } catch (error) {
     fill(dialog.body, failureNotice(messageOf(error), () => void check(deletion, parts), parts.flatMap((part) => part.paths).join('\n')));
   }
 }
 
-function showPlan(deletion: Deletion, plan: Plan): void {
+function showPlan(deletion: Deletion, { plan, tooLong }: Offer): void {
   const { wouldDelete, refused, noBin } = plan;
   const beyondBin = new Set(noBin);
   const binned = wouldDelete.filter((path) => !beyondBin.has(path));
   fill(deletion.dialog.body,
-    el('p', { class: 'answer' }, wouldDelete.length > 0 ? t('delWould', { items: t('nItems', { n: wouldDelete.length }), size: size(plan.bytes) }) : t('delWouldNone')),
+    el('p', { class: 'answer' }, wouldDelete.length > 0 ? t('delWould', { items: t('nItems', { n: wouldDelete.length }), size: size(plan.bytes) })
+      : tooLong.wouldDelete.length > 0 ? t('delWouldNotBin') : t('delWouldNone')),
     binned.length > 0 ? pathList(binned) : null,
     noBin.length > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNoBin', { n: noBin.length }))) : null,
     noBin.length > 0 ? pathList(noBin) : null,
+    tooLong.wouldDelete.length > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delTooLong', { n: tooLong.wouldDelete.length }))) : null,
+    tooLong.wouldDelete.length > 0 ? pathList(tooLong.wouldDelete) : null,
     refused.length > 0 ? el('div', { class: 'stack' }, el('p', { class: 'line' }, icon('lock'), t('delRefused', { n: refused.length })), refusedList(refused)) : null);
   // Where nothing would go into the bin, the bin is not offered.
-  if (wouldDelete.length > 0) offer(deletion, plan, binned.length === 0);
+  if (wouldDelete.length + tooLong.wouldDelete.length > 0) offer(deletion, { plan, tooLong }, binned.length === 0);
   else setText(deletion.stay, t('close'));
 }
 
 // Adds the choice of how to delete, the confirmation and the button.
-function offer(deletion: Deletion, plan: Plan, onlyPermanent: boolean): void {
+function offer(deletion: Deletion, { plan, tooLong }: Offer, onlyPermanent: boolean): void {
   const { dialog } = deletion;
-  const { wouldDelete, noBin } = plan;
+  const { noBin } = plan;
   const word = t('confirmWord');
   const typed = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'characters' });
   const typing = field(t('delType', { word }), typed);
@@ -110,12 +126,14 @@ function offer(deletion: Deletion, plan: Plan, onlyPermanent: boolean): void {
     choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyPermanent, hint: t('delBinHint') }),
     choice('radio', t('delForGood'), { name: 'how', value: PERMANENT, checked: onlyPermanent, hint: t('delForGoodHint') }));
   const permanent = (): boolean => how.querySelector<HTMLInputElement>(`input[value=${PERMANENT}]`)!.checked;
-  const go = button('', () => void carryOut(deletion, plan, permanent(), go), { icon: 'bin', class: 'danger first' });
+  const chosen = (): Plan => (permanent() ? together(plan, tooLong) : plan);
+  const go = button('', () => void carryOut(deletion, chosen(), permanent(), go), { icon: 'bin', class: 'danger first' });
   const update = (): void => {
     const needsWord = permanent() || noBin.length > 0;
     typing.hidden = !needsWord;
     go.disabled = needsWord && !confirms(typed.value, word);
-    const named = { n: wouldDelete.length, size: size(plan.bytes) };
+    const { wouldDelete, bytes } = chosen();
+    const named = { n: wouldDelete.length, size: size(bytes) };
     // What the bin does not take is deleted permanently, so the button must say so.
     go.replaceChildren(icon('bin'), permanent() ? t('delGoForGood', named)
       : noBin.length > 0 ? t('delGoMixed', { ...named, gone: noBin.length }) : t('delGoBin', named));
@@ -123,7 +141,7 @@ function offer(deletion: Deletion, plan: Plan, onlyPermanent: boolean): void {
   how.addEventListener('change', update);
   typed.addEventListener('input', update);
   onEnter(typed, () => {
-    if (!go.disabled) void carryOut(deletion, plan, permanent(), go);
+    if (!go.disabled) void carryOut(deletion, chosen(), permanent(), go);
   });
   append(dialog.body, how, typing, logNote());
   dialog.ends.append(go);
@@ -135,11 +153,13 @@ interface Done {
   problem: string; // why a request failed, or ''
 }
 
-async function deleteParts(parts: Part[], permanent: boolean): Promise<Done> {
+async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptions['proofs']): Promise<Done> {
   const done: Done = { answers: [], problem: '' };
-  for (const part of parts) {
+  for (const part of plan.parts) {
+    const fields = expectations(part.paths, plan.seen, proofs ?? null);
+    if (fields['p']!.length === 0) continue;
     try {
-      done.answers.push(await ask(part, { permanent: permanent ? '1' : '0' }));
+      done.answers.push(await form<DeleteAnswer>('/api/delete', { ...fields, job: part.job, permanent: permanent ? '1' : '0' }));
     } catch (error) {
       done.problem = messageOf(error);
     }
@@ -154,44 +174,34 @@ async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permane
   stay.focus();
   go.remove();
   fill(dialog.body, el('p', { class: 'answer', role: 'status' }, `${t('delGoing')}…`), busyBar());
-  const done = await deleteParts(plan.parts, permanent);
+  const done = await deleteParts(plan, permanent, options.proofs);
   await refreshResults(plan.parts.map((part) => part.job));
   removeGone(plan, outcomeOf(done.answers).deleted, options);
   dialog.element.removeEventListener('cancel', keepOpen);
   rest(stay, false);
   setText(stay, t('close'));
   stay.focus();
-  showOutcome(dialog, plan, done, permanent);
+  showOutcome(dialog, plan, done, { permanent, proofs: options.proofs });
 }
 
-function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, permanent: boolean): void {
+function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { permanent, proofs }: { permanent: boolean; proofs: DeletionOptions['proofs'] }): void {
   const outcome = outcomeOf(answers);
-  const words = problem || outcomeText(outcome);
+  const inside = outcome.inside > 0 ? t('delInside', { size: size(outcome.inside) }) : null;
+  const words = problem || (outcome.deleted === 0 && !outcome.error && inside) || outcomeText(outcome);
+  const unproven = proofs ? plan.wouldDelete.filter((path) => !proofs.has(path)).map((p) => ({ p, why: CHANGED })) : [];
   const left = plan.wouldDelete.length - outcome.deleted;
   const missed = permanent ? 0 : missedBin(plan, outcome);
-  const refused = [...plan.refused, ...answers.flatMap((answer) => answer.refused ?? [])];
+  const refused = [...plan.refused, ...unproven, ...answers.flatMap((answer) => answer.refused ?? [])];
   const partial = (problem || outcome.error) && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
   fill(dialog.body,
     el('p', { class: 'answer', role: 'status' }, words),
     partial ? el('p', {}, partial) : null,
     missed > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotBinned', { size: size(missed) }))) : null,
+    inside && inside !== words ? el('p', {}, inside) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
     refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: refused.length })), refusedList(refused)) : null,
-    logNote());
+    outcome.logged ? logNote() : el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotLogged'))));
   announce(words);
-}
-
-// Whether a path is one of the roots or lies below one.
-function below(paths: readonly string[]): (path: string) => boolean {
-  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
-  return (path) => {
-    const text = trimEnd(path).toLowerCase();
-    if (roots.has(text)) return true;
-    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
-      if (roots.has(text.slice(0, at))) return true;
-    }
-    return false;
-  };
 }
 
 // Removes deleted paths from marks and search results. The answers don't say which paths of a partial
@@ -211,7 +221,7 @@ function forget(gone: (path: string) => boolean, options: DeletionOptions): void
 
 async function forgetMissing(paths: string[], options: DeletionOptions): Promise<void> {
   try {
-    const { refused } = await dryRun(partsByJob(paths, scanRoots(), state.view));
+    const { refused } = await dryRun(partsByJob(paths, scanRoots(), state.view), {});
     const missing = new Set(refused.filter((one) => one.why === MISSING).map((one) => one.p));
     forget((path) => missing.has(path), options);
   } catch {

@@ -3,7 +3,8 @@
 import type { VerifyAnswer } from '../core/answers';
 import { messageOf } from '../core/failure';
 import { t } from '../core/i18n';
-import { verified } from '../core/plan';
+import { below } from '../core/paths';
+import { verified, type CopyProof } from '../core/plan';
 import type { Selection } from '../core/selection';
 import { stopRun, wholeRun } from '../data/runs';
 import { openDeletion } from './deletion';
@@ -47,23 +48,29 @@ function openVerification(fallback: () => HTMLElement | null): Verification {
   return verification;
 }
 
-export async function verifyAndDelete(groups: readonly Copies[], marks: Selection, fallback: () => HTMLElement | null): Promise<void> {
+// `others` go as well, without being compared.
+export async function verifyAndDelete(groups: readonly Copies[], marks: Selection, fallback: () => HTMLElement | null, others: readonly string[] = []): Promise<void> {
   const chosen = new Set(marks.keys);
   const paths = groups.filter((group) => group.files.some((file) => chosen.has(file.p))).flatMap((group) => group.files.map((file) => file.p));
   const verification = openVerification(fallback);
   const { dialog } = verification;
   try {
-    const answer = await wholeRun<VerifyAnswer>(PATH, { p: paths }, (progress) => verification.showPercent(progress.percent ?? 0));
+    // Without the other copies there is nothing to compare with.
+    const answer = paths.length === 0 ? null : await wholeRun<VerifyAnswer>(PATH, { p: paths, seen: '1' }, (progress) => verification.showPercent(progress.percent ?? 0));
     verification.reading = false;
     if (!verification.open) return;
-    const sure = verified(chosen, paths, answer.duplicates ?? []);
+    const goes = below(others);
+    const going = new Set(paths.filter((path) => chosen.has(path) || goes(path)));
+    const proven = verified(going, Array.isArray(answer?.files) ? answer.files : [], answer?.duplicates ?? []);
+    const sure = new Map([...proven].filter(([path]) => chosen.has(path)));
     dialog.close();
-    if (sure.size === 0) {
+    if (sure.size === 0 && others.length === 0) {
       toast(t('acVerifyNone'));
       return;
     }
     if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
-    openDeletion(sure, { fallback, after: (gone) => marks.keepOnly((path) => !gone(path)) });
+    const proofs = new Map<string, CopyProof | null>([...sure, ...others.map((path) => [path, null] as const)]);
+    openDeletion(proofs.keys(), { fallback, proofs, after: (gone) => marks.keepOnly((path) => !gone(path)) });
   } catch (error) {
     verification.reading = false;
     fill(dialog.body, failureNotice(messageOf(error), null, paths.join('\n')));

@@ -102,9 +102,10 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
       fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
+    meta.partial ? el('p', {}, phrase('ovPartial_', meta.partial)) : null,
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
-    meta.skipped > 0 ? el('p', { class: 'small muted' }, t('ovSkipped', { n: meta.skipped })) : null);
+    meta.skipped > 0 ? el('p', { class: 'small muted' }, t(isRemote(job) ? 'ovSkippedHost' : 'ovSkipped', { n: meta.skipped })) : null);
 }
 
 interface Bar {

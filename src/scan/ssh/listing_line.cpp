@@ -15,12 +15,15 @@ constexpr std::uint64_t kMostBlocks = UINT64_MAX >> 10;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
+// A number of more than 64 bits becomes the largest one.
 std::optional<std::uint64_t> wholeNumber(std::string_view text) {
   // For unsigned numbers, from_chars accepts neither signs nor spaces.
   std::uint64_t value = 0;
   const char* end = text.data() + text.size();
   const auto parsed = std::from_chars(text.data(), end, value);
-  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+  if (parsed.ptr != end) return std::nullopt;
+  if (parsed.ec == std::errc::result_out_of_range) return UINT64_MAX;
+  if (parsed.ec != std::errc()) return std::nullopt;
   return value;
 }
 

@@ -19,8 +19,8 @@ struct ListingLine {
 
 // Fields separated by tabs, as listingCommand has find print them: "d" or "f", size in bytes,
 // seconds since 1970 with an optional fraction, path. The path is everything after the third
-// tab and may contain tabs. The size must be a decimal number of at most 64 bits; a time that
-// is malformed or before 1970 is unknown.
+// tab and may contain tabs. The size must be a decimal number; of more than 64 bits, it is the
+// largest of 64 bits. A time that is malformed or before 1970 is unknown.
 std::optional<ListingLine> parseListingLine(std::string_view line);
 
 // A line of `df -Pk` (POSIX format): fields 2 to 4 are the total, used and available blocks of

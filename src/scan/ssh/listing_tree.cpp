@@ -13,12 +13,28 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
   return path;
 }
 
+// What a text takes beside its object, which holds a short one itself.
+template <typename Text> std::uint64_t heapBytes(const Text& text) {
+  constexpr std::size_t kPerBlock = 16; // spent by the allocator
+  const bool inside = text.capacity() <= Text().capacity();
+  return inside ? 0 : (text.capacity() + 1) * sizeof(typename Text::value_type) + kPerBlock;
+}
+
+// An entry of a map: beside the pair, a link, the hash, a place in the table, and the block.
+template <typename Map> constexpr std::uint64_t nodeBytes() {
+  return sizeof(typename Map::value_type) + 3 * sizeof(void*) + 16;
+}
+
+// A vector may have room for as many again.
+template <typename Item> constexpr std::uint64_t itemBytes() { return 2 * sizeof(Item); }
+
 std::wstring shownRoot(std::string_view root) { return root.empty() ? L"/" : toUtf16(root); }
 
 } // namespace
 
-ListingTree::ListingTree(std::string_view root, const ScanOptions& options, ScanResult& result)
-    : root_(withoutTrailingSlashes(root)), options_(options), result_(result) {
+ListingTree::ListingTree(std::string_view root, const ScanOptions& options, ScanResult& result,
+                         const ListingLimits& limits)
+    : root_(withoutTrailingSlashes(root)), options_(options), result_(result), limits_(limits) {
   result_ = ScanResult{};
   result_.rootPath = shownRoot(root_);
   result_.separator = L'/';
@@ -27,17 +43,27 @@ ListingTree::ListingTree(std::string_view root, const ScanOptions& options, Scan
 
 bool ListingTree::addFolder(std::string_view path) {
   path = withoutTrailingSlashes(path);
-  if (!makeRelative(path)) return false;
+  if (full() || !makeRelative(path)) return false;
   folderAt(path);
   return true;
 }
 
+bool ListingTree::isRootItself(std::string_view path) const {
+  return path == root_ && result_.folders.size() == 1 && result_.fileCount == 0;
+}
+
 bool ListingTree::addFile(std::string_view path, std::uint64_t bytes, std::uint64_t modified) {
-  const bool isRoot = path == root_ && result_.folders.size() == 1 && result_.fileCount == 0;
+  if (full() || path.ends_with('/')) return false;
+  const bool isRoot = isRootItself(path);
+  std::string_view relative = path;
+  if (!isRoot && (!makeRelative(relative) || relative.empty())) return false;
   // Keeps the total, and thus every sum of the tree, within 64 bits.
-  if (path.ends_with('/') || bytes > UINT64_MAX - result_.byteCount) return false;
+  if (bytes > limits_.fileBytes || bytes > UINT64_MAX - result_.byteCount) {
+    skipEntry();
+    return false;
+  }
   if (isRoot) becomeParentOfRoot();
-  if (!makeRelative(path) || path.empty()) return false;
+  makeRelative(path);
   const std::size_t slash = path.rfind('/');
   const bool inRoot = slash == std::string_view::npos;
   const std::uint32_t folder = inRoot ? folderAt({}) : folderAt(path.substr(0, slash));
@@ -47,8 +73,13 @@ bool ListingTree::addFile(std::string_view path, std::uint64_t bytes, std::uint6
   ++result_.folders[folder].ownFiles;
   result_.byteCount += bytes;
   ++result_.fileCount;
+  ++entries_;
+  const std::size_t types = result_.types.size();
   addToType(result_.types, name_, bytes);
-  if (options_.keeps(name_, bytes)) result_.files.push_back({folder, name_, bytes, modified});
+  if (result_.types.size() > types) bytes_ += nodeBytes<TypeTotals>() + heapBytes(name_);
+  if (!options_.keeps(name_, bytes)) return true;
+  result_.files.push_back({folder, name_, bytes, modified});
+  bytes_ += itemBytes<FileEntry>() + heapBytes(result_.files.back().name);
   return true;
 }
 
@@ -97,7 +128,10 @@ std::uint32_t ListingTree::childOf(std::uint32_t parent, std::string_view name) 
   FolderEntry& entry = result_.folders.emplace_back();
   entry.parent = parent;
   entry.name = toUtf16(name);
-  children_.emplace(Key{parent, std::string(name)}, index);
+  const auto child = children_.emplace(Key{parent, std::string(name)}, index).first;
+  ++entries_;
+  bytes_ += itemBytes<FolderEntry>() + heapBytes(entry.name) + nodeBytes<decltype(children_)>() +
+            heapBytes(child->first.name);
   return index;
 }
 

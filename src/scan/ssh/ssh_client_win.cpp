@@ -102,6 +102,8 @@ public:
     }
   }
 
+  void end() override { TerminateProcess(process_.get(), 1); }
+
   std::uint32_t close(std::chrono::milliseconds wait) override {
     output_.reset();
     WaitForSingleObject(process_.get(), static_cast<DWORD>(wait.count()));

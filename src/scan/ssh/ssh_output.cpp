@@ -23,6 +23,7 @@ void SshOutput::feed(std::string_view bytes) {
       begun_.append(piece);
     }
     if (!whole) return;
+    if (tooLong_ && section_ == Section::listing) tree_.skipEntry();
     if (!tooLong_) wholeLine(begun_.empty() ? piece : std::string_view(begun_));
     begun_.clear();
     tooLong_ = false;
@@ -31,6 +32,7 @@ void SshOutput::feed(std::string_view bytes) {
 }
 
 void SshOutput::finish() {
+  cutOff_ = section_ == Section::listing && (tooLong_ || !begun_.empty());
   if (!tooLong_) lookForRefusal(begun_);
   begun_.clear();
 }

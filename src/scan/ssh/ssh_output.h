@@ -3,7 +3,7 @@
 // The output has three sections, separated by marker lines: messages of the host and of ssh,
 // file system figures, listing. Sections never go back, so a file name with line breaks cannot
 // end the listing. A last line without a line feed is ignored, since its path may be cut off.
-// Lines longer than kMaxLineBytes are skipped and not buffered.
+// Lines longer than kMaxLineBytes are skipped and not buffered; those of the listing are counted.
 #pragma once
 
 #include "scan/progress.h"
@@ -30,6 +30,7 @@ public:
 
   std::uint64_t linesListed() const { return linesListed_; }
   bool permissionDenied() const { return permissionDenied_; } // seen outside the listing
+  bool cutOff() const { return cutOff_; }                     // the listing ended inside a line
   const DriveFigures& fileSystem() const { return fileSystem_; }
 
 private:
@@ -50,6 +51,7 @@ private:
   std::string begun_;            // the beginning of an incomplete line
   std::uint64_t linesListed_ = 0;
   bool permissionDenied_ = false;
+  bool cutOff_ = false;
   DriveFigures fileSystem_;
 };
 

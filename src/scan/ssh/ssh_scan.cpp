@@ -22,15 +22,29 @@ bool giveUp(ScanProgress& progress, ScanResult& result, std::string_view word) {
   return false;
 }
 
-void readAll(SshProcess& process, const ScanProgress& progress, SshOutput& output) {
+enum class Ending { complete, cancelled, full };
+
+Ending readAll(SshProcess& process, const ScanProgress& progress, const ListingTree& tree,
+               SshOutput& output) {
   std::vector<char> block(kBlockBytes);
   while (!progress.cancelRequested) {
+    if (tree.full()) return Ending::full;
     std::size_t count = 0;
     const SshProcess::Read outcome = process.read(block.data(), block.size(), kCancelCheck, count);
-    if (outcome == SshProcess::Read::end) break;
+    if (outcome == SshProcess::Read::end) {
+      output.finish();
+      return Ending::complete;
+    }
     if (outcome == SshProcess::Read::bytes) output.feed({block.data(), count});
   }
-  output.finish();
+  return Ending::cancelled;
+}
+
+// Whether the output ended before the listing did. find reports folders it could not read by 1;
+// ssh reports a lost connection by 255, and a shell a killed find by its signal.
+bool brokeOff(std::uint32_t exitCode, const SshOutput& output) {
+  constexpr std::uint32_t kFindHadErrors = 1;
+  return exitCode > kFindHadErrors || output.cutOff();
 }
 
 } // namespace
@@ -56,11 +70,17 @@ bool sshScan(const SshStart& startSsh, ScanProgress& progress, const ScanOptions
   progress.setStatus(ScanStatus::sshList);
   ListingTree tree(toUtf8(target->path), options, result);
   SshOutput output(tree, result, progress);
-  readAll(*process, progress, output);
+  const Ending ending = readAll(*process, progress, tree, output);
   progress.phase = kPhaseSumming;
+  if (ending != Ending::complete) process->end();
   const std::uint32_t exitCode = process->close(kWaitForEnd);
-  if (output.linesListed() == 0) {
+  if (ending == Ending::full) return giveUp(progress, result, kSshTooLarge);
+  if (ending == Ending::cancelled) {
+    result.partial = Partial::cancelled;
+  } else if (output.linesListed() == 0) {
     return giveUp(progress, result, sshFailure(exitCode, output.permissionDenied()));
+  } else if (brokeOff(exitCode, output)) {
+    result.partial = Partial::broken;
   }
   facts.drive = output.fileSystem();
   result.folderCount = result.folders.size();

@@ -45,7 +45,9 @@ public:
     if (!data || data->realSize() == 0) return kMftNoData;
     table_.bytes = data->realSize();
     if (data->runs().u8(0) == 0) return kMftNoData;
-    if (!addPiece(*data) || (list && !addPiecesOf(*list))) return failure_;
+    if (!addPiece(*data)) return failure_;
+    if (table_.bytes < layout_.recordBytes) return kMftRecordCount;
+    if (list && !addPiecesOf(*list)) return failure_;
     return covered() * layout_.clusterBytes >= table_.bytes ? std::string_view() : kMftCorrupt;
   }
 

@@ -24,7 +24,8 @@ bool readStream(Volume& volume, const MftLayout& layout, const std::vector<Exten
                 std::uint64_t offset, std::uint8_t* out, std::size_t size);
 
 // Empty on success, else kMftUnreadable (first record unreadable), kMftCorrupt (damaged record or
-// list, or extents smaller than the table), kMftNoData (no table) or kMftMemory.
+// list, or extents smaller than the table), kMftNoData (no table), kMftRecordCount (smaller than a
+// record) or kMftMemory.
 std::string_view findTable(Volume& volume, const MftLayout& layout, MftExtents& table);
 
 } // namespace vorda

@@ -42,8 +42,10 @@ public:
         chunkRecords_(static_cast<std::uint32_t>(
             std::max<std::uint64_t>(kChunkBytes / layout.recordBytes, 1))) {}
 
-  // Empty on success, else the failure word.
+  // Empty on success, also of a cancelled reading; else the failure word.
   std::string_view run();
+
+  bool cutShort() const { return cutShort_; } // a cancel left records unread
 
 private:
   struct Worker {
@@ -77,9 +79,10 @@ private:
   ScanProgress& progress_;
   const std::uint32_t chunkRecords_;
 
-  std::mutex reading_; // guards the volume, next_ and failure_
+  std::mutex reading_; // guards the volume, next_, failure_ and cutShort_
   std::uint32_t next_ = 0;
   std::string_view failure_;
+  bool cutShort_ = false;
   std::uint32_t done_ = 0; // guarded by the lock of progress_ texts
 };
 
@@ -136,7 +139,7 @@ bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
   const std::lock_guard lock(reading_);
   if (!failure_.empty() || next_ == table_.size()) return false;
   if (progress_.cancelRequested.load()) {
-    failure_ = kCancelled;
+    cutShort_ = true;
     return false;
   }
   chunk.first = next_;
@@ -249,13 +252,18 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   progress.setStatus(ScanStatus::mftRead);
   RecordTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
-  const std::string_view word =
-      RecordReader(*opened.volume, layout, extents, table, progress).run();
-  if (!word.empty()) return word;
+  RecordReader reader(*opened.volume, layout, extents, table, progress);
+  if (const auto word = reader.run(); !word.empty()) return word;
   opened.volume.reset();
   progress.phase = kPhaseSumming;
   progress.setStatus(ScanStatus::tree);
-  return buildResult(table, options, result) ? std::string_view() : kMftCorrupt;
+  if (reader.cutShort()) result.partial = Partial::cancelled;
+  if (buildResult(table, options, result)) return {};
+  if (!reader.cutShort()) return kMftCorrupt;
+  // Cancelled before the record of the root was read.
+  result.folders.emplace_back().name = result.rootPath;
+  result.folderCount = 1;
+  return {};
 }
 
 } // namespace

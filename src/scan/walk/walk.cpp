@@ -3,7 +3,9 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
+#include "rules/safety_rules.h"
 #include "scan/final_totals.h"
+#include "scan/targets.h"
 #include "scan/walk/walk_queue.h"
 
 #include <algorithm>
@@ -55,8 +57,7 @@ public:
        const std::wstring& root, unsigned workers)
       : source_(source), progress_(progress), options_(options), queue_(rootTask(root)),
         workers_(workers) {
-    wsl_ = startsWithIgnoreCase(root, L"\\\\wsl.localhost\\") ||
-           startsWithIgnoreCase(root, L"\\\\wsl$\\");
+    wholeDistribution_ = isWslDistribution(root);
   }
 
   void run() {
@@ -74,6 +75,8 @@ public:
   }
 
   void mergeInto(ScanResult& result);
+
+  bool rootUnreadable() const { return rootUnreadable_; }
 
 private:
   static FolderTask rootTask(const std::wstring& root) {
@@ -99,7 +102,9 @@ private:
   std::vector<WalkWorker> workers_;
   std::atomic<std::uint32_t> nextIndex_{1};
   std::atomic<std::uint64_t> publishedFolders_{0};
-  bool wsl_ = false;
+  std::atomic<bool> cutShort_{false}; // something was not read because of a cancel
+  std::atomic<bool> rootUnreadable_{false};
+  bool wholeDistribution_ = false;
 };
 
 void Walk::work(WalkWorker& worker) {
@@ -110,7 +115,9 @@ void Walk::work(WalkWorker& worker) {
   bool more = queue_.take(task);
   while (more) {
     // After a cancel, the queue is emptied without reading.
-    if (!progress_.cancelRequested.load(std::memory_order_relaxed)) {
+    if (progress_.cancelRequested.load(std::memory_order_relaxed)) {
+      cutShort_ = true;
+    } else {
       readFolder(worker, *reader, task, found);
       if (++worker.finishedFolders % kPublishEvery == 0) publish(task);
     }
@@ -123,10 +130,15 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
                       std::vector<FolderTask>& found) {
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
-  if (reader.open(task.path, task.literal)) {
+  unsigned seen = 0;
+  const bool opened = reader.open(task.path, task.literal);
+  if (opened) {
     FolderItem item;
-    for (unsigned seen = 1; reader.next(item); ++seen) {
-      if ((seen & kCancelCheckMask) == 0 && progress_.cancelRequested.load()) break;
+    while (reader.next(item)) {
+      if ((++seen & kCancelCheckMask) == 0 && progress_.cancelRequested.load()) {
+        cutShort_ = true;
+        break;
+      }
       if (item.reparsePoint) continue;
       if (item.folder) {
         addFolder(worker, task, item, found);
@@ -137,9 +149,10 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
       if (!worker.taker) addToType(worker.types, item.name, item.size);
       if (options_.keeps(item.name, item.size)) keep(worker, task, item);
     }
-    if (reader.endedEarly()) ++worker.unreadableFolders;
-  } else {
+  }
+  if (!opened || reader.endedEarly()) {
     ++worker.unreadableFolders;
+    if (task.root && seen == 0) rootUnreadable_ = true;
   }
   // Only this worker writes them; others read them to publish progress.
   worker.bytes.store(worker.bytes.load(std::memory_order_relaxed) + bytes,
@@ -166,7 +179,7 @@ bool Walk::isLeftOut(const std::wstring& path) const {
 
 void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
                      std::vector<FolderTask>& found) {
-  if (wsl_ && task.root && isVirtualFolder(item.name)) {
+  if (wholeDistribution_ && task.root && isVirtualFolder(item.name)) {
     ++worker.skippedFolders;
     return;
   }
@@ -218,6 +231,15 @@ void Walk::mergeInto(ScanResult& result) {
     result.unreadableFolders += worker.unreadableFolders;
     result.skippedFolders += worker.skippedFolders;
   }
+  if (cutShort_) result.partial = Partial::cancelled;
+}
+
+// The root by its plain name if it has one: files found below it can then be compared with those of
+// other scans, and deleted.
+std::wstring rootPathOf(FolderSource& source, const std::wstring& root) {
+  std::wstring path = normaliseRoot(source.absolute(normaliseRoot(root)));
+  std::wstring plain = withoutLiteralPrefix(path);
+  return namesDevice(plain) ? path : plain;
 }
 
 } // namespace
@@ -233,16 +255,18 @@ bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& optio
   const ScanClock::time_point start = ScanClock::now();
   progress.phase = kPhaseReading;
   progress.setStatus(ScanStatus::reading);
-  result.rootPath = normaliseRoot(source.absolute(normaliseRoot(options.root)));
+  result.rootPath = rootPathOf(source, options.root);
   progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::walk; });
-  const PathFacts root = source.facts(result.rootPath);
-  if (!root.exists || !root.folder) {
+  const auto noSuchDir = [&progress] {
     progress.edit([](ProgressTexts& texts) { texts.failure = kNoSuchDir; });
     return false;
-  }
+  };
+  const PathFacts root = source.facts(result.rootPath);
+  if (!root.exists || !root.folder) return noSuchDir();
   if (workers == 0) workers = workerCount(std::thread::hardware_concurrency(), result.rootPath);
   Walk walk(source, progress, options, result.rootPath, workers);
   walk.run();
+  if (walk.rootUnreadable()) return noSuchDir();
   progress.phase = kPhaseSumming;
   progress.setStatus(ScanStatus::merging);
   walk.mergeInto(result);

@@ -9,6 +9,8 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
+#include <utility>
 
 namespace vorda::test {
 
@@ -71,15 +73,19 @@ public:
     return FileIdentity{7, {file->number, 0}};
   }
 
-  std::unique_ptr<ContentFile> open(const std::wstring& path, Writers,
+  std::unique_ptr<ContentFile> open(const std::wstring& path, Writers writers,
                                     FileFailure& failure) override {
     if (onOpen) onOpen(path);
     const std::optional<MemoryFile> file = copy(path);
     failure = file ? file->failure : FileFailure::missing;
     if (failure != FileFailure::none) return nullptr;
     ++opened;
-    return std::make_unique<File>(*this, path, *file);
+    return std::make_unique<File>(*this, path, *file, writers);
   }
+
+  // Whether somebody else could write to a file now, or delete it.
+  bool isWritable(const std::wstring& path) { return !isOpen(path, Writers::refused); }
+  bool isDeletable(const std::wstring& path) { return !isOpen(path, Writers::refusedAsDeleters); }
 
   std::unique_ptr<Hasher> hasher() override { return std::make_unique<ChecksumHasher>(); }
   void lowerPriority() override {}
@@ -93,8 +99,17 @@ private:
 
   class File final : public ContentFile {
   public:
-    File(MemoryContents& owner, std::wstring path, MemoryFile file)
-        : owner_(owner), path_(std::move(path)), file_(std::move(file)) {}
+    File(MemoryContents& owner, std::wstring path, MemoryFile file, Writers writers)
+        : owner_(owner), path_(std::move(path)), file_(std::move(file)), writers_(writers) {
+      const std::lock_guard lock(owner_.mutex_);
+      owner_.open_.emplace(path_, writers_);
+    }
+    ~File() override {
+      const std::lock_guard lock(owner_.mutex_);
+      owner_.open_.erase(owner_.open_.find({path_, writers_}));
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
 
     std::optional<OpenState> state() override {
       return refresh() ? std::optional(OpenState{file_.state, file_.changed}) : std::nullopt;
@@ -123,6 +138,7 @@ private:
     MemoryContents& owner_;
     std::wstring path_;
     MemoryFile file_;
+    Writers writers_;
   };
 
   class ChecksumHasher final : public Hasher {
@@ -142,7 +158,15 @@ private:
     std::uint64_t sum_ = 1;
   };
 
+  // Whether the file is open in this mode or a stricter one.
+  bool isOpen(const std::wstring& path, Writers least) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(open_.begin(), open_.end(),
+                       [&](const auto& one) { return one.first == path && one.second >= least; });
+  }
+
   std::mutex mutex_;
+  std::multiset<std::pair<std::wstring, Writers>> open_;
   std::map<std::wstring, MemoryFile> files_;
   std::uint64_t nextNumber_ = 1000;
 };

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,11 +37,23 @@ public:
   std::vector<std::wstring> mounts;
   std::vector<std::wstring> noBins; // roots
   std::function<void()> beforeShell;
+  std::function<bool(const std::wstring&)> mayDelete; // called for each path that the shell gets
   std::function<void(const std::wstring&)> onHold;
-  std::function<void(const std::wstring&)> onOpen; // called on the thread that opens a folder
-  std::vector<std::wstring> unreadable;            // folders that cannot be listed
-  std::vector<std::wstring> endingEarly;           // folders whose listing fails at the end
+  std::function<void(const std::wstring&)> onLook;   // called before facts are looked up
+  std::function<void(const std::wstring&)> onOpen;   // called on the thread that opens a folder
+  std::vector<std::wstring> unreadable;              // folders that cannot be listed
+  std::vector<std::wstring> endingEarly;             // folders whose listing fails at the end
+  std::function<void(const std::wstring&)> onRemove; // called before an entry is removed by handle
+  std::vector<std::wstring> removedByHandle;
+  bool linksAreStuck = false; // the system cannot open a link as such
   std::string log;
+  bool logFails = false;
+  bool journalFails = false;
+  struct JournalOnDisk {
+    std::string bytes;
+    bool open;
+  };
+  std::vector<std::shared_ptr<JournalOnDisk>> journals;
   std::uint64_t binBytes = 0;
   std::uint64_t binItems = 0;
   std::int32_t emptyResult = 0;
@@ -118,9 +131,10 @@ public:
   // ---- FolderSource
   std::unique_ptr<FolderReader> reader() override { return std::make_unique<Reader>(*this); }
   PathFacts facts(const std::wstring& path) override {
+    if (onLook) onLook(path);
     const DiskNode* node = resolve(path, false);
     if (node == nullptr) return {};
-    return {true, node->folder, !node->link.empty() || node->mount, node->size};
+    return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
   }
   std::wstring absolute(const std::wstring& path) override { return path; }
 
@@ -170,8 +184,12 @@ public:
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
     if (onHold) onHold(folder);
-    return std::make_shared<int>(0);
+    const auto at = held_.insert(folder);
+    return std::shared_ptr<void>(this, [this, at](void*) { held_.erase(at); });
   }
+  // Whether somebody holds the folder, so that nobody can rename or replace it.
+  bool isHeld(const std::wstring& folder) const { return held_.contains(folder); }
+
   std::vector<KnownFolder> knownFolders() override { return known; }
   std::vector<std::wstring> volumeRoots() override { return mounts; }
   bool hasBin(const std::wstring& root) override {
@@ -206,6 +224,10 @@ public:
         found.push_back(node);
       }
       if (found.empty()) outcome.code = 2;
+      if (mayDelete && !mayDelete(path)) {
+        outcome.code = 32;
+        continue;
+      }
       for (DiskNode* node : found) {
         if (!removeTree(*node, intoBin && !binsNothing)) outcome.code = 32;
       }
@@ -215,10 +237,66 @@ public:
     return outcome;
   }
 
-  void appendToLog(std::string_view bytes) override { log += bytes; }
+  std::shared_ptr<void> holdExactly(const std::wstring& folder) override {
+    const DiskNode* node = resolve(folder, false);
+    return node == nullptr || !node->link.empty() || !node->folder ? nullptr : hold(folder);
+  }
+
+  int removeEntry(const std::wstring& path, const EntryFacts& expected) override {
+    if (onRemove) onRemove(path);
+    DiskNode* node = resolve(path, false);
+    const bool same = node != nullptr && node->folder == expected.folder &&
+                      node->link.empty() != expected.link &&
+                      (!expected.identity || expected.identity == identity(path));
+    if (!same || (expected.link && linksAreStuck)) return kNotAsExpected;
+    if (node->locked) return 32;
+    if (node->link.empty() && !node->children.empty()) return 145;
+    removedByHandle.push_back(path);
+    removeNode(*node);
+    return 0;
+  }
+
+  bool appendToLog(std::string_view bytes) override {
+    if (!logFails) log += bytes;
+    return !logFails;
+  }
+  std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) override {
+    if (journalFails) return nullptr;
+    return open(*journals.emplace_back(std::make_shared<JournalOnDisk>(std::string(bytes), false)));
+  }
+  std::vector<FoundJournal> abandonedJournals() override {
+    std::vector<FoundJournal> found;
+    for (const auto& one : journals) {
+      if (!one->open) found.push_back({one->bytes, open(*one)});
+    }
+    return found;
+  }
   LocalTime now() override { return {2026, 1, 2, 3, 4, 5}; }
 
 private:
+  class MemoryJournal final : public JournalFile {
+  public:
+    MemoryJournal(MemoryDisk& disk, JournalOnDisk& journal) : disk_(disk), journal_(journal) {
+      journal_.open = true;
+    }
+    ~MemoryJournal() override {
+      journal_.open = false;
+      if (!removed_) return;
+      std::erase_if(disk_.journals, [this](const auto& one) { return one.get() == &journal_; });
+    }
+    MemoryJournal(const MemoryJournal&) = delete;
+    MemoryJournal& operator=(const MemoryJournal&) = delete;
+    void remove() override { removed_ = true; }
+
+  private:
+    MemoryDisk& disk_;
+    JournalOnDisk& journal_;
+    bool removed_ = false;
+  };
+  std::unique_ptr<JournalFile> open(JournalOnDisk& journal) {
+    return std::make_unique<MemoryJournal>(*this, journal);
+  }
+
   class Reader final : public FolderReader {
   public:
     explicit Reader(MemoryDisk& disk) : disk_(disk) {}
@@ -344,6 +422,7 @@ private:
 
   std::vector<std::shared_ptr<DiskNode>> roots_;
   std::map<std::wstring, DiskNode*> volumes_; // by lower-case name
+  std::multiset<std::wstring> held_;
   std::uint64_t lastId_ = 0;
 };
 

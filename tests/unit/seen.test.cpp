@@ -1,0 +1,341 @@
+// What a client saw is compared with what is there when it deletes.
+#include "base/seen.h"
+#include "support/runs.h"
+
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+#include <random>
+
+using namespace vorda;
+using test::App;
+
+namespace {
+
+std::string encoded(std::string text) {
+  for (std::size_t at = 0; (at = text.find('\\', at)) != std::string::npos; at += 3) {
+    text.replace(at, 1, "%5C");
+  }
+  return text;
+}
+
+// The texts of the list with this name in an answer. None of them contains a bracket.
+std::vector<std::string> listIn(const std::string& answer, const std::string& name) {
+  std::vector<std::string> texts;
+  std::size_t at = answer.find("\"" + name + "\":[");
+  REQUIRE(at != std::string::npos);
+  at += name.size() + 4;
+  const std::string list = answer.substr(at, answer.find(']', at) - at);
+  for (std::size_t from = list.find('"'); from != std::string::npos;) {
+    const std::size_t to = list.find('"', from + 1);
+    texts.push_back(list.substr(from + 1, to - from - 1));
+    from = list.find('"', to + 1);
+  }
+  return texts;
+}
+
+bool holds(const std::string& answer, const char* part) {
+  return answer.find(part) != std::string::npos;
+}
+
+// An app whose disk and contents are of one piece.
+struct World {
+  App app;
+  std::uint64_t clock = 1000;
+
+  World() {
+    app.disk->volume(L"C:");
+    app.disk->mayDelete = [this](const std::wstring& path) {
+      if (!app.contents->isDeletable(path)) return false;
+      app.contents->remove(path);
+      return true;
+    };
+  }
+
+  void write(const std::wstring& path, const std::string& content) {
+    test::DiskNode& node = app.disk->add(path, content.size());
+    node.size = content.size();
+    node.lastWrite = ++clock;
+    app.contents->add(path, content, node.id);
+    app.contents->edit(path, [this](test::MemoryFile& file) { file.state.lastWrite = clock; });
+  }
+
+  void remove(const std::wstring& path) {
+    if (test::DiskNode* node = app.disk->at(path)) app.disk->removeNode(*node);
+    app.contents->remove(path);
+  }
+
+  std::string contentOf(const std::wstring& path) {
+    std::string content;
+    app.contents->edit(path, [&](test::MemoryFile& file) { content = file.content; });
+    return content;
+  }
+
+  // What the comparison saw of these paths.
+  std::vector<std::string> compare(const std::vector<std::string>& paths) {
+    std::string fields = "seen=1";
+    for (const std::string& path : paths) fields += "&p=" + encoded(path);
+    const std::string answer = test::runToEnd(app, "/api/verifydups", fields);
+    std::vector<std::string> seen;
+    for (std::size_t at = answer.find("\"seen\":\""); at != std::string::npos;
+         at = answer.find("\"seen\":\"", at + 1)) {
+      seen.push_back(answer.substr(at + 8, answer.find('"', at + 8) - at - 8));
+    }
+    return seen;
+  }
+
+  std::string removeCopy(const std::string& path, const std::string& seen, const std::string& keep,
+                         const std::string& keepSeen) {
+    return app.told("POST", "/api/delete",
+                    "permanent=1&p=" + encoded(path) + "&seen=" + seen + "&keep=" + encoded(keep) +
+                        "&keepseen=" + keepSeen);
+  }
+};
+
+} // namespace
+
+TEST_CASE("what was seen survives its way through the client, for its own path only") {
+  const FileIdentity identity = {~0ULL, {1, 2}};
+  SeenContents contents;
+  contents.digest.fill(0xA7);
+  contents.readAtMs = 1'700'000'000'000;
+  for (const Seen& seen :
+       {Seen{SeenKind::file, ~0ULL, 5, identity, contents},
+        Seen{SeenKind::folder, 0, ~0ULL, identity, {}}, Seen{SeenKind::link, 3, 4, {}, {}},
+        Seen{SeenKind::file, 3, 4, {}, contents}}) {
+    const std::string text = seenText(seen, L"C:\\a\\B");
+    CHECK(parseSeen(text, L"C:\\a\\B") == seen);
+    CHECK(parseSeen(text, L"c:/A/b/") == seen);
+    CHECK_FALSE(parseSeen(text, L"C:\\a\\C"));
+    for (std::size_t length = 0; length < text.size(); ++length) {
+      // Without its contents it is still a text of the kind that a dry run gives.
+      const auto cut = parseSeen(text.substr(0, length), L"C:\\a\\B");
+      CHECK((!cut || (!cut->contents && cut != seen)));
+    }
+    for (const char* more : {".", ".0", "x", ".0.0.0"})
+      CHECK_FALSE(parseSeen(text + more, L"C:\\a\\B"));
+  }
+}
+
+TEST_CASE("a deletion leaves alone what changed since the dry run") {
+  using Change = std::function<void(World&)>;
+  const std::vector<std::pair<const char*, Change>> changes = {
+      {"nothing", [](World&) {}},
+      {"size", [](World& world) { world.app.disk->at(L"C:\\r\\file")->size = 2; }},
+      {"time", [](World& world) { ++world.app.disk->at(L"C:\\r\\file")->lastWrite; }},
+      {"identity", [](World& world) { world.app.disk->at(L"C:\\r\\file")->id += 500; }},
+      {"a new file deep in the folder", [](World& world) { world.write(L"C:\\r\\d\\e\\n", ""); }},
+      {"a file in the folder is another one",
+       [](World& world) { ++world.app.disk->at(L"C:\\r\\d\\e\\f")->lastWrite; }},
+      {"a file in the folder has another name",
+       [](World& world) { world.app.disk->at(L"C:\\r\\d\\e\\f")->name = L"g"; }},
+      {"the folder is another one",
+       [](World& world) { world.app.disk->at(L"C:\\r\\d")->id += 500; }}};
+  for (const auto& [what, change] : changes) {
+    CAPTURE(what);
+    World world;
+    world.write(L"C:\\r\\file", "x");
+    world.write(L"C:\\r\\d\\e\\f", "abc");
+    world.app.scanned("C:%5Cr");
+    const std::string fields = "job=1&p=C:%5Cr%5Cfile&p=C:/r/d/";
+    const std::string dry = world.app.told("POST", "/api/delete", fields + "&dryrun=1&seen=1");
+    CHECK(holds(dry, R"("wouldDelete":["C:\\r\\file","C:\\r\\d"],"noBin":[],"seen":[)"));
+    CHECK(test::numberIn(dry, "bytes") == 4);
+    const std::vector<std::string> seen = listIn(dry, "seen");
+    REQUIRE(seen.size() == 2);
+    change(world);
+    const std::string told = world.app.told(
+        "POST", "/api/delete", fields + "&permanent=1&seen=" + seen[0] + "&seen=" + seen[1]);
+    const bool same = std::string(what) == "nothing";
+    const bool file = std::string(what).find("folder") == std::string::npos;
+    CHECK(holds(told, same ? R"("deleted":2,)" : R"("deleted":1,)"));
+    CHECK(holds(told, same   ? R"("refused":[],)"
+                      : file ? R"("refused":[{"p":"C:\\r\\file","why":"changed"}],)"
+                             : R"("refused":[{"p":"C:\\r\\d","why":"changed"}],)"));
+    CHECK((world.app.disk->at(L"C:\\r\\file") == nullptr) == (same || !file));
+    CHECK((world.app.disk->at(L"C:\\r\\d") == nullptr) == (same || file));
+  }
+}
+
+TEST_CASE("what a client sends about a path cannot slip to another one") {
+  World world;
+  world.write(L"C:\\a", "x");
+  world.write(L"C:\\b", "x");
+  const auto told = [&world](const std::string& fields) {
+    return world.app.told("POST", "/api/delete", "permanent=1&" + fields);
+  };
+  const std::string dry =
+      world.app.told("POST", "/api/delete", "p=C:%5Ca&p=C:%5Cb&dryrun=1&seen=1");
+  const std::vector<std::string> seen = listIn(dry, "seen");
+  const std::string both = "p=C:%5Ca&p=C:%5Cb&seen=";
+  CHECK(told(both + seen[0]) == R"(400 {"error":"incomplete"})");
+  CHECK(told("p=C:%5Ca&seen=" + seen[0] + "&seen=") == R"(400 {"error":"incomplete"})");
+  CHECK(told("p=C:%5Ca&p=C:%5Cb&keep=C:%5Cc") == R"(400 {"error":"incomplete"})");
+  CHECK(holds(told(both + seen[1] + "&seen=" + seen[0]), R"("deleted":0,)"));
+  CHECK(holds(told(both + "x&seen=" + seen[0] + "0"), R"("deleted":0,)"));
+  CHECK(world.app.disk->snapshot().size() == 3);
+  // Only some of them were looked at.
+  CHECK(holds(told(both + "&seen=" + seen[1]), R"("deleted":2,)"));
+}
+
+TEST_CASE("a copy goes only while it is equal to one that stays") {
+  struct Row {
+    const char* what;
+    std::function<void(World&)> change;
+    bool goes;
+    std::uint64_t read; // bytes
+  };
+  const std::vector<Row> rows = {
+      {"nothing", [](World&) {}, true, 0},
+      {"copied over itself", [](World& w) { w.write(L"C:\\x\\copy", "same"); }, true, 8},
+      {"the other copied over itself", [](World& w) { w.write(L"C:\\kept", "same"); }, true, 8},
+      {"changed", [](World& w) { w.write(L"C:\\x\\copy", "news"); }, false, 8},
+      {"the other changed", [](World& w) { w.write(L"C:\\kept", "news"); }, false, 8},
+      {"both changed alike",
+       [](World& w) {
+         w.write(L"C:\\x\\copy", "news");
+         w.write(L"C:\\kept", "news");
+       },
+       false, 8},
+      {"the other is longer", [](World& w) { w.write(L"C:\\kept", "same!"); }, false, 0},
+      {"the other is gone", [](World& w) { w.remove(L"C:\\kept"); }, false, 0},
+      {"the other is open for writing",
+       [](World& w) {
+         w.app.contents->edit(
+             L"C:\\kept", [](test::MemoryFile& file) { file.failure = FileFailure::unreadable; });
+       },
+       false, 0},
+      {"the other is a name of this one",
+       [](World& w) {
+         w.remove(L"C:\\kept");
+         w.write(L"C:\\kept", "same");
+         std::uint64_t number = 0;
+         w.app.contents->edit(L"C:\\x\\copy", [&](test::MemoryFile& f) { number = f.number; });
+         w.app.contents->edit(L"C:\\kept", [&](test::MemoryFile& f) { f.number = number; });
+       },
+       false, 0}};
+  for (const Row& row : rows) {
+    CAPTURE(row.what);
+    World world;
+    world.write(L"C:\\x\\copy", "same");
+    world.write(L"C:\\kept", "same");
+    const auto seen = world.compare({"C:\\x\\copy", "C:\\kept"});
+    REQUIRE(seen.size() == 2);
+    row.change(world);
+    world.app.contents->bytesRead = 0;
+    const std::string told = world.removeCopy("C:\\x\\copy", seen[0], "C:\\kept", seen[1]);
+    CHECK(holds(told, row.goes ? R"("deleted":1,)" : R"("why":"changed")"));
+    CHECK((world.app.disk->at(L"C:\\x\\copy") == nullptr) == row.goes);
+    CHECK(world.app.contents->bytesRead == row.read);
+    // Nothing is held any longer.
+    CHECK(world.app.contents->isWritable(L"C:\\kept"));
+  }
+}
+
+TEST_CASE("contents that were read a minute ago are read again") {
+  for (const std::uint64_t age : {0ULL, 30'000ULL, 61'000ULL}) {
+    World world;
+    world.write(L"C:\\x\\copy", "same");
+    world.write(L"C:\\kept", "same");
+    const auto seen = world.compare({"C:\\x\\copy", "C:\\kept"});
+    const auto aged = [age](const std::string& text, const wchar_t* path) {
+      Seen one = parseSeen(text, path).value();
+      one.contents->readAtMs -= age;
+      return seenText(one, path);
+    };
+    world.app.contents->bytesRead = 0;
+    CHECK(holds(world.removeCopy("C:\\x\\copy", aged(seen[0], L"C:\\x\\copy"), "C:\\kept",
+                                 aged(seen[1], L"C:\\kept")),
+                R"("deleted":1,)"));
+    CHECK(world.app.contents->bytesRead == (age > 60'000 ? 8 : 0));
+  }
+}
+
+TEST_CASE("the copy that stays does not go in the same request") {
+  World world;
+  for (const wchar_t* path : {L"C:\\a", L"C:\\b", L"C:\\d\\c"}) world.write(path, "same");
+  const auto seen = world.compare({"C:\\a", "C:\\b", "C:\\d\\c"});
+  REQUIRE(seen.size() == 3);
+  const auto told = [&](const std::string& fields) {
+    return world.app.told("POST", "/api/delete", "permanent=1&" + fields);
+  };
+  CHECK(holds(told("p=C:%5Ca&p=C:%5Cb&seen=" + seen[0] + "&seen=" + seen[1] +
+                   "&keep=C:%5Cb&keep=C:%5CA&keepseen=" + seen[1] + "&keepseen="),
+              R"("deleted":0,)"));
+  CHECK(holds(told("p=C:%5Ca&p=C:%5Cd&seen=" + seen[0] +
+                   "&seen=&keep=C:%5Cd%5Cc&keep=&keepseen=" + seen[2] + "&keepseen="),
+              R"("refused":[{"p":"C:\\a","why":"changed"}],"wouldDelete":["C:\\d"])"));
+  CHECK(world.app.disk->at(L"C:\\a") != nullptr);
+}
+
+// A file changes at one of all the moments at which the program asks for something. Whatever the
+// moment, the shell never gets a last copy, nor contents that nobody saw. VORDA_ROUNDS sets the
+// number of rounds, VORDA_SEED what they do.
+TEST_CASE("files that change at any moment of a deletion") {
+  const auto setting = [](const char* name, unsigned otherwise) {
+    const char* text = std::getenv(name);
+    return text == nullptr ? otherwise : static_cast<unsigned>(std::atoi(text));
+  };
+  std::mt19937 random(setting("VORDA_SEED", 7));
+  const unsigned rounds = setting("VORDA_ROUNDS", 60);
+  unsigned gone = 0;
+  unsigned refused = 0;
+  for (unsigned round = 0; round < rounds; ++round) {
+    World world;
+    const std::vector<std::string> names = {"C:\\a\\1", "C:\\b\\2", "C:\\3", "C:\\plain"};
+    for (const std::string& name : names) world.write(toUtf16(name), "same");
+    const auto seen = world.compare({names[0], names[1], names[2]});
+    const std::string dry =
+        world.app.told("POST", "/api/delete", "p=" + encoded(names[3]) + "&dryrun=1&seen=1");
+    const std::string plainSeen = listIn(dry, "seen").at(0);
+
+    unsigned step = 0;
+    const auto when = static_cast<unsigned>(random() % 60);
+    const auto moment = [&] {
+      if (step++ != when) return;
+      const std::wstring path = toUtf16(names[random() % names.size()]);
+      if (world.app.disk->at(path) == nullptr) return;
+      switch (random() % 3) {
+      case 0:
+        if (world.app.contents->isWritable(path)) world.write(path, "news");
+        break;
+      case 1:
+        if (!world.app.contents->isDeletable(path)) break;
+        world.remove(path);
+        break;
+      default: // another file takes its place, with the same size and time
+        if (!world.app.contents->isWritable(path)) break;
+        const std::uint64_t time = world.app.disk->at(path)->lastWrite;
+        world.remove(path);
+        world.write(path, "else");
+        world.app.disk->at(path)->lastWrite = time;
+        world.app.contents->edit(path, [&](test::MemoryFile& f) { f.state.lastWrite = time; });
+      }
+    };
+    const auto atPath = [&moment](const std::wstring&) { moment(); };
+    world.app.disk->onHold = atPath;
+    world.app.disk->onLook = atPath;
+    world.app.contents->onOpen = atPath;
+    world.app.contents->onRead = atPath;
+    // The last moment is before the last look; what the shell does after that is its own.
+    const auto take = world.app.disk->mayDelete;
+    world.app.disk->mayDelete = [&](const std::wstring& path) {
+      if (world.app.disk->at(path) == nullptr) return false; // somebody else deleted it
+      CHECK(world.contentOf(path) == "same");
+      if (path != L"C:\\plain") CHECK(world.contentOf(L"C:\\3") == "same");
+      ++gone;
+      return take(path);
+    };
+    const std::string told = world.app.told(
+        "POST", "/api/delete",
+        "permanent=1&p=" + encoded(names[0]) + "&p=" + encoded(names[1]) +
+            "&p=" + encoded(names[3]) + "&seen=" + seen[0] + "&seen=" + seen[1] +
+            "&seen=" + plainSeen + "&keep=C:%5C3&keep=C:%5C3&keep=&keepseen=" + seen[2] +
+            "&keepseen=" + seen[2] + "&keepseen=");
+    CHECK(told.starts_with("200"));
+    if (holds(told, "\"why\"")) ++refused;
+  }
+  // Both happen often, or the rounds show nothing.
+  CHECK(gone > rounds);
+  CHECK(refused > rounds / 8);
+}
