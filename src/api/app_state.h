@@ -3,6 +3,7 @@
 #pragma once
 
 #include "fileops/machine.h"
+#include "fileops/running_operations.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -39,6 +40,7 @@ struct AppState {
   BackgroundRun verification;
   std::unique_ptr<FolderSource> folders;
   std::unique_ptr<Machine> machine;
+  RunningOperations operations;
   std::unique_ptr<FileContents> contents;
   std::function<TargetList()> targets;
   UpdateSource update;

@@ -35,6 +35,7 @@ void writeJob(JsonWriter& json, const Job& job) {
   json.string("error", texts.error);
   json.string("method", wordOf(texts.method));
   json.string("noTurbo", texts.noTurbo);
+  if (job.rootGone) json.boolean("gone", true);
   json.close('}');
 }
 

@@ -38,7 +38,9 @@ const std::vector<Route>& routes() {
          });
        }},
       {"/api/emptybin", "POST",
-       [](State& s, const Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
+       [](State& s, const Request&) {
+         return emptyBin(s.jobs, *s.machine, *s.folders, s.operations);
+       }},
       {"/api/dupsacross", "POST",
        [](State& s, const Request& r) {
          return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents);
@@ -55,10 +57,12 @@ const std::vector<Route>& routes() {
       {"/api/verifydups", "",
        [](State& s, const Request&) { return verificationStatus(s.verification); }},
       {"/api/cleanup", "POST",
-       [](State& s, const Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
+       [](State& s, const Request& r) {
+         return cleanUp(r, s.jobs, *s.machine, *s.folders, s.operations);
+       }},
       {"/api/delete", "POST",
        [](State& s, const Request& r) {
-         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents);
+         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations);
        }},
       {"/api/update", "POST", [](State& s, const Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, const Request&) { return elevate(s); }},

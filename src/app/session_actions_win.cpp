@@ -41,9 +41,13 @@ std::string page() {
   return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
 }
 
-void quitSoon() {
-  startDetached([] {
+void quitSoon(const RunningOperations& operations) {
+  startDetached([&operations] {
     Sleep(kAnswerSentMs);
+    if (operations.any()) {
+      operations.waitUntilNone(kWaitForOperations);
+      Sleep(kAnswerSentMs); // for the answer to the operation's request
+    }
     ExitProcess(0);
   });
 }
@@ -62,16 +66,17 @@ void reveal(const std::wstring& path) {
 
 } // namespace
 
-SessionActions makeSessionActions(ServerState& server) {
+SessionActions makeSessionActions(ServerState& server, const RunningOperations& operations) {
   SessionActions actions;
   actions.page = page;
-  actions.quitSoon = quitSoon;
+  actions.quitSoon = [&operations] { quitSoon(operations); };
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.
   const auto prompting = std::make_shared<std::atomic<bool>>(false);
-  actions.elevateSoon = [&server, prompting] {
-    startDetached([&server, prompting, owner = GetForegroundWindow()] {
+  actions.elevateSoon = [&server, &operations, prompting] {
+    startDetached([&server, &operations, prompting, owner = GetForegroundWindow()] {
       if (prompting->exchange(true)) return;
+      operations.waitUntilNone(kWaitForOperations);
       relaunchElevated(server, owner);
       *prompting = false;
     });

@@ -5,7 +5,7 @@
 
 namespace vorda {
 
-// server must live until the process exits.
-SessionActions makeSessionActions(ServerState& server);
+// Both must live until the process exits.
+SessionActions makeSessionActions(ServerState& server, const RunningOperations& operations);
 
 } // namespace vorda

@@ -47,6 +47,7 @@ export interface Job {
   error: string;
   method: string;
   noTurbo: string;
+  gone?: boolean; // the scanned folder was deleted since
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.

@@ -37,6 +37,7 @@ export const state = {
   started: false, // scans and targets are known
   offline: false,
   ended: false,
+  finishing: false, // it ended once its deletions are done
 };
 
 const listeners = new Set<(changes: ReadonlySet<Change>) => void>();

@@ -24,6 +24,8 @@ export const en = {
   quit: 'Quit Vorda',
   quitAsk: 'Vorda ends and forgets its scans. Nothing on the disk changes.',
   ended: 'Vorda has ended. You can close this tab.',
+  finishing: 'Vorda finishes a running deletion, for a minute at most, and then ends. You can close this tab.',
+  rootGone: 'The scanned folder is no longer there: it was deleted.',
   offline: 'Vorda does not answer. What you see is as of the last answer.',
   retry: 'Try again',
   back: 'Vorda answers again.',
@@ -94,6 +96,7 @@ export const en = {
   elevateWhy: 'With administrator rights, Vorda scans whole NTFS drives much faster.',
   elevateWait: 'Restarting',
   elevateAsk: 'Please answer the question Windows is asking.',
+  elevateBusy: 'Waiting for a running deletion',
   eElevateDenied: 'Vorda is running without administrator rights: the restart was declined or did not work.',
   pathMissing: 'Enter a path first.',
 

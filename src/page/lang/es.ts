@@ -25,6 +25,8 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   quit: 'Cerrar Vorda',
   quitAsk: 'Vorda se cierra y olvida sus análisis. En el disco no cambia nada.',
   ended: 'Vorda se ha cerrado. Puedes cerrar esta pestaña.',
+  finishing: 'Vorda termina una eliminación en curso, durante un minuto como máximo, y luego se cierra. Puedes cerrar esta pestaña.',
+  rootGone: 'La carpeta analizada ya no existe: se ha eliminado.',
   offline: 'Vorda no responde. Lo que se ve es de la última respuesta.',
   retry: 'Reintentar',
   back: 'Vorda vuelve a responder.',
@@ -93,6 +95,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   elevateWhy: 'Con permisos de administrador, Vorda analiza las unidades NTFS enteras mucho más rápido.',
   elevateWait: 'Reiniciando',
   elevateAsk: 'Responde a la pregunta de Windows.',
+  elevateBusy: 'Esperando una eliminación en curso',
   eElevateDenied: 'Vorda se ejecuta sin permisos de administrador: el reinicio se rechazó o no funcionó.',
   pathMissing: 'Escribe primero una ruta.',
 

@@ -24,6 +24,8 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   quit: 'Quitter Vorda',
   quitAsk: 'Vorda se ferme et oublie ses analyses. Rien ne change sur le disque.',
   ended: 'Vorda est fermé. Vous pouvez fermer cet onglet.',
+  finishing: 'Vorda termine une suppression en cours, pendant une minute au plus, puis se ferme. Vous pouvez fermer cet onglet.',
+  rootGone: 'Le dossier analysé n’existe plus : il a été supprimé.',
   offline: 'Vorda ne répond pas. L’affichage date de la dernière réponse.',
   retry: 'Réessayer',
   back: 'Vorda répond à nouveau.',
@@ -92,6 +94,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   elevateWhy: 'Avec les droits d’administrateur, Vorda analyse les lecteurs NTFS entiers bien plus vite.',
   elevateWait: 'Redémarrage',
   elevateAsk: 'Veuillez répondre à la question de Windows.',
+  elevateBusy: 'Attente d’une suppression en cours',
   eElevateDenied: 'Vorda fonctionne sans droits d’administrateur : le redémarrage a été refusé ou n’a pas abouti.',
   pathMissing: 'Saisissez d’abord un chemin.',
 

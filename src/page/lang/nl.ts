@@ -24,6 +24,8 @@ export const nl = dictionary<'one' | 'other'>()({
   quit: 'Vorda afsluiten',
   quitAsk: 'Vorda stopt en vergeet de scans. Op de schijf verandert niets.',
   ended: 'Vorda is afgesloten. Dit tabblad kan dicht.',
+  finishing: 'Vorda maakt een lopende verwijdering af, hooguit een minuut lang, en sluit dan af. Dit tabblad kan dicht.',
+  rootGone: 'De gescande map bestaat niet meer: hij is verwijderd.',
   offline: 'Vorda antwoordt niet. Wat hier staat, is van het laatste antwoord.',
   retry: 'Opnieuw proberen',
   back: 'Vorda antwoordt weer.',
@@ -92,6 +94,7 @@ export const nl = dictionary<'one' | 'other'>()({
   elevateWhy: 'Met beheerdersrechten scant Vorda hele NTFS-schijven veel sneller.',
   elevateWait: 'Herstarten',
   elevateAsk: 'Beantwoord de vraag die Windows stelt.',
+  elevateBusy: 'Wachten op een lopende verwijdering',
   eElevateDenied: 'Vorda draait zonder beheerdersrechten: de herstart is geweigerd of niet gelukt.',
   pathMissing: 'Vul eerst een pad in.',
 

@@ -25,6 +25,8 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   quit: 'Fechar o Vorda',
   quitAsk: 'O Vorda fecha e esquece as análises. No disco nada muda.',
   ended: 'O Vorda foi fechado. Pode fechar este separador.',
+  finishing: 'O Vorda termina uma eliminação em curso, durante um minuto no máximo, e depois fecha. Pode fechar este separador.',
+  rootGone: 'A pasta analisada já não existe: foi eliminada.',
   offline: 'O Vorda não responde. O que se vê é da última resposta.',
   retry: 'Tentar novamente',
   back: 'O Vorda voltou a responder.',
@@ -93,6 +95,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   elevateWhy: 'Com direitos de administrador, o Vorda analisa unidades NTFS inteiras muito mais depressa.',
   elevateWait: 'A reiniciar',
   elevateAsk: 'Responda à pergunta do Windows.',
+  elevateBusy: 'À espera de uma eliminação em curso',
   eElevateDenied: 'O Vorda está sem direitos de administrador: o reinício foi recusado ou não resultou.',
   pathMissing: 'Introduza primeiro um caminho.',
 
