@@ -149,7 +149,7 @@ test('refused items stay, and the dialog says why', async (t) => {
 });
 
 test('what changes while the confirmation is open stays, and the dialog says so', async (t) => {
-  const { tab, d, e } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, e: { 'three.bin': content('x') }, scans: ['D:\\', 'E:\\'], section: 'explorer', title: 'Folders' });
+  const { tab, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
   const tree = tab.getByRole('treegrid');
   await mark(tree, 'Photos');
   const dialog = await openDialog(tab);
@@ -166,7 +166,7 @@ test('what changes while the confirmation is open stays, and the dialog says so'
   await openDialog(tab, 'Compare and delete');
   fs.writeFileSync(`${d}/Copies/one.bin`, content('y')); // the one that stays
   assert.equal(await confirm(dialog), 'Nothing was deleted.');
-  assert.deepEqual([namesIn(`${d}/Copies`), namesIn(e)], [['one.bin', 'two.bin'], ['three.bin']]);
+  assert.deepEqual(namesIn(`${d}/Copies`), ['one.bin', 'two.bin']);
 });
 
 test('three of 20,000 hits are deleted', async (t) => {
