@@ -4,6 +4,7 @@
 
 #include "api/wrong_keys.h"
 #include "fileops/machine.h"
+#include "fileops/running_operations.h"
 #include "http/server.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -64,6 +65,7 @@ struct AppState {
   BackgroundRun verification;
   std::unique_ptr<FolderSource> folders;
   std::unique_ptr<Machine> machine;
+  RunningOperations operations;
   std::unique_ptr<FileContents> contents;
   std::function<TargetList()> targets;
   UpdateSource update;

@@ -2,6 +2,7 @@
 
 #include "api/job_change.h"
 #include "api/request_fields.h"
+#include "api/touched_scans.h"
 #include "api/words.h"
 #include "base/text.h"
 #include "base/time.h"
@@ -26,47 +27,34 @@ std::vector<std::wstring> advisedFolders(const Job& job, std::string_view what) 
   return paths;
 }
 
-struct CleanedFolder {
-  std::wstring path;
-  TypeTotals typesBefore;
-  ScanResult survey;
-};
-
-HttpResponse cleanFolders(Job& job, std::string_view what, Machine& machine,
-                          FolderSource& folders) {
+HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& scans,
+                          Machine& machine, FolderSource& folders) {
   std::uint64_t deleted = 0;
   std::uint64_t skipped = 0;
   std::uint64_t bytes = 0;
   bool logged = true;
-  std::vector<CleanedFolder> cleaned;
+  std::uint64_t cleaned = 0;
   for (const std::wstring& path : advisedFolders(job, what)) {
-    CleanupResult result = cleanFolder(machine, folders, path);
+    const CleanupResult result = cleanFolder(machine, folders, path);
     if (result.failure != CleanupFailure::none) {
       ++skipped;
       continue;
     }
-    ScanResult survey = surveyFolder(folders, path, optionsOf(job));
+    ++cleaned;
     logged = logged && result.logged;
     deleted += result.deleted;
     skipped += result.skipped;
-    bytes += result.before.bytes - std::min(result.before.bytes, survey.byteCount);
-    cleaned.push_back({path, std::move(result.before.types), std::move(survey)});
-  }
-  if (!cleaned.empty()) {
-    const std::lock_guard lock(job.resultMutex);
-    TreeUpdate update(job.result);
-    for (const CleanedFolder& one : cleaned) {
-      update.replaceFolder(one.path, one.survey, one.typesBefore);
-    }
-    job.freed += bytes;
-    finishChange(job, update);
+    const std::uint64_t after = measurePath(folders, path).bytes;
+    const std::uint64_t freed = result.before.bytes - std::min(result.before.bytes, after);
+    bytes += freed;
+    scans.updateCleaned(path, result.before.types, freed);
   }
   JsonWriter json;
   json.open('{');
   json.boolean("ok", true);
   json.number("deleted", deleted);
   json.number("skipped", skipped);
-  json.number("folders", cleaned.size());
+  json.number("folders", cleaned);
   json.number("bytes", bytes);
   if (!logged) json.boolean("logged", false);
   json.close('}');
@@ -87,7 +75,7 @@ HttpResponse binAnswer(bool ok, const BinFigures& figures) {
 } // namespace
 
 HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                     FolderSource& folders) {
+                     FolderSource& folders, RunningOperations& operations) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
@@ -95,11 +83,14 @@ HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machin
   const std::string_view what = fields->get("what");
   if (what != kTempFilesAdvice && what != kUpdatesAdvice)
     return errorAnswer(400, words::kNotAllowed);
-  const std::lock_guard lock(job->fileOperation);
-  return cleanFolders(*job, what, machine, folders);
+  const RunningOperations::Operation running = operations.begin();
+  TouchedScans scans(jobs, machine, folders, job.get());
+  return cleanFolders(*job, what, scans, machine, folders);
 }
 
-HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders) {
+HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders,
+                      RunningOperations& operations) {
+  const RunningOperations::Operation running = operations.begin();
   std::vector<std::shared_ptr<Job>> touched = jobs.all();
   std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->overSsh(); });
   // Locked in order of job number, so that two of these requests cannot deadlock.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fileops/machine.h"
+#include "fileops/running_operations.h"
 #include "http/message.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -11,10 +12,11 @@ namespace vorda {
 // POST /api/cleanup with the form fields "what", an advice code (kTempFilesAdvice or
 // kUpdatesAdvice), and "job", the scan whose advice lists the folders to empty.
 HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                     FolderSource& folders);
+                     FolderSource& folders, RunningOperations& operations);
 
 // POST /api/emptybin: empties the user's recycle bins on all drives and updates every local
 // scan.
-HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders);
+HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders,
+                      RunningOperations& operations);
 
 } // namespace vorda

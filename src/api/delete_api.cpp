@@ -1,19 +1,17 @@
 #include "api/delete_api.h"
 
-#include "api/job_change.h"
 #include "api/kept_contents.h"
 #include "api/request_fields.h"
+#include "api/touched_scans.h"
 #include "api/words.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
 #include "fileops/delete.h"
-#include "fileops/recycle_bin.h"
 #include "json/json_writer.h"
 #include "tree/size_tree.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace vorda {
 
@@ -83,39 +81,6 @@ void addScannedFolders(const Job& job, DeleteResult& result) {
   }
 }
 
-void moveIntoBin(TreeUpdate& update, const DeleteResult& result, Machine& machine) {
-  const std::wstring& first = result.wouldDelete.front().real;
-  if (result.binned == 0 || !isDriveLetterPath(first)) return;
-  std::uint64_t files = 0;
-  for (const DeletedPath& one : result.deleted) files += one.measure.files;
-  for (const DeletedPath& one : result.left) files += one.lost.files;
-  const double share = static_cast<double>(result.binned) / static_cast<double>(result.bytes);
-  const bool whole = result.binned == result.bytes;
-  if (!whole) files = static_cast<std::uint64_t>(std::llround(static_cast<double>(files) * share));
-  update.moveIntoBin(binFolder(first), machine.userSid(), result.binned, files, whole);
-}
-
-void changeJob(Job& job, const DeleteResult& result, Machine& machine, FolderSource& folders) {
-  if (result.deleted.empty() && result.left.empty()) return;
-  // A folder that the shell failed to delete may have lost some of its content.
-  std::vector<std::pair<const DeletedPath*, ScanResult>> left;
-  for (const DeletedPath& one : result.left) {
-    if (one.folder) left.emplace_back(&one, surveyFolder(folders, one.real, optionsOf(job)));
-  }
-  const std::lock_guard lock(job.resultMutex);
-  TreeUpdate update(job.result);
-  for (const DeletedPath& one : result.deleted) {
-    update.removePath(one.inTree, one.measure.bytes, one.measure.files, one.measure.types);
-  }
-  for (const auto& [one, survey] : left) {
-    update.replaceFolder(one->inTree, survey, one->measure.types);
-  }
-  moveIntoBin(update, result, machine);
-  job.freed += result.bytes - result.binned;
-  job.binned += result.binned;
-  finishChange(job, update);
-}
-
 // What the client expects of each path: lists of fields in the order of the paths. False if a list
 // is neither empty nor of the same length.
 bool readExpected(const FormFields& fields, DeleteRequest& wanted) {
@@ -145,7 +110,8 @@ bool readExpected(const FormFields& fields, DeleteRequest& wanted) {
 } // namespace
 
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                         FolderSource& folders, FileContents& contents) {
+                         FolderSource& folders, FileContents& contents,
+                         RunningOperations& operations) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
@@ -167,11 +133,10 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
     if (job) addScannedFolders(*job, result);
     return deleteAnswer(result, wanted);
   }
-  if (!job) return deleteAnswer(deletePaths(machine, folders, keeper, wanted), wanted);
-
-  const std::lock_guard lock(job->fileOperation);
+  const RunningOperations::Operation running = operations.begin();
+  TouchedScans scans(jobs, machine, folders, job.get());
   const DeleteResult result = deletePaths(machine, folders, keeper, wanted);
-  changeJob(*job, result, machine, folders);
+  scans.update(result);
   return deleteAnswer(result, wanted);
 }
 

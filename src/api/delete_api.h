@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fileops/machine.h"
+#include "fileops/running_operations.h"
 #include "http/message.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
@@ -12,6 +13,7 @@ namespace vorda {
 // POST /api/delete with the form fields "p" (repeated), "permanent" and "dryrun" ("1"), and
 // "job", the scan that must contain the paths and that is updated.
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
-                         FolderSource& folders, FileContents& contents);
+                         FolderSource& folders, FileContents& contents,
+                         RunningOperations& operations);
 
 } // namespace vorda

@@ -36,6 +36,7 @@ void writeJob(JsonWriter& json, const Job& job) {
   json.string("method", wordOf(texts.method));
   json.string("noTurbo", texts.noTurbo);
   if (texts.partial != Partial::none) json.string("partial", wordOf(texts.partial));
+  if (job.rootGone) json.boolean("gone", true);
   json.close('}');
 }
 

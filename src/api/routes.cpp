@@ -36,7 +36,7 @@ const std::vector<Route>& routes() {
          });
        }},
       {"/api/emptybin", "POST",
-       [](State& s, Request&) { return emptyBin(s.jobs, *s.machine, *s.folders); }},
+       [](State& s, Request&) { return emptyBin(s.jobs, *s.machine, *s.folders, s.operations); }},
       {"/api/dupsacross", "POST",
        [](State& s, Request& r) {
          return startDuplicates(r, s.duplicates, s.jobs, s.steps, *s.contents);
@@ -50,10 +50,12 @@ const std::vector<Route>& routes() {
       {"/api/verifydups", "",
        [](State& s, Request&) { return verificationStatus(s.verification); }},
       {"/api/cleanup", "POST",
-       [](State& s, Request& r) { return cleanUp(r, s.jobs, *s.machine, *s.folders); }},
+       [](State& s, Request& r) {
+         return cleanUp(r, s.jobs, *s.machine, *s.folders, s.operations);
+       }},
       {"/api/delete", "POST",
        [](State& s, Request& r) {
-         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents);
+         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations);
        }},
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},

@@ -23,6 +23,15 @@ HttpResponse hello(const AppState& state) {
   return answer(200, json.take());
 }
 
+namespace {
+
+// The process ends, or is replaced, once its file operations are done.
+HttpResponse endingAnswer(bool waiting) {
+  return waiting ? answer(200, "{\"ok\":true,\"waiting\":true}") : okAnswer();
+}
+
+} // namespace
+
 HttpResponse listTargets(AppState& state) {
   TargetList list = state.targets(); // first: should it fail, the path is still there
   list.startPath = state.startPath.take();
@@ -31,16 +40,18 @@ HttpResponse listTargets(AppState& state) {
 
 HttpResponse quit(const AppState& state) {
   if (state.remote) return errorAnswer(400, words::kQuitRefused);
+  const bool waiting = state.operations.any();
   state.session.quitSoon();
-  return okAnswer();
+  return endingAnswer(waiting);
 }
 
 HttpResponse elevate(const AppState& state) {
   // What a network agent serves over the network must not be replaced by a program on loopback.
   if (state.remote) return errorAnswer(400, words::kElevateRefused);
   if (state.session.elevated()) return answer(200, "{\"ok\":true,\"already\":true}");
+  const bool waiting = state.operations.any();
   state.session.elevateSoon();
-  return okAnswer();
+  return endingAnswer(waiting);
 }
 
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {

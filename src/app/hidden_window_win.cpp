@@ -12,7 +12,7 @@ constexpr DWORD kIdleSleepMs = 1'000;
 
 struct Owner {
   ServerState& server;
-  const std::function<void()>& beforeClosing;
+  const std::function<bool()>& beforeClosing;
 };
 
 LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -27,7 +27,7 @@ LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
   case WM_ENDSESSION:
   case WM_CLOSE: {
     const Owner& owner = *std::bit_cast<const Owner*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    owner.beforeClosing();
+    if (owner.beforeClosing()) SetPropW(window, kFinishingProperty, window);
     stopServer(owner.server);
     PostQuitMessage(0);
     return 0;
@@ -61,7 +61,7 @@ void allowFromOrdinaryPrograms(HWND window) {
 } // namespace
 
 bool runHiddenWindow(ServerState& server, const std::function<bool()>& start,
-                     const std::function<void()>& beforeClosing) {
+                     const std::function<bool()>& beforeClosing) {
   Owner owner = {server, beforeClosing};
   const HWND window = makeWindow(owner);
   if (window != nullptr) allowFromOrdinaryPrograms(window);

@@ -6,8 +6,10 @@
 #include "app/modes_win.h"
 #include "app/scan_steps_win.h"
 #include "app/session_actions_win.h"
+#include "base/detached_thread.h"
 #include "base/text.h"
 #include "fileops/deletion_log_win.h"
+#include "fileops/journal.h"
 #include "maker.h"
 #include "update/check_for_update_win.h"
 #include "win/command_line.h"
@@ -51,7 +53,10 @@ AppState& makeState() {
 
 // Those threads may also use static objects, so exit without running destructors.
 [[noreturn]] void serveAndEnd(const CommandLineOptions& options) {
-  ExitProcess(static_cast<UINT>(serve(makeState(), options)));
+  AppState& state = makeState();
+  // Not on this thread: a share may take long to answer.
+  startDetached([&state] { finishInterrupted(*state.machine, *state.folders); });
+  ExitProcess(static_cast<UINT>(serve(state, options)));
 }
 
 int run() {

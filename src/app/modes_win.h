@@ -17,7 +17,7 @@ int runExport(const CommandLineOptions& options);
 int runUpdateCheck(const CommandLineOptions& options, const UpdateSource& source);
 
 // --stop: asks every other copy within reach to quit, through its hidden window and over HTTP,
-// and waits up to six and a half seconds.
+// and waits up to six and a half seconds; a minute longer for copies that are deleting files.
 int stopInstances();
 
 // --show-key

@@ -70,10 +70,14 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
     if (temporaryKey && !opened) tellTemporaryKey(state.server.actualPort, toUtf16(state.key));
     return true;
   };
-  const auto beforeClosing = [network] {
+  const auto beforeClosing = [network, &state] {
     if (network) noteDuringInstallation();
+    return state.operations.any();
   };
-  if (runHiddenWindow(state.server, start, beforeClosing)) return kExitDone;
+  if (runHiddenWindow(state.server, start, beforeClosing)) {
+    state.operations.waitUntilNone(kWaitForOperations);
+    return kExitDone;
+  }
   showErrorBox(startFailureText(request, reason));
   return kExitFailed;
 }
@@ -96,7 +100,7 @@ int serve(AppState& state, const CommandLineOptions& options) {
   state.key = toUtf8(key.text);
   if (!options.service) return serveUntilClosed(state, options, key.temporary);
   const std::int32_t port = options.port != 0 ? options.port : kDefaultAgentPort;
-  return runService(state.server, port) ? kExitDone : kExitFailed;
+  return runService(state.server, state.operations, port) ? kExitDone : kExitFailed;
 }
 
 } // namespace vorda

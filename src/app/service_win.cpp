@@ -15,10 +15,12 @@ namespace {
 
 constexpr DWORD kStartHintMs = 5'000;
 constexpr DWORD kStopHintMs = 3'000;
+constexpr std::chrono::seconds kReportEach{1};
 
 class Service {
 public:
-  Service(ServerState& server, std::int32_t port) : server_(server), port_(port) {}
+  Service(ServerState& server, const RunningOperations& operations, std::int32_t port)
+      : server_(server), operations_(operations), port_(port) {}
 
   void run(); // on a thread of the service dispatcher
   void control(DWORD code);
@@ -30,6 +32,7 @@ private:
   void report(DWORD state, DWORD accepted, DWORD waitHintMs, DWORD checkPoint) const;
 
   ServerState& server_;
+  const RunningOperations& operations_;
   std::int32_t port_;
   SERVICE_STATUS_HANDLE status_ = nullptr;
   KernelHandle stopped_;
@@ -63,6 +66,10 @@ void Service::run() {
       startServer(server_, static_cast<std::uint16_t>(port_), true, reason)) {
     report(SERVICE_RUNNING, SERVICE_ACCEPT_STOP, 0, 0);
     WaitForSingleObject(stopped_.get(), INFINITE);
+    for (auto left = kWaitForOperations; left > kReportEach; left -= kReportEach) {
+      if (operations_.waitUntilNone(kReportEach)) break;
+      reportPending(SERVICE_STOP_PENDING, 0, kStopHintMs);
+    }
   }
   report(SERVICE_STOPPED, 0, 0, 0);
 }
@@ -76,9 +83,9 @@ void Service::control(DWORD code) {
 
 } // namespace
 
-bool runService(ServerState& server, std::int32_t port) {
+bool runService(ServerState& server, const RunningOperations& operations, std::int32_t port) {
   // Never destroyed: the dispatcher may return before its threads do.
-  theService = std::make_unique<Service>(server, port).release();
+  theService = std::make_unique<Service>(server, operations, port).release();
   std::wstring name = kAgentServiceName; // the table needs a writable string
   const SERVICE_TABLE_ENTRYW table[] = {{name.data(), serviceMain}, {nullptr, nullptr}};
   return StartServiceCtrlDispatcherW(table) != FALSE;

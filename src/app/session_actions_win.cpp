@@ -41,9 +41,13 @@ std::string page() {
   return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
 }
 
-void quitSoon() {
-  startDetached([] {
+void quitSoon(const RunningOperations& operations) {
+  startDetached([&operations] {
     Sleep(kAnswerSentMs);
+    if (operations.any()) {
+      operations.waitUntilNone(kWaitForOperations);
+      Sleep(kAnswerSentMs); // for the answer to the operation's request
+    }
     ExitProcess(0);
   });
 }
@@ -65,13 +69,14 @@ void reveal(const std::wstring& path) {
 SessionActions makeSessionActions(AppState& state) {
   SessionActions actions;
   actions.page = page;
-  actions.quitSoon = quitSoon;
+  actions.quitSoon = [&state] { quitSoon(state.operations); };
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.
   const auto prompting = std::make_shared<std::atomic<bool>>(false);
   actions.elevateSoon = [&state, prompting] {
     startDetached([&state, prompting, owner = GetForegroundWindow()] {
       if (prompting->exchange(true)) return;
+      state.operations.waitUntilNone(kWaitForOperations);
       relaunchElevated(state.server, state.key, owner);
       *prompting = false;
     });

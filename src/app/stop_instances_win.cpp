@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <bit>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,7 @@ namespace vorda {
 namespace {
 
 constexpr unsigned kRounds = 40;
+constexpr unsigned kFinishingRounds = 440; // while file operations are running
 constexpr DWORD kRoundMs = 150;
 // A process still holds its file and port for a moment after its window is gone.
 constexpr DWORD kAfterwardsMs = 500;
@@ -37,6 +39,8 @@ std::vector<HWND> hiddenWindowsOfOthers() {
   return windows;
 }
 
+bool isFinishing(HWND window) { return GetPropW(window, kFinishingProperty) != nullptr; }
+
 } // namespace
 
 int stopInstances() {
@@ -47,7 +51,10 @@ int stopInstances() {
   const std::uint32_t stored = readPortSetting(kPortSetting);
   asked += sendQuitRequests(stored != 0 ? stored : kDefaultPort, kStoredPortTries);
   if (asked == 0) return kExitDone;
-  for (unsigned round = 0; round < kRounds && !hiddenWindowsOfOthers().empty(); ++round) {
+  for (unsigned round = 0; round < kFinishingRounds; ++round) {
+    const std::vector<HWND> windows = hiddenWindowsOfOthers();
+    const bool finishing = std::any_of(windows.begin(), windows.end(), isFinishing);
+    if (windows.empty() || (round >= kRounds && !finishing)) break;
     Sleep(kRoundMs);
   }
   Sleep(kAfterwardsMs);

@@ -32,6 +32,7 @@ struct Job {
   ScanProgress progress;
   std::atomic<bool> done{false};
   std::atomic<bool> resultReady{false};
+  std::atomic<bool> rootGone{false}; // the scanned folder itself was deleted since
 
   // Serialises file operations on this job's files. Locked before resultMutex, which is never
   // held during disk access.

@@ -148,6 +148,27 @@ test('refused items stay, and the dialog says why', async (t) => {
   assert.deepEqual([await dialog.getByRole('button').allInnerTexts(), pathsSent(sent, true).length, pathsSent(sent, false)], [['Close'], 2, []]);
 });
 
+test('what changes while the confirmation is open stays, and the dialog says so', async (t) => {
+  const { tab, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
+  const tree = tab.getByRole('treegrid');
+  await mark(tree, 'Photos');
+  const dialog = await openDialog(tab);
+  fs.writeFileSync(`${d}/Photos/2019/new.raw`, 'nobody saw this');
+  await dialog.getByRole('button', { name: /recycle bin$/ }).click();
+  await says(dialog, 'D:\\Photos (changed since you saw it');
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  assert.deepEqual(namesIn(`${d}/Photos/2019`), ['a.raw', 'b.raw', 'new.raw']);
+
+  await goTo(tab, 'across', 'Duplicates');
+  await tab.getByRole('button', { name: 'Search for duplicates' }).click();
+  await tab.getByLabel('Keep in each group').selectOption('the first by path');
+  await tab.getByRole('button', { name: 'Mark the others' }).click();
+  await openDialog(tab, 'Compare and delete');
+  fs.writeFileSync(`${d}/Copies/one.bin`, content('y')); // the one that stays
+  assert.equal(await confirm(dialog), 'Nothing was deleted.');
+  assert.deepEqual(namesIn(`${d}/Copies`), ['one.bin', 'two.bin']);
+});
+
 test('three of 20,000 hits are deleted', async (t) => {
   const many = Object.fromEntries(Array.from({ length: 20_003 }, (_, i) => [`${Math.floor(i / 1000)}/file${String(i).padStart(5, '0')}.dat`, 'x']));
   const { tab, d } = await machine(t, { d: many, section: 'find', title: 'Find files' });

@@ -4,15 +4,17 @@ import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
+import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
 import { serve, until } from './support/server.mjs';
 import { makeFiles, ownWine, scratch, wineScript, winPath } from './support/vorda.mjs';
 
 const kMiB = 2 ** 20;
 // S: is a substituted drive.
-const wine = ownWine({ after }, { 's:': '../drive_c/Program Files', 'unc/localhost/c$': '../../../drive_c' });
+const wine = ownWine({ after }, { 's:': '../drive_c/Program Files', 'unc/localhost/c$': '../../../drive_c', 'l:': '../l' });
 const prefix = wine.env.VORDA_WINEPREFIX;
 const drive = `${prefix}/drive_c`;
+fs.mkdirSync(`${prefix}/l`);
 const trash = `${wine.env.VORDA_XDG_DATA_HOME}/Trash`;
 const logFile = `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log`;
 const log = () => fs.readFileSync(logFile, 'utf8').replaceAll(/^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(?= )/gm, 'AT');
@@ -234,4 +236,91 @@ test('other requests are answered while a large folder is being deleted', async 
     assert.equal(answered, 5, 'requests answered during the deletion');
   assert.equal(told.deleted, 1);
   assert.deepEqual(fs.readdirSync(folder), []);
+});
+
+// A file whose path on this drive has that many characters, in a folder called `name` in its root.
+function farFile(folder, name, length) {
+  const steps = [];
+  let left = length - `L:\\${name}\\`.length;
+  for (; left > 240; left -= 201) steps.push('d'.repeat(200));
+  steps.push('f'.repeat(left));
+  const at = path.join(folder, name, ...steps);
+  fs.mkdirSync(path.dirname(at), { recursive: true });
+  fs.writeFileSync(at, '12345');
+  return `L:\\${name}\\${steps.join('\\')}`;
+}
+
+test('paths of any length are deleted permanently; links inside stay with their targets, and the bin refuses what is too long', async (t) => {
+  const folder = `${prefix}/l`; // short, so that the longest path fits
+  const server = await serveHere(t);
+  makeFiles(`${folder}/target`, { 'kept.txt': 'k' });
+  for (const length of [259, 260, 261, 1000, 4000]) {
+    const name = `t${length}`;
+    const far = farFile(folder, name, length);
+    assert.equal(far.length, length);
+    farFile(folder, `k${length}`, length);
+    fs.symlinkSync('../target', `${folder}/k${length}/link`);
+    fs.symlinkSync('../target/kept.txt', `${folder}/k${length}/filelink`);
+    const refusal = async (one, fields) => (await server.remove([one], fields)).refused.map(({ why }) => why);
+    const tooLong = length > 259 ? ['toolong'] : [];
+    for (const one of [far, `L:\\${name}`]) {
+      assert.deepEqual(await refusal(one, { dryrun: 1, seen: 1 }), tooLong);
+      if (length > 259) assert.deepEqual(await refusal(one, {}), tooLong);
+    }
+    let told = await server.remove([`L:\\${name}`], { permanent: 1 });
+    assert.deepEqual([told.deleted, told.bytes, told.error, told.refused], [1, 5, '', []]);
+    assert.deepEqual(fs.existsSync(`${folder}/${name}`), false);
+    told = await server.remove([`L:\\k${length}`], { permanent: 1 });
+    assert.deepEqual([told.deleted, told.bytes, told.partial], [0, 5, [{ p: `L:\\k${length}`, bytes: 5 }]]);
+    assert.deepEqual(fs.readdirSync(`${folder}/k${length}`).sort(), ['filelink', 'link']);
+    const single = farFile(folder, `s${length}`, length);
+    told = await server.remove([single], { permanent: 1 });
+    assert.deepEqual([told.deleted, told.bytes, told.refused], [1, 5, []]);
+    assert.ok(log().endsWith(`AT  definitief (deels)  5  L:\\k${length}\r\nAT  MISLUKT (1921)  1 van 1 paden bleven staan\r\nAT  definitief  5  ${single}\r\n`));
+  }
+  assert.equal(fs.readFileSync(`${folder}/target/kept.txt`, 'utf8'), 'k');
+});
+
+// VORDA_ROUNDS sets how often.
+test('killed at any moment of a deletion, the log accounts for every file that is gone', async (t) => {
+  for (let round = Number(process.env.VORDA_ROUNDS ?? 2); round > 0; --round) {
+    const names = Array.from({ length: 150 }, (_, i) => `f${i}`);
+    makeFiles(`${drive}/kill`, Object.fromEntries([...names, ...names.map((name) => `inside/${name}`)].map((name) => [name, 'xyz'])));
+    fs.rmSync(logFile, { force: true });
+    const server = await serve(t, [], wine);
+    const paths = [...names.slice(0, 75), 'inside', ...names.slice(75)].map((name) => ['p', `C:\\kill\\${name}`]);
+    const removal = server.post('/api/delete', [...paths, ['permanent', '1']]).catch(() => null);
+    const count = (folder) => (fs.existsSync(folder) ? fs.readdirSync(folder, { recursive: true }).length : 0);
+    const stopAt = Math.floor(Math.random() * 301);
+    await until(() => count(`${drive}/kill`) <= stopAt, 'a part to be gone');
+    server.child.kill('SIGKILL');
+    await Promise.all([server.ended, removal]);
+    const inside = count(`${drive}/kill/inside`);
+    const next = await serve(t, [], wine);
+    await until(() => !fs.readdirSync(path.dirname(logFile)).some((name) => name.endsWith('.journaal')), 'the journal to be written to the log');
+    const lines = fs.existsSync(logFile) ? log().split('\r\n').slice(0, -1) : [];
+    const told = lines.map((line) => line.slice(line.lastIndexOf('\\') + 1));
+    const gone = names.filter((name) => !fs.existsSync(`${drive}/kill/${name}`));
+    assert.deepEqual(gone.filter((name) => !told.includes(name)), [], 'files without a line');
+    assert.deepEqual(names.filter((name) => !gone.includes(name) && told.includes(name)), [], 'lines without a reason');
+    const bytes = lines.filter((line) => line.endsWith('\\inside')).map((line) => Number(/ {2}(\d+) {2}/.exec(line)[1]));
+    assert.equal(bytes[0] ?? 0, (150 - inside) * 3);
+    next.child.kill('SIGKILL');
+    await next.ended;
+    fs.rmSync(`${drive}/kill`, { recursive: true, force: true });
+  }
+});
+
+test('quitting waits for a running deletion', async (t) => {
+  const names = Array.from({ length: 1500 }, (_, i) => `f${i}`);
+  makeFiles(`${drive}/waits/many`, Object.fromEntries(names.map((name) => [name, 'x'])));
+  const server = await serve(t, [], wine);
+  assert.deepEqual((await server.json('/api/hello')).status, 200);
+  const removal = server.post('/api/delete', { p: 'C:\\waits\\many', permanent: 1 });
+  await until(() => fs.readdirSync(`${drive}/waits/many`).length < 1500, 'the deletion to begin');
+  const asked = await server.json('/api/quit');
+  assert.deepEqual(asked.body, { ok: true, waiting: true });
+  assert.equal((await removal).body.deleted, 1);
+  await server.ended;
+  assert.equal(log(), 'AT  definitief  1500  C:\\waits\\many\r\n');
 });

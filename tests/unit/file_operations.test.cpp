@@ -415,3 +415,48 @@ TEST_CASE("a cleanup that is cut off gets its line later") {
         "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  C:\\Windows\\Temp  "
         "(1 weg, 1 overgeslagen)\r\n");
 }
+
+TEST_CASE("all scans that hold a deleted path are brought up to date") {
+  for (const char* job : {"&job=1", ""}) {
+    App app;
+    fill(*app.disk);
+    app.disk->add(L"C:\\r\\locked\\use.bin", 70 * kMiB).locked = true;
+    app.disk->add(L"C:\\r\\locked\\free.bin", 80 * kMiB);
+    app.disk->add(L"C:\\s\\x", 3);
+    const auto outer = app.scanJob("C:%5C");
+    const auto same = app.scanJob("c:/R");
+    const auto inner = app.scanJob("C:%5Cr%5Ca%5Cdeep");
+    const auto besides = app.scanJob("C:%5Cs");
+    const auto within = app.scanJob("C:%5Cr%5Clocked");
+    const std::string before = *besides->document;
+    CHECK(app.told("POST", "/api/delete",
+                   std::string("permanent=1&p=C:%5Cr%5Ca&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Clocked") +
+                       job)
+              .find("\"deleted\":2,") != std::string::npos);
+    for (const auto& one : {outer, same, within}) checkLikeFreshScan(app, *one);
+    CHECK(outer->freed == 220 * kMiB + 200);
+    CHECK(same->freed == outer->freed);
+    CHECK(within->freed == 80 * kMiB);
+    CHECK(inner->freed == 70 * kMiB);
+    CHECK(inner->result.byteCount == 0);
+    CHECK(*besides->document == before);
+    const std::string jobs = app.told("GET", "/api/jobs");
+    CHECK(jobs.find("\"gone\":true") > jobs.find("{\"id\":3,"));
+    CHECK(jobs.find("\"gone\":true") < jobs.find("{\"id\":4,"));
+    CHECK(jobs.find("\"gone\":true", jobs.find("{\"id\":4,")) == std::string::npos);
+  }
+}
+
+TEST_CASE("a cleanup is seen in all scans") {
+  App app;
+  app.disk->add(L"C:\\Windows\\Temp\\in\\a.bin", 1100 * kMiB);
+  app.disk->add(L"C:\\Windows\\x", 3);
+  const auto outer = app.scanJob("C:%5C");
+  app.scanned("C:%5CWindows");
+  const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
+  app.told("POST", "/api/cleanup", "what=tempfiles&job=2");
+  checkLikeFreshScan(app, *outer);
+  CHECK(outer->freed == 1100 * kMiB);
+  CHECK(inner->rootGone);
+  CHECK(inner->freed == 1100 * kMiB);
+}

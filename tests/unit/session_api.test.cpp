@@ -17,6 +17,14 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
   CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":false,"server":false,"canQuit":true})");
   CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true})");
   CHECK(app.quits == 1);
+  {
+    const RunningOperations::Operation running = app.state.operations.begin();
+    CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true,"waiting":true})");
+    CHECK_FALSE(app.state.operations.waitUntilNone(std::chrono::milliseconds(0)));
+  }
+  CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true})");
+  CHECK(app.state.operations.waitUntilNone(std::chrono::milliseconds(0)));
+  app.quits = 1;
   app.elevated = false;
   CHECK(app.told("GET", "/api/elevate") == R"(200 {"ok":true})");
   CHECK(app.elevations == 1);

@@ -49,6 +49,7 @@ export interface Job {
   method: string;
   noTurbo: string;
   partial?: string; // why a part of the target is missing
+  gone?: boolean; // the scanned folder was deleted since
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.

@@ -64,19 +64,6 @@ export function topmost(paths: Iterable<string>): string[] {
   });
 }
 
-// Whether a path is one of the roots or lies below one.
-export function below(paths: readonly string[]): (path: string) => boolean {
-  const roots = new Set(paths.map((path) => trimEnd(path).toLowerCase()));
-  return (path) => {
-    const text = trimEnd(path).toLowerCase();
-    if (roots.has(text)) return true;
-    for (let at = text.search(/[\\/][^\\/]*$/); at > 0; at = text.slice(0, at).search(/[\\/][^\\/]*$/)) {
-      if (roots.has(text.slice(0, at))) return true;
-    }
-    return false;
-  };
-}
-
 const LONGEST_FILE_NAME = 80;
 
 // A text as part of the name of a downloaded file.

@@ -101,11 +101,6 @@ export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDo
   return outcome.binned >= outcome.bytes ? 'delDoneBin' : 'delDoneMixed';
 }
 
-// The bytes that were to go into the bin and are gone for good. Where the plan had some of them going for
-// good anyway, the answers do not tell the two apart.
-export const missedBin = (plan: Plan, outcome: Outcome): number =>
-  plan.noBin.length > 0 ? 0 : Math.max(0, outcome.bytes - outcome.binned);
-
 // Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;
 

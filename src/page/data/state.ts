@@ -66,6 +66,7 @@ export const state = {
   started: false, // scans and targets are known
   offline: false,
   ended: false,
+  finishing: false, // it ended once its deletions are done
   // Of the scan on view:
   get selection(): Selection {
     return viewOf(this.view).selection;

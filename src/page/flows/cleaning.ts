@@ -46,7 +46,7 @@ export function openCleanup(job: number, what: string, folders: readonly string[
     state.targets?.logPath ? el('p', { class: 'small muted' }, t('delLog', { path: state.targets.logPath })) : null,
   ], t('adClean'), async () => {
     const answer = await form<CleanupAnswer>('/api/cleanup', { what, job });
-    await refreshResults([job]);
+    await refreshResults(state.results.keys());
     const words = [t('adCleanDone', { n: answer.deleted, size: size(answer.bytes) })];
     if (answer.skipped > 0) words.push(t('adCleanSkipped', { n: answer.skipped }));
     if (answer.logged === false) words.push(t('delNotLogged'));

@@ -8,7 +8,7 @@ import { trimEnd } from '../core/paths';
 import { confirms, expectations, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
-import { refreshResults } from '../data/jobs';
+import { poll, refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
 import { changed, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
@@ -175,7 +175,7 @@ async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permane
   go.remove();
   fill(dialog.body, el('p', { class: 'answer', role: 'status' }, `${t('delGoing')}…`), busyBar());
   const done = await deleteParts(plan, permanent, options.proofs);
-  await refreshResults(plan.parts.map((part) => part.job));
+  await Promise.all([refreshResults(state.results.keys()), poll()]); // any scan may hold what went
   removeGone(plan, outcomeOf(done.answers).deleted, options);
   dialog.element.removeEventListener('cancel', keepOpen);
   rest(stay, false);

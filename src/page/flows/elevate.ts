@@ -13,20 +13,22 @@ const ROUND_MS = 400;
 const ROUNDS = 450;
 const ASK_FROM = 8;
 const RELOAD_FROM = 15;
+const BUSY_ROUNDS = 150; // as long as the program waits for its deletions
 
 const progress = { words: '' };
 
 const pause = (milliseconds: number): Promise<void> => new Promise((resolve) => setTimeout(resolve, milliseconds));
 
-async function waitForNewProcess(): Promise<void> {
+async function waitForNewProcess(waiting: boolean): Promise<void> {
   let gone = false;
+  const reloadFrom = RELOAD_FROM + (waiting ? BUSY_ROUNDS : 0);
   for (let round = 1; round <= ROUNDS; ++round) {
     await pause(ROUND_MS);
-    progress.words = round > ASK_FROM ? 'elevateAsk' : 'elevateWait';
+    progress.words = waiting ? 'elevateBusy' : round > ASK_FROM ? 'elevateAsk' : 'elevateWait';
     changed('session');
     try {
       await fetch('/api/hello', { cache: 'no-store' });
-      if (gone || round >= RELOAD_FROM) break;
+      if (gone || round >= reloadFrom) break;
     } catch {
       gone = true;
     }
@@ -37,14 +39,14 @@ async function waitForNewProcess(): Promise<void> {
 async function elevate(): Promise<void> {
   if (progress.words) return;
   try {
-    const answer = await api<{ already?: boolean }>('/api/elevate', { method: 'POST' });
+    const answer = await api<{ already?: boolean; waiting?: boolean }>('/api/elevate', { method: 'POST' });
     if (answer.already) {
       location.reload();
       return;
     }
     progress.words = 'elevateWait';
     sessionStorage.setItem(MARKER, '1');
-    await waitForNewProcess();
+    await waitForNewProcess(answer.waiting === true);
   } catch (error) {
     toastFailure(error);
   }
@@ -80,7 +82,7 @@ export function checkElevation(): void {
 
 export async function quitProgram(): Promise<void> {
   try {
-    await api('/api/quit');
+    state.finishing = (await api<{ waiting?: boolean }>('/api/quit')).waiting === true;
     markEnded();
   } catch (error) {
     if (wordOf(error) === FAILURE.offline) markEnded();

@@ -6,6 +6,7 @@ import { Selection } from '../core/selection';
 import { FINDING } from '../core/words';
 import { changed, resultOnView, state, viewOf } from '../data/state';
 import { button, el, setText } from '../ui/dom';
+import { toast } from '../ui/toast';
 import { openDeletion } from './deletion';
 import { verifyAndDelete, type Copies } from './verify';
 
@@ -63,14 +64,20 @@ const possibleCopies = (doc: ResultDoc | undefined): Copies[] =>
   (doc?.advice ?? []).filter((finding) => finding.code === FINDING.duplicates).flatMap(({ paths, pathGroup }) =>
     [...new Set(pathGroup)].map((number) => ({ files: paths.filter((_, i) => pathGroup[i] === number).map((p) => ({ p })) })));
 
-// What was marked as a possible duplicate is only deleted if it is one.
+// What was marked as a possible duplicate only goes if it is one. It comes last: what goes before may be the
+// copy that was to stay.
 function deleteMarks(fallback: () => HTMLElement | null): void {
   const { selection, copies } = viewOf(state.view);
+  const others = [...selection.keys].filter((path) => !copies.has(path));
+  if (others.length > 0) {
+    openDeletion(others, { fallback });
+    return;
+  }
   const compared = new Selection();
-  for (const path of copies) if (selection.has(path)) compared.keys.add(path);
-  const others = [...selection.keys].filter((path) => !compared.has(path));
-  if (compared.keys.size > 0) void verifyAndDelete(possibleCopies(resultOnView()), compared, fallback, others);
-  else openDeletion(others, { fallback });
+  for (const path of selection.keys) compared.keys.add(path);
+  const groups = possibleCopies(resultOnView());
+  if (groups.some((group) => group.files.some((file) => compared.has(file.p)))) void verifyAndDelete(groups, compared, fallback);
+  else toast(t('acVerifyNone'));
 }
 
 export function toggleMark(path: string, bytes: number, asCopy = false): void {

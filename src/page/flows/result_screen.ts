@@ -6,7 +6,7 @@ import { hasFailed, isStopping, nameOf, progressText, statusText } from '../core
 import { cancelScan, fetchResult, rescan } from '../data/jobs';
 import { goTo, jobOnView, resultOnView, state } from '../data/state';
 import type { PlainKey } from '../lang/shape';
-import { append, button, el, heading, inert, rest, setText, type Child } from '../ui/dom';
+import { append, button, el, heading, icon, inert, rest, setText, type Child } from '../ui/dom';
 import { emptyState, failureNotice } from '../ui/notices';
 import type { Changes, Screen } from './screen';
 
@@ -73,7 +73,7 @@ class ResultSection implements Screen {
     const doc = resultOnView();
     const lost = state.resultErrors.get(state.view);
     const kind = !job ? 'none' : doc ? 'result' : hasFailed(job) || lost !== undefined ? 'lost' : 'waiting';
-    const wanted = `${kind} ${state.view} ${kind === 'lost' ? lost : ''}`;
+    const wanted = `${kind} ${state.view} ${kind === 'lost' ? lost : ''} ${job?.gone ?? ''}`;
     if (wanted === this.shownFor && (doc === this.shownDoc || this.inner?.keeps)) {
       this.shownDoc = doc;
       if (job) this.panel?.update(job);
@@ -102,7 +102,8 @@ class ResultSection implements Screen {
       this.show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
       return;
     }
-    this.show(this.inner.content, this.inner.top);
+    const gone = job.gone ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('rootGone'))) : null;
+    this.show([gone, this.inner.content], this.inner.top);
   }
 
   private showProgress(job: Job): void {

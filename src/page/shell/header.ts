@@ -90,7 +90,7 @@ export function banner(): Part {
   const update = (): void => {
     root.hidden = !state.offline;
     again.hidden = state.ended;
-    setText(words, state.offline ? t(state.ended ? 'ended' : 'offline') : '');
+    setText(words, state.offline ? t(!state.ended ? 'offline' : state.finishing ? 'finishing' : 'ended') : '');
   };
   update();
   return { root, update };
