@@ -50,7 +50,7 @@ private:
 
 struct ConnectionBounds {
   std::size_t perAddress = 64; // other than loopback
-  std::size_t notKept = 160;   // each costs a thread
+  std::size_t notKept = 128;   // each costs a thread
   std::size_t connections = 2'000;
   std::size_t heldBytes = 268'435'456; // by all together
   std::size_t alwaysHeld = 65'536;     // what each may hold even where there is no room

@@ -19,7 +19,7 @@ namespace {
 constexpr int kBacklog = SOMAXCONN; // so that a burst of connections is not told to try again
 constexpr std::size_t kSendPiece = 1'048'576;
 // How soon a connection that has to give up its place does so.
-constexpr std::chrono::milliseconds kWaitStep{100};
+constexpr std::chrono::milliseconds kWaitStep{50};
 // Further connections wait in the listen queue; many more threads could exhaust the process.
 constexpr unsigned kMaxThreads = 2'048;
 // How many threads wait for connections: enough to absorb a burst.

@@ -12,7 +12,7 @@ const KEY = 'open sesame';
 // Of Windows, used by the program. Wine's own shell would take others, such as version.dll, from there.
 const LIBRARIES = ['winhttp', 'wtsapi32'];
 const peak = (child) => Number(/VmHWM:\s*(\d+)/.exec(fs.readFileSync(`/proc/${child.pid}/status`, 'utf8'))[1]) / 1024;
-const CONNECTIONS = { 'a head that never ends': 700, 'a silent connection': 700, 'a body that never ends': 700, 'a page that is not read': 100 };
+const CONNECTIONS = { 'a head that never ends': 400, 'a silent connection': 400, 'a body that never ends': 400, 'a page that is not read': 100 };
 
 for (const mode of ['an agent', 'the interactive tool']) {
   for (const name of Object.keys(ATTACKS)) {
@@ -28,7 +28,7 @@ for (const mode of ['an agent', 'the interactive tool']) {
       let asked = 0;
       const heard = () => Object.values(outcomes).reduce((sum, count) => sum + count, 0);
       const lasting = CONNECTIONS[name] !== undefined || name === 'a body held back at its end';
-      while (asked < 30 || (!lasting && heard() < 24)) {
+      while (asked < 15 || (!lasting && heard() < 12)) {
         const began = Date.now();
         assert.deepEqual(await server.json('/api/jobs', key), { status: 200, body: [] });
         slowest = Math.max(slowest, Date.now() - began);

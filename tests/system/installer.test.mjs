@@ -60,6 +60,9 @@ beforeEach(async () => {
   await run('reg', 'delete', listKey, '/f');
 });
 
+// A command line as it is printed and logged: without the key.
+const shown = (line) => line.replace(/--token (k|"a .*")/, '--token ***');
+
 test('closing one folder of two', async (t) => {
   const [one, two] = [install('one folder'), install('two')];
   const page = await serve(t, [], one.at);
@@ -71,14 +74,14 @@ test('closing one folder of two', async (t) => {
   // The folder may be spelt in any way; the step itself runs from that folder and is spared.
   const closed = await told(['--close-for-update', `${one.path.toUpperCase()}\\.\\..\\One Folder\\/`], one.at);
   assert.equal(closed.code, 0);
-  assert.deepEqual(withoutIds(closed.lines), [`pid # closed  ${one.line(`--port ${page.port} --no-open`)}`, ...agents.map((line) => `pid # closed  agent  ${line}`)].sort());
+  assert.deepEqual(withoutIds(closed.lines), [`pid # closed  ${one.line(`--port ${page.port} --no-open`)}`, ...agents.map((line) => `pid # closed  agent  ${shown(line)}`)].sort());
   for (const copy of [page, server, agent]) assert.equal((await copy.ended).code, 0);
   assert.equal((await fetch(`${other.base}/api/hello`)).status, 200);
   const list = await values(listKey);
   assert.deepEqual(list.Agents.split('\\0').sort(), agents.map((line) => account + line).sort());
   assert.deepEqual(list.Log.split('\\0'), closed.lines);
   const { code, lines } = await told(['--restart-after-update', one.path]);
-  assert.deepEqual([code, lines.sort()], [0, agents.map((line) => `not restarted, runs under its own account: ${line}`).sort()]);
+  assert.deepEqual([code, lines.sort()], [0, agents.map((line) => `not restarted, runs under its own account: ${shown(line)}`).sort()]);
 
   const nothing = { code: 0, lines: [`nothing was running from ${one.path}`] };
   for (const [option, left] of [['--close-for-removal', null], ['--close-for-update', '']]) {
@@ -101,7 +104,7 @@ test('two installations at once restart their own agents', async (t) => {
   assert.deepEqual([list.Agents, list.Folder], [account + lines[1], folders[1].path]);
   for (const [i, folder] of folders.entries()) {
     const { lines: said } = await told(['--restart-after-update', `${folder.path.toLowerCase()}\\`]);
-    assert.deepEqual(said, [`not restarted, runs under its own account: ${lines[i].replace('--token k', '--token ***')}`]);
+    assert.deepEqual(said, [`not restarted, runs under its own account: ${shown(lines[i])}`]);
     assert.deepEqual(await told(['--restart-after-update', folder.path]), gone);
   }
   assert.equal(await values(listKey), null);
@@ -133,14 +136,14 @@ test('an installation and its rollback', async (t) => {
   await bothRun(projectVersion);
   for (const [bytes, wanted] of [[fresh, projectVersion.replace(/^\d+/, '77')], [old, projectVersion]]) {
     const closed = await told(['--close-for-update', folder.path]);
-    assert.deepEqual([closed.code, withoutIds(closed.lines)], [0, [`pid # closed  ${service}`, `pid # closed  agent  ${agent}`, 'service VordaAgent stopped'].sort()]);
+    assert.deepEqual([closed.code, withoutIds(closed.lines)], [0, [`pid # closed  ${shown(service)}`, `pid # closed  agent  ${shown(agent)}`, 'service VordaAgent stopped'].sort()]);
     assert.deepEqual([await version(ports[0]), await version(ports[1])], [null, null]);
     assert.equal((await values(listKey)).Agents, `${account}${agent}\\0service|`);
     fs.rmSync(folder.file);
     fs.writeFileSync(folder.file, bytes);
       // Wine has no local system account; the helper stands in for it and restarts the agent.
     await remember({ agents: `system|${agent}\\0service|` });
-    assert.deepEqual(await restartAsSystem(folder), { code: 0, lines: [`restarted  ${agent}`, 'service VordaAgent started'] });
+    assert.deepEqual(await restartAsSystem(folder), { code: 0, lines: [`restarted  ${shown(agent)}`, 'service VordaAgent started'] });
     await bothRun(wanted);
     assert.match((await values('HKLM\\Software\\Brixmoor\\Vorda')).LastUpdate, /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
     assert.deepEqual(await restartAsSystem(folder), gone); // nothing is started twice
