@@ -19,12 +19,13 @@ public:
   std::size_t receive(char* buffer, std::size_t size, std::chrono::milliseconds wait) override {
     longestWait = std::max(longestWait, wait);
     time_ += std::min(perReceive, wait);
-    while (at_ < pieces.size() && pieces[at_].empty()) ++at_;
+    while (at_ < pieces.size() && pieces[at_].size() == taken_) {
+      ++at_;
+      taken_ = 0;
+    }
     if (perReceive > wait || at_ == pieces.size()) return 0;
-    std::string& piece = pieces[at_];
-    const std::size_t count = std::min(size, piece.size());
-    piece.copy(buffer, count);
-    piece.erase(0, count);
+    const std::size_t count = pieces[at_].copy(buffer, size, taken_);
+    taken_ += count;
     return count;
   }
   bool send(std::string_view bytes, std::chrono::milliseconds wait) override {
@@ -40,12 +41,13 @@ public:
   bool ended = false;
   std::size_t unread() const {
     std::size_t bytes = 0;
-    for (const std::string& piece : pieces) bytes += piece.size();
-    return bytes;
+    for (std::size_t i = at_; i < pieces.size(); ++i) bytes += pieces[i].size();
+    return bytes - taken_;
   }
 
 private:
   std::size_t at_ = 0;
+  std::size_t taken_ = 0; // of that piece
   std::chrono::steady_clock::time_point time_{};
 };
 

@@ -380,9 +380,9 @@ TEST_CASE("an operation that is cut off gets its lines later") {
     CHECK(disk->log.empty());
     REQUIRE(disk->journals.size() == 1);
     const std::string mode = permanent ? "definitief" : "prullenbak";
-    const std::string lines = "2026-01-02 03:04:05  " + mode +
-                              " (onderbroken)  10  C:\\data\\1\r\n" + "2026-01-02 03:04:05  " +
-                              mode + " (deels) (onderbroken)  10  C:\\data\\d\r\n";
+    std::string lines = "2026-01-02 03:04:05  ";
+    lines.append(mode).append(" (onderbroken)  10  C:\\data\\1\r\n2026-01-02 03:04:05  ");
+    lines.append(mode).append(" (deels) (onderbroken)  10  C:\\data\\d\r\n");
     // Not while the operation runs, nor while the log cannot be written.
     disk->journals[0]->open = true;
     finishInterrupted(*disk, *disk);
@@ -394,7 +394,8 @@ TEST_CASE("an operation that is cut off gets its lines later") {
     // The next deletion writes them before its own.
     disk->mayDelete = nullptr;
     CHECK(remove(*disk, {L"C:\\data\\a.txt"}, {}, permanent).logged);
-    CHECK(disk->log == lines + "2026-01-02 03:04:05  " + mode + "  1  C:\\data\\a.txt\r\n");
+    lines.append("2026-01-02 03:04:05  ").append(mode).append("  1  C:\\data\\a.txt\r\n");
+    CHECK(disk->log == lines);
     CHECK(disk->journals.empty());
   }
 }

@@ -118,7 +118,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
       partial = R"("partial":[{"p":"C:\\r\\locked","bytes":83886083}])";
     }
     CHECK(dry.substr(dry.find("\"refused\"")) ==
-          refused.substr(0, refused.find("]", refused.find("wouldDelete")) + 1) + ",\"noBin\":[]}");
+          refused.substr(0, refused.find(']', refused.find("wouldDelete")) + 1) + ",\"noBin\":[]}");
     CHECK(told.ends_with("]" + (partial.empty() ? partial : "," + partial) + "}"));
     CHECK(job->result.folders.size() == indices);
     CHECK(job->document->find("\"freed\":" + std::to_string(job->freed)) != std::string::npos);

@@ -46,7 +46,7 @@ struct Run {
   std::string written;
   int code = -1;
 
-  Run(ScanRunRequest request, const ScanResult& found, std::string_view failure = {}) {
+  Run(const ScanRunRequest& request, const ScanResult& found, std::string_view failure = {}) {
     ScanSteps steps;
     const auto method = [&](ScanProgress& progress, ScanResult& result) {
       result = found;

@@ -131,7 +131,8 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
        [](World& world) { world.app.disk->at(L"C:\\r\\d\\e\\f")->name = L"g"; }},
       {"the folder is another one",
        [](World& world) { world.app.disk->at(L"C:\\r\\d")->id += 500; }}};
-  for (const auto& [what, change] : changes) {
+  for (const auto& [named, change] : changes) {
+    const std::string what = named;
     CAPTURE(what);
     World world;
     world.write(L"C:\\r\\file", "x");
@@ -274,7 +275,7 @@ TEST_CASE("the copy that stays does not go in the same request") {
 TEST_CASE("files that change at any moment of a deletion") {
   const auto setting = [](const char* name, unsigned otherwise) {
     const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : static_cast<unsigned>(std::atoi(text));
+    return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
   };
   std::mt19937 random(setting("VORDA_SEED", 7));
   const unsigned rounds = setting("VORDA_ROUNDS", 60);

@@ -71,12 +71,12 @@ struct App {
   App& operator=(const App&) = delete;
 
   HttpResponse ask(const std::string& method, const std::string& target,
-                   const std::string& body = {}, TextMap headers = {}) {
+                   const std::string& body = {}, const TextMap& headers = {}) {
     HttpRequest request;
     request.method = method;
     request.body = body;
     std::string lines;
-    for (const auto& [name, value] : headers) lines += name + ":" + value + "\r\n";
+    for (const auto& [name, value] : headers) lines.append(name).append(":").append(value).append("\r\n");
     request.headers = HeaderFields(std::move(lines));
     parseTarget(target, request);
     std::optional<HttpResponse> refusal = admitRequest(state, request).refusal;
@@ -85,8 +85,8 @@ struct App {
 
   // Status and body, as "200 body".
   std::string told(const std::string& method, const std::string& target,
-                   const std::string& body = {}, TextMap headers = {}) {
-    const HttpResponse response = ask(method, target, body, std::move(headers));
+                   const std::string& body = {}, const TextMap& headers = {}) {
+    const HttpResponse response = ask(method, target, body, headers);
     return std::to_string(response.status) + " " + std::string(response.payload());
   }
 
