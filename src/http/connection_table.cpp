@@ -2,6 +2,7 @@
 
 #include "http/message.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace vorda {
@@ -39,7 +40,12 @@ std::unique_ptr<ConnectionSeat> ConnectionTable::enter(std::uint32_t address) {
       1); // whatever fails for want of memory fails before it is entered
   std::unique_ptr<ConnectionSeat> seat(new ConnectionSeat(*this, address));
   place.front() = seat.get();
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
+  freed_.wait_for(lock, kRoomWait, [this] {
+    const auto closing = [](const ConnectionSeat* one) { return one->closing_.load(); };
+    return std::count_if(seats_.begin(), seats_.end(), closing) <=
+           static_cast<std::ptrdiff_t>(bounds_.closing);
+  });
   const auto same = [address](const ConnectionSeat& one) { return one.address_ == address; };
   const auto notKept = [](const ConnectionSeat& one) { return !one.kept_; };
   const auto any = [](const ConnectionSeat&) { return true; };

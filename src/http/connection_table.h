@@ -51,6 +51,7 @@ private:
 struct ConnectionBounds {
   std::size_t perAddress = 64; // other than loopback
   std::size_t notKept = 128;   // each costs a thread
+  std::size_t closing = 24;    // and not gone yet: more have to wait for these
   std::size_t connections = 2'000;
   std::size_t heldBytes = 268'435'456; // by all together
   std::size_t alwaysHeld = 65'536;     // what each may hold even where there is no room
@@ -64,7 +65,8 @@ public:
   ConnectionTable& operator=(const ConnectionTable&) = delete;
 
   // A seat for a new connection. Where a bound is reached, the one that has been there longest
-  // without being kept must close; when all are kept, the new one.
+  // without being kept must close; when all are kept, the new one. Waits up to a second where
+  // many are still closing.
   std::unique_ptr<ConnectionSeat> enter(std::uint32_t address);
 
   // The sum over all connections.

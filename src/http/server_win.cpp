@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace vorda {
 
@@ -134,14 +135,22 @@ void keepThreadsWaiting(ServerState& server, SOCKET listener) {
 }
 
 // The last catch: whatever a connection runs into, memory above all, only ends that connection.
-void serve(ServerState& server, SOCKET socket, const sockaddr_in& peer) {
+void serve(ServerState& server, SOCKET listener, SOCKET socket, const sockaddr_in& peer) {
   SocketStream stream(socket);
+  bool idle = true;
+  const auto busy = [&] {
+    if (!std::exchange(idle, false)) return;
+    --server.idle;
+    keepThreadsWaiting(server, listener);
+  };
   try {
+    // Only then others take over waiting for connections: while many are closing, nobody should.
     const auto seat = server.connections.enter(ntohl(peer.sin_addr.s_addr));
+    busy();
     stream.seat(*seat);
     if (!seat->mustClose()) serveConnection(stream, server.gate, *seat);
   } catch (...) {
-    return;
+    busy(); // the count of idle threads has to be right
   }
 }
 
@@ -158,9 +167,7 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
       if (current()) Sleep(kPauseMs); // out of resources; try again later
       continue;
     }
-    --server.idle;
-    keepThreadsWaiting(server, listener);
-    serve(server, socket, peer);
+    serve(server, listener, socket, peer);
     if (++server.idle > kMaxIdle) break;
   }
   --server.idle;

@@ -76,7 +76,8 @@ struct App {
     request.method = method;
     request.body = body;
     std::string lines;
-    for (const auto& [name, value] : headers) lines.append(name).append(":").append(value).append("\r\n");
+    for (const auto& [name, value] : headers)
+      lines.append(name).append(":").append(value).append("\r\n");
     request.headers = HeaderFields(std::move(lines));
     parseTarget(target, request);
     std::optional<HttpResponse> refusal = admitRequest(state, request).refusal;

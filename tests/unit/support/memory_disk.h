@@ -262,7 +262,8 @@ public:
   }
   std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) override {
     if (journalFails) return nullptr;
-    return open(*journals.emplace_back(std::make_shared<JournalOnDisk>(JournalOnDisk{std::string(bytes), false})));
+    return open(*journals.emplace_back(
+        std::make_shared<JournalOnDisk>(JournalOnDisk{std::string(bytes), false})));
   }
   std::vector<FoundJournal> abandonedJournals() override {
     std::vector<FoundJournal> found;
