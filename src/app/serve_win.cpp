@@ -32,7 +32,7 @@ Key resolveKey(const CommandLineOptions& options) {
   return {generateAgentKey(), true};
 }
 
-void openBrowser(const AppState& state, const CommandLineOptions& options) {
+std::wstring pageAddress(const AppState& state, const CommandLineOptions& options) {
   const std::wstring key = toUtf16(state.key);
   BrowserAddress address;
   address.scanPath = options.scanPath;
@@ -41,15 +41,18 @@ void openBrowser(const AppState& state, const CommandLineOptions& options) {
   } else {
     address.sessionKey = key;
   }
-  shellOpen(browserAddress(state.server.actualPort, address));
+  return browserAddress(state.server.actualPort, address);
 }
 
-// Without a console this is a box, which must not keep the agent from serving.
-void tellTemporaryKey(std::uint32_t port, const std::wstring& key) {
+// A key that is stored nowhere and that no page was opened with. Without a console this is a box,
+// which must not keep the program from serving.
+void tellTemporaryKey(const AppState& state, const CommandLineOptions& options) {
   const std::wstring text =
-      L"This agent's key could not be stored. Until it ends, the key on port " +
-      std::to_wstring(port) + L" is\n\n        " + key +
-      L"\n\nStart it once as administrator to keep a key.";
+      state.remote
+          ? L"This agent's key could not be stored. Until it ends, the key on port " +
+                std::to_wstring(state.server.actualPort) + L" is\n\n        " + toUtf16(state.key) +
+                L"\n\nStart it once as administrator to keep a key."
+          : L"This Vorda is locked. Its page opens at\n\n        " + pageAddress(state, options);
   if (!writeStdLine(text, StdStream::error)) startDetached([text] { showInfo(text); });
 }
 
@@ -66,8 +69,8 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
   const auto start = [&] {
     if (!startOnSomePort(request, trial, reason)) return false;
     const bool opened = !options.agent && !options.noOpen;
-    if (opened) openBrowser(state, options);
-    if (temporaryKey && !opened) tellTemporaryKey(state.server.actualPort, toUtf16(state.key));
+    if (opened) shellOpen(pageAddress(state, options));
+    if (temporaryKey && !opened) tellTemporaryKey(state, options);
     return true;
   };
   const auto beforeClosing = [network, &state] {
@@ -91,7 +94,7 @@ int serve(AppState& state, const CommandLineOptions& options) {
   state.keyRequired = state.remote || options.lock || signedInUsers().size() > 1;
   if (!state.keyRequired) return serveUntilClosed(state, options);
   const Key key =
-      state.remote || !options.token.empty() ? resolveKey(options) : Key{generateAgentKey()};
+      state.remote || !options.token.empty() ? resolveKey(options) : Key{generateAgentKey(), true};
   if (key.text.empty()) {
     if (!options.service) showErrorBox(L"This mode needs a key, and one could not be created.");
     return kExitFailed;

@@ -1,5 +1,6 @@
 #include "http/header_fields.h"
 
+#include "base/text.h"
 #include "http/message_parser.h"
 
 #include <algorithm>
@@ -10,11 +11,8 @@ namespace {
 
 constexpr std::string_view kSpaces = " \t";
 
-constexpr char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
 bool isNamed(std::string_view sent, std::string_view name) {
-  return std::equal(sent.begin(), sent.end(), name.begin(), name.end(),
-                    [](char one, char wanted) { return lowered(one) == wanted; });
+  return sent.size() == name.size() && lowerAscii(sent) == name;
 }
 
 // Calls take(value) for each field with this name, in order.

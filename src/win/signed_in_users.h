@@ -6,8 +6,8 @@
 
 namespace vorda {
 
-// The accounts of all sessions that belong to someone, also of disconnected ones, as
-// "DOMAIN\name"; each once. Empty when the system does not tell.
+// The accounts that have a session, connected or not, as "DOMAIN\name", without duplicates.
+// Empty on failure.
 std::vector<std::wstring> signedInUsers();
 
 } // namespace vorda

@@ -5,7 +5,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
 import { ATTACKS, attack } from './support/attacks.mjs';
-import { exchange, serve } from './support/server.mjs';
+import { exchange, serve, until } from './support/server.mjs';
 import { exe, output, scratch, winPath } from './support/vorda.mjs';
 
 const KEY = 'open sesame';
@@ -60,6 +60,13 @@ test('a locked session serves only who has its key', async (t) => {
   assert.match(await exchange(server.port, [elsewhere]), /foreignOrigin/);
   assert.deepEqual((await server.json('/api/quit', key)).body, { ok: true });
   assert.equal((await server.ended).code, 0);
+});
+
+test('a locked session without a browser says where its page is', async (t) => {
+  const file = `${scratch(t)}/said`;
+  const server = await serve(t, ['--lock'], { stdio: ['ignore', 'ignore', fs.openSync(file, 'w')] });
+  const [, key] = await until(() => /http:\/\/127\.0\.0\.1:\d+\/#key=(\w{20})/.exec(fs.readFileSync(file, 'utf8')), 'the address');
+  assert.deepEqual(await server.json('/api/jobs', { headers: { 'X-Vorda-Token': key } }), { status: 200, body: [] });
 });
 
 test('a library planted beside the program is not loaded', async (t) => {
