@@ -33,6 +33,8 @@ inline constexpr std::string_view kNotReady = "nog niet klaar";
 inline constexpr std::string_view kNotScanned = "notScanned";
 
 // Actions
+inline constexpr std::string_view kLogUnreadable = "logUnreadable";
+inline constexpr std::string_view kUnreadable = "unreadable"; // a folder that is to be emptied
 inline constexpr std::string_view kEmptyFailed = "emptyFailed";
 inline constexpr std::string_view kQuitRefused = "quitRefused";
 inline constexpr std::string_view kElevateRefused = "elevateRefused";

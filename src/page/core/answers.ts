@@ -154,6 +154,14 @@ export interface ExtAnswer {
   total: number;
 }
 
+// What a dry run measured of one path.
+export interface DeleteItem {
+  s: number;
+  f: number; // files in it; 1 for a file
+  m: number;
+  dir?: boolean;
+}
+
 export interface DeleteAnswer {
   deleted: number;
   bytes: number;
@@ -165,6 +173,8 @@ export interface DeleteAnswer {
   wouldDelete: string[];
   noBin?: string[];
   seen?: string[]; // for each path of wouldDelete, what the program saw of it; sent back as it is
+  items?: DeleteItem[]; // for each path of wouldDelete
+  stayed?: { p: string; why: string }[]; // what is still there, or what inside it is the reason
   partial?: { p: string; bytes: number }[]; // folders of which only a part went
   logged?: boolean; // false if the log could not be written
 }
@@ -176,6 +186,35 @@ export interface CleanupAnswer {
   folders: number;
   bytes: number;
   logged?: boolean;
+}
+
+// What emptying would find in the folders of an advice; `why` says that one is left alone.
+export interface CleanableAnswer {
+  folders: { p: string; s?: number; f?: number; entries?: number; why?: string }[];
+}
+
+export interface BinsAnswer {
+  bytes: number;
+  items: number;
+  bins: { p: string; bytes: number; items: number }[];
+}
+
+export interface LogEntry {
+  kind: string;
+  at?: string; // "YYYY-MM-DD hh:mm:ss"
+  p?: string;
+  bytes?: number;
+  partly?: boolean;
+  interrupted?: boolean;
+  left?: number;
+  paths?: number;
+  deleted?: number;
+  skipped?: number;
+}
+
+export interface LogAnswer {
+  entries: LogEntry[];
+  more: boolean;
 }
 
 export interface Hit extends FileItem {

@@ -6,7 +6,7 @@ import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { FINDING } from '../core/words';
 import { goTo, state } from '../data/state';
-import { openCleanup, openEmptyBin } from '../flows/cleaning';
+import { openCleaning } from '../flows/cleaning';
 import { elevateButton, mayElevate } from '../flows/elevate';
 import { scanMarksBar, toggleMark } from '../flows/marks';
 import { openInExplorer } from '../flows/places';
@@ -65,9 +65,12 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
 
 function actionsOf(job: Job, finding: Finding): HTMLElement[] {
   switch (finding.code) {
-    case FINDING.recycleBin: return [button(t('emptyBin'), openEmptyBin, { icon: 'broom' })];
+    case FINDING.recycleBin:
     case FINDING.tempFiles:
-    case FINDING.updates: return finding.paths.length > 0 ? [button(t('adClean'), () => openCleanup(job.id, finding.code, finding.paths), { icon: 'broom' })] : [];
+    case FINDING.updates: {
+      const words = t(finding.code === FINDING.recycleBin ? 'emptyBin' : 'adClean');
+      return finding.paths.length > 0 ? [button(words, () => openCleaning(words, [{ job: job.id, what: finding.code }]), { icon: 'broom' })] : [];
+    }
     case FINDING.duplicates: return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
     case FINDING.denied: return mayElevate() ? [elevateButton()] : [];
     default: return [];
