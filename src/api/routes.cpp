@@ -6,6 +6,7 @@
 #include "api/jobs_api.h"
 #include "api/listing_api.h"
 #include "api/log_api.h"
+#include "api/preview_api.h"
 #include "api/search_api.h"
 #include "api/session_api.h"
 #include "api/tree_api.h"
@@ -71,6 +72,7 @@ const std::vector<Route>& routes() {
       {"/api/cleanable", "",
        [](State& s, Request& r) { return cleanableFolders(r, s.jobs, *s.machine, *s.folders); }},
       {"/api/bins", "", [](State& s, Request&) { return bins(s); }},
+      {"/api/preview", "", [](State& s, Request& r) { return previewImage(s, r); }},
       {"/api/log", "", [](State& s, Request&) { return readLog(*s.machine); }},
       {"/api/openbin", "POST", [](State& s, Request&) { return openBin(s); }},
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},

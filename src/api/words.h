@@ -30,6 +30,7 @@ inline constexpr std::string_view kUnknownJob = "opdracht onbekend";
 inline constexpr std::string_view kNotReady = "nog niet klaar";
 
 // Folders; one that cannot be listed is kNoSuchDir in scan/words.h
+inline constexpr std::string_view kNoPreview = "noPreview";
 inline constexpr std::string_view kNotScanned = "notScanned";
 
 // Actions

@@ -50,6 +50,9 @@ export interface Job {
   noTurbo: string;
   partial?: string; // why a part of the target is missing
   gone?: boolean; // the scanned folder was deleted since
+  // Only while it runs:
+  elapsed?: number; // milliseconds
+  top?: { n: string; s: number }[]; // the folders in the root, largest first, with what was found in them so far
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
@@ -227,6 +230,10 @@ interface RunOptions {
   exts?: string;
   names?: string;
   min?: number;
+  max?: number;
+  after?: number;
+  before?: number;
+  in?: string;
   sort?: string;
   ssh_skipped?: { id: number; label: string }[];
   failed?: { id: number; label: string; error: string }[];
@@ -278,6 +285,7 @@ export interface AcrossAnswer extends Running {
   count?: number;
   waste?: number;
   capped?: boolean;
+  emptied?: boolean; // all groups that there were have gone
   skipped?: { cloud?: number; unreadable?: number; changed?: number };
   opts?: RunOptions;
 }

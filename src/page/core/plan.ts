@@ -1,5 +1,5 @@
 // What a deletion would do and what it did, summed over the answers for all scans it touches.
-import type { Copy, CopyGroup, DeleteAnswer, DeleteItem, VerifiedFile } from './answers';
+import type { CopyGroup, DeleteAnswer, DeleteItem, VerifiedFile } from './answers';
 import { liesBelow, owningJob, topmost } from './paths';
 import type { Key } from '../lang/shape';
 
@@ -110,23 +110,6 @@ export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDo
 
 // Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;
-
-// Rules for the copy of a group that is kept.
-export const KEEP_RULES = ['newest', 'oldest', 'shortest', 'first'] as const;
-export type KeepRule = (typeof KEEP_RULES)[number];
-
-// The copy of a group that is kept. Copies that can't be deleted anyway are preferred.
-export function keeper(group: CopyGroup, rule: KeepRule): Copy {
-  const locked = group.files.filter((file) => file.lock);
-  const among = locked.length > 0 ? locked : group.files;
-  const better: Record<KeepRule, (a: Copy, b: Copy) => boolean> = {
-    newest: (a, b) => a.m > b.m,
-    oldest: (a, b) => (a.m || Infinity) < (b.m || Infinity),
-    shortest: (a, b) => a.p.length < b.p.length,
-    first: (a, b) => a.p.toLowerCase() < b.p.toLowerCase(),
-  };
-  return among.reduce((best, file) => (better[rule](file, best) ? file : best));
-}
 
 // Whether one more copy of a group may be chosen: at least one must stay.
 export function mayChoose(group: CopyGroup, chosen: ReadonlySet<string>, path: string): boolean {

@@ -40,7 +40,7 @@ async function lookInBins(): Promise<Look> {
 async function lookInFolders({ job, what }: Source): Promise<Look> {
   const { folders } = await api<CleanableAnswer>(query('/api/cleanable', { job, what }));
   return {
-    rows: folders.flatMap(({ p, s = 0, f = 0, why }) => (why ? [] : [{ path: p, name: p, bytes: s, files: f, m: 0, folder: true, note: null }])),
+    rows: folders.flatMap(({ p, s = 0, f = 0, why }) => (why ? [] : [{ path: p, bytes: s, files: f, m: 0, folder: true, note: null }])),
     stays: folders.flatMap(({ p, why }) => (why ? [{ p, why: failure(why) }] : [])),
   };
 }

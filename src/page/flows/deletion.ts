@@ -231,18 +231,19 @@ function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { p
     ...stayingOf([...plan.refused, ...unproven, ...answers.flatMap((answer) => answer.refused ?? [])]),
     ...answers.flatMap((answer) => answer.stayed ?? []).map(({ p, why }) => ({ p, why: phrase('w_', why) })),
   ];
+  // What went comes before what went wrong.
   const partial = (problem || outcome.error) && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
   const end = el('div', {});
   afterwards(end, outcome.binned > 0);
   fill(dialog.body,
-    el('p', { class: 'answer', role: 'status' }, words),
-    partial ? el('p', {}, partial) : null,
+    el('p', { class: 'answer', role: 'status' }, partial ?? words),
+    partial ? el('p', {}, words) : null,
     missed > 0 ? notice(t('delNotBinned', { size: size(missed) })) : null,
     inside && inside !== words ? el('p', {}, inside) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
     stays.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delStays')), stayingTable(t('delStays'), stays)) : null,
     outcome.logged ? logNote() : notice(t('delNotLogged')), end);
-  announce(words);
+  announce(partial ?? words);
 }
 
 // Whether a path is one of the roots or lies below one.

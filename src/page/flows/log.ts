@@ -19,7 +19,7 @@ function whatOf(entry: LogEntry): string {
 
 const tableOf = (entries: readonly LogEntry[]): HTMLElement => plainTable<LogEntry>(t('abLog'), [
   textColumn('colWhen', '8.5rem', dateOf),
-  textColumn('colWhat', 'minmax(7rem, 2fr)', whatOf),
+  textColumn('colWhat', 'minmax(8rem, 4fr)', whatOf),
   numberColumn('colSize', '5.5rem', ({ bytes }) => (bytes === undefined ? '' : size(bytes))),
   textColumn('dtPath', 'minmax(8rem, 5fr)', ({ p = '' }) => cut(p), true),
 ], ({ p = '' }) => p, entries);
