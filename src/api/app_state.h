@@ -28,6 +28,7 @@ struct SessionActions {
   std::function<bool()> elevated;                  // whether this process runs as administrator
   std::function<void()> elevateSoon;               // replaces this process by an elevated one
   std::function<void(const std::wstring&)> reveal; // shows a path in Explorer
+  std::function<void()> openBin;                   // shows the recycle bin in Explorer
 };
 
 // The path that the user started the program with. The page that is opened for it may scan it without

@@ -5,12 +5,24 @@
 #include "api/export_api.h"
 #include "api/jobs_api.h"
 #include "api/listing_api.h"
+#include "api/log_api.h"
+#include "api/preview_api.h"
 #include "api/search_api.h"
 #include "api/session_api.h"
 #include "api/tree_api.h"
 #include "api/update_api.h"
 
 namespace vorda {
+
+namespace {
+
+HttpResponse bins(const AppState& state) {
+  std::vector<std::wstring> roots;
+  for (const DriveTarget& drive : state.targets().drives) roots.push_back(drive.path);
+  return listBins(*state.machine, roots);
+}
+
+} // namespace
 
 const std::vector<Route>& routes() {
   using State = AppState;
@@ -57,6 +69,12 @@ const std::vector<Route>& routes() {
        [](State& s, Request& r) {
          return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations);
        }},
+      {"/api/cleanable", "",
+       [](State& s, Request& r) { return cleanableFolders(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/bins", "", [](State& s, Request&) { return bins(s); }},
+      {"/api/preview", "", [](State& s, Request& r) { return previewImage(s, r); }},
+      {"/api/log", "", [](State& s, Request&) { return readLog(*s.machine); }},
+      {"/api/openbin", "POST", [](State& s, Request&) { return openBin(s); }},
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, Request&) { return quit(s); }},

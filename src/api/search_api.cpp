@@ -29,7 +29,7 @@ HttpResponse start(BackgroundRun& run, RunWork work) {
 
 HttpResponse status(const BackgroundRun& run, std::string (*progress)(const RunCounters&)) {
   RunStatus status = run.status();
-  if (status.document) return {200, kJsonType, std::move(status.document)};
+  if (status.document) return {200, kJsonType, false, std::move(status.document)};
   return answer(200, status.counters ? progress(*status.counters) : "{\"running\":false}");
 }
 
@@ -41,7 +41,7 @@ HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobT
   if (isCancel(fields)) return cancel(finder);
   FinderRequest wanted = parseFinderRequest(fields);
   if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
-      wanted.search.min < kSmallestMinAlone) {
+      wanted.search.min < kSmallestMinAlone && !wanted.search.bounds.byTime()) {
     return errorAnswer(400, words::kNeedFilter);
   }
   return start(finder, finderWork(std::move(wanted), jobs, steps));

@@ -54,6 +54,13 @@ HttpResponse elevate(const AppState& state) {
   return endingAnswer(waiting);
 }
 
+HttpResponse openBin(const AppState& state) {
+  // On the machine of an agent nobody may be there to see it.
+  if (state.remote) return errorAnswer(400, words::kNotAllowed);
+  state.session.openBin();
+  return okAnswer();
+}
+
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {
   if (const auto path = request.queryValue("p")) {
     std::wstring place = toUtf16(*path);

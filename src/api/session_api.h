@@ -11,6 +11,7 @@ HttpResponse hello(const AppState& state);
 HttpResponse listTargets(AppState& state);
 HttpResponse quit(const AppState& state);
 HttpResponse elevate(const AppState& state);
+HttpResponse openBin(const AppState& state);
 HttpResponse reveal(const AppState& state, const HttpRequest& request);
 
 } // namespace vorda

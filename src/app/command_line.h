@@ -31,6 +31,10 @@ struct CommandLineOptions {
   std::wstring what;
   std::wstring ext;
   std::wstring find;
+  std::wstring older;
+  std::wstring newer;
+  std::wstring smallest;
+  std::wstring largest;
   std::vector<std::wstring> parseErrors; // in argument order
   std::vector<std::wstring> unknownArgs;
 };
@@ -50,6 +54,9 @@ enum class Mode {
   network, // agent, service or server
   interactive
 };
+
+// Whether the file list is narrowed by size or age.
+bool hasBounds(const CommandLineOptions& options);
 
 Mode modeOf(const CommandLineOptions& options);
 

@@ -1,12 +1,27 @@
 #include "app/exit_code.h"
+#include "app/filter_values.h"
 #include "app/modes_win.h"
 #include "app/safe_file_win.h"
 #include "app/scan_run.h"
 #include "app/scan_steps_win.h"
 #include "app/std_output_win.h"
 #include "base/text.h"
+#include "base/time.h"
 
 namespace vorda {
+
+namespace {
+
+FileBounds boundsOf(const CommandLineOptions& options) {
+  const std::uint64_t now = nowUnixMs();
+  FileBounds bounds;
+  bounds.most = parseSizeValue(options.largest).value_or(bounds.most);
+  bounds.before = parseMomentValue(options.older, now).value_or(0);
+  bounds.after = parseMomentValue(options.newer, now).value_or(0);
+  return bounds;
+}
+
+} // namespace
 
 int runExport(const CommandLineOptions& options) {
   const std::vector<std::wstring> messages = validateExportRun(options);
@@ -24,7 +39,9 @@ int runExport(const CommandLineOptions& options) {
                                   toUtf8(effectiveFormat(options)),
                                   csvKindOf(toUtf8(options.what)).value_or(CsvKind::files),
                                   options.ext,
-                                  options.find};
+                                  options.find,
+                                  parseSizeValue(options.smallest),
+                                  boundsOf(options)};
   return runScanCommand(request, makeScanSteps(*folders), outputs);
 }
 

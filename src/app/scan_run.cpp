@@ -27,6 +27,8 @@ std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   job->label = job->target;
   job->extensions = parseExtensions(request.ext);
   job->namePatterns = parseNamePatterns(request.find);
+  job->smallest = request.smallest;
+  job->bounds = request.bounds;
   return job;
 }
 
@@ -36,7 +38,7 @@ std::string counted(std::size_t count, const char* one, const char* many) {
 
 // How many files passed a filter; the document lists only some of them.
 std::string matches(const Job& job, const ScanRunRequest& request) {
-  if (request.ext.empty() && request.find.empty()) return {};
+  if (!request.filters()) return {};
   const std::size_t count = job.result.files.size();
   const auto listed = static_cast<std::size_t>(kDocumentOptions.maxFiles);
   std::string text = "  " + counted(count, "file matches", "files match");

@@ -6,6 +6,7 @@
 #include "scan/job.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,12 @@ struct ScanRunRequest {
   CsvKind what = CsvKind::files;
   std::wstring ext;
   std::wstring find;
+  std::optional<std::uint64_t> smallest{}; // bytes
+  FileBounds bounds{};
+
+  bool filters() const {
+    return !ext.empty() || !find.empty() || smallest.has_value() || bounds.any();
+  }
 };
 
 struct ScanRunOutputs {

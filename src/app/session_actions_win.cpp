@@ -64,6 +64,10 @@ void reveal(const std::wstring& path) {
   startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
 }
 
+void openBin() {
+  startDetached([] { shellOpen(L"explorer.exe", L"shell:RecycleBinFolder"); });
+}
+
 } // namespace
 
 SessionActions makeSessionActions(AppState& state) {
@@ -82,6 +86,7 @@ SessionActions makeSessionActions(AppState& state) {
     });
   };
   actions.reveal = reveal;
+  actions.openBin = openBin;
   return actions;
 }
 

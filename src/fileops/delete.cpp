@@ -97,7 +97,7 @@ private:
   std::vector<std::wstring> realPathList() const;
   ShellOutcome removeAll();
   Journal journalOf() const;
-  void lookAfterwards();
+  void lookAfterwards(int shellCode);
   void log(const ShellOutcome& outcome);
 
   Machine& machine_;
@@ -205,7 +205,7 @@ void Deletion::execute() {
   const ShellOutcome outcome = intoBin ? machine_.shellDelete(realPathList(), true) : removeAll();
   const std::optional<BinFigures> after = bin();
   proof_.release();
-  lookAfterwards();
+  lookAfterwards(outcome.code);
   if (before && after && after->bytes > before->bytes) {
     result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
   }
@@ -242,13 +242,16 @@ Journal Deletion::journalOf() const {
   return journal;
 }
 
-void Deletion::lookAfterwards() {
+void Deletion::lookAfterwards(int shellCode) {
   for (Item& item : items_) {
     DeletedPath& one = item.path;
     result_.wouldDelete.push_back(one);
     if (folders_.facts(one.real).exists) {
       if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
       result_.bytes += one.lost.bytes;
+      if (request_.wantWhy) {
+        addStayed(machine_, folders_, one.real, one.folder, shellCode, result_.stayed);
+      }
       result_.left.push_back(std::move(one));
     } else {
       result_.bytes += one.measure.bytes;

@@ -39,6 +39,8 @@ inline constexpr const char* kJsonType = "application/json; charset=utf-8";
 struct HttpResponse {
   int status = 200;
   std::string contentType = kJsonType;
+  // Contents of a file: browsers must neither guess another type nor show it in pages of other sites.
+  bool guarded = false;
   // Shared, so that concurrent responses with the same large document do not copy it.
   std::shared_ptr<const std::string> body;
 
@@ -46,7 +48,8 @@ struct HttpResponse {
 };
 
 inline HttpResponse answer(int status, std::string body, std::string contentType = kJsonType) {
-  return {status, std::move(contentType), std::make_shared<const std::string>(std::move(body))};
+  return {status, std::move(contentType), false,
+          std::make_shared<const std::string>(std::move(body))};
 }
 
 // {"error":word}; the word is a program constant and is not escaped.

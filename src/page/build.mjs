@@ -9,8 +9,8 @@ import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 
-const MOST_BYTES = 300 * 1000;
-const MOST_GZIPPED = 85 * 1000;
+const MOST_BYTES = 340 * 1000;
+const MOST_GZIPPED = 100 * 1000;
 const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'dialogs'];
 
 const here = path.dirname(fileURLToPath(import.meta.url));
@@ -51,7 +51,7 @@ function policy(script, style) {
     `script-src ${hash(script)}`,
     `style-src ${hash(style)}`,
     "connect-src 'self'",
-    'img-src data:',
+    "img-src 'self' data:",
     "base-uri 'none'",
     "form-action 'none'",
     "require-trusted-types-for 'script'",

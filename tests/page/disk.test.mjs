@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
@@ -94,8 +94,9 @@ test('moving to the bin, and deleting permanently once the word is typed', async
   await mark(tree, 'a.raw');
   await says(tab, '1 item marked, 70.0 MB');
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item would go, 70.0 MB.');
-  await says(dialog, 'D:\\Photos\\2019\\a.raw');
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
+  await says(dialog, /^Free afterwards: D: /);
+  assert.deepEqual(await pathsIn(dialog, GOING), ['D:\\Photos\\2019\\a.raw']);
   await says(dialog, logPath);
   await becomes(() => focused(tab), 'Cancel');
   assert.deepEqual([pathsSent(sent, true).length, namesIn(`${d}/Photos/2019`)], [1, ['a.raw', 'b.raw']]);
@@ -136,14 +137,14 @@ test('refused items stay, and the dialog says why', async (t) => {
   await row(tree, 'Photos').click();
   await details.getByLabel('note.txt').check();
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item would go, 3 B.');
+  await says(dialog, '1 item will be deleted, 3 B.');
   await says(dialog, '1 item stays:');
-  await says(dialog, 'D:\\Windows (belongs to Windows)');
+  assert.deepEqual(await rowsOf(dialog.getByRole('grid', { name: '1 item stays:' })), [['Windows', 'belongs to Windows', 'D:\\']]);
   await tab.keyboard.press('Escape');
   await mark(tree, 'Windows');
   fs.renameSync(`${d}/Photos/note.txt`, `${folder}/note.txt`);
   await openDialog(tab);
-  await says(dialog, 'D:\\Photos\\note.txt (no longer there)');
+  await says(dialog, 'no longer there');
   fs.renameSync(`${folder}/note.txt`, `${d}/Photos/note.txt`);
   assert.deepEqual([await dialog.getByRole('button').allInnerTexts(), pathsSent(sent, true).length, pathsSent(sent, false)], [['Close'], 2, []]);
 });
@@ -155,7 +156,8 @@ test('what changes while the confirmation is open stays, and the dialog says so'
   const dialog = await openDialog(tab);
   fs.writeFileSync(`${d}/Photos/2019/new.raw`, 'nobody saw this');
   await dialog.getByRole('button', { name: /recycle bin$/ }).click();
-  await says(dialog, 'D:\\Photos (changed since you saw it');
+  await says(dialog, 'changed since you saw it, so it stays');
+  assert.deepEqual(await pathsIn(dialog, 'What stays, and why'), ['D:\\Photos']);
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual(namesIn(`${d}/Photos/2019`), ['a.raw', 'b.raw', 'new.raw']);
 
@@ -217,7 +219,7 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   fs.writeFileSync(`${d}/Copies/odd.bin`, content('p', 2));
   const dialog = await openDialog(tab, 'Compare and delete');
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
-  await says(dialog, '2 items would go, 6.00 MB.');
+  await says(dialog, '2 items will be deleted, 6.00 MB.');
   assert.equal(await confirm(dialog), '2 items deleted, 6.00 MB freed.');
   const wanted = [[first, 'D:\\Copies\\two.bin'], [second, 'E:\\Backup\\three.bin']];
   assert.deepEqual([pathsSent(sent, true), pathsSent(sent, false)], [wanted, wanted]);
@@ -234,8 +236,10 @@ test('emptying temporary folders, then the recycle bin', async (t) => {
   await card.getByRole('button', { name: 'Empty these folders' }).click();
   const dialog = tab.getByRole('dialog');
   await becomes(() => focused(tab), 'Cancel');
-  await dialog.getByRole('button', { name: 'Empty these folders' }).click();
-  await says(dialog, '2 items deleted, 1.18 GB freed.');
+  await says(dialog, '2 items will be deleted, 1.18 GB.');
+  assert.deepEqual(await rowsOf(dialog.getByRole('grid')), [['Temp', 'D:\\Windows', '1.18 GB', '2 files', '']]);
+  await dialog.getByRole('button', { name: 'Delete 2 items (1.18 GB) permanently' }).click();
+  await says(dialog, 'Temporary files: 2 items deleted, 1.18 GB freed.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Windows/Temp`), namesIn(`${d}/Windows`)], [[], ['Temp', 'win.ini']]);
   assert.equal(lastLogged(), 'LEEGGEMAAKT  1263534080  D:\\Windows\\Temp  (2 weg, 0 overgeslagen)');
@@ -245,8 +249,9 @@ test('emptying temporary folders, then the recycle bin', async (t) => {
   const binned = tab.getByText('Of it in the recycle bin since the scan');
   await binned.waitFor();
   await tab.getByRole('button', { name: 'Empty the recycle bin' }).click();
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
   assert.deepEqual(namesIn(trash), ['a.raw'], 'nothing happens before the confirmation');
-  await dialog.getByRole('button', { name: 'Empty the recycle bin' }).click();
+  await dialog.getByRole('button', { name: 'Delete 1 item (70.0 MB) permanently' }).click();
   await says(dialog, 'Recycle bin emptied: 1 item, 70.0 MB.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   await binned.waitFor({ state: 'detached' });
@@ -257,10 +262,10 @@ test('on a share, which has no bin, only permanent deletion is offered', async (
   const { tab, folder, trash, lastLogged } = await machine(t, { share: { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' }, scans: ['\\\\nas\\public'], section: 'explorer', title: 'Folders' });
   await mark(tab.getByRole('treegrid'), 'archive');
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item lies where there is no recycle bin. It would be gone for good:');
+  await says(dialog, '1 item lies where there is no recycle bin. It will be deleted permanently.');
   assert.equal(await dialog.getByText('Move to the recycle bin').isVisible(), false);
   await dialog.getByRole('textbox').fill('DELETE');
-  await dialog.getByRole('button', { name: 'Delete 1 item (60.0 MB) permanently' }).click();
+  await dialog.getByRole('button', { name: 'Delete 1 item (1 file, 60.0 MB) permanently' }).click();
   await says(dialog, '1 item deleted, 60.0 MB freed.');
   assert.deepEqual([namesIn(`${folder}/share`), fs.existsSync(trash) ? namesIn(trash) : [], lastLogged()], [['new.txt'], [], 'definitief  62914560  \\\\nas\\public\\archive']);
   await dialog.getByRole('button', { name: 'Close' }).click();

@@ -2,7 +2,7 @@
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { becomes, goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
+import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -157,7 +157,7 @@ test('late and truncated answers lose nothing', async (t) => {
   assert.equal(await dialog.getByRole('button', { name: /^Delete|^Move/ }).count(), 0);
   faults.lost = false;
   await dialog.getByRole('button', { name: 'Try again' }).click();
-  await says(dialog, '1 item would go, 70.0 MB.');
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
 });
 
 test('items that the recycle bin does not take need the confirmation word', async (t) => {
@@ -173,13 +173,13 @@ test('items that the recycle bin does not take need the confirmation word', asyn
   const tree = tab.getByRole('treegrid');
   for (const name of ['a', 'b']) await tree.locator('.trow', { hasText: new RegExp(`^${name}`) }).locator('.mark-cell').click();
   let dialog = await openDialog(tab);
-  await says(dialog, '2 items lie where there is no recycle bin. They would be gone for good:');
+  await says(dialog, '2 items lie where there is no recycle bin. They will be deleted permanently.');
   assert.equal(await dialog.getByLabel('Move to the recycle bin').isVisible(), false, 'the bin is not offered');
-  assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (150 MB) permanently' }).isDisabled());
+  assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB) permanently' }).isDisabled());
   await tab.keyboard.press('Escape');
   kept = ['b'];
   dialog = await openDialog(tab);
-  const go = dialog.getByRole('button', { name: 'Delete 2 items (150 MB), 1 of them permanently' });
+  const go = dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB), 1 of them permanently' });
   assert.ok(await go.isDisabled());
   await dialog.getByRole('textbox').fill('DELETE');
   await go.click();
@@ -197,7 +197,7 @@ test('what did not go into the bin, though it was to, is said', async (t) => {
   await tab.getByRole('treegrid').focus();
   await tab.keyboard.press('Control+a');
   let dialog = await openDialog(tab);
-  await dialog.getByRole('button', { name: 'Move 2 items (150 MB) to the recycle bin' }).click();
+  await dialog.getByRole('button', { name: 'Move 2 items (2 files, 150 MB) to the recycle bin' }).click();
   await says(dialog, '2 items deleted: 80.0 MB freed, 70.0 MB in the recycle bin.');
   await says(dialog, '80.0 MB did not go into the recycle bin: Windows deleted it permanently.');
   await dialog.getByRole('button', { name: 'Close' }).click();
@@ -229,7 +229,7 @@ test('possible duplicates of the advice are compared before they go', async (t) 
   await box('a\\film.mkv').check();
   await box('b\\photo.raw').check();
   const dialog = await openDialog(tab);
-  const would = () => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts();
+  const would = () => pathsIn(dialog, GOING);
   await becomes(would, [`${root}\\c`], 'first what was not marked as a copy');
   await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
   await dialog.getByRole('button', { name: 'Close' }).click();

@@ -333,7 +333,7 @@ describe('by keyboard alone', side, () => {
     await press('ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'End', 'Home', 'ArrowDown', ' ');
     await to('button', /^Delete marked/, 'Shift+Tab');
     await press('Enter');
-    await tab.getByText('1 item would go').waitFor();
+    await tab.getByText('1 item will be deleted').waitFor();
     await to('button', /^Move 1 item/);
     await press('Enter');
     await tab.getByRole('button', { name: 'Close' }).waitFor();
@@ -353,7 +353,7 @@ describe('by keyboard alone', side, () => {
     await tab.getByText('2 items marked').waitFor();
     await to('button', /^Delete marked/, 'Shift+Tab');
     await press('Enter');
-    await tab.getByText('2 items would go').waitFor();
+    await tab.getByText('2 items will be deleted').waitFor();
     await to('input', /^Move to/);
     await press('ArrowDown');
     await to('input', /^Type DELETE/);
@@ -377,7 +377,7 @@ describe('by keyboard alone', side, () => {
     await press('Enter');
     await to('button', /^Compare and delete/);
     await press('Enter');
-    await tab.getByText('2 items would go').waitFor();
+    await tab.getByText('2 items will be deleted').waitFor();
     await to('button', /^Move 2 items/);
     await press('Enter');
     await tab.getByRole('button', { name: 'Close' }).waitFor();

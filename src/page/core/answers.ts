@@ -50,6 +50,9 @@ export interface Job {
   noTurbo: string;
   partial?: string; // why a part of the target is missing
   gone?: boolean; // the scanned folder was deleted since
+  // Only while it runs:
+  elapsed?: number; // milliseconds
+  top?: { n: string; s: number }[]; // the folders in the root, largest first, with what was found in them so far
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
@@ -154,6 +157,14 @@ export interface ExtAnswer {
   total: number;
 }
 
+// What a dry run measured of one path.
+export interface DeleteItem {
+  s: number;
+  f: number; // files in it; 1 for a file
+  m: number;
+  dir?: boolean;
+}
+
 export interface DeleteAnswer {
   deleted: number;
   bytes: number;
@@ -165,6 +176,8 @@ export interface DeleteAnswer {
   wouldDelete: string[];
   noBin?: string[];
   seen?: string[]; // for each path of wouldDelete, what the program saw of it; sent back as it is
+  items?: DeleteItem[]; // for each path of wouldDelete
+  stayed?: { p: string; why: string }[]; // what is still there, or what inside it is the reason
   partial?: { p: string; bytes: number }[]; // folders of which only a part went
   logged?: boolean; // false if the log could not be written
 }
@@ -178,6 +191,35 @@ export interface CleanupAnswer {
   logged?: boolean;
 }
 
+// What emptying would find in the folders of an advice; `why` says that one is left alone.
+export interface CleanableAnswer {
+  folders: { p: string; s?: number; f?: number; entries?: number; why?: string }[];
+}
+
+export interface BinsAnswer {
+  bytes: number;
+  items: number;
+  bins: { p: string; bytes: number; items: number }[];
+}
+
+export interface LogEntry {
+  kind: string;
+  at?: string; // "YYYY-MM-DD hh:mm:ss"
+  p?: string;
+  bytes?: number;
+  partly?: boolean;
+  interrupted?: boolean;
+  left?: number;
+  paths?: number;
+  deleted?: number;
+  skipped?: number;
+}
+
+export interface LogAnswer {
+  entries: LogEntry[];
+  more: boolean;
+}
+
 export interface Hit extends FileItem {
   job: number;
   lock?: string;
@@ -188,6 +230,10 @@ interface RunOptions {
   exts?: string;
   names?: string;
   min?: number;
+  max?: number;
+  after?: number;
+  before?: number;
+  in?: string;
   sort?: string;
   ssh_skipped?: { id: number; label: string }[];
   failed?: { id: number; label: string; error: string }[];
@@ -239,6 +285,7 @@ export interface AcrossAnswer extends Running {
   count?: number;
   waste?: number;
   capped?: boolean;
+  emptied?: boolean; // all groups that there were have gone
   skipped?: { cloud?: number; unreadable?: number; changed?: number };
   opts?: RunOptions;
 }

@@ -91,4 +91,5 @@ export const size = (bytes: number): string => units.formatSize(bytes, locale())
 export const count = (value: number): string => units.formatCount(value, locale());
 export const seconds = (value: number): string => units.formatSeconds(value, locale());
 export const date = (milliseconds: number): string => units.formatDate(milliseconds, locale());
+export const time = (milliseconds: number): string => units.formatTime(milliseconds, locale());
 export const percent = (share: number): string => units.formatPercent(share, locale());

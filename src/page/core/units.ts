@@ -40,11 +40,16 @@ export const formatCount = (value: number, locale: string): string => decimals(l
 
 export const formatSeconds = (seconds: number, locale: string): string => `${decimals(locale, 1, true).format(seconds)} s`;
 
-// The locale's short date; empty if the time is unknown or out of range.
-export function formatDate(milliseconds: number, locale: string): string {
+function formatMoment(milliseconds: number, locale: string, options: Intl.DateTimeFormatOptions): string {
   if (!(milliseconds > 0 && milliseconds < 8.64e15)) return '';
-  return keptFormat(`d${locale}`, () => new Intl.DateTimeFormat(locale, { dateStyle: 'short' })).format(milliseconds);
+  return keptFormat(`d${locale}${options.timeStyle ?? ''}`, () => new Intl.DateTimeFormat(locale, { dateStyle: 'short', ...options })).format(milliseconds);
 }
+
+// The locale's short date; empty if the time is unknown or out of range.
+export const formatDate = (milliseconds: number, locale: string): string => formatMoment(milliseconds, locale, {});
+
+// The same with hours and minutes.
+export const formatTime = (milliseconds: number, locale: string): string => formatMoment(milliseconds, locale, { timeStyle: 'short' });
 
 // The share of a part in a whole, from 0 to 1; 0 if the whole is 0.
 export const shareOf = (part: number, whole: number): number => (whole > 0 ? Math.min(1, Math.max(0, part / whole)) : 0);

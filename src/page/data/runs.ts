@@ -119,7 +119,7 @@ function dropCopies(gone: Gone): void {
     return files.length === group.files.length ? group : { ...group, files, c, waste: Math.max(0, c - 1) * group.s };
   }).filter((group) => group.files.length > 1);
   state.across = {
-    ...across, groups, shown: groups.length, count: Math.max(groups.length, (across.count ?? 0) - (across.groups.length - groups.length)),
+    ...across, groups, emptied: groups.length === 0, shown: groups.length, count: Math.max(groups.length, (across.count ?? 0) - (across.groups.length - groups.length)),
     waste: groups.reduce((sum, group) => sum + group.waste, 0),
   };
   changed('across');

@@ -57,6 +57,7 @@ export const state = {
   type: '', // the type on view
   types: new Map<string, ExtAnswer | string>(), // by extension: its folders and files, or why there are none
   finding: '', // the finding to scroll to
+  folded: new Set<string>(), // findings whose cards are collapsed
   find: null as FindAnswer | null,
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only

@@ -6,6 +6,7 @@ import { form } from '../data/api';
 import { state } from '../data/state';
 import { openDialog } from '../ui/dialog';
 import { button, el, fill, rest, wholePath } from '../ui/dom';
+import { openLog } from './log';
 
 // Only web addresses become links.
 const safeLink = (address: string, text: string): HTMLElement =>
@@ -40,6 +41,7 @@ export function openAbout(): void {
       targets ? el('dl', { class: 'stack' },
         fact(t('abRights'), t(targets.elevated ? 'abElevated' : 'abNotElevated')),
         fact(t('abLog'), wholePath(targets.logPath))) : null,
+      el('div', {}, button(t('showLog'), openLog, { icon: 'info' })),
       el('div', { class: 'stack' }, el('div', {}, ask), answer, el('p', { class: 'small muted' }, t('upPrivacy'))),
     ],
   });

@@ -4,7 +4,9 @@ import { isRemote } from '../core/job';
 import { baseName, joinPath } from '../core/paths';
 import { isFolder, isItem, type Entry } from '../core/tree';
 import { shareOf } from '../core/units';
+import { linkTo } from '../data/api';
 import { loadFiles } from '../data/folders';
+import { viewJob } from '../data/jobs';
 import { jobOnView, listen, state, treeOf } from '../data/state';
 import { button, choice, el, fill, inert, iconButton, wholePath } from '../ui/dom';
 import { copyText } from '../ui/toast';
@@ -19,8 +21,19 @@ const FETCH_MS = 250;
 interface Found {
   p: string;
   m: number;
+  job: number;
   lock?: string;
   names?: string[];
+}
+
+const IMAGE = /\.(png|jpe?g|jfif|gif|webp|bmp)$/i;
+
+// Only of duplicates, and only where the program shows files of the machine it runs on. What is no image after
+// all leaves no trace.
+function preview({ p, names }: Found): HTMLElement | null {
+  if (!names || !state.hello.canQuit || !IMAGE.test(p)) return null;
+  const image = el('img', { class: 'preview', alt: '', src: linkTo('/api/preview', { p }), on: { error: () => image.remove() } });
+  return image;
 }
 
 const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0 };
@@ -59,15 +72,23 @@ export function showHit(found: Found, bytes: number): void {
   drawSoon();
 }
 
+// A hit may be in another scan than the one on view.
+function openOf({ job, p }: Found, open: (path: string) => void): void {
+  viewJob(job);
+  open(p);
+}
+
 function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, close: HTMLElement): void {
   const names = found.names ?? [];
   fill(root, el('div', { class: 'stack wide' },
-    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close),
+    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close), preview(found),
     el('dl', {}, fact(t('dtSize'), size(s)), m > 0 ? fact(t('dtDate'), date(m)) : null, fact(t('dtPath'), wholePath(path))),
     found.lock ? el('p', { class: 'small' }, t('locked', { why: phrase('r_', found.lock) })) : null,
     el('div', { class: 'actions' },
       button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
-      button(t('reveal'), () => void reveal(path), { icon: 'reveal' })),
+      button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      state.results.has(found.job) ? button(t('dtOpenExplorer'), () => openOf(found, openInExplorer), { icon: 'explorer' }) : null,
+      state.results.has(found.job) ? button(t('dtOpenMap'), () => openOf(found, openInMap), { icon: 'map' }) : null),
     names.length > 0 ? el('section', { class: 'stack' }, el('p', { class: 'small muted' }, t('acHard', { n: names.length })),
       el('ul', { class: 'small' }, names.slice(0, LISTED_FILES).map((one) => el('li', {}, wholePath(one))))) : null));
 }

@@ -78,7 +78,7 @@ export const goTo = async (tab, section, title) => {
 export async function openDialog(tab, button = 'Delete marked') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByText(/would go,|None of this/).waitFor();
+  await dialog.getByText(/will be deleted,|None of this/).waitFor();
   return dialog;
 }
 
@@ -103,6 +103,11 @@ export const mark = (table, name) => row(table, name).locator('.mark-cell').clic
 // The texts of the cells of all rows in the document.
 export const rowsOf = (table) => table.locator('.trow[aria-rowindex]').evaluateAll((rows) => rows
   .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => [...one.children].map((cell) => cell.innerText.trim())));
+
+// The paths of the rows that a dialog shows in one of its tables.
+export const pathsIn = (dialog, name) => dialog.getByRole('grid', { name }).locator('.trow[title]').evaluateAll((rows) => rows
+  .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => one.title));
+export const GOING = 'What will be deleted';
 
 // Scans a path typed into the picker and waits for its overview.
 export async function scan(tab, target) {

@@ -25,6 +25,7 @@ struct App {
   int elevations = 0;
   bool elevated = true;
   std::vector<std::wstring> revealed;
+  int binsOpened = 0;
 
   App() {
     auto memory = std::make_unique<MemoryDisk>();
@@ -57,6 +58,7 @@ struct App {
     state.session.quitSoon = [this] { ++quits; };
     state.session.elevated = [this] { return elevated; };
     state.session.elevateSoon = [this] { ++elevations; };
+    state.session.openBin = [this] { ++binsOpened; };
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
   }
 
