@@ -15,23 +15,52 @@ constexpr std::chrono::seconds kRoomWait{1};
 
 ConnectionSeat::~ConnectionSeat() { table_.leave(*this); }
 
-bool ConnectionSeat::keep() { return table_.keep(*this); }
+bool ConnectionSeat::keep() { return table_.become(*this, Stage::kept); }
 
-bool ConnectionSeat::hold(std::size_t bytes) { return table_.hold(*this, bytes); }
+bool ConnectionSeat::work() { return table_.become(*this, Stage::working); }
+
+void ConnectionSeat::finish() {
+  tryHold(0);
+  table_.become(*this, Stage::finished);
+}
+
+ConnectionSeat::Room ConnectionSeat::tryHold(std::size_t bytes) {
+  const std::lock_guard lock(table_.mutex_);
+  return table_.hold(*this, bytes);
+}
+
+bool ConnectionSeat::hold(std::size_t bytes) {
+  std::unique_lock lock(table_.mutex_);
+  Room room = table_.hold(*this, bytes);
+  if (room != Room::later) return room == Room::granted;
+  table_.freed_.wait_for(lock, kRoomWait, [&] { return closing_ || table_.fits(*this, bytes); });
+  if (closing_ || !table_.fits(*this, bytes)) return false;
+  table_.setHeld(*this, bytes);
+  return true;
+}
+
+void ConnectionTable::close(ConnectionSeat& seat) {
+  seat.closing_ = true;
+  if (onClosing_) onClosing_();
+}
 
 // Tells the longest-waiting of the seats that count to close, if there are as many as the bound
-// allows. False when all of them are kept.
+// allows; where nobody waits, the one that has been there longest of those that are only still
+// being sent their answer. False when there is neither.
 template <typename Counts> bool ConnectionTable::makeRoom(std::size_t bound, Counts counts) {
   std::size_t count = 0;
-  ConnectionSeat* oldest = nullptr;
+  ConnectionSeat* waiting = nullptr;
+  ConnectionSeat* finished = nullptr;
   for (ConnectionSeat* seat : seats_) {
     if (seat->closing_ || !counts(*seat)) continue;
     ++count;
-    if (oldest == nullptr && !seat->kept_) oldest = seat;
+    if (waiting == nullptr && seat->stage_ == Stage::waiting) waiting = seat;
+    if (finished == nullptr && seat->stage_ == Stage::finished) finished = seat;
   }
   if (count < bound) return true;
+  ConnectionSeat* const oldest = waiting != nullptr ? waiting : finished;
   if (oldest == nullptr) return false;
-  oldest->closing_ = true;
+  close(*oldest);
   return true;
 }
 
@@ -47,7 +76,7 @@ std::unique_ptr<ConnectionSeat> ConnectionTable::enter(std::uint32_t address) {
            static_cast<std::ptrdiff_t>(bounds_.closing);
   });
   const auto same = [address](const ConnectionSeat& one) { return one.address_ == address; };
-  const auto notKept = [](const ConnectionSeat& one) { return !one.kept_; };
+  const auto notKept = [](const ConnectionSeat& one) { return one.stage_ == Stage::waiting; };
   const auto any = [](const ConnectionSeat&) { return true; };
   const bool room = (isLoopbackAddress(address) || makeRoom(bounds_.perAddress, same)) &&
                     makeRoom(bounds_.notKept, notKept) && makeRoom(bounds_.connections, any);
@@ -66,9 +95,9 @@ void ConnectionTable::leave(ConnectionSeat& seat) {
   freed_.notify_all();
 }
 
-bool ConnectionTable::keep(ConnectionSeat& seat) {
+bool ConnectionTable::become(ConnectionSeat& seat, Stage stage) {
   const std::lock_guard lock(mutex_);
-  seat.kept_ = true;
+  seat.stage_ = stage;
   return !seat.closing_;
 }
 
@@ -79,42 +108,47 @@ bool ConnectionTable::closeLargest(ConnectionSeat& asking, std::size_t wanted) {
     return &seat == &asking ? wanted : seat.held_;
   };
   ConnectionSeat* largest = nullptr;
-  for (const bool kept : {false, true}) {
+  for (const Stage stage : {Stage::waiting, Stage::kept}) {
     for (ConnectionSeat* seat : seats_) {
-      if (seat->closing_ || seat->kept_ != kept || bytesOf(*seat) <= bounds_.alwaysHeld) continue;
+      if (seat->closing_ || seat->stage_ != stage || bytesOf(*seat) <= bounds_.alwaysHeld) continue;
       if (largest == nullptr || bytesOf(*seat) > bytesOf(*largest)) largest = seat;
     }
     if (largest != nullptr) break;
   }
   if (largest == nullptr || largest == &asking) return false;
-  largest->closing_ = true;
+  close(*largest);
   return true;
 }
 
-bool ConnectionTable::hold(ConnectionSeat& seat, std::size_t bytes) {
-  std::unique_lock lock(mutex_);
-  if (seat.closing_) return false;
-  const auto fits = [&] { return heldBytes_ - seat.held_ + bytes <= bounds_.heldBytes; };
-  // What those that are closing hold is as good as free; it only takes them a moment.
-  const auto willFit = [&] {
-    std::size_t staying = bytes;
-    for (const ConnectionSeat* one : seats_) {
-      if (one != &seat && !one->closing_) staying += one->held_;
-    }
-    return staying <= bounds_.heldBytes;
-  };
-  if (bytes > seat.held_ && !fits()) {
-    bool room = true;
-    while (room && !willFit()) room = closeLargest(seat, bytes);
-    room = room && freed_.wait_for(lock, kRoomWait, fits);
-    if ((!room && bytes > bounds_.alwaysHeld) || seat.closing_) return false;
+bool ConnectionTable::fits(const ConnectionSeat& seat, std::size_t bytes) const {
+  return heldBytes_ - seat.held_ + bytes <= bounds_.heldBytes;
+}
+
+// What those that are closing hold is as good as free; it only takes them a moment.
+bool ConnectionTable::willFit(const ConnectionSeat& seat, std::size_t bytes) const {
+  std::size_t staying = bytes;
+  for (const ConnectionSeat* one : seats_) {
+    if (one != &seat && !one->closing_) staying += one->held_;
   }
+  return staying <= bounds_.heldBytes;
+}
+
+void ConnectionTable::setHeld(ConnectionSeat& seat, std::size_t bytes) {
   const bool less = bytes < seat.held_;
   heldBytes_ = heldBytes_ - seat.held_ + bytes;
   seat.held_ = bytes;
-  lock.unlock();
   if (less) freed_.notify_all();
-  return true;
+}
+
+ConnectionTable::Room ConnectionTable::hold(ConnectionSeat& seat, std::size_t bytes) {
+  if (seat.closing_) return Room::denied;
+  if (bytes > seat.held_ && !fits(seat, bytes)) {
+    bool room = true;
+    while (room && !willFit(seat, bytes)) room = closeLargest(seat, bytes);
+    if (bytes > bounds_.alwaysHeld) return room ? Room::later : Room::denied;
+  }
+  setHeld(seat, bytes);
+  return Room::granted;
 }
 
 std::size_t ConnectionTable::heldBytes() const {

@@ -40,6 +40,15 @@ TEST_CASE("too many connections: the longest-waiting without a key goes, never a
   for (const auto& seat : near) CHECK(seat->keep());
   CHECK(table.enter(kNear)->mustClose());
 
+  // Whose answer is only still being sent goes where all others are kept.
+  near[1]->finish();
+  const auto newer = table.enter(kNear);
+  CHECK_FALSE(newer->mustClose());
+  CHECK(closing(near) == 1);
+  near.erase(near.begin() + 1);
+  CHECK(newer->keep());
+  CHECK(table.enter(kNear)->mustClose());
+
   // Loopback has no bound of its own; all together have one for those that are not kept.
   Seats local = entered(table, 6, kLoopbackAddress);
   CHECK(closing(local) == 0);
@@ -64,7 +73,10 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   CHECK(closing(seats) == 0);
   CHECK(table.heldBytes() == 1'000);
 
-  // The one that must close gives its bytes up a moment later.
+  // The one that must close gives its bytes up a moment later. What a request is worked on with
+  // cannot be given up.
+  CHECK(seats[0]->work());
+  CHECK(seats[2]->tryHold(150) == ConnectionSeat::Room::later);
   std::thread leaver([&seats] {
     while (!seats[1]->mustClose()) std::this_thread::yield();
     seats[1].reset();
@@ -74,6 +86,8 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   CHECK(table.heldBytes() == 750);
   CHECK_FALSE(seats[0]->mustClose());
   CHECK(seats[3]->hold(250));
+  CHECK_FALSE(seats[2]->hold(260)); // all that is left
+  CHECK(seats[0]->keep());
   CHECK(seats[3]->hold(20));
   CHECK(seats[2]->hold(10));
   CHECK(seats[3]->hold(10));
