@@ -1,5 +1,6 @@
 #include "app/session_actions_win.h"
 
+#include "app/open_item_win.h"
 #include "app/relaunch_win.h"
 #include "base/detached_thread.h"
 #include "win/elevation.h"
@@ -82,6 +83,7 @@ SessionActions makeSessionActions(AppState& state) {
     });
   };
   actions.reveal = reveal;
+  actions.open = openItemSoon;
   return actions;
 }
 

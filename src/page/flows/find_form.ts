@@ -34,3 +34,10 @@ export function findAll(type: string): void {
   goTo('find');
   void startFinding();
 }
+
+// Opens the finder with a size to begin with.
+export function findLarge(bytes: number): void {
+  const mebi = Math.max(1, Math.floor(bytes / MEBI));
+  Object.assign(entered, { names: '', exts: '', min: String(mebi), unit: 'MB', sort: BY_SIZE });
+  goTo('find');
+}

@@ -25,6 +25,7 @@ struct App {
   int elevations = 0;
   bool elevated = true;
   std::vector<std::wstring> revealed;
+  std::vector<std::pair<Opening, std::wstring>> opened;
 
   App() {
     auto memory = std::make_unique<MemoryDisk>();
@@ -58,6 +59,10 @@ struct App {
     state.session.elevated = [this] { return elevated; };
     state.session.elevateSoon = [this] { ++elevations; };
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
+    state.session.open = [this](Opening what, const std::wstring& path) {
+      opened.emplace_back(what, path);
+      return std::string_view();
+    };
   }
 
   // Background runs use the state until they end.
