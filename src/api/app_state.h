@@ -17,9 +17,13 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace vorda {
+
+// What /api/open opens: a folder or a document, a terminal in a folder, or the properties.
+enum class Opening { item, terminal, properties };
 
 // What the session endpoints do outside this process's own data.
 struct SessionActions {
@@ -29,6 +33,8 @@ struct SessionActions {
   std::function<void()> elevateSoon;               // replaces this process by an elevated one
   std::function<void(const std::wstring&)> reveal; // shows a path in Explorer
   std::function<void()> openBin;                   // shows the recycle bin in Explorer
+  // Returns at once: empty, or why the path is not opened.
+  std::function<std::string_view(Opening, const std::wstring&)> open;
 };
 
 // The path that the user started the program with. The page that is opened for it may scan it without

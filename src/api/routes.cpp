@@ -6,6 +6,7 @@
 #include "api/jobs_api.h"
 #include "api/listing_api.h"
 #include "api/log_api.h"
+#include "api/open_api.h"
 #include "api/preview_api.h"
 #include "api/search_api.h"
 #include "api/session_api.h"
@@ -37,6 +38,7 @@ const std::vector<Route>& routes() {
       {"/api/dirs", "", [](State& s, Request& r) { return scannedFolder(r, s.jobs); }},
       {"/api/scan", "POST", [](State& s, Request& r) { return startScan(r, s.jobs, s.steps); }},
       {"/api/ext", "", [](State& s, Request& r) { return scannedType(r, s.jobs); }},
+      {"/api/types", "", [](State& s, Request& r) { return scannedTypes(r, s.jobs); }},
       {"/api/export", "", [](State& s, Request& r) { return exportCsv(r, s.jobs); }},
       {"/api/result", "", [](State& s, Request& r) { return jobResult(r, s.jobs); }},
       {"/api/cancel", "", [](State& s, Request& r) { return cancelJob(r, s.jobs); }},
@@ -78,6 +80,7 @@ const std::vector<Route>& routes() {
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, Request&) { return quit(s); }},
+      {"/api/open", "POST", [](State& s, Request& r) { return openItem(s, r); }},
       {"/api/reveal", "", [](State& s, Request& r) { return reveal(s, r); }},
   };
   return table;

@@ -39,5 +39,6 @@ inline constexpr std::string_view kUnreadable = "unreadable"; // a folder that i
 inline constexpr std::string_view kEmptyFailed = "emptyFailed";
 inline constexpr std::string_view kQuitRefused = "quitRefused";
 inline constexpr std::string_view kElevateRefused = "elevateRefused";
+inline constexpr std::string_view kProgramRefused = "programRefused";
 
 } // namespace vorda::words

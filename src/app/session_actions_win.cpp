@@ -1,5 +1,6 @@
 #include "app/session_actions_win.h"
 
+#include "app/open_item_win.h"
 #include "app/relaunch_win.h"
 #include "base/detached_thread.h"
 #include "win/elevation.h"
@@ -87,6 +88,7 @@ SessionActions makeSessionActions(AppState& state) {
   };
   actions.reveal = reveal;
   actions.openBin = openBin;
+  actions.open = openItemSoon;
   return actions;
 }
 

@@ -1,9 +1,10 @@
 // The modules in core/, without a browser.
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { bin, winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const { bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, selection, squarify, steps, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -76,8 +77,9 @@ test('failure words have a text in every language, unknown ones are shown as the
   }
   // Why turbo was not used, also when it failed.
   i18n.setLanguage('en');
+  for (const word of ['mftOpenFailed', 'mftBoot', 'mftNotNtfs', 'mftLayout', 'mftUnreadable', 'mftCorrupt', 'mftNoData', 'mftRecordCount', 'mftMemory']) assert.ok(i18n.known(`t_${word}`), word);
   assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
-    'turbo needs administrator rights', 'turbo needs administrator rights', 'the file table could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
+    'turbo needs administrator rights', 'turbo needs administrator rights', 'the start of the drive could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
   assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');
@@ -93,10 +95,10 @@ test('failure words have a text in every language, unknown ones are shown as the
 test('no dictionary contains English text', () => {
   // Texts that are the same in both languages.
   const alike = {
-    nl: ['scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
-    fr: ['sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
+    nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
+    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
     es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
-    pt: ['acRunning'],
+    pt: ['colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'acRunning'],
   };
   const everywhere = ['title', 'turbo', 's_turbo', 'progressLine', 'how_ssh', 'mapTile', 'fiExtsHint'];
   for (const [lang, keys] of Object.entries(alike)) {
@@ -115,23 +117,31 @@ const doc = (over = {}) => ({
   ] }, ...over,
 });
 
-test('the tree combines the pruned tree, fetched folders and large files', () => {
+test('the tree combines the pruned tree, fetched folders and files of any size', () => {
   const scan = new tree.ScanTree(doc());
   const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
-  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', 'loose  20 2']);
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', `loose  ${20 - 10 / MiB} 1`, `file small ${10 / MiB} 1`]);
   assert.deepEqual(names('C:\\d\\a'), ['loose  90 3', 'file big.iso 60 1']);
   assert.ok(scan.needsLoading('C:\\d'));
   scan.startLoading('C:\\d');
   assert.ok(!scan.needsLoading('C:\\d'));
   scan.setFolders('C:\\d', { path: 'C:\\d', s: 300 * MiB, f: 9, dirs: [{ n: 'a', s: 150 * MiB, f: 4 }, { n: 'b', s: 40 * MiB, f: 2 }, { n: 'none', s: 0, f: 0 }], total: 3 });
-  scan.setFiles('C:\\d', { path: 'C:\\d', files: [{ n: 'film.mkv', s: 90 * MiB, m: 7 }, { n: 'tiny', s: 1, m: 0 }], total: 2, dirs: 3 });
-  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'loose  20 2', 'folder none 0 0']);
+  const listing = (files, total) => ({ path: 'C:\\d', files: files.map(([n, s]) => ({ n, s: s * MiB, m: 7 })), total, dirs: 3 });
+  scan.setFiles('C:\\d', listing([['film.mkv', 90]], 4));
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'folder none 0 0', 'more  20 3']);
+  scan.setFiles('C:\\d', listing([['c', 8], ['b', 8]], 4), 2);
+  assert.equal(scan.entries('C:\\d').at(-1).n, 3, 'a page that does not continue the list is left out');
+  scan.setFiles('C:\\d', listing([['c', 8], ['b', 8], ['tiny', 1]], 4), 1);
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'file b 8 1', 'file c 8 1', 'file tiny 1 1', 'folder none 0 0', 'gone  3 0']);
+  const order = (by, down, foldersFirst = false) => scan.arrangedEntries('C:\\d', { by, down, foldersFirst, measure: 's' }).map((entry) => entry.name || entry.kind).join();
+  assert.deepEqual([order('name', false), order('name', true, true), order('type', false), order('date', true)],
+    ['a,b,b,c,film.mkv,none,tiny,gone', 'none,b,a,tiny,film.mkv,c,b,gone', 'a,b,b,c,tiny,none,film.mkv,gone', 'film.mkv,b,c,tiny,a,b,none,gone']);
   const rows = tree.treeRows(scan, new Set(['C:\\d', 'C:\\d\\a', 'C:\\d\\none']));
-  assert.deepEqual(rows.map((row) => [row.entry.name, row.depth, row.parent, row.open]),
-    [['C:\\d', 0, -1, true], ['a', 1, 0, true], ['', 2, 1, false], ['big.iso', 2, 1, false], ['film.mkv', 1, 0, false], ['b', 1, 0, false], ['', 1, 0, false], ['none', 1, 0, false]]);
+  assert.deepEqual(rows.map((row) => [row.entry.name, row.depth, row.parent, row.open]).slice(0, 5),
+    [['C:\\d', 0, -1, true], ['a', 1, 0, true], ['', 2, 1, false], ['big.iso', 2, 1, false], ['film.mkv', 1, 0, false]]);
   assert.deepEqual([tree.findTyped(rows, 0, 'B'), tree.findTyped(rows, 4, 'b'), tree.findTyped(rows, 0, 'zz')], [3, 5, -1]);
   scan.setFailed('C:\\d\\b', 'offline');
-  assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => entry.kind), ['failed']);
+  assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => [entry.kind, entry.name]), [['failed', 'offline']]);
   assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder can be loaded again');
   for (const n of ['C:', 'C:\\', 'C:\\d\\']) {
     const odd = new tree.ScanTree(doc({ tree: { n, s: 90 * MiB, f: 2, c: [{ n: 'in', s: 9, f: 1 }] }, files: [{ p: `${n.replace(/\\$/, '')}\\x.iso`, s: 60 * MiB, m: 0 }] }));
@@ -142,24 +152,118 @@ test('the tree combines the pruned tree, fetched folders and large files', () =>
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });
 
-test('tiles of the map have the right areas and stay inside', () => {
-  const area = { x: 3, y: 5, w: 401, h: 233 };
-  for (const values of [[1], [5, 3, 1, 1], Array.from({ length: 400 }, (_, i) => 1000 / (i + 1)), [1e15, 1, 1], [7, 7, 7, 7, 7]]) {
-    const rects = squarify.squarify(values, area);
-    const total = values.reduce((sum, value) => sum + value, 0);
-    rects.forEach((rect, i) => assert.ok(Math.abs(rect.w * rect.h - (values[i] / total) * area.w * area.h) < 1e-3, `${i} of ${values.length}`));
-    assert.ok(rects.every((rect) => rect.x >= area.x - 1e-6 && rect.y >= area.y - 1e-6 && rect.x + rect.w <= area.x + area.w + 1e-6 && rect.y + rect.h <= area.y + area.h + 1e-6));
+test('what is on the disk, and what comes back, also for what is not listed', () => {
+  const scan = new tree.ScanTree(doc({ tree: { n: 'C:\\d', s: 100, a: 80, x: 70, f: 3, c: [] }, files: [] }));
+  scan.setFolders('C:\\d', { path: 'C:\\d', s: 100, a: 80, x: 70, f: 3, dirs: [{ n: 'in', s: 50, a: 60, x: 10, f: 1 }] });
+  scan.setFiles('C:\\d', { files: [{ n: 'f', s: 30, a: 4, x: 4, cl: 26, m: 0 }], total: 2, dirs: 1 });
+  assert.deepEqual(scan.entries('C:\\d').map(({ kind, s, a, x, cl }) => [kind, s, a, x, cl]), [['folder', 50, 60, 10, undefined], ['file', 30, 4, 4, 26], ['more', 20, 16, 56, undefined]]);
+});
+
+// The tree of an invented folder: nodes with children, sizes that need not add up, chains and hundreds of
+// small ones.
+function randomTree(random, depth, size) {
+  const node = { size, folder: depth > 0 && size > 2e9 && random() < 0.8, children: [] };
+  if (!node.folder) return node;
+  const count = random() < 0.2 ? 1 : Math.floor(random() ** 3 * 300) + 1;
+  const whole = random() < 0.5;
+  let left = size;
+  for (let i = 0; i < count && left > 0; ++i) {
+    const part = count === 1 && whole ? size : Math.floor(left * random() * (count < 8 ? 0.6 : 0.05));
+    node.children.push(randomTree(random, depth - 1, part));
+    left -= part;
   }
-  assert.ok(squarify.squarify([0, 0], area).every((rect) => rect.w === 0));
-  const children = { top: ['a', 'b', 'c'], a: ['x', 'y'] };
-  const size = { a: 60, b: 39.9999, c: 0.0001, x: 40, y: 20 };
-  const layout = squarify.layoutMap('top', { x: 0, y: 0, w: 400, h: 300 }, (item) => (children[item] ?? []).map((name) => ({ item: name, size: size[name] })), 5, 18);
-  assert.deepEqual(layout.tiles.map((tile) => [tile.item, tile.level, tile.branch, tile.heading]), [['a', 0, 0, true], ['b', 0, 1, false], ['x', 1, 0, false], ['y', 1, 0, false]]);
-  assert.equal(layout.melted.length, 1, 'tiles too small to draw become a rest');
-  const inside = layout.tiles[2];
-  assert.equal(squarify.tileAt(layout.tiles, inside.x + 1, inside.y + 1), 2);
-  const own = layout.tiles.slice(0, 2);
-  assert.equal(squarify.nearestTile(own, 0, own[1].x > own[0].x ? 1 : 0, own[1].x > own[0].x ? 0 : 1), 1);
+  node.children.sort((a, b) => b.size - a.size);
+  return node;
+}
+
+test('every tile of the map has its share of the area, at all depths, and nothing is missing', () => {
+  let state = 3;
+  const random = () => (state = (Math.imul(state, 1_664_525) + 1_013_904_223) >>> 0) / 2 ** 32;
+  const source = { childrenOf: (node) => node.children, sizeOf: (node) => node.size, isFolder: (node) => node.folder };
+  let looked = 0;
+  for (let round = 0; round < 12; ++round) {
+    const top = { ...randomTree(random, 6, 1e12), folder: true };
+    const area = { x: 0, y: 0, w: 300 + Math.floor(random() * 1200), h: 200 + Math.floor(random() * 700) };
+    const share = (size) => (size / top.size) * area.w * area.h;
+    for (const deepest of [1, 2, 4, 7]) {
+      const tiles = map_layout.layoutMap(top, area, source, deepest);
+      looked += tiles.length;
+      const held = new Map();
+      let worst = 0;
+      for (const tile of tiles) {
+        const around = tile.parent < 0 ? area : tiles[tile.parent];
+        const beyond = Math.max(around.x - tile.x, around.y - tile.y, tile.x + tile.w - around.x - around.w, tile.y + tile.h - around.y - around.h);
+        const other = tile.rest ? 0 : share(Math.abs(tile.size - tile.item.size));
+        worst = Math.max(worst, Math.abs(tile.w * tile.h - share(tile.size)), other, beyond);
+        held.set(tile.parent, (held.get(tile.parent) ?? 0) + tile.w * tile.h);
+      }
+      assert.ok(worst < 1, `wrong by ${worst} pixels`);
+      for (const [parent, sum] of held) assert.ok(Math.abs(sum - (parent < 0 ? area.w * area.h : tiles[parent].w * tiles[parent].h)) < 1, 'the tiles fill their folder');
+      assert.ok(tiles.every((tile, index) => tile.inside === held.has(index)) && tiles.every((tile) => tile.level < deepest));
+    }
+  }
+  assert.ok(looked > 20_000, `${looked} tiles`);
+});
+
+test('tiles of the map: chains, what is not known, and what has grown since', () => {
+  const node = (size, ...children) => ({ size, folder: true, children });
+  const file = (size) => ({ size, folder: false, children: [] });
+  const source = { childrenOf: (one) => one.children, sizeOf: (one) => one.size, isFolder: (one) => one.folder };
+  const layout = (top, depth = 5) => map_layout.layoutMap(top, { x: 0, y: 0, w: 400, h: 250 }, source, depth);
+  const brief = (tiles) => tiles.map((tile) => `${tile.rest ? `rest of ${tile.count}` : 'item'} ${Math.round(tile.size)} ${tile.level}${tile.joined ? ' joined' : ''}`);
+  assert.deepEqual(brief(layout(node(100, file(10)))), ['item 10 0', 'rest of 0 90 0'], 'what is not listed is not stretched');
+  assert.deepEqual(brief(layout(node(100, node(100, node(100, file(60), file(40)))))), ['item 100 0', 'item 100 0 joined', 'item 60 1', 'item 40 1']);
+  assert.deepEqual(brief(layout(node(100, node(100)))), ['item 100 0'], 'a folder whose contents are not known is one tile');
+  assert.deepEqual(brief(layout(node(100, file(90), file(60)))), ['item 60 0', 'item 40 0'], 'more than the folder has');
+  const many = Array.from({ length: 500 }, () => file(0.002));
+  assert.deepEqual(brief(layout(node(100, file(99), ...many))), ['item 99 0', 'rest of 500 1 0']);
+  const rects = squarify.squarify([6, 4, 3], { x: 0, y: 0, w: 100, h: 50 });
+  assert.equal(map_layout.tileAt(layout(node(100, file(60), file(40))), 1, 1), 0);
+  assert.deepEqual([map_layout.nearestTile(rects, 0, 1, 0), map_layout.nearestTile(rects, 0, -1, 0), map_layout.nearestTile([], 0, 1, 0)], [1, 0, -1]);
+});
+
+// The colours of the map are told apart with any colour vision, and carry dark text.
+test('colours of the map: text on them, edges between them, and distance for colour-blind eyes', () => {
+  const css = fs.readFileSync(new URL('../../src/page/css/tokens.css', import.meta.url), 'utf8');
+  const token = (name) => [1, 3, 5].map((at) => parseInt(new RegExp(`--${name}: (#\\w{6})`).exec(css)[1].slice(at, at + 2), 16) / 255).map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4));
+  const light = ([r, g, b]) => 0.2126 * r + 0.7152 * g + 0.0722 * b;
+  const contrast = (a, b) => (Math.max(light(a), light(b)) + 0.05) / (Math.min(light(a), light(b)) + 0.05);
+  const lab = ([r, g, b]) => {
+    const [l, m, s] = [0.4122214708 * r + 0.5363325363 * g + 0.0514459929 * b, 0.2119034982 * r + 0.6806995451 * g + 0.1073969566 * b, 0.0883024619 * r + 0.2817188376 * g + 0.6299787005 * b].map(Math.cbrt);
+    return [0.2104542553 * l + 0.793617785 * m - 0.0040720468 * s, 1.9779984951 * l - 2.428592205 * m + 0.4505937099 * s, 0.0259040371 * l + 0.7827717662 * m - 0.808675766 * s];
+  };
+  // How the world looks without one of the three kinds of cones.
+  const EYES = {
+    all: [[1, 0, 0], [0, 1, 0], [0, 0, 1]],
+    noRed: [[0.152286, 1.052583, -0.204868], [0.114503, 0.786281, 0.099216], [-0.003882, -0.048116, 1.051998]],
+    noGreen: [[0.367322, 0.860646, -0.227968], [0.280085, 0.672501, 0.047413], [-0.01182, 0.04294, 0.968881]],
+    noBlue: [[1.255528, -0.076749, -0.178779], [-0.078411, 0.930809, 0.147602], [0.004733, 0.691367, 0.3039]],
+  };
+  const seen = (eye, colour) => lab(eye.map((row) => Math.min(1, Math.max(0, row.reduce((sum, part, i) => sum + part * colour[i], 0)))));
+  const palette = [1, 2, 3, 4, 5, 6, 7, 'other'].map((i) => token(`tile-${i}`));
+  const ages = [1, 2, 3, 4, 5, 6].map((i) => token(`age-${i}`));
+  for (const colour of [...palette, ...ages]) {
+    assert.ok(contrast(colour, token('tile-ink')) >= 4.5, `text: ${contrast(colour, token('tile-ink'))}`);
+    assert.ok(contrast(colour, token('tile-line')) >= 1.5 && contrast(token('tile-line'), token('tile-pill-ink')) >= 4.5);
+  }
+  for (const [name, eye] of Object.entries(EYES)) {
+    const far = (a, b) => Math.hypot(...seen(eye, a).map((part, i) => part - seen(eye, b)[i]));
+    palette.forEach((a, i) => palette.slice(i + 1).forEach((b, k) => assert.ok(far(a, b) >= 0.09, `${name}: ${i + 1} and ${i + k + 2}, ${far(a, b)}`)));
+    ages.slice(1).forEach((colour, i) => assert.ok(light(colour) < light(ages[i]) && far(colour, ages[i]) >= 0.04, `${name}: age ${i + 2}, ${far(colour, ages[i])}`));
+  }
+  const file = (name, m = 0) => ({ kind: 'file', name, path: name, s: 1, f: 1, n: 0, m });
+  const colour = (item, by, contents = [], rest = false) => map_colours.colourOf(item, rest, 2, () => contents, by, 1e12);
+  assert.deepEqual([colour(file('a.JPG'), 'type'), colour(file('b'), 'type'), colour(file('pagefile.sys'), 'type'), colour(file('driver.sys'), 'type'), colour(file('a.iso'), 'folder')], [0, 7, 7, 5, 2]);
+  assert.deepEqual([1, 40, 200, 3000].map((days) => colour(file('a', 1e12 - days * 864e5), 'age')), [0, 1, 2, 5]);
+  const folder = { ...file('x'), kind: 'folder', s: 100 };
+  assert.deepEqual([colour(folder, 'type', [{ ...file('a.mp3'), s: 95 }]), colour(folder, 'type', [{ ...file('a.mp3'), s: 80 }]), colour(folder, 'folder', [], true)], [2, 7, 7]);
+});
+
+test('a place in the page and its address', () => {
+  for (const at of ['C:\\a b\\100 %\\ü#?', '/var/log', '']) assert.deepEqual(steps.readFragment(steps.fragmentOf('map', at)), { section: 'map', at });
+  assert.deepEqual([steps.readFragment('#types'), steps.readFragment('map/%zz'), steps.fragmentOf('map', '\ud800')], [{ section: 'types', at: '' }, { section: 'map', at: '' }, '#map/']);
+  const step = { section: 'map', scan: 2, at: 'C:\\x' };
+  assert.deepEqual([steps.stepOf(step), steps.stepOf({ map: 'C:' }), steps.stepOf(null), steps.sameStep(step, { ...step }), steps.sameStep(null, step)], [step, null, null, true, false]);
 });
 
 test('deletion: one request per scan, and the right sentence for the outcome', () => {

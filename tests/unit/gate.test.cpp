@@ -28,6 +28,8 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/dirs", R"(400 {"error":"nopath"})"},
     {"/api/scan", R"(400 {"error":"geen pad opgegeven"})"},
     {"/api/ext", R"(400 {"error":"nopath"})"},
+    {"/api/types", R"(400 {"error":"nopath"})"},
+    {"/api/open", R"(400 {"error":"niets opgegeven"})"},
     {"/api/export", R"(400 {"error":"nopath"})"},
     {"/api/result", R"(404 {"error":"opdracht onbekend"})"},
     {"/api/cancel", R"(200 {"ok":true})"},

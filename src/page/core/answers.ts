@@ -1,5 +1,6 @@
 // The documents of the program's API, as the page reads them. Sizes are bytes; times are milliseconds
 // since 1970, 0 if unknown.
+import type { Sized } from './measure';
 import type { FindingCode, JobState, RestKind } from './words';
 
 export interface Hello {
@@ -56,9 +57,8 @@ export interface Job {
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
-export interface TreeNode {
+export interface TreeNode extends Sized {
   n: string;
-  s: number;
   f: number;
   i?: number;
   c?: TreeNode[];
@@ -82,16 +82,19 @@ export interface Finding {
   notes: string[];
 }
 
-export interface FileItem {
+export interface FileItem extends Sized {
   p: string;
-  s: number;
   m: number;
 }
 
-export interface TypeItem {
+export interface TypeItem extends Sized {
   e: string;
-  s: number;
   c: number;
+}
+
+export interface TypesAnswer {
+  types: TypeItem[];
+  total: number;
 }
 
 export interface ResultDoc {
@@ -130,15 +133,18 @@ export interface DirsAnswer {
   path: string;
   s?: number;
   f?: number;
-  dirs: { n: string; s: number; f: number }[];
+  a?: number;
+  x?: number;
+  cl?: number;
+  dirs: (Sized & { n: string; f: number; m?: number })[];
   total?: number;
   error?: string;
 }
 
 export interface FilesAnswer {
   path: string;
-  files: { n: string; s: number; m: number }[];
-  total: number;
+  files: (Sized & { n: string; m: number })[];
+  total: number; // files in the folder, of which these are some
   dirs: number;
   error?: string;
 }
@@ -310,5 +316,39 @@ export interface UpdateAnswer {
   latest: string;
   newer: boolean;
   url: string;
+  error?: string;
+}
+
+export interface AccountRow {
+  code: string;
+  bytes?: number;
+  exact?: boolean;
+  info?: boolean; // is told only, and no part of the sum
+  told?: boolean; // false: Windows does not tell
+  count?: number;
+  p?: string; // the folder where it is
+  parts?: { n: string; bytes: number }[];
+}
+
+export interface AccountAnswer {
+  used?: number;
+  source?: string;
+  unexplained?: number;
+  rows: AccountRow[];
+}
+
+// One file in full. What is not known is left out.
+export interface FileAnswer extends Partial<Sized> {
+  p: string;
+  m?: number;
+  created?: number;
+  accessed?: number;
+  links?: number;
+  names?: string[];
+  allNames?: boolean;
+  streams?: { n: string; s: number }[];
+  cloud?: string;
+  compressed?: string;
+  sparse?: boolean;
   error?: string;
 }

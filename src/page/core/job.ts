@@ -17,8 +17,8 @@ export const isRemote = (job: Job | undefined): boolean => job !== undefined && 
 
 // Why turbo was not used: what the program could tell beforehand, or how its attempt failed.
 export function turboReason(word: string): string {
-  if (known(`t_${word}`)) return text(`t_${word}`);
   if (word === DENIED_TABLE) return t('t_noadmin');
+  if (known(`t_${word}`)) return text(`t_${word}`);
   return word.startsWith(FILE_TABLE) ? t('t_mft') : failure(word);
 }
 

@@ -23,6 +23,7 @@ const PERMANENT = 'forgood';
 export interface DeletionOptions {
   fallback?: () => HTMLElement | null; // takes the focus if the row that had it is gone
   proofs?: ReadonlyMap<string, CopyProof>; // of copies that were compared: only with these they go
+  permanent?: boolean; // is proposed first
   after?: (gone: (path: string) => boolean) => void; // removes deleted paths from marks of the caller's own
 }
 
@@ -137,8 +138,8 @@ function offer(deletion: Deletion, { plan, tooLong }: Offer, onlyPermanent: bool
   const typed = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'characters' });
   const typing = field(t('delType', { word }), typed);
   const how = el('fieldset', { class: 'stack', hidden: onlyPermanent }, el('legend', {}, t('delHow')),
-    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyPermanent, hint: t('delBinHint') }),
-    choice('radio', t('delForGood'), { name: 'how', value: PERMANENT, checked: onlyPermanent, hint: t('delForGoodHint') }));
+    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyPermanent && !deletion.options.permanent, hint: t('delBinHint') }),
+    choice('radio', t('delForGood'), { name: 'how', value: PERMANENT, checked: onlyPermanent || deletion.options.permanent, hint: t('delForGoodHint') }));
   const permanent = (): boolean => how.querySelector<HTMLInputElement>(`input[value=${PERMANENT}]`)!.checked;
   const chosen = (): Plan => (permanent() ? together(plan, tooLong) : plan);
   const go = button('', () => void carryOut(deletion, chosen(), permanent(), go), { icon: 'bin', class: 'danger first' });

@@ -2,12 +2,14 @@
 import { date, percent, phrase, size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
 import { baseName, joinPath } from '../core/paths';
-import { isFolder, isItem, type Entry } from '../core/tree';
+import { isFolder, isItem, type Entry } from '../core/entry';
 import { shareOf } from '../core/units';
 import { linkTo } from '../data/api';
 import { loadFiles } from '../data/folders';
 import { viewJob } from '../data/jobs';
-import { jobOnView, listen, state, treeOf } from '../data/state';
+import { jobOnView, knowsDisk, listen, state, treeOf } from '../data/state';
+import { fileFacts, ownSizes } from './file_facts';
+import { mayOpen, openWith } from './item_actions';
 import { button, choice, el, fill, inert, iconButton, wholePath } from '../ui/dom';
 import { copyText } from '../ui/toast';
 import { openDeletion } from './deletion';
@@ -144,18 +146,20 @@ function drawEntry(root: HTMLElement, entry: Entry, close: HTMLElement): void {
     el('dl', {},
       fact(t('dtSize'), size(entry.s)),
       isFolder(entry) ? fact(t('dtFiles'), t('nFiles', { n: entry.f })) : null,
+      ownSizes(entry),
       parent ? fact(t('dtShare'), percent(shareOf(entry.s, parent.s))) : null,
       entry.m > 0 ? fact(t('dtDate'), date(entry.m)) : null,
       fact(t('dtPath'), wholePath(path))),
     el('div', { class: 'actions' },
       button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
       remote ? null : button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      remote || !mayOpen() ? null : button(t('miOpen'), () => void openWith('open', path), { icon: isFolder(entry) ? 'folder' : 'file' }),
       state.section === 'map' ? button(t('dtOpenExplorer'), () => openInExplorer(path), { icon: 'explorer' }) : button(t('dtOpenMap'), () => openInMap(path), { icon: 'map' })),
     remote ? el('p', { class: 'small muted' }, t('dtRemote')) : null,
     remote || isRoot ? null : el('div', { class: 'actions' },
       button(marked ? t('dtUnmark') : t('dtMark'), () => toggleMark(path, entry.s), { icon: 'check', 'aria-pressed': String(marked) }),
       button(`${t('delete')}…`, () => openDeletion([path]), { icon: 'bin', class: 'danger' })),
-    isFolder(entry) ? filesOf(entry) : null));
+    isFolder(entry) ? filesOf(entry) : !remote && knowsDisk(pane.job) ? fileFacts(pane.job, path) : null));
 }
 
 listen((changes) => {

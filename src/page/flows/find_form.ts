@@ -1,7 +1,7 @@
 // The values of the finder's form, which outlive the section, and starting a search with them.
 import type { Hit } from '../core/answers';
 import { t } from '../core/i18n';
-import { boundsOf, BY_SIZE, isEnough, NO_QUESTION, picker, type Question } from '../core/question';
+import { boundsOf, BY_SIZE, isEnough, NO_QUESTION, picker, UNITS, type Question } from '../core/question';
 import { Selection } from '../core/selection';
 import { finder } from '../data/runs';
 import { goTo, state } from '../data/state';
@@ -90,3 +90,9 @@ export const saveQuestion = (): void => {
 };
 
 export const forgetQuestion = (asked: Question): void => store(savedQuestions().filter((one) => !sameAs(asked)(one)));
+// Opens the finder with a size to begin with.
+export function findLarge(bytes: number): void {
+  const mebi = Math.max(1, Math.floor(bytes / UNITS.MB));
+  Object.assign(entered, NO_QUESTION, { min: String(mebi) });
+  goTo('find');
+}

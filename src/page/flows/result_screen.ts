@@ -1,7 +1,7 @@
 // A section about the scan on view: waits for its result, shows why there is none, and is built again
 // when there is another one.
 import type { Job, ResultDoc } from '../core/answers';
-import { failure, percent, size, t } from '../core/i18n';
+import { failure, percent, phrase, size, t } from '../core/i18n';
 import { hasFailed, isStopping, nameOf, paceText, progressText, shareRead, statusText } from '../core/job';
 import { shareOf } from '../core/units';
 import { cancelScan, fetchResult, rescan } from '../data/jobs';
@@ -75,7 +75,7 @@ class ResultSection implements Screen {
   private inner: ResultScreen | null = null;
   private panel: ProgressPanel | null = null;
 
-  constructor(private readonly title: PlainKey, private readonly make: MakeResultScreen, fills: boolean, readonly detailed: boolean) {
+  constructor(private readonly title: PlainKey, private readonly make: MakeResultScreen, fills: boolean, readonly detailed: boolean, readonly drawer: boolean) {
     this.root = el('div', { class: fills ? 'screen fills' : 'screen' }, this.top);
     this.update(new Set());
   }
@@ -114,8 +114,12 @@ class ResultSection implements Screen {
       this.show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
       return;
     }
-    const gone = job.gone ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('rootGone'))) : null;
-    this.show([gone, this.inner.content], this.inner.top);
+    const warning = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
+    this.show([
+      job.gone ? warning(t('rootGone')) : null,
+      doc.meta.partial ? warning(phrase('ovPartial_', doc.meta.partial)) : null,
+      this.inner.content,
+    ], this.inner.top);
   }
 
   private showProgress(job: Job): void {
@@ -136,5 +140,5 @@ class ResultSection implements Screen {
   }
 }
 
-export const resultScreen = (title: PlainKey, make: MakeResultScreen, options: { fills?: boolean; detailed?: boolean } = {}): Screen =>
-  new ResultSection(title, make, options.fills === true, options.detailed === true);
+export const resultScreen = (title: PlainKey, make: MakeResultScreen, options: { fills?: boolean; detailed?: boolean; drawer?: boolean } = {}): Screen =>
+  new ResultSection(title, make, options.fills === true, options.detailed === true, options.drawer === true);

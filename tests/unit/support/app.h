@@ -26,6 +26,7 @@ struct App {
   bool elevated = true;
   std::vector<std::wstring> revealed;
   int binsOpened = 0;
+  std::vector<std::pair<Opening, std::wstring>> opened;
 
   App() {
     auto memory = std::make_unique<MemoryDisk>();
@@ -60,6 +61,10 @@ struct App {
     state.session.elevateSoon = [this] { ++elevations; };
     state.session.openBin = [this] { ++binsOpened; };
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
+    state.session.open = [this](Opening what, const std::wstring& path) {
+      opened.emplace_back(what, path);
+      return std::string_view();
+    };
   }
 
   // Background runs use the state until they end.
