@@ -19,6 +19,7 @@ struct CommandLineOptions {
   bool stop = false;
   bool checkUpdate = false;
   bool exportRun = false;
+  bool logNames = false;
   bool rememberForRestart = false;
   std::int32_t port = 0; // 0: not given; not checked here
   std::wstring grantAccount;
@@ -31,6 +32,7 @@ struct CommandLineOptions {
   std::wstring what;
   std::wstring ext;
   std::wstring find;
+  std::wstring logFile;                  // goes with every mode
   std::vector<std::wstring> parseErrors; // in argument order
   std::vector<std::wstring> unknownArgs;
 };
