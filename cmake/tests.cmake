@@ -32,11 +32,15 @@ else()
 endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 1200)
 
-# ---- checks of vorda.exe -------------------------------------------------------------------------
+# ---- checks of vorda.exe and vorda.com -----------------------------------------------------------
 if(WIN32)
-  set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
-    -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
-  add_test(NAME imports COMMAND ${check_imports})
+  foreach(check "vorda gui imports" "vorda_com console imports-companion")
+    separate_arguments(check)
+    list(POP_FRONT check target subsystem name)
+    set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:${target}>
+      -DSUBSYSTEM=${subsystem} -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
+    add_test(NAME ${name} COMMAND ${check_imports})
+  endforeach()
   # With no library allowed, the same check must complain about the one that every program imports.
   add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
   set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
@@ -88,6 +92,12 @@ if(CMAKE_CROSSCOMPILING)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+
+  # What scripts/release makes of the programs.
+  file(GLOB release_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
+    ${PROJECT_SOURCE_DIR}/tests/release/*.test.mjs)
+  add_test(NAME release COMMAND ${NODE} --test ${release_tests} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(release PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 
   # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}

@@ -224,8 +224,8 @@ FILE_OR_TEST = "part of a file's name, or a pattern for test names"
 
 # In the order in which they start when nothing holds them up.
 STAGES = [
-    Stage("vorda-build", "vorda.exe and the programs its tests start",
-          build(MINGW, "vorda", "test_programs")),
+    Stage("vorda-build", "vorda.exe, vorda.com and the programs their tests start",
+          build(MINGW, "vorda", "vorda_com", "test_programs")),
     Stage("format", "clang-format", check("scripts/format", "--check")),
     Stage("types", "the page's types", check("node_modules/.bin/tsc", "-p", "src/page")),
     Stage("eslint", "the page, and the tests and tools in JavaScript", check("npm", "run", "--silent", "lint")),
@@ -234,6 +234,8 @@ STAGES = [
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("release", "zip, installer and what else is published, from the programs of this build",
+          tests(MINGW, "-R", "^release$"), needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("unit-build", "unit tests for Windows", build(MINGW, "vorda_tests"), after=["vorda-build"]),
     Stage("unit", "unit tests under Wine", tests(MINGW, "-R", "^unit$"),
           needs=["unit-build"], names=CASE, wine=True),
@@ -245,10 +247,15 @@ STAGES = [
     Stage("rest-build", "what no test needs, such as the benchmarks for Windows", build(MINGW),
           after=["vorda-build", "unit-build"]),
     Stage("tools", "checks of includes and imports, and tests of these checks",
-          tests(MINGW, "-E", "^(system|page|unit)$"), needs=["vorda-build"], after=["rest-build"]),
+          tests(MINGW, "-E", "^(system|page|unit|release)$"), needs=["vorda-build"], after=["rest-build"]),
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
-BY_NAME = {stage.name: stage for stage in STAGES}
+# Not among everything: builds the programs twice, which takes many minutes.
+ON_REQUEST = [
+    Stage("reproducible", "two whole releases from two clones are the same; the lines of a crash",
+          check("tests/release/reproducible"), wine=True),
+]
+BY_NAME = {stage.name: stage for stage in [*STAGES, *ON_REQUEST]}
 GROUPS = {"lint": ["format", "types", "eslint", "scripts", "tidy"]}
 
 
@@ -258,8 +265,9 @@ def usage():
              "scripts/test STAGE NAME...       runs a part of one stage",
              "", "Stages:"]
     lines += [f"  {name:12} {', '.join(stages)}" for name, stages in GROUPS.items()]
-    for stage in STAGES:
-        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else ""))
+    for stage in BY_NAME.values():
+        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else "")
+                     + (" (only when named)" if stage in ON_REQUEST else ""))
     lines += ["", "Examples:",
               "  scripts/test unit 'name patterns'",
               "  scripts/test system deletion",
@@ -275,7 +283,7 @@ def with_needs(names):
         if name not in wanted:
             wanted.add(name)
             waiting += BY_NAME[name].needs
-    return [stage for stage in STAGES if stage.name in wanted]
+    return [stage for stage in BY_NAME.values() if stage.name in wanted]
 
 
 def chosen_stages(arguments):

@@ -30,6 +30,8 @@ const std::vector<Route>& routes() {
   using Request = HttpRequest;
   static const std::vector<Route> table = {
       {"/api/hello", "", [](State& s, Request&) { return hello(s); }},
+      {"/api/about", "", [](State& s, Request&) { return about(s); }},
+      {"/api/openapi.json", "", [](State& s, Request&) { return describeApi(s); }},
       {"/api/targets", "", [](State& s, Request&) { return listTargets(s); }},
       {"/api/browse", "",
        [](State& s, Request& r) { return browseFolders(r, *s.folders, s.targets); }},

@@ -6,6 +6,8 @@
 namespace vorda {
 
 HttpResponse servePage(const AppState& state);
+HttpResponse about(const AppState& state);
+HttpResponse describeApi(const AppState& state);
 HttpResponse hello(const AppState& state);
 // What can be scanned. The first answer has the path the program was started with.
 HttpResponse listTargets(AppState& state);

@@ -21,7 +21,7 @@ template <typename Value> struct Option {
   Value Options::*field;
 };
 
-constexpr std::array<Option<bool>, 8> kFlags = {{
+constexpr std::array<Option<bool>, 9> kFlags = {{
     {kAgentOption, &Options::agent},
     {kServiceOption, &Options::service},
     {kServerOption, &Options::server},
@@ -30,16 +30,18 @@ constexpr std::array<Option<bool>, 8> kFlags = {{
     {L"--show-key", &Options::showKey},
     {L"--stop", &Options::stop},
     {L"--check-update", &Options::checkUpdate},
+    {L"--log-names", &Options::logNames},
 }};
 
 // Options that take the next argument, whatever it looks like.
-constexpr std::array<Option<std::wstring>, 6> kValued = {{
+constexpr std::array<Option<std::wstring>, 7> kValued = {{
     {L"--grant-service-logon", &Options::grantAccount},
     {kCloseForUpdateOption, &Options::closeFolder},
     {kCloseForRemovalOption, &Options::closeFolder},
     {L"--restart-after-update", &Options::restartFolder},
     {kTokenOption, &Options::token},
     {L"--scan", &Options::scanPath},
+    {L"--log", &Options::logFile},
 }};
 
 // Options of an export run, whose values must not begin with "--".

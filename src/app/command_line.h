@@ -19,6 +19,7 @@ struct CommandLineOptions {
   bool stop = false;
   bool checkUpdate = false;
   bool exportRun = false;
+  bool logNames = false;
   bool rememberForRestart = false;
   std::int32_t port = 0; // 0: not given; not checked here
   std::wstring grantAccount;
@@ -35,6 +36,7 @@ struct CommandLineOptions {
   std::wstring newer;
   std::wstring smallest;
   std::wstring largest;
+  std::wstring logFile;                  // goes with every mode
   std::vector<std::wstring> parseErrors; // in argument order
   std::vector<std::wstring> unknownArgs;
 };

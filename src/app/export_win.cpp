@@ -7,6 +7,9 @@
 #include "app/std_output_win.h"
 #include "base/text.h"
 #include "base/time.h"
+#include "scan/scan_log.h"
+
+#include <windows.h>
 
 namespace vorda {
 
@@ -21,9 +24,21 @@ FileBounds boundsOf(const CommandLineOptions& options) {
   return bounds;
 }
 
+// A share that does not answer may keep a scan from noticing that it is to stop.
+constexpr DWORD kScanEndsMs = 10'000;
+
+// Called once the user wants a run to stop. What is on its way into a file gets there; a reader that
+// has stopped reading would be waited for for ever.
+void stopRun(ScanRunStop& stop, bool toFile) {
+  stop.request();
+  if (stop.writing() && toFile) return;
+  if (!stop.writing()) Sleep(kScanEndsMs);
+  if (!stop.writing() || !toFile) ExitProcess(kExitFailed);
+}
+
 } // namespace
 
-int runExport(const CommandLineOptions& options) {
+int runExport(const CommandLineOptions& options, const Companion& companion, DiagnosticLog& log) {
   const std::vector<std::wstring> messages = validateExportRun(options);
   if (!messages.empty()) {
     printError(argumentErrorText(messages));
@@ -42,7 +57,10 @@ int runExport(const CommandLineOptions& options) {
                                   options.find,
                                   parseSizeValue(options.smallest),
                                   boundsOf(options)};
-  return runScanCommand(request, makeScanSteps(*folders), outputs);
+  // Never destroyed: the thread that waits for the user may outlive this function.
+  ScanRunStop& stop = *std::make_unique<ScanRunStop>().release();
+  companion.whenStopped([&stop, toFile = options.outFile != L"-"] { stopRun(stop, toFile); });
+  return runScanCommand(request, loggedSteps(makeScanSteps(*folders), log), outputs, stop);
 }
 
 } // namespace vorda

@@ -64,6 +64,8 @@ Options
                                        Exit code 0 up to date, 3 newer, 1 failed
   --grant-service-logon <account>      grant that account the right to
                                        log on as a service
+  --log <file>                         keep a diagnostic log in this file
+  --log-names                          and name folders in it
   --help                               this text
 
 Turbo mode reads the NTFS master file table directly and needs

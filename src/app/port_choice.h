@@ -35,4 +35,7 @@ bool startOnSomePort(const PortRequest& request, const PortTrial& trial, std::ws
 // The message for people when startOnSomePort has failed with this reason.
 std::wstring startFailureText(const PortRequest& request, const std::wstring& reason);
 
+// What a user who started the program from a console is told.
+std::wstring runningText(std::uint32_t port);
+
 } // namespace vorda

@@ -95,8 +95,32 @@ std::string summarySize(std::uint64_t bytes) {
   return text;
 }
 
+void ScanRunStop::request() {
+  const std::lock_guard lock(mutex_);
+  if (writing_) return;
+  requested_ = true;
+  if (progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+void ScanRunStop::attach(ScanProgress* progress) {
+  const std::lock_guard lock(mutex_);
+  progress_ = progress;
+  if (requested_ && progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+bool ScanRunStop::beginWriting() {
+  const std::lock_guard lock(mutex_);
+  writing_ = !requested_;
+  return writing_;
+}
+
+bool ScanRunStop::writing() const {
+  const std::lock_guard lock(mutex_);
+  return writing_;
+}
+
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
-                   const ScanRunOutputs& outputs) {
+                   const ScanRunOutputs& outputs, ScanRunStop& stop) {
   const bool toFile = request.outFile != L"-";
   const auto notWritten = [&](const std::wstring& reason) {
     outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
@@ -109,7 +133,9 @@ int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
   }
   const std::unique_ptr<Job> job = makeJob(request);
   outputs.message(L"Vorda: scanning " + job->target);
+  stop.attach(&job->progress);
   runJob(*job, steps);
+  stop.attach(nullptr);
   const std::string error = job->progress.texts().error;
   if (!error.empty()) {
     outputs.message(failureLine(error));
@@ -123,6 +149,10 @@ int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
   const std::string report =
       csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
   const std::string& text = csv ? report : *job->document;
+  if (!stop.beginWriting()) {
+    outputs.message(L"Vorda: stopped; nothing was written\n");
+    return kExitFailed;
+  }
   if (!toFile) return outputs.standardOut(text) ? done : kExitFailed;
   const std::wstring reason = outputs.writeFile(request.outFile, text);
   if (!reason.empty()) return notWritten(reason);

@@ -23,8 +23,8 @@ constexpr std::uint32_t kMaxPageFileBytes = 268'435'456;
 constexpr const wchar_t* kPageFile = L"ui.built.html";
 constexpr const char* kPageMissing = "<h1>ui.html ontbreekt</h1>";
 
-std::string pageResource() {
-  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), L"HTMLPAGE");
+std::string resource(const wchar_t* type) {
+  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), type);
   if (place == nullptr) return {};
   const HGLOBAL loaded = LoadResource(nullptr, place);
   const void* bytes = loaded == nullptr ? nullptr : LockResource(loaded);
@@ -38,7 +38,7 @@ std::string page() {
   const std::wstring program = programPath();
   const std::wstring file = program.substr(0, program.rfind(L'\\') + 1) + kPageFile;
   if (std::optional<std::string> bytes = readFile(file, kMaxPageFileBytes)) return *bytes;
-  std::string bytes = pageResource();
+  std::string bytes = resource(L"HTMLPAGE");
   return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
 }
 
@@ -74,6 +74,7 @@ void openBin() {
 SessionActions makeSessionActions(AppState& state) {
   SessionActions actions;
   actions.page = page;
+  actions.description = [] { return resource(L"APIDESCRIPTION"); };
   actions.quitSoon = [&state] { quitSoon(state.operations); };
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.

@@ -21,6 +21,8 @@ constexpr const char* kUnknown = R"(404 {"error":"onbekend eindpunt"})";
 // row here.
 const std::map<std::string, std::string> kBareAnswers = {
     {"/api/hello", "200 {\"auth\":"},
+    {"/api/about", R"(200 {"version":"1.9.0","signed":true,"log":"","crash":{"path":)"},
+    {"/api/openapi.json", R"(200 {"openapi":1})"},
     {"/api/targets", "200 {\"drives\":[{"},
     {"/api/browse", "200 {\"path\":\"\",\"parent\":\"\",\"dirs\":[{"},
     {"/api/jobs", "200 ["},

@@ -9,6 +9,13 @@ export interface Hello {
   canQuit: boolean;
 }
 
+export interface About {
+  version: string;
+  signed: boolean;
+  log: string; // the diagnostic log, or empty
+  crash?: { path: string; time: number };
+}
+
 export interface Drive {
   path: string;
   label: string;

@@ -10,6 +10,7 @@ import { parse } from 'csv-parse/sync';
 
 const repo = fileURLToPath(new URL('../../..', import.meta.url));
 export const exe = path.resolve(repo, process.env.VORDA_EXE ?? 'build/mingw-release/vorda.exe');
+export const companion = path.join(path.dirname(exe), 'vorda.com');
 export const helper = path.join(path.dirname(exe), 'tests/update_helper_win.exe');
 export const wineScript = path.join(repo, 'scripts/wine');
 export const projectVersion =

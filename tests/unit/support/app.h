@@ -55,6 +55,8 @@ struct App {
       return list;
     };
     state.update = {"1.9.0", "https://x/get", [] { return updateOffline(); }};
+    state.about = [] { return AboutFacts{L"1.9.0", true, L"", L"C:\\r\\crash.dmp", 7}; };
+    state.session.description = [] { return std::string("{\"openapi\":1}"); };
     state.session.page = [] { return std::string("<p>page</p>"); };
     state.session.quitSoon = [this] { ++quits; };
     state.session.elevated = [this] { return elevated; };
