@@ -65,8 +65,10 @@ Connection::Need Connection::end() {
 Connection::Need Connection::cutOff() {
   if (phase_ != Phase::body) return end();
   phase_ = Phase::complete;
-  return Need::thread;
+  return arrived();
 }
+
+Connection::Need Connection::arrived() { return seat_->arrive() ? Need::thread : end(); }
 
 bool Connection::headIsComplete() {
   const std::string_view bytes = buffer_.bytes();
@@ -85,7 +87,7 @@ Connection::Need Connection::receive(TimePoint now) {
     if (need) return *need;
     if (phase_ == Phase::head && headIsComplete()) {
       phase_ = Phase::judging;
-      return Need::thread;
+      return arrived();
     }
   }
   return wait(Need::bytes, now, std::min(pieceEnd_, phaseEnd_));
@@ -124,8 +126,10 @@ void Connection::judge(TimePoint now) {
   request_.address = seat_->address();
   contentLength_ = head->contentLength;
   Admission admission = gate_.admit ? gate_.admit(request_) : Admission{};
+  const bool keeps = admission.trust == Trust::key && !admission.refusal;
+  if (keeps && !seat_->keep()) return;
+  if (!keeps) seat_->wait(); // for the body, or for the answer to be read
   if (admission.refusal) return answerWith(std::move(*admission.refusal));
-  if (admission.trust == Trust::key && !seat_->keep()) return;
   if (admission.trust == Trust::none) {
     buffer_.drop();
     return answerWith(handled());

@@ -103,6 +103,7 @@ private:
   Need wait(Need need, TimePoint now, TimePoint until);
   Need end();
   Need cutOff();
+  Need arrived();
   bool headIsComplete();
   Need receive(TimePoint now);
   std::optional<Need> receivePiece(TimePoint now);

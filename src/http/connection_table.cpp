@@ -3,6 +3,7 @@
 #include "http/message.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 
 namespace vorda {
@@ -13,7 +14,15 @@ constexpr std::chrono::seconds kRoomWait{1};
 
 } // namespace
 
+bool ConnectionTable::notKept(const ConnectionSeat& seat) {
+  return seat.stage_ == Stage::waiting || seat.stage_ == Stage::arrived;
+}
+
 ConnectionSeat::~ConnectionSeat() { table_.leave(*this); }
+
+bool ConnectionSeat::arrive() { return table_.become(*this, Stage::arrived); }
+
+void ConnectionSeat::wait() { table_.become(*this, Stage::waiting); }
 
 bool ConnectionSeat::keep() { return table_.become(*this, Stage::kept); }
 
@@ -44,24 +53,38 @@ void ConnectionTable::close(ConnectionSeat& seat) {
   if (onClosing_) onClosing_();
 }
 
-// Tells the longest-waiting of the seats that count to close, if there are as many as the bound
-// allows; where nobody waits, the one that has been there longest of those that are only still
-// being sent their answer. False when there is neither.
+// Where as many seats count as the bound allows, tells the longest there to close that waits for its
+// client. Where none does, one that waits for the program, or else one that is only still being sent
+// its answer. False when there is none of these either.
 template <typename Counts> bool ConnectionTable::makeRoom(std::size_t bound, Counts counts) {
+  constexpr std::array kInTurn = {Stage::waiting, Stage::arrived, Stage::finished};
+  std::array<ConnectionSeat*, kInTurn.size()> oldest{};
   std::size_t count = 0;
-  ConnectionSeat* waiting = nullptr;
-  ConnectionSeat* finished = nullptr;
   for (ConnectionSeat* seat : seats_) {
     if (seat->closing_ || !counts(*seat)) continue;
     ++count;
-    if (waiting == nullptr && seat->stage_ == Stage::waiting) waiting = seat;
-    if (finished == nullptr && seat->stage_ == Stage::finished) finished = seat;
+    for (std::size_t i = 0; i < kInTurn.size(); ++i) {
+      if (oldest[i] == nullptr && seat->stage_ == kInTurn[i]) oldest[i] = seat;
+    }
   }
   if (count < bound) return true;
-  ConnectionSeat* const oldest = waiting != nullptr ? waiting : finished;
-  if (oldest == nullptr) return false;
-  close(*oldest);
-  return true;
+  for (ConnectionSeat* seat : oldest) {
+    if (seat == nullptr) continue;
+    close(*seat);
+    return true;
+  }
+  return false;
+}
+
+// Whether as many as may wait without being kept are there, and none of them for long.
+bool ConnectionTable::isSettling() const {
+  const auto isNotKept = [](const ConnectionSeat* one) { return !one->closing_ && notKept(*one); };
+  const auto oldest = std::find_if(seats_.begin(), seats_.end(), isNotKept);
+  if (oldest == seats_.end()) return false;
+  const auto age = std::chrono::steady_clock::now() - (*oldest)->entered_;
+  if (age >= bounds_.settling) return false;
+  return std::count_if(oldest, seats_.end(), isNotKept) >=
+         static_cast<std::ptrdiff_t>(bounds_.notKept);
 }
 
 std::unique_ptr<ConnectionSeat> ConnectionTable::enter(std::uint32_t address) {
@@ -75,12 +98,13 @@ std::unique_ptr<ConnectionSeat> ConnectionTable::enter(std::uint32_t address) {
     return std::count_if(seats_.begin(), seats_.end(), closing) <=
            static_cast<std::ptrdiff_t>(bounds_.closing);
   });
+  freed_.wait_for(lock, bounds_.settling, [this] { return !isSettling(); });
   const auto same = [address](const ConnectionSeat& one) { return one.address_ == address; };
-  const auto notKept = [](const ConnectionSeat& one) { return one.stage_ == Stage::waiting; };
   const auto any = [](const ConnectionSeat&) { return true; };
   const bool room = (isLoopbackAddress(address) || makeRoom(bounds_.perAddress, same)) &&
                     makeRoom(bounds_.notKept, notKept) && makeRoom(bounds_.connections, any);
   seat->place_ = place.begin();
+  seat->entered_ = std::chrono::steady_clock::now();
   seats_.splice(seats_.end(), place);
   if (!room) seat->closing_ = true;
   return seat;
@@ -97,7 +121,9 @@ void ConnectionTable::leave(ConnectionSeat& seat) {
 
 bool ConnectionTable::become(ConnectionSeat& seat, Stage stage) {
   const std::lock_guard lock(mutex_);
-  seat.stage_ = stage;
+  const bool less = stage == Stage::arrived && seat.stage_ != Stage::waiting; // it is kept already
+  if (!less) seat.stage_ = stage;
+  if (!notKept(seat)) freed_.notify_all();
   return !seat.closing_;
 }
 
@@ -108,7 +134,7 @@ bool ConnectionTable::closeLargest(ConnectionSeat& asking, std::size_t wanted) {
     return &seat == &asking ? wanted : seat.held_;
   };
   ConnectionSeat* largest = nullptr;
-  for (const Stage stage : {Stage::waiting, Stage::kept}) {
+  for (const Stage stage : {Stage::waiting, Stage::arrived, Stage::kept}) {
     for (ConnectionSeat* seat : seats_) {
       if (seat->closing_ || seat->stage_ != stage || bytesOf(*seat) <= bounds_.alwaysHeld) continue;
       if (largest == nullptr || bytesOf(*seat) > bytesOf(*largest)) largest = seat;

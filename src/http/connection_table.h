@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,13 @@ public:
   // Whether this connection has to be closed, because others need its place or its memory.
   bool mustClose() const { return closing_; }
 
+  // Its client has sent what is asked for, and it is the program's turn: it is not closed for others
+  // as long as some wait for their client. False when it already must close.
+  bool arrive();
+
+  // It waits for its client again, as it did in the beginning.
+  void wait();
+
   // From now on the connection is not closed for others: it has shown a key, or its request is
   // complete. False when it already must close.
   bool keep();
@@ -58,10 +66,11 @@ private:
   ConnectionTable& table_;
   const std::uint32_t address_;
   std::atomic<bool> closing_{false};
-  enum class Stage { waiting, kept, working, finished };
+  enum class Stage { waiting, arrived, kept, working, finished };
   Stage stage_ = Stage::waiting; // this and the next: guarded by the table
   std::size_t held_ = 0;
   std::list<ConnectionSeat*>::iterator place_;
+  std::chrono::steady_clock::time_point entered_;
 };
 
 struct ConnectionBounds {
@@ -71,6 +80,8 @@ struct ConnectionBounds {
   std::size_t connections = 2'000;
   std::size_t heldBytes = 268'435'456; // by all together
   std::size_t alwaysHeld = 65'536;     // what each may hold even where there is no room
+  // How long nobody who has just come has to go: a burst of clients may take that long to send.
+  std::chrono::milliseconds settling{500};
 };
 
 // Safe to use from any thread. It must outlive its seats.
@@ -86,7 +97,7 @@ public:
 
   // A seat for a new connection. Where a bound is reached, the one that has been there longest
   // without being kept must close; when all are kept, the new one. Waits up to a second where
-  // many are still closing.
+  // many are still closing, and where all that could go have only just come.
   std::unique_ptr<ConnectionSeat> enter(std::uint32_t address);
 
   // The sum over all connections.
@@ -104,6 +115,8 @@ private:
   bool closeLargest(ConnectionSeat& asking, std::size_t wanted);
   bool fits(const ConnectionSeat& seat, std::size_t bytes) const;
   bool willFit(const ConnectionSeat& seat, std::size_t bytes) const;
+  static bool notKept(const ConnectionSeat& seat);
+  bool isSettling() const;
   template <typename Counts> bool makeRoom(std::size_t bound, Counts counts);
 
   const ConnectionBounds bounds_;

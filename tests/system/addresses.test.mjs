@@ -38,9 +38,11 @@ test('one address has 64 connections, and a minute without keys after 20 wrong o
   });
   const [program, ...args] = [...there, process.execPath, client, server, PORT, KEY, near, far];
   const told = JSON.parse(execFileSync(program, args.map(String), { stdio: ['ignore', 'pipe', 'inherit'], timeout: 120_000 }));
-  assert.deepEqual(told, {
-    closed: [0, 1, 2, 3, 4, 5], // of 70 silent ones, those that had waited longest
-    ownMeanwhile: 200, // pushes out one more
+  const { latest, ...rest } = told;
+  assert.ok(latest < 16, 'those that have waited longest'); // several threads take connections in, so nearly in order
+  assert.deepEqual(rest, {
+    closed: 6, // of 70 silent ones
+    ownMeanwhile: 200, // it pushes out one more
     otherMeanwhile: 200,
     wrong: Array(20).fill(401),
     right: [429, '{"error":"tooManyKeys"}'],

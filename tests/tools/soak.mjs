@@ -4,14 +4,13 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { setTimeout as pause } from 'node:timers/promises';
-import { ATTACKS, attack } from '../system/support/attacks.mjs';
+import { ATTACKS, startAttacks } from '../system/support/attacks.mjs';
 import { serve } from '../system/support/server.mjs';
 
-const minutes = Number(process.argv[2] ?? 30);
-const mode = process.argv[3] ?? 'agent';
 const KEY = 'open sesame';
 const LONGEST = 2000; // ms, of 99 in 100 answers
-const GROWTH = 0.1;   // of memory
+const GROWTH = 0.1; // of memory
+const LASTING = /never ends|silent|not read/;
 const ends = [];
 const here = { after: (end) => ends.unshift(end) };
 
@@ -23,24 +22,30 @@ const status = ({ child }) => {
 const told = ({ memory, peak, threads, files }) => `${memory.toFixed(1)} MiB, peak ${peak.toFixed(0)} MiB, ${threads} threads, ${files} descriptors`;
 const share = (sorted, part) => sorted[Math.min(sorted.length - 1, Math.floor(sorted.length * part))];
 
-// All attacks together, for as long as told; returns the waits of the good client.
+// All attacks together, for as long as told; returns how long the good client waited each time, and how often
+// it got no answer.
 async function underAttack(server, init, seconds) {
-  const stop = new AbortController();
-  const outcomes = {};
-  const all = Object.keys(ATTACKS).map((name) => attack(name, server.port, { connections: /never ends|silent|not read/.test(name) ? 150 : 4, stop: stop.signal, outcomes }));
+  const counts = Object.keys(ATTACKS).map((name) => [name, LASTING.test(name) ? 150 : 4]);
+  const { outcomes, stop } = startAttacks(here, server.port, Object.fromEntries(counts));
   const end = Date.now() + seconds * 1000;
   const waits = [];
+  const failures = [];
   while (Date.now() < end) {
     const began = performance.now();
-    assert.deepEqual(await server.json('/api/jobs', init), { status: 200, body: [] });
+    try {
+      assert.deepEqual(await server.json('/api/jobs', init), { status: 200, body: [] });
+    } catch (error) {
+      failures.push(error.cause?.message ?? error.message);
+    }
     waits.push(performance.now() - began);
     await pause(50);
   }
-  stop.abort();
-  await Promise.all(all);
-  return { waits: waits.sort((a, b) => a - b), outcomes };
+  await stop();
+  return { waits: waits.sort((a, b) => a - b), failures, outcomes };
 }
 
+const minutes = Number(process.argv[2] ?? 30);
+const mode = process.argv[3] ?? 'agent';
 try {
   const server = await serve(here, mode === 'agent' ? ['--agent', '--token', KEY] : []);
   const init = mode === 'agent' ? { headers: { 'X-Vorda-Token': KEY } } : {};
@@ -50,13 +55,15 @@ try {
   await pause(20_000);
   const before = status(server);
   console.log(`before: ${told(before)}`);
-  const { waits, outcomes } = await underAttack(server, init, minutes * 60);
+  const { waits, failures, outcomes } = await underAttack(server, init, minutes * 60);
   await pause(20_000);
   const after = status(server);
   console.log(`after: ${told(after)}`);
   console.log(`${waits.length} answers, median ${share(waits, 0.5).toFixed(0)} ms, p99 ${share(waits, 0.99).toFixed(0)} ms, slowest ${waits.at(-1).toFixed(0)} ms`);
+  console.log(`${failures.length} without an answer: ${[...new Set(failures)]}`);
   console.log(`attacks: ${JSON.stringify(outcomes)}`);
   assert.equal(server.child.exitCode, null);
+  assert.equal(failures.length, 0);
   assert.ok(share(waits, 0.99) < LONGEST, 'p99');
   assert.ok(Math.abs(after.memory / before.memory - 1) <= GROWTH, 'memory');
   console.log('all bounds held');

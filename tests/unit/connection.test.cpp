@@ -162,7 +162,7 @@ TEST_CASE("a body is read only for a request that was admitted, and a refusal re
 }
 
 TEST_CASE("a connection that has to give up its place is closed without an answer") {
-  ConnectionTable connections({.notKept = 1});
+  ConnectionTable connections({.notKept = 1, .settling = 0ms});
   auto first = connections.enter(kLoopbackAddress);
   auto second = connections.enter(kLoopbackAddress);
   FakeClient early;

@@ -75,7 +75,7 @@ TEST_CASE("who waits gets a thread when the head is there, as soon as there is o
 }
 
 TEST_CASE("who is late, has to go or fails is seen off, and nobody else") {
-  Room room({.notKept = 3});
+  Room room({.notKept = 3, .settling = 0ms});
   FakeClient clients[4];
   for (FakeClient& client : clients) client.silent = true;
   room.enter(clients[0]);
