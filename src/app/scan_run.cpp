@@ -1,6 +1,7 @@
 #include "app/scan_run.h"
 
 #include "app/exit_code.h"
+#include "base/out_of_memory.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
@@ -78,23 +79,8 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
   return line + "\n  -> " + toUtf8(request.outFile) + "\n";
 }
 
-} // namespace
-
-std::string summarySize(std::uint64_t bytes) {
-  static constexpr std::array<const char*, 6> kUnits = {"B", "KB", "MB", "GB", "TB", "PB"};
-  auto value = static_cast<double>(bytes);
-  std::size_t unit = 0;
-  while (value >= 1024 && unit + 1 < kUnits.size()) {
-    value /= 1024;
-    ++unit;
-  }
-  char text[64];
-  std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
-  return text;
-}
-
-int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
-                   const ScanRunOutputs& outputs) {
+int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,
+                 const ScanRunOutputs& outputs) {
   const bool toFile = request.outFile != L"-";
   const auto notWritten = [&](const std::wstring& reason) {
     outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
@@ -126,6 +112,35 @@ int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
   if (!reason.empty()) return notWritten(reason);
   outputs.standardOut(summary(*job, request));
   return done;
+}
+
+} // namespace
+
+std::string summarySize(std::uint64_t bytes) {
+  static constexpr std::array<const char*, 6> kUnits = {"B", "KB", "MB", "GB", "TB", "PB"};
+  auto value = static_cast<double>(bytes);
+  std::size_t unit = 0;
+  while (value >= 1024 && unit + 1 < kUnits.size()) {
+    value /= 1024;
+    ++unit;
+  }
+  char text[64];
+  std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
+  return text;
+}
+
+int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
+                   const ScanRunOutputs& outputs) {
+  try {
+    return scanAndWrite(request, steps, outputs);
+  } catch (...) {
+    const std::string_view word = isOutOfMemory() ? kNoMemory : kScanFailed;
+    try {
+      outputs.message(L"Vorda:" + failureLine(std::string(word)));
+    } catch (...) { // NOLINT(bugprone-empty-catch): then the exit code has to do
+    }
+    return kExitFailed;
+  }
 }
 
 } // namespace vorda

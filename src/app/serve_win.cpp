@@ -74,7 +74,10 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
     return true;
   };
   const auto beforeClosing = [network, &state] {
-    if (network) noteDuringInstallation();
+    try {
+      if (network) noteDuringInstallation();
+    } catch (...) { // NOLINT(bugprone-empty-catch): closing must not fail; Windows called this
+    }
     return state.operations.any();
   };
   if (runHiddenWindow(state.server, start, beforeClosing)) {

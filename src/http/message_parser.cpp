@@ -65,7 +65,7 @@ std::optional<ParsedHead> parseHead(std::string_view head) {
 
 std::string responseHead(const HttpResponse& response) {
   return "HTTP/1.1 " + std::to_string(response.status) + " " + reasonOf(response.status) +
-         "\r\nContent-Type: " + response.contentType +
+         "\r\nContent-Type: " + std::string(response.contentType) +
          "\r\nContent-Length: " + std::to_string(response.payload().size()) +
          "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
 }

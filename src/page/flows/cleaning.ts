@@ -21,6 +21,7 @@ function askAndRun(title: string, question: Child, go: string, action: () => Pro
       words = await action();
     } catch (error) {
       words = [messageOf(error)];
+      await refreshResults(state.results.keys()); // it may have failed half way
     }
     fill(dialog.body, el('div', { role: 'status', class: 'stack' }, words.map((line, index) => el('p', { class: index === 0 ? 'answer' : '' }, line))));
     rest(stay, false);
