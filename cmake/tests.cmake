@@ -32,6 +32,17 @@ else()
 endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 1200)
 
+# Work with each of its allocations failing: a program of its own, because it replaces operator new.
+if(NOT WIN32)
+  vorda_sources(memory_sources tests/memory)
+  add_executable(vorda_memory_tests ${memory_sources} tests/unit/main.cpp)
+  target_link_libraries(vorda_memory_tests PRIVATE vorda_core)
+  target_include_directories(vorda_memory_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit ${PROJECT_SOURCE_DIR}/tests/memory)
+  target_include_directories(vorda_memory_tests SYSTEM PRIVATE ${PROJECT_BINARY_DIR}/third_party)
+  add_test(NAME memory COMMAND ${test_launcher} $<TARGET_FILE:vorda_memory_tests> WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(memory PROPERTIES TIMEOUT 1200)
+endif()
+
 # ---- checks of vorda.exe and vorda.com -----------------------------------------------------------
 if(WIN32)
   foreach(check "vorda gui imports" "vorda_com console imports-companion")

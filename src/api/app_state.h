@@ -73,6 +73,8 @@ struct AppState {
   bool keyRequired = false; // in these modes, and where --lock asks for it
   std::string key;          // UTF-8
   WrongKeys wrongKeys;
+  // Made beforehand: there is no memory for it when it is needed.
+  const HttpResponse noMemory = errorAnswer(500, kNoMemory);
   StartPath startPath;
 
   ServerState server;

@@ -27,6 +27,21 @@ std::vector<std::wstring> advisedFolders(const Job& job, std::string_view what) 
   return paths;
 }
 
+// Returns how much smaller the folder is.
+std::uint64_t updateAfter(const CleanupResult& result, const std::wstring& path,
+                          TouchedScans& scans, FolderSource& folders) {
+  std::uint64_t after = 0;
+  try {
+    after = measurePath(folders, path).bytes;
+  } catch (...) {
+    scans.fail();
+    throw;
+  }
+  const std::uint64_t freed = result.before.bytes - std::min(result.before.bytes, after);
+  scans.updateCleaned(path, result.before.types, freed);
+  return freed;
+}
+
 HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& scans,
                           Machine& machine, FolderSource& folders) {
   std::uint64_t deleted = 0;
@@ -44,10 +59,8 @@ HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& s
     logged = logged && result.logged;
     deleted += result.deleted;
     skipped += result.skipped;
-    const std::uint64_t after = measurePath(folders, path).bytes;
-    const std::uint64_t freed = result.before.bytes - std::min(result.before.bytes, after);
-    bytes += freed;
-    scans.updateCleaned(path, result.before.types, freed);
+    bytes += updateAfter(result, path, scans, folders);
+    if (result.outOfMemory) return errorAnswer(500, kNoMemory);
   }
   JsonWriter json;
   json.open('{');
@@ -155,13 +168,15 @@ HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& fold
   if (!emptyAllBins(machine, figures)) return binAnswer(false, {});
   bins.measureAgain();
   for (const auto& job : touched) {
-    const std::lock_guard lock(job->resultMutex);
-    TreeUpdate update(job->result);
-    const auto lost = bins.bringUpToDate(update, job->result);
-    if (!lost && job->binned == 0) continue;
-    job->freed += lost.value_or(job->binned);
-    job->binned = 0;
-    finishChange(*job, update);
+    orFail(*job, [&] {
+      const std::lock_guard lock(job->resultMutex);
+      TreeUpdate update(job->result);
+      const auto lost = bins.bringUpToDate(update, job->result);
+      if (!lost && job->binned == 0) return;
+      job->freed += lost.value_or(job->binned);
+      job->binned = 0;
+      finishChange(*job, update);
+    });
   }
   return binAnswer(true, figures);
 }

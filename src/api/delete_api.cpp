@@ -167,6 +167,7 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   TouchedScans scans(jobs, machine, folders, job.get());
   const DeleteResult result = deletePaths(machine, folders, keeper, wanted);
   scans.update(result);
+  if (result.unknown) return errorAnswer(500, kNoMemory);
   return deleteAnswer(result, wanted);
 }
 

@@ -53,7 +53,7 @@ HttpResponse previewImage(const AppState& state, const HttpRequest& request) {
   bytes.resize(*read);
   // It may be another file by now, or the same with other contents.
   if (imageKindOf(std::string_view(bytes).substr(0, kImageHeadBytes)) != kind) return notFound();
-  HttpResponse response = answer(200, std::move(bytes), std::string(kind));
+  HttpResponse response = answer(200, std::move(bytes), kind);
   response.guarded = true;
   return response;
 }

@@ -54,23 +54,29 @@ HttpResponse endingAnswer(bool waiting) {
 HttpResponse listTargets(AppState& state) {
   TargetList list = state.targets(); // first: should it fail, the path is still there
   list.startPath = state.startPath.take();
-  return answer(200, targetsDocument(list));
+  try {
+    return answer(200, targetsDocument(list));
+  } catch (...) {
+    state.startPath.set(std::move(list.startPath));
+    throw;
+  }
 }
 
 HttpResponse quit(const AppState& state) {
   if (state.remote) return errorAnswer(400, words::kQuitRefused);
-  const bool waiting = state.operations.any();
+  HttpResponse response =
+      endingAnswer(state.operations.any()); // first: quitting has to be answered
   state.session.quitSoon();
-  return endingAnswer(waiting);
+  return response;
 }
 
 HttpResponse elevate(const AppState& state) {
   // What a network agent serves over the network must not be replaced by a program on loopback.
   if (state.remote) return errorAnswer(400, words::kElevateRefused);
   if (state.session.elevated()) return answer(200, "{\"ok\":true,\"already\":true}");
-  const bool waiting = state.operations.any();
+  HttpResponse response = endingAnswer(state.operations.any());
   state.session.elevateSoon();
-  return endingAnswer(waiting);
+  return response;
 }
 
 HttpResponse openBin(const AppState& state) {

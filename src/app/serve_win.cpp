@@ -83,7 +83,10 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options, const C
     return true;
   };
   const auto beforeClosing = [network, &state] {
-    if (network) noteDuringInstallation();
+    try {
+      if (network) noteDuringInstallation();
+    } catch (...) { // NOLINT(bugprone-empty-catch): closing must not fail; Windows called this
+    }
     return state.operations.any();
   };
   if (runHiddenWindow(state.server, start, beforeClosing)) {

@@ -3,6 +3,7 @@
 #include "app/open_item_win.h"
 #include "app/relaunch_win.h"
 #include "base/detached_thread.h"
+#include "base/paths.h"
 #include "win/elevation.h"
 #include "win/program_path.h"
 #include "win/read_file.h"
@@ -11,6 +12,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <memory>
 
 namespace vorda {
 
@@ -35,11 +37,10 @@ std::string resource(const wchar_t* type) {
 // A file next to the program replaces the built-in page. It is read on every request, so that
 // someone working on the page only needs to reload it.
 std::string page() {
-  const std::wstring program = programPath();
-  const std::wstring file = program.substr(0, program.rfind(L'\\') + 1) + kPageFile;
+  const std::wstring file = joinPath(parentOf(programPath()), kPageFile);
   if (std::optional<std::string> bytes = readFile(file, kMaxPageFileBytes)) return *bytes;
   std::string bytes = resource(L"HTMLPAGE");
-  return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
+  return bytes.empty() ? kPageMissing : bytes;
 }
 
 void quitSoon(const RunningOperations& operations) {
@@ -82,9 +83,10 @@ SessionActions makeSessionActions(AppState& state) {
   actions.elevateSoon = [&state, prompting] {
     startDetached([&state, prompting, owner = GetForegroundWindow()] {
       if (prompting->exchange(true)) return;
+      const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> whileOpen(
+          prompting.get(), [](std::atomic<bool>* open) { *open = false; });
       state.operations.waitUntilNone(kWaitForOperations);
       relaunchElevated(state.server, state.key, owner);
-      *prompting = false;
     });
   };
   actions.reveal = reveal;

@@ -24,6 +24,7 @@ struct CleanupResult {
   std::uint32_t skipped = 0; // entries that are still there, mostly because they are in use
   std::uint64_t bytes = 0;   // of the deleted entries, and of what went from inside skipped ones
   bool logged = true;        // false if the log could not be written
+  bool outOfMemory = false;  // meanwhile: not all was tried, or the figures are not known
   CleanupFailure failure = CleanupFailure::none;
   PathMeasure before; // of the whole folder
 };
@@ -38,7 +39,7 @@ CleanupPreview previewCleanup(Machine& machine, FolderSource& folders, const std
 
 // Deletes the entries of a folder permanently, one by one, and logs the total. Refuses a folder
 // that is reached through a link: anyone who can write to a temporary folder could have made
-// one that leads anywhere.
+// one that leads anywhere. An exception means that nothing was deleted.
 CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::wstring& path);
 
 } // namespace vorda

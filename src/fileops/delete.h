@@ -46,8 +46,12 @@ struct DeletedPath {
 struct DeleteResult {
   // Of the deleted paths, and what went from inside others; in a dry run of those that are files.
   std::uint64_t bytes = 0;
-  std::uint64_t binned = 0;         // how many of them went into the recycle bin
-  std::string error;                // "", "aborted", or "failed:" with the shell's code
+  std::uint64_t binned = 0; // how many of them went into the recycle bin
+  // "", "aborted", "failed:" with the shell's code, or kNoMemory if memory ran out meanwhile
+  std::string error;
+  // Nothing is known about what is gone: there was no memory to look. The journal stays, and the
+  // lines for the log are written later.
+  bool unknown = false;
   bool logged = true;               // false if the log could not be written
   std::vector<DeletedPath> deleted; // no longer there
   std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
@@ -58,8 +62,8 @@ struct DeleteResult {
 };
 
 // A dry run only judges the paths, and measures them if it says what it sees: it changes and logs
-// nothing. The call blocks on the disk, so
-// it must not be made while a job's resultMutex is held.
+// nothing. The call blocks on the disk, so it must not be made while a job's resultMutex is held.
+// An exception means that nothing was deleted.
 DeleteResult deletePaths(Machine& machine, FolderSource& folders, FileKeeper& keeper,
                          const DeleteRequest& request);
 

@@ -33,7 +33,11 @@ struct KnownFolder {
 struct ShellOutcome {
   int code = 0; // 0 for success
   bool aborted = false;
+  bool outOfMemory = false; // of this process
 };
+
+// The system's code for that.
+inline constexpr int kOutOfMemoryCode = 8;
 
 struct BinFigures {
   std::uint64_t bytes = 0;

@@ -21,6 +21,8 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <exception>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -37,11 +39,17 @@ constexpr std::size_t kLongestFinalName = 200;
 // Runs work on a thread of its own with COM: the shell may need more stack than the thread of a
 // connection has.
 template <typename Work> void onShellThread(Work work) {
-  std::thread thread([&work] {
-    const ComApartment com;
-    work();
+  std::exception_ptr failure;
+  std::thread thread([&work, &failure] {
+    try {
+      const ComApartment com;
+      work();
+    } catch (...) {
+      failure = std::current_exception();
+    }
   });
   thread.join();
+  if (failure) std::rethrow_exception(failure);
 }
 
 FileHandle openAttributes(const std::wstring& path, DWORD flags) {
@@ -61,12 +69,14 @@ std::optional<std::wstring> withoutPrefix(const std::wstring& literal) {
   return rest;
 }
 
+using CoTaskText = std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)>;
+
 std::optional<std::wstring> folderOf(REFKNOWNFOLDERID id) {
   PWSTR found = nullptr;
   const HRESULT status = SHGetKnownFolderPath(id, KF_FLAG_DONT_VERIFY, nullptr, &found);
+  const CoTaskText freed(found, CoTaskMemFree);
   std::optional<std::wstring> path;
   if (SUCCEEDED(status)) path = found;
-  CoTaskMemFree(found);
   return path;
 }
 
@@ -250,9 +260,9 @@ public:
     if (length >= 3 && length < MAX_PATH) roots.emplace_back(text, 3);
     const HANDLE search = FindFirstVolumeW(text, MAX_PATH);
     if (search == INVALID_HANDLE_VALUE) return roots;
+    const std::unique_ptr<void, decltype(&FindVolumeClose)> closed(search, FindVolumeClose);
     do addMountFolders(text, roots);
     while (FindNextVolumeW(search, text, MAX_PATH) != FALSE);
-    FindVolumeClose(search);
     return roots;
   }
 
@@ -326,7 +336,7 @@ public:
     // failure until the log has been free once.
     const std::lock_guard lock(logMutex_);
     const std::wstring path = deletionLogPath();
-    CreateDirectoryW(path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    CreateDirectoryW(parentOf(path).c_str(), nullptr);
     const int tries = logStuck_ ? 1 : kLogAttempts;
     logStuck_ = true;
     for (int i = 0; i < tries; ++i) {

@@ -69,7 +69,7 @@ constexpr const char* kGuards = "X-Content-Type-Options: nosniff\r\n"
 
 std::string responseHead(const HttpResponse& response) {
   return "HTTP/1.1 " + std::to_string(response.status) + " " + reasonOf(response.status) +
-         "\r\nContent-Type: " + response.contentType +
+         "\r\nContent-Type: " + std::string(response.contentType) +
          "\r\nContent-Length: " + std::to_string(response.payload().size()) +
          "\r\nCache-Control: no-store\r\nConnection: close\r\n" +
          (response.guarded ? kGuards : "") + "\r\n";

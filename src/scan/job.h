@@ -76,7 +76,11 @@ bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions
                ScanResult& result);
 
 // Runs the whole job on the calling thread and always marks it done. A failed job has a failure
-// word in progress.texts().error: that of the scan method, or kScanFailed.
+// word in progress.texts().error: that of the scan method, kNoMemory, or kScanFailed.
 void runJob(Job& job, const ScanSteps& steps);
+
+// Turns a finished job into a failed one (kNoMemory) and frees its result: what it shows is no
+// longer true and cannot be brought up to date.
+void failJob(Job& job);
 
 } // namespace vorda

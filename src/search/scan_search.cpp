@@ -118,7 +118,7 @@ std::string ScanSearch::document(const ScanIds& forgotten) const {
   }
   json.close(']');
   json.close('}');
-  if (cancelled_) json.boolean("cancelled", true);
+  if (cancelled_) json.boolean(kCancelled, true);
   json.close('}');
   return json.take();
 }

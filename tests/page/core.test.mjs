@@ -63,7 +63,7 @@ test('hostile names are made safe and short enough to display', () => {
 });
 
 test('failure words have a text in every language, unknown ones are shown as they are', () => {
-  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
+  const known = ['noSuchDir', 'scanFailed', 'noMemory', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
     'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);

@@ -247,6 +247,8 @@ TEST_CASE("guessing keys over the network is refused for a minute, from that add
 TEST_CASE("a handler that throws answers 500, and the next request is served") {
   App app;
   app.state.targets = []() -> TargetList { throw std::bad_alloc(); };
+  CHECK(app.told("GET", "/api/targets") == R"(500 {"error":"noMemory"})");
+  app.state.targets = []() -> TargetList { throw std::runtime_error("any other"); };
   CHECK(app.told("GET", "/api/targets") == R"(500 {"error":"internalError"})");
   CHECK(app.told("GET", "/api/jobs") == "200 []");
 }

@@ -2,7 +2,7 @@
 import type { Key } from '../lang/shape';
 
 const ERRORS: Record<string, Key> = {
-  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
+  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', noMemory: 'eNoMemory', cancelled: 'eCancelled',
   sshTarget: 'eSshTarget', sshMissing: 'eSshMissing', sshEmpty: 'eSshEmpty', sshPipe: 'eSshPipe', sshDenied: 'eSshDenied',
   'sshFailed:1': 'eSshFailed1', sshTooLarge: 'eSshTooLarge',
   mftDenied: 'eMftDenied',

@@ -85,6 +85,12 @@ function weighAgain(id: number): void {
   }
 }
 
+function lose(id: number, why: string): void {
+  state.results.delete(id);
+  state.trees.delete(id);
+  state.resultErrors.set(id, why);
+}
+
 export async function fetchResult(id: number): Promise<void> {
   try {
     state.results.set(id, await askResult(id));
@@ -93,7 +99,7 @@ export async function fetchResult(id: number): Promise<void> {
     weighAgain(id);
   } catch (error) {
     // If the server can't be reached, the next round asks again.
-    if (wordOf(error) !== FAILURE.offline) state.resultErrors.set(id, messageOf(error));
+    if (wordOf(error) !== FAILURE.offline) lose(id, messageOf(error));
   }
   changed('results', 'view');
 }
@@ -199,8 +205,10 @@ export async function refreshResults(ids: Iterable<number>): Promise<void> {
     try {
       state.results.set(id, await askResult(id));
       state.trees.delete(id);
-    } catch {
-      stale = true;
+    } catch (error) {
+      stale ||= wordOf(error) === FAILURE.offline;
+      // What is on view would show what is no longer there.
+      if (wordOf(error) !== FAILURE.offline) lose(id, messageOf(error));
     }
   }));
   if (stale) toast(t('delStale'));

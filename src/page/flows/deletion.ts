@@ -212,7 +212,7 @@ async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permane
   // Any scan may hold what went; the one on view comes first.
   await refreshResults([state.view]);
   await Promise.all([refreshResults([...state.results.keys()].filter((id) => id !== state.view)), poll()]);
-  removeGone(plan, outcomeOf(done.answers).deleted, options);
+  removeGone(plan, outcomeOf(done.answers).deleted, done.problem !== '', options);
   dialog.element.removeEventListener('cancel', keepOpen);
   rest(stay, false);
   setText(stay, t('close'));
@@ -262,8 +262,8 @@ function below(paths: readonly string[]): (path: string) => boolean {
 
 // Removes deleted paths from marks and search results. The answers don't say which paths of a partial
 // deletion are gone, so another dry run does: it refuses them as missing.
-function removeGone(plan: Plan, deleted: number, options: DeletionOptions): void {
-  if (deleted === 0) return;
+function removeGone(plan: Plan, deleted: number, problem: boolean, options: DeletionOptions): void {
+  if (deleted === 0 && !problem) return;
   if (deleted >= plan.wouldDelete.length) forget(below(plan.wouldDelete), options);
   else void forgetMissing(plan.wouldDelete, options);
 }

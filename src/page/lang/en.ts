@@ -654,6 +654,7 @@ export const en = {
   // ---- errors ----
   eOffline: 'Vorda does not answer.',
   eScanFailed: 'That did not work.',
+  eNoMemory: 'There was not enough memory. Closing scans that are no longer needed frees theirs.',
   eNoSuchDir: 'This path does not exist, is not a folder, or this account may not open it.',
   eCancelled: 'Stopped.',
   eSshTarget: 'This does not have the form user@host:/path.',

@@ -639,6 +639,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
 
   eOffline: 'Vorda no responde.',
   eScanFailed: 'No ha funcionado.',
+  eNoMemory: 'No había memoria suficiente. Si cierras análisis que ya no necesites, se libera la suya.',
   eNoSuchDir: 'Esta ruta no existe, no es una carpeta o esta cuenta no puede abrirla.',
   eCancelled: 'Detenido.',
   eSshTarget: 'Esto no tiene la forma nombre@equipo:/ruta.',

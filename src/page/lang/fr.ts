@@ -638,6 +638,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
 
   eOffline: 'Vorda ne répond pas.',
   eScanFailed: 'Cela n’a pas fonctionné.',
+  eNoMemory: 'Il n’y avait pas assez de mémoire. Fermer les analyses devenues inutiles libère la leur.',
   eNoSuchDir: 'Ce chemin n’existe pas, n’est pas un dossier, ou ce compte ne peut pas l’ouvrir.',
   eCancelled: 'Arrêté.',
   eSshTarget: 'Ce n’est pas de la forme nom@hôte:/chemin.',

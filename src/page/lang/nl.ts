@@ -638,6 +638,7 @@ export const nl = dictionary<'one' | 'other'>()({
 
   eOffline: 'Vorda antwoordt niet.',
   eScanFailed: 'Dat is niet gelukt.',
+  eNoMemory: 'Er was niet genoeg geheugen. Sluit scans die niet meer nodig zijn; dan komt hun geheugen vrij.',
   eNoSuchDir: 'Dit pad bestaat niet, is geen map, of dit account mag het niet openen.',
   eCancelled: 'Gestopt.',
   eSshTarget: 'Dit heeft niet de vorm naam@computer:/pad.',

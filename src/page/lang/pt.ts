@@ -639,6 +639,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
 
   eOffline: 'O Vorda não responde.',
   eScanFailed: 'Não resultou.',
+  eNoMemory: 'Não havia memória suficiente. Fechar análises de que já não precisa liberta a delas.',
   eNoSuchDir: 'Este caminho não existe, não é uma pasta ou esta conta não o pode abrir.',
   eCancelled: 'Parado.',
   eSshTarget: 'Isto não tem a forma nome@computador:/caminho.',

@@ -290,6 +290,7 @@ void Builder::addFiles() {
     table_.names.read(file.name(), name);
     if (options_.keeps(name, file.size)) keep(index, name, file);
   }
+  if (taker_) taker_->finish();
   taker_.reset();
 }
 

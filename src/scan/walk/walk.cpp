@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -77,13 +78,14 @@ public:
     threads.reserve(workers_.size());
     try {
       for (WalkWorker& worker : workers_) {
-        threads.emplace_back([this, &worker]() noexcept { work(worker); });
+        threads.emplace_back([this, &worker]() noexcept { tryToWork(worker); });
       }
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       // No more threads are available: continue with those that started and this one.
-      work(workers_[threads.size()]);
+      tryToWork(workers_[threads.size()]);
     }
     for (std::thread& thread : threads) thread.join();
+    if (failure_) std::rethrow_exception(failure_);
   }
 
   void mergeInto(ScanResult& result);
@@ -99,6 +101,7 @@ private:
   }
 
   void work(WalkWorker& worker);
+  void tryToWork(WalkWorker& worker) noexcept;
   void readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
                   std::vector<FolderTask>& found);
   void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) const;
@@ -118,6 +121,8 @@ private:
   std::atomic<std::uint64_t> publishedFolders_{0};
   std::atomic<bool> cutShort_{false}; // something was not read because of a cancel
   std::atomic<bool> rootUnreadable_{false};
+  std::mutex failing_;
+  std::exception_ptr failure_; // guarded by failing_ while there are workers
   bool wholeDistribution_ = false;
   // Of the folders in the root, by number less one: written by the worker that reads the root, before
   // any of them is queued for the others.
@@ -125,6 +130,17 @@ private:
   std::mutex topMutex_; // for the names, and for publishing one at a time
   ScanClock::time_point topsPublished_ = ScanClock::now();
 };
+
+// What one worker cannot do, for want of memory above all, fails the whole walk.
+void Walk::tryToWork(WalkWorker& worker) noexcept {
+  try {
+    work(worker);
+  } catch (...) {
+    const std::lock_guard lock(failing_);
+    failure_ = std::current_exception();
+    queue_.stop();
+  }
+}
 
 void Walk::work(WalkWorker& worker) {
   const std::unique_ptr<FolderReader> reader = source_.reader();
@@ -142,6 +158,7 @@ void Walk::work(WalkWorker& worker) {
     }
     more = queue_.finishAndTake(found, task);
   }
+  if (worker.taker) worker.taker->finish();
   worker.taker.reset();
 }
 
