@@ -52,8 +52,9 @@ function goToStart(): void {
   const step = stepOf(history.state);
   state.view = scanAtStart();
   state.section = state.jobs.length > 0 ? 'overview' : 'picker';
-  const wanted = step && (step.scan === 0 || jobById(step.scan)) ? step : stepOfFragment(opening.fragment);
-  if (isSection(wanted.section) && (state.jobs.length > 0 || isSearch(wanted.section))) goToStep(wanted);
+  const kept = step !== null && (step.scan === 0 || jobById(step.scan) !== undefined);
+  const wanted = kept ? step : stepOfFragment(opening.fragment);
+  if (isSection(wanted.section) && (state.jobs.length > 0 || isSearch(wanted.section))) goToStep(wanted, !kept);
 }
 
 async function start(): Promise<void> {

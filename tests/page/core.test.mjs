@@ -11,7 +11,8 @@ test('sizes, shares and dates are formatted for the locale', () => {
   const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
   assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
     ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
-  assert.equal(units.formatSize(1536, 'nl-NL'), '1,50 KB');
+  assert.deepEqual(['nl-NL', 'fr-FR'].map((locale) => units.formatSize(1536, locale)), ['1,50 KB', '1,50 Ko']);
+  assert.equal(units.formatSize(5, 'fr-FR'), '5 o');
   assert.deepEqual([NaN, -1].map((bytes) => units.formatSize(bytes, 'en-GB')), ['0 B', '0 B']);
   assert.deepEqual([0, 0.0001, 0.05, 0.5, 1].map((share) => units.formatPercent(share, 'en-GB')), ['0%', '< 0.1%', '5.0%', '50%', '100%']);
   assert.deepEqual([0, -5, 1e17].map((time) => units.formatDate(time, 'en-GB')), ['', '', '']);

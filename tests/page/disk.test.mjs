@@ -78,7 +78,7 @@ test('scanning a drive again replaces the old scan, in any spelling', async (t) 
   assert.deepEqual((await rowsOf(tree)).map((cells) => [cells[1], cells[2]]), [['D:\\', '1.67 GB'], ['Windows', '1.18 GB'],
     ['Films', '300 MB'], ['film.mkv', '300 MB'], ['Photos', '210 MB'], ['Many', '29.3 KB']]);
   await goTo(tab, 'map', 'Map');
-  await says(tab.getByRole('complementary', { name: 'Details' }), 'D:\\Films');
+  await says(tab.getByRole('navigation', { name: 'Where the map is' }), 'Films');
   await tab.getByRole('link', { name: 'D:\\' }).click();
   await tab.getByRole('option', { name: 'Windows, 1.18 GB, 70%' }).waitFor();
 });
@@ -275,7 +275,7 @@ test('on a share, which has no bin, only permanent deletion is offered', async (
 
 test('removing a scan removes its hits and their marks, and moves the focus', async (t) => {
   const { tab, ask } = await machine(t, { d: { 'Photos/note.txt': 'abc', 'b.raw': 60 * MiB }, e: { 'list.txt': 'x' }, scans: ['E:\\', 'D:\\'], section: 'types', title: 'Types' });
-  await tab.getByRole('button', { name: '.txt', exact: true }).click();
+  await row(tab.getByRole('grid', { name: 'Types' }), '.txt').click();
   await tab.getByRole('button', { name: 'Find all of this type' }).click();
   await says(tab.getByRole('main'), '2 files found');
   await tab.getByRole('grid').focus();

@@ -260,7 +260,7 @@ test('administrator rights: requested, refused, granted', async (t) => {
   await answering.waitFor();
   await says(tab.locator('.toasts'), 'Vorda is running without administrator rights: the restart was declined or did not work.');
   await becomes(() => loads, 2, 'the page was reloaded');
-  assert.deepEqual(await tab.evaluate(() => ({ ...sessionStorage })), {});
+  assert.deepEqual(await tab.evaluate(() => Object.keys(sessionStorage).filter((name) => name !== 'vorda-views')), []);
   await restart.click();
   await restarting.waitFor();
   faults.lost = true;

@@ -81,6 +81,24 @@ const SCENES = {
     await goTo(tab, 'types');
     await pressed(tab, 'main .table', 'ArrowDown', 'Enter');
   },
+  largest: async (tab) => {
+    await goTo(tab, 'largest');
+    await pressed(tab, 'main .table', 'ArrowDown', ' ');
+  },
+  'a menu': async (tab) => {
+    await pressed(tab, 'main .table', 'Shift+F10');
+    await tab.locator('.menu button').first().waitFor();
+  },
+  columns: async (tab) => {
+    await tab.keyboard.press('Escape');
+    await tab.locator('main .button:has([href="#i-columns"])').first().click();
+    await tab.locator('.menu button').first().waitFor();
+  },
+  keys: async (tab) => {
+    await tab.keyboard.press('Escape');
+    await tab.keyboard.press('?');
+    await tab.locator('dialog[open]').waitFor();
+  },
   map: async (tab) => {
     await goTo(tab, 'map');
     await pressed(tab, '.map .options', 'ArrowRight', 'ArrowRight');
@@ -202,7 +220,7 @@ const misfits = (tab) => tab.evaluate(() => {
   }
   for (const one of document.querySelectorAll('#app *, dialog *')) {
     const { overflowX } = getComputedStyle(one);
-    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
+    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table, .header .bar')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
   }
   return found;
 });

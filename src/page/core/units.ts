@@ -17,7 +17,9 @@ function decimals(locale: string, digits: number, grouping: boolean): Intl.Numbe
   }));
 }
 
+// French counts in octets.
 const UNITS = ['B', 'KB', 'MB', 'GB', 'TB', 'PB'];
+const FRENCH_UNITS = ['o', 'Ko', 'Mo', 'Go', 'To', 'Po'];
 
 // No decimals for bytes and from 100 up, one from 10, two below. A value that would round up to the
 // next unit or step (1,024 KB, 10.00 MB) is written in that one.
@@ -33,7 +35,7 @@ export function formatSize(bytes: number, locale: string): string {
     ++unit;
   }
   const digits = unit === 0 || value >= 99.95 ? 0 : value >= 9.995 ? 1 : 2;
-  return `${decimals(locale, digits, false).format(value)} ${UNITS[unit]}`;
+  return `${decimals(locale, digits, false).format(value)} ${(locale.startsWith('fr') ? FRENCH_UNITS : UNITS)[unit]}`;
 }
 
 export const formatCount = (value: number, locale: string): string => decimals(locale, 0, true).format(value);

@@ -50,6 +50,10 @@ class Types implements ResultScreen {
     this.list = this.makeList();
     this.top = [el('div', { class: 'line push' }, measureSwitch(job.id))].filter((line) => line.firstChild);
     this.content = [this.bar.root, el('div', { class: 'columns types' }, this.list.root, this.place)];
+    // Where the detail is below the list, a tap leads to it.
+    this.list.root.addEventListener('click', () => {
+      if (this.place.offsetTop > this.list.root.offsetTop) this.goToDetail();
+    });
     this.arrange();
     if (!this.all.some((one) => one.e === state.type)) state.type = this.all[0]?.e ?? '';
     this.goToType();
@@ -63,6 +67,7 @@ class Types implements ResultScreen {
 
   update(changes: Changes): void {
     if (changes.has('measure')) this.arrange();
+    if (changes.has('step')) state.type ||= this.doc.exts[0]?.e ?? '';
     if (changes.has('types') || changes.has('step') || changes.has('measure')) this.goToType();
     if (changes.has('selection')) {
       this.bar.update();
@@ -90,7 +95,7 @@ class Types implements ResultScreen {
       { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeName(row.e)) },
       { id: 'size', title: 'colSize', width: '5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.value(row))) },
       { id: 'share', title: 'colShare', width: '3.5rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.value(row), this.whole()))) },
-      { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, fill: (cell, row) => setText(cell, count(row.c)) },
+      { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, count(row.c)) },
     ];
   }
 
@@ -103,7 +108,7 @@ class Types implements ResultScreen {
     return new Table<TypeItem>({
       label: t('tyTitle'), role: 'grid', keyOf: (row) => row.e, columns: this.columns(), layout: { ...this.settings, keep: () => keepTable('types') },
       onActive: (row) => this.choose(row.e),
-      onEnter: () => this.place.querySelector<HTMLElement>('h2')?.focus(),
+      onEnter: () => this.goToDetail(),
       onSort: (word) => {
         const { sort } = this.settings;
         this.settings.sort = { word, down: sort?.word === word ? !sort.down : word !== 'name' };
@@ -111,6 +116,10 @@ class Types implements ResultScreen {
         this.arrange();
       },
     });
+  }
+
+  private goToDetail(): void {
+    queueMicrotask(() => this.place.querySelector<HTMLElement>('h2')?.focus());
   }
 
   private arrange(): void {
@@ -140,7 +149,9 @@ class Types implements ResultScreen {
   private showDetail(): void {
     this.files?.table.leave();
     this.files = null;
+    const focused = this.place.querySelector('h2') === document.activeElement && document.activeElement !== null;
     fill(this.place, state.type ? this.detail(state.type) : null);
+    if (focused) this.place.querySelector<HTMLElement>('h2')?.focus();
   }
 
   private title(type: string): HTMLElement {

@@ -113,7 +113,7 @@ function onHistory(): void {
     openAbout();
     history.replaceState(stepNow(), '', addressOf(state.section, stepNow().at));
   } else if (isSection(stepOfFragment(wanted).section)) {
-    goToStep(stepOfFragment(wanted));
+    goToStep(stepOfFragment(wanted), true);
   }
 }
 

@@ -25,7 +25,7 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   context.on('weberror', (error) => complain(error.error().stack));
   context.on('console', (message) => {
     // A test's server may end before its tab; requests that fail because of that are not the page's fault.
-    if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text())) complain(message.text());
+    if (message.type() === 'error' && !/ERR_CONNECTION|ERR_EMPTY_RESPONSE/.test(message.text())) complain(message.text());
   });
   context.on('request', (request) => {
     const { origin, protocol } = new URL(request.url());

@@ -31,7 +31,7 @@ import { Legend } from './legend';
 // Folders of at least this many square pixels are looked into, so many at once, and so many for one view.
 const LARGE_AREA = 260;
 const AT_ONCE = 4;
-const MOST_FETCHED = 300;
+const MOST_FETCHED = 800;
 const REDRAW_MS = 250;
 
 class MapSection implements ResultScreen {
