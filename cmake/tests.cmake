@@ -105,10 +105,11 @@ if(CMAKE_CROSSCOMPILING)
   set_tests_properties(system PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
 
   # What scripts/release makes of the programs.
-  file(GLOB release_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
-    ${PROJECT_SOURCE_DIR}/tests/release/*.test.mjs)
-  add_test(NAME release COMMAND ${NODE} --test ${release_tests} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  set_tests_properties(release PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  foreach(name release installer)
+    add_test(NAME ${name} COMMAND ${NODE} --test tests/release/${name}.test.mjs
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  endforeach()
 
   # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}

@@ -285,6 +285,8 @@ Section "Uninstall"
   ${If} $0 == "$INSTDIR\vorda.exe"
     DeleteRegKey SHCTX "Software\Classes\Directory\shell\Vorda"
     DeleteRegKey SHCTX "Software\Classes\Drive\shell\Vorda"
+    DeleteRegKey /ifempty SHCTX "Software\Classes\Directory\shell"
+    DeleteRegKey /ifempty SHCTX "Software\Classes\Drive\shell"
   ${EndIf}
   DeleteRegKey SHCTX "${KEY}"
   ${If} $Keep = 0

@@ -234,8 +234,8 @@ STAGES = [
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
-    Stage("release", "zip, installer and what else is published, from the programs of this build",
-          tests(MINGW, "-R", "^release$"), needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("release", "what is published, made of the programs of this build", tests(MINGW, "-R", "^release$"),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("unit-build", "unit tests for Windows", build(MINGW, "vorda_tests"), after=["vorda-build"]),
     Stage("unit", "unit tests under Wine", tests(MINGW, "-R", "^unit$"),
           needs=["unit-build"], names=CASE, wine=True),
@@ -247,11 +247,13 @@ STAGES = [
     Stage("rest-build", "what no test needs, such as the benchmarks for Windows", build(MINGW),
           after=["vorda-build", "unit-build"]),
     Stage("tools", "checks of includes and imports, and tests of these checks",
-          tests(MINGW, "-E", "^(system|page|unit|release)$"), needs=["vorda-build"], after=["rest-build"]),
+          tests(MINGW, "-E", "^(system|page|unit|release|installer)$"), needs=["vorda-build"], after=["rest-build"]),
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
-# Not among everything: builds the programs twice, which takes many minutes.
+# Not among everything, since they take minutes: before a release, and after a change of what they test.
 ON_REQUEST = [
+    Stage("installer", "the installer under Wine", tests(MINGW, "-R", "^installer$"), needs=["vorda-build"],
+          names=FILE_OR_TEST, wine=True),
     Stage("reproducible", "two whole releases from two clones are the same; the lines of a crash",
           check("tests/release/reproducible"), wine=True),
 ]

@@ -12,6 +12,12 @@ import subprocess
 import sys
 
 
+def time_option():
+    """Older versions of osslsigncode call it -st."""
+    said = subprocess.run(["osslsigncode", "--help"], capture_output=True, text=True).stdout
+    return "-st" if "-st <unix-time>" in said else "-time"
+
+
 def arguments():
     """What osslsigncode needs besides the files; None if nothing is to be signed."""
     said = os.environ.get
@@ -24,7 +30,7 @@ def arguments():
         return None
     if said("VORDA_SIGN_PASSFILE"):
         command += ["-readpass", said("VORDA_SIGN_PASSFILE")]
-    command += ["-h", "sha256", "-n", "Vorda", "-time", os.environ["SOURCE_DATE_EPOCH"]]
+    command += ["-h", "sha256", "-n", "Vorda", time_option(), os.environ["SOURCE_DATE_EPOCH"]]
     if said("VORDA_SIGN_TIMESTAMP"):
         command += ["-ts", said("VORDA_SIGN_TIMESTAMP")]
     return command

@@ -21,7 +21,7 @@ namespace {
 constexpr DWORD kUncaught = 0xE0564F52; // a C++ exception that nobody caught
 constexpr DWORD kCppThrow = 0x20474343; // the compiler's own, on its way to a handler
 constexpr DWORD kCppMask = 0x20FFFFFF;
-constexpr DWORD kPatienceMs = 60'000;
+constexpr DWORD kPatienceMs = 180'000;
 constexpr ULONG kStackGuaranteeBytes = 32'768;
 constexpr std::size_t kRoomForName = 64;
 // Stacks without the texts on them: of these, only what leads from one function to its caller stays.

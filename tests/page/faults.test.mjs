@@ -275,3 +275,25 @@ test('administrator rights: requested, refused, granted', async (t) => {
   answer = { ok: true, already: true };
   await Promise.all([tab.waitForEvent('load'), restart.click()]);
 });
+
+test('About tells about the build, the last crash and the diagnostic log', async (t) => {
+  const { faults, server, tab } = await opened(t, { expected: /ERR_/ });
+  const crash = { path: 'C:\\Users\\me\\AppData\\Local\\Vorda\\crash-20261122-101500-4711.dmp', time: Date.UTC(2026, 10, 22, 12) };
+  const dialog = tab.getByRole('dialog', { name: 'About Vorda' });
+  const open = async (answer) => {
+    faults.answers['/api/about'] = answer;
+    await tab.goto(`${faults.base}/#about`);
+    await says(dialog, /^Version \d/);
+  };
+  await open({ version: '1.0.0', signed: false, log: 'D:\\vorda-log.txt', crash });
+  await says(dialog, 'This build is not signed.');
+  for (const text of [/ended unexpectedly on 22\/11\/2026/, crash.path, 'D:\\vorda-log.txt']) await says(dialog, text);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await open({ version: '1.0.0', signed: true, log: 'D:\\another.txt' });
+  await says(dialog, 'D:\\another.txt');
+  assert.doesNotMatch(await dialog.innerText(), /signed|crash/i);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await open(CUT); // the rest is there without it
+  const real = await server.json('/api/about');
+  assert.deepEqual(real.body, { version: real.body.version, signed: false, log: '' });
+});

@@ -1,4 +1,4 @@
-// A crash on purpose of the program that tests/release/reproducible has released, and its lines.
+// A crash on purpose of a released program, whose folder VORDA_RELEASE names, and its lines.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
@@ -9,9 +9,8 @@ import { ownWine, projectVersion, scratch } from '../system/support/vorda.mjs';
 import { repo } from './support.mjs';
 
 test('the symbols of a release turn a crash report into lines', async (t) => {
-  const clone = `${repo}/build/reproducible/a/vorda`;
   const folder = scratch(t);
-  for (const zip of ['', '-symbols']) execFileSync('python3', ['-m', 'zipfile', '-e', `${clone}/build/release/vorda-${projectVersion}${zip}.zip`, folder]);
+  for (const zip of ['', '-symbols']) execFileSync('python3', ['-m', 'zipfile', '-e', `${process.env.VORDA_RELEASE}/vorda-${projectVersion}${zip}.zip`, folder]);
   const listed = execFileSync('x86_64-w64-mingw32-nm', ['-C', `${folder}/vorda.exe.debug`], { encoding: 'utf8', maxBuffer: 2 ** 28 });
   const [, address] = /^(\w+) T vorda::quoteArgument\b/m.exec(listed);
   const wine = ownWine(t);

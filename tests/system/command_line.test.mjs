@@ -66,7 +66,7 @@ test('help is printed wherever on the command line it is requested', async () =>
     assert.deepEqual(lines.slice(0, 3), ['', title, 'Disk analysis for Windows.']);
     assert.deepEqual(lines.slice(-2), ['api\\Vorda.postman_collection.json to try it out.', '']);
     assert.ok(lines.includes('  --ext ".jpg .png"                     keep only these extensions'));
-    assert.equal(lines.length, 59);
+    assert.equal(lines.length, 61);
     assert.ok(!out.includes('\r'));
   }
 });

@@ -31,7 +31,6 @@ test('output and exit codes are those of vorda.exe', async (t) => {
     assert.deepEqual(still(through), still(direct), args.join(' '));
     assert.equal(through.code, code);
   }
-  // 3 comes from the update check only, whose host does not exist; the helper stands in for all others.
   const { code, out } = await vorda(['pour', '100'], install(t, helper).at);
   assert.equal(code, 42);
   assert.equal(out.length, 100 * 2 ** 20);
