@@ -395,7 +395,7 @@ export const en = {
   keep_first: 'the first by path',
   acApply: 'Select the others',
   acPrefer: 'Keep copies in',
-  acPreferHint: 'The first folder counts most. Copies in Desktop, Downloads or Temp, or named "(1)" or "Copy", are kept last.',
+  acPreferHint: 'Several folders are separated by ";", and the first counts most. Copies in Desktop, Downloads or Temp, or named "(1)" or "Copy", are kept last.',
   acFold: 'Collapse or expand all',
   acSort_waste: 'Most to gain first',
   acSort_size: 'Largest files first',

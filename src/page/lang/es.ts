@@ -384,7 +384,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   keep_first: 'el primero por ruta',
   acApply: 'Seleccionar los demás',
   acPrefer: 'Conservar las copias en',
-  acPreferHint: 'La primera carpeta cuenta más. Las copias en Desktop, Downloads o Temp, o llamadas «(1)» o «copia», se conservan las últimas.',
+  acPreferHint: 'Separa varias carpetas con «;», la primera cuenta más. Las copias en Desktop, Downloads o Temp, o llamadas «(1)» o «copia», se conservan las últimas.',
   acFold: 'Contraer o expandir todo',
   acSort_waste: 'Mayor ganancia primero',
   acSort_size: 'Archivos más grandes primero',

@@ -383,7 +383,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   keep_first: 'le premier par chemin',
   acApply: 'Sélectionner les autres',
   acPrefer: 'Garder les copies dans',
-  acPreferHint: 'Le premier dossier compte le plus. Les copies dans Desktop, Downloads ou Temp, ou nommées « (1) » ou « Copie », sont gardées en dernier.',
+  acPreferHint: 'Séparez plusieurs dossiers par « ; », le premier compte le plus. Les copies dans Desktop, Downloads ou Temp, ou nommées « (1) » ou « Copie », sont gardées en dernier.',
   acFold: 'Tout réduire ou développer',
   acSort_waste: 'Plus gros gain d’abord',
   acSort_size: 'Plus gros fichiers d’abord',

@@ -383,7 +383,7 @@ export const nl = dictionary<'one' | 'other'>()({
   keep_first: 'het eerste volgens pad',
   acApply: 'De andere selecteren',
   acPrefer: 'Kopieën bewaren in',
-  acPreferHint: 'De eerste map telt het meest. Kopieën in Desktop, Downloads of Temp, of met "(1)" of "Kopie" in de naam, blijven het laatst.',
+  acPreferHint: 'Meerdere mappen scheid je met ";", en de eerste telt het meest. Kopieën in Desktop, Downloads of Temp, of met "(1)" of "Kopie" in de naam, blijven het laatst.',
   acFold: 'Alles in- of uitklappen',
   acSort_waste: 'Meeste winst eerst',
   acSort_size: 'Grootste bestanden eerst',

@@ -384,7 +384,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   keep_first: 'o primeiro por caminho',
   acApply: 'Selecionar os outros',
   acPrefer: 'Manter as cópias em',
-  acPreferHint: 'A primeira pasta conta mais. As cópias em Desktop, Downloads ou Temp, ou chamadas «(1)» ou «Cópia», são mantidas em último lugar.',
+  acPreferHint: 'Separe várias pastas com «;», a primeira conta mais. As cópias em Desktop, Downloads ou Temp, ou chamadas «(1)» ou «Cópia», são mantidas em último lugar.',
   acFold: 'Recolher ou expandir tudo',
   acSort_waste: 'Maior ganho primeiro',
   acSort_size: 'Maiores ficheiros primeiro',
