@@ -29,7 +29,7 @@ async function comparedDuplicates(page) {
   await page.getByLabel('Extensions').fill('.pdf');
   await page.getByRole('button', { name: 'Search for duplicates' }).click();
   await page.getByRole('grid').waitFor();
-  await page.getByRole('button', { name: 'Mark the others' }).click();
+  await page.getByRole('button', { name: 'Select the others' }).click();
 }
 
 async function opened(page) {

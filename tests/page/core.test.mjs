@@ -4,7 +4,9 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { page } from './support/modules.mjs';
 
-const { bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, selection, squarify, steps, tree, units, failure_texts } = page;
+const {
+  bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, selection, squarify, steps, tree, units, failure_texts, review, keeping, question, csv, hosts,
+} = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', () => {
@@ -97,7 +99,7 @@ test('no dictionary contains English text', () => {
   // Texts that are the same in both languages.
   const alike = {
     nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
-    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
+    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'kind_documents', 'kind_archives', 'sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
     es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
     pt: ['colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'acRunning'],
   };
@@ -304,12 +306,83 @@ test('what all advice together could free counts every byte once', () => {
   assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
+test('the two totals of the advice add up, and count every byte once', () => {
+  const finding = (code, bytes, places, over = {}) => ({
+    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map(() => 0), ...over,
+  });
+  const temp = finding('tempfiles', 40, [['C:\\Users\\a\\Temp', 40]]);
+  const old = finding('oldfiles', 50, [['C:\\Users\\a\\Temp\\old.bin', 30], ['C:\\x', 20]], { level: 'serious' });
+  const installer = finding('installer', 90, [], { level: 'good', target: 'C:\\Windows\\Installer' });
+  assert.deepEqual(winnable.gains([temp, old, installer]), { safe: 40, look: 20 }, 'what goes with the temporary files is not looked through');
+  assert.deepEqual(winnable.gains([old]), { safe: 0, look: 50 });
+  assert.deepEqual([temp, old, installer].map(winnable.gainOf), ['safe', 'look', 'none']);
+});
+
+test('a long deletion is sent in parts, each for one drive', () => {
+  const many = Array.from({ length: 1001 }, (_, i) => `C:\\f${i}`);
+  const parts = review.requestsFor([{ job: 1, paths: ['D:\\x', ...many, 'd:\\y'] }, { job: 2, paths: ['\\\\nas\\s\\z'] }]);
+  assert.deepEqual(parts.map((part) => [part.job, part.paths.length]), [[1, 2], [1, 500], [1, 500], [1, 1], [2, 1]]);
+  assert.deepEqual(new Set(parts.flatMap((part) => part.paths)).size, 1004);
+  const empty = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+  const items = new Map([['C:\\a', { s: 5, f: 1, m: 9 }], ['C:\\d', { s: 7, f: 3, m: 0, dir: true }]]);
+  const rows = review.goingOf({ ...empty, wouldDelete: ['C:\\a', 'C:\\d'], noBin: ['C:\\a'], items }, { ...empty, wouldDelete: ['C:\\long'] });
+  assert.deepEqual(rows.map(({ path, bytes, files, folder, note }) => [path, bytes, files, folder, note]),
+    [['C:\\d', 7, 3, true, null], ['C:\\a', 5, 1, false, 'delTagGone'], ['C:\\long', 0, 0, false, 'delTagLong']]);
+  const drives = [{ path: 'C:\\', size: 100, free: 10 }, { path: 'E:\\', size: 100, free: 10 }, { path: 'D:\\', size: 20, free: 15 }];
+  assert.deepEqual(review.freeAfter([{ path: 'c:\\x', bytes: 5 }, { path: 'C:\\y', bytes: 6 }, { path: 'D:\\z', bytes: 90 }, { path: '\\\\nas\\s', bytes: 1 }], drives),
+    [{ drive: 'C:', free: 21 }, { drive: 'D:', free: 20 }], 'never more than the drive has room for');
+});
+
+test('which copy is kept: preferred folders, then no copies by their place or name, then the rule', () => {
+  const group = (...paths) => ({ s: 1, c: paths.length, waste: 1, files: paths.map((p, i) => ({ p, m: 100 - i, job: 1 })) });
+  const kept = (paths, rule = 'newest', folders = '') => keeping.keeper(group(...paths), rule, keeping.foldersOf(folders)).p;
+  for (const bad of ['C:\\Users\\a\\Desktop\\x.jpg', 'C:\\Users\\a\\Downloads\\in\\x.jpg', 'D:\\temp\\x.jpg', 'D:\\TMP\\x.jpg', 'D:\\p\\x (1).jpg', 'D:\\p\\x (12)',
+    'D:\\p\\x - Copy.jpg', 'D:\\p\\Copy of x.jpg', 'D:\\p\\x - kopie.jpg', 'D:\\p\\x - Copie (2).jpg', 'D:\\p\\x - copia.jpg', 'D:\\p\\x - Cópia.jpg', 'D:\\p\\x_copy.jpg']) {
+    assert.equal(kept([bad, 'D:\\p\\x.jpg']), 'D:\\p\\x.jpg', bad);
+    assert.equal(kept([bad]), bad);
+  }
+  for (const good of ['D:\\photocopy.jpg', 'D:\\copyright.txt', 'D:\\Desktop.jpg', 'D:\\(2019) x.jpg', 'D:\\templates\\x']) assert.ok(!keeping.looksLikeCopy(good), good);
+  assert.equal(kept(['D:\\a\\x', 'E:\\b\\x', 'E:\\c\\x'], 'newest', ' e:\\C\\ ; E:\\'), 'E:\\c\\x', 'the first preferred folder counts most');
+  assert.equal(kept(['D:\\a\\x', 'E:\\Downloads\\x'], 'newest', 'E:\\'), 'E:\\Downloads\\x', 'the user’s word counts more than the name');
+  assert.equal(kept(['D:\\ab\\x', 'D:\\a\\x'], 'oldest', 'D:\\a'), 'D:\\a\\x');
+  assert.equal(kept(['D:\\b', 'D:\\a'], 'shortest'), 'D:\\a', 'ties go by path');
+});
+
+test('a question picks from what the scans know what the program would find', () => {
+  const at = (text) => Date.parse(text);
+  const files = [{ p: 'D:\\a\\Film.MKV', s: 5 * MiB, m: at('2020-05-05T12:00') }, { p: 'D:\\b\\film (2).mp4', s: 50 * MiB, m: at('2024-05-05T12:00') }, { p: 'D:\\a\\c\\été.txt', s: 10, m: 0 }];
+  const picked = (asked) => files.filter(question.picker({ ...question.NO_QUESTION, ...asked })).map((file) => file.s);
+  const [first, second, third] = files.map((file) => file.s);
+  for (const [asked, wanted] of [
+    [{}, [first, second, third]], [{ names: 'FILM' }, [first, second]], [{ names: 'film.*; É?É*' }, [first, third]], [{ names: '(2)' }, [second]], [{ names: '.' }, [first, second, third]],
+    [{ exts: 'mkv, *.txt' }, [first, third]], [{ exts: '.mk' }, []], [{ min: '6' }, [second]], [{ max: '5', maxUnit: 'MB' }, [first, third]], [{ max: '0,00001' }, [third]],
+    [{ before: '2021-01-01' }, [first]], [{ after: '2024-05-05' }, [second]], [{ after: '2024-05-06' }, []], [{ in: 'd:/A/' }, [first, third]], [{ in: 'D:\\a\\c' }, [third]],
+  ]) assert.deepEqual(picked(asked), wanted, JSON.stringify(asked));
+  const enough = (asked) => question.isEnough({ ...question.NO_QUESTION, ...asked });
+  assert.deepEqual([{}, { min: '0.5' }, { max: '5' }, { in: 'D:\\' }, { min: '1' }, { before: '2020-01-01' }, { exts: 'a' }].map(enough), [false, false, false, false, true, true, true]);
+});
+
+test('CSV: quotes, and nothing that a spreadsheet would calculate', () => {
+  assert.equal(csv.csvOf(['path', 'bytes'], [['a "b", c', 5], ['=cmd()', -1], ['+1', 0], ['-x', 0], ['@x', 0]]),
+    '\ufeffpath,bytes\r\n"a ""b"", c",5\r\n"\'=cmd()",-1\r\n"\'+1",0\r\n"\'-x",0\r\n"\'@x",0\r\n');
+  assert.deepEqual([0, 978_307_200_000, 9e15, NaN].map(csv.utcDate), ['', '2001-01-01', '', '']);
+});
+
+test('hosts are remembered by what is usable of what was stored', () => {
+  const host = { path: 'anna@nas:/srv', name: 'NAS', scanned: 5, free: 7 };
+  assert.deepEqual(hosts.hostsOf(JSON.stringify([host, null, { path: 'C:\\x' }, { path: 5 }, { path: 'ssh://b@c:22/d', name: 1, scanned: 'x', free: -1 }])),
+    [host, { path: 'ssh://b@c:22/d', name: '', scanned: 0, free: 0 }]);
+  for (const stored of [null, '', '{', '5', '{"path":"a@b:/c"}']) assert.deepEqual(hosts.hostsOf(stored), [], stored);
+  assert.deepEqual(hosts.withHost([host], { ...host, name: 'x', scanned: 9 }).map((one) => one.name), ['x']);
+  assert.deepEqual(['anna@nas:/srv/x', 'ssh://anna@nas.local:2222/srv', 'ssh://nas/', 'anna@[::1]:/srv'].map(hosts.hostAndFolder), ['nas /srv/x', 'nas.local /srv', 'nas /', '[::1] /srv']);
+});
+
 test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {
   const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
-  const kept = (rule) => plan.keeper(group, rule).p;
+  const kept = (rule) => keeping.keeper(group, rule).p;
   assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
   const locked = { ...group, files: [...group.files, { p: 'C:\\Windows\\y', m: 1, job: 1, lock: 'windows' }] };
-  assert.equal(plan.keeper(locked, 'newest').p, 'C:\\Windows\\y');
+  assert.equal(keeping.keeper(locked, 'newest').p, 'C:\\Windows\\y');
   assert.ok(plan.mayChoose(group, new Set(['C:\\two']), 'D:\\x'));
   assert.ok(!plan.mayChoose(group, new Set(['C:\\two', 'C:\\long\\one']), 'D:\\x'));
   assert.ok(!plan.mayChoose(locked, new Set(), 'C:\\Windows\\y'));

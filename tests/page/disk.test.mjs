@@ -92,7 +92,7 @@ test('moving to the bin, and deleting permanently once the word is typed', async
   await row(tree, '2019').click();
   await tree.press('ArrowRight');
   await mark(tree, 'a.raw');
-  await says(tab, '1 item marked, 70.0 MB');
+  await says(tab, '1 item selected, 70.0 MB');
   const dialog = await openDialog(tab);
   await says(dialog, '1 item will be deleted, 70.0 MB.');
   await says(dialog, /^Free afterwards: D: /);
@@ -164,7 +164,7 @@ test('what changes while the confirmation is open stays, and the dialog says so'
   await goTo(tab, 'across', 'Duplicates');
   await tab.getByRole('button', { name: 'Search for duplicates' }).click();
   await tab.getByLabel('Keep in each group').selectOption('the first by path');
-  await tab.getByRole('button', { name: 'Mark the others' }).click();
+  await tab.getByRole('button', { name: 'Select the others' }).click();
   await openDialog(tab, 'Compare and delete');
   fs.writeFileSync(`${d}/Copies/one.bin`, content('y')); // the one that stays
   assert.equal(await confirm(dialog), 'Nothing was deleted.');
@@ -189,7 +189,7 @@ test('three of 20,000 hits are deleted', async (t) => {
   const names = (await rowsOf(grid)).slice(0, 5).map((cells) => cells[1]);
   await grid.focus();
   for (const key of ['Space', 'ArrowDown', 'ArrowDown', 'Space', 'Shift+ArrowDown']) await tab.keyboard.press(key);
-  await says(tab, '3 items marked, 3 B');
+  await says(tab, '3 items selected, 3 B');
   await tab.getByLabel('Filter').fill(names[0]);
   await says(tab, '2 of them are hidden by the filter');
   await tab.getByLabel('Filter').fill('');
@@ -211,11 +211,11 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   await says(tab.getByRole('main'), '2 groups found, 8.00 MB could be freed');
   const grid = tab.getByRole('grid', { name: 'Groups of equal files' });
   await tab.getByLabel('Keep in each group').selectOption('the first by path');
-  await tab.getByRole('button', { name: 'Mark the others' }).click();
-  await says(tab, '3 items marked, 8.00 MB');
+  await tab.getByRole('button', { name: 'Select the others' }).click();
+  await says(tab, '3 items selected, 8.00 MB');
   await mark(grid, 'one.bin');
   await says(tab.locator('.toasts'), 'One copy of each group always stays.');
-  await says(tab, '3 items marked, 8.00 MB');
+  await says(tab, '3 items selected, 8.00 MB');
   fs.writeFileSync(`${d}/Copies/odd.bin`, content('p', 2));
   const dialog = await openDialog(tab, 'Compare and delete');
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
@@ -269,7 +269,7 @@ test('on a share, which has no bin, only permanent deletion is offered', async (
   await says(dialog, '1 item deleted, 60.0 MB freed.');
   assert.deepEqual([namesIn(`${folder}/share`), fs.existsSync(trash) ? namesIn(trash) : [], lastLogged()], [['new.txt'], [], 'definitief  62914560  \\\\nas\\public\\archive']);
   await dialog.getByRole('button', { name: 'Close' }).click();
-  await tab.getByRole('button', { name: 'Remove the scan of \\\\nas\\public' }).click();
+  await tab.getByRole('button', { name: 'Close the scan of \\\\nas\\public' }).click();
   await tab.getByRole('list', { name: 'Scans' }).getByText('nas').waitFor({ state: 'detached' });
 });
 
@@ -280,12 +280,12 @@ test('removing a scan removes its hits and their marks, and moves the focus', as
   await says(tab.getByRole('main'), '2 files found');
   await tab.getByRole('grid').focus();
   await tab.keyboard.press('Control+a');
-  await says(tab, '2 items marked');
-  await tab.getByRole('button', { name: 'Remove the scan of E:\\' }).press('Enter');
-  await says(tab, '1 item marked, 3 B');
+  await says(tab, '2 items selected');
+  await tab.getByRole('button', { name: 'Close the scan of E:\\' }).press('Enter');
+  await says(tab, '1 item selected, 3 B');
   await becomes(() => focused(tab), 'D:\\\n60.0 MB');
   assert.deepEqual((await ask('/api/jobs')).map((job) => job.path), ['D:\\']);
-  await tab.getByRole('button', { name: 'Remove the scan of D:\\' }).press('Enter');
+  await tab.getByRole('button', { name: 'Close the scan of D:\\' }).press('Enter');
   await says(tab, 'Nothing to search yet');
   await becomes(() => focused(tab), 'Find files');
   assert.deepEqual(await ask('/api/jobs'), []);

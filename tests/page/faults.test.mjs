@@ -151,7 +151,7 @@ test('late and truncated answers lose nothing', async (t) => {
   await goTo(tab, 'explorer', 'Folders');
   await mark(tree, 'two.iso');
   faults.lost = true;
-  await tab.getByRole('button', { name: 'Delete marked' }).click();
+  await tab.getByRole('button', { name: 'Delete selected' }).click();
   const dialog = tab.getByRole('dialog');
   await says(dialog, 'Vorda does not answer.');
   assert.equal(await dialog.getByRole('button', { name: /^Delete|^Move/ }).count(), 0);
@@ -233,14 +233,14 @@ test('possible duplicates of the advice are compared before they go', async (t) 
   await becomes(would, [`${root}\\c`], 'first what was not marked as a copy');
   await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
   await dialog.getByRole('button', { name: 'Close' }).click();
-  await says(tab, '2 items marked, 8 B');
+  await says(tab, '2 items selected, 8 B');
   await openDialog(tab);
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
   await becomes(would, [`${root}\\a\\film.mkv`]);
   await tab.keyboard.press('Escape');
   await box('a\\film.mkv').uncheck();
   await box('b\\photo.raw').press('Delete');
-  await says(tab, 'None of the marked files is still equal to one that stays. Nothing is deleted.');
+  await says(tab, 'None of the selected files is still equal to one that stays. Nothing is deleted.');
   assert.equal(await dialog.count(), 0);
 });
 

@@ -166,7 +166,7 @@ test('the page is small, and so is the document with 20,000 hits', async (t) => 
     });
     assert.ok(nodes <= 1500, `${nodes} nodes after ${key}`);
   }
-  await tab.getByText('20,000 items marked').waitFor();
+  await tab.getByText('20,000 items selected').waitFor();
 });
 
 const side = { concurrency: 2 };
@@ -349,7 +349,7 @@ describe('by keyboard alone', side, () => {
     await section(/^Folders/, 'Folders');
     await to('treegrid', /./);
     await press('ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'End', 'Home', 'ArrowDown', ' ');
-    await to('button', /^Delete marked/, 'Shift+Tab');
+    await to('button', /^Delete selected/, 'Shift+Tab');
     await press('Enter');
     await tab.getByText('1 item will be deleted').waitFor();
     await to('button', /^Move 1 item/);
@@ -368,8 +368,8 @@ describe('by keyboard alone', side, () => {
     await tab.getByRole('main').getByText('3 files found').waitFor();
     await to('grid', /./);
     await press('Home', ' ', 'Shift+ArrowDown');
-    await tab.getByText('2 items marked').waitFor();
-    await to('button', /^Delete marked/, 'Shift+Tab');
+    await tab.getByText('2 items selected').waitFor();
+    await to('button', /^Delete selected/, 'Shift+Tab');
     await press('Enter');
     await tab.getByText('2 items will be deleted').waitFor();
     await to('input', /^Move to/);
@@ -391,7 +391,7 @@ describe('by keyboard alone', side, () => {
     await tab.getByRole('main').getByText('1 group found').waitFor();
     await to('select', /^Keep in each/);
     await press('End');
-    await to('button', /^Mark the others/);
+    await to('button', /^Select the others/);
     await press('Enter');
     await to('button', /^Compare and delete/);
     await press('Enter');

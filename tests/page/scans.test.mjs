@@ -24,7 +24,7 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   const names = async () => (await rowsOf(tree)).map((cells) => cells[1]);
   await goTo(tab, 'explorer', 'Folders');
   await mark(tree, 'backup');
-  await says(tab, '1 item marked, 90.0 MB');
+  await says(tab, '1 item selected, 90.0 MB');
   await choose('D:');
   await becomes(names, ['D:\\', 'photos', 'films', 'root.iso'], 'its root is open');
   await becomes(() => tab.locator('.selection-bar').isVisible(), false, 'nothing is marked here');
@@ -33,10 +33,10 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await tree.press('ArrowRight');
   await row(tree, 'y.iso').waitFor();
   await choose('E:');
-  await says(tab, '1 item marked, 90.0 MB');
+  await says(tab, '1 item selected, 90.0 MB');
   await becomes(names, ['E:\\', 'backup']);
   await choose('D:');
-  await says(tab, '1 item marked, 80.0 MB');
+  await says(tab, '1 item selected, 80.0 MB');
   await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
 
   await goTo(tab, 'types', 'Types');
@@ -55,7 +55,7 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await goTo(tab, 'explorer', 'Folders');
   await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
-  await says(tab, '1 item marked, 80.0 MB');
+  await says(tab, '1 item selected, 80.0 MB');
   const dialog = await openDialog(tab);
   await becomes(() => pathsIn(dialog, GOING), ['D:\\photos']);
 });
@@ -120,7 +120,7 @@ test('the Del key asks about what is marked, or else about the active item', asy
   await goTo(tab, 'types', 'Types');
   await tab.getByRole('grid', { name: 'Large files of this type' }).press('Delete');
   await asked('b.mkv');
-  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await tab.getByRole('button', { name: 'Clear selection' }).click();
   await goTo(tab, 'map', 'Map');
   await tab.getByRole('option', { name: /^a.mkv/ }).waitFor();
   await tab.getByRole('listbox').press('ArrowRight');

@@ -9,7 +9,7 @@ import type { Dictionary, Forms, Key, Vars } from '../lang/shape';
 import * as units from './units';
 import { wordingOf } from './failure_texts';
 
-export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português' } as const;
+export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português (Portugal)' } as const;
 export type Lang = keyof typeof LANGS;
 
 export const T: Record<Lang, Dictionary> = { en, nl, fr, es, pt };

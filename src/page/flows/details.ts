@@ -34,11 +34,13 @@ const IMAGE = /\.(png|jpe?g|jfif|gif|webp|bmp)$/i;
 // all leaves no trace.
 function preview({ p, names }: Found): HTMLElement | null {
   if (!names || !state.hello.canQuit || !IMAGE.test(p)) return null;
+  if (pane.image?.path === p) return pane.image.element;
   const image = el('img', { class: 'preview', alt: '', src: linkTo('/api/preview', { p }), on: { error: () => image.remove() } });
+  pane.image = { path: p, element: image };
   return image;
 }
 
-const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0 };
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0, image: null as { path: string; element: HTMLElement } | null };
 
 export function detailsPane(): HTMLElement {
   pane.entry = null;

@@ -14,6 +14,7 @@ import { openLog } from './log';
 
 const FIRST_ELAPSED_MS = 2000;
 const TICK_MS = 500;
+const LONGEST_WAIT_MS = 1000;
 
 const nameColumn: Column<Going> = {
   title: 'colName', width: 'minmax(8rem, 3fr)',
@@ -47,14 +48,13 @@ export const stayingTable = (label: string, rows: readonly Staying[]): HTMLEleme
   textColumn('colFolder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.p)), true),
 ], (row) => row.p, rows);
 
-// The figures of the drives may be old by now.
+// The figures of the drives may be old by now. A network drive that does not answer holds nothing up.
 export async function renewDrives(): Promise<void> {
-  try {
-    state.targets = await api<Targets>('/api/targets');
+  const asked = api<Targets>('/api/targets').then((targets) => {
+    state.targets = targets;
     changed('targets');
-  } catch {
-    // Then those of before are shown.
-  }
+  }).catch(() => {}); // then those of before are shown
+  await Promise.race([asked, new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT_MS))]);
 }
 
 export const freeLine = (rows: readonly { path: string; bytes: number }[]): HTMLElement | null => {

@@ -75,7 +75,7 @@ export const goTo = async (tab, section, title) => {
 };
 
 // Opens the dialog for the marked items and waits for the dry run.
-export async function openDialog(tab, button = 'Delete marked') {
+export async function openDialog(tab, button = 'Delete selected') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
   await dialog.getByText(/will be deleted,|None of this/).waitFor();

@@ -2,7 +2,9 @@
 import { build } from 'esbuild';
 import { fileURLToPath } from 'node:url';
 
-const names = ['address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable'];
+const names = [
+  'address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable', 'review', 'keeping', 'question', 'csv', 'hosts',
+];
 const { outputFiles } = await build({
   stdin: {
     contents: names.map((name) => `export * as ${name} from './core/${name}';`).join('') +

@@ -89,7 +89,7 @@ export class GroupList implements ResultList<CopyGroup> {
     this.table = this.makeTable();
     return [
       el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'natural' }),
-        field(t('acPrefer'), boundInput(chosen, 'prefer', () => this.markOthers(), { placeholder: 'D:\\Photos; E:\\Archive' })),
+        field(t('acPrefer'), boundInput(chosen, 'prefer', () => this.markOthers(), {})),
         button(t('acApply'), () => this.markOthers(), { icon: 'check' }),
         el('span', { class: 'small muted' }, `${t('acLast')} ${t('acPreferHint')}`)),
       el('div', { class: 'line' }, filter, sort, button(t('acFold'), () => this.foldAll(), { class: 'plain' }),

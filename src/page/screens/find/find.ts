@@ -56,7 +56,7 @@ function form(go: HTMLElement, begin: () => void): Child {
       field(t('fiSort'), boundSelect(entered, 'sort', ORDERS, (one) => phrase('sort_', one)), { class: 'natural' }), go),
     el('details', { open: more }, el('summary', {}, t('fiMore')), el('div', { class: 'form' },
       field(t('fiKind'), kind, { class: 'natural' }), bound('max', 'maxUnit', t('fiMax')), day('before', t('fiBefore')), day('after', t('fiAfter')),
-      field(t('fiIn'), boundInput(entered, 'in', begin, { placeholder: 'D:\\Photos' })))),
+      field(t('fiIn'), boundInput(entered, 'in', begin, { placeholder: t('folderHint') })))),
     scanChoices(entered.without), savedList(),
   ];
 }

@@ -1,6 +1,7 @@
 // The hosts that were scanned before, with what is remembered of them.
 import { date, size, t } from '../../core/i18n';
 import { hostAndFolder, type Host } from '../../core/hosts';
+import { shown } from '../../core/paths';
 import { KIND } from '../../core/words';
 import { forgetHost, hosts, renameHost } from '../../data/hosts';
 import { poll } from '../../data/jobs';
@@ -27,8 +28,8 @@ export function hostFacts(path: string): HTMLElement {
   const host = hosts().find((one) => one.path === path);
   const facts = host ? [host.scanned > 0 ? t('hostLast', { date: date(host.scanned) }) : '', host.free > 0 ? `${size(host.free)} ${t('free')}` : ''].filter(Boolean).join(', ') : '';
   return el('p', { class: 'line small muted' }, inert(path), facts ? el('span', {}, facts) : null,
-    button(t('hostRename'), () => rename(path), { class: 'plain' }),
-    host ? button(t('hostForget'), () => forgetHost(path), { class: 'plain' }) : null);
+    button(t('hostRename'), () => rename(path), { class: 'plain', label: `${t('hostRename')}: ${shown(path)}` }),
+    host ? button(t('hostForget'), () => forgetHost(path), { class: 'plain', label: `${t('hostForget')}: ${shown(path)}` }) : null);
 }
 
 export const hostTarget = ({ path, name }: Host): Target =>
