@@ -30,7 +30,7 @@ HttpResponse start(BackgroundRun& run, RunWork work) {
 
 HttpResponse status(const BackgroundRun& run, std::string (*progress)(const RunCounters&)) {
   RunStatus status = run.status();
-  if (status.document) return {200, kJsonType, false, std::move(status.document)};
+  if (status.document) return {200, kJsonType, std::move(status.document)};
   return answer(200, status.counters ? progress(*status.counters) : "{\"running\":false}");
 }
 
