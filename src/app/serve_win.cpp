@@ -9,6 +9,7 @@
 #include "base/detached_thread.h"
 #include "base/text.h"
 #include "update/hand_over_store_win.h"
+#include "win/port_in_use.h"
 #include "win/shell_open.h"
 #include "win/signed_in_users.h"
 
@@ -64,7 +65,7 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
   const PortTrial trial = {[&state, network](std::uint16_t port, std::wstring& reason) {
                              return startServer(state.server, port, network, reason);
                            },
-                           [](unsigned milliseconds) { Sleep(milliseconds); }};
+                           [](unsigned milliseconds) { Sleep(milliseconds); }, portInUse};
   std::wstring reason;
   const auto start = [&] {
     if (!startOnSomePort(request, trial, reason)) return false;
