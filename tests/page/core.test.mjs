@@ -1,12 +1,13 @@
 // The modules in core/, without a browser.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { needs } from '../system/support/home.mjs';
 import { page } from './support/modules.mjs';
 
 const { bin, winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
 const MiB = 2 ** 20;
 
-test('sizes, shares and dates are formatted for the locale', () => {
+test('sizes, shares and dates are formatted for the locale', needs('esbuild'), () => {
   const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
   assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
     ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
@@ -18,7 +19,7 @@ test('sizes, shares and dates are formatted for the locale', () => {
   assert.equal(units.formatSeconds(1.25, 'fr-FR'), '1,3 s');
 });
 
-test('paths: parent and name, joining, owning scan, topmost', () => {
+test('paths: parent and name, joining, owning scan, topmost', needs('esbuild'), () => {
   const cases = [['C:\\a\\b', 'C:\\a', 'b'], ['C:\\a', 'C:\\', 'a'], ['C:\\', '', 'C:'], ['\\\\srv\\share\\x', '\\\\srv\\share', 'x'],
     ['/home/x', '/home', 'x'], ['/home', '/', 'home'], ['/', '', '/'], ['C:\\a\\', 'C:\\', 'a'], ['C:\\a/b\\c', 'C:\\a/b', 'c']];
   for (const [path, parent, name] of cases) assert.deepEqual([paths.parentOf(path), paths.baseName(path)], [parent, name], path);
@@ -30,7 +31,7 @@ test('paths: parent and name, joining, owning scan, topmost', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
-test('the address: its key and path, in the program’s own spelling and in links', () => {
+test('the address: its key and path, in the program’s own spelling and in links', needs('esbuild'), () => {
   const read = (search, hash = '') => Object.values(address.openingOf(search, hash));
   assert.deepEqual(read('?token=a+b&c%%3D'), ['a+b&c%%3D', '', '', '', '']);
   assert.deepEqual(read('?token=k%C3%A9y?scan=C%3A%5Ca%2Bb%3Fscan%3D', '#find'), ['kéy', 'C:\\a+b?scan=', '?scan=C%3A%5Ca%2Bb%3Fscan%3D', '', 'find']);
@@ -40,7 +41,7 @@ test('the address: its key and path, in the program’s own spelling and in link
   assert.deepEqual(read('', '#advice'), ['', '', '', '', 'advice']);
 });
 
-test('only what is certainly on a drive of this machine may be scanned without asking', () => {
+test('only what is certainly on a drive of this machine may be scanned without asking', needs('esbuild'), () => {
   const drives = [{ path: 'C:\\', type: 'fixed' }, { path: 'E:\\', type: 'removable' }, { path: 'N:\\', type: 'network' }];
   const own = (path) => paths.onOwnDrive(path, drives);
   for (const path of ['c:', 'C:\\', 'C:/x', 'e:\\a\\..\\b', 'C:\\a@b:/c', '\\\\?\\C:\\x']) assert.ok(own(path), path);
@@ -48,7 +49,7 @@ test('only what is certainly on a drive of this machine may be scanned without a
     '\\??\\UNC\\nas\\share', '\\\\wsl$\\Debian', '\\\\wsl.localhost\\Debian', 'ssh://me@host/C:', 'me@host:/x', 'C:x', 'C', '', ' \\\\nas\\share', 'x:', '\\\\?\\N:\\']) assert.ok(!own(path), path);
 });
 
-test('hostile names are made safe and short enough to display', () => {
+test('hostile names are made safe and short enough to display', needs('esbuild'), () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
@@ -61,7 +62,7 @@ test('hostile names are made safe and short enough to display', () => {
   }
 });
 
-test('failure words have a text in every language, unknown ones are shown as they are', () => {
+test('failure words have a text in every language, unknown ones are shown as they are', needs('esbuild'), () => {
   const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
     'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
@@ -90,7 +91,7 @@ test('failure words have a text in every language, unknown ones are shown as the
   i18n.setLanguage('en');
 });
 
-test('no dictionary contains English text', () => {
+test('no dictionary contains English text', needs('esbuild'), () => {
   // Texts that are the same in both languages.
   const alike = {
     nl: ['scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
@@ -115,7 +116,7 @@ const doc = (over = {}) => ({
   ] }, ...over,
 });
 
-test('the tree combines the pruned tree, fetched folders and large files', () => {
+test('the tree combines the pruned tree, fetched folders and large files', needs('esbuild'), () => {
   const scan = new tree.ScanTree(doc());
   const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
   assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', 'loose  20 2']);
@@ -142,7 +143,7 @@ test('the tree combines the pruned tree, fetched folders and large files', () =>
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });
 
-test('tiles of the map have the right areas and stay inside', () => {
+test('tiles of the map have the right areas and stay inside', needs('esbuild'), () => {
   const area = { x: 3, y: 5, w: 401, h: 233 };
   for (const values of [[1], [5, 3, 1, 1], Array.from({ length: 400 }, (_, i) => 1000 / (i + 1)), [1e15, 1, 1], [7, 7, 7, 7, 7]]) {
     const rects = squarify.squarify(values, area);
@@ -162,7 +163,7 @@ test('tiles of the map have the right areas and stay inside', () => {
   assert.equal(squarify.nearestTile(own, 0, own[1].x > own[0].x ? 1 : 0, own[1].x > own[0].x ? 0 : 1), 1);
 });
 
-test('deletion: one request per scan, and the right sentence for the outcome', () => {
+test('deletion: one request per scan, and the right sentence for the outcome', needs('esbuild'), () => {
   const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
   assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
     [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
@@ -177,12 +178,12 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
 });
 
-test('what was to go into the bin and did not', () => {
+test('what was to go into the bin and did not', needs('esbuild'), () => {
   const missed = (bytes, binned, noBin = []) => bin.missedBin({ noBin }, { bytes, binned });
   assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
 });
 
-test('what all advice together could free counts every byte once', () => {
+test('what all advice together could free counts every byte once', needs('esbuild'), () => {
   const finding = (code, bytes, places, over = {}) => ({
     code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
   });
@@ -199,7 +200,7 @@ test('what all advice together could free counts every byte once', () => {
   assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
-test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {
+test('duplicates: one copy of each group stays, and only verified copies are deleted', needs('esbuild'), () => {
   const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
   const kept = (rule) => plan.keeper(group, rule).p;
   assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
@@ -218,7 +219,7 @@ test('duplicates: one copy of each group stays, and only verified copies are del
   assert.deepEqual(plan.expectations(['c', 'a'], seen, new Map([['a', proof]])), { p: ['a'], seen: ['saw a'], keep: ['b'], keepseen: ['saw b'] }, 'without a proof, a copy stays');
 });
 
-test('marking a range in both directions', () => {
+test('marking a range in both directions', needs('esbuild'), () => {
   const marks = new selection.Selection();
   const keyAt = (i) => (i === 3 ? null : `k${i}`);
   marks.toggle(5, 'k5');

@@ -9,8 +9,9 @@ import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { openTab } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
-import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
+import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const repo = fileURLToPath(new URL('../..', import.meta.url));
@@ -223,7 +224,7 @@ describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, .
   });
 }));
 
-test('every text is translated, and longer ones fit', async (t) => {
+test('every text is translated, and longer ones fit', needs('esbuild'), async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);
   const html = fs.readFileSync(file, 'utf8');
@@ -314,13 +315,13 @@ describe('by keyboard alone', side, () => {
     await tab.locator('main h1').waitFor();
     const by = keyboard(tab);
     await by.to('input', /^Path of a folder/);
-    await by.write(`Z:${place.replaceAll('/', '\\')}`);
+    await by.write(winPath(place));
     await tab.keyboard.press('Enter');
     await by.heading('Overview');
     return { place, bin: `${data}/Trash/files`, tab, ...by };
   };
 
-  test('scan, map, explorer, moving to the bin', async (t) => {
+  test('scan, map, explorer, moving to the bin', needs('prefixes'), async (t) => {
     const { place, bin, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
     await section(/^Map/, 'Map');
     await to('listbox', /^Size map/);

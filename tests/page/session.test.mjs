@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { becomes, goTo, openTab, mark, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { bridge, makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
 import { makeFiles, ownWine, scratch, startSilent, winPath } from '../system/support/vorda.mjs';
@@ -198,7 +199,7 @@ test('a lost program leaves its data on the page; a new one starts empty; quitti
   assert.equal((await second.ended).code, 0);
 });
 
-test('an SSH host with a password', async (t) => {
+test('an SSH host with a password', needs('sshd'), async (t) => {
   const ssh = `${folder}/ssh`;
   makeFiles(ssh, { 'home/big/film.mkv': 90 * MiB, 'home/note': 'x' });
   fs.mkdirSync(`${ssh}/bin`);

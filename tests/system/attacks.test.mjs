@@ -2,16 +2,15 @@
 // keeps others from being served, or the program from going on.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
-import path from 'node:path';
 import { test } from 'node:test';
 import { ATTACKS, attack } from './support/attacks.mjs';
 import { exchange, serve, until } from './support/server.mjs';
-import { exe, output, scratch, winPath } from './support/vorda.mjs';
+import { home, testProgram } from './support/home.mjs';
+import { exe, output, processFacts, scratch, winPath } from './support/vorda.mjs';
 
 const KEY = 'open sesame';
 // Of Windows, used by the program. Wine's own shell would take others, such as version.dll, from there.
 const LIBRARIES = ['winhttp', 'wtsapi32'];
-const peak = (child) => Number(/VmHWM:\s*(\d+)/.exec(fs.readFileSync(`/proc/${child.pid}/status`, 'utf8'))[1]) / 1024;
 const CONNECTIONS = { 'a head that never ends': 400, 'a silent connection': 400, 'a body that never ends': 400, 'a page that is not read': 100 };
 
 for (const mode of ['an agent', 'the interactive tool']) {
@@ -36,7 +35,7 @@ for (const mode of ['an agent', 'the interactive tool']) {
       }
       stop.abort();
       await over;
-      const memory = peak(server.child);
+      const memory = processFacts(server.child).peak;
       t.diagnostic(`slowest of ${asked} answers ${slowest} ms, peak of memory ${memory.toFixed(0)} MiB, ${JSON.stringify(outcomes)}`);
       assert.ok(memory < 300, `${memory} MiB`);
       assert.equal(server.child.exitCode, null);
@@ -72,10 +71,10 @@ test('a locked session without a browser says where its page is', async (t) => {
 test('a library planted beside the program is not loaded', async (t) => {
   const folder = scratch(t);
   fs.copyFileSync(exe, `${folder}/vorda.exe`);
-  const planted = path.join(path.dirname(exe), 'tests/planted_library.dll');
+  const planted = testProgram('planted_library.dll');
   for (const name of LIBRARIES) fs.copyFileSync(planted, `${folder}/${name}.dll`);
   // Wine prefers its own libraries to those in the folder of a program; Windows does not.
-  for (const name of LIBRARIES) await output(['add', 'HKCU\\Software\\Wine\\DllOverrides', '/v', name, '/d', 'native,builtin', '/f'], { program: 'reg.exe' });
+  if (home !== 'windows') for (const name of LIBRARIES) await output(['add', 'HKCU\\Software\\Wine\\DllOverrides', '/v', name, '/d', 'native,builtin', '/f'], { program: 'reg.exe' });
   // The library tells that it was loaded when that is asked for.
   await output([`${winPath(folder)}\\winhttp.dll,run`], { program: 'rundll32.exe' });
   assert.ok(fs.existsSync(`${folder}/winhttp.dll.loaded`));
