@@ -5,7 +5,7 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { ATTACKS, attack } from './support/attacks.mjs';
 import { exchange, serve, until } from './support/server.mjs';
-import { home, testProgram } from './support/home.mjs';
+import { home, needs, testProgram } from './support/home.mjs';
 import { exe, output, processFacts, scratch, winPath } from './support/vorda.mjs';
 
 const KEY = 'open sesame';
@@ -15,7 +15,7 @@ const CONNECTIONS = { 'a head that never ends': 400, 'a silent connection': 400,
 
 for (const mode of ['an agent', 'the interactive tool']) {
   for (const name of Object.keys(ATTACKS)) {
-    test(`${mode} under attack: ${name}`, async (t) => {
+    test(`${mode} under attack: ${name}`, needs(...CONNECTIONS[name] ? ['manyConnections'] : []), async (t) => {
       const agent = mode === 'an agent';
       const server = await serve(t, agent ? ['--agent', '--token', KEY] : []);
       const key = agent ? { headers: { 'X-Vorda-Token': KEY } } : {};

@@ -49,6 +49,7 @@ const CAPABILITIES = {
   ownMachine: ['a machine whose drive C:, services and registry the test may change', () => !real || (disposable() && elevated())],
   anyName: ['a file system that takes any name', () => onLinux],
   symlinks: ['symbolic links', () => onLinux || canLink()],
+  manyConnections: ['a node that opens hundreds of connections at once in time', () => !underWine],
   unixRights: ['Unix rights of files and folders', () => onLinux],
   procfs: ['/proc, and programs that can be stopped and continued', () => onLinux],
   tmpfs: ['a file system in memory, so small that a result fills it', () => onLinux],
