@@ -33,7 +33,7 @@ test('a root that does not exist or is not a folder', async (t) => {
   assert.equal(fs.readFileSync(`${folder}/old.json`, 'utf8'), 'old');
 });
 
-test('an empty drive is empty, and roots may be literal', async (t) => {
+test('an empty drive is empty, and roots may be literal', needs('drives'), async (t) => {
   const folder = scratch(t);
   makeFiles(folder, { 'tree/sub/file': '12345' });
   fs.mkdirSync(`${folder}/empty`);

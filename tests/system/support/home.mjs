@@ -47,6 +47,7 @@ const disposable = () => real && process.env.VORDA_DISPOSABLE === '1';
 const CAPABILITIES = {
   prefixes: ['Wine prefixes of a test’s own, with their drives, bin and registry', () => onLinux],
   ownMachine: ['a machine whose drive C:, services and registry the test may change', () => !real || (disposable() && elevated())],
+  drives: ['letters of drives for folders', () => !underWine],
   anyName: ['a file system that takes any name', () => onLinux],
   symlinks: ['symbolic links', () => onLinux || canLink()],
   traffic: ['a node that keeps up with hundreds of connections, or many megabytes', () => !underWine],
