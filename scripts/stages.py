@@ -99,6 +99,17 @@ def count(junit):
     return passed, failed
 
 
+# A test that its home cannot run, as node:test reports it: what is missing says tests/system/support/home.mjs.
+NOT_HERE = re.compile(r"^\s*(?:ok \d+ - (.*)|﹣ (.*) \([\d.]+ms\)) # (?:SKIP )?not on this home \((.*)$", re.MULTILINE)
+not_here = {}  # for each log of a stage, the lines about such tests
+
+
+def note_not_here(log, output):
+    output = re.sub(r"\x1b\[[0-9;]*m", "", output)
+    not_here.setdefault(pathlib.Path(log.name).stem, []).extend(
+        f"{tap or spec}  ({missing}" for tap, spec, missing in NOT_HERE.findall(output))
+
+
 # ---- what stages do ------------------------------------------------------------------------------
 
 
@@ -134,10 +145,12 @@ def tests(preset, *selection):
         junit.unlink(missing_ok=True)
         code = run(log, ["ctest", "--test-dir", f"build/{preset}", *selection, "--parallel", "2",
                          "--no-tests=error", "--output-on-failure", "--output-junit", junit,
-                         "--test-output-truncation", "head", "--test-output-size-passed", "20000"])
+                         "--test-output-truncation", "head", "--test-output-size-passed", "100000"])
         if not junit.is_file():
             raise Failed()
         passed, failed = count(junit)
+        for entry in xml.etree.ElementTree.parse(junit).iter("system-out"):
+            note_not_here(log, entry.text or "")
         if code != 0 or failed or not passed:
             raise Failed(passed, failed)
         return passed
@@ -158,6 +171,7 @@ def tests(preset, *selection):
             code = run(log, command, cwd=properties["WORKING_DIRECTORY"], env={**os.environ, **variables})
             log.seek(0, os.SEEK_END)
             passed, failed = cases_in(text_of(log, start)) or (0, 0)
+            note_not_here(log, text_of(log, start))
             if code != 0 or failed:
                 raise Failed(total + passed, failed)
             if not passed:
@@ -166,6 +180,31 @@ def tests(preset, *selection):
             total += passed
         return total
     return stage
+
+
+def windows_home(log, names):
+    """The system tests by the Windows build of node under Wine. Before that, a test that fails on purpose
+    must be reported as failed in both homes, and one that its home cannot run must be told."""
+    def outcome(*command):
+        log.flush()
+        start = log.tell()
+        code = run(log, command)
+        log.seek(0, os.SEEK_END)
+        text = text_of(log, start)
+        return code, *(cases_in(text) or (0, 0)), text
+
+    if not names:
+        fails = "tests/tools/homes/fails.mjs"
+        for command in (["node", "--test", fails], ["node", "scripts/windows-home.mjs", fails]):
+            code, passed, failed, text = outcome(*command)
+            if code == 0 or (passed, failed, len(NOT_HERE.findall(text))) != (1, 1, 1):
+                log.write(f"{' '.join(command)}: of three tests one must pass, one fail, one be left out\n")
+                raise Failed()
+    code, passed, failed, text = outcome("node", "scripts/windows-home.mjs", *names)
+    note_not_here(log, text)
+    if code != 0 or failed or not passed:
+        raise Failed(passed, failed)
+    return passed
 
 
 def text_of(log, start):
@@ -230,7 +269,11 @@ STAGES = [
     Stage("types", "the page's types", check("node_modules/.bin/tsc", "-p", "src/page")),
     Stage("eslint", "the page, and the tests and tools in JavaScript", check("npm", "run", "--silent", "lint")),
     Stage("scripts", "shellcheck and pyflakes", check("scripts/lint-scripts")),
+    Stage("workflows", "what runs on every push", check("bash", "-c",
+          "node scripts/lint-workflows.mjs --self-test && node scripts/lint-workflows.mjs")),
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
@@ -258,7 +301,7 @@ ON_REQUEST = [
           check("tests/release/reproducible"), wine=True),
 ]
 BY_NAME = {stage.name: stage for stage in [*STAGES, *ON_REQUEST]}
-GROUPS = {"lint": ["format", "types", "eslint", "scripts", "tidy"]}
+GROUPS = {"lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
 
 
 def usage():
@@ -415,6 +458,9 @@ def main():
                 os.killpg(process.pid, signal.SIGTERM)
         runner.join(10)
         runner.failed = max(runner.failed, 1)
+    for name, tests_of_it in not_here.items():
+        if tests_of_it:
+            print(f"{name}: {len(tests_of_it)} not on this home:", *tests_of_it, sep="\n  ")
     bad = [stage.name for stage in stages if stage.state == "failed"]
     if bad:
         print(f"failed stages: {', '.join(bad)}")

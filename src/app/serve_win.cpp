@@ -9,6 +9,7 @@
 #include "base/detached_thread.h"
 #include "base/text.h"
 #include "update/hand_over_store_win.h"
+#include "win/port_in_use.h"
 #include "win/shell_open.h"
 #include "win/signed_in_users.h"
 
@@ -69,7 +70,7 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options, const C
   const PortTrial trial = {[&state, network](std::uint16_t port, std::wstring& reason) {
                              return startServer(state.server, port, network, reason);
                            },
-                           [](unsigned milliseconds) { Sleep(milliseconds); }};
+                           [](unsigned milliseconds) { Sleep(milliseconds); }, portInUse};
   companion.whenStopped([thread = GetCurrentThreadId()] {
     if (!closeHiddenWindow(thread)) ExitProcess(kExitDone);
   });

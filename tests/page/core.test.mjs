@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { needs } from '../system/support/home.mjs';
 import { page } from './support/modules.mjs';
 
 const {
@@ -9,7 +10,7 @@ const {
 } = page;
 const MiB = 2 ** 20;
 
-test('sizes, shares and dates are formatted for the locale', () => {
+test('sizes, shares and dates are formatted for the locale', needs('esbuild'), () => {
   const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
   assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
     ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
@@ -22,7 +23,7 @@ test('sizes, shares and dates are formatted for the locale', () => {
   assert.equal(units.formatSeconds(1.25, 'fr-FR'), '1,3 s');
 });
 
-test('paths: parent and name, joining, owning scan, topmost', () => {
+test('paths: parent and name, joining, owning scan, topmost', needs('esbuild'), () => {
   const cases = [['C:\\a\\b', 'C:\\a', 'b'], ['C:\\a', 'C:\\', 'a'], ['C:\\', '', 'C:'], ['\\\\srv\\share\\x', '\\\\srv\\share', 'x'],
     ['/home/x', '/home', 'x'], ['/home', '/', 'home'], ['/', '', '/'], ['C:\\a\\', 'C:\\', 'a'], ['C:\\a/b\\c', 'C:\\a/b', 'c']];
   for (const [path, parent, name] of cases) assert.deepEqual([paths.parentOf(path), paths.baseName(path)], [parent, name], path);
@@ -34,7 +35,7 @@ test('paths: parent and name, joining, owning scan, topmost', () => {
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });
 
-test('the address: its key and path, in the program’s own spelling and in links', () => {
+test('the address: its key and path, in the program’s own spelling and in links', needs('esbuild'), () => {
   const read = (search, hash = '') => Object.values(address.openingOf(search, hash));
   assert.deepEqual(read('?token=a+b&c%%3D'), ['a+b&c%%3D', '', '', '', '']);
   assert.deepEqual(read('?token=k%C3%A9y?scan=C%3A%5Ca%2Bb%3Fscan%3D', '#find'), ['kéy', 'C:\\a+b?scan=', '?scan=C%3A%5Ca%2Bb%3Fscan%3D', '', 'find']);
@@ -44,7 +45,7 @@ test('the address: its key and path, in the program’s own spelling and in link
   assert.deepEqual(read('', '#advice'), ['', '', '', '', 'advice']);
 });
 
-test('only what is certainly on a drive of this machine may be scanned without asking', () => {
+test('only what is certainly on a drive of this machine may be scanned without asking', needs('esbuild'), () => {
   const drives = [{ path: 'C:\\', type: 'fixed' }, { path: 'E:\\', type: 'removable' }, { path: 'N:\\', type: 'network' }];
   const own = (path) => paths.onOwnDrive(path, drives);
   for (const path of ['c:', 'C:\\', 'C:/x', 'e:\\a\\..\\b', 'C:\\a@b:/c', '\\\\?\\C:\\x']) assert.ok(own(path), path);
@@ -52,7 +53,7 @@ test('only what is certainly on a drive of this machine may be scanned without a
     '\\??\\UNC\\nas\\share', '\\\\wsl$\\Debian', '\\\\wsl.localhost\\Debian', 'ssh://me@host/C:', 'me@host:/x', 'C:x', 'C', '', ' \\\\nas\\share', 'x:', '\\\\?\\N:\\']) assert.ok(!own(path), path);
 });
 
-test('hostile names are made safe and short enough to display', () => {
+test('hostile names are made safe and short enough to display', needs('esbuild'), () => {
   assert.equal(paths.shown('a\u202egpj.exe\u0000\ud800b\u{1f600}'), 'a[U+202E]gpj.exe\u2400\ufffdb\u{1f600}');
   const long = `C:\\${'x'.repeat(32_000)}\\${'y'.repeat(300)}.txt`;
   const { head, tail } = paths.displayParts(long);
@@ -65,7 +66,7 @@ test('hostile names are made safe and short enough to display', () => {
   }
 });
 
-test('failure words have a text in every language, unknown ones are shown as they are', () => {
+test('failure words have a text in every language, unknown ones are shown as they are', needs('esbuild'), () => {
   const known = ['noSuchDir', 'scanFailed', 'noMemory', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
     'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
@@ -95,7 +96,7 @@ test('failure words have a text in every language, unknown ones are shown as the
   i18n.setLanguage('en');
 });
 
-test('no dictionary contains English text', () => {
+test('no dictionary contains English text', needs('esbuild'), () => {
   // Texts that are the same in both languages.
   const alike = {
     nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
@@ -120,7 +121,7 @@ const doc = (over = {}) => ({
   ] }, ...over,
 });
 
-test('the tree combines the pruned tree, fetched folders and files of any size', () => {
+test('the tree combines the pruned tree, fetched folders and files of any size', needs('esbuild'), () => {
   const scan = new tree.ScanTree(doc());
   const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
   assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', `loose  ${20 - 10 / MiB} 1`, `file small ${10 / MiB} 1`]);
@@ -155,7 +156,7 @@ test('the tree combines the pruned tree, fetched folders and files of any size',
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });
 
-test('what is on the disk, and what comes back, also for what is not listed', () => {
+test('what is on the disk, and what comes back, also for what is not listed', needs('esbuild'), () => {
   const scan = new tree.ScanTree(doc({ tree: { n: 'C:\\d', s: 100, a: 80, x: 70, f: 3, c: [] }, files: [] }));
   scan.setFolders('C:\\d', { path: 'C:\\d', s: 100, a: 80, x: 70, f: 3, dirs: [{ n: 'in', s: 50, a: 60, x: 10, f: 1 }] });
   scan.setFiles('C:\\d', { files: [{ n: 'f', s: 30, a: 4, x: 4, cl: 26, m: 0 }], total: 2, dirs: 1 });
@@ -179,7 +180,7 @@ function randomTree(random, depth, size) {
   return node;
 }
 
-test('every tile of the map has its share of the area, at all depths, and nothing is missing', () => {
+test('every tile of the map has its share of the area, at all depths, and nothing is missing', needs('esbuild'), () => {
   let state = 3;
   const random = () => (state = (Math.imul(state, 1_664_525) + 1_013_904_223) >>> 0) / 2 ** 32;
   const source = { childrenOf: (node) => node.children, sizeOf: (node) => node.size, isFolder: (node) => node.folder };
@@ -208,7 +209,7 @@ test('every tile of the map has its share of the area, at all depths, and nothin
   assert.ok(looked > 20_000, `${looked} tiles`);
 });
 
-test('tiles of the map: chains, what is not known, and what has grown since', () => {
+test('tiles of the map: chains, what is not known, and what has grown since', needs('esbuild'), () => {
   const node = (size, ...children) => ({ size, folder: true, children });
   const file = (size) => ({ size, folder: false, children: [] });
   const source = { childrenOf: (one) => one.children, sizeOf: (one) => one.size, isFolder: (one) => one.folder };
@@ -226,7 +227,7 @@ test('tiles of the map: chains, what is not known, and what has grown since', ()
 });
 
 // The colours of the map are told apart with any colour vision, and carry dark text.
-test('colours of the map: text on them, edges between them, and distance for colour-blind eyes', () => {
+test('colours of the map: text on them, edges between them, and distance for colour-blind eyes', needs('esbuild'), () => {
   const css = fs.readFileSync(new URL('../../src/page/css/tokens.css', import.meta.url), 'utf8');
   const token = (name) => [1, 3, 5].map((at) => parseInt(new RegExp(`--${name}: (#\\w{6})`).exec(css)[1].slice(at, at + 2), 16) / 255).map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4));
   const light = ([r, g, b]) => 0.2126 * r + 0.7152 * g + 0.0722 * b;
@@ -262,14 +263,14 @@ test('colours of the map: text on them, edges between them, and distance for col
   assert.deepEqual([colour(folder, 'type', [{ ...file('a.mp3'), s: 95 }]), colour(folder, 'type', [{ ...file('a.mp3'), s: 80 }]), colour(folder, 'folder', [], true)], [2, 7, 7]);
 });
 
-test('a place in the page and its address', () => {
+test('a place in the page and its address', needs('esbuild'), () => {
   for (const at of ['C:\\a b\\100 %\\ü#?', '/var/log', '']) assert.deepEqual(steps.readFragment(steps.fragmentOf('map', at)), { section: 'map', at });
   assert.deepEqual([steps.readFragment('#types'), steps.readFragment('map/%zz'), steps.fragmentOf('map', '\ud800')], [{ section: 'types', at: '' }, { section: 'map', at: '' }, '#map/']);
   const step = { section: 'map', scan: 2, at: 'C:\\x' };
   assert.deepEqual([steps.stepOf(step), steps.stepOf({ map: 'C:' }), steps.stepOf(null), steps.sameStep(step, { ...step }), steps.sameStep(null, step)], [step, null, null, true, false]);
 });
 
-test('deletion: one request per scan, and the right sentence for the outcome', () => {
+test('deletion: one request per scan, and the right sentence for the outcome', needs('esbuild'), () => {
   const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
   assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
     [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
@@ -284,12 +285,12 @@ test('deletion: one request per scan, and the right sentence for the outcome', (
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
 });
 
-test('what was to go into the bin and did not', () => {
+test('what was to go into the bin and did not', needs('esbuild'), () => {
   const missed = (bytes, binned, noBin = []) => bin.missedBin({ noBin }, { bytes, binned });
   assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
 });
 
-test('what all advice together could free counts every byte once', () => {
+test('what all advice together could free counts every byte once', needs('esbuild'), () => {
   const finding = (code, bytes, places, over = {}) => ({
     code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
   });
@@ -306,7 +307,7 @@ test('what all advice together could free counts every byte once', () => {
   assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
-test('the two totals of the advice add up, and count every byte once', () => {
+test('the two totals of the advice add up, and count every byte once', needs('esbuild'), () => {
   const finding = (code, bytes, places, over = {}) => ({
     code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map(() => 0), ...over,
   });
@@ -318,7 +319,7 @@ test('the two totals of the advice add up, and count every byte once', () => {
   assert.deepEqual([temp, old, installer].map(winnable.gainOf), ['safe', 'look', 'none']);
 });
 
-test('a long deletion is sent in parts, each for one drive', () => {
+test('a long deletion is sent in parts, each for one drive', needs('esbuild'), () => {
   const many = Array.from({ length: 1001 }, (_, i) => `C:\\f${i}`);
   const parts = review.requestsFor([{ job: 1, paths: ['D:\\x', ...many, 'd:\\y'] }, { job: 2, paths: ['\\\\nas\\s\\z'] }]);
   assert.deepEqual(parts.map((part) => [part.job, part.paths.length]), [[1, 2], [1, 500], [1, 500], [1, 1], [2, 1]]);
@@ -333,7 +334,7 @@ test('a long deletion is sent in parts, each for one drive', () => {
     [{ drive: 'C:', free: 21 }, { drive: 'D:', free: 20 }], 'never more than the drive has room for');
 });
 
-test('which copy is kept: preferred folders, then no copies by their place or name, then the rule', () => {
+test('which copy is kept: preferred folders, then no copies by their place or name, then the rule', needs('esbuild'), () => {
   const group = (...paths) => ({ s: 1, c: paths.length, waste: 1, files: paths.map((p, i) => ({ p, m: 100 - i, job: 1 })) });
   const kept = (paths, rule = 'newest', folders = '') => keeping.keeper(group(...paths), rule, keeping.foldersOf(folders)).p;
   for (const bad of ['C:\\Users\\a\\Desktop\\x.jpg', 'C:\\Users\\a\\Downloads\\in\\x.jpg', 'D:\\temp\\x.jpg', 'D:\\TMP\\x.jpg', 'D:\\p\\x (1).jpg', 'D:\\p\\x (12)',
@@ -348,7 +349,7 @@ test('which copy is kept: preferred folders, then no copies by their place or na
   assert.equal(kept(['D:\\b', 'D:\\a'], 'shortest'), 'D:\\a', 'ties go by path');
 });
 
-test('a question picks from what the scans know what the program would find', () => {
+test('a question picks from what the scans know what the program would find', needs('esbuild'), () => {
   const at = (text) => Date.parse(text);
   const files = [{ p: 'D:\\a\\Film.MKV', s: 5 * MiB, m: at('2020-05-05T12:00') }, { p: 'D:\\b\\film (2).mp4', s: 50 * MiB, m: at('2024-05-05T12:00') }, { p: 'D:\\a\\c\\été.txt', s: 10, m: 0 }];
   const picked = (asked) => files.filter(question.picker({ ...question.NO_QUESTION, ...asked })).map((file) => file.s);
@@ -362,13 +363,13 @@ test('a question picks from what the scans know what the program would find', ()
   assert.deepEqual([{}, { min: '0.5' }, { max: '5' }, { in: 'D:\\' }, { min: '1' }, { before: '2020-01-01' }, { exts: 'a' }].map(enough), [false, false, false, false, true, true, true]);
 });
 
-test('CSV: quotes, and nothing that a spreadsheet would calculate', () => {
+test('CSV: quotes, and nothing that a spreadsheet would calculate', needs('esbuild'), () => {
   assert.equal(csv.csvOf(['path', 'bytes'], [['a "b", c', 5], ['=cmd()', -1], ['+1', 0], ['-x', 0], ['@x', 0]]),
     '\ufeffpath,bytes\r\n"a ""b"", c",5\r\n"\'=cmd()",-1\r\n"\'+1",0\r\n"\'-x",0\r\n"\'@x",0\r\n');
   assert.deepEqual([0, 978_307_200_000, 9e15, NaN].map(csv.utcDate), ['', '2001-01-01', '', '']);
 });
 
-test('hosts are remembered by what is usable of what was stored', () => {
+test('hosts are remembered by what is usable of what was stored', needs('esbuild'), () => {
   const host = { path: 'anna@nas:/srv', name: 'NAS', scanned: 5, free: 7 };
   assert.deepEqual(hosts.hostsOf(JSON.stringify([host, null, { path: 'C:\\x' }, { path: 5 }, { path: 'ssh://b@c:22/d', name: 1, scanned: 'x', free: -1 }])),
     [host, { path: 'ssh://b@c:22/d', name: '', scanned: 0, free: 0 }]);
@@ -377,7 +378,7 @@ test('hosts are remembered by what is usable of what was stored', () => {
   assert.deepEqual(['anna@nas:/srv/x', 'ssh://anna@nas.local:2222/srv', 'ssh://nas/', 'anna@[::1]:/srv'].map(hosts.hostAndFolder), ['nas /srv/x', 'nas.local /srv', 'nas /', '[::1] /srv']);
 });
 
-test('duplicates: one copy of each group stays, and only verified copies are deleted', () => {
+test('duplicates: one copy of each group stays, and only verified copies are deleted', needs('esbuild'), () => {
   const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
   const kept = (rule) => keeping.keeper(group, rule).p;
   assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
@@ -396,7 +397,7 @@ test('duplicates: one copy of each group stays, and only verified copies are del
   assert.deepEqual(plan.expectations(['c', 'a'], seen, new Map([['a', proof]])), { p: ['a'], seen: ['saw a'], keep: ['b'], keepseen: ['saw b'] }, 'without a proof, a copy stays');
 });
 
-test('marking a range in both directions', () => {
+test('marking a range in both directions', needs('esbuild'), () => {
   const marks = new selection.Selection();
   const keyAt = (i) => (i === 3 ? null : `k${i}`);
   marks.toggle(5, 'k5');

@@ -5,6 +5,7 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
@@ -58,7 +59,7 @@ async function confirm(dialog) {
   return words;
 }
 
-test('scanning a drive again replaces the old scan, in any spelling', async (t) => {
+test('scanning a drive again replaces the old scan, in any spelling', needs('prefixes'), async (t) => {
   const many = Object.fromEntries(Array.from({ length: 300 }, (_, i) => [`Many/${i % 3}/${i}.dat`, 'x'.repeat(100)]));
   const { tab, ask, d } = await machine(t, { d: { ...TEMP, ...PHOTOS, 'Films/film.mkv': 300 * MiB, ...many }, scans: [], title: 'What do you want to scan?' });
   await scan(tab, 'd:');
@@ -83,7 +84,7 @@ test('scanning a drive again replaces the old scan, in any spelling', async (t) 
   await tab.getByRole('option', { name: 'Windows, 1.18 GB, 70%' }).waitFor();
 });
 
-test('moving to the bin, and deleting permanently once the word is typed', async (t) => {
+test('moving to the bin, and deleting permanently once the word is typed', needs('prefixes'), async (t) => {
   const { tab, d, trash, logPath, lastLogged } = await machine(t, { d: PHOTOS, section: 'explorer', title: 'Folders' });
   const sent = requestsOf(tab, '/api/delete');
   const tree = tab.getByRole('treegrid');
@@ -128,7 +129,7 @@ test('moving to the bin, and deleting permanently once the word is typed', async
   await row(tree, 'Photos').filter({ hasText: '60.0 MB' }).waitFor();
 });
 
-test('refused items stay, and the dialog says why', async (t) => {
+test('refused items stay, and the dialog says why', needs('prefixes'), async (t) => {
   const { tab, d, folder } = await machine(t, { d: { ...TEMP, ...PHOTOS }, section: 'explorer', title: 'Folders' });
   const sent = requestsOf(tab, '/api/delete');
   const tree = tab.getByRole('treegrid');
@@ -149,7 +150,7 @@ test('refused items stay, and the dialog says why', async (t) => {
   assert.deepEqual([await dialog.getByRole('button').allInnerTexts(), pathsSent(sent, true).length, pathsSent(sent, false)], [['Close'], 2, []]);
 });
 
-test('what changes while the confirmation is open stays, and the dialog says so', async (t) => {
+test('what changes while the confirmation is open stays, and the dialog says so', needs('prefixes'), async (t) => {
   const { tab, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
   const tree = tab.getByRole('treegrid');
   await mark(tree, 'Photos');
@@ -171,7 +172,7 @@ test('what changes while the confirmation is open stays, and the dialog says so'
   assert.deepEqual(namesIn(`${d}/Copies`), ['one.bin', 'two.bin']);
 });
 
-test('three of 20,000 hits are deleted', async (t) => {
+test('three of 20,000 hits are deleted', needs('prefixes'), async (t) => {
   const many = Object.fromEntries(Array.from({ length: 20_003 }, (_, i) => [`${Math.floor(i / 1000)}/file${String(i).padStart(5, '0')}.dat`, 'x']));
   const { tab, d } = await machine(t, { d: many, section: 'find', title: 'Find files' });
   await tab.getByRole('button', { name: 'Find', exact: true }).click();
@@ -199,7 +200,7 @@ test('three of 20,000 hits are deleted', async (t) => {
   await becomes(async () => [await grid.getAttribute('aria-rowcount'), (await rowsOf(grid))[0]?.[1]], ['19998', names[1]]);
 });
 
-test('duplicates on two drives: one copy stays, the others are compared again and deleted', async (t) => {
+test('duplicates on two drives: one copy stays, the others are compared again and deleted', needs('prefixes'), async (t) => {
   const { tab, ask, d, e } = await machine(t, {
     d: { 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x'), 'Copies/even.bin': content('o', 2), 'Copies/odd.bin': content('o', 2) },
     e: { 'Backup/three.bin': content('x'), 'Backup/list.txt': 'x' }, scans: ['D:\\', 'E:\\'],
@@ -227,7 +228,7 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   await becomes(() => row(grid, 'one.bin').count(), 0, 'a file without an equal is in no group');
 });
 
-test('emptying temporary folders, then the recycle bin', async (t) => {
+test('emptying temporary folders, then the recycle bin', needs('prefixes'), async (t) => {
   const { tab, server, d, trash, lastLogged } = await machine(t, { d: { ...TEMP, 'a.raw': 70 * MiB }, section: 'advice', title: 'Advice' });
   await server.post('/api/delete', { p: 'D:\\a.raw', job: '1', permanent: '0' });
   const card = tab.getByRole('article', { name: 'Temporary files' });
@@ -258,7 +259,7 @@ test('emptying temporary folders, then the recycle bin', async (t) => {
   assert.deepEqual(namesIn(trash), []);
 });
 
-test('on a share, which has no bin, only permanent deletion is offered', async (t) => {
+test('on a share, which has no bin, only permanent deletion is offered', needs('prefixes'), async (t) => {
   const { tab, folder, trash, lastLogged } = await machine(t, { share: { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' }, scans: ['\\\\nas\\public'], section: 'explorer', title: 'Folders' });
   await mark(tab.getByRole('treegrid'), 'archive');
   const dialog = await openDialog(tab);
@@ -273,7 +274,7 @@ test('on a share, which has no bin, only permanent deletion is offered', async (
   await tab.getByRole('list', { name: 'Scans' }).getByText('nas').waitFor({ state: 'detached' });
 });
 
-test('removing a scan removes its hits and their marks, and moves the focus', async (t) => {
+test('removing a scan removes its hits and their marks, and moves the focus', needs('prefixes'), async (t) => {
   const { tab, ask } = await machine(t, { d: { 'Photos/note.txt': 'abc', 'b.raw': 60 * MiB }, e: { 'list.txt': 'x' }, scans: ['E:\\', 'D:\\'], section: 'types', title: 'Types' });
   await row(tab.getByRole('grid', { name: 'Types' }), '.txt').click();
   await tab.getByRole('button', { name: 'Find all of this type' }).click();

@@ -9,8 +9,9 @@ import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { openTab } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
-import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
+import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const repo = fileURLToPath(new URL('../..', import.meta.url));
@@ -145,7 +146,7 @@ async function eachScene(tab, look) {
   await tab.setViewportSize(size);
 }
 
-test('the page is small, and so is the document with 20,000 hits', async (t) => {
+test('the page is small, and so is the document with 20,000 hits', needs('drives'), async (t) => {
   const sent = Buffer.from(await (await fetch(`${server.base}/`)).arrayBuffer());
   const sizes = [sent.length, gzipSync(sent, { level: 9 }).length];
   assert.ok(sizes[0] <= 340_000 && sizes[1] <= 100_000, sizes.join());
@@ -171,7 +172,7 @@ test('the page is small, and so is the document with 20,000 hits', async (t) => 
 
 const side = { concurrency: 2 };
 describe('accessible: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
-  test(`in ${lang}`, async (t) => {
+  test(`in ${lang}`, needs('drives'), async (t) => {
     const tab = await open(t, { bypassCSP: true, beyondBin: true, stored: { 'vorda-lang': lang } });
     await tab.evaluate(axe);
     const looked = [];
@@ -232,7 +233,7 @@ const SIZES = {
   'text twice as large': { viewport: { width: 1280, height: 900 }, enlarged: true },
 };
 describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, ...options }]) => {
-  test(name, async (t) => {
+  test(name, needs('drives'), async (t) => {
     const tab = await open(t, { ...options, beyondBin: true, stored: { 'vorda-lang': 'fr' } });
     if (enlarged) await tab.evaluate(() => { document.documentElement.style.fontSize = '200%'; });
     const found = [];
@@ -241,7 +242,7 @@ describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, .
   });
 }));
 
-test('every text is translated, and longer ones fit', async (t) => {
+test('every text is translated, and longer ones fit', needs('drives', 'esbuild'), async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);
   const html = fs.readFileSync(file, 'utf8');
@@ -332,13 +333,13 @@ describe('by keyboard alone', side, () => {
     await tab.locator('main h1').waitFor();
     const by = keyboard(tab);
     await by.to('input', /^Path of a folder/);
-    await by.write(`Z:${place.replaceAll('/', '\\')}`);
+    await by.write(winPath(place));
     await tab.keyboard.press('Enter');
     await by.heading('Overview');
     return { place, bin: `${data}/Trash/files`, tab, ...by };
   };
 
-  test('scan, map, explorer, moving to the bin', async (t) => {
+  test('scan, map, explorer, moving to the bin', needs('drives', 'prefixes'), async (t) => {
     const { place, bin, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
     await section(/^Map/, 'Map');
     await to('listbox', /^Size map/);
@@ -359,7 +360,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual([fs.readdirSync(place), fs.readdirSync(bin)], [['b'], ['a']]);
   });
 
-  test('finding, marking, deleting permanently', async (t) => {
+  test('finding, marking, deleting permanently', needs('drives'), async (t) => {
     const { place, tab, press, to, write, section } = await own(t, { '1.jpg': 'a', '2.jpg': 'ab', '3.jpg': 'abc', 'note.txt': 'n' });
     await section(/^Find/, 'Find files');
     await to('input', /^Extensions/);
@@ -383,7 +384,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual(fs.readdirSync(place).sort(), ['1.jpg', 'note.txt']);
   });
 
-  test('duplicates', async (t) => {
+  test('duplicates', needs('drives'), async (t) => {
     const { place, tab, press, to, section } = await own(t, { 'a/one': twice, 'b/two': twice, 'c/three': twice });
     await section(/^Duplicates/, 'Duplicates');
     await to('button', /^Search for duplicates/);
@@ -403,7 +404,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
   });
 
-  test('signing in with a key, changing the language', async (t) => {
+  test('signing in with a key, changing the language', needs('drives'), async (t) => {
     const { base } = await serve(t, ['--server', '--token', 'k'.repeat(32)], wine);
     const tab = await openTab(t, { expected: /401/ });
     await tab.goto(base);

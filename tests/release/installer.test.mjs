@@ -5,7 +5,8 @@ import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { freePort, until } from '../system/support/server.mjs';
-import { ownWine, projectVersion, scratch, startSilent, vorda, wineScript } from '../system/support/vorda.mjs';
+import { ownWine, projectVersion, scratch, startSilent, vorda } from '../system/support/vorda.mjs';
+import { wineScript } from '../system/support/wine.mjs';
 import { filesOf, pack, programsOf } from './support.mjs';
 
 const root = scratch({ after });

@@ -1,14 +1,18 @@
-// Runs the page of the real program in Debian's chromium. Any error on the console, including policy
+// Runs the page of the real program in Debian's chromium, on Windows in Edge, or in the chromium whose
+// debugging port VORDA_CHROMIUM names. Any error on the console, including policy
 // violations, fails the test that opened the tab.
 import assert from 'node:assert/strict';
 import { after } from 'node:test';
 import { isDeepStrictEqual } from 'node:util';
 import { chromium } from 'playwright-core';
+import { BROWSER_ARGUMENTS, home } from '../../system/support/home.mjs';
 import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
 
 let launched = null;
-const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server', '--host-resolver-rules=MAP *.test 127.0.0.1'] }));
+const place = home === 'windows' ? { channel: 'msedge' } : { executablePath: '/usr/bin/chromium' };
+const attached = process.env.VORDA_CHROMIUM;
+const browser = () => (launched ??= attached ? chromium.connectOverCDP(attached) : chromium.launch({ ...place, args: BROWSER_ARGUMENTS }));
 after(async () => (await launched)?.close());
 
 // A tab in a profile of its own; further tabs of the same user come from its context. `expected` matches
