@@ -10,7 +10,7 @@ import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 
 const MOST_BYTES = 340 * 1000;
-const MOST_GZIPPED = 100 * 1000;
+const MOST_GZIPPED = 110 * 1000;
 const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'dialogs'];
 
 const here = path.dirname(fileURLToPath(import.meta.url));
