@@ -41,7 +41,7 @@ test('it has the words of the program, and API.md has them too', () => {
   }
   const words = [...read('src/api/words.h').matchAll(/ = "([^"]+)";/g)].map(([, word]) => word);
   assert.ok(words.length > 15);
-  const elsewhere = ['notScanned', 'emptyFailed']; // in answers that are no errors, or more than one
+  const elsewhere = ['notScanned', 'emptyFailed', 'unreadable']; // in answers that are no errors, or more than one
   assert.deepEqual(words.filter((word) => !described.has(word) && !elsewhere.includes(word)), []);
   assert.deepEqual([...described].filter((word) => !new RegExp(`[\`":]${word}[\`":]|error \`${word}`).test(manual)), []);
 });
