@@ -133,8 +133,8 @@ test('a reload brings back folders, marks and the scan; Back and Forward are exa
   await row(tab.getByRole('grid'), '2019').dblclick();
   await becomes(where, '2019');
   await goTo(tab, 'types', 'Types');
-  await row(tab.getByRole('grid', { name: 'Types' }), '.mkv').click();
-  await says(tab.getByRole('main'), '130 MB, 2 files');
+  await row(tab.getByRole('grid', { name: 'Types' }), '.raw').click();
+  await says(tab.getByRole('main'), '100 MB, 2 files');
   for (const wanted of ['types', '2019', 'photos', root]) {
     await tab.goBack();
     await becomes(() => (wanted === 'types' ? tab.locator('h1').innerText().then((text) => text.toLowerCase()) : where()), wanted);
@@ -173,7 +173,7 @@ test('the map fills its section, and its colours, depth and width are remembered
   const tip = tab.locator('.map-tip');
   await tab.locator('.map').hover({ position: { x: 20, y: 200 } });
   await becomes(async () => /\\.*\d%/s.test(await tip.innerText()), true);
-  await tab.getByLabel('Colours').selectOption('Colour by folder');
+  await tab.getByLabel('Colours', { exact: true }).selectOption('Colour by folder');
   await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.split('\n')[0]), ['films', 'photos', 'music']);
   const handle = tab.getByRole('separator', { name: 'Width of the map' });
   const before = await box();

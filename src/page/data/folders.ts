@@ -15,13 +15,22 @@ const MOST_FILES = 200_000;
 const filesPage = (id: number, path: string, from: number): Promise<FilesAnswer> =>
   api<FilesAnswer>(query('/api/files', { id, p: path, more: 1, ...(from > 0 && { from, most: MORE_FILES }) }));
 
+// Details and lists may want the same folder at the same time.
+const firstPages = new Map<string, Promise<FilesAnswer>>();
+function firstPage(id: number, path: string): Promise<FilesAnswer> {
+  const key = `${id} ${path}`;
+  const page = firstPages.get(key) ?? filesPage(id, path, 0).finally(() => firstPages.delete(key));
+  firstPages.set(key, page);
+  return page;
+}
+
 // Loads the subfolders as scanned and, on this machine, the current files.
 export async function loadFolder(id: number, path: string, quiet = false): Promise<void> {
   const tree = treeOf(id);
   if (!tree?.needsLoading(path)) return;
   tree.startLoading(path);
   if (!quiet) changed('tree');
-  const files = isRemote(jobById(id)) ? null : filesPage(id, path, 0).catch(() => null);
+  const files = isRemote(jobById(id)) || tree.filesOf(path) ? null : firstPage(id, path).catch(() => null);
   try {
     const dirs = await api<DirsAnswer>(query('/api/dirs', { id, p: path, more: 1 }));
     const live = await files;
@@ -37,7 +46,7 @@ export async function loadFiles(id: number, path: string): Promise<void> {
   const tree = treeOf(id);
   if (!tree || tree.filesOf(path) || isRemote(jobById(id))) return;
   try {
-    const files = await filesPage(id, path, 0);
+    const files = await firstPage(id, path);
     if (!files.error) tree.setFiles(path, files);
   } catch {
     return;

@@ -14,7 +14,7 @@ const fact = (label: string, value: Node | string): HTMLElement[] => [el('dt', {
 
 // The figures of the scan, as far as it has them.
 export function ownSizes({ a, x, cl, ...entry }: Entry): HTMLElement[] {
-  const shared = a !== undefined && x !== undefined && x < a * SHARED ? t(isFolder({ a, x, cl, ...entry } as Entry) ? 'dtShared' : 'dtSharedFile', { size: size(a - x) }) : '';
+  const shared = a !== undefined && x !== undefined && x < a * SHARED ? t(isFolder({ a, x, cl, ...entry }) ? 'dtShared' : 'dtSharedFile', { size: size(a - x) }) : '';
   return [
     ...(a === undefined ? [] : fact(t('measure_a'), size(a))),
     ...(x === undefined ? [] : fact(t('measure_x'), shared ? `${size(x)} (${shared})` : size(x))),

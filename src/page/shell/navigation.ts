@@ -6,6 +6,7 @@ import { openAbout } from '../flows/about';
 import { quitProgram } from '../flows/elevate';
 import { openDialog } from '../ui/dialog';
 import { button, el, field, icon } from '../ui/dom';
+import { openKeySheet } from './keys';
 import { isFirst, laterSections, sectionLink } from './sections';
 
 function languageSelect(): HTMLSelectElement {
@@ -55,6 +56,10 @@ function openMore(): void {
       field(t('language'), languageSelect()),
       field(t('theme'), themeSelect()),
       el('div', { class: 'actions' },
+        button(t('ksTitle'), () => {
+          dialog.close();
+          openKeySheet();
+        }, { icon: 'keyboard', class: 'with-keys' }),
         button(t('about'), () => {
           dialog.close();
           openAbout();
@@ -88,6 +93,7 @@ export function navigation(rebuild: () => void): HTMLElement {
         chooseTheme(other);
         rebuild();
       })),
+      el('li', { class: 'wide-only with-keys' }, footButton('keyboard', t('ksTitle'), openKeySheet)),
       el('li', { class: 'wide-only' }, footButton('info', t('about'), openAbout)),
       state.hello.canQuit ? el('li', { class: 'wide-only' }, footButton('quit', t('quit'), askQuit)) : null,
       el('li', { class: 'more-only' }, footButton('more', t('more'), openMore))));

@@ -89,7 +89,7 @@ export function openMenu(groups: readonly (readonly MenuItem[])[], label: string
   });
   menu.addEventListener('contextmenu', (event) => event.preventDefault());
   // A modal dialog covers everything that is not inside it.
-  (place.from.closest('dialog') ?? document.body).append(menu);
+  (place.from.closest('dialog') ?? document.querySelector('main') ?? document.body).append(menu);
   const { offsetWidth: width, offsetHeight: height } = menu;
   menu.style.left = `${Math.max(MARGIN, Math.min(place.x, innerWidth - width - MARGIN))}px`;
   menu.style.top = `${Math.max(MARGIN, Math.min(place.y, innerHeight - height - MARGIN))}px`;
