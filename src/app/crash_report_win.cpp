@@ -1,7 +1,6 @@
 #include "app/crash_report_win.h"
 
 #include "app/crash_report.h"
-#include "base/paths.h"
 #include "base/time.h"
 #include "win/handles.h"
 
@@ -36,7 +35,7 @@ struct Crash {
 
 // Globals, because Windows passes no context, and a crashed process must not take memory. Set once,
 // before there are other threads.
-std::array<wchar_t, 1'024> theFolder{}; // ends in a backslash
+std::array<wchar_t, 960> theFolder{}; // ends in a backslash
 std::array<wchar_t, MAX_PATH> theLibrary{};
 LONG theCrashes = 0;
 
@@ -47,6 +46,7 @@ DWORD WINAPI writeReport(void* argument) {
   if (library == nullptr) return 1;
   const auto write = std::bit_cast<WriteDump>(GetProcAddress(library, "MiniDumpWriteDump"));
   if (write == nullptr) return 1;
+  CreateDirectoryW(theFolder.data(), nullptr); // the deletion log makes it otherwise
   SYSTEMTIME now;
   GetSystemTime(&now);
   std::array<wchar_t, theFolder.size() + kRoomForName> name{};
@@ -100,8 +100,6 @@ void reportCrashes(const std::wstring& folder) {
   const UINT length = GetSystemDirectoryW(theLibrary.data(), MAX_PATH);
   if (length == 0 || length + kLibrary.size() >= theLibrary.size()) return;
   std::copy(kLibrary.begin(), kLibrary.end(), theLibrary.begin() + length);
-  CreateDirectoryW(parentOf(folder).c_str(), nullptr);
-  CreateDirectoryW(folder.c_str(), nullptr);
   ULONG guarantee = kStackGuaranteeBytes;
   SetThreadStackGuarantee(&guarantee);
   SetUnhandledExceptionFilter(whenCrashed);

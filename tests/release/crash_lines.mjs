@@ -15,7 +15,7 @@ test('the symbols of a release turn a crash report into lines', async (t) => {
   const [, address] = /^(\w+) T vorda::quoteArgument\b/m.exec(listed);
   const wine = ownWine(t);
   const server = await serve(t, [], { ...wine, program: `${folder}/vorda.exe` });
-  const report = await crash(wine, server, Number(BigInt(`0x${address}`) & 0xffffffn));
+  const report = await crash(wine, server, { offset: Number(BigInt(`0x${address}`) & 0xffffffn), whole: true });
   const said = execFileSync(`${repo}/scripts/symbolize`, [report, `${folder}/vorda.exe`, `${folder}/vorda.exe.debug`], { encoding: 'utf8' });
   t.diagnostic(said);
   assert.match(said, /access violation/);

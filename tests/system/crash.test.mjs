@@ -14,7 +14,6 @@ test('a crash leaves a report, which the next start tells about, and three are k
   for (const name of others) fs.writeFileSync(`${folder}/${name}`, name);
   const server = await serve(t, [], wine);
   const report = await crash(wine, server);
-  assert.equal(fs.readFileSync(report).toString('latin1', 0, 4), 'MDMP');
   const next = await serve(t, [], wine);
   assert.deepEqual(reportsIn(wine), [...others.slice(1, 3), report.split('/').pop(), 'crash-mine.dmp'].sort());
   const { body } = await next.json('/api/about');
