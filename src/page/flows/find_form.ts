@@ -22,7 +22,7 @@ export const findMarks = { selection: new Selection(), weights: new Map<string, 
 export const known = { hits: [] as Hit[], asked: NO_QUESTION, began: 0 };
 
 const question = (): Question => {
-  const { without, ...asked } = entered;
+  const { without: _scans, ...asked } = entered;
   return asked;
 };
 

@@ -1,7 +1,7 @@
 // The file finder: a form, its progress, and a table of up to 20,000 hits.
 import type { FindAnswer, Hit } from '../../core/answers';
 import { percent, phrase, seconds, size, t } from '../../core/i18n';
-import { ALL_KINDS, kindOfList, KINDS, type Kind } from '../../core/kinds';
+import { ALL_KINDS, kindOfList, KINDS } from '../../core/kinds';
 import { isEnough, questionText, UNITS, type Unit } from '../../core/question';
 import { shareOf } from '../../core/units';
 import { finder } from '../../data/runs';
@@ -42,7 +42,7 @@ function form(go: HTMLElement, begin: () => void): Child {
   const chosen = { kind: kindOfList(entered.exts) };
   const kind = boundSelect(chosen, 'kind', ['', ...ALL_KINDS], (one) => (one ? phrase('kind_', one) : t('fiAnyKind')));
   kind.addEventListener('change', () => {
-    entered.exts = exts.value = chosen.kind ? KINDS[chosen.kind as Kind] : '';
+    entered.exts = exts.value = chosen.kind ? KINDS[chosen.kind] : '';
   });
   const bound = (name: 'min' | 'max', unit: 'unit' | 'maxUnit', label: string): HTMLElement =>
     field(label, boundInput(entered, name, begin, { inputmode: 'decimal' }), { class: 'pair', after: boundSelect(entered, unit, ALL_UNITS, (one) => one, { 'aria-label': `${t('fiUnit')}: ${label}` }) });
