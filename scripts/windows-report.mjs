@@ -32,7 +32,7 @@ function run(program, ...rest) {
 
 function machine() {
   const line = (name, value) => write(`${name.padEnd(18)}${value}`);
-  const registry = (key, value) => / (?:0x[0-9a-f]+|\S+)$/m.exec(run('reg.exe', 'query', key, '/v', value).text)?.[0].trim() ?? 'not set';
+  const registry = (key, value) => / REG_\w+ +(\S+)$/m.exec(run('reg.exe', 'query', key, '/v', value).text)?.[1] ?? 'not set';
   line('Date', new Date().toISOString());
   line('Windows', `${os.version()}  ${os.release()}  ${os.arch()}  (${home})`);
   line('Processors', `${os.cpus().length}, ${(os.totalmem() / 2 ** 30).toFixed(1)} GiB of memory`);
