@@ -78,7 +78,7 @@ test('request heads that are truncated, huge, malformed or split', async (t) => 
   assert.match(await exchange(port, [twice]), /foreignOrigin/);
 });
 
-test('110 idle connections do not keep others from being served, and their threads end', needs('traffic'), async (t) => {
+test('110 idle connections do not keep others from being served, and their threads end', needs('fast'), async (t) => {
   const { child, port, json } = await serve(t);
   const sockets = [];
   // No more at a time than fit into the listen queue, so that every connection really is accepted; and no
