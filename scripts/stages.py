@@ -246,11 +246,13 @@ def narrow_node(command, names):
 
 class Stage:
     """`needs` must have passed before; stages in `after` must have ended if they run at all. `names`
-    says what may follow the stage's name on the command line."""
+    says what may follow the stage's name on the command line. A nightly stage takes more than three
+    minutes and runs only when it is named."""
 
-    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False):
+    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False, nightly=False):
         self.name, self.about, self.action = name, about, action
         self.needs, self.after, self.names, self.wine = needs, after, names, wine
+        self.nightly = nightly
         self.state = "waiting"  # then running, passed or failed
 
     @property
@@ -274,7 +276,7 @@ STAGES = [
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
-          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True, nightly=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("unit-build", "unit tests for Windows", build(MINGW, "vorda_tests"), after=["vorda-build"]),
@@ -292,11 +294,12 @@ STAGES = [
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
 BY_NAME = {stage.name: stage for stage in STAGES}
-GROUPS = {"lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
+GROUPS = {"nightly": [stage.name for stage in STAGES if stage.nightly],
+          "lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
 
 
 def usage():
-    lines = ["scripts/test                     runs everything",
+    lines = ["scripts/test                     runs everything but what is nightly",
              "scripts/test STAGE...            runs these stages, and builds what they need",
              "scripts/test STAGE NAME...       runs a part of one stage",
              "", "Stages:"]
@@ -324,7 +327,7 @@ def with_needs(names):
 def chosen_stages(arguments):
     """(the stages to run, in order, and {stage: names within it})"""
     if not arguments:
-        return STAGES, {}
+        return [stage for stage in STAGES if not stage.nightly], {}
     known = {**{name: [name] for name in BY_NAME}, **GROUPS}
     if all(argument in known for argument in arguments):
         return with_needs(name for argument in arguments for name in known[argument]), {}
