@@ -246,11 +246,13 @@ def narrow_node(command, names):
 
 class Stage:
     """`needs` must have passed before; stages in `after` must have ended if they run at all. `names`
-    says what may follow the stage's name on the command line."""
+    says what may follow the stage's name on the command line. A nightly stage takes more than three
+    minutes and runs only when it is named."""
 
-    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False):
+    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False, nightly=False):
         self.name, self.about, self.action = name, about, action
         self.needs, self.after, self.names, self.wine = needs, after, names, wine
+        self.nightly = nightly
         self.state = "waiting"  # then running, passed or failed
 
     @property
@@ -274,7 +276,7 @@ STAGES = [
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
-          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True, nightly=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("release", "what is published, made of the programs of this build", tests(MINGW, "-R", "^release$"),
@@ -292,27 +294,25 @@ STAGES = [
     Stage("tools", "checks of includes and imports, and tests of these checks",
           tests(MINGW, "-E", "^(system|page|unit|release|installer)$"), needs=["vorda-build"], after=["rest-build"]),
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
-]
-# Not among everything, since they take minutes: before a release, and after a change of what they test.
-ON_REQUEST = [
     Stage("installer", "the installer under Wine", tests(MINGW, "-R", "^installer$"), needs=["vorda-build"],
-          names=FILE_OR_TEST, wine=True),
+          names=FILE_OR_TEST, wine=True, nightly=True),
     Stage("reproducible", "two whole releases from two clones are the same; the lines of a crash",
-          check("tests/release/reproducible"), wine=True),
+          check("tests/release/reproducible"), wine=True, nightly=True),
 ]
-BY_NAME = {stage.name: stage for stage in [*STAGES, *ON_REQUEST]}
-GROUPS = {"lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
+BY_NAME = {stage.name: stage for stage in STAGES}
+GROUPS = {"nightly": [stage.name for stage in STAGES if stage.nightly],
+          "lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
 
 
 def usage():
-    lines = ["scripts/test                     runs everything",
+    lines = ["scripts/test                     runs everything but what is nightly",
              "scripts/test STAGE...            runs these stages, and builds what they need",
              "scripts/test STAGE NAME...       runs a part of one stage",
              "", "Stages:"]
     lines += [f"  {name:12} {', '.join(stages)}" for name, stages in GROUPS.items()]
     for stage in BY_NAME.values():
         lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else "")
-                     + (" (only when named)" if stage in ON_REQUEST else ""))
+                     + (" (only when named)" if stage.nightly else ""))
     lines += ["", "Examples:",
               "  scripts/test unit 'name patterns'",
               "  scripts/test system deletion",
@@ -334,7 +334,7 @@ def with_needs(names):
 def chosen_stages(arguments):
     """(the stages to run, in order, and {stage: names within it})"""
     if not arguments:
-        return STAGES, {}
+        return [stage for stage in STAGES if not stage.nightly], {}
     known = {**{name: [name] for name in BY_NAME}, **GROUPS}
     if all(argument in known for argument in arguments):
         return with_needs(name for argument in arguments for name in known[argument]), {}

@@ -23,7 +23,7 @@ const HEAVY = /never ends|silent|not read|held back|large body/;
 
 for (const mode of ['an agent', 'the interactive tool']) {
   for (const name of Object.keys(ATTACKS)) {
-    test(`${mode} under attack: ${name}`, needs(...HEAVY.test(name) ? ['traffic'] : []), async (t) => {
+    test(`${mode} under attack: ${name}`, needs(...HEAVY.test(name) ? ['fast'] : []), async (t) => {
       const agent = mode === 'an agent';
       const server = await serve(t, agent ? ['--agent', '--token', KEY] : []);
       const key = agent ? { headers: { 'X-Vorda-Token': KEY } } : {};

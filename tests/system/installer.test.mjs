@@ -41,12 +41,14 @@ async function remember({ agents, minutesAgo = 0, written, agentsType = 'REG_MUL
   await run('reg', 'add', listKey, '/v', 'Agents', '/t', agentsType, '/d', agents, '/f');
   await run('reg', 'add', listKey, '/v', 'Written', '/t', writtenType, '/d', written ?? time, '/f');
 }
+// scripts/wine quotes the program in every command line, and node on Windows only where it must.
+const quoted = (program) => (home === 'wine' || program.includes(' ') ? `"${program}"` : program);
 // A folder with a copy of the program: how to start it, and its command line with given arguments.
 function install(name, program = exe) {
   const file = path.normalize(`${root}/${name}/vorda.exe`);
   fs.mkdirSync(`${root}/${name}`);
   fs.copyFileSync(program, file);
-  return { path: winPath(`${root}/${name}`), file, at: { program: file }, line: (args) => `"${winPath(file)}" ${args}` };
+  return { path: winPath(`${root}/${name}`), file, at: { program: file }, line: (args) => `${quoted(winPath(file))} ${args}` };
 }
 // Starts a verb of the helper, waits until it is ready, and ends it with the test.
 async function holding(t, verb, options) {

@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { needs } from './support/home.mjs';
 import { makeFiles, output, readCsv, scratch, start } from './support/vorda.mjs';
 
 const kFiles = 20_000;
@@ -35,7 +36,7 @@ function watch(folder, onTemporary, onReplaced) {
   return () => watcher.close();
 }
 
-test('killed at any moment: the old output or the new one, never a part', async (t) => {
+test('killed at any moment: the old output or the new one, never a part', needs('fast'), async (t) => {
   t.diagnostic(`VORDA_SEED=${seed}`);
   const random = makeRandom(seed);
   const folder = scratch(t);

@@ -78,7 +78,7 @@ test('request heads that are truncated, huge, malformed or split', async (t) => 
   assert.match(await exchange(port, [twice]), /foreignOrigin/);
 });
 
-test('510 connections that wait for their client hold no threads, and others are served', needs('traffic'), async (t) => {
+test('510 connections that wait for their client hold no threads, and others are served', needs('fast'), async (t) => {
   const { child, port, json } = await serve(t);
   const sockets = [];
   // In parts that fit into the listen queue, and all before the first is dropped for its silence.

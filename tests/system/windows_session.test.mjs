@@ -11,10 +11,10 @@ import { exe, makeFiles, output, scratch, startSilent, vorda, winPath } from './
 
 const CODES = [[['--scan', 'tree', '--out', 'out.json'], 0], [['--scan', 'missing', '--out', 'out.json'], 1], [['--what', 'nonsense'], 2]];
 // A command line of cmd, as it is written there.
-const cmd = (line, cwd) => spawnSync('cmd.exe', ['/d', '/s', '/c', `"${line}"`], { cwd, encoding: 'utf8', windowsHide: true, windowsVerbatimArguments: true });
-const powershell = (script, cwd) => spawnSync('powershell.exe', ['-NoProfile', '-NonInteractive', '-Command', script], { cwd, encoding: 'utf8', windowsHide: true });
+const cmd = (line, cwd) => spawnSync('cmd.exe', ['/d', '/s', '/c', `"${line}"`], { cwd, encoding: 'utf8', windowsHide: true, windowsVerbatimArguments: true, timeout: 60_000 });
+const powershell = (script, cwd) => spawnSync('powershell.exe', ['-NoProfile', '-NonInteractive', '-Command', script], { cwd, encoding: 'utf8', windowsHide: true, timeout: 120_000 });
 
-test('cmd gets the exit code when it waits', needs('windowsNode'), async (t) => {
+test('cmd gets the exit code when it waits', needs('console'), async (t) => {
   const folder = scratch(t);
   makeFiles(folder, { 'tree/file': '1' });
   for (const [args, code] of CODES) assert.equal(cmd(`start /wait "" "${exe}" ${args.join(' ')}`, folder).status, code, `cmd: ${args}`);
