@@ -2,7 +2,6 @@
 // keeps others from being served, or the program from going on.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
-import path from 'node:path';
 import { after, test } from 'node:test';
 import { ATTACKS, startAttacks } from './support/attacks.mjs';
 import { exchange, serve, until } from './support/server.mjs';

@@ -21,10 +21,8 @@ export const findMarks = { selection: new Selection(), weights: new Map<string, 
 // What the scans themselves know of the answer, until the disk has been searched.
 export const known = { hits: [] as Hit[], asked: NO_QUESTION, began: 0 };
 
-const question = (): Question => {
-  const { without: _scans, ...asked } = entered;
-  return asked;
-};
+const question = (): Question =>
+  Object.fromEntries(Object.keys(NO_QUESTION).map((name) => [name, entered[name as keyof Question]])) as unknown as Question;
 
 // Starts a search with what is entered; returns the text of a problem, or ''.
 export async function startFinding(): Promise<string> {
