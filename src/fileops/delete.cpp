@@ -258,8 +258,8 @@ Journal Deletion::journalOf() const {
   return journal;
 }
 
-void Deletion::lookAfterwards(const ShellOutcome& outcome,
-                              const std::optional<BinFigures>& before, const BinQuestion& bin) {
+void Deletion::lookAfterwards(const ShellOutcome& outcome, const std::optional<BinFigures>& before,
+                              const BinQuestion& bin) {
   result_.bytes = 0;
   result_.wouldDelete.clear();
   result_.left.clear();

@@ -193,9 +193,8 @@ TEST_CASE("files are kept once, read once, and until they are let go") {
   CHECK(proof.prove(L"go2", world.expected));
   CHECK(world.stay().reads == 1);
   CHECK(world.files.asked ==
-        std::vector<std::pair<std::wstring, KeepFor>>{{L"go", KeepFor::deletion},
-                                                      {L"stay", KeepFor::good},
-                                                      {L"go2", KeepFor::deletion}});
+        std::vector<std::pair<std::wstring, KeepFor>>{
+            {L"go", KeepFor::deletion}, {L"stay", KeepFor::good}, {L"go2", KeepFor::deletion}});
   CHECK(world.files.open == 3);
   proof.release();
   CHECK(world.files.open == 0);

@@ -426,8 +426,9 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
         head + "folder\t1\t2x\t3\t4\tC:\\a\tC:\\b\n", head + "folder\t1\t2\t-3\t4\tC:\\a\tC:\\b\n",
         head + "folder\t1\t2\t3\t\tC:\\a\tC:\\b\n",
         head + "folder\t99999999999999999999\t2\t3\t4\tC:\\a\tC:\\b\n",
-        std::string("vorda-journal-2\tbinned\tC:\\t\n"), std::string("vorda-journal-1\tshredded\t\n"),
-        std::string("vorda-journal-1\tbinned\n"), std::string("vorda-journal-1\tbinned\t\t\n")}) {
+        std::string("vorda-journal-2\tbinned\tC:\\t\n"),
+        std::string("vorda-journal-1\tshredded\t\n"), std::string("vorda-journal-1\tbinned\n"),
+        std::string("vorda-journal-1\tbinned\t\t\n")}) {
     CAPTURE(wrong);
     CHECK_FALSE(parseJournal(wrong + "end\n"));
   }
@@ -449,7 +450,8 @@ TEST_CASE("the longest path that the shell takes") {
     return result.refused.empty() ? "" : wordOf(result.refused.front().why);
   };
   for (const auto& [length, why] : {std::pair(259, ""), std::pair(260, "toolong")}) {
-    const std::wstring path = L"C:\\data\\" + std::wstring(static_cast<std::size_t>(length) - 8, L'x');
+    const std::wstring path =
+        L"C:\\data\\" + std::wstring(static_cast<std::size_t>(length) - 8, L'x');
     disk->add(path);
     CHECK(whyNot(path, true) == why);
     CHECK(whyNot(path, false) == why);

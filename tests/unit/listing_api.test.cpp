@@ -44,10 +44,12 @@ TEST_CASE("live listings: order, links, limits and failures") {
         R"("total":2500,"dirs":5})");
   CHECK(page("&from=2499&most=200000") ==
         R"(200 {"path":"M:\\r","files":[{"n":"f1","s":0,"m":0}],"total":2500,"dirs":5})");
-  for (const char* none : {"&from=2500", "&from=18446744073709551615", "&from=200000&most=5", "&most=0"}) {
+  for (const char* none :
+       {"&from=2500", "&from=18446744073709551615", "&from=200000&most=5", "&most=0"}) {
     CHECK(page(none) == R"(200 {"path":"M:\\r","files":[],"total":2500,"dirs":5})");
   }
-  for (const char* odd : {"&from=-1", "&most=x", "&from=99999999999999999999"}) CHECK(page(odd) == files);
+  for (const char* odd : {"&from=-1", "&most=x", "&from=99999999999999999999"})
+    CHECK(page(odd) == files);
   CHECK(app.told("GET", "/api/files?p=") ==
         R"(200 {"path":"","files":[],"total":0,"dirs":0,"error":"noSuchDir"})");
 }

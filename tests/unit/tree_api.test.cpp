@@ -29,8 +29,9 @@ TEST_CASE("folders, types and CSV of a finished scan") {
   for (int i = 0; i < 30; ++i) app.disk->addFile(root, L"x.t" + std::to_wstring(i), 1);
   app.scanned("M%3A%5Cr%C3%A9");
   const std::string all = app.told("GET", "/api/types?id=2");
-  CHECK(all.starts_with(R"(200 {"types":[{"e":".iso","s":15000031125,"c":250},{"e":".txt","s":7,"c":1},)"
-                        R"({"e":".t0","s":1,"c":1},)"));
+  CHECK(all.starts_with(
+      R"(200 {"types":[{"e":".iso","s":15000031125,"c":250},{"e":".txt","s":7,"c":1},)"
+      R"({"e":".t0","s":1,"c":1},)"));
   CHECK(all.ends_with(R"(],"total":32})"));
   CHECK(app.told("GET", "/api/types?id=9") == R"(404 {"error":"noJob"})");
   const auto csv = app.ask("GET", "/api/export?id=1&what=types");
