@@ -43,15 +43,31 @@ if(NOT WIN32)
   set_tests_properties(memory PROPERTIES TIMEOUT 1200)
 endif()
 
-# ---- checks of vorda.exe -------------------------------------------------------------------------
+# ---- checks of vorda.exe and vorda.com -----------------------------------------------------------
 if(WIN32)
-  set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
-    -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
-  add_test(NAME imports COMMAND ${check_imports})
+  foreach(check "vorda gui imports" "vorda_com console imports-companion")
+    separate_arguments(check)
+    list(POP_FRONT check target subsystem name)
+    set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:${target}>
+      -DSUBSYSTEM=${subsystem} -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
+    add_test(NAME ${name} COMMAND ${check_imports})
+  endforeach()
   # With no library allowed, the same check must complain about the one that every program imports.
   add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
   set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
     "planted beside the program:.*kernel32")
+  # And with a list that lacks one function, about that one.
+  file(STRINGS ${PROJECT_SOURCE_DIR}/cmake/windows-10-1809.txt known_exports REGEX "^[a-z]")
+  foreach(missing "kernel32 CloseHandle" "winhttp WinHttpOpen")
+    set(shorter ${known_exports})
+    list(REMOVE_ITEM shorter ${missing})
+    list(JOIN shorter "\n" shorter)
+    string(REPLACE " " "-" name "exports-self-test ${missing}")
+    file(WRITE ${PROJECT_BINARY_DIR}/${name}.txt "${shorter}\n")
+    add_test(NAME ${name} COMMAND ${CMAKE_COMMAND} -E env VORDA_KNOWN_EXPORTS=${PROJECT_BINARY_DIR}/${name}.txt
+      ${check_imports})
+    set_tests_properties(${name} PROPERTIES PASS_REGULAR_EXPRESSION "may not have, see windows-10-1809.txt:[ \r\n]+${missing}[ \r\n]")
+  endforeach()
 endif()
 
 # ---- programs that system tests need -------------------------------------------------------------
@@ -99,6 +115,13 @@ if(CMAKE_CROSSCOMPILING)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+
+  # What scripts/release makes of the programs.
+  foreach(name release installer)
+    add_test(NAME ${name} COMMAND ${NODE} --test tests/release/${name}.test.mjs
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  endforeach()
 
   # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}

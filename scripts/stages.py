@@ -99,6 +99,17 @@ def count(junit):
     return passed, failed
 
 
+# A test that its home cannot run, as node:test reports it: what is missing says tests/system/support/home.mjs.
+NOT_HERE = re.compile(r"^\s*(?:ok \d+ - (.*)|﹣ (.*) \([\d.]+ms\)) # (?:SKIP )?not on this home \((.*)$", re.MULTILINE)
+not_here = {}  # for each log of a stage, the lines about such tests
+
+
+def note_not_here(log, output):
+    output = re.sub(r"\x1b\[[0-9;]*m", "", output)
+    not_here.setdefault(pathlib.Path(log.name).stem, []).extend(
+        f"{tap or spec}  ({missing}" for tap, spec, missing in NOT_HERE.findall(output))
+
+
 # ---- what stages do ------------------------------------------------------------------------------
 
 
@@ -134,10 +145,12 @@ def tests(preset, *selection):
         junit.unlink(missing_ok=True)
         code = run(log, ["ctest", "--test-dir", f"build/{preset}", *selection, "--parallel", "2",
                          "--no-tests=error", "--output-on-failure", "--output-junit", junit,
-                         "--test-output-truncation", "head", "--test-output-size-passed", "20000"])
+                         "--test-output-truncation", "head", "--test-output-size-passed", "100000"])
         if not junit.is_file():
             raise Failed()
         passed, failed = count(junit)
+        for entry in xml.etree.ElementTree.parse(junit).iter("system-out"):
+            note_not_here(log, entry.text or "")
         if code != 0 or failed or not passed:
             raise Failed(passed, failed)
         return passed
@@ -158,6 +171,7 @@ def tests(preset, *selection):
             code = run(log, command, cwd=properties["WORKING_DIRECTORY"], env={**os.environ, **variables})
             log.seek(0, os.SEEK_END)
             passed, failed = cases_in(text_of(log, start)) or (0, 0)
+            note_not_here(log, text_of(log, start))
             if code != 0 or failed:
                 raise Failed(total + passed, failed)
             if not passed:
@@ -166,6 +180,31 @@ def tests(preset, *selection):
             total += passed
         return total
     return stage
+
+
+def windows_home(log, names):
+    """The system tests by the Windows build of node under Wine. Before that, a test that fails on purpose
+    must be reported as failed in both homes, and one that its home cannot run must be told."""
+    def outcome(*command):
+        log.flush()
+        start = log.tell()
+        code = run(log, command)
+        log.seek(0, os.SEEK_END)
+        text = text_of(log, start)
+        return code, *(cases_in(text) or (0, 0)), text
+
+    if not names:
+        fails = "tests/tools/homes/fails.mjs"
+        for command in (["node", "--test", fails], ["node", "scripts/windows-home.mjs", fails]):
+            code, passed, failed, text = outcome(*command)
+            if code == 0 or (passed, failed, len(NOT_HERE.findall(text))) != (1, 1, 1):
+                log.write(f"{' '.join(command)}: of three tests one must pass, one fail, one be left out\n")
+                raise Failed()
+    code, passed, failed, text = outcome("node", "scripts/windows-home.mjs", *names)
+    note_not_here(log, text)
+    if code != 0 or failed or not passed:
+        raise Failed(passed, failed)
+    return passed
 
 
 def text_of(log, start):
@@ -224,15 +263,21 @@ FILE_OR_TEST = "part of a file's name, or a pattern for test names"
 
 # In the order in which they start when nothing holds them up.
 STAGES = [
-    Stage("vorda-build", "vorda.exe and the programs its tests start",
-          build(MINGW, "vorda", "test_programs")),
+    Stage("vorda-build", "vorda.exe, vorda.com and the programs their tests start",
+          build(MINGW, "vorda", "vorda_com", "test_programs")),
     Stage("format", "clang-format", check("scripts/format", "--check")),
     Stage("types", "the page's types", check("node_modules/.bin/tsc", "-p", "src/page")),
     Stage("eslint", "the page, and the tests and tools in JavaScript", check("npm", "run", "--silent", "lint")),
     Stage("scripts", "shellcheck and pyflakes", check("scripts/lint-scripts")),
+    Stage("workflows", "what runs on every push", check("bash", "-c",
+          "node scripts/lint-workflows.mjs --self-test && node scripts/lint-workflows.mjs")),
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("release", "what is published, made of the programs of this build", tests(MINGW, "-R", "^release$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("unit-build", "unit tests for Windows", build(MINGW, "vorda_tests"), after=["vorda-build"]),
     Stage("unit", "unit tests under Wine", tests(MINGW, "-R", "^unit$"),
@@ -245,11 +290,18 @@ STAGES = [
     Stage("rest-build", "what no test needs, such as the benchmarks for Windows", build(MINGW),
           after=["vorda-build", "unit-build"]),
     Stage("tools", "checks of includes and imports, and tests of these checks",
-          tests(MINGW, "-E", "^(system|page|unit)$"), needs=["vorda-build"], after=["rest-build"]),
+          tests(MINGW, "-E", "^(system|page|unit|release|installer)$"), needs=["vorda-build"], after=["rest-build"]),
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
-BY_NAME = {stage.name: stage for stage in STAGES}
-GROUPS = {"lint": ["format", "types", "eslint", "scripts", "tidy"]}
+# Not among everything, since they take minutes: before a release, and after a change of what they test.
+ON_REQUEST = [
+    Stage("installer", "the installer under Wine", tests(MINGW, "-R", "^installer$"), needs=["vorda-build"],
+          names=FILE_OR_TEST, wine=True),
+    Stage("reproducible", "two whole releases from two clones are the same; the lines of a crash",
+          check("tests/release/reproducible"), wine=True),
+]
+BY_NAME = {stage.name: stage for stage in [*STAGES, *ON_REQUEST]}
+GROUPS = {"lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
 
 
 def usage():
@@ -258,8 +310,9 @@ def usage():
              "scripts/test STAGE NAME...       runs a part of one stage",
              "", "Stages:"]
     lines += [f"  {name:12} {', '.join(stages)}" for name, stages in GROUPS.items()]
-    for stage in STAGES:
-        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else ""))
+    for stage in BY_NAME.values():
+        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else "")
+                     + (" (only when named)" if stage in ON_REQUEST else ""))
     lines += ["", "Examples:",
               "  scripts/test unit 'name patterns'",
               "  scripts/test system deletion",
@@ -275,7 +328,7 @@ def with_needs(names):
         if name not in wanted:
             wanted.add(name)
             waiting += BY_NAME[name].needs
-    return [stage for stage in STAGES if stage.name in wanted]
+    return [stage for stage in BY_NAME.values() if stage.name in wanted]
 
 
 def chosen_stages(arguments):
@@ -405,6 +458,9 @@ def main():
                 os.killpg(process.pid, signal.SIGTERM)
         runner.join(10)
         runner.failed = max(runner.failed, 1)
+    for name, tests_of_it in not_here.items():
+        if tests_of_it:
+            print(f"{name}: {len(tests_of_it)} not on this home:", *tests_of_it, sep="\n  ")
     bad = [stage.name for stage in stages if stage.state == "failed"]
     if bad:
         print(f"failed stages: {', '.join(bad)}")

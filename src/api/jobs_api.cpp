@@ -9,6 +9,8 @@
 #include "json/json_writer.h"
 #include "report/result_document.h"
 
+#include <chrono>
+
 namespace vorda {
 
 namespace {
@@ -17,6 +19,22 @@ std::string_view stateOf(const Job& job, const ProgressTexts& texts) {
   if (!texts.error.empty()) return "error";
   if (job.done) return "done";
   return job.progress.cancelRequested ? kCancelled : "scanning";
+}
+
+// What only a running scan has.
+void writeRunning(JsonWriter& json, const Job& job, const ProgressTexts& texts) {
+  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::steady_clock::now() - job.progress.began);
+  json.number("elapsed", static_cast<std::uint64_t>(elapsed.count()));
+  if (texts.top.empty()) return;
+  json.open("top", '[');
+  for (const TopFolder& one : texts.top) {
+    json.open('{');
+    json.string("n", one.name);
+    json.number("s", one.bytes);
+    json.close('}');
+  }
+  json.close(']');
 }
 
 void writeJob(JsonWriter& json, const Job& job) {
@@ -38,6 +56,7 @@ void writeJob(JsonWriter& json, const Job& job) {
   json.string("method", wordOf(texts.method));
   json.string("noTurbo", texts.noTurbo);
   if (texts.partial != Partial::none) json.string("partial", wordOf(texts.partial));
+  if (!job.done) writeRunning(json, job, texts);
   if (job.rootGone) json.boolean("gone", true);
   json.close('}');
 }

@@ -42,7 +42,7 @@ HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobT
   if (isCancel(fields)) return cancel(finder);
   FinderRequest wanted = parseFinderRequest(fields);
   if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
-      wanted.search.min < kSmallestMinAlone) {
+      wanted.search.min < kSmallestMinAlone && !wanted.search.bounds.byTime()) {
     return errorAnswer(400, words::kNeedFilter);
   }
   return start(finder, finderWork(std::move(wanted), jobs, steps));

@@ -13,6 +13,25 @@ HttpResponse servePage(const AppState& state) {
   return answer(200, state.session.page(), "text/html; charset=utf-8");
 }
 
+HttpResponse about(const AppState& state) {
+  const AboutFacts facts = state.about();
+  JsonWriter json;
+  json.open('{');
+  json.string("version", facts.version);
+  json.boolean("signed", facts.signedFile);
+  json.string("log", facts.log);
+  if (!facts.crashReport.empty()) {
+    json.open("crash", '{');
+    json.string("path", facts.crashReport);
+    json.number("time", facts.crashTime);
+    json.close('}');
+  }
+  json.close('}');
+  return answer(200, json.take());
+}
+
+HttpResponse describeApi(const AppState& state) { return answer(200, state.session.description()); }
+
 HttpResponse hello(const AppState& state) {
   JsonWriter json;
   json.open('{');
@@ -58,6 +77,13 @@ HttpResponse elevate(const AppState& state) {
   HttpResponse response = endingAnswer(state.operations.any());
   state.session.elevateSoon();
   return response;
+}
+
+HttpResponse openBin(const AppState& state) {
+  // On the machine of an agent nobody may be there to see it.
+  if (state.remote) return errorAnswer(400, words::kNotAllowed);
+  state.session.openBin();
+  return okAnswer();
 }
 
 HttpResponse reveal(const AppState& state, const HttpRequest& request) {

@@ -4,19 +4,34 @@ namespace vorda {
 
 namespace {
 
+constexpr unsigned kPauseMs = 200;
 // About three seconds, in which a copy that is quitting or being replaced by an elevated one can
 // release the port.
-constexpr unsigned kAttempts = 15;
-constexpr unsigned kPauseMs = 200;
+constexpr unsigned kBrieflyMs = 14 * kPauseMs;
+// So long for a port that nobody uses and Windows refuses all the same.
+constexpr unsigned kPatientlyMs = 20'000;
 
 constexpr int kTriesAfterAsked = 12;
 
-bool tryRepeatedly(std::uint16_t port, const PortTrial& trial, std::wstring& reason) {
-  for (unsigned attempt = 0; attempt < kAttempts; ++attempt) {
-    if (attempt > 0) trial.sleep(kPauseMs);
-    if (trial.start(port, reason)) return true;
+// Tries the port again and again for so long.
+bool tryFor(unsigned milliseconds, std::uint16_t port, const PortTrial& trial,
+            std::wstring& reason) {
+  for (unsigned waited = 0; !trial.start(port, reason); waited += kPauseMs) {
+    if (waited >= milliseconds) return false;
+    trial.sleep(kPauseMs);
   }
-  return false;
+  return true;
+}
+
+bool tryRepeatedly(std::uint16_t port, const PortTrial& trial, std::wstring& reason) {
+  return tryFor(kBrieflyMs, port, trial, reason) ||
+         (!trial.inUse(port) && tryFor(kPatientlyMs - kBrieflyMs, port, trial, reason));
+}
+
+// Another copy that is running keeps its port, and this one moves on at once.
+bool tryUnlessInUse(std::uint16_t port, const PortTrial& trial, std::wstring& reason) {
+  return trial.start(port, reason) ||
+         (!trial.inUse(port) && tryFor(kBrieflyMs, port, trial, reason));
 }
 
 // Tries the ports in order, up to 65535 at most.
@@ -44,11 +59,21 @@ bool startOnSomePort(const PortRequest& request, const PortTrial& trial, std::ws
   const std::uint16_t port =
       isPortNumber(request.stored) ? static_cast<std::uint16_t>(request.stored) : usual;
   if (!request.network) {
-    return tryRange(port, port + kStoredPortTries - 1, trial, reason) || trial.start(0, reason);
+    return tryUnlessInUse(port, trial, reason) ||
+           tryRange(port + 1, port + kStoredPortTries - 1, trial, reason) || trial.start(0, reason);
   }
   if (tryRepeatedly(port, trial, reason)) return true;
   reason = L"port " + std::to_wstring(port) + L" is in use: " + reason;
   return false;
+}
+
+bool takePortAgain(std::uint16_t port, const PortTrial& trial, std::wstring& reason) {
+  return tryFor(kPatientlyMs, port, trial, reason);
+}
+
+std::wstring portLostText(std::uint16_t port, const std::wstring& reason) {
+  return L"Vorda was not restarted as administrator, and could not use port " +
+         std::to_wstring(port) + L" again.\n\n" + reason + L"\n\nPlease start Vorda again.";
 }
 
 std::wstring startFailureText(const PortRequest& request, const std::wstring& reason) {
@@ -63,6 +88,11 @@ std::wstring startFailureText(const PortRequest& request, const std::wstring& re
     text += L"\n\n";
   }
   return text + reason;
+}
+
+std::wstring runningText(std::uint32_t port) {
+  return L"Vorda is at http://127.0.0.1:" + std::to_wstring(port) +
+         L"/\nPress Ctrl+C to stop it, or run vorda.com --stop elsewhere.";
 }
 
 } // namespace vorda

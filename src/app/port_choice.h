@@ -1,5 +1,8 @@
 // Which port the server listens on: what is tried, in which order and how often, and the message
 // if nothing works.
+//
+// Windows may refuse a port that nobody listens on any more for as long as connections of the
+// program that had it are open. Such a port is waited for: its page is still in some tab.
 #pragma once
 
 #include <cstdint>
@@ -27,12 +30,24 @@ struct PortTrial {
   // Like startServer: false with a reason. Port 0 lets the system choose.
   std::function<bool(std::uint16_t port, std::wstring& reason)> start;
   std::function<void(unsigned milliseconds)> sleep;
+  // Whether a program on this machine accepts connections on the port.
+  std::function<bool(std::uint16_t port)> inUse;
 };
 
 // False with a reason if the server could not be started on any port.
 bool startOnSomePort(const PortRequest& request, const PortTrial& trial, std::wstring& reason);
 
+// For a program that has given its port up for a copy that did not start: twenty seconds of tries,
+// on that port only.
+bool takePortAgain(std::uint16_t port, const PortTrial& trial, std::wstring& reason);
+
+// The message when takePortAgain has failed with this reason.
+std::wstring portLostText(std::uint16_t port, const std::wstring& reason);
+
 // The message for people when startOnSomePort has failed with this reason.
 std::wstring startFailureText(const PortRequest& request, const std::wstring& reason);
+
+// What a user who started the program from a console is told.
+std::wstring runningText(std::uint32_t port);
 
 } // namespace vorda

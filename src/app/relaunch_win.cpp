@@ -2,8 +2,11 @@
 
 #include "app/exit_code.h"
 #include "app/option_names.h"
+#include "app/port_choice.h"
+#include "app/std_output_win.h"
 #include "base/text.h"
 #include "win/com_apartment.h"
+#include "win/port_in_use.h"
 #include "win/program_path.h"
 
 #include <shellapi.h>
@@ -45,8 +48,15 @@ void relaunchElevated(ServerState& server, const std::string& sessionKey, HWND o
   stopServer(server);
   Sleep(kPortReleasedMs);
   if (startElevated(program, parameters, owner)) ExitProcess(kExitDone);
-  std::wstring reason; // nobody is left to read it
-  startServer(server, static_cast<std::uint16_t>(port), false, reason);
+  const PortTrial trial = {[&server](std::uint16_t number, std::wstring& reason) {
+                             return startServer(server, number, false, reason);
+                           },
+                           [](unsigned milliseconds) { Sleep(milliseconds); }, portInUse};
+  std::wstring reason;
+  if (takePortAgain(static_cast<std::uint16_t>(port), trial, reason)) return;
+  // No page reaches this copy any more.
+  showErrorBox(portLostText(static_cast<std::uint16_t>(port), reason));
+  ExitProcess(kExitFailed);
 }
 
 } // namespace vorda

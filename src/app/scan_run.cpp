@@ -28,6 +28,8 @@ std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   job->label = job->target;
   job->extensions = parseExtensions(request.ext);
   job->namePatterns = parseNamePatterns(request.find);
+  job->smallest = request.smallest;
+  job->bounds = request.bounds;
   return job;
 }
 
@@ -37,7 +39,7 @@ std::string counted(std::size_t count, const char* one, const char* many) {
 
 // How many files passed a filter; the document lists only some of them.
 std::string matches(const Job& job, const ScanRunRequest& request) {
-  if (request.ext.empty() && request.find.empty()) return {};
+  if (!request.filters()) return {};
   const std::size_t count = job.result.files.size();
   const auto listed = static_cast<std::size_t>(kDocumentOptions.maxFiles);
   std::string text = "  " + counted(count, "file matches", "files match");
@@ -80,7 +82,7 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
 }
 
 int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,
-                 const ScanRunOutputs& outputs) {
+                 const ScanRunOutputs& outputs, ScanRunStop& stop) {
   const bool toFile = request.outFile != L"-";
   const auto notWritten = [&](const std::wstring& reason) {
     outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
@@ -93,7 +95,9 @@ int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,
   }
   const std::unique_ptr<Job> job = makeJob(request);
   outputs.message(L"Vorda: scanning " + job->target);
+  stop.attach(&job->progress);
   runJob(*job, steps);
+  stop.attach(nullptr);
   const std::string error = job->progress.texts().error;
   if (!error.empty()) {
     outputs.message(failureLine(error));
@@ -107,6 +111,10 @@ int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,
   const std::string report =
       csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
   const std::string& text = csv ? report : *job->document;
+  if (!stop.beginWriting()) {
+    outputs.message(L"Vorda: stopped; nothing was written\n");
+    return kExitFailed;
+  }
   if (!toFile) return outputs.standardOut(text) ? done : kExitFailed;
   const std::wstring reason = outputs.writeFile(request.outFile, text);
   if (!reason.empty()) return notWritten(reason);
@@ -129,10 +137,34 @@ std::string summarySize(std::uint64_t bytes) {
   return text;
 }
 
+void ScanRunStop::request() {
+  const std::lock_guard lock(mutex_);
+  if (writing_) return;
+  requested_ = true;
+  if (progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+void ScanRunStop::attach(ScanProgress* progress) {
+  const std::lock_guard lock(mutex_);
+  progress_ = progress;
+  if (requested_ && progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+bool ScanRunStop::beginWriting() {
+  const std::lock_guard lock(mutex_);
+  writing_ = !requested_;
+  return writing_;
+}
+
+bool ScanRunStop::writing() const {
+  const std::lock_guard lock(mutex_);
+  return writing_;
+}
+
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
-                   const ScanRunOutputs& outputs) {
+                   const ScanRunOutputs& outputs, ScanRunStop& stop) {
   try {
-    return scanAndWrite(request, steps, outputs);
+    return scanAndWrite(request, steps, outputs, stop);
   } catch (...) {
     const std::string_view word = isOutOfMemory() ? kNoMemory : kScanFailed;
     try {

@@ -1,5 +1,6 @@
 #include "app/session_actions_win.h"
 
+#include "app/open_item_win.h"
 #include "app/relaunch_win.h"
 #include "base/detached_thread.h"
 #include "base/paths.h"
@@ -24,8 +25,8 @@ constexpr std::uint32_t kMaxPageFileBytes = 268'435'456;
 constexpr const wchar_t* kPageFile = L"ui.built.html";
 constexpr const char* kPageMissing = "<h1>ui.html ontbreekt</h1>";
 
-std::string pageResource() {
-  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), L"HTMLPAGE");
+std::string resource(const wchar_t* type) {
+  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), type);
   if (place == nullptr) return {};
   const HGLOBAL loaded = LoadResource(nullptr, place);
   const void* bytes = loaded == nullptr ? nullptr : LockResource(loaded);
@@ -38,7 +39,7 @@ std::string pageResource() {
 std::string page() {
   const std::wstring file = joinPath(parentOf(programPath()), kPageFile);
   if (std::optional<std::string> bytes = readFile(file, kMaxPageFileBytes)) return *bytes;
-  std::string bytes = pageResource();
+  std::string bytes = resource(L"HTMLPAGE");
   return bytes.empty() ? kPageMissing : bytes;
 }
 
@@ -65,11 +66,16 @@ void reveal(const std::wstring& path) {
   startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
 }
 
+void openBin() {
+  startDetached([] { shellOpen(L"explorer.exe", L"shell:RecycleBinFolder"); });
+}
+
 } // namespace
 
 SessionActions makeSessionActions(AppState& state) {
   SessionActions actions;
   actions.page = page;
+  actions.description = [] { return resource(L"APIDESCRIPTION"); };
   actions.quitSoon = [&state] { quitSoon(state.operations); };
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.
@@ -84,6 +90,8 @@ SessionActions makeSessionActions(AppState& state) {
     });
   };
   actions.reveal = reveal;
+  actions.openBin = openBin;
+  actions.open = openItemSoon;
   return actions;
 }
 

@@ -111,6 +111,32 @@ void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, Clea
   }
 }
 
+// A folder that may be emptied, held so that it cannot be replaced.
+struct Opened {
+  std::wstring folder;
+  std::shared_ptr<void> held;
+  std::vector<std::wstring> names;
+  CleanupFailure failure = CleanupFailure::none;
+};
+
+Opened openFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  Opened opened = {normalisePath(path), {}, {}, CleanupFailure::none};
+  const std::wstring& folder = opened.folder;
+  if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
+    opened.failure = CleanupFailure::notAllowed;
+    return opened;
+  }
+  // Hold before checking, so that the folder cannot be replaced afterwards.
+  opened.held = machine.hold(folder);
+  const bool there = folders.facts(folder).exists;
+  if (there && !isReachedDirectly(machine, folders, folder)) {
+    opened.failure = CleanupFailure::notAllowed;
+  } else if (!there || !listNames(folders, folder, opened.names)) {
+    opened.failure = CleanupFailure::unreadable;
+  }
+  return opened;
+}
+
 } // namespace
 
 bool isCleanableFolder(std::wstring_view path) {
@@ -119,27 +145,25 @@ bool isCleanableFolder(std::wstring_view path) {
                      [&normal](std::wstring_view one) { return endsWithIgnoreCase(normal, one); });
 }
 
+CleanupPreview previewCleanup(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  CleanupPreview preview;
+  const Opened opened = openFolder(machine, folders, path);
+  preview.failure = opened.failure;
+  if (preview.failure != CleanupFailure::none) return preview;
+  preview.entries = opened.names.size();
+  preview.measure = measurePath(folders, opened.folder);
+  return preview;
+}
+
 CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
   CleanupResult result;
-  const std::wstring folder = normalisePath(path);
-  if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
-    result.failure = CleanupFailure::notAllowed;
-    return result;
-  }
-  // Hold before checking, so that the folder cannot be replaced afterwards.
-  const std::shared_ptr<void> held = machine.hold(folder);
-  std::vector<std::wstring> names;
-  const bool there = folders.facts(folder).exists;
-  if (there && !isReachedDirectly(machine, folders, folder)) {
-    result.failure = CleanupFailure::notAllowed;
-  } else if (!there || !listNames(folders, folder, names)) {
-    result.failure = CleanupFailure::unreadable;
-  }
+  const Opened opened = openFolder(machine, folders, path);
+  result.failure = opened.failure;
   if (result.failure != CleanupFailure::none) return result;
 
-  result.before = measurePath(folders, folder);
+  result.before = measurePath(folders, opened.folder);
   finishInterrupted(machine, folders);
-  std::vector<Entry> entries = entriesOf(machine, folders, folder, names);
+  std::vector<Entry> entries = entriesOf(machine, folders, opened.folder, opened.names);
   MemoryReserve reserve;
   const std::unique_ptr<JournalFile> journal =
       machine.writeJournal(journalText(journalOf(path, entries)));

@@ -29,6 +29,14 @@ struct CleanupResult {
   PathMeasure before; // of the whole folder
 };
 
+// The beginning of what follows, changing nothing: what the folder holds, or why it is left alone.
+struct CleanupPreview {
+  std::uint64_t entries = 0;
+  PathMeasure measure;
+  CleanupFailure failure = CleanupFailure::none;
+};
+CleanupPreview previewCleanup(Machine& machine, FolderSource& folders, const std::wstring& path);
+
 // Deletes the entries of a folder permanently, one by one, and logs the total. Refuses a folder
 // that is reached through a link: anyone who can write to a temporary folder could have made
 // one that leads anywhere. An exception means that nothing was deleted.

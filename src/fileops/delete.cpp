@@ -100,7 +100,8 @@ private:
   ShellOutcome remove(bool intoBin);
   ShellOutcome removeAll();
   Journal journalOf() const;
-  void lookAfterwards(const std::optional<BinFigures>& before, const BinQuestion& bin);
+  void lookAfterwards(const ShellOutcome& outcome, const std::optional<BinFigures>& before,
+                      const BinQuestion& bin);
   void log(const ShellOutcome& outcome);
 
   Machine& machine_;
@@ -210,7 +211,7 @@ void Deletion::execute() {
   proof_.release();
   // What is gone is gone: from here on nothing may fail.
   try {
-    withReserve(reserve, [&] { lookAfterwards(before, bin); });
+    withReserve(reserve, [&] { lookAfterwards(outcome, before, bin); });
     withReserve(reserve, [&] { log(outcome); });
     if (journal) journal->remove();
   } catch (...) {
@@ -257,16 +258,21 @@ Journal Deletion::journalOf() const {
   return journal;
 }
 
-void Deletion::lookAfterwards(const std::optional<BinFigures>& before, const BinQuestion& bin) {
+void Deletion::lookAfterwards(const ShellOutcome& outcome,
+                              const std::optional<BinFigures>& before, const BinQuestion& bin) {
   result_.bytes = 0;
   result_.wouldDelete.clear();
   result_.left.clear();
   result_.deleted.clear();
+  result_.stayed.clear();
   for (const Item& item : items_) {
     result_.wouldDelete.push_back(item.path);
     const bool there = folders_.facts(item.path.real).exists;
     DeletedPath& one = (there ? result_.left : result_.deleted).emplace_back(item.path);
     if (there && one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
+    if (there && request_.wantWhy) {
+      addStayed(machine_, folders_, one.real, one.folder, outcome.code, result_.stayed);
+    }
     result_.bytes += there ? one.lost.bytes : one.measure.bytes;
   }
   const std::optional<BinFigures> after = bin();

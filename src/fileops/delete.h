@@ -8,6 +8,7 @@
 #include "fileops/copy_proof.h"
 #include "fileops/machine.h"
 #include "fileops/measure.h"
+#include "fileops/why_stayed.h"
 
 #include <cstdint>
 #include <string>
@@ -21,6 +22,7 @@ struct DeleteRequest {
   bool dryRun = false;
   std::wstring root;              // the folder that paths must lie in; empty for no restriction
   bool wantSeen = false;          // a dry run says what it sees
+  bool wantWhy = false;           // say why something is still there
   std::vector<Expected> expected; // one for each path, or none at all
   std::uint64_t nowMs = 0;        // since 1970
 };
@@ -53,6 +55,7 @@ struct DeleteResult {
   bool logged = true;               // false if the log could not be written
   std::vector<DeletedPath> deleted; // no longer there
   std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
+  std::vector<StayedPath> stayed;   // why, or what inside them is the reason
   std::vector<RefusedPath> refused;
   std::vector<DeletedPath> wouldDelete; // without paths inside other paths of the list
   std::vector<std::wstring> noBin;      // in a dry run: those that no bin would take

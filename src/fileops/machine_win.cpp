@@ -17,6 +17,7 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -348,6 +349,47 @@ public:
       return writeAll(file.get(), bytes) == ERROR_SUCCESS;
     }
     return false;
+  }
+
+  std::optional<LogEnd> endOfLog(std::size_t mostBytes) override {
+    const FileHandle file(CreateFileW(deletionLogPath().c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.valid()) {
+      const DWORD code = GetLastError();
+      const bool none = code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
+      return none ? std::optional(LogEnd{}) : std::nullopt;
+    }
+    LARGE_INTEGER size{};
+    if (GetFileSizeEx(file.get(), &size) == FALSE) return std::nullopt;
+    const auto all = static_cast<std::uint64_t>(size.QuadPart);
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(all, mostBytes));
+    LARGE_INTEGER from{};
+    from.QuadPart = static_cast<LONGLONG>(all - wanted);
+    LogEnd end = {std::string(wanted, '\0'), wanted == all};
+    DWORD count = 0;
+    if (SetFilePointerEx(file.get(), from, nullptr, FILE_BEGIN) == FALSE ||
+        ReadFile(file.get(), end.bytes.data(), static_cast<DWORD>(wanted), &count, nullptr) ==
+            FALSE) {
+      return std::nullopt;
+    }
+    end.bytes.resize(count);
+    return end;
+  }
+
+  int deletionProblem(const std::wstring& path, bool folder) override {
+    constexpr DWORD kFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+    for (const DWORD access : {DWORD{DELETE}, DWORD{FILE_WRITE_DATA}}) {
+      // To a folder, the right to write is about what is in it.
+      if (folder && access != DELETE) break;
+      const FileHandle entry(CreateFileW(literalPath(path).c_str(), access, kShareAll, nullptr,
+                                         OPEN_EXISTING, kFlags, nullptr));
+      if (entry.valid()) continue;
+      const auto code = static_cast<int>(GetLastError());
+      // Read-only files cannot be opened for writing, but deleted.
+      if (access == DELETE || code == ERROR_SHARING_VIOLATION) return code;
+    }
+    return 0;
   }
 
   LocalTime now() override { return localNow(); }

@@ -41,6 +41,8 @@ struct HttpResponse {
   std::string_view contentType = kJsonType; // a constant
   // Shared, so that concurrent responses with the same large document do not copy it.
   std::shared_ptr<const std::string> body;
+  // Contents of a file: browsers must neither guess another type nor show it in pages of other sites.
+  bool guarded = false;
 
   std::string_view payload() const { return body ? std::string_view(*body) : std::string_view(); }
 };

@@ -50,8 +50,9 @@ ScanOptions optionsOf(const Job& job) {
   options.root = job.target;
   options.extensions = job.extensions;
   options.namePatterns = job.namePatterns;
-  const bool filtered = !job.extensions.empty() || !job.namePatterns.empty();
-  options.fileListThreshold = filtered ? 0 : kFileListThreshold;
+  options.bounds = job.bounds;
+  const bool filtered = !job.extensions.empty() || !job.namePatterns.empty() || job.bounds.any();
+  options.fileListThreshold = job.smallest.value_or(filtered ? 0 : kFileListThreshold);
   return options;
 }
 

@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,8 @@ struct Job {
   std::wstring label;
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
+  std::optional<std::uint64_t> smallest; // bytes; the least size of the list
+  FileBounds bounds;
   Secret password; // for kSshKind; empty once the scan has begun
 
   ScanProgress progress;

@@ -3,8 +3,9 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
@@ -58,7 +59,7 @@ async function confirm(dialog) {
   return words;
 }
 
-test('scanning a drive again replaces the old scan, in any spelling', async (t) => {
+test('scanning a drive again replaces the old scan, in any spelling', needs('prefixes'), async (t) => {
   const many = Object.fromEntries(Array.from({ length: 300 }, (_, i) => [`Many/${i % 3}/${i}.dat`, 'x'.repeat(100)]));
   const { tab, ask, d } = await machine(t, { d: { ...TEMP, ...PHOTOS, 'Films/film.mkv': 300 * MiB, ...many }, scans: [], title: 'What do you want to scan?' });
   await scan(tab, 'd:');
@@ -78,12 +79,12 @@ test('scanning a drive again replaces the old scan, in any spelling', async (t) 
   assert.deepEqual((await rowsOf(tree)).map((cells) => [cells[1], cells[2]]), [['D:\\', '1.67 GB'], ['Windows', '1.18 GB'],
     ['Films', '300 MB'], ['film.mkv', '300 MB'], ['Photos', '210 MB'], ['Many', '29.3 KB']]);
   await goTo(tab, 'map', 'Map');
-  await says(tab.getByRole('complementary', { name: 'Details' }), 'D:\\Films');
+  await says(tab.getByRole('navigation', { name: 'Where the map is' }), 'Films');
   await tab.getByRole('link', { name: 'D:\\' }).click();
   await tab.getByRole('option', { name: 'Windows, 1.18 GB, 70%' }).waitFor();
 });
 
-test('moving to the bin, and deleting permanently once the word is typed', async (t) => {
+test('moving to the bin, and deleting permanently once the word is typed', needs('prefixes'), async (t) => {
   const { tab, d, trash, logPath, lastLogged } = await machine(t, { d: PHOTOS, section: 'explorer', title: 'Folders' });
   const sent = requestsOf(tab, '/api/delete');
   const tree = tab.getByRole('treegrid');
@@ -92,10 +93,11 @@ test('moving to the bin, and deleting permanently once the word is typed', async
   await row(tree, '2019').click();
   await tree.press('ArrowRight');
   await mark(tree, 'a.raw');
-  await says(tab, '1 item marked, 70.0 MB');
+  await says(tab, '1 item selected, 70.0 MB');
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item would go, 70.0 MB.');
-  await says(dialog, 'D:\\Photos\\2019\\a.raw');
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
+  await says(dialog, /^Free afterwards: D: /);
+  assert.deepEqual(await pathsIn(dialog, GOING), ['D:\\Photos\\2019\\a.raw']);
   await says(dialog, logPath);
   await becomes(() => focused(tab), 'Cancel');
   assert.deepEqual([pathsSent(sent, true).length, namesIn(`${d}/Photos/2019`)], [1, ['a.raw', 'b.raw']]);
@@ -127,7 +129,7 @@ test('moving to the bin, and deleting permanently once the word is typed', async
   await row(tree, 'Photos').filter({ hasText: '60.0 MB' }).waitFor();
 });
 
-test('refused items stay, and the dialog says why', async (t) => {
+test('refused items stay, and the dialog says why', needs('prefixes'), async (t) => {
   const { tab, d, folder } = await machine(t, { d: { ...TEMP, ...PHOTOS }, section: 'explorer', title: 'Folders' });
   const sent = requestsOf(tab, '/api/delete');
   const tree = tab.getByRole('treegrid');
@@ -136,40 +138,41 @@ test('refused items stay, and the dialog says why', async (t) => {
   await row(tree, 'Photos').click();
   await details.getByLabel('note.txt').check();
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item would go, 3 B.');
+  await says(dialog, '1 item will be deleted, 3 B.');
   await says(dialog, '1 item stays:');
-  await says(dialog, 'D:\\Windows (belongs to Windows)');
+  assert.deepEqual(await rowsOf(dialog.getByRole('grid', { name: '1 item stays:' })), [['Windows', 'belongs to Windows', 'D:\\']]);
   await tab.keyboard.press('Escape');
   await mark(tree, 'Windows');
   fs.renameSync(`${d}/Photos/note.txt`, `${folder}/note.txt`);
   await openDialog(tab);
-  await says(dialog, 'D:\\Photos\\note.txt (no longer there)');
+  await says(dialog, 'no longer there');
   fs.renameSync(`${folder}/note.txt`, `${d}/Photos/note.txt`);
   assert.deepEqual([await dialog.getByRole('button').allInnerTexts(), pathsSent(sent, true).length, pathsSent(sent, false)], [['Close'], 2, []]);
 });
 
-test('what changes while the confirmation is open stays, and the dialog says so', async (t) => {
+test('what changes while the confirmation is open stays, and the dialog says so', needs('prefixes'), async (t) => {
   const { tab, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
   const tree = tab.getByRole('treegrid');
   await mark(tree, 'Photos');
   const dialog = await openDialog(tab);
   fs.writeFileSync(`${d}/Photos/2019/new.raw`, 'nobody saw this');
   await dialog.getByRole('button', { name: /recycle bin$/ }).click();
-  await says(dialog, 'D:\\Photos (changed since you saw it');
+  await says(dialog, 'changed since you saw it, so it stays');
+  assert.deepEqual(await pathsIn(dialog, 'What stays, and why'), ['D:\\Photos']);
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual(namesIn(`${d}/Photos/2019`), ['a.raw', 'b.raw', 'new.raw']);
 
   await goTo(tab, 'across', 'Duplicates');
   await tab.getByRole('button', { name: 'Search for duplicates' }).click();
   await tab.getByLabel('Keep in each group').selectOption('the first by path');
-  await tab.getByRole('button', { name: 'Mark the others' }).click();
+  await tab.getByRole('button', { name: 'Select the others' }).click();
   await openDialog(tab, 'Compare and delete');
   fs.writeFileSync(`${d}/Copies/one.bin`, content('y')); // the one that stays
   assert.equal(await confirm(dialog), 'Nothing was deleted.');
   assert.deepEqual(namesIn(`${d}/Copies`), ['one.bin', 'two.bin']);
 });
 
-test('three of 20,000 hits are deleted', async (t) => {
+test('three of 20,000 hits are deleted', needs('prefixes'), async (t) => {
   const many = Object.fromEntries(Array.from({ length: 20_003 }, (_, i) => [`${Math.floor(i / 1000)}/file${String(i).padStart(5, '0')}.dat`, 'x']));
   const { tab, d } = await machine(t, { d: many, section: 'find', title: 'Find files' });
   await tab.getByRole('button', { name: 'Find', exact: true }).click();
@@ -187,7 +190,7 @@ test('three of 20,000 hits are deleted', async (t) => {
   const names = (await rowsOf(grid)).slice(0, 5).map((cells) => cells[1]);
   await grid.focus();
   for (const key of ['Space', 'ArrowDown', 'ArrowDown', 'Space', 'Shift+ArrowDown']) await tab.keyboard.press(key);
-  await says(tab, '3 items marked, 3 B');
+  await says(tab, '3 items selected, 3 B');
   await tab.getByLabel('Filter').fill(names[0]);
   await says(tab, '2 of them are hidden by the filter');
   await tab.getByLabel('Filter').fill('');
@@ -197,7 +200,7 @@ test('three of 20,000 hits are deleted', async (t) => {
   await becomes(async () => [await grid.getAttribute('aria-rowcount'), (await rowsOf(grid))[0]?.[1]], ['19998', names[1]]);
 });
 
-test('duplicates on two drives: one copy stays, the others are compared again and deleted', async (t) => {
+test('duplicates on two drives: one copy stays, the others are compared again and deleted', needs('prefixes'), async (t) => {
   const { tab, ask, d, e } = await machine(t, {
     d: { 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x'), 'Copies/even.bin': content('o', 2), 'Copies/odd.bin': content('o', 2) },
     e: { 'Backup/three.bin': content('x'), 'Backup/list.txt': 'x' }, scans: ['D:\\', 'E:\\'],
@@ -209,15 +212,15 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   await says(tab.getByRole('main'), '2 groups found, 8.00 MB could be freed');
   const grid = tab.getByRole('grid', { name: 'Groups of equal files' });
   await tab.getByLabel('Keep in each group').selectOption('the first by path');
-  await tab.getByRole('button', { name: 'Mark the others' }).click();
-  await says(tab, '3 items marked, 8.00 MB');
+  await tab.getByRole('button', { name: 'Select the others' }).click();
+  await says(tab, '3 items selected, 8.00 MB');
   await mark(grid, 'one.bin');
   await says(tab.locator('.toasts'), 'One copy of each group always stays.');
-  await says(tab, '3 items marked, 8.00 MB');
+  await says(tab, '3 items selected, 8.00 MB');
   fs.writeFileSync(`${d}/Copies/odd.bin`, content('p', 2));
   const dialog = await openDialog(tab, 'Compare and delete');
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
-  await says(dialog, '2 items would go, 6.00 MB.');
+  await says(dialog, '2 items will be deleted, 6.00 MB.');
   assert.equal(await confirm(dialog), '2 items deleted, 6.00 MB freed.');
   const wanted = [[first, 'D:\\Copies\\two.bin'], [second, 'E:\\Backup\\three.bin']];
   assert.deepEqual([pathsSent(sent, true), pathsSent(sent, false)], [wanted, wanted]);
@@ -225,7 +228,7 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   await becomes(() => row(grid, 'one.bin').count(), 0, 'a file without an equal is in no group');
 });
 
-test('emptying temporary folders, then the recycle bin', async (t) => {
+test('emptying temporary folders, then the recycle bin', needs('prefixes'), async (t) => {
   const { tab, server, d, trash, lastLogged } = await machine(t, { d: { ...TEMP, 'a.raw': 70 * MiB }, section: 'advice', title: 'Advice' });
   await server.post('/api/delete', { p: 'D:\\a.raw', job: '1', permanent: '0' });
   const card = tab.getByRole('article', { name: 'Temporary files' });
@@ -234,8 +237,10 @@ test('emptying temporary folders, then the recycle bin', async (t) => {
   await card.getByRole('button', { name: 'Empty these folders' }).click();
   const dialog = tab.getByRole('dialog');
   await becomes(() => focused(tab), 'Cancel');
-  await dialog.getByRole('button', { name: 'Empty these folders' }).click();
-  await says(dialog, '2 items deleted, 1.18 GB freed.');
+  await says(dialog, '2 items will be deleted, 1.18 GB.');
+  assert.deepEqual(await rowsOf(dialog.getByRole('grid')), [['Temp', 'D:\\Windows', '1.18 GB', '2 files', '']]);
+  await dialog.getByRole('button', { name: 'Delete 2 items (1.18 GB) permanently' }).click();
+  await says(dialog, 'Temporary files: 2 items deleted, 1.18 GB freed.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Windows/Temp`), namesIn(`${d}/Windows`)], [[], ['Temp', 'win.ini']]);
   assert.equal(lastLogged(), 'LEEGGEMAAKT  1263534080  D:\\Windows\\Temp  (2 weg, 0 overgeslagen)');
@@ -245,42 +250,43 @@ test('emptying temporary folders, then the recycle bin', async (t) => {
   const binned = tab.getByText('Of it in the recycle bin since the scan');
   await binned.waitFor();
   await tab.getByRole('button', { name: 'Empty the recycle bin' }).click();
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
   assert.deepEqual(namesIn(trash), ['a.raw'], 'nothing happens before the confirmation');
-  await dialog.getByRole('button', { name: 'Empty the recycle bin' }).click();
+  await dialog.getByRole('button', { name: 'Delete 1 item (70.0 MB) permanently' }).click();
   await says(dialog, 'Recycle bin emptied: 1 item, 70.0 MB.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   await binned.waitFor({ state: 'detached' });
   assert.deepEqual(namesIn(trash), []);
 });
 
-test('on a share, which has no bin, only permanent deletion is offered', async (t) => {
+test('on a share, which has no bin, only permanent deletion is offered', needs('prefixes'), async (t) => {
   const { tab, folder, trash, lastLogged } = await machine(t, { share: { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' }, scans: ['\\\\nas\\public'], section: 'explorer', title: 'Folders' });
   await mark(tab.getByRole('treegrid'), 'archive');
   const dialog = await openDialog(tab);
-  await says(dialog, '1 item lies where there is no recycle bin. It would be gone for good:');
+  await says(dialog, '1 item lies where there is no recycle bin. It will be deleted permanently.');
   assert.equal(await dialog.getByText('Move to the recycle bin').isVisible(), false);
   await dialog.getByRole('textbox').fill('DELETE');
-  await dialog.getByRole('button', { name: 'Delete 1 item (60.0 MB) permanently' }).click();
+  await dialog.getByRole('button', { name: 'Delete 1 item (1 file, 60.0 MB) permanently' }).click();
   await says(dialog, '1 item deleted, 60.0 MB freed.');
   assert.deepEqual([namesIn(`${folder}/share`), fs.existsSync(trash) ? namesIn(trash) : [], lastLogged()], [['new.txt'], [], 'definitief  62914560  \\\\nas\\public\\archive']);
   await dialog.getByRole('button', { name: 'Close' }).click();
-  await tab.getByRole('button', { name: 'Remove the scan of \\\\nas\\public' }).click();
+  await tab.getByRole('button', { name: 'Close the scan of \\\\nas\\public' }).click();
   await tab.getByRole('list', { name: 'Scans' }).getByText('nas').waitFor({ state: 'detached' });
 });
 
-test('removing a scan removes its hits and their marks, and moves the focus', async (t) => {
+test('removing a scan removes its hits and their marks, and moves the focus', needs('prefixes'), async (t) => {
   const { tab, ask } = await machine(t, { d: { 'Photos/note.txt': 'abc', 'b.raw': 60 * MiB }, e: { 'list.txt': 'x' }, scans: ['E:\\', 'D:\\'], section: 'types', title: 'Types' });
-  await tab.getByRole('button', { name: '.txt', exact: true }).click();
+  await row(tab.getByRole('grid', { name: 'Types' }), '.txt').click();
   await tab.getByRole('button', { name: 'Find all of this type' }).click();
   await says(tab.getByRole('main'), '2 files found');
   await tab.getByRole('grid').focus();
   await tab.keyboard.press('Control+a');
-  await says(tab, '2 items marked');
-  await tab.getByRole('button', { name: 'Remove the scan of E:\\' }).press('Enter');
-  await says(tab, '1 item marked, 3 B');
+  await says(tab, '2 items selected');
+  await tab.getByRole('button', { name: 'Close the scan of E:\\' }).press('Enter');
+  await says(tab, '1 item selected, 3 B');
   await becomes(() => focused(tab), 'D:\\\n60.0 MB');
   assert.deepEqual((await ask('/api/jobs')).map((job) => job.path), ['D:\\']);
-  await tab.getByRole('button', { name: 'Remove the scan of D:\\' }).press('Enter');
+  await tab.getByRole('button', { name: 'Close the scan of D:\\' }).press('Enter');
   await says(tab, 'Nothing to search yet');
   await becomes(() => focused(tab), 'Find files');
   assert.deepEqual(await ask('/api/jobs'), []);

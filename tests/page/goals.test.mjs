@@ -9,8 +9,9 @@ import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { openTab } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
-import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
+import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const repo = fileURLToPath(new URL('../..', import.meta.url));
@@ -81,6 +82,24 @@ const SCENES = {
     await goTo(tab, 'types');
     await pressed(tab, 'main .table', 'ArrowDown', 'Enter');
   },
+  largest: async (tab) => {
+    await goTo(tab, 'largest');
+    await pressed(tab, 'main .table', 'ArrowDown', ' ');
+  },
+  'a menu': async (tab) => {
+    await pressed(tab, 'main .table', 'Shift+F10');
+    await tab.locator('.menu button').first().waitFor();
+  },
+  columns: async (tab) => {
+    await tab.keyboard.press('Escape');
+    await tab.locator('main .button:has([href="#i-columns"])').first().click();
+    await tab.locator('.menu button').first().waitFor();
+  },
+  keys: async (tab) => {
+    await tab.keyboard.press('Escape');
+    await tab.keyboard.press('?');
+    await tab.locator('dialog[open]').waitFor();
+  },
   map: async (tab) => {
     await goTo(tab, 'map');
     await pressed(tab, '.map .options', 'ArrowRight', 'ArrowRight');
@@ -127,10 +146,10 @@ async function eachScene(tab, look) {
   await tab.setViewportSize(size);
 }
 
-test('the page is small, and so is the document with 20,000 hits', async (t) => {
+test('the page is small, and so is the document with 20,000 hits', needs('drives'), async (t) => {
   const sent = Buffer.from(await (await fetch(`${server.base}/`)).arrayBuffer());
   const sizes = [sent.length, gzipSync(sent, { level: 9 }).length];
-  assert.ok(sizes[0] <= 300_000 && sizes[1] <= 85_000, sizes.join());
+  assert.ok(sizes[0] <= 340_000 && sizes[1] <= 110_000, sizes.join());
 
   const tab = await openTab(t, { viewport: { width: 1440, height: 900 } });
   const files = Array.from({ length: 20_000 }, (_, i) => ({ p: `D:\\Films\\${i % 300}\\hit ${i}.jpg`, s: 20_000_000 - i, m: 1.7e12, job: Number(ids) }));
@@ -148,12 +167,12 @@ test('the page is small, and so is the document with 20,000 hits', async (t) => 
     });
     assert.ok(nodes <= 1500, `${nodes} nodes after ${key}`);
   }
-  await tab.getByText('20,000 items marked').waitFor();
+  await tab.getByText('20,000 items selected').waitFor();
 });
 
 const side = { concurrency: 2 };
 describe('accessible: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
-  test(`in ${lang}`, async (t) => {
+  test(`in ${lang}`, needs('drives'), async (t) => {
     const tab = await open(t, { bypassCSP: true, beyondBin: true, stored: { 'vorda-lang': lang } });
     await tab.evaluate(axe);
     const looked = [];
@@ -202,7 +221,7 @@ const misfits = (tab) => tab.evaluate(() => {
   }
   for (const one of document.querySelectorAll('#app *, dialog *')) {
     const { overflowX } = getComputedStyle(one);
-    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
+    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table, .header .bar')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
   }
   return found;
 });
@@ -214,7 +233,7 @@ const SIZES = {
   'text twice as large': { viewport: { width: 1280, height: 900 }, enlarged: true },
 };
 describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, ...options }]) => {
-  test(name, async (t) => {
+  test(name, needs('drives'), async (t) => {
     const tab = await open(t, { ...options, beyondBin: true, stored: { 'vorda-lang': 'fr' } });
     if (enlarged) await tab.evaluate(() => { document.documentElement.style.fontSize = '200%'; });
     const found = [];
@@ -223,7 +242,7 @@ describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, .
   });
 }));
 
-test('every text is translated, and longer ones fit', async (t) => {
+test('every text is translated, and longer ones fit', needs('drives', 'esbuild'), async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);
   const html = fs.readFileSync(file, 'utf8');
@@ -314,13 +333,13 @@ describe('by keyboard alone', side, () => {
     await tab.locator('main h1').waitFor();
     const by = keyboard(tab);
     await by.to('input', /^Path of a folder/);
-    await by.write(`Z:${place.replaceAll('/', '\\')}`);
+    await by.write(winPath(place));
     await tab.keyboard.press('Enter');
     await by.heading('Overview');
     return { place, bin: `${data}/Trash/files`, tab, ...by };
   };
 
-  test('scan, map, explorer, moving to the bin', async (t) => {
+  test('scan, map, explorer, moving to the bin', needs('drives', 'prefixes'), async (t) => {
     const { place, bin, tab, press, to, section } = await own(t, { 'a/in/big.bin': 200 * MiB, 'a/c.bin': 90 * MiB, 'b/other.bin': 100 * MiB });
     await section(/^Map/, 'Map');
     await to('listbox', /^Size map/);
@@ -331,9 +350,9 @@ describe('by keyboard alone', side, () => {
     await section(/^Folders/, 'Folders');
     await to('treegrid', /./);
     await press('ArrowDown', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'End', 'Home', 'ArrowDown', ' ');
-    await to('button', /^Delete marked/, 'Shift+Tab');
+    await to('button', /^Delete selected/, 'Shift+Tab');
     await press('Enter');
-    await tab.getByText('1 item would go').waitFor();
+    await tab.getByText('1 item will be deleted').waitFor();
     await to('button', /^Move 1 item/);
     await press('Enter');
     await tab.getByRole('button', { name: 'Close' }).waitFor();
@@ -341,7 +360,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual([fs.readdirSync(place), fs.readdirSync(bin)], [['b'], ['a']]);
   });
 
-  test('finding, marking, deleting permanently', async (t) => {
+  test('finding, marking, deleting permanently', needs('drives'), async (t) => {
     const { place, tab, press, to, write, section } = await own(t, { '1.jpg': 'a', '2.jpg': 'ab', '3.jpg': 'abc', 'note.txt': 'n' });
     await section(/^Find/, 'Find files');
     await to('input', /^Extensions/);
@@ -350,10 +369,10 @@ describe('by keyboard alone', side, () => {
     await tab.getByRole('main').getByText('3 files found').waitFor();
     await to('grid', /./);
     await press('Home', ' ', 'Shift+ArrowDown');
-    await tab.getByText('2 items marked').waitFor();
-    await to('button', /^Delete marked/, 'Shift+Tab');
+    await tab.getByText('2 items selected').waitFor();
+    await to('button', /^Delete selected/, 'Shift+Tab');
     await press('Enter');
-    await tab.getByText('2 items would go').waitFor();
+    await tab.getByText('2 items will be deleted').waitFor();
     await to('input', /^Move to/);
     await press('ArrowDown');
     await to('input', /^Type DELETE/);
@@ -365,7 +384,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual(fs.readdirSync(place).sort(), ['1.jpg', 'note.txt']);
   });
 
-  test('duplicates', async (t) => {
+  test('duplicates', needs('drives'), async (t) => {
     const { place, tab, press, to, section } = await own(t, { 'a/one': twice, 'b/two': twice, 'c/three': twice });
     await section(/^Duplicates/, 'Duplicates');
     await to('button', /^Search for duplicates/);
@@ -373,11 +392,11 @@ describe('by keyboard alone', side, () => {
     await tab.getByRole('main').getByText('1 group found').waitFor();
     await to('select', /^Keep in each/);
     await press('End');
-    await to('button', /^Mark the others/);
+    await to('button', /^Select the others/);
     await press('Enter');
     await to('button', /^Compare and delete/);
     await press('Enter');
-    await tab.getByText('2 items would go').waitFor();
+    await tab.getByText('2 items will be deleted').waitFor();
     await to('button', /^Move 2 items/);
     await press('Enter');
     await tab.getByRole('button', { name: 'Close' }).waitFor();
@@ -385,7 +404,7 @@ describe('by keyboard alone', side, () => {
     assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
   });
 
-  test('signing in with a key, changing the language', async (t) => {
+  test('signing in with a key, changing the language', needs('drives'), async (t) => {
     const { base } = await serve(t, ['--server', '--token', 'k'.repeat(32)], wine);
     const tab = await openTab(t, { expected: /401/ });
     await tab.goto(base);

@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { becomes, goTo, openTab, mark, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
+import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { bridge, makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
 import { makeFiles, ownWine, scratch, startSilent, winPath } from '../system/support/vorda.mjs';
@@ -17,7 +18,7 @@ makeFiles(`${folder}/d`, { 'films/a.mkv': 300 * MiB, 'b.iso': 70 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d` });
 const heading = (tab, name) => tab.getByRole('heading', { level: 1, name }).waitFor();
 
-test('a section in the address is opened if possible, without a history step of its own', async (t) => {
+test('a section in the address is opened if possible, without a history step of its own', needs('drives'), async (t) => {
   const server = await serve(t, [], wine);
   const tab = await openTab(t);
   const open = async (fragment, title) => {
@@ -55,7 +56,7 @@ test('a section in the address is opened if possible, without a history step of 
   await tab.getByRole('dialog', { name: 'About Vorda' }).waitFor();
 });
 
-test('a key in the address is used, removed, and kept by this tab only', async (t) => {
+test('a key in the address is used, removed, and kept by this tab only', needs('drives'), async (t) => {
   const key = 'k€y é/+=&1';
   const { base } = await serve(t, ['--server', '--token', key], wine);
   const tab = await openTab(t, { expected: /401/ });
@@ -70,7 +71,7 @@ test('a key in the address is used, removed, and kept by this tab only', async (
   await heading(tab, 'Overview');
   await tab.goBack();
   assert.ok(!(tab.url() + await tab.title()).includes('token'));
-  assert.deepEqual(await tab.evaluate(() => [Object.keys(localStorage), { ...sessionStorage }]), [[], { 'vorda-token': key }]);
+  assert.deepEqual(await tab.evaluate(() => [Object.keys(localStorage), sessionStorage['vorda-token']]), [[], key]);
 
   const other = await tab.context().newPage();
   await other.goto(base);
@@ -89,7 +90,7 @@ test('a key in the address is used, removed, and kept by this tab only', async (
   await heading(other, 'Overview');
 });
 
-test('the addresses that a program with a key opens; no restart with other rights from there', async (t) => {
+test('the addresses that a program with a key opens; no restart with other rights from there', needs('drives'), async (t) => {
   const key = 'a+b&c';
   const { base } = await serve(t, ['--server', '--token', key], wine);
   const altered = async (tab, path, changes) => tab.route(`**${path}`, async (route) => {
@@ -119,14 +120,14 @@ test('the addresses that a program with a key opens; no restart with other right
   await other.goto(`${locked.base}/?scan=D%3A%5Cfilms#key=${encodeURIComponent(key)}`);
   await says(other, 'There are 300 MB in D:\\films');
   await becomes(() => other.url(), `${locked.base}/#overview`);
-  assert.deepEqual(await other.evaluate(() => [sessionStorage['vorda-token'], Object.keys(localStorage), JSON.stringify(history.state)]), [key, [], 'null']);
+  assert.deepEqual(await other.evaluate(() => [sessionStorage['vorda-token'], Object.keys(localStorage), JSON.stringify(history.state).includes(sessionStorage['vorda-token'])]), [key, [], false]);
   await other.getByRole('button', { name: 'Quit Vorda' }).click();
   await other.getByRole('dialog').getByRole('button', { name: 'Quit Vorda' }).click();
   await says(other, 'Vorda has ended. You can close this tab.');
   assert.equal((await locked.ended).code, 0);
 });
 
-test('every language in every section, with its own confirmation word', async (t) => {
+test('every language in every section, with its own confirmation word', needs('drives'), async (t) => {
   const { tab } = await scanned(t, { 'films/b.iso': 80 * MiB, 'photos/d.iso': 70 * MiB });
   const words = { nl: 'VERWIJDER', fr: 'SUPPRIMER', es: 'ELIMINAR', pt: 'ELIMINAR', en: 'DELETE' };
   const titles = {};
@@ -152,7 +153,7 @@ test('every language in every section, with its own confirmation word', async (t
       await dialog.getByRole('textbox').fill(typed.toLowerCase());
       await becomes(() => go.isEnabled(), typed === word, `${typed} in ${lang}`);
     }
-    assert.match(await go.innerText(), lang === 'en' ? /70\.0 MB/ : /70,0 MB/);
+    assert.match(await go.innerText(), { en: /70\.0 MB/, fr: /70,0 Mo/ }[lang] ?? /70,0 MB/);
     await tab.keyboard.press('Escape');
     await mark(tab.getByRole('treegrid'), 'photos');
   }
@@ -160,7 +161,7 @@ test('every language in every section, with its own confirmation word', async (t
   assert.equal(new Set(Object.values(titles).map(String)).size, 5);
 });
 
-test('light and dark: the system’s choice, then the user’s', async (t) => {
+test('light and dark: the system’s choice, then the user’s', needs('drives'), async (t) => {
   const server = await serve(t, [], wine);
   const tab = await openTab(t, { colorScheme: 'dark' });
   await tab.goto(server.base);
@@ -173,7 +174,7 @@ test('light and dark: the system’s choice, then the user’s', async (t) => {
   assert.deepEqual([await ground(), await tab.evaluate(() => localStorage['vorda-theme'])], ['rgb(247, 248, 250)', 'light']);
 });
 
-test('a lost program leaves its data on the page; a new one starts empty; quitting ends it', async (t) => {
+test('a lost program leaves its data on the page; a new one starts empty; quitting ends it', needs('drives'), async (t) => {
   const first = await serve(t, [], wine);
   let second = null;
   t.after(() => second?.child.kill('SIGKILL'));
@@ -198,7 +199,7 @@ test('a lost program leaves its data on the page; a new one starts empty; quitti
   assert.equal((await second.ended).code, 0);
 });
 
-test('an SSH host with a password', async (t) => {
+test('an SSH host with a password', needs('drives', 'sshd'), async (t) => {
   const ssh = `${folder}/ssh`;
   makeFiles(ssh, { 'home/big/film.mkv': 90 * MiB, 'home/note': 'x' });
   fs.mkdirSync(`${ssh}/bin`);
@@ -227,7 +228,7 @@ test('an SSH host with a password', async (t) => {
   const kept = await tab.evaluate(() => JSON.stringify([{ ...localStorage }, { ...sessionStorage }, location.href, document.title, document.documentElement.outerHTML, history.state]));
   assert.ok(!kept.includes('s3cret'));
   await goTo(tab, 'picker', TITLES.picker);
-  await tab.getByRole('button', { name: /^Scan again: ssh/ }).click();
+  await tab.getByRole('button', { name: /^Scan again: 127/ }).click();
   await heading(tab, 'Overview');
   assert.equal(sent.at(-1).get('password'), 's3cret pass', 'this tab remembers it');
 });

@@ -4,6 +4,7 @@ import fs from 'node:fs';
 import http from 'node:http';
 import { after, test } from 'node:test';
 import { becomes, goTo, openTab, requestsOf, says } from './support/browser.mjs';
+import { has, needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
@@ -13,12 +14,12 @@ after(async () => { for (const end of ends) await end(); });
 const here = { after: (end) => ends.unshift(end) };
 const folder = scratch(here);
 makeFiles(folder, { 'd/films/a.mkv': 80 * MiB, 'share/b.iso': 70 * MiB });
-const wine = await ownWine(here, { 'd:': `${folder}/d`, 'unc/nas/public': `${folder}/share` });
+const wine = !has('prefixes') ? {} : await ownWine(here, { 'd:': `${folder}/d`, 'unc/nas/public': `${folder}/share` });
 const SHARE = '\\\\nas\\public';
 
 const jobsOf = async (server) => (await server.json('/api/jobs')).body.map((job) => job.path);
 
-test('a path in the address on another machine is scanned once if the program was started with it, else on request', async (t) => {
+test('a path in the address on another machine is scanned once if the program was started with it, else on request', needs('prefixes'), async (t) => {
   const server = await serve(t, [SHARE], wine);
   const tab = await openTab(t);
   const sent = requestsOf(tab, '/api/scan');
@@ -157,7 +158,7 @@ function allRefused(answers, wanted, where) {
   assert.deepEqual(answers.filter((one) => one.status !== 403), [], where);
 }
 
-test('requests from other pages, of any kind, read and change nothing', async (t) => {
+test('requests from other pages, of any kind, read and change nothing', needs('prefixes'), async (t) => {
   const { server, port, tab, answers, untouched } = await victim(t, { expected: /asked elsewhere|Failed to load|WebSocket|EventSource|blocked by CORS|MIME|ERR_/ });
   for (const host of ['evil.test', '127.0.0.1', 'localhost']) {
     await tab.goto(`http://${host}:${port}/`);
@@ -169,7 +170,7 @@ test('requests from other pages, of any kind, read and change nothing', async (t
   }
 });
 
-test('a name that leads to this machine does not make a page its own', async (t) => {
+test('a name that leads to this machine does not make a page its own', needs('prefixes'), async (t) => {
   const { server, tab, answers, untouched } = await victim(t, { bypassCSP: true, expected: /Failed to load|WebSocket|EventSource|MIME|ERR_/ });
   const base = `http://rebound.test:${server.port}`;
   await tab.goto(base);
@@ -180,7 +181,7 @@ test('a name that leads to this machine does not make a page its own', async (t)
   await untouched();
 });
 
-test('tabs sent here by another page, or by a redirect of an address that the user typed', async (t) => {
+test('tabs sent here by another page, or by a redirect of an address that the user typed', needs('prefixes'), async (t) => {
   const { server, port, tab, answers, untouched } = await victim(t, { expected: /asked elsewhere|Failed to load/ });
   const strange = `http://evil.test:${port}/`;
   const actions = WANTED.filter(([method, path]) => method === 'GET' && /cancel|forget|reveal|elevate|quit/.test(path));

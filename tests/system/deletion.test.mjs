@@ -1,27 +1,34 @@
 // Deleting, cleaning and emptying the bin for real, done by Wine's shell. Whatever else goes or changes in
 // the Wine prefix is found.
 import assert from 'node:assert/strict';
-import { spawn, spawnSync } from 'node:child_process';
+import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
+import { has, needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
-import { makeFiles, ownWine, scratch, wineScript, winPath } from './support/vorda.mjs';
+import { makeFiles, ownWine, scratch, startSilent, winPath } from './support/vorda.mjs';
 
 const kMiB = 2 ** 20;
 // S: is a substituted drive.
-const wine = ownWine({ after }, { 's:': '../drive_c/Program Files', 'unc/localhost/c$': '../../../drive_c', 'l:': '../l' });
-const prefix = wine.env.VORDA_WINEPREFIX;
-const drive = `${prefix}/drive_c`;
-fs.mkdirSync(`${prefix}/l`);
-const trash = `${wine.env.VORDA_XDG_DATA_HOME}/Trash`;
-const logFile = `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log`;
+const linux = has('prefixes');
+const wine = ownWine({ after }, linux ? { 's:': '../drive_c/Program Files', 'unc/localhost/c$': '../../../drive_c', 'l:': '../l' } : {});
+const prefix = linux ? wine.env.VORDA_WINEPREFIX : null;
+const drive = linux ? `${prefix}/drive_c` : 'C:';
+if (linux) fs.mkdirSync(`${prefix}/l`);
+const trash = linux && `${wine.env.VORDA_XDG_DATA_HOME}/Trash`;
+const logFile = linux ? `${drive}/users/${os.userInfo().username}/AppData/Local/Vorda/verwijderd.log` : `${process.env.LOCALAPPDATA}\\Vorda\\verwijderd.log`;
 const log = () => fs.readFileSync(logFile, 'utf8').replaceAll(/^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(?= )/gm, 'AT');
 
 beforeEach(() => {
-  for (const folder of [`${trash}/files`, `${trash}/info`, logFile]) fs.rmSync(folder, { recursive: true, force: true });
-  for (const name of ['files', 'info']) fs.mkdirSync(`${trash}/${name}`);
+  if (!has('ownMachine')) return;
+  fs.rmSync(logFile, { recursive: true, force: true });
+  if (!linux) return;
+  for (const name of ['files', 'info']) {
+    fs.rmSync(`${trash}/${name}`, { recursive: true, force: true });
+    fs.mkdirSync(`${trash}/${name}`);
+  }
 });
 
 // Everything in the prefix but the log and what Wine itself keeps there, with size and time: a map by path.
@@ -77,12 +84,12 @@ async function serveHere(t) {
 
 // Another program holds a file open until the returned function is called, or the test ends.
 async function holdOpen(t, file) {
-  const holder = spawn(wineScript, ['cmd.exe', '/c', `set /p x= > ${file}`], { env: { ...process.env, ...wine.env }, stdio: ['pipe', 'ignore', 'ignore'] });
-  t.after(() => holder.kill('SIGKILL'));
+  const { child } = startSilent(['/c', `set /p x= > ${file}`], { ...wine, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
+  t.after(() => child.kill('SIGKILL'));
   await until(() => fs.existsSync(`${drive}/${file.slice(3).replaceAll('\\', '/')}`), 'the file in use');
 }
 
-test('dry run, deletion to the bin and for good, in part, and emptying the bin; the log and the scan follow', async (t) => {
+test('dry run, deletion to the bin and for good, in part, and emptying the bin; the log and the scan follow', needs('prefixes'), async (t) => {
   makeFiles(`${drive}/kept`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
   await holdOpen(t, 'C:\\kept\\b\\in\\use\\held.txt');
   const server = await serveHere(t);
@@ -115,8 +122,9 @@ test('dry run, deletion to the bin and for good, in part, and emptying the bin; 
   await server.likeFresh(job, 'for good');
 
   const partly = await changes(async () => {
-    told = await server.remove(['C:\\kept\\b'], { job, permanent: 1 });
+    told = await server.remove(['C:\\kept\\b'], { job, permanent: 1, why: 1 });
   });
+  assert.ok(told.stayed.some((one) => one.p === 'C:\\kept\\b\\in\\use\\held.txt' && one.why === 'inuse'), JSON.stringify(told.stayed));
   assert.match(told.error, /^failed:\d+$/);
   assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/kept/b/')), 'a part of it is gone');
   const lost = partly.gone.map((name) => ({ 'x.bin': 65 * kMiB, 'free.bin': 80 * kMiB })[name.split('/').at(-1)] ?? 0).reduce((sum, one) => sum + one);
@@ -131,6 +139,12 @@ test('dry run, deletion to the bin and for good, in part, and emptying the bin; 
     `AT  definitief  ${66 * kMiB}  C:\\kept\\loose.bin\r\n` +
     `AT  definitief (deels)  ${lost}  C:\\kept\\b\r\n` +
     `AT  MISLUKT (${told.error.slice(7)})  1 van 1 paden bleven staan\r\n`);
+  const { body: { entries, more } } = await server.json('/api/log');
+  assert.deepEqual([entries.map((one) => [one.kind, one.partly ?? false, one.bytes ?? 0, one.p ?? '']), more], [[
+    ['failed', false, 0, ''], ['permanent', true, lost, 'C:\\kept\\b'], ['permanent', false, 66 * kMiB, 'C:\\kept\\loose.bin'],
+    ['binned', false, 5, 'C:\\kept\\b\\y & z.txt'], ['binned', false, bytes - 5, 'C:\\kept\\a']], false]);
+  const { body: bins } = await server.json('/api/bins');
+  assert.deepEqual([bins.bytes, bins.items], [5, 2]);
 
   let emptied;
   await changes(async () => {
@@ -144,7 +158,7 @@ test('dry run, deletion to the bin and for good, in part, and emptying the bin; 
   assert.deepEqual((await server.post('/api/emptybin', {})).body, { ok: true, bytes: 0, items: 0 });
 });
 
-test('no spelling of a path leads to what must stay', async (t) => {
+test('no spelling of a path leads to what must stay', needs('prefixes'), async (t) => {
   makeFiles(`${drive}/data`, { 'a.txt': 'a', 'sub/b.txt': 'b' });
   fs.symlinkSync('../windows', `${drive}/data/to-windows`);
   fs.symlinkSync('..', `${drive}/data/to-root`);
@@ -181,7 +195,7 @@ test('no spelling of a path leads to what must stay', async (t) => {
   await server.likeFresh(job, 'next to the links');
 });
 
-test('temporary files are removed, except those in use', async (t) => {
+test('temporary files are removed, except those in use', needs('prefixes'), async (t) => {
   makeFiles(`${drive}/windows/temp`, { 'big.bin': 1100 * kMiB, 'old/deep/a.tmp': 'abc', 'é.tmp': '12' });
   await holdOpen(t, 'C:\\windows\\temp\\held.tmp');
   const server = await serveHere(t);
@@ -197,7 +211,7 @@ test('temporary files are removed, except those in use', async (t) => {
   assert.equal(meta.freed, 1100 * kMiB + 5);
 });
 
-test('two copies share one log and write whole lines; without a log, files are deleted all the same', async (t) => {
+test('two copies share one log and write whole lines; without a log, files are deleted all the same', needs('ownMachine'), async (t) => {
   const names = Array.from({ length: 60 }, (_, i) => `f${i}`);
   for (const folder of ['one', 'two']) makeFiles(`${drive}/${folder}`, Object.fromEntries(names.map((name) => [name, 'x'])));
   const servers = [await serveHere(t), await serveHere(t)];
@@ -250,7 +264,7 @@ function farFile(folder, name, length) {
   return `L:\\${name}\\${steps.join('\\')}`;
 }
 
-test('paths of any length are deleted permanently; links inside stay with their targets, and the bin refuses what is too long', async (t) => {
+test('paths of any length are deleted permanently; links inside stay with their targets, and the bin refuses what is too long', needs('prefixes'), async (t) => {
   const folder = `${prefix}/l`; // short, so that the longest path fits
   const server = await serveHere(t);
   makeFiles(`${folder}/target`, { 'kept.txt': 'k' });
@@ -282,7 +296,7 @@ test('paths of any length are deleted permanently; links inside stay with their 
 });
 
 // VORDA_ROUNDS sets how often.
-test('killed at any moment of a deletion, the log accounts for every file that is gone', async (t) => {
+test('killed at any moment of a deletion, the log accounts for every file that is gone', needs('ownMachine'), async (t) => {
   for (let round = Number(process.env.VORDA_ROUNDS ?? 2); round > 0; --round) {
     const names = Array.from({ length: 150 }, (_, i) => `f${i}`);
     makeFiles(`${drive}/kill`, Object.fromEntries([...names, ...names.map((name) => `inside/${name}`)].map((name) => [name, 'xyz'])));
@@ -311,7 +325,7 @@ test('killed at any moment of a deletion, the log accounts for every file that i
   }
 });
 
-test('quitting waits for a running deletion', async (t) => {
+test('quitting waits for a running deletion', needs('ownMachine'), async (t) => {
   const names = Array.from({ length: 1500 }, (_, i) => `f${i}`);
   makeFiles(`${drive}/waits/many`, Object.fromEntries(names.map((name) => [name, 'x'])));
   const server = await serve(t, [], wine);

@@ -1,14 +1,19 @@
 // The commands that an installer gives: real copies in several folders, a real service and a real registry.
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
+import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
+import { has, home, needs } from './support/home.mjs';
 import { freePort, serve, until } from './support/server.mjs';
 import { exe, helper, projectVersion, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
 
 const lists = JSON.parse(fs.readFileSync(new URL('../data/restart_lists.json', import.meta.url)));
 const listKey = 'HKLM\\Software\\Brixmoor\\VordaUpdate';
-const account = 'account|S-1-5-21-0-0-0-1000|'; // the one that Wine runs everything as
+const ownSid = () => /S-1-[-\d]+/.exec(execFileSync('whoami.exe', ['/user']))[0];
+// Wine runs everything as the same account.
+const account = `account|${home === 'windows' ? ownSid() : 'S-1-5-21-0-0-0-1000'}|`;
 const gone = { code: 0, lines: ['nothing to restart'] };
 const fileTime = (ms) => (BigInt(Math.round(ms)) + 11_644_473_600_000n) * 10_000n;
 const withoutIds = (lines) => lines.map((line) => line.replace(/^pid \d+/, 'pid #')).sort();
@@ -38,7 +43,7 @@ async function remember({ agents, minutesAgo = 0, written, agentsType = 'REG_MUL
 }
 // A folder with a copy of the program: how to start it, and its command line with given arguments.
 function install(name, program = exe) {
-  const file = `${root}/${name}/vorda.exe`;
+  const file = path.normalize(`${root}/${name}/vorda.exe`);
   fs.mkdirSync(`${root}/${name}`);
   fs.copyFileSync(program, file);
   return { path: winPath(`${root}/${name}`), file, at: { program: file }, line: (args) => `"${winPath(file)}" ${args}` };
@@ -56,6 +61,7 @@ async function holding(t, verb, options) {
 
 // Whatever a test left behind: every copy of the program is ended, the list of an installer forgotten.
 beforeEach(async () => {
+  if (!has('ownMachine')) return;
   await startSilent(['--stop']).ended;
   await run('reg', 'delete', listKey, '/f');
 });
@@ -63,7 +69,7 @@ beforeEach(async () => {
 // A command line as it is printed and logged: without the key.
 const shown = (line) => line.replace(/--token (k|"a .*")/, '--token ***');
 
-test('closing one folder of two', async (t) => {
+test('closing one folder of two', needs('ownMachine'), async (t) => {
   const [one, two] = [install('one folder'), install('two')];
   const page = await serve(t, [], one.at);
   const server = await serve(t, ['--server', '--token', 'k'], one.at);
@@ -92,7 +98,7 @@ test('closing one folder of two', async (t) => {
   assert.deepEqual(await told(['--restart-after-update', one.path]), gone);
 });
 
-test('two installations at once restart their own agents', async (t) => {
+test('two installations at once restart their own agents', needs('ownMachine'), async (t) => {
   const folders = [install('first'), install('second')];
   const lines = [];
   for (const folder of folders) {
@@ -110,14 +116,14 @@ test('two installations at once restart their own agents', async (t) => {
   assert.equal(await values(listKey), null);
 });
 
-test('a copy that cannot be opened is reported and left alone', async (t) => {
+test('a copy that cannot be opened is reported and left alone', needs('ownMachine'), async (t) => {
   const folder = install('shut', helper);
   const child = await holding(t, 'hold-shut', folder.at);
   const closed = await told(['--close-for-removal', folder.path]);
   assert.deepEqual([closed.code, withoutIds(closed.lines), child.exitCode], [1, ['pid #: cannot open'], null]);
 });
 
-test('an installation and its rollback', async (t) => {
+test('an installation and its rollback', needs('ownMachine'), async (t) => {
   const folder = install('installed');
   const old = fs.readFileSync(folder.file);
   const ports = [await freePort(), await freePort()];
@@ -157,7 +163,7 @@ test('an installation and its rollback', async (t) => {
   assert.deepEqual(await restartAsSystem(folder), { code: 1, lines: ['restart failed (193)', 'service VordaAgent would not start'] });
 });
 
-test('lists that are too old, damaged or of another kind', async () => {
+test('lists that are too old, damaged or of another kind', needs('ownMachine'), async () => {
   for (const list of lists) {
     await remember(list);
     assert.deepEqual(await told(['--restart-after-update', root]), { code: list.code, lines: [list.says] }, JSON.stringify(list));
@@ -165,7 +171,7 @@ test('lists that are too old, damaged or of another kind', async () => {
   }
 });
 
-test('agents that are told to stop while an installer runs', async (t) => {
+test('agents that are told to stop while an installer runs', needs('ownMachine'), async (t) => {
   const folder = install('aware');
   const serveAndStop = async (...modes) => {
     const copies = [];
@@ -185,7 +191,7 @@ test('agents that are told to stop while an installer runs', async (t) => {
   assert.equal((await told(['--restart-after-update', folder.path])).lines.length, 2);
 });
 
-test('the right to log on as a service', async () => {
+test('the right to log on as a service', needs('ownMachine'), async () => {
   const refusal = ['Could not grant the log-on-as-a-service right to no such account.', 'unknownAccount'];
   assert.deepEqual(await told(['--grant-service-logon', 'no such account']), { code: 1, lines: refusal });
   const user = (await run('whoami')).trim().split('\\').pop();

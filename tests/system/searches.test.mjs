@@ -5,6 +5,7 @@ import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
 import { confinedWine, makeFiles, scratch, winPath } from './support/vorda.mjs';
 
@@ -41,7 +42,7 @@ const byJdupes = (folder) =>
   JSON.parse(execFileSync('jdupes', ['-r', '-H', '-j', '-q', folder], { maxBuffer: 1 << 28 }).toString()).matchSets
     .map((set) => set.fileList.map((file) => file.filePath).sort()).sort();
 
-test('the duplicates are the ones that another program finds', async (t) => {
+test('the duplicates are the ones that another program finds', needs('jdupes'), async (t) => {
   const text = (size, mark = '', at = 0) => 'a'.repeat(at) + mark + 'a'.repeat(size - at - mark.length);
   const long = `${'d'.repeat(200)}/${'e'.repeat(100)}`;
   const files = { 'zero': '', 'zero too': '', 'once': 'once', 'é/ü': 'name', 'É 😀/x': 'name', [`${long}/f`]: 'name', 'dot/ends.': 'name' };
@@ -82,7 +83,7 @@ test('the duplicates are the ones that another program finds', async (t) => {
   assert.deepEqual([checked.duplicates.sort(), checked.files[3].same], [[[0, 1], [5, 6]], 2]);
 });
 
-test('files that change, vanish or cannot be read while duplicates are looked for', async (t) => {
+test('files that change, vanish or cannot be read while duplicates are looked for', needs('unixRights'), async (t) => {
   const size = 600_000_000;
   const app = await searching(t, { '1': size, '2': size, '3': size, 'shut': size, 'shut too': 'x', 'small': 'x', 'small 2': 'x' });
   fs.chmodSync(`${app.folder}/shut`, 0);

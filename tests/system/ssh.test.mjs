@@ -4,28 +4,37 @@ import { execFileSync, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import { after, test } from 'node:test';
+import { has, needs } from './support/home.mjs';
 import { canListen, exchange, freePort, serve, until } from './support/server.mjs';
 import { bridge, makeKey, passwordServer, relay, startSshd, writeScript } from './support/ssh.mjs';
-import { confinedWine, exe, makeFiles, output, readJson, scratch, vorda, winPath, wineScript } from './support/vorda.mjs';
+import { confinedWine, exe, makeFiles, output, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
+import { wineScript } from './support/wine.mjs';
 
 const ends = [];
 after(async () => { for (const end of ends) await end(); });
 const here = { after: (end) => ends.unshift(end) };
 const folder = scratch(here);
-const wine = confinedWine(here);
-const { runs, config, env } = await relay(here, folder, wine.env);
-for (const name of ['bin', 'server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
-fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
-const withPath = (...folders) => ({ ...wine, env: { ...env, WINEPATH: folders.join(';') } });
-const options = withPath(winPath(`${folder}/bin`));
-const [port, me] = [await freePort(), `${os.userInfo().username}@127.0.0.1`];
-const hostKeys = ['host', 'host2'].map((name) => makeKey(`${folder}/${name}`));
-makeKey(`${folder}/id`);
-fs.writeFileSync(`${folder}/banner`, 'Only for us.\nVORDA-FIND \nf\t1\t0\t/x\n');
-const lines = [`HostKey ${hostKeys[0]}`, `AuthorizedKeysFile ${folder}/id.pub`, `Banner ${folder}/banner`, `SetEnv PATH=${folder}/server-bin:/usr/bin:/bin`];
-let sshd = await startSshd(here, folder, port, lines);
+let sshd = null;
+
+async function setUp() {
+  const wine = confinedWine(here);
+  const { runs, config, env } = await relay(here, folder, wine.env);
+  for (const name of ['bin', 'server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
+  fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
+  const withPath = (...folders) => ({ ...wine, env: { ...env, WINEPATH: folders.join(';') } });
+  const options = withPath(winPath(`${folder}/bin`));
+  const port = await freePort();
+  const hostKeys = ['host', 'host2'].map((name) => makeKey(`${folder}/${name}`));
+  makeKey(`${folder}/id`);
+  fs.writeFileSync(`${folder}/banner`, 'Only for us.\nVORDA-FIND \nf\t1\t0\t/x\n');
+  const lines = [`HostKey ${hostKeys[0]}`, `AuthorizedKeysFile ${folder}/id.pub`, `Banner ${folder}/banner`, `SetEnv PATH=${folder}/server-bin:/usr/bin:/bin`];
+  sshd = await startSshd(here, folder, port, lines);
+  return { wine, runs, config, env, withPath, options, port, hostKeys, lines, server: await serve(here, [], options) };
+}
+
+const { wine, runs, config, env, withPath, options, port, hostKeys, lines, server } = has('sshd') ? await setUp() : {};
+const me = `${os.userInfo().username}@127.0.0.1`;
 const target = (path, at = port) => `ssh://${me}:${at}${path}`;
-const server = await serve(here, [], options);
 const kSentences = {
   sshDenied: 'the host refused the sign-in; on the command line only a key works, the key of the account Vorda runs as',
   sshFailed: 'ssh stopped with an error; 255 means unreachable, port closed or host key changed',
@@ -49,7 +58,7 @@ async function fails(one, word, on = server, wineOptions = options) {
   assert.deepEqual([code, err], [1, `Vorda: scanning ${one} failed: ${kSentences[name]}${exitCode ? ` (exit code ${exitCode})` : ''}\n`]);
 }
 
-test('a scan of 100,000 files over ssh says what the walk says', async () => {
+test('a scan of 100,000 files over ssh says what the walk says', needs('sshd'), async () => {
   const tree = `${folder}/tree`;
   execFileSync('node', ['bench/make-tree.mjs', tree, '100000']);
   makeFiles(tree, { 'b i g/ü 1.iso': 200_000_000, "b i g/it's.iso": 100_000_000, 'b i g/deep/er/x.vhdx': 70_000_000, 'none/empty.d/.hidden': '' });
@@ -69,7 +78,7 @@ test('a scan of 100,000 files over ssh says what the walk says', async () => {
   assert.deepEqual([runs.at(-1).input, runs.at(-1).args.slice(0, 5), runs.at(-1).env.SSH_ASKPASS], ['nothing to read', ['ssh.exe', '-p', String(port), '-o', 'BatchMode=yes'], undefined]);
 });
 
-test('each failure has its own error word and message', async () => {
+test('each failure has its own error word and message', needs('sshd'), async () => {
   fs.symlinkSync('/usr', `${folder}/link`);
   await fails(target(`${folder}/link`), 'sshEmpty');
   await fails(target('/no/such/place'), 'sshFailed:1');
@@ -88,7 +97,7 @@ test('each failure has its own error word and message', async () => {
   assert.equal(runs.length, before, 'ssh was started for a refused target');
 });
 
-test('only a trusted ssh.exe is started, and the password is wiped if there is none', async (t) => {
+test('only a trusted ssh.exe is started, and the password is wiped if there is none', needs('sshd'), async (t) => {
   const [marker, beside, planted] = [`${folder}/started`, `${folder}/planted/vorda.exe`, winPath(`${folder}/planted`)];
   const [scan, inPlanted] = [['--scan', target(`${folder}/bin`), '--out', '-'], { cwd: `${folder}/planted` }];
   writeScript(`${folder}/planted/ssh.exe`, `touch '${marker}'`);
@@ -127,7 +136,7 @@ test('only a trusted ssh.exe is started, and the password is wiped if there is n
   assert.deepEqual([...found], ['sshMissing']);
 });
 
-test('a password reaches ssh through the helper and goes nowhere else', async (t) => {
+test('a password reaches ssh through the helper and goes nowhere else', needs('sshd'), async (t) => {
   const password = 'p"ä $s\'x\\ %41+';
   makeFiles(`${folder}/few`, { 'a/b.txt': 'hello' });
   const before = fs.readFileSync(config);
@@ -148,7 +157,7 @@ test('a password reaches ssh through the helper and goes nowhere else', async (t
   }
 });
 
-test('a connection that breaks, and cancelling while find is silent or never stops', async (t) => {
+test('a connection that breaks, and cancelling while find is silent or never stops', needs('sshd'), async (t) => {
   const server = await serve(t, [], options);
   const find = (text) => writeScript(`${folder}/server-bin/find`, text);
   t.after(() => fs.rmSync(`${folder}/server-bin/find`));
@@ -188,8 +197,12 @@ test('a connection that breaks, and cancelling while find is silent or never sto
   const mute = await post(target(`${folder}/tree`), server);
   await until(() => runs.length > 0 && runs.at(-1) !== endless.run, 'ssh to be started');
   const began = runs.at(-1);
+  const asked = Date.now();
   await cancel(mute);
   await mute.done();
+  const took = Date.now() - asked;
+  t.diagnostic(`cancelled before the first line: ended after ${took} ms`);
+  assert.ok(took < 1000, `${took} ms`);
   await ended({ run: began });
   assert.deepEqual(await partOf(mute), stopped);
   await post(target(`${folder}/tree`), server);

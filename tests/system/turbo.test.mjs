@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { typeOf } from './support/count.mjs';
+import { has, needs } from './support/home.mjs';
 import { makeNtfsImage, mount } from './support/ntfs_image.mjs';
 import { serve, until } from './support/server.mjs';
 import { output, ownWine, readCsv, readJson, scratch } from './support/vorda.mjs';
@@ -20,6 +21,7 @@ const links = (root) => {
 
 const volume = { root: scratch({ after: (end) => test.after(end) }) };
 test.before(async () => {
+  if (!has('ntfsImage')) return;
   volume.image = `${volume.root}/volume.img`;
   volume.mounted = `${volume.root}/mounted`;
   await makeNtfsImage(volume.image, volume.mounted);
@@ -50,7 +52,7 @@ async function scanned(letter, options, ...args) {
 // The paths in one list that are not in the other.
 const without = (a, b) => [...a.keys()].filter((path) => !b.has(path)).sort();
 
-test('turbo and the walk find the same files and types, except where they are meant to differ', async (t) => {
+test('turbo and the walk find the same files and types, except where they are meant to differ', needs('ntfsImage'), async (t) => {
   const options = await drives(t);
   const list = async (letter) => {
     const { rows } = readCsv(await scanned(letter, options, '--find', '*', '--format', 'csv'));
@@ -82,7 +84,7 @@ test('turbo and the walk find the same files and types, except where they are me
   assert.deepEqual(types.sort(), [...expected].map(([type, { bytes, files }]) => [type, `${bytes}`, `${files}`]).sort());
 });
 
-test('their documents and folder totals agree', async (t) => {
+test('their documents and folder totals agree', needs('ntfsImage'), async (t) => {
   const options = await drives(t);
   const server = await serve(t, [], options);
   const scan = async (letter) => {

@@ -3,6 +3,7 @@
 
 #include <doctest/doctest.h>
 
+#include <functional>
 #include <vector>
 
 using namespace vorda;
@@ -11,10 +12,12 @@ namespace {
 
 constexpr int kNone = -1;
 
+using Start = std::function<bool(const PortTrial& trial, std::wstring& reason)>;
+
 // Starts with only freePort available, from its attempt opensAt on. Returns the ports tried, each
 // with "x" and the number of attempts if more than one, the milliseconds waited, and "ok" or the
-// reason.
-std::string start(const PortRequest& request, int freePort, int opensAt = 1) {
+// reason. If the ports are deserted, nobody uses the ones that are not available.
+std::string tryToStart(const Start& startOn, int freePort, int opensAt, bool deserted) {
   std::vector<std::pair<int, int>> tries;
   unsigned waited = 0;
   const PortTrial trial = {[&](std::uint16_t port, std::wstring& reason) {
@@ -24,14 +27,28 @@ std::string start(const PortRequest& request, int freePort, int opensAt = 1) {
                              reason = L"reason of " + std::to_wstring(port);
                              return port == freePort && tries.back().second == opensAt;
                            },
-                           [&](unsigned milliseconds) { waited += milliseconds; }};
+                           [&](unsigned milliseconds) { waited += milliseconds; },
+                           [&](std::uint16_t) { return !deserted; }};
   std::wstring reason;
-  const bool started = startOnSomePort(request, trial, reason);
+  const bool started = startOn(trial, reason);
   std::string text;
   for (const auto& [port, count] : tries) {
     text += std::to_string(port) + (count > 1 ? "x" + std::to_string(count) : "") + " ";
   }
   return text + "(" + std::to_string(waited) + ") " + (started ? "ok" : toUtf8(reason));
+}
+
+std::string start(const PortRequest& request, int freePort, int opensAt = 1,
+                  bool deserted = false) {
+  return tryToStart([&](const PortTrial& trial,
+                        std::wstring& reason) { return startOnSomePort(request, trial, reason); },
+                    freePort, opensAt, deserted);
+}
+
+std::string startAgain(int freePort, int opensAt, bool deserted) {
+  return tryToStart([](const PortTrial& trial,
+                       std::wstring& reason) { return takePortAgain(7666, trial, reason); },
+                    freePort, opensAt, deserted);
 }
 
 } // namespace
@@ -56,6 +73,30 @@ TEST_CASE("which ports are tried, how often and for how long") {
     CHECK(start({port, 0, false}, 8000) ==
           "(0) there is no port " + std::to_string(port) + ": ports are 1 to 65535");
   }
+}
+
+TEST_CASE("a port that Windows refuses although nobody uses it is waited for") {
+  // With --port, as an elevated copy has it: for twenty seconds. It may open between two rounds.
+  CHECK(start({8000, 0, false}, 8000, 16, true) == "8000x16 (2800) ok");
+  CHECK(start({8000, 0, false}, 8000, 102, true) == "8000x102 (20000) ok");
+  CHECK(start({8000, 0, false}, 8001, 1, true) == "8000x102 8001 (20000) ok");
+  CHECK(start({8000, 0, true}, kNone, 1, true) == "8000x102 (20000) reason of 8000");
+  // Without, another port will do, as when another copy is running: that one is found at once.
+  CHECK(start({0, 0, false}, 7666, 5, true) == "7666x5 (600) ok");
+  CHECK(start({0, 0, false}, 7667, 1, true) == "7666x16 7667 (2800) ok");
+  CHECK(start({0, 0, false}, 7667) == "7666 7667 (0) ok");
+  CHECK(start({0, 0, true}, 7777, 102, true) == "7777x102 (20000) ok");
+}
+
+TEST_CASE("after a declined elevation the port is taken again, and no other one") {
+  for (const bool deserted : {true, false}) {
+    CHECK(startAgain(7666, 1, deserted) == "7666 (0) ok");
+    CHECK(startAgain(7666, 101, deserted) == "7666x101 (20000) ok");
+    CHECK(startAgain(7667, 1, deserted) == "7666x101 (20000) reason of 7666");
+  }
+  CHECK(portLostText(7666, L"why") ==
+        L"Vorda was not restarted as administrator, and could not use port 7666 again.\n\nwhy\n\n"
+        L"Please start Vorda again.");
 }
 
 TEST_CASE("the message when no port could be opened") {

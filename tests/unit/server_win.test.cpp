@@ -1,4 +1,6 @@
 #include "http/server.h"
+#include "win/handles.h"
+#include "win/port_in_use.h"
 
 #include <doctest/doctest.h>
 
@@ -119,4 +121,23 @@ TEST_CASE("slow readers of one large response share its memory") {
   for (std::thread& thread : threads) thread.join();
   CHECK(whole == 8);
   stopServer(server);
+}
+
+TEST_CASE("a port is in use while somebody accepts connections there") {
+  ServerState& server = startedServer([](HttpRequest&) { return HttpResponse{}; });
+  const auto port = static_cast<std::uint16_t>(server.actualPort.load());
+  CHECK(portInUse(port));
+  stopServer(server);
+  CHECK(!portInUse(port));
+  // Taken, but served by nobody.
+  const SocketHandle holder(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  REQUIRE(bind(holder.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
+  int length = sizeof address;
+  getsockname(holder.get(), reinterpret_cast<sockaddr*>(&address), &length);
+  std::wstring reason;
+  CHECK(!startServer(server, ntohs(address.sin_port), false, reason));
+  CHECK(!portInUse(ntohs(address.sin_port)));
 }

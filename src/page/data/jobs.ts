@@ -7,6 +7,7 @@ import { sameTarget } from '../core/paths';
 import { FAILURE, JOB_STATE, KIND } from '../core/words';
 import { announce, toast, toastFailure } from '../ui/toast';
 import { api, form, query } from './api';
+import { labelOf } from './hosts';
 import { Poller } from './poller';
 import { dropFromSearches } from './runs';
 import { changed, dropView, isChoosing, isSearch, jobById, listen, passViewOn, state, treeOf, viewOf } from './state';
@@ -36,7 +37,7 @@ function takeOver(jobs: Job[]): void {
     if (isStopping(job)) state.stopped.add(job.id);
     announceProgress(jobById(job.id), job);
   }
-  state.jobs = jobs;
+  state.jobs = jobs.map((job) => ({ ...job, label: labelOf(job) }));
   for (const id of state.results.keys()) {
     if (!jobById(id)) drop(id);
   }
@@ -127,7 +128,8 @@ export function viewJob(id: number): void {
 
 // Starts a scan, which replaces older ones of the same target. Throws a Failure if the program refuses.
 export async function startScan(path: string, kind: string, label: string): Promise<number> {
-  const fields: Record<string, string> = { path, kind, label };
+  // What a host is called is known to this page only.
+  const fields: Record<string, string> = { path, kind, label: kind === KIND.ssh ? path : label };
   const password = kind === KIND.ssh ? state.passwords.get(path) : undefined;
   if (password) fields['password'] = password;
   const { id } = await form<{ id: number }>('/api/scan', fields);

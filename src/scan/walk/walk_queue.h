@@ -19,6 +19,7 @@ struct FolderTask {
   std::uint32_t parent = 0xFFFFFFFF;
   std::wstring path;         // without the prefix for long paths
   std::size_t nameStart = 0; // offset of the folder's own name in path
+  std::uint32_t top = 0; // number of the folder in the root that this one is or lies in; 0: of none
   bool root = false;
   bool literal = false; // see FolderReader::open
 

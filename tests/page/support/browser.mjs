@@ -1,14 +1,18 @@
-// Runs the page of the real program in Debian's chromium. Any error on the console, including policy
+// Runs the page of the real program in Debian's chromium, on Windows in Edge, or in the chromium whose
+// debugging port VORDA_CHROMIUM names. Any error on the console, including policy
 // violations, fails the test that opened the tab.
 import assert from 'node:assert/strict';
 import { after } from 'node:test';
 import { isDeepStrictEqual } from 'node:util';
 import { chromium } from 'playwright-core';
+import { BROWSER_ARGUMENTS, home } from '../../system/support/home.mjs';
 import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
 
 let launched = null;
-const browser = () => (launched ??= chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu', '--no-proxy-server', '--host-resolver-rules=MAP *.test 127.0.0.1'] }));
+const place = home === 'windows' ? { channel: 'msedge' } : { executablePath: '/usr/bin/chromium' };
+const attached = process.env.VORDA_CHROMIUM;
+const browser = () => (launched ??= attached ? chromium.connectOverCDP(attached) : chromium.launch({ ...place, args: BROWSER_ARGUMENTS }));
 after(async () => (await launched)?.close());
 
 // A tab in a profile of its own; further tabs of the same user come from its context. `expected` matches
@@ -25,7 +29,7 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   context.on('weberror', (error) => complain(error.error().stack));
   context.on('console', (message) => {
     // A test's server may end before its tab; requests that fail because of that are not the page's fault.
-    if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text())) complain(message.text());
+    if (message.type() === 'error' && !/ERR_CONNECTION|ERR_EMPTY_RESPONSE/.test(message.text())) complain(message.text());
   });
   context.on('request', (request) => {
     const { origin, protocol } = new URL(request.url());
@@ -75,10 +79,10 @@ export const goTo = async (tab, section, title) => {
 };
 
 // Opens the dialog for the marked items and waits for the dry run.
-export async function openDialog(tab, button = 'Delete marked') {
+export async function openDialog(tab, button = 'Delete selected') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByText(/would go,|None of this/).waitFor();
+  await dialog.getByText(/will be deleted,|None of this/).waitFor();
   return dialog;
 }
 
@@ -103,6 +107,11 @@ export const mark = (table, name) => row(table, name).locator('.mark-cell').clic
 // The texts of the cells of all rows in the document.
 export const rowsOf = (table) => table.locator('.trow[aria-rowindex]').evaluateAll((rows) => rows
   .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => [...one.children].map((cell) => cell.innerText.trim())));
+
+// The paths of the rows that a dialog shows in one of its tables.
+export const pathsIn = (dialog, name) => dialog.getByRole('grid', { name }).locator('.trow[title]').evaluateAll((rows) => rows
+  .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => one.title));
+export const GOING = 'What will be deleted';
 
 // Scans a path typed into the picker and waits for its overview.
 export async function scan(tab, target) {

@@ -1,9 +1,12 @@
 // The modules in core/ and the dictionaries, bundled like the page itself.
-import { build } from 'esbuild';
 import { fileURLToPath } from 'node:url';
+import { has } from '../../system/support/home.mjs';
 
-const names = ['address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'tree', 'units', 'failure_texts', 'bin', 'winnable'];
-const { outputFiles } = await build({
+const names = [
+  'address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable', 'review', 'keeping', 'question', 'csv', 'hosts',
+];
+
+const bundle = async () => (await import('esbuild')).build({
   stdin: {
     contents: names.map((name) => `export * as ${name} from './core/${name}';`).join('') +
       ["en", "nl", "fr", "es", "pt"].map((lang) => `export { ${lang} } from './lang/${lang}';`).join(''),
@@ -12,4 +15,5 @@ const { outputFiles } = await build({
   bundle: true, format: 'esm', write: false, target: 'node18',
 });
 
-export const page = await import(`data:text/javascript;base64,${Buffer.from(outputFiles[0].contents).toString('base64')}`);
+const load = async ({ outputFiles: [file] }) => import(`data:text/javascript;base64,${Buffer.from(file.contents).toString('base64')}`);
+export const page = has('esbuild') ? await load(await bundle()) : {};

@@ -1,7 +1,9 @@
-// Counts a tree with find and stat, as Wine shows it, and compares the program's output with that.
+// Counts a tree with find and stat, as Wine shows it, or on Windows with node, and compares the program's
+// output with that.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
+import { home } from './home.mjs';
 import { output, readCsv, readJson, winPath } from './vorda.mjs';
 
 const kListed = 120;
@@ -14,6 +16,29 @@ export function typeOf(name) {
 }
 
 const parentOf = (unixPath) => unixPath.slice(0, unixPath.lastIndexOf('/'));
+
+// The same as find tells. Links and other reparse points are none of its files.
+function listEntries(root) {
+  const entries = [{ kind: 'd', target: 'd', path: root }];
+  let denied = 0;
+  for (const folder of entries) {
+    if (folder.kind !== 'd') continue;
+    let children = [];
+    try {
+      children = fs.readdirSync(folder.path, { withFileTypes: true });
+    } catch (error) {
+      assert.match(error.code, /^(EPERM|EACCES)$/, `${folder.path}: ${error}`);
+      ++denied;
+    }
+    for (const child of children) {
+      const path = `${folder.path}/${child.name}`;
+      const kind = child.isSymbolicLink() ? 'l' : child.isDirectory() ? 'd' : 'f';
+      const { size, mtimeMs } = fs.lstatSync(path);
+      entries.push({ kind, target: kind === 'l' ? '?' : kind, size, ms: mtimeMs, path });
+    }
+  }
+  return { entries, denied };
+}
 
 function findEntries(root, { through = [] } = {}) {
   const [program, ...args] = [...through, 'find', root, '-xdev', '-printf', '%y%Y %D %s %T@ %p\\0'];
@@ -39,7 +64,7 @@ function findEntries(root, { through = [] } = {}) {
 // - a broken or circular link is not shown at all;
 // - pipes, sockets, devices and links to them look like files of 0 bytes.
 export function countTree(root, options) {
-  const { entries, denied } = findEntries(root, options);
+  const { entries, denied } = home === 'wine' ? findEntries(root, options) : listEntries(root);
   const files = [];
   const folders = new Map();
   const types = new Map();

@@ -4,12 +4,12 @@ import { execFileSync, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
-import path from 'node:path';
 import ssh2 from 'ssh2';
+import { exe, testProgram } from './home.mjs';
 import { until } from './server.mjs';
-import { exe, wineScript } from './vorda.mjs';
+import { wineScript } from './wine.mjs';
 
-export const bridge = path.join(path.dirname(exe), 'tests/ssh_bridge_win.exe');
+export const bridge = testProgram('ssh_bridge_win.exe');
 export const writeScript = (file, text) => fs.writeFileSync(file, `#!/bin/sh\n${text}\n`, { mode: 0o755 });
 
 export function makeKey(file, passphrase = '') {

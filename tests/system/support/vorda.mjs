@@ -1,75 +1,54 @@
-// Runs vorda.exe as a user does, and reads its output strictly.
+// Runs vorda.exe as a user does, in any home, and reads its output strictly.
 import assert from 'node:assert/strict';
-import { execFileSync, spawn, spawnSync } from 'node:child_process';
+import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { fileURLToPath } from 'node:url';
 import { parse } from 'csv-parse/sync';
+import { exe, has, home, repo, testProgram } from './home.mjs';
+import { makePrefix, removePrefix, wineChatter, wineCommand } from './wine.mjs';
 
-const repo = fileURLToPath(new URL('../../..', import.meta.url));
-export const exe = path.resolve(repo, process.env.VORDA_EXE ?? 'build/mingw-release/vorda.exe');
-export const helper = path.join(path.dirname(exe), 'tests/update_helper_win.exe');
-export const wineScript = path.join(repo, 'scripts/wine');
+export { exe };
+export const helper = testProgram('update_helper_win.exe');
+export const companion = path.join(path.dirname(exe), 'vorda.com');
 export const projectVersion =
   /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
+const onWindows = home !== 'wine';
 
-// Printed by Wine about the volume that holds "/", not by the program.
-const wineChatter = /wine: Read access denied for device .*\n/g;
-
-// Arguments for spawn. `through` is a command line to start Wine with, such as setpriv's; the other options
-// are spawn's own.
-const wineCommand = (args, { env, through = [], ...options }) => {
-  const [program, ...rest] = [...through, wineScript, ...args];
-  return [program, rest, { ...options, env: { ...process.env, ...env } }];
-};
-
-const prefixes = new Set();
-
-function removePrefix(prefix) {
-  if (!prefixes.delete(prefix)) return;
-  spawnSync(...wineCommand(['--end'], { env: { VORDA_WINEPREFIX: prefix }, stdio: 'ignore' }));
-  fs.rmSync(prefix, { recursive: true, force: true });
-}
-
-process.on('exit', () => [...prefixes].forEach(removePrefix));
 for (const signal of ['SIGINT', 'SIGTERM']) process.once(signal, () => process.exit(1));
 
-// A Wine prefix like the build tree's, with its own registry, services, windows, bin and drive C:, and
-// with more drives if wanted: { 'd:': folder, 'd::': image, 'unc/server/share': folder, ... }. Returns the
-// options to run programs in it. Nothing else runs in the prefix until its server is up and a first
-// program has ended: Wine's services start with that one, and would keep its pipes open.
-function makePrefix(drives = {}, through = []) {
-  const from = process.env.VORDA_WINEPREFIX ?? path.join(repo, 'build/wine');
-  // Their output goes to a file: a pipe would stay open as long as Wine's services.
-  const run = (...args) => {
-    const said = fs.openSync(`${prefix}/said`, 'w');
-    const { status } = spawnSync(...wineCommand(args, { env, through, stdio: ['ignore', said, said] }));
-    fs.closeSync(said);
-    assert.equal(status, 0, `scripts/wine ${args.join(' ')}: ${fs.readFileSync(`${prefix}/said`)}`);
-  };
-  execFileSync(wineScript, ['--make'], { stdio: ['ignore', 'ignore', 'inherit'] });
-  const prefix = fs.mkdtempSync(`${from}-test-`);
-  prefixes.add(prefix);
-  const env = { VORDA_WINEPREFIX: prefix, VORDA_XDG_DATA_HOME: `${prefix}/xdg-data` };
-  for (const name of ['dosdevices', 'tmp', 'xdg-data/Trash/files', 'xdg-data/Trash/info']) fs.mkdirSync(`${prefix}/${name}`, { recursive: true });
-  for (const name of ['system.reg', 'user.reg', 'userdef.reg', '.update-timestamp', 'vorda-ready']) fs.copyFileSync(`${from}/${name}`, `${prefix}/${name}`);
-  // Hard links take no time, and a deleted one leaves the other; users' files may be written to.
-  execFileSync('cp', ['-al', `${from}/drive_c`, prefix]);
-  fs.rmSync(`${prefix}/drive_c/users`, { recursive: true });
-  execFileSync('cp', ['-a', `${from}/drive_c/users`, `${prefix}/drive_c`]);
-  for (const [name, target] of Object.entries({ 'c:': '../drive_c', 'z:': '/', ...drives })) {
-    fs.mkdirSync(path.dirname(`${prefix}/dosdevices/${name}`), { recursive: true });
-    fs.symlinkSync(target, `${prefix}/dosdevices/${name}`);
-  }
-  run('--start');
-  run(exe, '--help');
-  return { through, env };
+// On Windows: runs a verb of system_helper_win.cpp and returns what it printed.
+export function ask(...args) {
+  const { status, stdout, stderr } = spawnSync(testProgram('system_helper_win.exe'), args.map(String), { encoding: 'utf8', windowsHide: true });
+  assert.equal(status, 0, `system_helper_win ${args.join(' ')}: ${stdout}${stderr}`);
+  return stdout;
 }
 
-// A prefix that ends with the test.
-export function ownWine(t, drives, through) {
+// How many threads a running program has, and the most memory it has had, in MiB.
+export function processFacts({ pid }) {
+  if (onWindows) {
+    const [threads, peak] = ask('process', pid).split(' ').map(Number);
+    return { threads, peak: peak / 2 ** 20 };
+  }
+  const peak = /VmHWM:\s*(\d+)/.exec(fs.readFileSync(`/proc/${pid}/status`, 'utf8'))[1];
+  return { threads: fs.readdirSync(`/proc/${pid}/task`).length, peak: Number(peak) / 1024 };
+}
+
+// On Windows the drives are substituted ones, so they can only stand for folders.
+function substitute(t, drives) {
+  if (!has('drives')) return {}; // for what a file sets up before its tests, which are left out
+  for (const [name, target] of Object.entries(drives)) {
+    assert.match(name, /^[a-z]:$/, 'only a Wine prefix has such a drive');
+    ask('drive', name, winPath(target));
+    t.after(() => ask('no-drive', name));
+  }
+  return {};
+}
+
+// A world with these drives that ends with the test; from Linux it is a Wine prefix of its own.
+export function ownWine(t, drives = {}, through = []) {
+  if (onWindows) return substitute(t, drives);
   const options = makePrefix(drives, through);
   t.after(() => removePrefix(options.env.VORDA_WINEPREFIX));
   return options;
@@ -78,14 +57,15 @@ export function ownWine(t, drives, through) {
 // The same without the rights by which root may read and write everything, as Wine's server opens the
 // files. For a user without such rights setpriv changes nothing.
 export const confinedWine = (t) =>
-  ownWine(t, {}, process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);
+  ownWine(t, {}, !onWindows && process.getuid() === 0 ? ['setpriv', '--inh-caps=-all', '--bounding-set=-all'] : []);
 
 // The prefix of this test file, where programs run unless their options name another.
 let filePrefix = null;
-const startWine = (args, options) => {
-  if (options.env?.VORDA_WINEPREFIX) return spawn(...wineCommand(args, options));
-  filePrefix ??= makePrefix();
-  return spawn(...wineCommand(args, { ...options, env: { ...filePrefix.env, ...options.env } }));
+const sharedPrefix = () => (filePrefix ??= makePrefix());
+const startProgram = ([program, ...args], { env, ...options }) => {
+  if (onWindows) return spawn(program, args, { ...options, env: { ...process.env, ...env }, windowsHide: true });
+  if (env?.VORDA_WINEPREFIX) return spawn(...wineCommand([program, ...args], { env, ...options }));
+  return spawn(...wineCommand([program, ...args], { ...options, env: { ...sharedPrefix().env, ...env } }));
 };
 
 // Starts the program, or another one, and returns at once: { child, ended }. The child's process id is the
@@ -93,7 +73,7 @@ const startWine = (args, options) => {
 // err (text) }.
 export function start(args, { program = exe, ...options } = {}) {
   const limit = { timeout: 600_000, killSignal: 'SIGKILL' }; // far beyond the longest run
-  const child = startWine([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
+  const child = startProgram([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
   const out = [];
   const err = [];
   child.stdout.on('data', (piece) => out.push(piece));
@@ -111,7 +91,7 @@ export function start(args, { program = exe, ...options } = {}) {
 // The same without its output, for runs that open windows: the first of them starts Wine's desktop process,
 // which would keep the pipes open for as long as Wine runs.
 export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
-  const child = startWine([program, ...args], { ...options, stdio });
+  const child = startProgram([program, ...args], { ...options, stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
@@ -124,25 +104,43 @@ export async function output(args, options) {
   return out;
 }
 
-// A new folder, in memory where that is possible, that goes away with the test.
+// On Windows a folder cannot go while a program has something open in it, so folders go last.
+const scratchFolders = [];
+process.on('exit', () => scratchFolders.forEach((folder) => {
+  try {
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5, retryDelay: 100 });
+  } catch (error) {
+    console.log(`left behind: ${error.message}`); // no fault of the program
+  }
+}));
+
+// A new folder, in memory where that is possible, that goes away with the test. Its path has forward slashes.
 export function scratch(t) {
-  const base = fs.existsSync('/dev/shm') ? '/dev/shm' : os.tmpdir();
-  const folder = fs.mkdtempSync(path.join(base, 'vorda-test-'));
-  t.after(() => fs.rmSync(folder, { recursive: true, force: true }));
+  const base = fs.existsSync('/dev/shm') && !onWindows ? '/dev/shm' : fs.realpathSync.native(os.tmpdir());
+  const folder = fs.mkdtempSync(path.join(base, 'vorda-test-')).replaceAll('\\', '/');
+  if (onWindows) scratchFolders.push(folder);
+  else t.after(() => fs.rmSync(folder, { recursive: true, force: true }));
   return folder;
 }
 
-// Under Wine, drive Z: is the file system.
-export const winPath = (unixPath) => `Z:${unixPath.replaceAll('/', '\\')}`;
+// The path as Windows programs spell it. Under Wine, drive Z: is the file system.
+export const winPath = (one) => (one.startsWith('/') ? 'Z:' : '') + one.replaceAll('/', '\\');
+
+const kSmallHole = 1 << 20;
 
 // Makes files from { 'path/in/folder': content, or a number: that many bytes, all in a hole }.
 export function makeFiles(folder, files) {
+  const holes = [];
   for (const [name, content] of Object.entries(files)) {
     const file = `${folder}/${name}`;
     fs.mkdirSync(file.slice(0, file.lastIndexOf('/')), { recursive: true });
     fs.writeFileSync(file, typeof content === 'number' ? '' : content);
-    if (typeof content === 'number') fs.truncateSync(file, content);
+    if (typeof content !== 'number') continue;
+    // A hole on Windows takes a file that is marked as sparse; a small one is not worth that.
+    if (onWindows && content > kSmallHole) holes.push(winPath(file), content);
+    else fs.truncateSync(file, content);
   }
+  if (holes.length > 0) ask('sparse', ...holes);
 }
 
 const strictUtf8 = (bytes) => new TextDecoder('utf-8', { fatal: true, ignoreBOM: true }).decode(bytes);

@@ -1,0 +1,111 @@
+// The program among the other programs of a Windows: consoles that start it, ports, accounts and services.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import { once } from 'node:events';
+import fs from 'node:fs';
+import net from 'node:net';
+import { test } from 'node:test';
+import { needs } from './support/home.mjs';
+import { exchange, freePort, serve, until } from './support/server.mjs';
+import { exe, makeFiles, output, scratch, startSilent, vorda, winPath } from './support/vorda.mjs';
+
+const CODES = [[['--scan', 'tree', '--out', 'out.json'], 0], [['--scan', 'missing', '--out', 'out.json'], 1], [['--what', 'nonsense'], 2]];
+// A command line of cmd, as it is written there.
+const cmd = (line, cwd) => spawnSync('cmd.exe', ['/d', '/s', '/c', `"${line}"`], { cwd, encoding: 'utf8', windowsHide: true, windowsVerbatimArguments: true });
+const powershell = (script, cwd) => spawnSync('powershell.exe', ['-NoProfile', '-NonInteractive', '-Command', script], { cwd, encoding: 'utf8', windowsHide: true });
+
+test('cmd gets the exit code when it waits', needs('windowsNode'), async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/file': '1' });
+  for (const [args, code] of CODES) assert.equal(cmd(`start /wait "" "${exe}" ${args.join(' ')}`, folder).status, code, `cmd: ${args}`);
+  assert.ok(fs.existsSync(`${folder}/out.json`));
+});
+
+test('PowerShell gets the exit code when it waits', needs('console'), async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/file': '1' });
+  for (const [args, code] of CODES) {
+    const list = args.map((one) => `'${one}'`).join();
+    const { status, stderr } = powershell(`exit (Start-Process -Wait -PassThru -FilePath '${exe}' -ArgumentList ${list}).ExitCode`, folder);
+    assert.equal(status, code, `${args}: ${stderr}`);
+  }
+});
+
+test('what is printed can be redirected and piped, by cmd and PowerShell', needs('console'), async (t) => {
+  const folder = scratch(t);
+  const help = (await output(['--help'])).toString();
+  assert.equal(cmd(`"${exe}" --help > help.txt & "${exe}" --help | findstr Brixmoor > found.txt`, folder).status, 0);
+  assert.equal(fs.readFileSync(`${folder}/help.txt`, 'utf8'), help);
+  assert.match(fs.readFileSync(`${folder}/found.txt`, 'utf8'), /^Vorda .* - {2}Brixmoor/);
+  assert.match(powershell(`& '${exe}' --help | Out-String`, folder).stdout, /Disk analysis for Windows\./);
+});
+
+test('vorda.com waits and passes the exit code on', needs('com'), async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'tree/file': '1' });
+  for (const [args, code] of CODES) assert.equal(cmd(`"${exe.replace(/exe$/, 'com')}" ${args.join(' ')}`, folder).status, code, `${args}`);
+});
+
+test('a copy that ends while connections are held open leaves its port to the next one', needs('windows'), async (t) => {
+  const first = await serve(t);
+  const sockets = await Promise.all(Array.from({ length: 20 }, async () => {
+    const socket = net.connect(first.port, '127.0.0.1').on('error', () => {});
+    await once(socket, 'connect');
+    return socket;
+  }));
+  t.after(() => sockets.forEach((socket) => socket.destroy()));
+  assert.deepEqual((await first.json('/api/quit')).body, { ok: true });
+  await first.ended;
+  const began = Date.now();
+  const { child, ended } = startSilent(['--port', String(first.port), '--no-open']);
+  t.after(() => child.kill('SIGKILL') && ended);
+  await until(() => fetch(`${first.base}/api/hello`).then((answer) => answer.ok, () => false), 'the same port', 30_000);
+  t.diagnostic(`after ${Date.now() - began} ms`);
+});
+
+test('a body that stops arriving is served as far as it came, after the time limit', needs('windows'), async (t) => {
+  const { port } = await serve(t);
+  const began = Date.now();
+  const answer = await exchange(port, ['POST /api/scan HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1000\r\n\r\npath=']);
+  const took = Date.now() - began;
+  assert.match(answer, /^HTTP\/1\.1 \d{3} [^]*\{"error":"\w+"\}$/);
+  assert.ok(took > 14_000 && took < 30_000, `${took} ms`);
+});
+
+test('without administrator rights the stored key is not told', needs('ordinaryUser'), async () => {
+  const { code, out, err } = await vorda(['--show-key']);
+  assert.match(`${out}${err}`, /administrator|no key/);
+  assert.ok(code === 0 || code === 1);
+  assert.notEqual(spawnSync('reg.exe', ['query', 'HKLM\\Software\\Brixmoor\\Vorda', '/v', 'Token']).status, 0);
+});
+
+test('--stop by an ordinary user ends the own copies', needs('ordinaryUser'), async (t) => {
+  const server = await serve(t);
+  assert.equal((await startSilent(['--stop']).ended).code, 0);
+  assert.equal((await server.ended).code, 0);
+});
+
+test('a service under an account of its own starts once that has the right', needs('windows', 'ownMachine'), async (t) => {
+  const [name, password] = ['vordatest', `V0rda-${process.pid}-${Date.now()}`];
+  const run = (program, ...args) => execFileSync(program, args, { encoding: 'latin1', windowsHide: true });
+  const port = await freePort();
+  const folder = `${process.env.PUBLIC}/vorda service`;
+  fs.mkdirSync(folder, { recursive: true });
+  fs.copyFileSync(exe, `${folder}/vorda.exe`);
+  run('net.exe', 'user', name, password, '/add');
+  t.after(() => {
+    spawnSync('sc.exe', ['stop', 'VordaAgent']);
+    spawnSync('sc.exe', ['delete', 'VordaAgent']);
+    spawnSync('net.exe', ['user', name, '/delete']);
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 20, retryDelay: 100 });
+  });
+  run('sc.exe', 'create', 'VordaAgent', 'binPath=', `"${winPath(folder)}\\vorda.exe" --service --port ${port} --token k1`, 'obj=', `.\\${name}`, 'password=', password);
+  assert.notEqual(spawnSync('sc.exe', ['start', 'VordaAgent']).status, 0, 'it has no right to log on as a service yet');
+  assert.equal((await vorda(['--grant-service-logon', name])).code, 0);
+  run('sc.exe', 'start', 'VordaAgent');
+  await until(() => fetch(`http://127.0.0.1:${port}/api/jobs?token=k1`).then((answer) => answer.ok, () => false), 'the service', 30_000);
+  const said = run('sc.exe', 'queryex', 'VordaAgent');
+  assert.match(said, /STATE\s*:\s*4 /);
+  run('sc.exe', 'stop', 'VordaAgent');
+  await until(() => /STATE\s*:\s*1 /.test(run('sc.exe', 'query', 'VordaAgent')), 'the service to stop', 30_000);
+});
