@@ -54,7 +54,9 @@ FinderRequest parseFinderRequest(const FormFields& fields) {
   if (!fields.get("max").empty()) bounds.most = leadingNumber<std::uint64_t>(fields.get("max"));
   bounds.after = leadingNumber<std::uint64_t>(fields.get("after"));
   if (const std::string_view in = fields.get("in"); !in.empty()) {
-    request.search.in = normaliseRoot(toUtf16(in));
+    std::wstring folder = toUtf16(in);
+    std::replace(folder.begin(), folder.end(), L'/', L'\\');
+    request.search.in = normaliseRoot(folder);
   }
   bounds.before = leadingNumber<std::uint64_t>(fields.get("before"));
   return request;

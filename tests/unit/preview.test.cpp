@@ -74,13 +74,15 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
   own.add(L"page.png", "<html><script>alert(1)</script></html>");
   own.add(L"x\",\"p\":\"y.png", kPng + "q");
   own.add(L"\xD800.png", kPng + "r");
-  own.add(L"big.png", kPng + std::string(20'000'001 - kPng.size(), 'b'));
-  own.add(L"fits.png", kPng + std::string(20'000'000 - kPng.size(), 'b'));
+  own.add(L"big.png", kPng + "b");
+  own.add(L"fits.png", kPng + "f");
   app.addContent(L"C:\\d", L"alone.png", kPng + "alone");
   app.disk->addFile(L"C:\\d", L"\xFFFD.png", 1);
   app.contents->add(L"C:\\d\\\xFFFD.png", kPng + "other");
   CHECK(own.status("C:\\d\\a.txt") == 404); // no search yet
   own.search();
+  app.contents->edit(L"C:\\d\\fits.png", [](auto& file) { file.state.size = 20'000'000; });
+  app.contents->edit(L"C:\\d\\big.png", [](auto& file) { file.state.size = 20'000'001; });
 
   const HttpResponse image = own.preview("C:\\d\\a.txt");
   CHECK(image.status == 200);
