@@ -204,7 +204,7 @@ const misfits = (tab) => tab.evaluate(() => {
   const range = document.createRange();
   for (let node = walker.nextNode(); node; node = walker.nextNode()) {
     const at = node.parentElement;
-    if (!node.data.trim() || at.closest('bdi, .trow, .heard, script, style, .skip, [aria-hidden=true], option') || !at.checkVisibility({ visibilityProperty: true })) continue;
+    if (!node.data.trim() || at.closest('bdi, .trow, .heard, .chips, script, style, .skip, [aria-hidden=true], option') || !at.checkVisibility({ visibilityProperty: true })) continue;
     range.selectNodeContents(node);
     const text = range.getBoundingClientRect();
     if (text.width === 0 || getComputedStyle(at).clipPath !== 'none') continue;
@@ -221,7 +221,7 @@ const misfits = (tab) => tab.evaluate(() => {
   }
   for (const one of document.querySelectorAll('#app *, dialog *')) {
     const { overflowX } = getComputedStyle(one);
-    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table, .header .bar')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
+    if (/auto|scroll/.test(overflowX) && one.scrollWidth > one.clientWidth + 1 && !one.closest('.table, .chips')) found.push(`${one.tagName}.${one.className} scrolls sideways`);
   }
   return found;
 });

@@ -4,7 +4,7 @@ import type { DirsAnswer, FileItem, FilesAnswer, ResultDoc, TreeNode } from './a
 import { isFolder, type Entry, type EntryKind } from './entry';
 import { figuresOf, valueOf, type Measure, type Sized } from './measure';
 import { joinPath, parentOf, trimEnd } from './paths';
-import { compareEntries, SIZE_ORDER, type Order } from './tree_order';
+import { SIZE_ORDER, sortEntries, type Order } from './tree_order';
 import { REST } from './words';
 
 // Subfolders listed per folder; the rest is shown as one entry.
@@ -151,7 +151,7 @@ export class ScanTree {
     }
     let list = this.arranged.get(path);
     if (!list) {
-      list = [...this.entries(path)].sort(compareEntries(order));
+      list = sortEntries([...this.entries(path)], order);
       this.arranged.set(path, list);
     }
     return list;
@@ -164,7 +164,7 @@ export class ScanTree {
     for (const file of files) list.push(file);
     const rest = loose && this.restOf(path, without(loose, files), Math.max(0, looseFiles - files.length));
     if (rest) list.push(rest);
-    list.sort(compareEntries(SIZE_ORDER));
+    sortEntries(list, SIZE_ORDER);
     if (known?.failed) list.push(restEntry('failed', path, { s: 0 }, 0));
     else if (known?.loading && list.length === 0) list.push(restEntry('loading', path, { s: 0 }, 0));
     return list.map((item) => (item.kind === 'failed' ? { ...item, name: known?.failed ?? '' } : item));

@@ -38,7 +38,7 @@ export function openKeySheet(): void {
   const close = button(t('close'), () => dialog.close(), { class: 'first' });
   const dialog = openDialog({
     title: t('ksTitle'), first: close, ends: close,
-    body: sheet().map(({ title, lines }) => el('section', { class: 'stack' }, el('h3', {}, t(title as 'ksLists')),
+    body: sheet().map(({ title, lines }) => el('section', { class: 'stack' }, el('h2', {}, t(title as 'ksLists')),
       el('dl', { class: 'key-sheet' }, lines.map(({ keys, what }) => [el('dt', {}, el('kbd', {}, keys)), el('dd', {}, t(what as 'ksFind'))])))),
   });
 }

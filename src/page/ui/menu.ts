@@ -95,8 +95,11 @@ export function openMenu(groups: readonly (readonly MenuItem[])[], label: string
   menu.style.top = `${Math.max(MARGIN, Math.min(place.y, innerHeight - height - MARGIN))}px`;
   close = end;
   document.addEventListener('pointerdown', outside, true);
-  window.addEventListener('scroll', away, true);
   for (const type of ['resize', 'blur']) window.addEventListener(type, away);
+  // Only what scrolls from now on: going to the row of the menu may have scrolled, and is told in the next frame.
+  requestAnimationFrame(() => requestAnimationFrame(() => {
+    if (close === end) window.addEventListener('scroll', away, true);
+  }));
   itemsOf(menu)[0]?.focus({ preventScroll: true });
 }
 
