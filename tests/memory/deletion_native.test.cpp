@@ -126,25 +126,37 @@ TEST_CASE("emptying folders without memory: the log has all that is gone") {
 
 namespace {
 
+struct Exchange {
+  std::string_view request;
+  std::string sent;
+};
+
 class OneRequest final : public ByteStream {
 public:
-  explicit OneRequest(std::string_view text) : text_(text) { sent.reserve(65'536); }
-  std::size_t receive(char* buffer, std::size_t size, std::chrono::milliseconds) override {
-    const std::size_t count = text_.copy(buffer, std::min<std::size_t>(size, 100));
-    text_.remove_prefix(count);
+  explicit OneRequest(Exchange& exchange) : exchange_(exchange) {}
+  std::optional<std::size_t> receive(char* buffer, std::size_t size) override {
+    const std::size_t count = exchange_.request.copy(buffer, std::min<std::size_t>(size, 100));
+    exchange_.request.remove_prefix(count);
     return count;
   }
-  bool send(std::string_view bytes, std::chrono::milliseconds) override {
-    sent += bytes;
-    return true;
+  std::optional<std::size_t> send(std::string_view bytes) override {
+    exchange_.sent += bytes;
+    return bytes.size();
   }
   void endSending() override {}
 
-  std::string sent;
-
 private:
-  std::string_view text_;
+  Exchange& exchange_;
 };
+
+void serve(Connection& connection) {
+  const auto now = std::chrono::steady_clock::now();
+  while (true) {
+    const Connection::Need need = connection.advance(now);
+    if (need == Connection::Need::over) return;
+    if (need == Connection::Need::thread) connection.compute(now);
+  }
+}
 
 } // namespace
 
@@ -159,16 +171,19 @@ TEST_CASE("a connection without memory is answered or closed, and its place is f
   ConnectionTable connections;
   forEveryAllocation("connection", [&](std::uint64_t n, Failing how) {
     CAPTURE(n);
-    OneRequest stream(request);
+    Exchange exchange{request, {}};
+    exchange.sent.reserve(65'536);
     const std::int64_t before = blocksInUse();
     try {
       const FailingMemory failing(n, how);
-      serveConnection(stream, gate, *connections.enter(kLoopbackAddress));
+      Connection connection(std::make_unique<OneRequest>(exchange), gate,
+                            connections.enter(kLoopbackAddress), std::chrono::steady_clock::now());
+      serve(connection);
     } catch (const std::bad_alloc&) { // as the server does: the connection is closed
     }
-    const bool right = stream.sent.ends_with("\r\n\r\n{\"error\":\"noJob\"}");
-    const bool told = stream.sent.ends_with("\r\n\r\n{\"error\":\"noMemory\"}");
-    CHECK((stream.sent.empty() || right || told));
+    const bool right = exchange.sent.ends_with("\r\n\r\n{\"error\":\"noJob\"}");
+    const bool told = exchange.sent.ends_with("\r\n\r\n{\"error\":\"noMemory\"}");
+    CHECK((exchange.sent.empty() || right || told));
     CHECK(connections.heldBytes() == 0);
     CHECK(blocksInUse() == before);
   });
@@ -197,9 +212,10 @@ TEST_CASE("the command line without memory writes its whole result or says why n
                                       },
                                       [](const std::wstring&) { return std::wstring(); }};
       int code = kExitDone;
+      ScanRunStop stop;
       {
         const FailingMemory failing(n, how);
-        code = runScanCommand(request, app.state.steps, outputs);
+        code = runScanCommand(request, app.state.steps, outputs, stop);
       }
       CHECK((written.empty() || written.ends_with(end)));
       if (code == kExitDone) {

@@ -27,11 +27,14 @@ function makeTree(root) {
 const withoutDate = (bytes) => bytes.subarray(bytes.indexOf('\r\n'));
 
 // Calls back, with the time since the start, when the temporary file appears and when the output is replaced.
+// Before the scan an empty one comes and goes, to see whether the folder can be written to.
 function watch(folder, onTemporary, onReplaced) {
   const began = performance.now();
+  let changes = 0;
   const watcher = fs.watch(folder, (event, name) => {
-    const call = name === 'out.csv' ? onReplaced : onTemporary;
-    if (event === 'rename') call(performance.now() - began);
+    if (event !== 'rename') return;
+    if (name === 'out.csv') onReplaced(performance.now() - began);
+    else if (++changes === 3) onTemporary(performance.now() - began);
   });
   return () => watcher.close();
 }

@@ -48,6 +48,7 @@ TEST_CASE("the first hits in each order are kept, independent of threads") {
           const std::wstring_view folder(all[i].path.data(), all[i].nameStart - 1);
           taker->take({folder, all[i].name(), all[i].size, all[i].modified});
         }
+        taker->finish();
       });
     }
     for (std::thread& thread : threads) thread.join();

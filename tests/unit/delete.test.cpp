@@ -373,10 +373,12 @@ TEST_CASE("an operation that is cut off gets its lines later") {
     disk->mayDelete = [&](const std::wstring& path) {
       if (path != L"C:\\data\\d") return true;
       disk->removeNode(*disk->at(L"C:\\data\\d\\3"));
+      disk->dead = true;
       throw Cut();
     };
     const std::vector<std::wstring> paths = {L"C:\\data\\1", L"C:\\data\\d", L"C:\\data\\2"};
-    CHECK_THROWS_AS(remove(*disk, paths, {}, permanent), Cut);
+    remove(*disk, paths, {}, permanent);
+    disk->dead = false;
     CHECK(disk->log.empty());
     REQUIRE(disk->journals.size() == 1);
     const std::string mode = permanent ? "definitief" : "prullenbak";

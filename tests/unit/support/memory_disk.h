@@ -50,6 +50,7 @@ public:
   std::string log;
   bool logFails = false;
   bool journalFails = false;
+  bool dead = false; // the program has ended: it writes and removes nothing any more
   struct JournalOnDisk {
     std::string bytes;
     bool open;
@@ -258,8 +259,9 @@ public:
   }
 
   bool appendToLog(std::string_view bytes) override {
-    if (!logFails) log += bytes;
-    return !logFails;
+    if (logFails || dead) return false;
+    log += bytes;
+    return true;
   }
   std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) override {
     if (journalFails) return nullptr;
@@ -298,7 +300,7 @@ private:
     }
     MemoryJournal(const MemoryJournal&) = delete;
     MemoryJournal& operator=(const MemoryJournal&) = delete;
-    void remove() override { removed_ = true; }
+    void remove() override { removed_ = !disk_.dead; }
 
   private:
     MemoryDisk& disk_;
