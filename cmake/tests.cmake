@@ -32,6 +32,12 @@ else()
 endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 1200)
 
+# Built by name, for tests/tools/disk_figures.py.
+if(NOT WIN32)
+  add_executable(figures_of_image EXCLUDE_FROM_ALL tests/tools/figures_of_image.cpp)
+  target_link_libraries(figures_of_image PRIVATE vorda_core)
+endif()
+
 # ---- checks of vorda.exe -------------------------------------------------------------------------
 if(WIN32)
   set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>

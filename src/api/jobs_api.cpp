@@ -5,7 +5,9 @@
 #include "base/detached_thread.h"
 #include "base/text.h"
 #include "http/form_fields.h"
+#include "base/time.h"
 #include "json/json_writer.h"
+#include "report/result_document.h"
 
 namespace vorda {
 
@@ -84,7 +86,8 @@ HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
   if (!job->resultReady) return errorAnswer(400, words::kNotReady);
   HttpResponse response;
   const std::lock_guard lock(job->resultMutex);
-  response.body = job->document;
+  response.body =
+      wantsMore(request) ? fullResultDocument(*job, kDocumentOptions, nowUnixMs()) : job->document;
   return response;
 }
 

@@ -48,7 +48,7 @@ bool isCancel(const FormFields& fields) {
 }
 
 FinderRequest parseFinderRequest(const FormFields& fields) {
-  return {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort"))};
+  return {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort")), fields.get("more") == "1"};
 }
 
 } // namespace vorda

@@ -43,6 +43,7 @@ AppState& makeState() {
   state.folders = systemFolders();
   state.machine = systemMachine();
   state.contents = systemContents();
+  state.details = fileDetails;
   state.steps = makeScanSteps(*state.folders);
   state.targets = targets;
   state.update = updateSource();

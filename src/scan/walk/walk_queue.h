@@ -21,6 +21,9 @@ struct FolderTask {
   std::size_t nameStart = 0; // offset of the folder's own name in path
   bool root = false;
   bool literal = false; // see FolderReader::open
+  // Below a reparse point that is no link: counts in index, the folder that holds it, and only in the
+  // figures of bytes on disk.
+  bool unlisted = false;
 
   std::wstring_view name() const { return std::wstring_view(path).substr(nameStart); }
 };
