@@ -128,7 +128,7 @@ test('their documents and folder totals agree', needs('ntfsImage'), async (t) =>
   assert.ok(inTurbo.size > 60);
 });
 
-test('bytes on disk: the account adds up, and turbo and the walk agree where the walk can know', async (t) => {
+test('bytes on disk: the account adds up, and turbo and the walk agree where the walk can know', needs('ntfsImage'), async (t) => {
   const options = await drives(t);
   const server = await serve(t, [], options);
   const scan = async (letter) => {
