@@ -6,7 +6,7 @@
 #include "report/result_document.h"
 #include "scan/turbo/table_extents.h"
 #include "scan/turbo/turbo_scan.h"
-#include "tree/size_tree.h"
+#include "tree/disk_sums.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -82,7 +82,7 @@ ScanSteps steps(const OpenVolume& open) {
   };
   steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
   steps.finish = [](Job& job) {
-    sumTree(job.result.folders, job.progress);
+    sumScan(job.result, job.progress);
     buildResultDocument(job, kDocumentOptions, 1'800'000'000'000ULL);
   };
   return steps;

@@ -33,7 +33,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const vorda::ByteView record(bytes.data(), size);
   const vorda::RecordHeader header = vorda::readHeader(record);
   if (header.baseReference.record >> 48U != 0) std::abort();
-  const vorda::RecordValues values = vorda::readValues(record);
+  vorda::MftLayout layout;
+  layout.clusterBytes = 4096;
+  layout.clusters = 1ULL << (size % 52);
+  const vorda::RecordValues values = vorda::readValues(record, layout);
+  const vorda::RecordClusters& clusters = values.clusters;
+  if (clusters.all > layout.clusters || clusters.data > clusters.all ||
+      clusters.streams > clusters.all - clusters.data || values.ownNames > values.fileNames) {
+    std::abort();
+  }
   const std::size_t name = values.name.size();
   const bool inside = name == 0 || (values.name.data() >= record.data() &&
                                     values.name.data() + name <= record.data() + size);
@@ -41,6 +49,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::wstring text = name == 0 ? L"" : kept(values.name);
   const bool harmless = text.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring::npos;
   if (text.size() != name / 2 || !harmless || text == L"." || text == L"..") std::abort();
+  std::size_t ownNames = 0;
+  vorda::AttributeWalk walk(record);
+  vorda::Attribute attribute;
+  while (walk.next(attribute)) {
+    const vorda::OwnName own = vorda::ownNameOf(attribute);
+    if (own.name.empty()) continue;
+    ++ownNames;
+    kept(own.name);
+  }
+  if (static_cast<std::uint16_t>(ownNames) != values.ownNames) std::abort();
   const std::vector<std::uint8_t> before = bytes;
   if (!vorda::applyFixups(bytes.data(), size) && bytes != before) std::abort();
   return 0;

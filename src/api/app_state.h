@@ -7,6 +7,7 @@
 #include "fileops/machine.h"
 #include "fileops/running_operations.h"
 #include "http/server.h"
+#include "scan/file_details.h"
 #include "scan/folder_reader.h"
 #include "scan/job_table.h"
 #include "scan/target_list.h"
@@ -87,6 +88,7 @@ struct AppState {
   std::unique_ptr<Machine> machine;
   RunningOperations operations;
   std::unique_ptr<FileContents> contents;
+  FileDetailsSource details; // may be missing
   std::function<TargetList()> targets;
   std::function<AboutFacts()> about;
   UpdateSource update;

@@ -9,6 +9,8 @@
 #include "base/time.h"
 #include "fileops/delete.h"
 #include "json/json_writer.h"
+#include "tree/disk_keys.h"
+#include "tree/disk_sums.h"
 #include "tree/size_tree.h"
 
 #include <algorithm>
@@ -59,7 +61,28 @@ void writeStayed(JsonWriter& json, const DeleteResult& result) {
   json.close(']');
 }
 
-HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& request) {
+// What was asked for beyond the plain figures.
+struct MoreFigures {
+  std::optional<Promise> promise;
+  bool unseenNames = false;
+  std::optional<std::uint64_t> freeBefore;
+  std::optional<std::uint64_t> freeAfter;
+};
+
+void writeMore(JsonWriter& json, const MoreFigures& more) {
+  if (more.promise) {
+    json.number("x", more.promise->back);
+    if (more.unseenNames) json.number("xs", 1);
+    json.number("shared", more.promise->shared);
+  }
+  if (more.freeBefore && more.freeAfter) {
+    json.number("freeBefore", *more.freeBefore);
+    json.number("freeAfter", *more.freeAfter);
+  }
+}
+
+HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& request,
+                          const MoreFigures& more) {
   const bool dryRun = request.dryRun;
   JsonWriter json;
   json.open('{');
@@ -96,6 +119,7 @@ HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& reque
   writePartial(json, result);
   writeStayed(json, result);
   if (!result.logged) json.boolean("logged", false);
+  writeMore(json, more);
   json.close('}');
   return answer(200, json.take());
 }
@@ -108,6 +132,38 @@ void addScannedFolders(const Job& job, DeleteResult& result) {
     const auto folder = findFolder(job.result.folders, job.result.rootPath, one.inTree);
     if (folder) result.bytes += job.result.folders[*folder].totalBytes;
   }
+}
+
+MoreFigures promised(const Job& job, const DeleteResult& result, FolderSource& folders) {
+  std::vector<std::uint64_t> disk; // of each file, asked for before the lock
+  for (const DeletedPath& one : result.wouldDelete) {
+    const std::uint64_t bytes = one.folder ? 0 : folders.allocatedBytes(one.real);
+    disk.push_back(bytes == kUnknownDisk ? 0 : bytes);
+  }
+  const std::lock_guard lock(job.resultMutex);
+  const ScanResult& scan = job.result;
+  MoreFigures more;
+  if (!knowsDisk(scan)) return more;
+  Selection selection;
+  for (std::size_t i = 0; i < result.wouldDelete.size(); ++i) {
+    const DeletedPath& one = result.wouldDelete[i];
+    const auto folder = findFolder(scan.folders, scan.rootPath,
+                                   one.folder ? one.inTree : std::wstring(parentOf(one.inTree)));
+    if (!folder) continue;
+    if (one.folder) {
+      selection.folders.push_back(*folder);
+    } else {
+      selection.files.push_back({*folder, std::wstring(lastName(one.inTree)), disk[i]});
+    }
+  }
+  more.promise = promiseOf(scan, selection);
+  more.unseenNames = !scan.links.complete;
+  return more;
+}
+
+std::optional<std::uint64_t> freeSpace(const DriveSpace& space, const std::wstring& path) {
+  const DriveFigures figures = space ? space(path) : DriveFigures();
+  return figures.totalBytes == 0 ? std::nullopt : std::optional(figures.freeBytes);
 }
 
 // What the client expects of each path: lists of fields in the order of the paths. False if a list
@@ -140,7 +196,7 @@ bool readExpected(const FormFields& fields, DeleteRequest& wanted) {
 
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders, FileContents& contents,
-                         RunningOperations& operations) {
+                         RunningOperations& operations, const DriveSpace& space) {
   const std::unique_ptr<FormFields> fields = completeForm(request);
   if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
@@ -157,18 +213,23 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   wanted.wantWhy = fields->get("why") == "1";
   if (!wanted.dryRun && !readExpected(*fields, wanted)) return errorAnswer(400, words::kIncomplete);
   wanted.nowMs = nowUnixMs();
+  const bool more = fields->get("more") == "1";
   ContentKeeper keeper(contents);
   if (wanted.dryRun) {
     DeleteResult result = deletePaths(machine, folders, keeper, wanted);
     if (job) addScannedFolders(*job, result);
-    return deleteAnswer(result, wanted);
+    return deleteAnswer(result, wanted,
+                        more && job ? promised(*job, result, folders) : MoreFigures());
   }
   const RunningOperations::Operation running = operations.begin();
   TouchedScans scans(jobs, machine, folders, job.get());
+  MoreFigures figures;
+  if (more) figures.freeBefore = freeSpace(space, wanted.paths.front());
   const DeleteResult result = deletePaths(machine, folders, keeper, wanted);
+  if (more) figures.freeAfter = freeSpace(space, wanted.paths.front());
   scans.update(result);
   if (result.unknown) return errorAnswer(500, kNoMemory);
-  return deleteAnswer(result, wanted);
+  return deleteAnswer(result, wanted, figures);
 }
 
 } // namespace vorda

@@ -12,8 +12,11 @@ namespace vorda {
 
 // POST /api/delete with the form fields "p" (repeated), "permanent" and "dryrun" ("1"), and
 // "job", the scan that must contain the paths and that is updated.
+// Size and free space of the drive of a path.
+using DriveSpace = std::function<DriveFigures(const std::wstring&)>;
+
 HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& machine,
                          FolderSource& folders, FileContents& contents,
-                         RunningOperations& operations);
+                         RunningOperations& operations, const DriveSpace& space);
 
 } // namespace vorda

@@ -10,6 +10,7 @@ namespace vorda {
 
 void finishChange(Job& job, TreeUpdate& update) {
   job.document = nullptr; // it is no longer true
+  job.fullDocument = nullptr;
   update.finish();
   publishTotals(job.progress, job.result);
   try {

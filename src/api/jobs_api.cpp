@@ -112,7 +112,8 @@ HttpResponse jobResult(const HttpRequest& request, const JobTable& jobs) {
   const std::lock_guard lock(job->resultMutex);
   // After a change of the scan there may have been no memory for it.
   if (!job->document) buildResultDocument(*job, kDocumentOptions, nowUnixMs());
-  response.body = job->document;
+  response.body =
+      wantsMore(request) ? fullResultDocument(*job, kDocumentOptions, nowUnixMs()) : job->document;
   return response;
 }
 

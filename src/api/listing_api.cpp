@@ -1,5 +1,6 @@
 #include "api/listing_api.h"
 
+#include "api/request_fields.h"
 #include "api/words.h"
 #include "base/natural_order.h"
 #include "base/paths.h"
@@ -7,7 +8,10 @@
 #include "base/time.h"
 #include "json/json_writer.h"
 #include "rules/refusal.h"
+#include "scan/item_disk.h"
 #include "scan/words.h"
+#include "tree/disk_keys.h"
+#include "tree/size_tree.h"
 
 #include <algorithm>
 #include <charconv>
@@ -31,7 +35,25 @@ struct ListedFile {
   std::wstring name;
   std::uint64_t size = 0;
   std::uint64_t modified = 0;
+  std::uint64_t id = 0;
+  bool diskKnown = false;
+  DiskKeys disk;
 };
+
+// Adds what comes back for each file, where the scan knows. Returns whether there may be names that
+// it does not.
+bool addBack(std::vector<ListedFile>& files, const std::wstring& folder, const Job& job) {
+  const std::lock_guard lock(job.resultMutex);
+  const ScanResult& result = job.result;
+  if (!knowsDisk(result) || !findFolder(result.folders, result.rootPath, folder)) return false;
+  for (ListedFile& file : files) {
+    const std::uint32_t link = file.id == 0 ? kNoLink : result.links.find(file.id);
+    const bool alone =
+        link == kNoLink || (result.links.files[link].count == 1 && !result.links.files[link].stays);
+    file.disk.back = alone ? file.disk.disk : 0;
+  }
+  return !result.links.complete;
+}
 
 // The canonical path of the folder named in a request.
 std::wstring requestedFolder(const std::string& path, FolderSource& source) {
@@ -126,7 +148,7 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
   return answer(200, folderDocument(path, folders, !listed));
 }
 
-HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
+HttpResponse browseFiles(const HttpRequest& request, FolderSource& source, const JobTable& jobs) {
   const std::optional<std::string> wanted = request.queryValue("p");
   if (!wanted) return errorAnswer(400, words::kNoPath);
   if (!isAbsolute(*wanted)) return errorAnswer(400, wordOf(Refusal::notAbsolute));
@@ -138,19 +160,29 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   std::vector<ListedFile> files;
   std::uint64_t total = 0;
   std::uint64_t folders = 0;
+  const bool more = wantsMore(request);
+  const std::uint32_t cluster = more ? source.clusterBytes(path) : 0;
   const bool listed = listFolder(source, path, [&](const FolderItem& item) {
     if (item.folder) {
       ++folders;
       return;
     }
     ++total;
-    files.push_back({std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
+    const ItemDisk disk = diskOf(item, cluster);
+    files.push_back({std::wstring(item.name),
+                     item.size,
+                     unixMsFromFileTime(item.lastWrite),
+                     item.id,
+                     item.disk != kUnknownDisk,
+                     {disk.disk, {}, disk.cloud}});
     if (files.size() >= 2 * most + kFilesListed) cutToLargest(files, most);
   });
   cutToLargest(files, most);
   std::sort(files.begin(), files.end(), larger);
   files.erase(files.begin(),
               files.begin() + static_cast<std::ptrdiff_t>(std::min(from, files.size())));
+  const std::shared_ptr<Job> job = more ? finishedJob(jobs, request) : nullptr;
+  const bool unseenNames = job && addBack(files, path, *job);
   JsonWriter json;
   json.open('{');
   json.string("path", path);
@@ -160,10 +192,12 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
     json.string("n", file.name);
     json.number("s", file.size);
     json.number("m", file.modified);
+    if (more && file.diskKnown) writeDiskKeys(json, file.disk);
     json.close('}');
   }
   json.close(']');
   json.number("total", total);
+  if (unseenNames) json.number("xs", 1);
   json.number("dirs", folders);
   if (!listed) json.string("error", kNoSuchDir);
   json.close('}');

@@ -3,6 +3,7 @@
 
 #include "http/message.h"
 #include "scan/folder_reader.h"
+#include "scan/job_table.h"
 #include "scan/target_list.h"
 
 #include <functional>
@@ -15,6 +16,7 @@ HttpResponse browseFolders(const HttpRequest& request, FolderSource& source,
                            const std::function<TargetList()>& targets);
 
 // /api/files: the largest files directly in a folder, and how many there are in all.
-HttpResponse browseFiles(const HttpRequest& request, FolderSource& source);
+// With "more", their bytes on disk as well, and what the scan "id" knows of their names.
+HttpResponse browseFiles(const HttpRequest& request, FolderSource& source, const JobTable& jobs);
 
 } // namespace vorda

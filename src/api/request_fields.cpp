@@ -39,6 +39,8 @@ std::vector<std::wstring> requestedPaths(const FormFields& fields) {
   return paths;
 }
 
+bool wantsMore(const HttpRequest& request) { return request.queryValue("more") == "1"; }
+
 std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request) {
   const std::optional<std::string> number = request.queryValue("id");
   return number ? jobOfNumber(jobs, *number) : nullptr;

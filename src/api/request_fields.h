@@ -23,6 +23,9 @@ std::vector<std::string> valuesOf(const FormFields& fields, std::string_view nam
 // The values of all fields "p", in order.
 std::vector<std::wstring> requestedPaths(const FormFields& fields);
 
+// Whether the query asks for more than the plain figures.
+bool wantsMore(const HttpRequest& request);
+
 // The job that the query parameter "id" names, or null.
 std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& request);
 

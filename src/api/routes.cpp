@@ -2,6 +2,7 @@
 
 #include "api/cleanup_api.h"
 #include "api/delete_api.h"
+#include "api/disk_api.h"
 #include "api/export_api.h"
 #include "api/jobs_api.h"
 #include "api/listing_api.h"
@@ -36,7 +37,9 @@ const std::vector<Route>& routes() {
       {"/api/browse", "",
        [](State& s, Request& r) { return browseFolders(r, *s.folders, s.targets); }},
       {"/api/jobs", "", [](State& s, Request&) { return listJobs(s.jobs); }},
-      {"/api/files", "", [](State& s, Request& r) { return browseFiles(r, *s.folders); }},
+      {"/api/files", "", [](State& s, Request& r) { return browseFiles(r, *s.folders, s.jobs); }},
+      {"/api/account", "", [](State& s, Request& r) { return driveAccount(r, s.jobs); }},
+      {"/api/file", "", [](State& s, Request& r) { return describeFile(r, s.jobs, s.details); }},
       {"/api/dirs", "", [](State& s, Request& r) { return scannedFolder(r, s.jobs); }},
       {"/api/scan", "POST", [](State& s, Request& r) { return startScan(r, s.jobs, s.steps); }},
       {"/api/ext", "", [](State& s, Request& r) { return scannedType(r, s.jobs); }},
@@ -71,7 +74,8 @@ const std::vector<Route>& routes() {
        }},
       {"/api/delete", "POST",
        [](State& s, Request& r) {
-         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations);
+         return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations,
+                            s.steps.driveFigures);
        }},
       {"/api/cleanable", "",
        [](State& s, Request& r) { return cleanableFolders(r, s.jobs, *s.machine, *s.folders); }},

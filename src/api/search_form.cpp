@@ -49,7 +49,8 @@ bool isCancel(const FormFields& fields) {
 }
 
 FinderRequest parseFinderRequest(const FormFields& fields) {
-  FinderRequest request = {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort"))};
+  FinderRequest request = {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort")),
+                           fields.get("more") == "1"};
   FileBounds& bounds = request.search.bounds;
   if (!fields.get("max").empty()) bounds.most = leadingNumber<std::uint64_t>(fields.get("max"));
   bounds.after = leadingNumber<std::uint64_t>(fields.get("after"));

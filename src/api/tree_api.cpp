@@ -4,6 +4,7 @@
 #include "api/words.h"
 #include "base/text.h"
 #include "json/json_writer.h"
+#include "tree/disk_keys.h"
 #include "tree/file_list.h"
 #include "tree/size_tree.h"
 #include "tree/types.h"
@@ -23,15 +24,18 @@ struct FolderOfType {
   std::uint32_t folder;
   std::uint64_t bytes;
   std::uint64_t files;
+  DiskKeys disk;
 };
 
 std::vector<FolderOfType> foldersOf(const std::vector<const FileEntry*>& files) {
   std::unordered_map<std::uint32_t, FolderOfType> byFolder;
   for (const FileEntry* file : files) {
     FolderOfType& one =
-        byFolder.try_emplace(file->folder, FolderOfType{file->folder, 0, 0}).first->second;
+        byFolder.try_emplace(file->folder, FolderOfType{file->folder, 0, 0, {}}).first->second;
     one.bytes += file->size;
     ++one.files;
+    one.disk.disk += file->disk;
+    one.disk.cloud += file->cloud;
   }
   std::vector<FolderOfType> folders;
   for (const auto& [index, folder] : byFolder) folders.push_back(folder);
@@ -43,7 +47,7 @@ std::vector<FolderOfType> foldersOf(const std::vector<const FileEntry*>& files) 
 
 HttpResponse describe(const HttpRequest& request, const JobTable& jobs, const char* parameter,
                       int statusWithoutJob,
-                      std::string (*describePart)(const ScanResult&, std::wstring_view)) {
+                      std::string (*describePart)(const ScanResult&, std::wstring_view, bool)) {
   const std::optional<std::string> part = request.queryValue(parameter);
   if (!part || !request.queryValue("id")) {
     return errorAnswer(400, words::kNoPath);
@@ -51,12 +55,13 @@ HttpResponse describe(const HttpRequest& request, const JobTable& jobs, const ch
   const std::shared_ptr<Job> job = finishedJob(jobs, request);
   if (!job) return errorAnswer(statusWithoutJob, words::kNoJob);
   const std::lock_guard lock(job->resultMutex);
-  return answer(200, describePart(job->result, toUtf16(*part)));
+  return answer(200, describePart(job->result, toUtf16(*part), wantsMore(request)));
 }
 
 } // namespace
 
-std::string listScannedFolder(const ScanResult& result, std::wstring_view path) {
+std::string listScannedFolder(const ScanResult& result, std::wstring_view path, bool more) {
+  more = more && knowsDisk(result);
   const FolderTable& folders = result.folders;
   JsonWriter json;
   json.open('{');
@@ -81,21 +86,25 @@ std::string listScannedFolder(const ScanResult& result, std::wstring_view path) 
   });
   json.number("s", folders[*found].totalBytes);
   json.number("f", folders[*found].totalFiles);
+  if (more) writeDiskKeys(json, totalKeys(result.disk[*found]));
   json.open("dirs", '[');
   for (const std::uint32_t child : children) {
     json.open('{');
     json.string("n", folders[child].name);
     json.number("s", folders[child].totalBytes);
     json.number("f", folders[child].totalFiles);
+    if (more) writeDiskKeys(json, totalKeys(result.disk[child]));
     json.close('}');
   }
   json.close(']');
   json.number("total", children.size());
+  if (more) writeUnseenNames(json, result);
   json.close('}');
   return json.take();
 }
 
-std::string typeDetail(const ScanResult& result, std::wstring_view type) {
+std::string typeDetail(const ScanResult& result, std::wstring_view type, bool more) {
+  more = more && knowsDisk(result);
   std::vector<const FileEntry*> files;
   for (const FileEntry& file : result.files) {
     if (equalsIgnoreCase(TypeKey(file.name).view(), type)) files.push_back(&file);
@@ -112,13 +121,15 @@ std::string typeDetail(const ScanResult& result, std::wstring_view type) {
     json.string("p", folderPath(result.folders, folders[i].folder, result.separator));
     json.number("s", folders[i].bytes);
     json.number("c", folders[i].files);
+    if (more) writeDiskKeys(json, folders[i].disk);
     json.close('}');
   }
   json.close(']');
   json.open("files", '[');
-  for (const FileEntry* file : files) writeFileEntry(json, result, *file);
+  for (const FileEntry* file : files) writeFileEntry(json, result, *file, more);
   json.close(']');
   json.number("total", total);
+  if (more) writeUnseenNames(json, result);
   json.close('}');
   return json.take();
 }

@@ -11,12 +11,12 @@
 namespace vorda {
 
 // A scanned folder and its subfolders, largest first; error kNotScanned for a path that is
-// not in the scan. The caller holds the job's lock.
-std::string listScannedFolder(const ScanResult& result, std::wstring_view path);
+// not in the scan. more: with bytes on disk, if the scan has them. The caller holds the job's lock.
+std::string listScannedFolder(const ScanResult& result, std::wstring_view path, bool more = false);
 
 // The listed files of one type and the folders that contain most of it. The caller holds
 // the job's lock.
-std::string typeDetail(const ScanResult& result, std::wstring_view type);
+std::string typeDetail(const ScanResult& result, std::wstring_view type, bool more = false);
 
 HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs);
 // All types of a scan, largest first: the result document has the first of them only.

@@ -75,6 +75,7 @@ AppState& makeState(const CommandLineOptions& options, DiagnosticLog& log) {
   state.folders = systemFolders();
   state.machine = systemMachine();
   state.contents = systemContents();
+  state.details = fileDetails;
   state.steps = loggedSteps(makeScanSteps(*state.folders), log);
   state.targets = targets;
   state.about = [file = options.logFile.empty() ? std::wstring() : fullPath(options.logFile)] {

@@ -7,6 +7,7 @@
 #include "base/time.h"
 #include "report/result_document.h"
 #include "scan/file_filter.h"
+#include "tree/account.h"
 
 #include <array>
 #include <cstdio>
@@ -56,6 +57,20 @@ std::wstring failureLine(const std::string& word) {
   return toUtf16(text + "\n");
 }
 
+// Where the used space of a drive is; empty if that is not known.
+std::string accountLine(const Job& job) {
+  const Account account = accountOf(job.result);
+  if (!account.used) return {};
+  std::uint64_t found = 0;
+  for (const AccountRow& row : account.rows) {
+    if (!row.info) found += row.bytes.value_or(0);
+  }
+  const bool less = account.unexplained < 0;
+  const std::uint64_t rest = less ? found - *account.used : *account.used - found;
+  return "  on disk: " + summarySize(found) + " of " + summarySize(*account.used) +
+         " used  unexplained: " + (less ? "-" : "") + summarySize(rest) + "\n";
+}
+
 std::string summary(const Job& job, const ScanRunRequest& request) {
   const ScanResult& result = job.result;
   const ProgressTexts texts = job.progress.texts();
@@ -78,7 +93,7 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
   }
   if (result.partial != Partial::none) line.append("  partial: ").append(wordOf(result.partial));
   line += matches(job, request);
-  return line + "\n  -> " + toUtf8(request.outFile) + "\n";
+  return line + "\n  -> " + toUtf8(request.outFile) + "\n" + accountLine(job);
 }
 
 int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,

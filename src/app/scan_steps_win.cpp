@@ -5,7 +5,7 @@
 #include "scan/ssh/ssh_scan.h"
 #include "scan/turbo/turbo_scan.h"
 #include "scan/walk/walk.h"
-#include "tree/size_tree.h"
+#include "tree/disk_sums.h"
 
 namespace vorda {
 
@@ -23,8 +23,9 @@ ScanSteps makeScanSteps(FolderSource& folders) {
     return sshScan(start, progress, options, std::move(password), result, facts);
   };
   steps.driveFigures = driveFigures;
+  steps.driveReserves = driveReserves;
   steps.finish = [](Job& job) {
-    sumTree(job.result.folders, job.progress);
+    sumScan(job.result, job.progress);
     buildResultDocument(job, kDocumentOptions, nowUnixMs());
   };
   return steps;

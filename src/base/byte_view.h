@@ -4,9 +4,11 @@
 // that does not fit is empty. Use holds() to tell these from real data.
 #pragma once
 
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace vorda {
 
@@ -33,11 +35,11 @@ public:
 private:
   template <std::unsigned_integral Number> Number number(std::size_t at) const {
     if (!holds(at, sizeof(Number))) return 0;
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < sizeof(Number); ++i) {
-      value |= static_cast<std::uint64_t>(data_[at + i]) << (8 * i);
-    }
-    return static_cast<Number>(value);
+    // One load: compilers do not make one of a loop over the bytes.
+    static_assert(std::endian::native == std::endian::little);
+    Number value = 0;
+    std::memcpy(&value, data_ + at, sizeof value);
+    return value;
   }
 
   const std::uint8_t* data_ = nullptr;

@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "base/seen.h"
 #include "base/time.h"
+#include "scan/item_disk.h"
 
 #include <algorithm>
 #include <vector>
@@ -54,13 +55,19 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
   PathMeasure measure;
   const PathFacts facts = source.facts(path);
   if (!facts.exists || facts.reparsePoint) return measure;
-  const auto count = [&measure](std::wstring_view name, std::uint64_t bytes) {
-    measure.bytes += bytes;
+  const std::uint32_t cluster = source.clusterBytes(facts.folder ? path : parentOf(path));
+  const auto count = [&measure, cluster](const FolderItem& item) {
+    const ItemDisk disk = diskOf(item, cluster);
+    measure.bytes += item.size;
     ++measure.files;
-    addToType(measure.types, name, bytes);
+    addToType(measure.types, item.name, {item.size, 1, disk.disk, disk.disk, disk.cloud});
   };
   if (!facts.folder) {
-    count(lastName(path), facts.size);
+    FolderItem item;
+    item.name = lastName(path);
+    item.size = facts.size;
+    item.disk = source.allocatedBytes(path);
+    count(item);
     return measure;
   }
   std::vector<std::uint64_t> marks = {0}; // of the path of each folder
@@ -82,7 +89,7 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
           ++measure.links;
           measure.folderLinks += item.folder ? 1 : 0;
         } else {
-          count(item.name, item.size);
+          count(item);
         }
       });
   return measure;
@@ -101,24 +108,34 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
   ScanResult result;
   result.rootPath = path;
   result.folders.push_back({kNoFolder, path});
-  result.unreadableFolders = visitBeneath(
-      source, path,
-      [&result](std::uint32_t parent, const std::wstring&, std::wstring_view name) {
-        result.folders.push_back({parent, std::wstring(name)});
-        return static_cast<std::uint32_t>(result.folders.size() - 1);
-      },
-      [&result, &options](std::uint32_t folder, const std::wstring&, const FolderItem& item) {
-        if (item.reparsePoint) return;
-        result.folders[folder].ownBytes += item.size;
-        ++result.folders[folder].ownFiles;
-        result.byteCount += item.size;
-        ++result.fileCount;
-        addToType(result.types, item.name, item.size);
-        const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
-        if (!options.keeps(item.name, item.size) || !options.bounds.hold(item.size, modified))
-          return;
-        result.files.push_back({folder, std::wstring(item.name), item.size, modified});
-      });
+  const std::uint32_t cluster = source.clusterBytes(path);
+  result.disk.resize(1);
+  const auto addFolder = [&result](std::uint32_t parent, const std::wstring&,
+                                   std::wstring_view name) {
+    result.folders.push_back({parent, std::wstring(name)});
+    result.disk.emplace_back();
+    return static_cast<std::uint32_t>(result.folders.size() - 1);
+  };
+  const auto addFile = [&](std::uint32_t folder, const std::wstring&, const FolderItem& item) {
+    if (item.reparsePoint && !isDataReparse(item)) return;
+    const ItemDisk disk = diskOf(item, cluster);
+    result.disk[folder].addFile(disk.disk, disk.cloud, true);
+    if (item.id != 0) {
+      result.met.push_back(
+          {item.id, item.size, disk.disk, folder, foldedHash(item.name), kNoType, disk.cloud != 0});
+    }
+    if (item.reparsePoint) return;
+    result.folders[folder].ownBytes += item.size;
+    ++result.folders[folder].ownFiles;
+    result.byteCount += item.size;
+    ++result.fileCount;
+    addToType(result.types, item.name, {item.size, 1, disk.disk, disk.disk, disk.cloud});
+    const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
+    if (!options.keeps(item.name, item.size) || !options.bounds.hold(item.size, modified)) return;
+    result.files.push_back(
+        {folder, std::wstring(item.name), item.size, modified, disk.disk, disk.cloud});
+  };
+  result.unreadableFolders = visitBeneath(source, path, addFolder, addFile);
   result.folderCount = result.folders.size();
   return result;
 }

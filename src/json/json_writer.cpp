@@ -127,4 +127,10 @@ void JsonWriter::raw(std::string_view fragment) {
   noComma_ = false;
 }
 
+void JsonWriter::signedNumber(std::string_view name, std::int64_t value) {
+  key(name);
+  comma();
+  out_ += std::to_string(value);
+}
+
 } // namespace vorda

@@ -29,6 +29,7 @@ public:
   void string(std::string_view name, std::string_view text);
   void string(std::string_view name, std::wstring_view text);
   void number(std::string_view name, std::uint64_t value);
+  void signedNumber(std::string_view name, std::int64_t value);
   void boolean(std::string_view name, bool value);
 
   // The key "seconds" with a number of four significant digits.

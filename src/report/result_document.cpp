@@ -4,6 +4,7 @@
 #include "json/json_writer.h"
 #include "rules/safety_rules.h"
 #include "tree/advice.h"
+#include "tree/disk_keys.h"
 #include "tree/file_list.h"
 #include "tree/types.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 std::size_t limitOf(std::int32_t value) { return static_cast<std::size_t>(std::max(value, 0)); }
 
-void writeMeta(JsonWriter& json, const Job& job) {
+void writeMeta(JsonWriter& json, const Job& job, bool more) {
   const ScanResult& result = job.result;
   const std::uint64_t keptBytes =
       std::accumulate(result.files.begin(), result.files.end(), std::uint64_t{0},
@@ -40,10 +41,11 @@ void writeMeta(JsonWriter& json, const Job& job) {
   json.number("freed", job.freed);
   json.number("binned", job.binned);
   if (result.partial != Partial::none) json.string("partial", wordOf(result.partial));
+  if (more) writeUnseenNames(json, result);
   json.close('}');
 }
 
-void writeTypes(JsonWriter& json, const ScanResult& result, std::size_t most) {
+void writeTypes(JsonWriter& json, const ScanResult& result, std::size_t most, bool more) {
   json.open("exts", '[');
   std::vector<TypeRow> rows = sortedTypes(result.types);
   rows.resize(std::min(rows.size(), most));
@@ -52,14 +54,17 @@ void writeTypes(JsonWriter& json, const ScanResult& result, std::size_t most) {
     json.string("e", row.type);
     json.number("s", row.total.bytes);
     json.number("c", row.total.files);
+    if (more) writeDiskKeys(json, typeKeys(row.total));
     json.close('}');
   }
   json.close(']');
 }
 
-void writeFiles(JsonWriter& json, const ScanResult& result, std::size_t most) {
+void writeFiles(JsonWriter& json, const ScanResult& result, std::size_t most, bool more) {
   json.open("files", '[');
-  for (const FileEntry* file : largestFiles(result, most)) writeFileEntry(json, result, *file);
+  for (const FileEntry* file : largestFiles(result, most)) {
+    writeFileEntry(json, result, *file, more);
+  }
   json.close(']');
 }
 
@@ -91,27 +96,43 @@ void writeFinding(JsonWriter& json, const Finding& finding) {
   json.close('}');
 }
 
-} // namespace
-
-const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs) {
+// more: with bytes on disk, which the scan then must have.
+std::string documentOf(const Job& job, const TreeOptions& options, std::uint64_t nowMs, bool more) {
   const ScanResult& result = job.result;
   JsonWriter json;
   json.open('{');
-  writeMeta(json, job);
+  writeMeta(json, job, more);
   json.key("tree");
   if (result.folders.empty()) {
     json.null();
   } else {
-    writeTreeNode(result.folders, result.rootPath, options, json, 0, 0);
+    writeTreeNode(result.folders, result.rootPath, options, json, 0, 0,
+                  more ? &result.disk : nullptr);
   }
-  writeTypes(json, result, limitOf(options.maxTypes));
-  writeFiles(json, result, limitOf(options.maxFiles));
+  writeTypes(json, result, limitOf(options.maxTypes), more);
+  writeFiles(json, result, limitOf(options.maxFiles), more);
   json.open("advice", '[');
   for (const Finding& finding : buildAdvice(result, nowMs)) writeFinding(json, finding);
   json.close(']');
   json.close('}');
-  job.document = std::make_shared<const std::string>(json.take());
+  return json.take();
+}
+
+} // namespace
+
+const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs) {
+  job.fullDocument = nullptr;
+  job.document = std::make_shared<const std::string>(documentOf(job, options, nowMs, false));
   return *job.document;
+}
+
+std::shared_ptr<const std::string> fullResultDocument(Job& job, const TreeOptions& options,
+                                                      std::uint64_t nowMs) {
+  if (!knowsDisk(job.result)) return job.document;
+  if (!job.fullDocument) {
+    job.fullDocument = std::make_shared<const std::string>(documentOf(job, options, nowMs, true));
+  }
+  return job.fullDocument;
 }
 
 } // namespace vorda

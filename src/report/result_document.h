@@ -5,6 +5,7 @@
 #include "scan/job.h"
 #include "tree/size_tree.h"
 
+#include <memory>
 #include <string>
 
 namespace vorda {
@@ -16,5 +17,10 @@ inline constexpr TreeOptions kDocumentOptions{};
 // caller must hold job.resultMutex or be the job's own thread before the job is done. nowMs:
 // the current time in milliseconds since 1970, from which the age of files is computed.
 const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs);
+
+// The same with bytes on disk, if the scan has them. It is built when somebody first asks for it, and
+// kept in the job until the next change.
+std::shared_ptr<const std::string> fullResultDocument(Job& job, const TreeOptions& options,
+                                                      std::uint64_t nowMs);
 
 } // namespace vorda

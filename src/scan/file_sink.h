@@ -18,6 +18,10 @@ struct FoundFile {
   std::wstring_view name;
   std::uint64_t size = 0;     // bytes
   std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
+  bool diskKnown = false;     // the next two are
+  std::uint64_t disk = 0;     // bytes on disk
+  std::uint64_t cloud = 0;    // bytes only in the cloud
+  std::uint64_t id = 0;       // of the file on its volume; 0: unknown
 };
 
 class FileTaker {

@@ -1,12 +1,17 @@
 // The walk's interface to the file system, so that it also runs on an in-memory tree.
 #pragma once
 
+#include "scan/reparse_tag.h"
+
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace vorda {
+
+inline constexpr std::uint64_t kUnknownDisk = std::numeric_limits<std::uint64_t>::max();
 
 struct FolderItem {
   std::wstring_view name;      // valid until the next call on the reader
@@ -14,7 +19,11 @@ struct FolderItem {
   std::uint64_t lastWrite = 0; // FILETIME (100 ns since 1601, UTC); 0: unknown
   bool folder = false;
   bool hidden = false;
-  bool reparsePoint = false; // junction, symbolic link or other reparse point
+  bool reparsePoint = false;         // junction, symbolic link or other reparse point
+  std::uint32_t attributes = 0;      // of a file, see reparse_tag.h
+  std::uint32_t tag = kNoReparseTag; // of a reparse point, if the listing tells it
+  std::uint64_t disk = kUnknownDisk; // bytes allocated for a file
+  std::uint64_t id = 0;              // of the file on its volume; 0: unknown
 };
 
 struct PathFacts {
@@ -47,6 +56,10 @@ public:
   virtual ~FolderSource() = default;
   virtual std::unique_ptr<FolderReader> reader() = 0;
   virtual PathFacts facts(const std::wstring& path) = 0;
+  // The size of a cluster of the volume that a folder is on, in bytes; 0 if unknown.
+  virtual std::uint32_t clusterBytes(const std::wstring&) { return 0; }
+  // The bytes allocated for a file, links not followed; kUnknownDisk if unknown.
+  virtual std::uint64_t allocatedBytes(const std::wstring&) { return kUnknownDisk; }
   // Makes a path absolute and resolves "/", "." and ".."; other paths are returned unchanged.
   virtual std::wstring absolute(const std::wstring& path) = 0;
 };

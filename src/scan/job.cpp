@@ -3,6 +3,8 @@
 #include "base/out_of_memory.h"
 #include "base/paths.h"
 
+#include <algorithm>
+
 namespace vorda {
 
 namespace {
@@ -27,6 +29,25 @@ bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
 void giveBack(Job& job) {
   job.result = ScanResult{};
   job.document = nullptr;
+  job.fullDocument = nullptr;
+}
+
+// What the drive says of itself, where turbo has not counted it.
+void addVolumeFacts(Job& job, const ScanSteps& steps) {
+  VolumeFacts& volume = job.result.volume;
+  const std::wstring& root = job.result.rootPath;
+  volume.wholeVolume = root.size() == 3 && isDriveLetterPath(root);
+  if (!volume.wholeVolume) return;
+  if (!volume.usedKnown && job.drive.totalBytes != 0) {
+    volume.usedKnown = true;
+    volume.used = job.drive.totalBytes - std::min(job.drive.totalBytes, job.drive.freeBytes);
+  }
+  if (!steps.driveReserves) return;
+  const DriveReserves reserves = steps.driveReserves(root, !volume.fromBitmap);
+  volume.shadowKnown = reserves.shadow.has_value();
+  volume.shadow = reserves.shadow.value_or(0);
+  volume.reservedKnown = reserves.reserved.has_value();
+  volume.reserved = reserves.reserved.value_or(0);
 }
 
 // False if the scan failed.
@@ -39,6 +60,7 @@ bool scanAndFinish(Job& job, const ScanSteps& steps) {
   if (job.origin.empty()) job.origin = "local";
   // "h:/path" is an ssh target, not a drive.
   if (!ssh && isDriveLetterPath(job.target)) job.drive = steps.driveFigures(job.target);
+  if (!ssh) addVolumeFacts(job, steps);
   steps.finish(job);
   return true;
 }

@@ -49,6 +49,8 @@ struct Job {
   std::uint64_t binned = 0; // bytes moved to the recycle bin since the scan
   // The latest result document; readers share it without copying.
   std::shared_ptr<const std::string> document;
+  // The same with bytes on disk; null until somebody asks for it.
+  std::shared_ptr<const std::string> fullDocument;
 
   bool overSsh() const { return kind == kSshKind; }
 };
@@ -65,6 +67,8 @@ struct ScanSteps {
   LocalScan walk;
   SshScan ssh;
   std::function<DriveFigures(const std::wstring&)> driveFigures;
+  // May be missing. Shadow copies are asked for only if wanted.
+  std::function<DriveReserves(const std::wstring& root, bool shadow)> driveReserves;
   std::function<void(Job&)> finish; // sums the tree and builds the result document
 };
 

@@ -14,6 +14,12 @@ std::int32_t depthOf(const FolderTable& folders, std::uint32_t index) {
 
 } // namespace
 
+std::uint64_t backOf(const ScanResult& result, const FileEntry& file) {
+  if (file.link >= result.links.files.size()) return file.disk;
+  const LinkedFile& link = result.links.files[file.link];
+  return link.count == 1 && !link.stays ? file.disk : 0;
+}
+
 std::wstring filePath(const ScanResult& result, const FileEntry& file) {
   return joinPath(folderPath(result.folders, file.folder, result.separator), file.name,
                   result.separator);

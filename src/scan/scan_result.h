@@ -1,6 +1,7 @@
 // Options and result of a scan, shared by all scan methods.
 #pragma once
 
+#include "scan/disk_figures.h"
 #include "scan/file_filter.h"
 #include "scan/file_sink.h"
 #include "scan/folder_table.h"
@@ -38,6 +39,10 @@ struct FileEntry {
   std::wstring name;
   std::uint64_t size = 0;     // bytes
   std::uint64_t modified = 0; // milliseconds since 1970 (UTC); 0: unknown
+  // Known if the result has disk figures:
+  std::uint64_t disk = 0;       // bytes on disk
+  std::uint64_t cloud = 0;      // bytes only in the cloud
+  std::uint32_t link = kNoLink; // index into the link table
 };
 
 struct ScanResult {
@@ -53,7 +58,16 @@ struct ScanResult {
   std::uint32_t skippedFolders = 0;
   double seconds = 0;
   Partial partial = Partial::none;
+
+  // By folder; empty if the method does not know bytes on disk.
+  std::vector<FolderDisk> disk;
+  LinkTable links;
+  VolumeFacts volume;
+  std::vector<MetFile> met; // of a survey of one folder only
 };
+
+// The bytes that come back if exactly this kept file is deleted.
+std::uint64_t backOf(const ScanResult& result, const FileEntry& file);
 
 // The full path of a kept file. Requires a summed tree.
 std::wstring filePath(const ScanResult& result, const FileEntry& file);

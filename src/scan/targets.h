@@ -4,6 +4,7 @@
 #include "scan/words.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,16 @@ struct DriveFigures {
   std::uint64_t freeBytes = 0;
   std::wstring label;
 };
+
+// Space of a drive that is used without any file to see. In bytes; nothing where Windows does not
+// tell.
+struct DriveReserves {
+  std::optional<std::uint64_t> shadow;   // shadow copies
+  std::optional<std::uint64_t> reserved; // kept for updates of Windows
+};
+
+// root: "X:\".
+DriveReserves driveReserves(const std::wstring& root, bool shadow);
 
 // Facts about the scanned host.
 struct SshFacts {

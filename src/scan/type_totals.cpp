@@ -22,20 +22,27 @@ std::wstring typeKeyOf(std::wstring_view fileName) {
   return std::wstring(TypeKey(fileName).view());
 }
 
-void addToType(TypeTotals& totals, std::wstring_view fileName, std::uint64_t bytes) {
+void TypeTotal::add(const TypeTotal& other) {
+  bytes += other.bytes;
+  files += other.files;
+  disk += other.disk;
+  back += other.back;
+  cloud += other.cloud;
+}
+
+void addToType(TypeTotals& totals, std::wstring_view fileName, const TypeTotal& more) {
   const TypeKey key(fileName);
   auto at = totals.find(key.view());
   if (at == totals.end()) at = totals.emplace(key.view(), TypeTotal{}).first;
-  at->second.bytes += bytes;
-  ++at->second.files;
+  at->second.add(more);
+}
+
+void addToType(TypeTotals& totals, std::wstring_view fileName, std::uint64_t bytes) {
+  addToType(totals, fileName, TypeTotal{bytes, 1});
 }
 
 void mergeTypes(TypeTotals& into, const TypeTotals& from) {
-  for (const auto& [key, total] : from) {
-    TypeTotal& sum = into[key];
-    sum.bytes += total.bytes;
-    sum.files += total.files;
-  }
+  for (const auto& [key, total] : from) into[key].add(total);
 }
 
 } // namespace vorda

@@ -14,6 +14,12 @@ namespace vorda {
 struct TypeTotal {
   std::uint64_t bytes = 0;
   std::uint64_t files = 0;
+  // If the scan knows them:
+  std::uint64_t disk = 0;  // bytes on disk
+  std::uint64_t back = 0;  // bytes that come back if all files of the type are deleted
+  std::uint64_t cloud = 0; // bytes only in the cloud
+
+  void add(const TypeTotal& other);
 };
 
 using TypeTotals = std::unordered_map<std::wstring, TypeTotal, KeyedTextHash, std::equal_to<>>;
@@ -35,6 +41,7 @@ private:
 std::wstring typeKeyOf(std::wstring_view fileName);
 
 void addToType(TypeTotals& totals, std::wstring_view fileName, std::uint64_t bytes);
+void addToType(TypeTotals& totals, std::wstring_view fileName, const TypeTotal& more);
 void mergeTypes(TypeTotals& into, const TypeTotals& from);
 
 } // namespace vorda

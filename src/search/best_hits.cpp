@@ -94,6 +94,10 @@ public:
     hit.size = file.size;
     hit.modified = file.modified;
     hit.scan = owner_.scan_;
+    hit.diskKnown = file.diskKnown;
+    hit.disk = hit.back = file.disk;
+    hit.cloud = file.cloud;
+    hit.fileId = file.id;
     if (count_ >= kBatch) flush();
   }
 

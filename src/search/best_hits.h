@@ -37,6 +37,11 @@ struct Hit {
   std::uint64_t size = 0;
   std::uint64_t modified = 0; // milliseconds since 1970; 0 if unknown
   int scan = 0;
+  bool diskKnown = false;   // the next three are
+  std::uint64_t disk = 0;   // bytes on disk
+  std::uint64_t cloud = 0;  // bytes only in the cloud
+  std::uint64_t back = 0;   // bytes that come back if exactly this file is deleted
+  std::uint64_t fileId = 0; // on its volume; 0: unknown
 
   std::wstring_view name() const { return std::wstring_view(path).substr(nameStart); }
 };
@@ -61,6 +66,7 @@ public:
   std::uint64_t count() const { return count_; } // of all hits, kept or not
   std::uint64_t bytes() const { return bytes_; } // of all hits, kept or not
   const std::vector<Hit>& best() const { return hits_; }
+  std::vector<Hit>& best() { return hits_; }
 
 private:
   class Taker;

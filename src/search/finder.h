@@ -15,6 +15,7 @@ inline constexpr std::size_t kFinderHits = 20'000;
 struct FinderRequest {
   SearchRequest search;
   HitOrder order = HitOrder::size;
+  bool more = false; // with bytes on disk
 };
 
 // The work of one search. jobs and steps must outlive the run.

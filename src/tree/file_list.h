@@ -6,7 +6,9 @@
 
 namespace vorda {
 
-// {"p":full path,"s":bytes,"m":milliseconds since 1970}
-void writeFileEntry(JsonWriter& json, const ScanResult& result, const FileEntry& file);
+// {"p":full path,"s":bytes,"m":milliseconds since 1970}; more: with the keys of bytes on disk, if the
+// scan has them.
+void writeFileEntry(JsonWriter& json, const ScanResult& result, const FileEntry& file,
+                    bool more = false);
 
 } // namespace vorda

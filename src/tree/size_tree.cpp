@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "tree/disk_keys.h"
 
 #include <algorithm>
 #include <numeric>
@@ -23,9 +24,7 @@ void cutCycle(FolderTable& folders, const std::vector<std::uint32_t>& climbed,
   }
 }
 
-// Returns the greatest depth.
-std::int32_t setDepths(FolderTable& folders) {
-  std::int32_t greatest = 0;
+void setDepths(FolderTable& folders) {
   std::vector<std::uint32_t> climbed;
   for (std::uint32_t i = 0; i < folders.size(); ++i) {
     climbed.clear();
@@ -43,23 +42,8 @@ std::int32_t setDepths(FolderTable& folders) {
     for (auto entry = climbed.rbegin(); entry != climbed.rend(); ++entry) {
       const std::uint32_t parent = folders[*entry].parent;
       folders[*entry].depth = parent == kNoFolder ? 1 : folders[parent].depth + 1;
-      greatest = std::max(greatest, folders[*entry].depth);
     }
   }
-  return greatest;
-}
-
-// Counting sort: every index, deepest first, ascending within one depth.
-std::vector<std::uint32_t> deepestFirst(const FolderTable& folders, std::int32_t greatest) {
-  const auto bucketOf = [greatest](const FolderEntry& folder) {
-    return static_cast<std::size_t>(greatest - folder.depth);
-  };
-  std::vector<std::uint32_t> next(static_cast<std::size_t>(greatest) + 2, 0);
-  for (const FolderEntry& folder : folders) ++next[bucketOf(folder) + 1];
-  std::partial_sum(next.begin(), next.end(), next.begin());
-  std::vector<std::uint32_t> order(folders.size());
-  for (std::uint32_t i = 0; i < folders.size(); ++i) order[next[bucketOf(folders[i])]++] = i;
-  return order;
 }
 
 // The subfolders written individually, largest first, and the totals of the others.
@@ -68,20 +52,27 @@ struct ShownChildren {
   std::uint64_t restCount = 0;
   std::uint64_t restBytes = 0;
   std::uint64_t restFiles = 0;
+  DiskKeys restDisk;
 };
 
+using Disk = std::vector<FolderDisk>;
+
 ShownChildren shownChildren(const FolderTable& folders, const TreeOptions& options,
-                            std::uint32_t index) {
+                            std::uint32_t index, const Disk* disk) {
   ShownChildren shown;
+  shown.restDisk.back = 0;
+  const auto weight = [&folders, disk](std::uint32_t folder) {
+    const std::uint64_t bytes = folders[folder].totalBytes;
+    return disk == nullptr ? bytes : std::max(bytes, (*disk)[folder].totalDisk);
+  };
   std::vector<std::uint32_t> others;
   for (std::uint32_t child = folders[index].firstChild; child != kNoFolder;
        child = folders[child].nextSibling) {
-    const bool large = folders[child].totalBytes >= options.minBytes;
-    (large ? shown.kept : others).push_back(child);
+    (weight(child) >= options.minBytes ? shown.kept : others).push_back(child);
   }
-  const auto larger = [&folders](std::uint32_t a, std::uint32_t b) {
-    const std::uint64_t left = folders[a].totalBytes;
-    const std::uint64_t right = folders[b].totalBytes;
+  const auto larger = [&weight](std::uint32_t a, std::uint32_t b) {
+    const std::uint64_t left = weight(a);
+    const std::uint64_t right = weight(b);
     return left != right ? left > right : a < b;
   };
   const auto limit = static_cast<std::size_t>(std::max(options.maxChildren, 0));
@@ -91,12 +82,37 @@ ShownChildren shownChildren(const FolderTable& folders, const TreeOptions& optio
   others.insert(others.end(), cut, shown.kept.end());
   shown.kept.erase(cut, shown.kept.end());
   for (const std::uint32_t child : others) {
-    if (folders[child].totalBytes == 0) continue;
+    if (weight(child) == 0) continue;
     ++shown.restCount;
     shown.restBytes += folders[child].totalBytes;
     shown.restFiles += folders[child].totalFiles;
+    if (disk == nullptr) continue;
+    shown.restDisk.disk += (*disk)[child].totalDisk;
+    *shown.restDisk.back += (*disk)[child].totalBack;
+    shown.restDisk.cloud += (*disk)[child].totalCloud;
   }
   return shown;
+}
+
+// An entry of a node's children that is no folder.
+struct RestEntry {
+  const char* kind;
+  std::uint64_t bytes;
+  std::uint64_t files;
+  DiskKeys disk;
+};
+
+void writeRest(JsonWriter& json, const RestEntry& rest, const std::uint64_t* count,
+               const Disk* disk) {
+  json.open('{');
+  json.string("n", "");
+  json.string("rk", rest.kind);
+  if (count != nullptr) json.number("rn", *count);
+  json.number("s", rest.bytes);
+  json.number("f", rest.files);
+  if (disk != nullptr) writeDiskKeys(json, rest.disk);
+  json.boolean("rest", true);
+  json.close('}');
 }
 
 bool isSlash(wchar_t unit) { return unit == L'/'; }
@@ -115,6 +131,21 @@ std::uint32_t childNamed(const FolderTable& folders, std::uint32_t parent, std::
 
 } // namespace
 
+// A counting sort.
+std::vector<std::uint32_t> deepestFirst(const FolderTable& folders) {
+  std::int32_t greatest = 0;
+  for (const FolderEntry& folder : folders) greatest = std::max(greatest, folder.depth);
+  const auto bucketOf = [greatest](const FolderEntry& folder) {
+    return static_cast<std::size_t>(greatest - folder.depth);
+  };
+  std::vector<std::uint32_t> next(static_cast<std::size_t>(greatest) + 2, 0);
+  for (const FolderEntry& folder : folders) ++next[bucketOf(folder) + 1];
+  std::partial_sum(next.begin(), next.end(), next.begin());
+  std::vector<std::uint32_t> order(folders.size());
+  for (std::uint32_t i = 0; i < folders.size(); ++i) order[next[bucketOf(folders[i])]++] = i;
+  return order;
+}
+
 void sumTree(FolderTable& folders, ScanProgress& progress) {
   if (folders.empty()) return;
   progress.phase = kPhaseSumming;
@@ -128,8 +159,8 @@ void sumTree(FolderTable& folders, ScanProgress& progress) {
   }
   folders[0].parent = kNoFolder;
   folders[0].depth = 0;
-  const std::int32_t greatest = setDepths(folders);
-  for (const std::uint32_t index : deepestFirst(folders, greatest)) {
+  setDepths(folders);
+  for (const std::uint32_t index : deepestFirst(folders)) {
     const FolderEntry& folder = folders[index];
     if (folder.parent == kNoFolder) continue;
     folders[folder.parent].totalBytes += folder.totalBytes;
@@ -167,39 +198,34 @@ std::optional<std::uint32_t> findFolder(const FolderTable& folders, std::wstring
 
 void writeTreeNode(const FolderTable& folders, std::wstring_view rootPath,
                    const TreeOptions& options, JsonWriter& json, std::uint32_t index,
-                   std::int32_t depth) {
+                   std::int32_t depth, const Disk* disk) {
   const FolderEntry& folder = folders[index];
   json.open('{');
   json.string("n", depth == 0 ? rootPath : std::wstring_view(folder.name));
   json.number("s", folder.totalBytes);
   json.number("f", folder.totalFiles);
+  if (disk != nullptr) writeDiskKeys(json, totalKeys((*disk)[index]));
   json.number("i", index);
+  DiskKeys loose;
+  if (disk != nullptr) {
+    const FolderDisk& own = (*disk)[index];
+    loose = {own.ownDisk + own.ownTables, own.ownBack, own.ownCloud};
+  }
+  const bool anyLoose = folder.ownBytes != 0 || loose.disk != 0;
   if (depth < options.maxDepth && folder.firstChild != kNoFolder) {
-    const ShownChildren shown = shownChildren(folders, options, index);
-    if (!shown.kept.empty() || folder.ownBytes != 0 || shown.restBytes != 0) {
+    const ShownChildren shown = shownChildren(folders, options, index, disk);
+    const bool anyRest = shown.restBytes != 0 || shown.restDisk.disk != 0;
+    if (!shown.kept.empty() || anyLoose || anyRest) {
       json.open("c", '[');
       for (const std::uint32_t child : shown.kept) {
-        writeTreeNode(folders, rootPath, options, json, child, depth + 1);
+        writeTreeNode(folders, rootPath, options, json, child, depth + 1, disk);
       }
-      if (shown.restBytes != 0) {
-        json.open('{');
-        json.string("n", "");
-        json.string("rk", "smaller");
-        json.number("rn", shown.restCount);
-        json.number("s", shown.restBytes);
-        json.number("f", shown.restFiles);
-        json.boolean("rest", true);
-        json.close('}');
+      if (anyRest) {
+        writeRest(json, {"smaller", shown.restBytes, shown.restFiles, shown.restDisk},
+                  &shown.restCount, disk);
       }
-      if (folder.ownBytes != 0) {
-        json.open('{');
-        json.string("n", "");
-        json.string("rk", "loose");
-        json.number("s", folder.ownBytes);
-        json.number("f", folder.ownFiles);
-        json.boolean("rest", true);
-        json.close('}');
-      }
+      if (anyLoose)
+        writeRest(json, {"loose", folder.ownBytes, folder.ownFiles, loose}, nullptr, disk);
       json.close(']');
     }
   }

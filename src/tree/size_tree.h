@@ -2,6 +2,7 @@
 #pragma once
 
 #include "json/json_writer.h"
+#include "scan/disk_figures.h"
 #include "scan/folder_table.h"
 #include "scan/progress.h"
 
@@ -9,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorda {
 
@@ -27,15 +29,19 @@ struct TreeOptions {
 // Publishes kPhaseSumming, then kPhaseFinished.
 void sumTree(FolderTable& folders, ScanProgress& progress);
 
+// The index of every folder, deepest first, ascending within one depth. Requires set depths.
+std::vector<std::uint32_t> deepestFirst(const FolderTable& folders);
+
 // The index of a folder by its full path, ignoring case and one trailing separator; empty if
 // the path is not in the table. rootPath: the scanned root.
 std::optional<std::uint32_t> findFolder(const FolderTable& folders, std::wstring_view rootPath,
                                         std::wstring_view path);
 
 // Writes a node and its children down to maxDepth: the largest subfolders, the other subfolders
-// as one entry, the folder's own files as another.
+// as one entry, the folder's own files as another. disk: if not null, bytes on disk are written as
+// well, and count for which subfolders are the largest.
 void writeTreeNode(const FolderTable& folders, std::wstring_view rootPath,
                    const TreeOptions& options, JsonWriter& json, std::uint32_t index,
-                   std::int32_t depth);
+                   std::int32_t depth, const std::vector<FolderDisk>* disk = nullptr);
 
 } // namespace vorda

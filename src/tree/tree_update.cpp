@@ -21,6 +21,9 @@ void takeTypes(TypeTotals& from, const TypeTotals& gone) {
     if (at == from.end()) continue;
     take(at->second.bytes, total.bytes);
     take(at->second.files, total.files);
+    take(at->second.disk, total.disk);
+    take(at->second.back, total.back);
+    take(at->second.cloud, total.cloud);
     if (at->second.files == 0) from.erase(at);
   }
 }
@@ -28,7 +31,7 @@ void takeTypes(TypeTotals& from, const TypeTotals& gone) {
 } // namespace
 
 TreeUpdate::TreeUpdate(ScanResult& result)
-    : result_(result), emptied_(result.folders.size(), false) {}
+    : result_(result), disk_(result), emptied_(result.folders.size(), false) {}
 
 void TreeUpdate::addToAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files) {
   for (std::uint32_t at = folder; at != kNoFolder; at = result_.folders[at].parent) {
@@ -62,6 +65,7 @@ std::uint32_t TreeUpdate::addChild(std::uint32_t parent, std::wstring_view name)
   folders.push_back({parent, std::wstring(name)});
   folders[index].depth = folders[parent].depth + 1;
   emptied_.push_back(false);
+  disk_.addFolder();
   std::uint32_t* link = &folders[parent].firstChild;
   while (*link != kNoFolder) link = &folders[*link].nextSibling;
   *link = index;
@@ -94,6 +98,8 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
     takeFromAncestors(folders[*folder].parent, folders[*folder].totalBytes,
                       folders[*folder].totalFiles);
     const std::vector<std::uint32_t> gone = withDescendants(*folder);
+    disk_.removeFolder(gone);
+    goneBytes_ += folders[*folder].totalBytes;
     unlink(*folder);
     for (const std::uint32_t one : gone) clear(one);
     mergeTypes(goneTypes_, types);
@@ -101,7 +107,10 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
   }
   if (files == 0) return; // a link: no scan counts it
   const auto parent = findFolder(folders, result_.rootPath, parentOf(path));
-  if (parent) goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))}, bytes);
+  if (!parent) return;
+  TypeTotal gone = types.empty() ? TypeTotal() : types.begin()->second;
+  gone.bytes = bytes;
+  goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))}, gone);
 }
 
 // The index in this tree of each surveyed folder, added if missing. A survey lists the
@@ -134,6 +143,7 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
   const std::uint64_t oldBytes = folders[*folder].totalBytes;
   const std::vector<std::uint32_t> before = withDescendants(*folder);
   takeFromAncestors(*folder, oldBytes, folders[*folder].totalFiles);
+  disk_.releaseContents(before);
 
   const std::vector<std::uint32_t> places = placesOf(survey.folders, *folder);
   std::vector<bool> there(folders.size(), false);
@@ -161,10 +171,13 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
     parent.totalBytes += folders[places[i]].totalBytes;
     parent.totalFiles += folders[places[i]].totalFiles;
   }
+  disk_.setContents(places, survey);
   const FolderEntry now = folders[*folder];
   addToAncestors(now.parent, now.totalBytes, now.totalFiles);
 
-  for (FileEntry file : survey.files) {
+  std::vector<FileEntry> kept = survey.files;
+  disk_.linkKept(survey, kept);
+  for (FileEntry& file : kept) {
     file.folder = places[file.folder];
     newFiles_.push_back(std::move(file));
   }
@@ -189,6 +202,7 @@ void TreeUpdate::moveIntoBin(std::wstring_view bin, std::wstring_view userFolder
   result_.folders[folder].ownFiles += files;
   addToAncestors(folder, bytes, files);
   typesStay_ = whole;
+  binned_ = {folder, bytes, whole};
 }
 
 void TreeUpdate::finish() {
@@ -196,13 +210,13 @@ void TreeUpdate::finish() {
   std::vector<FileEntry>& files = result_.files;
   std::erase_if(files, [this, &keptTypes](const FileEntry& file) {
     if (file.folder < emptied_.size() && emptied_[file.folder]) {
-      addToType(keptTypes, file.name, file.size);
+      addToType(keptTypes, file.name, {file.size, 1, file.disk, file.disk, file.cloud});
       return true;
     }
     if (goneFiles_.empty()) return false;
     const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
     if (gone == goneFiles_.end()) return false;
-    gone->second = file.size;
+    gone->second = {file.size, 1, file.disk, file.disk, file.cloud};
     return true;
   });
   files.insert(files.end(), newFiles_.begin(), newFiles_.end());
@@ -214,14 +228,25 @@ void TreeUpdate::finish() {
     TypeTotal& gone = goneTypes_[type];
     gone.bytes = std::max(gone.bytes, total.bytes);
     gone.files = std::max(gone.files, total.files);
+    gone.disk = std::max(gone.disk, total.disk);
+    gone.back = std::max(gone.back, total.back);
+    gone.cloud = std::max(gone.cloud, total.cloud);
   }
-  for (const auto& [key, bytes] : goneFiles_) {
+  for (const auto& [key, gone] : goneFiles_) {
     FolderEntry& folder = result_.folders[key.first];
-    take(folder.ownBytes, bytes);
+    take(folder.ownBytes, gone.bytes);
     take(folder.ownFiles, 1);
-    takeFromAncestors(key.first, bytes, 1);
-    addToType(goneTypes_, key.second, bytes);
+    takeFromAncestors(key.first, gone.bytes, 1);
+    disk_.removeFile(key.first, key.second, gone.disk, gone.cloud);
+    goneBytes_ += gone.bytes;
+    addToType(goneTypes_, key.second, {gone.bytes, 1, gone.disk, gone.disk, gone.cloud});
   }
+  if (binned_.folder != kNoFolder) {
+    const double all = static_cast<double>(std::max<std::uint64_t>(goneBytes_, 1));
+    const double share = binned_.whole ? 1 : static_cast<double>(binned_.bytes) / all;
+    disk_.moveInto(binned_.folder, std::min(share, 1.0));
+  }
+  disk_.finish(goneTypes_, newTypes_);
   if (typesStay_) return; // the bin renames files but keeps their extension
   takeTypes(result_.types, goneTypes_);
   mergeTypes(result_.types, newTypes_);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "scan/scan_result.h"
+#include "tree/disk_update.h"
 
 #include <cstdint>
 #include <map>
@@ -22,7 +23,8 @@ public:
 
   // Removes a deleted file or folder. A folder's index stays valid and is not reused; its entry
   // becomes empty. Its scanned totals are subtracted from all ancestors; for a file that the
-  // scan did not keep, bytes is. bytes, files and types: measured before the deletion.
+  // scan did not keep, bytes is. bytes, files and types: measured before the deletion; types have the
+  // bytes on disk.
   void removePath(std::wstring_view path, std::uint64_t bytes, std::uint64_t files,
                   const TypeTotals& types);
 
@@ -52,12 +54,19 @@ private:
   std::vector<std::uint32_t> placesOf(const FolderTable& survey, std::uint32_t folder);
 
   ScanResult& result_;
+  DiskUpdate disk_;
   std::vector<bool> emptied_; // by folder: its kept files leave the list
-  std::map<FileKey, std::uint64_t> goneFiles_;
+  std::map<FileKey, TypeTotal> goneFiles_;
   TypeTotals goneTypes_;
   TypeTotals newTypes_;
   std::vector<FileEntry> newFiles_;
   bool typesStay_ = false;
+  std::uint64_t goneBytes_ = 0; // of paths that were removed
+  struct {
+    std::uint32_t folder = kNoFolder;
+    std::uint64_t bytes = 0;
+    bool whole = false;
+  } binned_;
 };
 
 } // namespace vorda

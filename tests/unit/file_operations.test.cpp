@@ -26,6 +26,13 @@ void addFolder(Facts& facts, const ScanResult& result, std::uint32_t index) {
                                      folder.totalFiles, static_cast<std::uint64_t>(folder.depth)}) {
     line += " " + std::to_string(number);
   }
+  if (!result.disk.empty()) {
+    const FolderDisk& disk = result.disk[index];
+    for (const std::uint64_t number : {disk.ownDisk, disk.ownBack, disk.jointBack, disk.totalDisk,
+                                       disk.totalBack, disk.totalCloud}) {
+      line += " " + std::to_string(number);
+    }
+  }
   CHECK(facts.insert(line).second);
   for (std::uint32_t child = folder.firstChild; child != kNoFolder;
        child = result.folders[child].nextSibling) {
@@ -39,11 +46,13 @@ Facts factsOf(const Job& job) {
   Facts facts;
   addFolder(facts, result, 0);
   for (const FileEntry& file : result.files) {
-    facts.insert("file " + toUtf8(filePath(result, file)) + " " + std::to_string(file.size));
+    facts.insert("file " + toUtf8(filePath(result, file)) + " " + std::to_string(file.size) + " " +
+                 std::to_string(file.disk) + " " + std::to_string(backOf(result, file)));
   }
   for (const auto& [type, total] : result.types) {
     facts.insert("type " + toUtf8(type) + " " + std::to_string(total.bytes) + " " +
-                 std::to_string(total.files));
+                 std::to_string(total.files) + " " + std::to_string(total.disk) + " " +
+                 std::to_string(total.back));
   }
   facts.insert("totals " + std::to_string(result.fileCount) + " " +
                std::to_string(result.byteCount) + " " + std::to_string(result.folderCount));
@@ -71,6 +80,7 @@ void checkLikeFreshScan(App& app, const Job& job) {
 }
 
 void fill(MemoryDisk& disk) {
+  disk.cluster = 4096;
   for (const wchar_t* path : {L"C:\\r\\a\\big.iso", L"C:\\r\\a\\deep\\more\\big.ISO",
                               L"C:\\r\\b\\other.bin", L"C:\\r\\top.bin"}) {
     disk.add(path, 70 * kMiB);
@@ -130,7 +140,10 @@ TEST_CASE("any sequence of deletions leaves a correct tree") {
   std::mt19937 random(20);
   for (int round = 0; round < 25; ++round) {
     App app;
+    app.disk->cluster = 512;
     std::vector<std::wstring> paths;
+    std::vector<const test::DiskNode*>
+        files; // in the second half, every third name is a further one
     for (int i = 0; i < 120; ++i) {
       std::wstring path = L"C:\\r";
       for (auto depth = random() % 4; depth-- > 0;) {
@@ -138,8 +151,12 @@ TEST_CASE("any sequence of deletions leaves a correct tree") {
         paths.push_back(path);
       }
       path += L"\\f" + std::to_wstring(i) + (i % 3 == 0 ? L".iso" : L".txt");
-      app.disk->add(path, random() % 7 == 0 ? (random() % 3 + 50) * kMiB : random() % 1000).locked =
-          random() % 40 == 0;
+      test::DiskNode& file =
+          i > 60 && i % 3 == 0 ? app.disk->hardLink(path, *files[random() % files.size()])
+                               : app.disk->add(path, random() % 7 == 0 ? (random() % 3 + 50) * kMiB
+                                                                       : random() % 1000);
+      file.locked = random() % 40 == 0;
+      files.push_back(&file);
       paths.push_back(path);
     }
     const auto job = app.scanJob("C:%5Cr");

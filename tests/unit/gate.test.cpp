@@ -27,6 +27,8 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/browse", "200 {\"path\":\"\",\"parent\":\"\",\"dirs\":[{"},
     {"/api/jobs", "200 ["},
     {"/api/files", R"(400 {"error":"nopath"})"},
+    {"/api/account", R"(404 {"error":"noJob"})"},
+    {"/api/file", R"(400 {"error":"nopath"})"},
     {"/api/dirs", R"(400 {"error":"nopath"})"},
     {"/api/scan", R"(400 {"error":"geen pad opgegeven"})"},
     {"/api/ext", R"(400 {"error":"nopath"})"},

@@ -43,7 +43,7 @@ Reading reading(const OpenVolume& open, ScanProgress& progress) {
   Reading one;
   one.ok = turboScan(open, progress, options, one.result);
   one.failure = progress.texts().failure;
-  if (one.ok) sumTree(one.result.folders, progress);
+  if (one.ok) sumScan(one.result, progress);
   return one;
 }
 

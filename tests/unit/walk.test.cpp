@@ -1,5 +1,8 @@
 #include "scan/walk/walk.h"
 #include "support/memory_disk.h"
+#include "tree/account.h"
+#include "tree/disk_sums.h"
+#include "tree/size_tree.h"
 
 #include <doctest/doctest.h>
 
@@ -233,4 +236,81 @@ TEST_CASE("while it runs, a walk tells how much it found in the folders of its r
     CHECK(told[i].bytes == 1000 + 59 - i + 1);
   }
   CHECK(scan.progress.texts().top.empty()); // the result says it now
+}
+
+TEST_CASE("bytes on disk of a walk: names met, placeholders, and what it leaves out of sizes") {
+  MemoryDisk disk;
+  disk.cluster = 4096;
+  disk.add(L"M:\\r\\a\\small", 700).disk = 704; // in the file's own record
+  disk.add(L"M:\\r\\a\\plain.bin", 5000);
+  test::DiskNode& cloud = disk.add(L"M:\\r\\a\\cloud.bin", 90'000);
+  cloud.disk = 0;
+  cloud.attributes = kAttributeRecallOnDataAccess;
+  disk.add(L"M:\\r\\sparse.bin", 1'000'000).disk = 8192;
+  const test::DiskNode& file = disk.add(L"M:\\r\\b\\x\\one.bin", 10'000);
+  disk.hardLink(L"M:\\r\\b\\y\\two.txt", file);
+  disk.hardLink(L"M:\\r\\b\\y\\three.txt", file);
+  const test::DiskNode& other = disk.add(L"M:\\r\\b\\x\\other", 4096);
+  disk.hardLink(L"M:\\r\\a\\other", other);
+  disk.hardLink(L"M:\\elsewhere\\name", disk.add(L"M:\\r\\outside", 4096)); // looks like one name
+  // Reparse points that are no links, in a folder that is one as well.
+  test::DiskNode& packed = disk.add(L"M:\\r\\a\\packed", 50'000);
+  packed.tag = 0x8000'0017;
+  packed.disk = 12'288;
+  disk.add(L"M:\\r\\synced\\").tag = 0x9000'001A;
+  test::DiskNode& away = disk.add(L"M:\\r\\synced\\deep\\away", 70'000);
+  away.tag = 0x9000'001A;
+  away.disk = 0;
+  disk.add(L"M:\\r\\synced\\deep\\here", 4096);
+  test::DiskNode& never = disk.add(L"M:\\r\\never\\");
+  never.tag = 0x9000'001A;
+  never.attributes = kAttributeRecallOnOpen;
+  disk.add(L"M:\\r\\never\\fetched", 4096);
+  disk.link(L"M:\\r\\link", L"M:\\elsewhere");
+  const auto scan = [&disk](unsigned workers) {
+    auto made = std::make_unique<Scan>();
+    made->options.fileListThreshold = 0;
+    REQUIRE(made->run(disk, L"M:\\r", workers));
+    sumScan(made->result, made->progress);
+    return made;
+  };
+  for (const unsigned workers : {1U, 7U}) {
+    const auto made = scan(workers);
+    const ScanResult& result = made->result;
+    CHECK(result.fileCount == 10);
+    CHECK(result.folderCount == 5);
+    CHECK(result.unreadableFolders == 0);
+    const auto figures = [&result](const wchar_t* path) {
+      const auto folder = findFolder(result.folders, L"M:\\r", path);
+      REQUIRE(folder);
+      const FolderDisk& sums = result.disk[*folder];
+      return std::to_string(sums.totalDisk) + " " + std::to_string(sums.totalBack) + " " +
+             std::to_string(sums.totalCloud);
+    };
+    CHECK(figures(L"M:\\r\\a") == "24576 20480 90000"); // plain, packed, other by its first path
+    CHECK(figures(L"M:\\r\\b\\x") == "12288 0 0");
+    CHECK(figures(L"M:\\r\\b\\y") == "0 0 0");
+    CHECK(figures(L"M:\\r\\b") == "12288 12288 0");
+    CHECK(figures(L"M:\\r") == "53248 53248 160000");
+    CHECK(result.types.at(L".bin").disk == 8192 + 8192 + 12'288);
+    CHECK(result.types.at(L".bin").back == 8192 + 8192);
+    CHECK_FALSE(result.types.contains(L".txt.none"));
+    for (const FileEntry& one : result.files) {
+      CHECK((one.link != kNoLink) == (one.name == L"one.bin" || one.name == L"two.txt" ||
+                                      one.name == L"three.txt" || one.name == L"other"));
+    }
+    const Account account = accountOf(result);
+    CHECK_FALSE(account.used);
+    const auto row = [&account](std::string_view code) {
+      return *std::find_if(account.rows.begin(), account.rows.end(),
+                           [code](const AccountRow& one) { return one.code == code; });
+    };
+    CHECK(row("files").bytes == 53248);
+    CHECK(row("twice").bytes == 2 * 10'000 + 4096);
+    CHECK(row("twice").count == 3);
+    CHECK(row("unlisted").bytes == 50'000 + 70'000 + 4096);
+    CHECK(row("unlisted").count == 3);
+  }
+  disk.cluster = 0;
+  CHECK(scan(2)->result.disk.empty());
 }

@@ -1,6 +1,7 @@
 #include "scan/turbo/file_record.h"
 
 #include "base/time.h"
+#include "scan/turbo/run_list.h"
 
 #include <cstring>
 
@@ -25,42 +26,122 @@ std::uint8_t rankOf(std::uint8_t nameSpace) {
   }
 }
 
-void takeStandardInformation(const Attribute& attribute, RecordValues& values) {
-  const ByteView value = attribute.value();
-  if (attribute.resident() && value.size() >= 32) {
-    values.modified = unixMsFromFileTime(value.u64(8));
+constexpr std::string_view kCompressedStream = "WofCompressedData";
+
+bool isCompressedStream(ByteView name) {
+  if (name.size() != 2 * kCompressedStream.size()) return false;
+  for (std::size_t i = 0; i < kCompressedStream.size(); ++i) {
+    if (name.u16(2 * i) != static_cast<std::uint8_t>(kCompressedStream[i])) return false;
   }
+  return true;
 }
 
-void takeFileName(const Attribute& attribute, RecordValues& values) {
+struct NameAttribute {
+  OwnName own;
+  bool valid = false;
+};
+
+NameAttribute decodeName(const Attribute& attribute) {
   const ByteView value = attribute.value();
-  if (!attribute.resident() || value.size() < kNameOffset) return;
-  const ByteView name =
+  if (!attribute.resident() || value.size() < kNameOffset) return {};
+  NameAttribute found;
+  found.own.name =
       attribute.bytes.part(attribute.bytes.u16(20) + kNameOffset, std::size_t{2} * value.u8(64));
-  if (name.empty()) return;
-  const std::uint8_t rank = rankOf(value.u8(65));
-  if (!values.name.empty() && values.nameRank <= rank) return;
+  if (found.own.name.empty()) return {};
   const FileReference parent = FileReference::of(value.u64(0));
-  values.name = name;
-  values.nameRank = rank;
-  values.parent = parent.record < kNoRecord ? static_cast<std::uint32_t>(parent.record) : kNoRecord;
-  values.parentSequence = parent.sequence;
+  found.own.rank = rankOf(value.u8(65));
+  found.own.parent =
+      parent.record < kNoRecord ? static_cast<std::uint32_t>(parent.record) : kNoRecord;
+  found.own.parentSequence = parent.sequence;
+  found.valid = true;
+  return found;
 }
 
-void takeData(const Attribute& attribute, RecordValues& values) {
-  if (attribute.named()) return;
-  std::uint64_t size = 0;
-  if (attribute.resident()) {
-    size = attribute.value().size();
-  } else if (attribute.firstCluster() == 0 && attribute.bytes.size() >= kNonResidentHeader) {
-    size = attribute.realSize();
+class ValueReader {
+public:
+  explicit ValueReader(const MftLayout& layout) : layout_(layout) {}
+
+  RecordValues read(ByteView record) {
+    AttributeWalk walk(record);
+    Attribute attribute;
+    while (walk.next(attribute)) {
+      switch (attribute.type) {
+      case kStandardInformation: takeStandardInformation(attribute); break;
+      case kFileName: takeFileName(attribute); break;
+      case kData: takeData(attribute); break;
+      case kReparsePoint: takeReparsePoint(attribute); break;
+      default: break;
+      }
+      if (!attribute.resident()) takeClusters(attribute);
+    }
+    values_.broken = values_.broken || walk.broken();
+    values_.cloud = isCloudFile(attributes_, tag_);
+    return values_;
   }
-  if (size > kLargestFile - values.size) {
-    values.broken = true;
-    return;
+
+private:
+  void takeStandardInformation(const Attribute& attribute) {
+    const ByteView value = attribute.value();
+    if (!attribute.resident() || value.size() < 32) return;
+    values_.modified = unixMsFromFileTime(value.u64(8));
+    attributes_ = value.u32(32);
   }
-  values.size += size;
-}
+
+  void takeFileName(const Attribute& attribute) {
+    const NameAttribute found = decodeName(attribute);
+    if (!found.valid) return;
+    ++values_.fileNames;
+    if (found.own.rank != kDosNameRank) ++values_.ownNames;
+    if (!values_.name.empty() && values_.nameRank <= found.own.rank) return;
+    values_.name = found.own.name;
+    values_.nameRank = found.own.rank;
+    values_.parent = found.own.parent;
+    values_.parentSequence = found.own.parentSequence;
+  }
+
+  void takeData(const Attribute& attribute) {
+    if (attribute.named()) return;
+    std::uint64_t size = 0;
+    if (attribute.resident()) {
+      size = attribute.value().size();
+    } else if (attribute.firstCluster() == 0 && attribute.bytes.size() >= kNonResidentHeader) {
+      size = attribute.realSize();
+    }
+    if (size > kLargestFile - values_.size) {
+      values_.broken = true;
+      return;
+    }
+    values_.size += size;
+  }
+
+  void takeReparsePoint(const Attribute& attribute) {
+    // One that is not resident has an attribute of the file beside it if it is a placeholder.
+    if (attribute.resident()) tag_ = attribute.value().u32(0);
+  }
+
+  void takeClusters(const Attribute& attribute) {
+    RecordClusters& sums = values_.clusters;
+    std::uint64_t count = 0;
+    if (!countClusters(attribute.runs(), layout_.clusters, count)) {
+      sums.exact = false;
+      count = std::min(attribute.allocatedSize() / layout_.clusterBytes, layout_.clusters);
+    }
+    // Damage only, and never more than this record alone could claim.
+    count = std::min(count, layout_.clusters - std::min(sums.all, layout_.clusters));
+    sums.all += count;
+    if (attribute.type != kData) return;
+    if (!attribute.named()) {
+      sums.data += count;
+    } else if (!isCompressedStream(attribute.name())) {
+      sums.streams += count;
+    }
+  }
+
+  const MftLayout& layout_;
+  RecordValues values_;
+  std::uint32_t attributes_ = 0;
+  std::uint32_t tag_ = kNoReparseTag;
+};
 
 } // namespace
 
@@ -71,6 +152,7 @@ RecordHeader readHeader(ByteView record) {
   header.inUse = (flags & 1U) != 0;
   header.directory = (flags & 2U) != 0;
   header.sequence = record.u16(16);
+  header.names = record.u16(18);
   const std::uint64_t base = record.u64(32);
   header.base = base == 0;
   header.baseReference = FileReference::of(base);
@@ -92,20 +174,14 @@ bool applyFixups(std::uint8_t* record, std::size_t size) {
   return true;
 }
 
-RecordValues readValues(ByteView record) {
-  RecordValues values;
-  AttributeWalk walk(record);
-  Attribute attribute;
-  while (walk.next(attribute)) {
-    switch (attribute.type) {
-    case kStandardInformation: takeStandardInformation(attribute, values); break;
-    case kFileName: takeFileName(attribute, values); break;
-    case kData: takeData(attribute, values); break;
-    default: break;
-    }
-  }
-  values.broken = values.broken || walk.broken();
-  return values;
+RecordValues readValues(ByteView record, const MftLayout& layout) {
+  return ValueReader(layout).read(record);
+}
+
+OwnName ownNameOf(const Attribute& attribute) {
+  if (attribute.type != kFileName) return {};
+  const NameAttribute found = decodeName(attribute);
+  return found.valid && found.own.rank != kDosNameRank ? found.own : OwnName{};
 }
 
 } // namespace vorda

@@ -90,17 +90,61 @@ bool RecordTable::allocate(std::uint32_t count) {
   return entries_ != nullptr;
 }
 
+RecordEntry* RecordTable::folderAt(std::uint32_t record, std::uint16_t sequence) {
+  if (record >= count_) return nullptr;
+  RecordEntry& folder = (*this)[record];
+  const bool same = sequence == 0 || sequence == folder.sequence;
+  return folder.seen() && folder.directory() && same ? &folder : nullptr;
+}
+
+namespace {
+
+void applyExtension(RecordTable& table, const RecordExtension& extension) {
+  RecordEntry& base = table[extension.base];
+  if (!base.seen() || base.sequence != extension.baseSequence) return;
+  base.size += extension.size;
+  base.clusters += extension.clusters.all;
+  const bool cloud = (base.flags & RecordEntry::kCloud) != 0;
+  const SideFacts facts = {extension.clusters.streams, cloud ? extension.clusters.data : 0,
+                           extension.base, -static_cast<std::int32_t>(extension.fileNames)};
+  if (facts.streams != 0 || facts.data != 0 || facts.namesLeft != 0) {
+    table.sideFacts.push_back(facts);
+  }
+  if (extension.name.length == 0 || (base.flags & RecordEntry::kOwnName) != 0) return;
+  if (base.nameLength != 0 && base.nameRank <= extension.nameRank) return;
+  base.setName(extension.name, extension.nameRank, extension.parent, extension.parentSequence);
+}
+
+void sumSideFacts(std::vector<SideFacts>& facts) {
+  std::sort(facts.begin(), facts.end(),
+            [](const SideFacts& a, const SideFacts& b) { return a.record < b.record; });
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < facts.size(); ++i) {
+    if (kept > 0 && facts[kept - 1].record == facts[i].record) {
+      facts[kept - 1].streams += facts[i].streams;
+      facts[kept - 1].data += facts[i].data;
+      facts[kept - 1].namesLeft += facts[i].namesLeft;
+    } else {
+      facts[kept++] = facts[i];
+    }
+  }
+  facts.resize(kept);
+}
+
+} // namespace
+
 void applyExtensions(RecordTable& table, std::vector<RecordExtension>& extensions) {
   std::sort(extensions.begin(), extensions.end(),
             [](const RecordExtension& a, const RecordExtension& b) { return a.record < b.record; });
-  for (const RecordExtension& extension : extensions) {
-    RecordEntry& base = table[extension.base];
-    if (!base.seen() || base.sequence != extension.baseSequence) continue;
-    base.size += extension.size;
-    if (extension.name.length == 0 || (base.flags & RecordEntry::kOwnName) != 0) continue;
-    if (base.nameLength != 0 && base.nameRank <= extension.nameRank) continue;
-    base.setName(extension.name, extension.nameRank, extension.parent, extension.parentSequence);
-  }
+  for (const RecordExtension& extension : extensions) applyExtension(table, extension);
+  std::erase_if(table.sideNames, [&table](const SideName& name) {
+    const RecordEntry& base = table[name.record];
+    return !base.seen() || base.directory() || base.sequence != name.sequence;
+  });
+  // Stable: the names of a record stay in their order, those of the base record first.
+  std::stable_sort(table.sideNames.begin(), table.sideNames.end(),
+                   [](const SideName& a, const SideName& b) { return a.record < b.record; });
+  sumSideFacts(table.sideFacts);
 }
 
 } // namespace vorda

@@ -1,5 +1,6 @@
-// What turbo keeps of the records of the master file table: an entry of 32 bytes per record
-// number, and a pool of names.
+// What turbo keeps of the records of the master file table: an entry of 40 bytes per record
+// number, a pool of names, and lists of what few files have: several names, further streams,
+// contents in the cloud.
 //
 // Workers fill the table without locks: each writes only the entries of the records it has read
 // and adds names with its own writer. Data of extension records is collected per worker and
@@ -27,7 +28,9 @@ struct RecordEntry {
   static constexpr std::uint8_t kSeen = 1;
   static constexpr std::uint8_t kDirectory = 2;
   static constexpr std::uint8_t kNarrowName = 4;
-  static constexpr std::uint8_t kOwnName = 8; // name from the base record, not a DOS name
+  static constexpr std::uint8_t kOwnName = 8;  // name from the base record, not a DOS name
+  static constexpr std::uint8_t kManyOwn = 16; // the base record has several such names
+  static constexpr std::uint8_t kCloud = 32;   // contents that are not on the disk are in the cloud
 
   // The tree build replaces what a directory's record says by the folder's place in the tree.
   union {
@@ -38,7 +41,8 @@ struct RecordEntry {
     std::uint64_t modified; // milliseconds since 1970 (UTC)
     std::uint64_t level;    // 0: not known yet; 1: the root; 2: a folder of the root; …
   };
-  std::uint32_t parent; // record number
+  std::uint64_t clusters; // allocated, by all attributes
+  std::uint32_t parent;   // record number
   std::uint32_t nameAt;
   std::uint16_t sequence;
   std::uint16_t parentSequence;
@@ -52,18 +56,39 @@ struct RecordEntry {
   void setName(const PooledName& name, std::uint8_t rank, std::uint32_t parentRecord,
                std::uint16_t parentRecordSequence);
 };
-static_assert(sizeof(RecordEntry) == 32);
+static_assert(sizeof(RecordEntry) == 40);
 
 // Data of an extension record for its base record.
 struct RecordExtension {
   std::uint64_t size = 0;
+  RecordClusters clusters;
   std::uint32_t record = 0; // its own number
   std::uint32_t base = 0;
   PooledName name;
   std::uint32_t parent = kNoRecord;
   std::uint16_t parentSequence = 0;
   std::uint16_t baseSequence = 0;
+  std::uint16_t fileNames = 0;
   std::uint8_t nameRank = 0;
+};
+
+// A name of a file that may have several: of a base record with more than one, or of an extension
+// record.
+struct SideName {
+  std::uint32_t record = 0; // the base record
+  std::uint32_t parent = kNoRecord;
+  PooledName name;
+  std::uint16_t sequence = 0; // of the base record
+  std::uint16_t parentSequence = 0;
+  std::uint8_t rank = 0;
+};
+
+// What only few records have.
+struct SideFacts {
+  std::uint64_t streams = 0;  // clusters in further streams
+  std::uint64_t data = 0;     // clusters of the unnamed stream, of a file in the cloud
+  std::uint32_t record = 0;   // the base record
+  std::int32_t namesLeft = 0; // that the base record counts, and were not found so far
 };
 
 // A pool of file names. Units that would change the meaning of a path (separators, NUL, and all
@@ -121,7 +146,15 @@ public:
   std::uint32_t size() const { return count_; }
   RecordEntry& operator[](std::uint32_t record) { return entries_.get()[record]; }
 
+  // The folder with this record number; null if it is missing or has been replaced.
+  RecordEntry* folderAt(std::uint32_t record, std::uint16_t sequence);
+
   NamePool names;
+  // Sorted by record after applyExtensions; at most one SideFacts for each.
+  std::vector<SideName> sideNames;
+  std::vector<SideFacts> sideFacts;
+  std::uint32_t clusterBytes = 0;
+  bool exact = true; // false: the clusters of some record were not counted but believed
 
 private:
   struct Free {
@@ -131,9 +164,9 @@ private:
   std::uint32_t count_ = 0;
 };
 
-// Applies extension records to their base records, ordered by record number: sizes add up; a
-// name is used if the base record has none or only a DOS name. Extensions whose base record is
-// missing or has another sequence number are ignored.
+// Applies extension records to their base records, ordered by record number: sizes and clusters
+// add up; a name is used if the base record has none or only a DOS name. Extensions and side names whose
+// base record is missing or has another sequence number are ignored.
 void applyExtensions(RecordTable& table, std::vector<RecordExtension>& extensions);
 
 } // namespace vorda

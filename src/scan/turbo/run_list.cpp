@@ -20,9 +20,9 @@ std::uint64_t signedNumber(ByteView bytes) {
   return value;
 }
 
-} // namespace
-
-bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents) {
+// Calls take(cluster, count, hole) for each run. False if the list is malformed or a run that is
+// no hole lies outside the volume.
+template <typename Take> bool eachRun(ByteView list, std::uint64_t clusters, Take take) {
   std::uint64_t cluster = 0;
   std::size_t at = 0;
   while (list.holds(at, 1)) {
@@ -30,16 +30,40 @@ bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& exte
     if (head == 0) return true;
     const std::size_t lengthBytes = head & 15U;
     const std::size_t offsetBytes = head >> 4U;
-    if (lengthBytes == 0 || lengthBytes > 8 || offsetBytes == 0 || offsetBytes > 8) return false;
+    if (lengthBytes == 0 || lengthBytes > 8 || offsetBytes > 8) return false;
     if (!list.holds(at + 1, lengthBytes + offsetBytes)) return false;
     const std::uint64_t count = unsignedNumber(list.part(at + 1, lengthBytes));
-    // cluster is below 2^63, so a sum below zero wraps to a large number and is refused.
-    cluster += signedNumber(list.part(at + 1 + lengthBytes, offsetBytes));
-    if (count == 0 || cluster >= clusters || count > clusters - cluster) return false;
-    extents.push_back({cluster, count});
+    const bool hole = offsetBytes == 0;
+    if (count == 0) return false;
+    if (!hole) {
+      // cluster is below 2^63, so a sum below zero wraps to a large number and is refused.
+      cluster += signedNumber(list.part(at + 1 + lengthBytes, offsetBytes));
+      if (cluster >= clusters || count > clusters - cluster) return false;
+    }
+    if (!take(cluster, count, hole)) return false;
     at += 1 + lengthBytes + offsetBytes;
   }
   return false;
+}
+
+} // namespace
+
+bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents) {
+  return eachRun(list, clusters, [&extents](std::uint64_t cluster, std::uint64_t count, bool hole) {
+    if (!hole) extents.push_back({cluster, count});
+    return !hole;
+  });
+}
+
+bool countClusters(ByteView list, std::uint64_t clusters, std::uint64_t& count) {
+  count = 0;
+  return eachRun(list, clusters, [&](std::uint64_t, std::uint64_t here, bool hole) {
+    // Runs that overlap could add up to more than the volume has.
+    if (hole) return true;
+    if (here > clusters - count) return false;
+    count += here;
+    return true;
+  });
 }
 
 } // namespace vorda

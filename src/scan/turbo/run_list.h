@@ -19,4 +19,9 @@ struct Extent {
 // the length, then the signed offset relative to the previous run. A byte 0 ends the list.
 bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents);
 
+// The clusters that a list allocates, without its holes. False, and a number that means nothing, if the
+// list is malformed or truncated or a run extends past the volume's last cluster. A hole is a run
+// without an offset; the stream reads as zeroes there.
+bool countClusters(ByteView list, std::uint64_t clusters, std::uint64_t& count);
+
 } // namespace vorda

@@ -1,81 +1,16 @@
 #include "scan/turbo/tree_build.h"
 
 #include "base/text.h"
+#include "scan/turbo/link_build.h"
+#include "scan/turbo/type_tally.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <limits>
 #include <memory>
-#include <unordered_map>
 
 namespace vorda {
 
 namespace {
-
-// Totals by file extension as spelled, so that type keys are computed once per extension and
-// not once per file.
-class TypeTally {
-public:
-  explicit TypeTally(const NamePool& names) : names_(names) {}
-
-  void add(const PooledName& name, std::uint64_t bytes) {
-    const Ending ending = endingOf(name);
-    if (last_ == nullptr || last_->first != ending) last_ = &*totals_.try_emplace(ending).first;
-    last_->second.bytes += bytes;
-    ++last_->second.files;
-  }
-
-  void moveInto(TypeTotals& types) const {
-    for (const auto& [ending, total] : totals_) {
-      // Without the "x", a name that starts with a dot would have no type.
-      std::wstring name = L"x";
-      for (std::size_t i = 0; i < ending.length; ++i) {
-        name.push_back(static_cast<wchar_t>(ending.units[i]));
-      }
-      TypeTotal& sum = types[typeKeyOf(name)];
-      sum.bytes += total.bytes;
-      sum.files += total.files;
-    }
-  }
-
-private:
-  static constexpr std::size_t kMost = 13; // from this length on, the type is "(other)"
-
-  struct Ending {
-    std::array<std::uint16_t, 16> units{}; // whole 64-bit words, for the hash
-    std::size_t length = 0;
-    bool operator==(const Ending&) const = default;
-  };
-
-  struct EndingHash {
-    std::size_t operator()(const Ending& ending) const {
-      std::uint64_t hash = ending.length;
-      for (const std::uint64_t word : std::bit_cast<std::array<std::uint64_t, 4>>(ending.units)) {
-        hash = (hash ^ word) * 0x9E37'79B9'7F4A'7C15ULL;
-        hash ^= hash >> 32U;
-      }
-      return static_cast<std::size_t>(hash);
-    }
-  };
-
-  Ending endingOf(const PooledName& name) const {
-    Ending ending;
-    const NamePool::Units units = names_.units(name);
-    std::size_t dot = name.length;
-    while (dot > 0 && units[dot - 1] != '.') --dot;
-    // No dot, or only a leading or trailing one: no extension.
-    if (dot <= 1 || dot == name.length) return ending;
-    ending.length = std::min<std::size_t>(name.length - (dot - 1), kMost);
-    for (std::size_t i = 0; i < ending.length; ++i) ending.units[i] = units[dot - 1 + i];
-    return ending;
-  }
-
-  using Totals = std::unordered_map<Ending, TypeTotal, EndingHash>;
-  const NamePool& names_;
-  Totals totals_;
-  Totals::value_type* last_ = nullptr;
-};
 
 // The folders in options.leftOut and everything below them.
 class LeftOutFolders {
@@ -121,7 +56,7 @@ class Builder {
 public:
   Builder(RecordTable& table, const ScanOptions& options, ScanResult& result)
       : table_(table), options_(options), result_(result), types_(table.names),
-        leftOut_(options, result) {}
+        leftOut_(options, result), links_(table, result) {}
 
   bool run() {
     if (table_.size() <= kRootRecord) return false;
@@ -129,6 +64,7 @@ public:
     if (!root.seen() || !root.directory()) return false;
     addFolders();
     placeFolders();
+    if (options_.sink == nullptr) addFolderDisk();
     addFiles();
     types_.moveInto(result_.types);
     for (std::uint32_t folder = 0; folder < result_.folders.size(); ++folder) {
@@ -143,24 +79,24 @@ private:
   static constexpr std::uint64_t kOrphanLevel = kRootLevel + 2; // below "$Orphans"
   static constexpr std::uint64_t kClimbing = std::numeric_limits<std::uint64_t>::max();
 
-  bool isFolder(std::uint32_t record) {
-    return table_[record].seen() && table_[record].directory();
-  }
-
   // The parent folder of an entry; null if it is missing or has been replaced.
   RecordEntry* parentOf(const RecordEntry& entry) {
-    if (entry.nameLength == 0 || entry.parent >= table_.size()) return nullptr;
-    RecordEntry& parent = table_[entry.parent];
-    const bool same = entry.parentSequence == 0 || entry.parentSequence == parent.sequence;
-    return parent.seen() && parent.directory() && same ? &parent : nullptr;
+    return entry.nameLength == 0 ? nullptr : table_.folderAt(entry.parent, entry.parentSequence);
   }
 
   void addFolders();
   void placeFolders();
   void place(RecordEntry& folder);
   void climbed(RecordEntry& folder, const RecordEntry* parent);
+  void addFolderDisk();
+  void markFixed();
   void addFiles();
-  void keep(std::uint32_t index, const std::wstring& name, const RecordEntry& file);
+  std::uint64_t bytesOf(std::uint64_t clusters) const { return clusters * table_.clusterBytes; }
+  const SideFacts* factsOf(std::uint32_t record);
+  FileDisk diskOf(std::uint32_t record, std::uint32_t folder);
+  void addToAccount(std::uint32_t record, std::uint64_t bytes);
+  void keep(std::uint32_t index, std::uint32_t record, const std::wstring& name,
+            const FileDisk& disk);
   std::uint32_t folderOfFile(std::uint32_t record);
   std::uint32_t orphans();
 
@@ -168,23 +104,25 @@ private:
   const ScanOptions& options_;
   ScanResult& result_;
   TypeTally types_;
+  std::vector<std::uint32_t> folderRecords_; // ascending
   std::vector<RecordEntry*> climb_;
   std::uint32_t orphans_ = kNoFolder;
   LeftOutFolders leftOut_;
+  LinkBuilder links_;
+  std::vector<SideFacts>::const_iterator facts_;
   std::unique_ptr<FileTaker> taker_; // only with a sink
   std::uint32_t takenFrom_ = kNoFolder;
   std::wstring takenPath_;
 };
 
 void Builder::addFolders() {
-  std::uint32_t count = 0;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
-    if (isFolder(record)) ++count;
+    const RecordEntry& entry = table_[record];
+    if (entry.seen() && entry.directory()) folderRecords_.push_back(record);
   }
-  result_.folders.reserve(std::size_t{count} + 1);
+  result_.folders.reserve(folderRecords_.size() + 1);
   result_.folders.emplace_back().name = result_.rootPath;
-  for (std::uint32_t record = 0; record < table_.size(); ++record) {
-    if (!isFolder(record)) continue;
+  for (const std::uint32_t record : folderRecords_) {
     RecordEntry& entry = table_[record];
     entry.level = kUnknownLevel;
     entry.folderIndex = 0;
@@ -205,6 +143,10 @@ std::uint32_t Builder::orphans() {
     FolderEntry& folder = result_.folders.emplace_back();
     folder.name = L"$Orphans";
     folder.parent = 0;
+    if (!result_.disk.empty()) {
+      result_.disk.resize(result_.folders.size());
+      result_.disk.back().fixed = true;
+    }
   }
   return orphans_;
 }
@@ -244,9 +186,7 @@ void Builder::place(RecordEntry& folder) {
 
 void Builder::placeFolders() {
   table_[kRootRecord].level = kRootLevel;
-  for (std::uint32_t record = 0; record < table_.size(); ++record) {
-    if (isFolder(record)) place(table_[record]);
-  }
+  for (const std::uint32_t record : folderRecords_) place(table_[record]);
 }
 
 std::uint32_t Builder::folderOfFile(std::uint32_t record) {
@@ -258,20 +198,102 @@ std::uint32_t Builder::folderOfFile(std::uint32_t record) {
   return static_cast<std::uint32_t>(parent->folderIndex);
 }
 
-void Builder::keep(std::uint32_t index, const std::wstring& name, const RecordEntry& file) {
+// What a record has that only few have; nothing if it has none of it. Records must be asked for in
+// ascending order.
+const SideFacts* Builder::factsOf(std::uint32_t record) {
+  while (facts_ != table_.sideFacts.end() && facts_->record < record) ++facts_;
+  return facts_ != table_.sideFacts.end() && facts_->record == record ? &*facts_ : nullptr;
+}
+
+// The folders' own tables and streams.
+void Builder::addFolderDisk() {
+  result_.disk.resize(result_.folders.size());
+  markFixed();
+  facts_ = table_.sideFacts.begin();
+  for (const std::uint32_t record : folderRecords_) {
+    FolderDisk& disk = result_.disk[table_[record].folderIndex];
+    const SideFacts* facts = factsOf(record);
+    const std::uint64_t streams = facts == nullptr ? 0 : facts->streams;
+    disk.ownStreams = bytesOf(streams);
+    disk.ownTables = bytesOf(table_[record].clusters - std::min(table_[record].clusters, streams));
+    disk.addFile(disk.ownStreams, 0, !disk.fixed);
+  }
+}
+
+// The root, and everything in $Extend and $Orphans.
+void Builder::markFixed() {
+  std::vector<FolderDisk>& disk = result_.disk;
+  disk[0].fixed = true;
+  if (orphans_ != kNoFolder) disk[orphans_].fixed = true;
+  if (std::binary_search(folderRecords_.begin(), folderRecords_.end(), kExtendRecord)) {
+    disk[table_[kExtendRecord].folderIndex].fixed = true;
+  }
+  std::vector<bool> known(disk.size(), false);
+  known[0] = true;
+  std::vector<std::uint32_t> climbed;
+  for (std::uint32_t folder = 1; folder < disk.size(); ++folder) {
+    climbed.clear();
+    std::uint32_t at = folder;
+    while (!known[at] && !disk[at].fixed) {
+      climbed.push_back(at);
+      at = result_.folders[at].parent;
+    }
+    const bool fixed = at != 0 && disk[at].fixed;
+    for (const std::uint32_t one : climbed) {
+      disk[one].fixed = fixed;
+      known[one] = true;
+    }
+  }
+}
+
+FileDisk Builder::diskOf(std::uint32_t record, std::uint32_t folder) {
+  const RecordEntry& file = table_[record];
+  const SideFacts* facts = factsOf(record);
+  FileDisk disk;
+  disk.bytes = bytesOf(file.clusters);
+  if (facts != nullptr) disk.streams = bytesOf(facts->streams);
+  if ((file.flags & RecordEntry::kCloud) != 0) {
+    const std::uint64_t held = facts == nullptr ? 0 : bytesOf(facts->data);
+    disk.cloud = file.size - std::min(file.size, held);
+  }
+  if (taker_) return disk;
+  disk.link = links_.linkOf(record, folder, disk, facts != nullptr && facts->namesLeft > 0);
+  disk.comesBack = disk.link == kNoLink && record >= kFirstUserRecord &&
+                   (folder == 0 || !result_.disk[folder].fixed);
+  return disk;
+}
+
+// What the account says of a file in the root.
+void Builder::addToAccount(std::uint32_t record, std::uint64_t bytes) {
+  std::wstring name;
+  table_.names.read(table_[record].name(), name);
+  if (record < kFirstUserRecord) {
+    if (bytes != 0) result_.volume.system.push_back({name, bytes});
+  } else if (isPagingFile(name)) {
+    result_.volume.paging.push_back({name, bytes});
+  }
+}
+
+void Builder::keep(std::uint32_t index, std::uint32_t record, const std::wstring& name,
+                   const FileDisk& disk) {
+  const RecordEntry& file = table_[record];
   if (!taker_) {
-    result_.files.push_back({index, name, file.size, file.modified});
+    result_.files.push_back(
+        {index, name, file.size, file.modified, disk.bytes, disk.cloud, disk.link});
     return;
   }
   if (index != takenFrom_) {
     takenFrom_ = index;
     takenPath_ = folderPath(result_.folders, index, result_.separator);
   }
-  taker_->take({takenPath_, name, file.size, file.modified});
+  const std::uint64_t id = std::uint64_t{file.sequence} << 48U | record;
+  taker_->take({takenPath_, name, file.size, file.modified, true, disk.bytes, disk.cloud, id});
 }
 
 void Builder::addFiles() {
-  if (options_.sink != nullptr) taker_ = options_.sink->taker();
+  const bool withDisk = options_.sink == nullptr;
+  if (!withDisk) taker_ = options_.sink->taker();
+  facts_ = table_.sideFacts.begin();
   std::wstring name;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const RecordEntry& file = table_[record];
@@ -283,12 +305,25 @@ void Builder::addFiles() {
     ++folder.ownFiles;
     result_.byteCount += file.size;
     ++result_.fileCount;
-    types_.add(file.name(), file.size);
+    const FileDisk disk = diskOf(record, index);
+    TypeTotal more = {file.size, 1};
+    if (withDisk) {
+      if (index == 0) addToAccount(record, disk.bytes);
+      if (disk.link == kNoLink) {
+        FolderDisk& sums = result_.disk[index];
+        sums.addFile(disk.bytes, disk.cloud, disk.comesBack);
+        more.disk = disk.bytes;
+        more.cloud = disk.cloud;
+        if (disk.comesBack) more.back = disk.bytes;
+      }
+      if (record >= kFirstUserRecord) result_.disk[index].ownStreams += disk.streams;
+    }
+    types_.add(file.name(), more);
     if (record < kFirstUserRecord || file.nameLength == 0) continue;
     if (file.size < options_.fileListThreshold) continue;
     if (!options_.bounds.hold(file.size, file.modified)) continue;
     table_.names.read(file.name(), name);
-    if (options_.keeps(name, file.size)) keep(index, name, file);
+    if (options_.keeps(name, file.size)) keep(index, record, name, disk);
   }
   if (taker_) taker_->finish();
   taker_.reset();

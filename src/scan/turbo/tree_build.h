@@ -7,6 +7,7 @@
 namespace vorda {
 
 inline constexpr std::uint32_t kRootRecord = 5;       // the root folder of the volume
+inline constexpr std::uint32_t kExtendRecord = 11;    // the folder of the file system's later files
 inline constexpr std::uint32_t kFirstUserRecord = 16; // earlier ones belong to the file system
 inline constexpr std::uint32_t kMostSteps = 4096;     // from a folder to the root
 

@@ -3,6 +3,7 @@
 #include "scan/final_totals.h"
 #include "scan/turbo/table_extents.h"
 #include "scan/turbo/tree_build.h"
+#include "scan/turbo/volume_bitmap.h"
 
 #include <algorithm>
 #include <array>
@@ -39,22 +40,29 @@ public:
   RecordReader(Volume& volume, const MftLayout& layout, const MftExtents& extents,
                RecordTable& table, ScanProgress& progress)
       : volume_(volume), layout_(layout), extents_(extents), table_(table), progress_(progress),
-        chunkRecords_(static_cast<std::uint32_t>(
-            std::max<std::uint64_t>(kChunkBytes / layout.recordBytes, 1))) {}
+        chunkRecords_(static_cast<std::uint32_t>(std::clamp<std::uint64_t>(
+            kChunkBytes / layout.recordBytes, 1, std::max(table.size(), 1U)))) {}
 
   // Empty on success, also of a cancelled reading; else the failure word.
   std::string_view run();
 
   bool cutShort() const { return cutShort_; } // a cancel left records unread
 
+  // Of the file $Bitmap.
+  std::vector<StreamPiece>& bitmapPieces() { return bitmap_; }
+
 private:
   struct Worker {
-    Worker(std::uint8_t* chunk, NamePool& names) : buffer(chunk), pool(names) {}
+    Worker(std::uint8_t* chunk, NamePool& namePool) : buffer(chunk), pool(namePool) {}
     std::uint8_t* buffer;
     NamePool::Writer pool;
     std::vector<RecordExtension> extensions;
+    std::vector<SideName> names;
+    std::vector<SideFacts> facts;
+    std::vector<StreamPiece> bitmap;
     std::uint64_t inUse = 0;
     std::uint64_t bad = 0;
+    bool exact = true;
   };
   struct Chunk {
     std::uint32_t first = 0;
@@ -65,10 +73,13 @@ private:
   bool readNext(Worker& worker, Chunk& chunk);
   bool parse(Worker& worker, const Chunk& chunk);
   bool takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t record);
-  bool takeBase(Worker& worker, std::uint32_t record, const RecordHeader& header,
+  static bool takeNames(Worker& worker, ByteView bytes, ByteView first, const PooledName& pooled,
+                        SideName name);
+  bool takeBase(Worker& worker, ByteView bytes, std::uint32_t record, const RecordHeader& header,
                 const RecordValues& values);
-  bool takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
-                     const RecordValues& values);
+  bool takeExtension(Worker& worker, ByteView bytes, std::uint32_t record,
+                     const RecordHeader& header, const RecordValues& values);
+  void merge(std::vector<Worker>& workers);
   void publish(std::uint32_t count);
   bool fail(std::string_view word);
 
@@ -78,6 +89,7 @@ private:
   RecordTable& table_;
   ScanProgress& progress_;
   const std::uint32_t chunkRecords_;
+  std::vector<StreamPiece> bitmap_;
 
   std::mutex reading_; // guards the volume, next_, failure_ and cutShort_
   std::uint32_t next_ = 0;
@@ -87,8 +99,10 @@ private:
 };
 
 std::string_view RecordReader::run() {
+  // Whole pages, so that the last sector of a chunk fits and the next buffer is aligned.
+  constexpr std::size_t kPage = 4096;
   const std::size_t chunkBytes =
-      std::size_t{chunkRecords_} * std::max(layout_.recordBytes, std::uint32_t{1});
+      (std::size_t{chunkRecords_} * layout_.recordBytes + kPage - 1) / kPage * kPage;
   const PageBuffer buffer = volume_.buffer(kWorkers * chunkBytes);
   if (!buffer) return kMftMemory;
   std::vector<Worker> workers;
@@ -109,15 +123,36 @@ std::string_view RecordReader::run() {
   if (!failure_.empty()) return failure_;
   std::uint64_t inUse = 0;
   std::uint64_t bad = 0;
-  std::vector<RecordExtension> extensions = std::move(workers[0].extensions);
   for (const Worker& worker : workers) {
     inUse += worker.inUse;
     bad += worker.bad;
-    extensions.insert(extensions.end(), worker.extensions.begin(), worker.extensions.end());
   }
   if (bad > std::max<std::uint64_t>(inUse / kRecordsPerBadOne, 1)) return kMftCorrupt;
-  applyExtensions(table_, extensions);
+  merge(workers);
   return {};
+}
+
+// Moves the items of a worker behind those of the others.
+template <typename Item> void append(std::vector<Item>& all, std::vector<Item>& from) {
+  if (all.empty()) {
+    all = std::move(from);
+  } else {
+    all.insert(all.end(), std::make_move_iterator(from.begin()),
+               std::make_move_iterator(from.end()));
+  }
+  std::vector<Item>().swap(from);
+}
+
+void RecordReader::merge(std::vector<Worker>& workers) {
+  std::vector<RecordExtension> extensions;
+  for (Worker& worker : workers) {
+    append(extensions, worker.extensions);
+    append(table_.sideNames, worker.names);
+    append(table_.sideFacts, worker.facts);
+    append(bitmap_, worker.bitmap);
+    table_.exact = table_.exact && worker.exact;
+  }
+  applyExtensions(table_, extensions);
 }
 
 bool RecordReader::fail(std::string_view word) {
@@ -179,42 +214,84 @@ bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t
     ++worker.bad;
     return true;
   }
-  const RecordValues values = readValues(view);
+  const RecordValues values = readValues(view, layout_);
   if (values.broken) ++worker.bad;
-  return header.base ? takeBase(worker, record, header, values)
-                     : takeExtension(worker, record, header, values);
+  if (!values.clusters.exact) worker.exact = false;
+  if (record == kBitmapRecord || (!header.base && header.baseReference.record == kBitmapRecord)) {
+    addDataPieces(view, layout_, worker.bitmap);
+  }
+  return header.base ? takeBase(worker, view, record, header, values)
+                     : takeExtension(worker, view, record, header, values);
 }
 
-bool RecordReader::takeBase(Worker& worker, std::uint32_t record, const RecordHeader& header,
-                            const RecordValues& values) {
+// Notes all names of a record but its DOS names. first: the one that is pooled already.
+bool RecordReader::takeNames(Worker& worker, ByteView bytes, ByteView first,
+                             const PooledName& pooled, SideName name) {
+  AttributeWalk walk(bytes);
+  Attribute attribute;
+  while (walk.next(attribute)) {
+    const OwnName own = ownNameOf(attribute);
+    if (own.name.empty()) continue;
+    name.name = pooled;
+    if (own.name.data() != first.data() && !worker.pool.add(own.name, name.name)) return false;
+    name.parent = own.parent;
+    name.parentSequence = own.parentSequence;
+    name.rank = own.rank;
+    worker.names.push_back(name);
+  }
+  return true;
+}
+
+bool RecordReader::takeBase(Worker& worker, ByteView bytes, std::uint32_t record,
+                            const RecordHeader& header, const RecordValues& values) {
   RecordEntry& entry = table_[record];
+  const auto flag = [](bool set, std::uint8_t bit) { return set ? bit : std::uint8_t{0}; };
+  const bool manyNames = values.ownNames > 1 && !header.directory;
   entry.flags = static_cast<std::uint8_t>(
-      RecordEntry::kSeen | (header.directory ? RecordEntry::kDirectory : 0) |
-      (!values.name.empty() && values.nameRank < kDosNameRank ? RecordEntry::kOwnName : 0));
+      RecordEntry::kSeen | flag(header.directory, RecordEntry::kDirectory) |
+      flag(!values.name.empty() && values.nameRank < kDosNameRank, RecordEntry::kOwnName) |
+      flag(manyNames, RecordEntry::kManyOwn) | flag(values.cloud, RecordEntry::kCloud));
   entry.sequence = header.sequence;
   entry.size = values.size;
   entry.modified = values.modified;
+  entry.clusters = values.clusters.all;
+  const std::int32_t namesLeft =
+      header.directory ? 0 : std::int32_t{header.names} - std::int32_t{values.fileNames};
+  const std::uint64_t data = values.cloud ? values.clusters.data : 0;
+  if (namesLeft > 0 || values.clusters.streams != 0 || data != 0) {
+    worker.facts.push_back({values.clusters.streams, data, record, namesLeft});
+  }
   if (values.name.empty()) return true;
   PooledName name;
   if (!worker.pool.add(values.name, name)) return false;
   entry.setName(name, values.nameRank, values.parent, values.parentSequence);
-  return true;
+  if (!manyNames) return true;
+  SideName side;
+  side.record = record;
+  side.sequence = header.sequence;
+  return takeNames(worker, bytes, values.name, name, side);
 }
 
-bool RecordReader::takeExtension(Worker& worker, std::uint32_t record, const RecordHeader& header,
-                                 const RecordValues& values) {
-  if (values.size == 0 && values.name.empty()) return true;
+bool RecordReader::takeExtension(Worker& worker, ByteView bytes, std::uint32_t record,
+                                 const RecordHeader& header, const RecordValues& values) {
+  if (values.size == 0 && values.name.empty() && values.clusters.all == 0) return true;
   RecordExtension extension;
   extension.size = values.size;
+  extension.clusters = values.clusters;
   extension.record = record;
   extension.base = static_cast<std::uint32_t>(header.baseReference.record);
   extension.baseSequence = header.baseReference.sequence;
+  extension.fileNames = values.fileNames;
   extension.parent = values.parent;
   extension.parentSequence = values.parentSequence;
   extension.nameRank = values.nameRank;
   if (!values.name.empty() && !worker.pool.add(values.name, extension.name)) return false;
   worker.extensions.push_back(extension);
-  return true;
+  if (values.ownNames == 0) return true;
+  SideName side;
+  side.record = extension.base;
+  side.sequence = extension.baseSequence;
+  return takeNames(worker, bytes, values.name, extension.name, side);
 }
 
 void RecordReader::publish(std::uint32_t count) {
@@ -255,6 +332,16 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
   RecordReader reader(*opened.volume, layout, extents, table, progress);
   if (const auto word = reader.run(); !word.empty()) return word;
+  table.clusterBytes = layout.clusterBytes;
+  if (options.sink == nullptr && !reader.cutShort()) {
+    result.volume.counted = true;
+    result.volume.cluster = layout.clusterBytes;
+    result.volume.exact = table.exact;
+    if (const auto used = usedClusters(*opened.volume, layout, std::move(reader.bitmapPieces()))) {
+      result.volume.fromBitmap = result.volume.usedKnown = true;
+      result.volume.used = *used * layout.clusterBytes;
+    }
+  }
   opened.volume.reset();
   progress.phase = kPhaseSumming;
   progress.setStatus(ScanStatus::tree);

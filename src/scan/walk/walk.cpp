@@ -6,6 +6,7 @@
 #include "rules/safety_rules.h"
 #include "scan/final_totals.h"
 #include "scan/targets.h"
+#include "scan/walk/walk_disk.h"
 #include "scan/walk/walk_queue.h"
 
 #include <algorithm>
@@ -37,15 +38,24 @@ struct FinishedFolder {
   std::wstring name;
   std::uint64_t ownBytes;
   std::uint64_t ownFiles;
+  ItemDisk disk;
+  bool unlisted; // adds to the folder's bytes on disk only
+};
+
+// What one folder adds up to.
+struct FolderSums {
+  std::uint64_t bytes = 0;
+  std::uint64_t files = 0;
+  ItemDisk disk;
 };
 
 // The partial result of one worker. While it works, other threads read only the atomics.
 struct alignas(64) WalkWorker {
   std::atomic<std::uint64_t> files{0};
   std::atomic<std::uint64_t> bytes{0};
-  std::vector<FinishedFolder> folders; // with a sink, folders, kept and types stay empty
+  std::vector<FinishedFolder> folders; // with a sink, folders, kept and met stay empty
   std::vector<FileEntry> kept;
-  TypeTotals types;
+  MetFiles met;
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
   unsigned finishedFolders = 0;
@@ -71,6 +81,8 @@ public:
       if (options_.sink != nullptr) break;
       worker.tops = std::make_unique<std::atomic<std::uint64_t>[]>(kMostTops);
     }
+    wholeDrive_ = root.size() == 3 && isDriveLetterPath(root);
+    clusterBytes_ = source.clusterBytes(root);
   }
 
   void run() {
@@ -104,13 +116,19 @@ private:
   void tryToWork(WalkWorker& worker) noexcept;
   void readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
                   std::vector<FolderTask>& found);
-  void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) const;
+  bool readItems(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
+                 std::vector<FolderTask>& found, FolderSums& sums);
+  void takeFile(WalkWorker& worker, const FolderTask& task, const FolderItem& item, bool unlisted,
+                FolderSums& sums);
+  void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
+            const ItemDisk& disk) const;
   bool isLeftOut(const std::wstring& path) const;
   void addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
                  std::vector<FolderTask>& found);
   void publish(const FolderTask& task);
   std::uint32_t numberTop(std::wstring_view name);
   void publishTops();
+  static void mergeFolders(WalkWorker& worker, ScanResult& result);
 
   FolderSource& source_;
   ScanProgress& progress_;
@@ -129,6 +147,8 @@ private:
   std::vector<std::wstring> topNames_;
   std::mutex topMutex_; // for the names, and for publishing one at a time
   ScanClock::time_point topsPublished_ = ScanClock::now();
+  bool wholeDrive_ = false;
+  std::uint32_t clusterBytes_ = 0;
 };
 
 // What one worker cannot do, for want of memory above all, fails the whole walk.
@@ -162,54 +182,93 @@ void Walk::work(WalkWorker& worker) {
   worker.taker.reset();
 }
 
-void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
-                      std::vector<FolderTask>& found) {
-  std::uint64_t bytes = 0;
-  std::uint64_t files = 0;
+// Returns whether anything was found in the folder.
+bool Walk::readItems(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
+                     std::vector<FolderTask>& found, FolderSums& sums) {
   unsigned seen = 0;
-  const bool opened = reader.open(task.path, task.literal);
-  if (opened) {
-    FolderItem item;
-    while (reader.next(item)) {
-      if ((++seen & kCancelCheckMask) == 0 && progress_.cancelRequested.load()) {
-        cutShort_ = true;
-        break;
-      }
-      if (item.reparsePoint) continue;
-      if (item.folder) {
-        addFolder(worker, task, item, found);
-        continue;
-      }
-      bytes += item.size;
-      ++files;
-      if (!worker.taker) addToType(worker.types, item.name, item.size);
-      if (options_.keeps(item.name, item.size)) keep(worker, task, item);
+  FolderItem item;
+  while (reader.next(item)) {
+    if ((++seen & kCancelCheckMask) == 0 && progress_.cancelRequested.load()) {
+      cutShort_ = true;
+      break;
+    }
+    // Other reparse points are links, and not even these figures follow them.
+    const bool unlisted = task.unlisted || item.reparsePoint;
+    if (item.reparsePoint && (worker.taker || !isDataReparse(item))) continue;
+    if (!item.folder) {
+      takeFile(worker, task, item, unlisted, sums);
+    } else if (!unlisted || (item.attributes & kAttributeRecallOnOpen) == 0) {
+      // Listing a folder whose contents were never fetched would fetch them.
+      addFolder(worker, task, item, found);
     }
   }
-  if (!opened || reader.endedEarly()) {
+  return seen != 0;
+}
+
+void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
+                      std::vector<FolderTask>& found) {
+  FolderSums sums;
+  const bool opened = reader.open(task.path, task.literal);
+  const bool any = opened && readItems(worker, reader, task, found, sums);
+  if (!task.unlisted && (!opened || reader.endedEarly())) {
     ++worker.unreadableFolders;
-    if (task.root && seen == 0) rootUnreadable_ = true;
+    if (task.root && !any) rootUnreadable_ = true;
   }
   // Only this worker writes them; others read them to publish progress.
-  worker.bytes.store(worker.bytes.load(std::memory_order_relaxed) + bytes,
+  worker.bytes.store(worker.bytes.load(std::memory_order_relaxed) + sums.bytes,
                      std::memory_order_relaxed);
-  worker.files.store(worker.files.load(std::memory_order_relaxed) + files,
+  worker.files.store(worker.files.load(std::memory_order_relaxed) + sums.files,
                      std::memory_order_relaxed);
   if (worker.tops && task.top > 0) {
     std::atomic<std::uint64_t>& top = worker.tops[task.top - 1];
-    top.store(top.load(std::memory_order_relaxed) + bytes, std::memory_order_relaxed);
+    top.store(top.load(std::memory_order_relaxed) + sums.bytes, std::memory_order_relaxed);
   }
   if (worker.taker) return;
-  worker.folders.push_back({task.index, task.parent, std::wstring(task.name()), bytes, files});
+  std::wstring name = task.unlisted ? std::wstring() : std::wstring(task.name());
+  worker.folders.push_back(
+      {task.index, task.parent, std::move(name), sums.bytes, sums.files, sums.disk, task.unlisted});
 }
 
-void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) const {
+void Walk::takeFile(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
+                    bool unlisted, FolderSums& sums) {
+  const ItemDisk disk = diskOf(item, clusterBytes_);
+  if (!unlisted) {
+    sums.bytes += item.size;
+    ++sums.files;
+  }
+  if (!worker.taker) {
+    MetFiles& met = worker.met;
+    (item.disk == kUnknownDisk ? met.guessed : met.told) = true;
+    sums.disk.disk += disk.disk;
+    sums.disk.cloud += disk.cloud;
+    std::uint32_t type = kNoType;
+    if (unlisted) {
+      ++met.unlistedFiles;
+      met.unlistedBytes += item.size;
+    } else {
+      type = met.types.add(item.name, {item.size, 1, disk.disk, disk.disk, disk.cloud});
+    }
+    if (task.root && wholeDrive_ && isPagingFile(item.name)) {
+      met.paging.push_back({std::wstring(item.name), disk.disk});
+    }
+    if (item.id != 0) {
+      met.files.push_back({item.id, item.size, disk.disk, task.index, foldedHash(item.name), type,
+                           disk.cloud != 0});
+    }
+  }
+  if (!unlisted && options_.keeps(item.name, item.size)) keep(worker, task, item, disk);
+}
+
+void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
+                const ItemDisk& disk) const {
   const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
   if (!options_.bounds.hold(item.size, modified)) return;
   if (worker.taker) {
-    worker.taker->take({task.path, item.name, item.size, modified});
+    worker.taker->take({task.path, item.name, item.size, modified, item.disk != kUnknownDisk,
+                        disk.disk, disk.cloud, item.id});
   } else {
-    worker.kept.push_back({task.index, std::wstring(item.name), item.size, modified});
+    worker.kept.push_back(
+        {task.index, std::wstring(item.name), item.size, modified, disk.disk, disk.cloud});
   }
 }
 
@@ -227,11 +286,12 @@ void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderIte
   FolderTask child;
   child.path = joinPath(task.path, item.name);
   if (isLeftOut(child.path)) return;
-  child.index = nextIndex_.fetch_add(1, std::memory_order_relaxed);
+  child.unlisted = task.unlisted || item.reparsePoint;
+  child.index = child.unlisted ? task.index : nextIndex_.fetch_add(1, std::memory_order_relaxed);
   child.parent = task.index;
   child.nameStart = child.path.size() - item.name.size();
   child.literal = task.literal || losesItsEnd(item.name);
-  child.top = task.root ? numberTop(item.name) : task.top;
+  child.top = task.root && !child.unlisted ? numberTop(item.name) : task.top;
   found.push_back(std::move(child));
   if (found.size() == kAddAtOnce) queue_.add(found);
 }
@@ -282,28 +342,54 @@ void Walk::publish(const FolderTask& task) {
 void Walk::mergeInto(ScanResult& result) {
   result.folderCount = nextIndex_.load();
   if (options_.sink == nullptr) result.folders.resize(nextIndex_.load());
+  result.disk.resize(result.folders.size());
   std::size_t kept = 0;
   for (const WalkWorker& worker : workers_) kept += worker.kept.size();
   result.files.reserve(kept);
+  bool told = false;
+  bool guessed = false;
+  std::vector<MetFiles*> met;
   for (WalkWorker& worker : workers_) {
-    for (FinishedFolder& folder : worker.folders) {
-      if (folder.index >= result.folders.size()) continue;
-      FolderEntry& entry = result.folders[folder.index];
-      entry.parent = folder.parent;
-      entry.name = std::move(folder.name);
-      entry.ownBytes = folder.ownBytes;
-      entry.ownFiles = folder.ownFiles;
-    }
-    std::vector<FinishedFolder>().swap(worker.folders);
+    mergeFolders(worker, result);
     std::move(worker.kept.begin(), worker.kept.end(), std::back_inserter(result.files));
     std::vector<FileEntry>().swap(worker.kept);
-    mergeTypes(result.types, worker.types);
+    worker.met.types.moveInto(result.types);
     result.fileCount += worker.files.load();
     result.byteCount += worker.bytes.load();
     result.unreadableFolders += worker.unreadableFolders;
     result.skippedFolders += worker.skippedFolders;
+    result.volume.unlistedFiles += worker.met.unlistedFiles;
+    result.volume.unlistedBytes += worker.met.unlistedBytes;
+    std::move(worker.met.paging.begin(), worker.met.paging.end(),
+              std::back_inserter(result.volume.paging));
+    told = told || worker.met.told;
+    guessed = guessed || worker.met.guessed;
+    met.push_back(&worker.met);
   }
+  if (guessed && !told) {
+    result.disk.clear();
+  } else {
+    addLinks(met, result);
+  }
+  result.volume.exact = !guessed;
+  result.volume.cluster = clusterBytes_;
   if (cutShort_) result.partial = Partial::cancelled;
+}
+
+void Walk::mergeFolders(WalkWorker& worker, ScanResult& result) {
+  for (FinishedFolder& folder : worker.folders) {
+    if (folder.index >= result.folders.size()) continue;
+    FolderDisk& disk = result.disk[folder.index];
+    disk.addFile(folder.disk.disk, folder.disk.cloud, true);
+    // Its parent and name come from the folder itself, which may be another worker's.
+    if (folder.unlisted) continue;
+    FolderEntry& entry = result.folders[folder.index];
+    entry.parent = folder.parent;
+    entry.name = std::move(folder.name);
+    entry.ownBytes = folder.ownBytes;
+    entry.ownFiles = folder.ownFiles;
+  }
+  std::vector<FinishedFolder>().swap(worker.folders);
 }
 
 // The root by its plain name if it has one: files found below it can then be compared with those of

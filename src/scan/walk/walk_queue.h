@@ -22,6 +22,9 @@ struct FolderTask {
   std::uint32_t top = 0; // number of the folder in the root that this one is or lies in; 0: of none
   bool root = false;
   bool literal = false; // see FolderReader::open
+  // Below a reparse point that is no link: counts in index, the folder that holds it, and only in the
+  // figures of bytes on disk.
+  bool unlisted = false;
 
   std::wstring_view name() const { return std::wstring_view(path).substr(nameStart); }
 };

@@ -7,7 +7,7 @@
 #include "scan/walk/walk.h"
 #include "support/memory_contents.h"
 #include "support/memory_disk.h"
-#include "tree/size_tree.h"
+#include "tree/disk_sums.h"
 
 #include <map>
 #include <memory>
@@ -44,7 +44,7 @@ struct App {
     };
     state.steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
     state.steps.finish = [](Job& job) {
-      sumTree(job.result.folders, job.progress);
+      sumScan(job.result, job.progress);
       buildResultDocument(job, kDocumentOptions, 0);
     };
     state.targets = [] {

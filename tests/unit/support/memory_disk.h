@@ -27,6 +27,9 @@ struct DiskNode {
   std::uint64_t size = 0;
   std::uint64_t lastWrite = 0;
   std::uint64_t id = 0;
+  std::uint32_t tag = kNoReparseTag; // of a reparse point that is no link
+  std::optional<std::uint64_t> disk; // bytes on disk, if not as many clusters as the size takes
+  std::uint32_t attributes = 0;
   DiskNode* parent = nullptr;
   std::vector<std::shared_ptr<DiskNode>> children;
 };
@@ -66,6 +69,7 @@ public:
   bool longPaths = true;
   bool finalPlaces = true;
   bool identities = true;
+  std::uint32_t cluster = 0; // in bytes; 0: listings tell neither bytes on disk nor identities
   int shellCalls = 0;
   std::atomic<int> listed{0}; // folders opened
   std::vector<std::wstring> handed;
@@ -110,6 +114,14 @@ public:
     return path;
   }
 
+  // Another name for a file.
+  DiskNode& hardLink(const std::wstring& path, const DiskNode& file) {
+    DiskNode& node = add(path, file.size);
+    node.id = file.id;
+    node.disk = file.disk;
+    return node;
+  }
+
   DiskNode& link(const std::wstring& path, const std::wstring& target) {
     DiskNode& node = add(path + L'\\');
     node.link = target;
@@ -139,6 +151,11 @@ public:
     return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
   }
   std::wstring absolute(const std::wstring& path) override { return path; }
+  std::uint32_t clusterBytes(const std::wstring&) override { return cluster; }
+  std::uint64_t allocatedBytes(const std::wstring& path) override {
+    const DiskNode* node = resolve(path, false);
+    return node == nullptr || cluster == 0 ? kUnknownDisk : diskOf(*node);
+  }
 
   // ---- Machine
   std::wstring fullPath(const std::wstring& path) override { return read(path); }
@@ -311,6 +328,10 @@ private:
     return std::make_unique<MemoryJournal>(*this, journal);
   }
 
+  std::uint64_t diskOf(const DiskNode& node) const {
+    return node.disk.value_or((node.size + cluster - 1) / cluster * cluster);
+  }
+
   class Reader final : public FolderReader {
   public:
     explicit Reader(MemoryDisk& disk) : disk_(disk) {}
@@ -327,7 +348,14 @@ private:
     bool next(FolderItem& item) override {
       if (next_ == items_.size()) return false;
       const DiskNode& one = *items_[next_++];
-      item = {one.name, one.size, one.lastWrite, one.folder, false, !one.link.empty()};
+      const bool reparsePoint = !one.link.empty() || one.tag != kNoReparseTag;
+      item = {one.name, one.size, one.lastWrite, one.folder, false, reparsePoint};
+      item.attributes = one.attributes;
+      item.tag = one.link.empty() ? one.tag : 0xA000'000C;
+      if (disk_.cluster != 0) {
+        item.disk = disk_.diskOf(one);
+        item.id = one.id;
+      }
       return true;
     }
     bool endedEarly() const override { return endsEarly_; }
@@ -422,7 +450,10 @@ private:
       binBytes += node.size;
       ++binItems;
       if (DiskNode* bin = at(L"C:\\$Recycle.Bin\\S-1"); bin != nullptr && !node.folder) {
-        add(L"C:\\$Recycle.Bin\\S-1\\$R" + std::to_wstring(node.id) + node.name, node.size);
+        DiskNode& binned =
+            add(L"C:\\$Recycle.Bin\\S-1\\$R" + std::to_wstring(node.id) + node.name, node.size);
+        binned.id = node.id;
+        binned.disk = node.disk;
       }
     }
     removeNode(node);

@@ -89,6 +89,40 @@ public:
     return add(type, attribute);
   }
 
+  // A stream of this many bytes with a name.
+  TestRecord& stream(const std::wstring& name, std::uint64_t size, const Bytes& runs) {
+    Bytes attribute;
+    put(attribute, 8, 1, 1);
+    put(attribute, 9, name.size(), 1);
+    put(attribute, 10, 64, 2);
+    put(attribute, 48, size, 8);
+    attribute.resize(64);
+    for (const wchar_t unit : name) {
+      put(attribute, attribute.size(), static_cast<std::uint64_t>(unit), 2);
+    }
+    put(attribute, 32, attribute.size(), 2);
+    attribute.insert(attribute.end(), runs.begin(), runs.end());
+    return add(kData, attribute);
+  }
+
+  // How many names the file has, as the record says.
+  TestRecord& names(std::uint16_t count) {
+    put(bytes_, 18, count, 2);
+    return *this;
+  }
+
+  TestRecord& attributes(std::uint32_t flags) {
+    Bytes value(48);
+    put(value, 32, flags, 4);
+    return resident(kStandardInformation, value);
+  }
+
+  TestRecord& reparse(std::uint32_t tag) {
+    Bytes value(16);
+    put(value, 0, tag, 4);
+    return resident(kReparsePoint, value);
+  }
+
   TestRecord& modified(std::uint64_t fileTime) {
     Bytes value(32);
     put(value, 8, fileTime, 8);

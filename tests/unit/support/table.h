@@ -3,6 +3,7 @@
 
 #include "base/paths.h"
 #include "scan/scan_result.h"
+#include "tree/disk_sums.h"
 #include "tree/size_tree.h"
 
 #include <string>
@@ -45,7 +46,7 @@ public:
 
   ScanResult& summed() {
     ScanProgress progress;
-    sumTree(result.folders, progress);
+    sumScan(result, progress);
     return result;
   }
 

@@ -1,0 +1,332 @@
+// Bytes on disk as turbo finds them: run lists, all names, and the account of the volume.
+#include "base/paths.h"
+#include "base/text.h"
+#include "scan/turbo/run_list.h"
+#include "scan/turbo/turbo_scan.h"
+#include "scan/turbo/volume_bitmap.h"
+#include "tree/account.h"
+#include "tree/disk_sums.h"
+#include "tree/size_tree.h"
+
+#include "support/mft_volume.h"
+
+#include <doctest/doctest.h>
+
+#include <random>
+
+using namespace vorda;
+using namespace vorda::test;
+
+namespace {
+
+const std::uint64_t kRoot = reference(5, 5);
+constexpr std::uint64_t kCluster = 512;
+
+ScanResult scanned(const TestVolume& volume) {
+  ScanProgress progress;
+  ScanOptions options;
+  options.root = L"d:";
+  options.fileListThreshold = 0;
+  options.namePatterns = {L"*"};
+  ScanResult result;
+  const auto open = [&volume](wchar_t) {
+    return OpenedVolume{std::make_unique<MemoryVolume>(volume.image()), {}};
+  };
+  REQUIRE(turboScan(open, progress, options, result));
+  result.volume.wholeVolume = true;
+  sumScan(result, progress);
+  return result;
+}
+
+// "on disk, back, in the cloud" of a folder, in clusters.
+std::string figures(const ScanResult& result, const std::wstring& path) {
+  const auto folder = findFolder(result.folders, L"d:\\", joinPath(L"d:\\", path));
+  REQUIRE(folder);
+  const FolderDisk& disk = result.disk[*folder];
+  return std::to_string(disk.totalDisk / kCluster) + " " +
+         std::to_string(disk.totalBack / kCluster) + " " + std::to_string(disk.totalCloud);
+}
+
+// The same of a file that the scan lists.
+std::string fileFigures(const ScanResult& result, const std::wstring& name) {
+  for (const FileEntry& file : result.files) {
+    if (file.name != name) continue;
+    return std::to_string(file.disk / kCluster) + " " +
+           std::to_string(backOf(result, file) / kCluster) + " " + std::to_string(file.cloud);
+  }
+  return "missing";
+}
+
+const AccountRow& rowOf(const Account& account, std::string_view code) {
+  const auto row = std::find_if(account.rows.begin(), account.rows.end(),
+                                [code](const AccountRow& one) { return one.code == code; });
+  REQUIRE(row != account.rows.end());
+  return *row;
+}
+
+// A run list of holes and runs: { length, offset }, where offset 0 makes a hole.
+Bytes holed(const std::vector<std::pair<std::uint8_t, std::int8_t>>& runs) {
+  Bytes list;
+  for (const auto& [count, offset] : runs) {
+    list.push_back(offset == 0 ? 0x01 : 0x11);
+    list.push_back(count);
+    if (offset != 0) list.push_back(static_cast<std::uint8_t>(offset));
+  }
+  list.push_back(0);
+  return list;
+}
+
+} // namespace
+
+TEST_CASE("allocated clusters of a run list") {
+  struct Row {
+    Bytes list;
+    std::uint64_t clusters; // of the volume
+    int count;              // -1: refused
+  };
+  const std::vector<Row> rows = {
+      {{0}, 100, 0},
+      {holed({{7, 0}, {5, 10}, {9, 0}, {2, 20}, {3, 0}}), 100, 7},
+      {holed({{7, 0}}), 1, 0}, // a hole may be larger than the volume
+      {holed({{5, 10}}), 14, -1},
+      {holed({{5, 10}, {5, -9}, {5, 1}}), 14, -1}, // more clusters than there are
+      {holed({{5, 10}, {5, -9}, {4, 1}}), 15, 14},
+      {{0x01}, 100, -1},
+      {{0x11, 0x05, 0x0A}, 100, -1}, // without an end
+      {{0x01, 0x00, 0x00}, 100, -1},
+      {{0x09, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 100, -1},
+      {{}, 100, -1}};
+  for (const Row& row : rows) {
+    std::uint64_t count = 0;
+    const bool good = countClusters({row.list.data(), row.list.size()}, row.clusters, count);
+    CHECK((good ? static_cast<int>(count) : -1) == row.count);
+  }
+}
+
+TEST_CASE("streams, holes, extension records, the system's compression and the cloud") {
+  TestVolume volume;
+  constexpr std::uint32_t kCloud = 0x9000'601A;
+  volume.add(
+      20,
+      TestRecord(true).name(L"a", kRoot).nonResident(kIndexAllocation, 4096, runList({{8, 900}})));
+  const std::uint64_t a = reference(20, 1);
+  volume.add(30, TestRecord().name(L"resident", a).resident(kData, Bytes(100)));
+  volume.add(31, TestRecord()
+                     .name(L"sparse", a)
+                     .nonResident(kData, 1 << 20U, holed({{90, 0}, {3, 70}, {9, 0}})));
+  volume.add(32, TestRecord()
+                     .name(L"streams", a)
+                     .nonResident(kData, 512, runList({{1, 300}}))
+                     .stream(L"Zone", 1000, runList({{2, 400}})));
+  // Only in another stream, which is no further one.
+  volume.add(33, TestRecord()
+                     .name(L"packed", a)
+                     .nonResident(kData, 100'000, holed({{100, 0}}))
+                     .stream(L"WofCompressedData", 2000, runList({{4, 500}}))
+                     .reparse(0x8000'0017));
+  volume.add(
+      34,
+      TestRecord().name(L"cloud", a).nonResident(kData, 5000, holed({{10, 0}})).reparse(kCloud));
+  volume.add(35, TestRecord()
+                     .attributes(kAttributeRecallOnDataAccess)
+                     .name(L"partly", a)
+                     .nonResident(kData, 5000, holed({{7, 0}, {3, 100}}))
+                     .stream(L"x", 1, runList({{1, 600}})));
+  volume.add(
+      36,
+      TestRecord().name(L"link", a).reparse(0xA000'000C).attributes(kAttributeRecallOnDataAccess));
+  volume.add(37, TestRecord().name(L"pieces", a).nonResident(kData, 9000, runList({{2, 610}})));
+  volume.add(38, TestRecord(false, reference(37, 1))
+                     .nonResident(kData, 0, runList({{5, 620}}), 2)
+                     .stream(L"y", 10, runList({{1, 630}})));
+  volume.add(39, TestRecord(false, reference(37, 9)).nonResident(kData, 0, runList({{9, 640}}), 7));
+  // The run list is damaged: the head is believed.
+  Bytes damaged = runList({{3, 0x7000'0000}});
+  volume.add(40, TestRecord().name(L"damaged", a).nonResident(kData, 9000, damaged));
+  const ScanResult result = scanned(volume);
+  for (const auto& [name, expected] : std::vector<std::pair<const wchar_t*, std::string>>{
+           {L"resident", "0 0 0"},
+           {L"sparse", "3 3 0"},
+           {L"streams", "3 3 0"},
+           {L"packed", "4 4 0"},
+           {L"cloud", "0 0 5000"},
+           {L"partly", "4 4 3464"},
+           {L"link", "0 0 0"},
+           {L"pieces", "8 8 0"}, // without the record that belongs to no file
+           {L"damaged", "0 0 0"}}) {
+    CAPTURE(toUtf8(name));
+    CHECK(fileFigures(result, name) == expected);
+  }
+  CHECK(figures(result, L"a") == "30 30 8464");
+  CHECK(result.types.at(L"(none)").disk == (22 + 128) * kCluster);
+  CHECK_FALSE(result.volume.exact);
+  const Account account = accountOf(result);
+  CHECK(*rowOf(account, "streams").bytes == 4 * kCluster);
+  CHECK(*rowOf(account, "tables").bytes == 8 * kCluster);
+  CHECK(*rowOf(account, "files").bytes == 18 * kCluster);
+  CHECK(*rowOf(account, "cloud").bytes == 8464);
+  CHECK(rowOf(account, "cloud").info);
+  CHECK(rowOf(account, "system").parts.front().name == L"$MFT");
+}
+
+TEST_CASE("what comes back of files with several names") {
+  TestVolume volume;
+  const auto folder = [&volume](std::uint32_t record, const wchar_t* name, std::uint64_t parent) {
+    volume.add(record, TestRecord(true).name(name, parent));
+    return reference(record, 1);
+  };
+  const std::uint64_t a = folder(20, L"a", kRoot);
+  const std::uint64_t b = folder(21, L"b", a);
+  const std::uint64_t c = folder(22, L"c", a);
+  const std::uint64_t d = folder(23, L"d", kRoot);
+  folder(11, L"$Extend", kRoot);
+  std::uint32_t at = 600;
+  const auto file = [&](std::uint32_t record, std::uint32_t clusters,
+                        const std::vector<std::uint64_t>& parents) -> TestRecord& {
+    TestRecord& made = volume.add(record, TestRecord());
+    for (std::size_t i = 0; i < parents.size(); ++i) {
+      made.name(L"f" + std::to_wstring(record) + L"." + std::to_wstring(i), parents[i]);
+    }
+    at += 20;
+    return made.nonResident(kData, clusters * 512, runList({{clusters, at}}));
+  };
+  file(30, 1, {b, b}); // both in one folder
+  file(31, 2, {b, c}); // meet in a
+  file(32, 4, {c, d}); // meet in the root
+  file(33, 8, {d});    // one name and a DOS name
+  volume.records.at(33).name(L"F33~1", d, 2).names(2);
+  file(34, 16, {d}).names(3); // two names are nowhere
+  file(35, 32, {b});          // a second name in an extension record
+  volume.add(36, TestRecord(false, reference(35, 1)).name(L"far", d));
+  file(37, 64, {c, reference(11, 1)});  // one where nobody can delete it
+  file(38, 128, {c, reference(99, 1)}); // one in a folder that is gone
+  const ScanResult result = scanned(volume);
+  CHECK(figures(result, L"a\\b") == "35 1 0");
+  CHECK(figures(result, L"a\\c") == "196 0 0");
+  CHECK(figures(result, L"a") == "231 3 0");
+  CHECK(figures(result, L"d") == "24 8 0");
+  CHECK(figures(result, L"$Extend") == "0 0 0");
+  CHECK(figures(result, L"") == "383 47 0"); // with the table itself, which does not come back
+  CHECK(fileFigures(result, L"f30.0") == "1 0 0");
+  CHECK(fileFigures(result, L"f33.0") == "8 8 0");
+  const LinkedFile& far = result.links.files[result.links.find(reference(35, 1))];
+  CHECK(far.count == 2);
+  CHECK(result.links.nameOf(result.links.names[far.first + 1]) == L"far");
+
+  const auto index = [&result](const wchar_t* path) {
+    return *findFolder(result.folders, L"d:\\", path);
+  };
+  const std::uint32_t inB = index(L"d:\\a\\b");
+  const std::uint32_t inC = index(L"d:\\a\\c");
+  const std::uint32_t inD = index(L"d:\\d");
+  const auto promise = [&result](const Selection& selection) {
+    const Promise made = promiseOf(result, selection);
+    return std::to_string(made.back / kCluster) + " " + std::to_string(made.shared / kCluster);
+  };
+  CHECK(promise({{inB}, {}}) == "1 34");
+  CHECK(promise({{inB, inC}, {}}) == "3 228");
+  CHECK(promise({{inC}, {{inD, L"F32.1", 7}}}) == "4 194");
+  CHECK(promise({{}, {{inB, L"f30.0", 0}}}) == "0 1");
+  CHECK(promise({{}, {{inB, L"f30.0", 0}, {inB, L"f30.1", 0}, {inD, L"f33.0", 1}}}) == "9 0");
+}
+
+TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
+  TestVolume volume;
+  volume.sectors = 5000;
+  Bytes map((5000 + 7) / 8);
+  const auto use = [&map](std::uint64_t from, std::uint64_t count) {
+    for (std::uint64_t i = from; i < from + count; ++i) {
+      map[i / 8] = static_cast<std::uint8_t>(map[i / 8] | 1U << i % 8);
+    }
+  };
+  use(64, 128);      // the table
+  use(1000, 2);      // the map itself, in two pieces
+  use(2000, 30);     // a file
+  map.back() = 0xFF; // beyond the last cluster, and its own bits 4992 to 4999
+  volume.add(6, TestRecord().name(L"$Bitmap", kRoot).nonResident(kData, 625, runList({{1, 1000}})));
+  volume.add(20, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 1));
+  volume.add(30, TestRecord().name(L"file", kRoot).nonResident(kData, 9, runList({{30, 2000}})));
+  const auto account = [&] {
+    Bytes image = volume.image();
+    image.resize(1002 * 512);
+    std::copy(map.begin(), map.end(), image.begin() + 1000 * 512);
+    ScanProgress progress;
+    ScanOptions options;
+    options.root = L"d:";
+    ScanResult result;
+    REQUIRE(turboScan(
+        [&image](wchar_t) {
+          return OpenedVolume{std::make_unique<MemoryVolume>(image), {}};
+        },
+        progress, options, result));
+    result.volume.wholeVolume = true;
+    sumScan(result, progress);
+    return accountOf(result);
+  };
+  Account whole = account();
+  CHECK(whole.fromBitmap);
+  CHECK(*whole.used == (160 + 8) * kCluster);
+  CHECK(whole.unexplained == 8 * 512);
+  map.back() = 0;
+  whole = account();
+  CHECK(whole.unexplained == 0);
+  CHECK(*rowOf(whole, "system").bytes == 130 * kCluster);
+  CHECK(rowOf(whole, "reserved").info);
+  use(3000, 1);
+  CHECK(account().unexplained == 512);
+  // A map that does not cover the volume, or is in pieces that do not fit together, says nothing.
+  volume.add(20, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 2));
+  CHECK_FALSE(account().used);
+  volume.records.erase(20);
+  CHECK_FALSE(account().used);
+
+  const Bytes bits = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F};
+  for (std::uint64_t count = 0; count <= 90; ++count) {
+    CHECK(countBits({bits.data(), bits.size()}, count) == std::min<std::uint64_t>(count, 76));
+  }
+}
+
+TEST_CASE("randomly damaged volumes keep their figures consistent") {
+  TestVolume volume;
+  for (std::uint32_t i = 20; i < 60; ++i) {
+    const std::uint64_t parent = i < 25 ? kRoot : reference(20 + i % 5, 1);
+    TestRecord& record =
+        volume.add(i, TestRecord(i < 25, 0, 1).name(L"n" + std::to_wstring(i), parent));
+    if (i >= 25 && i % 3 == 0) record.name(L"m", reference(20 + i % 4, 1)).names(2);
+    record.nonResident(kData, i, runList({{i, 500 + 70 * i}}));
+    if (i % 4 == 0) record.stream(L"s", 5, runList({{1, 400 + i}}));
+  }
+  const Bytes good = volume.image();
+  std::mt19937 random(815);
+  int read = 0;
+  for (int i = 0; i < 1000; ++i) {
+    Bytes bad = good;
+    for (auto damage = 1 + random() % 30; damage > 0; --damage) {
+      const std::size_t record = 64 * 512 + random() % 60 * 1024;
+      bad[record + random() % (i % 2 == 0 ? 1024 : 500)] = static_cast<std::uint8_t>(random());
+    }
+    ScanProgress progress;
+    ScanOptions options;
+    options.root = L"d:";
+    ScanResult result;
+    if (!turboScan(
+            [&bad](wchar_t) {
+              return OpenedVolume{std::make_unique<MemoryVolume>(bad), {}};
+            },
+            progress, options, result)) {
+      continue;
+    }
+    ++read;
+    sumScan(result, progress);
+    std::uint64_t disk = 0;
+    std::uint64_t back = 0;
+    for (const FolderDisk& folder : result.disk) {
+      disk += folder.ownDisk + folder.ownTables;
+      back += folder.ownBack + folder.jointBack + (folder.fixed ? 0 : folder.ownTables);
+      CHECK(folder.totalBack <= folder.totalDisk);
+    }
+    CHECK(disk == result.disk[0].totalDisk);
+    CHECK(back == result.disk[0].totalBack);
+  }
+  CHECK(read > 200);
+}
