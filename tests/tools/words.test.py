@@ -32,7 +32,7 @@ class Words(unittest.TestCase):
         self.expect(words, 30, lambda word: re.search(rf"(?<!\w)'?{re.escape(word)}'?(: '|')", page))
 
     def test_reasons_against_turbo_have_texts(self):
-        reasons = read("src/scan/words.h").partition("// Why turbo is not tried")[2].partition("// Why a scan failed")[0]
+        reasons = read("src/scan/words.h").partition("// Why turbo is not tried")[2].partition("// Somebody stopped it")[0]
         self.expect(set(re.findall(r' = "([^"]+)";', reasons)), 6, lambda word: f"t_{word}" in self.texts)
 
     def test_steps_of_a_scan_have_texts(self):
