@@ -150,7 +150,12 @@ test('bytes on disk: the account adds up, and turbo and the walk agree where the
   assert.equal(exact.rows.system.parts.find(({ n }) => n === '$Bitmap').bytes, Math.ceil(blocks / 8 / bsize) * bsize);
   const met = await account(walk);
   assert.equal(met.source, 'drive');
-  assert.equal(met.unexplained, exact.rows.streams.bytes + exact.rows.tables.bytes + exact.rows.system.bytes);
+  const clusters = (bytes) => Math.ceil(bytes / bsize) * bsize;
+  // So many names that the list of the file's records has clusters of its own, which only turbo sees.
+  const often = (await server.json(`/api/file?id=${turbo}&p=${encodeURIComponent('t:\\links\\often.txt')}`)).body.a;
+  assert.ok(often > clusters(5000) && often <= clusters(5000) + 4 * bsize, `${often}`);
+  const unseen = exact.rows.streams.bytes + exact.rows.tables.bytes + exact.rows.system.bytes + often - clusters(5000);
+  assert.equal(met.unexplained, unseen);
   // One of three names, and one of 61.
   assert.deepEqual([met.rows.twice.bytes, met.rows.twice.count], [2 * 300_000 + 60 * 5000, 62]);
 
@@ -167,14 +172,14 @@ test('bytes on disk: the account adds up, and turbo and the walk agree where the
     assert.equal(xs, 1);
     const other = inTurbo.get(path);
     // Turbo also counts the folders' tables and the streams; which name counts may differ.
-    if (['', 'links', 'links\\other', 'many', 'streams'].includes(path)) continue;
+    if (['', 'links', 'links\\other', 'many', 'names', 'streams'].includes(path)) continue;
     assert.deepEqual([a, x], [other.a, other.x], path);
     ++compared;
   }
   assert.ok(compared > 60, `${compared}`);
   const links = inTurbo.get('links');
-  const clusters = (bytes) => Math.ceil(bytes / bsize) * bsize;
-  assert.equal(links.x, clusters(5000) + (links.a - clusters(5000) - clusters(300_000)), 'the other file has a name outside');
+  // The other file has a name outside; which of its names it is listed by is not for the scan to choose.
+  assert.equal(links.x, links.a - (links.a > clusters(300_000) ? clusters(300_000) : 0));
   assert.equal(inWalk.get('links').x, clusters(5000));
   const file = await server.json(`/api/file?id=${turbo}&p=${encodeURIComponent('t:\\three.txt')}`);
   assert.equal(file.body.names.length, 3);
