@@ -1,4 +1,4 @@
-# cmake -DOBJDUMP=… -DFILE=vorda.exe -P check-imports.cmake
+# cmake -DOBJDUMP=… -DFILE=vorda.exe -DSUBSYSTEM=gui|console -P check-imports.cmake
 # vorda.exe is one file, and often starts from a folder that others can write to: it may import only
 # from libraries that every Windows 10 loads from the system's folder, whatever lies beside the
 # program (the registry lists them under "KnownDLLs"). And it may import only functions that the oldest
@@ -32,8 +32,11 @@ if(foreign)
   list(JOIN foreign ", " foreign)
   message(FATAL_ERROR "imports that could be planted beside the program: ${foreign}")
 endif()
-if(NOT dump MATCHES "subsystem[ \t]+0*2[ \t]+\\(windows gui\\)")
+if(SUBSYSTEM STREQUAL "gui" AND NOT dump MATCHES "subsystem[ \t]+0*2[ \t]+\\(windows gui\\)")
   message(FATAL_ERROR "not a program for the Windows GUI subsystem: a console would flash up")
+endif()
+if(SUBSYSTEM STREQUAL "console" AND NOT dump MATCHES "subsystem[ \t]+0*3[ \t]+\\(windows cui\\)")
+  message(FATAL_ERROR "not a console program: a command prompt would not wait for it")
 endif()
 
 # ---- functions -----------------------------------------------------------------------------------

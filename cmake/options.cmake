@@ -27,7 +27,16 @@ if(WIN32)
   # -static: no compiler DLL beside the program. Without the time stamp, the same sources give the same
   # file.
   target_link_options(vorda_options INTERFACE
-    -static -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
+    -static -Wl,--no-insert-timestamp)
+  # A release keeps the line numbers of its code in files of their own; the build's id says which file
+  # belongs to which program.
+  option(VORDA_SYMBOLS "Keep line numbers in the programs" OFF)
+  if(VORDA_SYMBOLS)
+    target_compile_options(vorda_options INTERFACE -g1)
+    target_link_options(vorda_options INTERFACE -Wl,--build-id)
+  else()
+    target_link_options(vorda_options INTERFACE $<$<CONFIG:Release>:-s>)
+  endif()
 endif()
 
 # Release means -O2 everywhere; CMake's own choice would be -O3.

@@ -32,11 +32,26 @@ else()
 endif()
 set_tests_properties(unit PROPERTIES TIMEOUT 1200)
 
-# ---- checks of vorda.exe -------------------------------------------------------------------------
+# Work with each of its allocations failing: a program of its own, because it replaces operator new.
+if(NOT WIN32)
+  vorda_sources(memory_sources tests/memory)
+  add_executable(vorda_memory_tests ${memory_sources} tests/unit/main.cpp)
+  target_link_libraries(vorda_memory_tests PRIVATE vorda_core)
+  target_include_directories(vorda_memory_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit ${PROJECT_SOURCE_DIR}/tests/memory)
+  target_include_directories(vorda_memory_tests SYSTEM PRIVATE ${PROJECT_BINARY_DIR}/third_party)
+  add_test(NAME memory COMMAND ${test_launcher} $<TARGET_FILE:vorda_memory_tests> WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(memory PROPERTIES TIMEOUT 1200)
+endif()
+
+# ---- checks of vorda.exe and vorda.com -----------------------------------------------------------
 if(WIN32)
-  set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:vorda>
-    -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
-  add_test(NAME imports COMMAND ${check_imports})
+  foreach(check "vorda gui imports" "vorda_com console imports-companion")
+    separate_arguments(check)
+    list(POP_FRONT check target subsystem name)
+    set(check_imports ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP} -DFILE=$<TARGET_FILE:${target}>
+      -DSUBSYSTEM=${subsystem} -P ${PROJECT_SOURCE_DIR}/cmake/check-imports.cmake)
+    add_test(NAME ${name} COMMAND ${check_imports})
+  endforeach()
   # With no library allowed, the same check must complain about the one that every program imports.
   add_test(NAME imports-self-test COMMAND ${CMAKE_COMMAND} -E env VORDA_ALLOWED_DLLS=none ${check_imports})
   set_tests_properties(imports-self-test PROPERTIES PASS_REGULAR_EXPRESSION
@@ -102,6 +117,13 @@ if(CMAKE_CROSSCOMPILING)
   add_test(NAME system COMMAND ${NODE} --test ${system_tests}
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(system PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+
+  # What scripts/release makes of the programs.
+  foreach(name release installer)
+    add_test(NAME ${name} COMMAND ${NODE} --test tests/release/${name}.test.mjs
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 3600 ENVIRONMENT "VORDA_EXE=$<TARGET_FILE:vorda>")
+  endforeach()
 
   # The page: its logic without a browser, and the real program's page in one.
   file(GLOB page_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}

@@ -246,13 +246,11 @@ def narrow_node(command, names):
 
 class Stage:
     """`needs` must have passed before; stages in `after` must have ended if they run at all. `names`
-    says what may follow the stage's name on the command line. A nightly stage takes more than three
-    minutes and runs only when it is named."""
+    says what may follow the stage's name on the command line."""
 
-    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False, nightly=False):
+    def __init__(self, name, about, action, needs=(), after=(), names=None, wine=False):
         self.name, self.about, self.action = name, about, action
         self.needs, self.after, self.names, self.wine = needs, after, names, wine
-        self.nightly = nightly
         self.state = "waiting"  # then running, passed or failed
 
     @property
@@ -265,8 +263,8 @@ FILE_OR_TEST = "part of a file's name, or a pattern for test names"
 
 # In the order in which they start when nothing holds them up.
 STAGES = [
-    Stage("vorda-build", "vorda.exe and the programs its tests start",
-          build(MINGW, "vorda", "test_programs")),
+    Stage("vorda-build", "vorda.exe, vorda.com and the programs their tests start",
+          build(MINGW, "vorda", "vorda_com", "test_programs")),
     Stage("format", "clang-format", check("scripts/format", "--check")),
     Stage("types", "the page's types", check("node_modules/.bin/tsc", "-p", "src/page")),
     Stage("eslint", "the page, and the tests and tools in JavaScript", check("npm", "run", "--silent", "lint")),
@@ -275,9 +273,9 @@ STAGES = [
           "node scripts/lint-workflows.mjs --self-test && node scripts/lint-workflows.mjs")),
     Stage("system", "vorda.exe from outside, under Wine", tests(MINGW, "-R", "^system$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
-    Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
-          needs=["vorda-build"], names=FILE_OR_TEST, wine=True, nightly=True),
     Stage("page", "the page in a browser", tests(MINGW, "-R", "^page$"),
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("release", "what is published, made of the programs of this build", tests(MINGW, "-R", "^release$"),
           needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
     Stage("unit-build", "unit tests for Windows", build(MINGW, "vorda_tests"), after=["vorda-build"]),
     Stage("unit", "unit tests under Wine", tests(MINGW, "-R", "^unit$"),
@@ -290,22 +288,31 @@ STAGES = [
     Stage("rest-build", "what no test needs, such as the benchmarks for Windows", build(MINGW),
           after=["vorda-build", "unit-build"]),
     Stage("tools", "checks of includes and imports, and tests of these checks",
-          tests(MINGW, "-E", "^(system|page|unit)$"), needs=["vorda-build"], after=["rest-build"]),
+          tests(MINGW, "-E", "^(system|page|unit|release|installer)$"), needs=["vorda-build"], after=["rest-build"]),
     Stage("tidy", "clang-tidy", tidy, after=["vorda-build", "rest-build", "asan-build"], names="C++ files"),
 ]
-BY_NAME = {stage.name: stage for stage in STAGES}
-GROUPS = {"nightly": [stage.name for stage in STAGES if stage.nightly],
-          "lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
+# Not among everything, since they take minutes: before a release, and after a change of what they test.
+ON_REQUEST = [
+    Stage("windows-home", "vorda.exe from outside, by the Windows build of node under Wine", windows_home,
+          needs=["vorda-build"], names=FILE_OR_TEST, wine=True),
+    Stage("installer", "the installer under Wine", tests(MINGW, "-R", "^installer$"), needs=["vorda-build"],
+          names=FILE_OR_TEST, wine=True),
+    Stage("reproducible", "two whole releases from two clones are the same; the lines of a crash",
+          check("tests/release/reproducible"), wine=True),
+]
+BY_NAME = {stage.name: stage for stage in [*STAGES, *ON_REQUEST]}
+GROUPS = {"lint": ["format", "types", "eslint", "scripts", "workflows", "tidy"]}
 
 
 def usage():
-    lines = ["scripts/test                     runs everything but what is nightly",
+    lines = ["scripts/test                     runs everything",
              "scripts/test STAGE...            runs these stages, and builds what they need",
              "scripts/test STAGE NAME...       runs a part of one stage",
              "", "Stages:"]
     lines += [f"  {name:12} {', '.join(stages)}" for name, stages in GROUPS.items()]
-    for stage in STAGES:
-        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else ""))
+    for stage in BY_NAME.values():
+        lines.append(f"  {stage.name:12} {stage.about}" + (f"; NAME is {stage.names}" if stage.names else "")
+                     + (" (only when named)" if stage in ON_REQUEST else ""))
     lines += ["", "Examples:",
               "  scripts/test unit 'name patterns'",
               "  scripts/test system deletion",
@@ -321,13 +328,13 @@ def with_needs(names):
         if name not in wanted:
             wanted.add(name)
             waiting += BY_NAME[name].needs
-    return [stage for stage in STAGES if stage.name in wanted]
+    return [stage for stage in BY_NAME.values() if stage.name in wanted]
 
 
 def chosen_stages(arguments):
     """(the stages to run, in order, and {stage: names within it})"""
     if not arguments:
-        return [stage for stage in STAGES if not stage.nightly], {}
+        return STAGES, {}
     known = {**{name: [name] for name in BY_NAME}, **GROUPS}
     if all(argument in known for argument in arguments):
         return with_needs(name for argument in arguments for name in known[argument]), {}

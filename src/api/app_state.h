@@ -3,6 +3,7 @@
 #pragma once
 
 #include "api/wrong_keys.h"
+#include "base/diagnostic_log.h"
 #include "fileops/machine.h"
 #include "fileops/running_operations.h"
 #include "http/server.h"
@@ -17,17 +18,34 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace vorda {
 
+// What /api/open opens: a folder or a document, a terminal in a folder, or the properties.
+enum class Opening { item, terminal, properties };
+
 // What the session endpoints do outside this process's own data.
 struct SessionActions {
   std::function<std::string()> page;               // the page's HTML, read on every call
+  std::function<std::string()> description;        // of this API, as JSON
   std::function<void()> quitSoon;                  // ends the process once the response is sent
   std::function<bool()> elevated;                  // whether this process runs as administrator
   std::function<void()> elevateSoon;               // replaces this process by an elevated one
   std::function<void(const std::wstring&)> reveal; // shows a path in Explorer
+  std::function<void()> openBin;                   // shows the recycle bin in Explorer
+  // Returns at once: empty, or why the path is not opened.
+  std::function<std::string_view(Opening, const std::wstring&)> open;
+};
+
+// What the program says about itself.
+struct AboutFacts {
+  std::wstring version;
+  bool signedFile = false;
+  std::wstring log;            // the diagnostic log; empty if none is kept
+  std::wstring crashReport;    // of the last crash; empty if there was none
+  std::uint64_t crashTime = 0; // milliseconds since 1970
 };
 
 // The path that the user started the program with. The page that is opened for it may scan it without
@@ -55,6 +73,8 @@ struct AppState {
   bool keyRequired = false; // in these modes, and where --lock asks for it
   std::string key;          // UTF-8
   WrongKeys wrongKeys;
+  // Made beforehand: there is no memory for it when it is needed.
+  const HttpResponse noMemory = errorAnswer(500, kNoMemory);
   StartPath startPath;
 
   ServerState server;
@@ -68,6 +88,7 @@ struct AppState {
   RunningOperations operations;
   std::unique_ptr<FileContents> contents;
   std::function<TargetList()> targets;
+  std::function<AboutFacts()> about;
   UpdateSource update;
   SessionActions session;
 };

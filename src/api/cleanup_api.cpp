@@ -27,6 +27,21 @@ std::vector<std::wstring> advisedFolders(const Job& job, std::string_view what) 
   return paths;
 }
 
+// Returns how much smaller the folder is.
+std::uint64_t updateAfter(const CleanupResult& result, const std::wstring& path,
+                          TouchedScans& scans, FolderSource& folders) {
+  std::uint64_t after = 0;
+  try {
+    after = measurePath(folders, path).bytes;
+  } catch (...) {
+    scans.fail();
+    throw;
+  }
+  const std::uint64_t freed = result.before.bytes - std::min(result.before.bytes, after);
+  scans.updateCleaned(path, result.before.types, freed);
+  return freed;
+}
+
 HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& scans,
                           Machine& machine, FolderSource& folders) {
   std::uint64_t deleted = 0;
@@ -44,10 +59,8 @@ HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& s
     logged = logged && result.logged;
     deleted += result.deleted;
     skipped += result.skipped;
-    const std::uint64_t after = measurePath(folders, path).bytes;
-    const std::uint64_t freed = result.before.bytes - std::min(result.before.bytes, after);
-    bytes += freed;
-    scans.updateCleaned(path, result.before.types, freed);
+    bytes += updateAfter(result, path, scans, folders);
+    if (result.outOfMemory) return errorAnswer(500, kNoMemory);
   }
   JsonWriter json;
   json.open('{');
@@ -59,6 +72,10 @@ HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& s
   if (!logged) json.boolean("logged", false);
   json.close('}');
   return answer(200, json.take());
+}
+
+bool isCleanable(std::string_view what) {
+  return what == kTempFilesAdvice || what == kUpdatesAdvice;
 }
 
 HttpResponse binAnswer(bool ok, const BinFigures& figures) {
@@ -81,11 +98,60 @@ HttpResponse cleanUp(HttpRequest& request, const JobTable& jobs, Machine& machin
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
   if (!job) return errorAnswer(404, words::kNoJob);
   const std::string_view what = fields->get("what");
-  if (what != kTempFilesAdvice && what != kUpdatesAdvice)
-    return errorAnswer(400, words::kNotAllowed);
+  if (!isCleanable(what)) return errorAnswer(400, words::kNotAllowed);
   const RunningOperations::Operation running = operations.begin();
   TouchedScans scans(jobs, machine, folders, job.get());
   return cleanFolders(*job, what, scans, machine, folders);
+}
+
+HttpResponse cleanableFolders(const HttpRequest& request, const JobTable& jobs, Machine& machine,
+                              FolderSource& folders) {
+  const std::shared_ptr<Job> job = usableJob(jobs, request.queryValue("job").value_or(""));
+  if (!job) return errorAnswer(404, words::kNoJob);
+  const std::string what = request.queryValue("what").value_or("");
+  if (!isCleanable(what)) return errorAnswer(400, words::kNotAllowed);
+  JsonWriter json;
+  json.open('{');
+  json.open("folders", '[');
+  for (const std::wstring& path : advisedFolders(*job, what)) {
+    const CleanupPreview preview = previewCleanup(machine, folders, path);
+    json.open('{');
+    json.string("p", path);
+    if (preview.failure == CleanupFailure::none) {
+      json.number("s", preview.measure.bytes);
+      json.number("f", preview.measure.files);
+      json.number("entries", preview.entries);
+    } else {
+      const bool forbidden = preview.failure == CleanupFailure::notAllowed;
+      json.string("why", forbidden ? words::kNotAllowed : words::kUnreadable);
+    }
+    json.close('}');
+  }
+  json.close(']');
+  json.close('}');
+  return answer(200, json.take());
+}
+
+HttpResponse listBins(Machine& machine, const std::vector<std::wstring>& roots) {
+  const BinFigures all = machine.binFigures({}).value_or(BinFigures{});
+  JsonWriter json;
+  json.open('{');
+  json.number("bytes", all.bytes);
+  json.number("items", all.items);
+  json.open("bins", '[');
+  for (const std::wstring& root : roots) {
+    const std::optional<BinFigures> figures =
+        machine.hasBin(root) ? machine.binFigures(root) : std::nullopt;
+    if (!figures || figures->items == 0) continue;
+    json.open('{');
+    json.string("p", root);
+    json.number("bytes", figures->bytes);
+    json.number("items", figures->items);
+    json.close('}');
+  }
+  json.close(']');
+  json.close('}');
+  return answer(200, json.take());
 }
 
 HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders,
@@ -102,13 +168,15 @@ HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& fold
   if (!emptyAllBins(machine, figures)) return binAnswer(false, {});
   bins.measureAgain();
   for (const auto& job : touched) {
-    const std::lock_guard lock(job->resultMutex);
-    TreeUpdate update(job->result);
-    const auto lost = bins.bringUpToDate(update, job->result);
-    if (!lost && job->binned == 0) continue;
-    job->freed += lost.value_or(job->binned);
-    job->binned = 0;
-    finishChange(*job, update);
+    orFail(*job, [&] {
+      const std::lock_guard lock(job->resultMutex);
+      TreeUpdate update(job->result);
+      const auto lost = bins.bringUpToDate(update, job->result);
+      if (!lost && job->binned == 0) return;
+      job->freed += lost.value_or(job->binned);
+      job->binned = 0;
+      finishChange(*job, update);
+    });
   }
   return binAnswer(true, figures);
 }

@@ -32,6 +32,33 @@ void writePartial(JsonWriter& json, const DeleteResult& result) {
   json.close(']');
 }
 
+// What a dry run measured of each path that would go.
+void writeItems(JsonWriter& json, const DeleteResult& result) {
+  json.open("items", '[');
+  for (const DeletedPath& one : result.wouldDelete) {
+    json.open('{');
+    json.number("s", one.measure.bytes);
+    json.number("f", one.measure.files);
+    json.number("m", one.folder ? 0 : unixMsFromFileTime(one.seen.mark));
+    if (one.folder) json.boolean("dir", true);
+    json.close('}');
+  }
+  json.close(']');
+}
+
+// What is still there though it was to go, and why.
+void writeStayed(JsonWriter& json, const DeleteResult& result) {
+  if (result.stayed.empty()) return;
+  json.open("stayed", '[');
+  for (const StayedPath& one : result.stayed) {
+    json.open('{');
+    json.string("p", one.path);
+    json.string("why", wordOf(one.why));
+    json.close('}');
+  }
+  json.close(']');
+}
+
 HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& request) {
   const bool dryRun = request.dryRun;
   JsonWriter json;
@@ -64,8 +91,10 @@ HttpResponse deleteAnswer(const DeleteResult& result, const DeleteRequest& reque
     json.open("seen", '[');
     for (const DeletedPath& one : result.wouldDelete) json.string(seenText(one.seen, one.path));
     json.close(']');
+    writeItems(json, result);
   }
   writePartial(json, result);
+  writeStayed(json, result);
   if (!result.logged) json.boolean("logged", false);
   json.close('}');
   return answer(200, json.take());
@@ -125,6 +154,7 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   if (wanted.paths.empty()) return errorAnswer(400, words::kNothingGiven);
   // A dry run has "seen" to say whether it is to tell what it sees.
   wanted.wantSeen = wanted.dryRun && fields->get("seen") == "1";
+  wanted.wantWhy = fields->get("why") == "1";
   if (!wanted.dryRun && !readExpected(*fields, wanted)) return errorAnswer(400, words::kIncomplete);
   wanted.nowMs = nowUnixMs();
   ContentKeeper keeper(contents);
@@ -137,6 +167,7 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   TouchedScans scans(jobs, machine, folders, job.get());
   const DeleteResult result = deletePaths(machine, folders, keeper, wanted);
   scans.update(result);
+  if (result.unknown) return errorAnswer(500, kNoMemory);
   return deleteAnswer(result, wanted);
 }
 

@@ -3,6 +3,7 @@
 #include "api/routes.h"
 #include "api/session_api.h"
 #include "api/words.h"
+#include "base/out_of_memory.h"
 #include "base/text.h"
 
 #include <algorithm>
@@ -120,7 +121,8 @@ Admission admitRequest(AppState& state, const HttpRequest& request) {
   try {
     return judge(state, request);
   } catch (...) {
-    return {Trust::none, errorAnswer(500, words::kInternalError)};
+    return {Trust::none,
+            isOutOfMemory() ? state.noMemory : errorAnswer(500, words::kInternalError)};
   }
 }
 
@@ -128,7 +130,7 @@ HttpResponse answerRequest(AppState& state, HttpRequest& request) {
   try {
     return dispatch(state, request);
   } catch (...) {
-    return errorAnswer(500, words::kInternalError);
+    return isOutOfMemory() ? state.noMemory : errorAnswer(500, words::kInternalError);
   }
 }
 

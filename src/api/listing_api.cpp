@@ -10,6 +10,7 @@
 #include "scan/words.h"
 
 #include <algorithm>
+#include <charconv>
 #include <vector>
 
 namespace vorda {
@@ -17,6 +18,7 @@ namespace vorda {
 namespace {
 
 constexpr std::size_t kFilesListed = 1'000;
+constexpr std::size_t kMostFilesListed = 200'000; // of one folder, in all pages together
 
 struct ListedFolder {
   std::wstring name;
@@ -86,11 +88,20 @@ bool larger(const ListedFile& a, const ListedFile& b) {
 
 // Drops all but the largest. Called repeatedly, so that memory stays bounded in a folder of
 // millions of files.
-void cutToLargest(std::vector<ListedFile>& files) {
-  if (files.size() <= kFilesListed) return;
-  const auto cut = files.begin() + static_cast<std::ptrdiff_t>(kFilesListed);
+void cutToLargest(std::vector<ListedFile>& files, std::size_t most) {
+  if (files.size() <= most) return;
+  const auto cut = files.begin() + static_cast<std::ptrdiff_t>(most);
   std::nth_element(files.begin(), cut, files.end(), larger);
   files.erase(cut, files.end());
+}
+
+// A number in a request; `otherwise` if it is missing or none.
+std::size_t numberIn(const HttpRequest& request, const char* name, std::size_t otherwise) {
+  const std::optional<std::string> text = request.queryValue(name);
+  std::size_t value = 0;
+  if (!text) return otherwise;
+  const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), value);
+  return error == std::errc() && end == text->data() + text->size() ? value : otherwise;
 }
 
 } // namespace
@@ -120,6 +131,10 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
   if (!wanted) return errorAnswer(400, words::kNoPath);
   if (!isAbsolute(*wanted)) return errorAnswer(400, wordOf(Refusal::notAbsolute));
   const std::wstring path = requestedFolder(*wanted, source);
+  // A page of the list: the folder is listed again for each, and the largest are in front in all of them.
+  const std::size_t from = std::min(numberIn(request, "from", 0), kMostFilesListed);
+  const std::size_t most =
+      from + std::min(numberIn(request, "most", kFilesListed), kMostFilesListed - from);
   std::vector<ListedFile> files;
   std::uint64_t total = 0;
   std::uint64_t folders = 0;
@@ -130,10 +145,12 @@ HttpResponse browseFiles(const HttpRequest& request, FolderSource& source) {
     }
     ++total;
     files.push_back({std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
-    if (files.size() == 2 * kFilesListed) cutToLargest(files);
+    if (files.size() >= 2 * most + kFilesListed) cutToLargest(files, most);
   });
-  cutToLargest(files);
+  cutToLargest(files, most);
   std::sort(files.begin(), files.end(), larger);
+  files.erase(files.begin(),
+              files.begin() + static_cast<std::ptrdiff_t>(std::min(from, files.size())));
   JsonWriter json;
   json.open('{');
   json.string("path", path);

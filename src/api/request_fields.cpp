@@ -49,9 +49,13 @@ std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& reques
   return job && job->done ? job : nullptr;
 }
 
-std::shared_ptr<Job> usableJob(const JobTable& jobs, const FormFields& fields) {
-  std::shared_ptr<Job> job = jobOfNumber(jobs, fields.get("job"));
+std::shared_ptr<Job> usableJob(const JobTable& jobs, std::string_view number) {
+  std::shared_ptr<Job> job = jobOfNumber(jobs, number);
   return job && isUsable(*job) ? job : nullptr;
+}
+
+std::shared_ptr<Job> usableJob(const JobTable& jobs, const FormFields& fields) {
+  return usableJob(jobs, fields.get("job"));
 }
 
 bool isUsable(const Job& job) { return job.resultReady && job.progress.texts().error.empty(); }

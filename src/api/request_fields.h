@@ -29,7 +29,8 @@ std::shared_ptr<Job> requestedJob(const JobTable& jobs, const HttpRequest& reque
 // The same, but null until the job has ended.
 std::shared_ptr<Job> finishedJob(const JobTable& jobs, const HttpRequest& request);
 
-// The job that the field "job" names, if it has ended without an error; else null.
+// The job with this number, or that the field "job" names, if it has ended without an error; else null.
+std::shared_ptr<Job> usableJob(const JobTable& jobs, std::string_view number);
 std::shared_ptr<Job> usableJob(const JobTable& jobs, const FormFields& fields);
 bool isUsable(const Job& job);
 

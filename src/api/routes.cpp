@@ -5,6 +5,9 @@
 #include "api/export_api.h"
 #include "api/jobs_api.h"
 #include "api/listing_api.h"
+#include "api/log_api.h"
+#include "api/open_api.h"
+#include "api/preview_api.h"
 #include "api/search_api.h"
 #include "api/session_api.h"
 #include "api/tree_api.h"
@@ -12,11 +15,23 @@
 
 namespace vorda {
 
+namespace {
+
+HttpResponse bins(const AppState& state) {
+  std::vector<std::wstring> roots;
+  for (const DriveTarget& drive : state.targets().drives) roots.push_back(drive.path);
+  return listBins(*state.machine, roots);
+}
+
+} // namespace
+
 const std::vector<Route>& routes() {
   using State = AppState;
   using Request = HttpRequest;
   static const std::vector<Route> table = {
       {"/api/hello", "", [](State& s, Request&) { return hello(s); }},
+      {"/api/about", "", [](State& s, Request&) { return about(s); }},
+      {"/api/openapi.json", "", [](State& s, Request&) { return describeApi(s); }},
       {"/api/targets", "", [](State& s, Request&) { return listTargets(s); }},
       {"/api/browse", "",
        [](State& s, Request& r) { return browseFolders(r, *s.folders, s.targets); }},
@@ -25,6 +40,7 @@ const std::vector<Route>& routes() {
       {"/api/dirs", "", [](State& s, Request& r) { return scannedFolder(r, s.jobs); }},
       {"/api/scan", "POST", [](State& s, Request& r) { return startScan(r, s.jobs, s.steps); }},
       {"/api/ext", "", [](State& s, Request& r) { return scannedType(r, s.jobs); }},
+      {"/api/types", "", [](State& s, Request& r) { return scannedTypes(r, s.jobs); }},
       {"/api/export", "", [](State& s, Request& r) { return exportCsv(r, s.jobs); }},
       {"/api/result", "", [](State& s, Request& r) { return jobResult(r, s.jobs); }},
       {"/api/cancel", "", [](State& s, Request& r) { return cancelJob(r, s.jobs); }},
@@ -57,9 +73,16 @@ const std::vector<Route>& routes() {
        [](State& s, Request& r) {
          return deleteFiles(r, s.jobs, *s.machine, *s.folders, *s.contents, s.operations);
        }},
+      {"/api/cleanable", "",
+       [](State& s, Request& r) { return cleanableFolders(r, s.jobs, *s.machine, *s.folders); }},
+      {"/api/bins", "", [](State& s, Request&) { return bins(s); }},
+      {"/api/preview", "", [](State& s, Request& r) { return previewImage(s, r); }},
+      {"/api/log", "", [](State& s, Request&) { return readLog(*s.machine); }},
+      {"/api/openbin", "POST", [](State& s, Request&) { return openBin(s); }},
       {"/api/update", "POST", [](State& s, Request&) { return checkUpdate(s.update); }},
       {"/api/elevate", "", [](State& s, Request&) { return elevate(s); }},
       {"/api/quit", "", [](State& s, Request&) { return quit(s); }},
+      {"/api/open", "POST", [](State& s, Request& r) { return openItem(s, r); }},
       {"/api/reveal", "", [](State& s, Request& r) { return reveal(s, r); }},
   };
   return table;

@@ -22,9 +22,10 @@ HttpResponse cancel(BackgroundRun& run) {
 }
 
 HttpResponse start(BackgroundRun& run, RunWork work) {
-  const bool started = run.start(std::move(work));
-  return answer(200, started ? "{\"started\":true,\"running\":true}"
-                             : "{\"started\":false,\"running\":true}");
+  // First: a search that runs has to be answered.
+  HttpResponse started = answer(200, "{\"started\":true,\"running\":true}");
+  HttpResponse busy = answer(200, "{\"started\":false,\"running\":true}");
+  return run.start(std::move(work)) ? started : busy;
 }
 
 HttpResponse status(const BackgroundRun& run, std::string (*progress)(const RunCounters&)) {
@@ -41,7 +42,7 @@ HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobT
   if (isCancel(fields)) return cancel(finder);
   FinderRequest wanted = parseFinderRequest(fields);
   if (wanted.search.extensions.empty() && wanted.search.namePatterns.empty() &&
-      wanted.search.min < kSmallestMinAlone) {
+      wanted.search.min < kSmallestMinAlone && !wanted.search.bounds.byTime()) {
     return errorAnswer(400, words::kNeedFilter);
   }
   return start(finder, finderWork(std::move(wanted), jobs, steps));

@@ -12,7 +12,8 @@
 
 namespace vorda {
 
-// Answers 400 kNeedFilter unless given an extension, a name or a minimum of 1 MiB.
+// Answers 400 kNeedFilter unless given an extension, a name, a bound on the time or a minimum of
+// 1 MiB.
 HttpResponse startFinder(HttpRequest& request, BackgroundRun& finder, const JobTable& jobs,
                          const ScanSteps& steps);
 HttpResponse finderStatus(const BackgroundRun& finder);

@@ -1,5 +1,6 @@
 #include "api/search_form.h"
 
+#include "base/paths.h"
 #include "base/text.h"
 
 #include <algorithm>
@@ -48,7 +49,15 @@ bool isCancel(const FormFields& fields) {
 }
 
 FinderRequest parseFinderRequest(const FormFields& fields) {
-  return {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort"))};
+  FinderRequest request = {parseSearchRequest(fields, 0), hitOrderOf(fields.get("sort"))};
+  FileBounds& bounds = request.search.bounds;
+  if (!fields.get("max").empty()) bounds.most = leadingNumber<std::uint64_t>(fields.get("max"));
+  bounds.after = leadingNumber<std::uint64_t>(fields.get("after"));
+  if (const std::string_view in = fields.get("in"); !in.empty()) {
+    request.search.in = normaliseRoot(toUtf16(in));
+  }
+  bounds.before = leadingNumber<std::uint64_t>(fields.get("before"));
+  return request;
 }
 
 } // namespace vorda

@@ -15,7 +15,8 @@ SearchRequest parseSearchRequest(const FormFields& fields, std::uint64_t default
 // Whether the form consists of the single field cancel=1.
 bool isCancel(const FormFields& fields);
 
-// The same with "sort", which defaults to size. Without "min" there is no minimum.
+// The same with "sort", which defaults to size, and with "max" (bytes, without effect when absent or empty), "after" and "before"
+// (milliseconds since 1970, likewise when 0). Without "min" there is no minimum.
 FinderRequest parseFinderRequest(const FormFields& fields);
 
 } // namespace vorda

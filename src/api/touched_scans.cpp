@@ -70,8 +70,15 @@ TouchedScans::TouchedScans(const JobTable& jobs, Machine& machine, FolderSource&
 }
 
 void TouchedScans::update(const DeleteResult& result) {
+  if (result.unknown) return fail();
   if (result.deleted.empty() && result.left.empty()) return;
-  for (Scan& scan : scans_) update(scan, result);
+  for (Scan& scan : scans_) {
+    orFail(*scan.job, [&] { update(scan, result); });
+  }
+}
+
+void TouchedScans::fail() {
+  for (Scan& scan : scans_) failJob(*scan.job);
 }
 
 ScanResult TouchedScans::survey(const Scan& scan, const std::wstring& real) const {
@@ -130,23 +137,28 @@ void TouchedScans::update(Scan& scan, const DeleteResult& result) {
 
 void TouchedScans::updateCleaned(const std::wstring& folder, const TypeTotals& typesBefore,
                                  std::uint64_t freed) {
-  const std::wstring real = finalRootOf(machine_, folder);
   for (Scan& scan : scans_) {
-    const bool inside = isSameOrBelow(scan.root, real);
-    if (!inside && !liesBelow(real, scan.root)) continue;
-    Job& job = *scan.job;
-    const std::wstring& scanned = job.result.rootPath;
-    const std::wstring path = inside ? scanned : inTree(scanned, scan.root, real);
-    const ScanResult now = survey(scan, inside ? scan.root : real);
-    const bool gone = inside && !folders_.facts(scan.root).exists;
-    const std::lock_guard lock(job.resultMutex);
-    TreeUpdate update(job.result);
-    const TypeTotals before = inside ? job.result.types : typesBefore;
-    const std::uint64_t less = update.replaceFolder(path, now, before);
-    job.freed += inside ? less : freed;
-    if (gone) job.rootGone = true;
-    finishChange(job, update);
+    orFail(*scan.job,
+           [&] { updateCleaned(scan, finalRootOf(machine_, folder), typesBefore, freed); });
   }
+}
+
+void TouchedScans::updateCleaned(Scan& scan, const std::wstring& real,
+                                 const TypeTotals& typesBefore, std::uint64_t freed) {
+  const bool inside = isSameOrBelow(scan.root, real);
+  if (!inside && !liesBelow(real, scan.root)) return;
+  Job& job = *scan.job;
+  const std::wstring& scanned = job.result.rootPath;
+  const std::wstring path = inside ? scanned : inTree(scanned, scan.root, real);
+  const ScanResult now = survey(scan, inside ? scan.root : real);
+  const bool gone = inside && !folders_.facts(scan.root).exists;
+  const std::lock_guard lock(job.resultMutex);
+  TreeUpdate update(job.result);
+  const TypeTotals before = inside ? job.result.types : typesBefore;
+  const std::uint64_t less = update.replaceFolder(path, now, before);
+  job.freed += inside ? less : freed;
+  if (gone) job.rootGone = true;
+  finishChange(job, update);
 }
 
 } // namespace vorda

@@ -19,11 +19,15 @@ public:
   // it, or all without a named one.
   TouchedScans(const JobTable& jobs, Machine& machine, FolderSource& folders, const Job* named);
 
+  // A scan that cannot be brought up to date for want of memory fails.
   void update(const DeleteResult& result);
 
   // Lists an emptied folder again in each scan that has it.
   void updateCleaned(const std::wstring& folder, const TypeTotals& typesBefore,
                      std::uint64_t freed);
+
+  // For a change that is not known: all these scans fail.
+  void fail();
 
 private:
   struct Scan {
@@ -34,6 +38,8 @@ private:
   struct Share; // of one scan in a deletion
 
   void update(Scan& scan, const DeleteResult& result);
+  void updateCleaned(Scan& scan, const std::wstring& real, const TypeTotals& typesBefore,
+                     std::uint64_t freed);
   void addPath(Scan& scan, const DeletedPath& one, bool deleted, Share& share);
   ScanResult survey(const Scan& scan, const std::wstring& real) const;
 

@@ -6,6 +6,7 @@
 #include "json/json_writer.h"
 #include "tree/file_list.h"
 #include "tree/size_tree.h"
+#include "tree/types.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -128,6 +129,31 @@ HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs) {
 
 HttpResponse scannedType(const HttpRequest& request, const JobTable& jobs) {
   return describe(request, jobs, "e", 400, typeDetail);
+}
+
+HttpResponse scannedTypes(const HttpRequest& request, const JobTable& jobs) {
+  if (!request.queryValue("id")) return errorAnswer(400, words::kNoPath);
+  const std::shared_ptr<Job> job = finishedJob(jobs, request);
+  if (!job) return errorAnswer(404, words::kNoJob);
+  std::vector<TypeRow> rows;
+  {
+    const std::lock_guard lock(job->resultMutex);
+    rows = sortedTypes(job->result.types);
+  }
+  JsonWriter json;
+  json.open('{');
+  json.open("types", '[');
+  for (const TypeRow& row : rows) {
+    json.open('{');
+    json.string("e", row.type);
+    json.number("s", row.total.bytes);
+    json.number("c", row.total.files);
+    json.close('}');
+  }
+  json.close(']');
+  json.number("total", rows.size());
+  json.close('}');
+  return answer(200, json.take());
 }
 
 } // namespace vorda

@@ -19,6 +19,8 @@ std::string listScannedFolder(const ScanResult& result, std::wstring_view path);
 std::string typeDetail(const ScanResult& result, std::wstring_view type);
 
 HttpResponse scannedFolder(const HttpRequest& request, const JobTable& jobs);
+// All types of a scan, largest first: the result document has the first of them only.
+HttpResponse scannedTypes(const HttpRequest& request, const JobTable& jobs);
 HttpResponse scannedType(const HttpRequest& request, const JobTable& jobs);
 
 } // namespace vorda

@@ -30,11 +30,15 @@ inline constexpr std::string_view kUnknownJob = "opdracht onbekend";
 inline constexpr std::string_view kNotReady = "nog niet klaar";
 
 // Folders; one that cannot be listed is kNoSuchDir in scan/words.h
+inline constexpr std::string_view kNoPreview = "noPreview";
 inline constexpr std::string_view kNotScanned = "notScanned";
 
 // Actions
+inline constexpr std::string_view kLogUnreadable = "logUnreadable";
+inline constexpr std::string_view kUnreadable = "unreadable"; // a folder that is to be emptied
 inline constexpr std::string_view kEmptyFailed = "emptyFailed";
 inline constexpr std::string_view kQuitRefused = "quitRefused";
 inline constexpr std::string_view kElevateRefused = "elevateRefused";
+inline constexpr std::string_view kProgramRefused = "programRefused";
 
 } // namespace vorda::words

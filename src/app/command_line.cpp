@@ -1,7 +1,9 @@
 #include "app/command_line.h"
 
+#include "app/filter_values.h"
 #include "app/option_names.h"
 #include "base/text.h"
+#include "base/time.h"
 #include "report/csv_report.h"
 
 #include <array>
@@ -19,7 +21,7 @@ template <typename Value> struct Option {
   Value Options::*field;
 };
 
-constexpr std::array<Option<bool>, 8> kFlags = {{
+constexpr std::array<Option<bool>, 9> kFlags = {{
     {kAgentOption, &Options::agent},
     {kServiceOption, &Options::service},
     {kServerOption, &Options::server},
@@ -28,29 +30,44 @@ constexpr std::array<Option<bool>, 8> kFlags = {{
     {L"--show-key", &Options::showKey},
     {L"--stop", &Options::stop},
     {L"--check-update", &Options::checkUpdate},
+    {L"--log-names", &Options::logNames},
 }};
 
 // Options that take the next argument, whatever it looks like.
-constexpr std::array<Option<std::wstring>, 6> kValued = {{
+constexpr std::array<Option<std::wstring>, 7> kValued = {{
     {L"--grant-service-logon", &Options::grantAccount},
     {kCloseForUpdateOption, &Options::closeFolder},
     {kCloseForRemovalOption, &Options::closeFolder},
     {L"--restart-after-update", &Options::restartFolder},
     {kTokenOption, &Options::token},
     {L"--scan", &Options::scanPath},
+    {L"--log", &Options::logFile},
 }};
 
 // Options of an export run, whose values must not begin with "--".
 struct ExportOption : Option<std::wstring> {
-  std::wstring_view missing; // the message if there is no value
+  std::wstring_view
+      missing; // the message if there is no value; one with a space first follows the name
 };
 
-constexpr std::array<ExportOption, 5> kExportOptions = {{
+std::wstring missingValue(const ExportOption& option) {
+  return std::wstring(option.missing.starts_with(L' ') ? option.name : std::wstring_view())
+      .append(option.missing);
+}
+
+constexpr const wchar_t* kNeedsMoment = L" needs an age such as 365d, or a date such as 2026-01-31";
+constexpr const wchar_t* kNeedsSize = L" needs a size such as 500K, 10M or 4G";
+
+constexpr std::array<ExportOption, 9> kExportOptions = {{
     {{L"--out", &Options::outFile}, L"--out needs a file name, or - for standard output"},
     {{L"--format", &Options::format}, L"--format needs json or csv"},
     {{L"--what", &Options::what}, L"--what needs files, types or advice"},
     {{L"--ext", &Options::ext}, L"--ext needs one or more extensions, such as \".jpg .png\""},
     {{L"--find", &Options::find}, L"--find needs a name or pattern, such as \"holiday*\""},
+    {{L"--older", &Options::older}, kNeedsMoment},
+    {{L"--newer", &Options::newer}, kNeedsMoment},
+    {{L"--min", &Options::smallest}, kNeedsSize},
+    {{L"--max", &Options::largest}, kNeedsSize},
 }};
 
 template <typename Table>
@@ -108,7 +125,7 @@ CommandLineOptions parseCommandLine(const std::vector<std::wstring>& arguments) 
       if (hasNext && !arguments[i + 1].starts_with(L"--")) {
         options.*(option->field) = arguments[++i];
       } else {
-        options.parseErrors.emplace_back(option->missing);
+        options.parseErrors.push_back(missingValue(*option));
       }
     } else if (argument.starts_with(L'-') || !options.scanPath.empty()) {
       options.unknownArgs.push_back(argument);
@@ -132,6 +149,27 @@ Mode modeOf(const CommandLineOptions& options) {
   return Mode::interactive;
 }
 
+bool hasBounds(const CommandLineOptions& options) {
+  return !options.older.empty() || !options.newer.empty() || !options.smallest.empty() ||
+         !options.largest.empty();
+}
+
+namespace {
+
+// The messages about values that are none.
+void checkBounds(const Options& options, std::vector<std::wstring>& messages) {
+  for (const ExportOption& option : kExportOptions) {
+    const std::wstring& value = options.*(option.field);
+    const bool moment = option.missing == kNeedsMoment;
+    if (value.empty() || (!moment && option.missing != kNeedsSize)) continue;
+    const bool good = moment ? parseMomentValue(value, nowUnixMs()).has_value()
+                             : parseSizeValue(value).has_value();
+    if (!good) messages.push_back(missingValue(option) + L", not " + value);
+  }
+}
+
+} // namespace
+
 std::wstring effectiveFormat(const CommandLineOptions& options) {
   if (!options.format.empty()) return options.format;
   if (options.outFile == L"-") return L"json";
@@ -149,7 +187,12 @@ std::vector<std::wstring> validateUpdateCheck(const CommandLineOptions& options)
 std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
   std::vector<std::wstring> messages = options.parseErrors;
   if (options.outFile.empty() && options.parseErrors.empty()) {
-    messages.emplace_back(L"--format, --what, --ext and --find only work together with --out");
+    const bool others = !options.format.empty() || !options.what.empty() || !options.ext.empty() ||
+                        !options.find.empty();
+    messages.emplace_back(
+        hasBounds(options) && !others
+            ? L"--older, --newer, --min and --max only work together with --out"
+            : L"--format, --what, --ext and --find only work together with --out");
   }
   if (options.scanPath.empty()) {
     messages.emplace_back(L"there is nothing to scan: add --scan <path>");
@@ -177,7 +220,11 @@ std::vector<std::wstring> validateExportRun(const CommandLineOptions& options) {
   const bool filtered = !options.ext.empty() || !options.find.empty();
   if (filtered && !what.empty() && kind != CsvKind::files) {
     messages.emplace_back(L"--ext and --find narrow the file list, so they go with --what files");
+  } else if (hasBounds(options) && !what.empty() && kind != CsvKind::files) {
+    messages.emplace_back(
+        L"--older, --newer, --min and --max narrow the file list, so they go with --what files");
   }
+  checkBounds(options, messages);
   return messages;
 }
 

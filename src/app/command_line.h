@@ -19,6 +19,7 @@ struct CommandLineOptions {
   bool stop = false;
   bool checkUpdate = false;
   bool exportRun = false;
+  bool logNames = false;
   bool rememberForRestart = false;
   std::int32_t port = 0; // 0: not given; not checked here
   std::wstring grantAccount;
@@ -31,6 +32,11 @@ struct CommandLineOptions {
   std::wstring what;
   std::wstring ext;
   std::wstring find;
+  std::wstring older;
+  std::wstring newer;
+  std::wstring smallest;
+  std::wstring largest;
+  std::wstring logFile;                  // goes with every mode
   std::vector<std::wstring> parseErrors; // in argument order
   std::vector<std::wstring> unknownArgs;
 };
@@ -50,6 +56,9 @@ enum class Mode {
   network, // agent, service or server
   interactive
 };
+
+// Whether the file list is narrowed by size or age.
+bool hasBounds(const CommandLineOptions& options);
 
 Mode modeOf(const CommandLineOptions& options);
 

@@ -32,6 +32,10 @@ Find files - the same filter the page uses, on the file list
                                        * is any run of characters, ? is one,
                                        a name without either means contains,
                                        and ; separates several patterns
+  --older 365d  --newer 2026-01-31     keep only files changed before, or
+                                       since: a date, or hours (h), days (d),
+                                       weeks (w) or years (y) ago
+  --min 10M  --max 4G                  keep only files of this size
   Both drop the 50 MB threshold, so a small file is found too. The
   totals still count the whole drive; only the file list is filtered.
   Exit code 0 done, 1 scan or writing failed, 2 wrong arguments.
@@ -60,6 +64,8 @@ Options
                                        Exit code 0 up to date, 3 newer, 1 failed
   --grant-service-logon <account>      grant that account the right to
                                        log on as a service
+  --log <file>                         keep a diagnostic log in this file
+  --log-names                          and name folders in it
   --help                               this text
 
 Turbo mode reads the NTFS master file table directly and needs

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <bit>
+#include <string_view>
 
 namespace vorda {
 
@@ -58,7 +59,23 @@ void allowFromOrdinaryPrograms(HWND window) {
   }
 }
 
+BOOL CALLBACK closeIfHidden(HWND window, LPARAM closed) {
+  wchar_t name[64] = {};
+  GetClassNameW(window, name, 64);
+  if (std::wstring_view(name) == kHiddenWindowClass &&
+      PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) {
+    *std::bit_cast<bool*>(closed) = true;
+  }
+  return TRUE;
+}
+
 } // namespace
+
+bool closeHiddenWindow(unsigned long thread) {
+  bool closed = false;
+  EnumThreadWindows(thread, closeIfHidden, reinterpret_cast<LPARAM>(&closed));
+  return closed;
+}
 
 bool runHiddenWindow(ServerState& server, const std::function<bool()>& start,
                      const std::function<bool()>& beforeClosing) {

@@ -4,6 +4,7 @@
 
 #include "api/app_state.h"
 #include "app/command_line.h"
+#include "app/companion_win.h"
 
 namespace vorda {
 
@@ -11,7 +12,7 @@ namespace vorda {
 int showHelp();
 
 // --scan with --out: checks the options, scans and writes the result.
-int runExport(const CommandLineOptions& options);
+int runExport(const CommandLineOptions& options, const Companion& companion, DiagnosticLog& log);
 
 // --check-update: checks that no other mode is asked for, then prints the outcome.
 int runUpdateCheck(const CommandLineOptions& options, const UpdateSource& source);
@@ -36,6 +37,6 @@ int grantLogonRight(const std::wstring& account);
 
 // Interactive, agent, server or service mode: serves until asked to quit. state needs
 // everything but its flags and key, which are set here.
-int serve(AppState& state, const CommandLineOptions& options);
+int serve(AppState& state, const CommandLineOptions& options, const Companion& companion);
 
 } // namespace vorda

@@ -90,4 +90,9 @@ std::wstring startFailureText(const PortRequest& request, const std::wstring& re
   return text + reason;
 }
 
+std::wstring runningText(std::uint32_t port) {
+  return L"Vorda is at http://127.0.0.1:" + std::to_wstring(port) +
+         L"/\nPress Ctrl+C to stop it, or run vorda.com --stop elsewhere.";
+}
+
 } // namespace vorda

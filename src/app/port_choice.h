@@ -47,4 +47,7 @@ std::wstring portLostText(std::uint16_t port, const std::wstring& reason);
 // The message for people when startOnSomePort has failed with this reason.
 std::wstring startFailureText(const PortRequest& request, const std::wstring& reason);
 
+// What a user who started the program from a console is told.
+std::wstring runningText(std::uint32_t port);
+
 } // namespace vorda

@@ -18,9 +18,8 @@ namespace {
 constexpr DWORD kAnswerSentMs = 250;
 constexpr DWORD kPortReleasedMs = 150;
 
-bool startElevated(const std::wstring& parameters, HWND owner) {
+bool startElevated(const std::wstring& program, const std::wstring& parameters, HWND owner) {
   const ComApartment apartment;
-  const std::wstring program = programPath();
   SHELLEXECUTEINFOW start{};
   start.cbSize = sizeof start;
   start.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_NOASYNC;
@@ -38,16 +37,17 @@ bool startElevated(const std::wstring& parameters, HWND owner) {
 
 void relaunchElevated(ServerState& server, const std::string& sessionKey, HWND owner) {
   const std::uint32_t port = server.actualPort;
-  Sleep(kAnswerSentMs);
-  stopServer(server);
-  Sleep(kPortReleasedMs);
-  std::wstring parameters(kPortOption);
+  std::wstring parameters(kPortOption); // all that takes memory, while there is still a server
   parameters.append(L" ").append(std::to_wstring(port)).append(L" ").append(kNoOpenOption);
   if (!sessionKey.empty()) {
     parameters.append(L" ").append(kLockOption).append(L" ").append(kTokenOption);
     parameters.append(L" \"").append(toUtf16(sessionKey)).append(L"\"");
   }
-  if (startElevated(parameters, owner)) ExitProcess(kExitDone);
+  const std::wstring program = programPath();
+  Sleep(kAnswerSentMs);
+  stopServer(server);
+  Sleep(kPortReleasedMs);
+  if (startElevated(program, parameters, owner)) ExitProcess(kExitDone);
   const PortTrial trial = {[&server](std::uint16_t number, std::wstring& reason) {
                              return startServer(server, number, false, reason);
                            },

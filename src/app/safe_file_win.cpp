@@ -53,6 +53,20 @@ struct Temporary {
       error = file.valid() ? ERROR_SUCCESS : GetLastError();
     }
   }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+  // Whatever happens, nothing stays behind; a file that was moved has another name by now.
+  ~Temporary() {
+    if (!file.valid() && !closed) return;
+    file.reset();
+    DeleteFileW(name.c_str());
+  }
+
+  void close() {
+    file.reset();
+    closed = true;
+  }
+  bool closed = false;
 };
 
 } // namespace
@@ -63,8 +77,6 @@ std::wstring whyNotWritable(const std::wstring& name) {
   if (std::wstring why = refusal(full); !why.empty()) return why;
   Temporary temporary(full);
   if (temporary.error != ERROR_SUCCESS) return errorText(temporary.error);
-  temporary.file.reset();
-  DeleteFileW(temporary.name.c_str());
   return {};
 }
 
@@ -78,15 +90,13 @@ std::wstring writeFileSafely(const std::wstring& name, std::string_view bytes) {
   if (error == ERROR_SUCCESS && FlushFileBuffers(temporary.file.get()) == FALSE) {
     error = GetLastError();
   }
-  temporary.file.reset();
+  temporary.close();
   if (error == ERROR_SUCCESS &&
       MoveFileExW(temporary.name.c_str(), systemPath(full).c_str(),
                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE) {
     error = GetLastError();
   }
-  if (error == ERROR_SUCCESS) return {};
-  DeleteFileW(temporary.name.c_str());
-  return errorText(error);
+  return error == ERROR_SUCCESS ? std::wstring() : errorText(error);
 }
 
 } // namespace vorda

@@ -1,6 +1,7 @@
 #include "app/scan_run.h"
 
 #include "app/exit_code.h"
+#include "base/out_of_memory.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/time.h"
@@ -27,6 +28,8 @@ std::unique_ptr<Job> makeJob(const ScanRunRequest& request) {
   job->label = job->target;
   job->extensions = parseExtensions(request.ext);
   job->namePatterns = parseNamePatterns(request.find);
+  job->smallest = request.smallest;
+  job->bounds = request.bounds;
   return job;
 }
 
@@ -36,7 +39,7 @@ std::string counted(std::size_t count, const char* one, const char* many) {
 
 // How many files passed a filter; the document lists only some of them.
 std::string matches(const Job& job, const ScanRunRequest& request) {
-  if (request.ext.empty() && request.find.empty()) return {};
+  if (!request.filters()) return {};
   const std::size_t count = job.result.files.size();
   const auto listed = static_cast<std::size_t>(kDocumentOptions.maxFiles);
   std::string text = "  " + counted(count, "file matches", "files match");
@@ -78,6 +81,47 @@ std::string summary(const Job& job, const ScanRunRequest& request) {
   return line + "\n  -> " + toUtf8(request.outFile) + "\n";
 }
 
+int scanAndWrite(const ScanRunRequest& request, const ScanSteps& steps,
+                 const ScanRunOutputs& outputs, ScanRunStop& stop) {
+  const bool toFile = request.outFile != L"-";
+  const auto notWritten = [&](const std::wstring& reason) {
+    outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
+    return kExitFailed;
+  };
+  // A scan can take an hour.
+  if (toFile) {
+    const std::wstring why = outputs.whyNotWritable(request.outFile);
+    if (!why.empty()) return notWritten(why);
+  }
+  const std::unique_ptr<Job> job = makeJob(request);
+  outputs.message(L"Vorda: scanning " + job->target);
+  stop.attach(&job->progress);
+  runJob(*job, steps);
+  stop.attach(nullptr);
+  const std::string error = job->progress.texts().error;
+  if (!error.empty()) {
+    outputs.message(failureLine(error));
+    return kExitFailed;
+  }
+  outputs.message(L"\n");
+  const bool broken = job->result.partial == Partial::broken;
+  if (broken) outputs.message(L"Vorda: the connection broke; the result is only a part\n");
+  const int done = broken ? kExitFailed : kExitDone;
+  const bool csv = isCsv(request);
+  const std::string report =
+      csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
+  const std::string& text = csv ? report : *job->document;
+  if (!stop.beginWriting()) {
+    outputs.message(L"Vorda: stopped; nothing was written\n");
+    return kExitFailed;
+  }
+  if (!toFile) return outputs.standardOut(text) ? done : kExitFailed;
+  const std::wstring reason = outputs.writeFile(request.outFile, text);
+  if (!reason.empty()) return notWritten(reason);
+  outputs.standardOut(summary(*job, request));
+  return done;
+}
+
 } // namespace
 
 std::string summarySize(std::uint64_t bytes) {
@@ -93,39 +137,42 @@ std::string summarySize(std::uint64_t bytes) {
   return text;
 }
 
+void ScanRunStop::request() {
+  const std::lock_guard lock(mutex_);
+  if (writing_) return;
+  requested_ = true;
+  if (progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+void ScanRunStop::attach(ScanProgress* progress) {
+  const std::lock_guard lock(mutex_);
+  progress_ = progress;
+  if (requested_ && progress_ != nullptr) progress_->cancelRequested = true;
+}
+
+bool ScanRunStop::beginWriting() {
+  const std::lock_guard lock(mutex_);
+  writing_ = !requested_;
+  return writing_;
+}
+
+bool ScanRunStop::writing() const {
+  const std::lock_guard lock(mutex_);
+  return writing_;
+}
+
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
-                   const ScanRunOutputs& outputs) {
-  const bool toFile = request.outFile != L"-";
-  const auto notWritten = [&](const std::wstring& reason) {
-    outputs.message(L"Vorda: could not write " + request.outFile + L": " + reason + L"\n");
-    return kExitFailed;
-  };
-  // A scan can take an hour.
-  if (toFile) {
-    const std::wstring why = outputs.whyNotWritable(request.outFile);
-    if (!why.empty()) return notWritten(why);
-  }
-  const std::unique_ptr<Job> job = makeJob(request);
-  outputs.message(L"Vorda: scanning " + job->target);
-  runJob(*job, steps);
-  const std::string error = job->progress.texts().error;
-  if (!error.empty()) {
-    outputs.message(failureLine(error));
+                   const ScanRunOutputs& outputs, ScanRunStop& stop) {
+  try {
+    return scanAndWrite(request, steps, outputs, stop);
+  } catch (...) {
+    const std::string_view word = isOutOfMemory() ? kNoMemory : kScanFailed;
+    try {
+      outputs.message(L"Vorda:" + failureLine(std::string(word)));
+    } catch (...) { // NOLINT(bugprone-empty-catch): then the exit code has to do
+    }
     return kExitFailed;
   }
-  outputs.message(L"\n");
-  const bool broken = job->result.partial == Partial::broken;
-  if (broken) outputs.message(L"Vorda: the connection broke; the result is only a part\n");
-  const int done = broken ? kExitFailed : kExitDone;
-  const bool csv = isCsv(request);
-  const std::string report =
-      csv ? buildCsvReport(*job, request.what, localNow(), nowUnixMs()) : std::string();
-  const std::string& text = csv ? report : *job->document;
-  if (!toFile) return outputs.standardOut(text) ? done : kExitFailed;
-  const std::wstring reason = outputs.writeFile(request.outFile, text);
-  if (!reason.empty()) return notWritten(reason);
-  outputs.standardOut(summary(*job, request));
-  return done;
 }
 
 } // namespace vorda

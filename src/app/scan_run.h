@@ -6,6 +6,8 @@
 #include "scan/job.h"
 
 #include <functional>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +20,12 @@ struct ScanRunRequest {
   CsvKind what = CsvKind::files;
   std::wstring ext;
   std::wstring find;
+  std::optional<std::uint64_t> smallest{}; // bytes
+  FileBounds bounds{};
+
+  bool filters() const {
+    return !ext.empty() || !find.empty() || smallest.has_value() || bounds.any();
+  }
 };
 
 struct ScanRunOutputs {
@@ -29,10 +37,30 @@ struct ScanRunOutputs {
   std::function<std::wstring(const std::wstring& name)> whyNotWritable;
 };
 
-// Returns the exit code: kExitDone, or kExitFailed if scanning or writing failed, or if the
-// connection to a host broke.
+// Lets another thread stop a run. A stopped run writes nothing: either the whole result is written, or
+// none of it.
+class ScanRunStop {
+public:
+  void request();
+
+  // For the run itself. The scan's progress is that of request() until the object is attached to none.
+  void attach(ScanProgress* progress);
+  // False if the run was stopped; after true it can no longer be.
+  bool beginWriting();
+
+  bool writing() const;
+
+private:
+  mutable std::mutex mutex_;
+  ScanProgress* progress_ = nullptr;
+  bool requested_ = false;
+  bool writing_ = false;
+};
+
+// Returns the exit code: kExitDone, or kExitFailed if scanning or writing failed, if the connection to
+// a host broke, or if the run was stopped.
 int runScanCommand(const ScanRunRequest& request, const ScanSteps& steps,
-                   const ScanRunOutputs& outputs);
+                   const ScanRunOutputs& outputs, ScanRunStop& stop);
 
 // The size in the summary, such as "1023 B", "1.0 KB" or "1.5 GB", up to PB.
 std::string summarySize(std::uint64_t bytes);

@@ -57,7 +57,12 @@ void tellTemporaryKey(const AppState& state, const CommandLineOptions& options) 
   if (!writeStdLine(text, StdStream::error)) startDetached([text] { showInfo(text); });
 }
 
-int serveUntilClosed(AppState& state, const CommandLineOptions& options,
+// For a user who has a console in front of them.
+void tellAddress(const AppState& state, const Companion& companion) {
+  if (companion.present()) writeStdLine(runningText(state.server.actualPort), StdStream::error);
+}
+
+int serveUntilClosed(AppState& state, const CommandLineOptions& options, const Companion& companion,
                      bool temporaryKey = false) {
   const bool network = options.agent || options.server;
   const PortRequest request = {
@@ -66,34 +71,46 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options,
                              return startServer(state.server, port, network, reason);
                            },
                            [](unsigned milliseconds) { Sleep(milliseconds); }, portInUse};
+  companion.whenStopped([thread = GetCurrentThreadId()] {
+    if (!closeHiddenWindow(thread)) ExitProcess(kExitDone);
+  });
   std::wstring reason;
   const auto start = [&] {
     if (!startOnSomePort(request, trial, reason)) return false;
     const bool opened = !options.agent && !options.noOpen;
     if (opened) shellOpen(pageAddress(state, options));
     if (temporaryKey && !opened) tellTemporaryKey(state, options);
+    tellAddress(state, companion);
     return true;
   };
   const auto beforeClosing = [network, &state] {
-    if (network) noteDuringInstallation();
+    try {
+      if (network) noteDuringInstallation();
+    } catch (...) { // NOLINT(bugprone-empty-catch): closing must not fail; Windows called this
+    }
     return state.operations.any();
   };
   if (runHiddenWindow(state.server, start, beforeClosing)) {
     state.operations.waitUntilNone(kWaitForOperations);
     return kExitDone;
   }
-  showErrorBox(startFailureText(request, reason));
+  const std::wstring failure = startFailureText(request, reason);
+  if (companion.present()) {
+    showError(failure);
+  } else {
+    showErrorBox(failure);
+  }
   return kExitFailed;
 }
 
 } // namespace
 
-int serve(AppState& state, const CommandLineOptions& options) {
+int serve(AppState& state, const CommandLineOptions& options, const Companion& companion) {
   state.startPath.set(options.scanPath);
   state.remote = options.agent || options.server || options.service;
   // Where others are signed in, each of them could delete through a program that asks for no key.
   state.keyRequired = state.remote || options.lock || signedInUsers().size() > 1;
-  if (!state.keyRequired) return serveUntilClosed(state, options);
+  if (!state.keyRequired) return serveUntilClosed(state, options, companion);
   const Key key =
       state.remote || !options.token.empty() ? resolveKey(options) : Key{generateAgentKey(), true};
   if (key.text.empty()) {
@@ -102,7 +119,7 @@ int serve(AppState& state, const CommandLineOptions& options) {
   }
   state.serverMode = options.server;
   state.key = toUtf8(key.text);
-  if (!options.service) return serveUntilClosed(state, options, key.temporary);
+  if (!options.service) return serveUntilClosed(state, options, companion, key.temporary);
   const std::int32_t port = options.port != 0 ? options.port : kDefaultAgentPort;
   return runService(state.server, state.operations, port) ? kExitDone : kExitFailed;
 }

@@ -1,7 +1,9 @@
 #include "app/session_actions_win.h"
 
+#include "app/open_item_win.h"
 #include "app/relaunch_win.h"
 #include "base/detached_thread.h"
+#include "base/paths.h"
 #include "win/elevation.h"
 #include "win/program_path.h"
 #include "win/read_file.h"
@@ -10,6 +12,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <memory>
 
 namespace vorda {
 
@@ -22,8 +25,8 @@ constexpr std::uint32_t kMaxPageFileBytes = 268'435'456;
 constexpr const wchar_t* kPageFile = L"ui.built.html";
 constexpr const char* kPageMissing = "<h1>ui.html ontbreekt</h1>";
 
-std::string pageResource() {
-  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), L"HTMLPAGE");
+std::string resource(const wchar_t* type) {
+  const HRSRC place = FindResourceW(nullptr, MAKEINTRESOURCEW(1), type);
   if (place == nullptr) return {};
   const HGLOBAL loaded = LoadResource(nullptr, place);
   const void* bytes = loaded == nullptr ? nullptr : LockResource(loaded);
@@ -34,11 +37,10 @@ std::string pageResource() {
 // A file next to the program replaces the built-in page. It is read on every request, so that
 // someone working on the page only needs to reload it.
 std::string page() {
-  const std::wstring program = programPath();
-  const std::wstring file = program.substr(0, program.rfind(L'\\') + 1) + kPageFile;
+  const std::wstring file = joinPath(parentOf(programPath()), kPageFile);
   if (std::optional<std::string> bytes = readFile(file, kMaxPageFileBytes)) return *bytes;
-  std::string bytes = pageResource();
-  return bytes.empty() ? "<h1>ui.html ontbreekt</h1>" : bytes;
+  std::string bytes = resource(L"HTMLPAGE");
+  return bytes.empty() ? kPageMissing : bytes;
 }
 
 void quitSoon(const RunningOperations& operations) {
@@ -64,11 +66,16 @@ void reveal(const std::wstring& path) {
   startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
 }
 
+void openBin() {
+  startDetached([] { shellOpen(L"explorer.exe", L"shell:RecycleBinFolder"); });
+}
+
 } // namespace
 
 SessionActions makeSessionActions(AppState& state) {
   SessionActions actions;
   actions.page = page;
+  actions.description = [] { return resource(L"APIDESCRIPTION"); };
   actions.quitSoon = [&state] { quitSoon(state.operations); };
   actions.elevated = processElevated;
   // While a prompt is open, further requests do not open another.
@@ -76,12 +83,15 @@ SessionActions makeSessionActions(AppState& state) {
   actions.elevateSoon = [&state, prompting] {
     startDetached([&state, prompting, owner = GetForegroundWindow()] {
       if (prompting->exchange(true)) return;
+      const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> whileOpen(
+          prompting.get(), [](std::atomic<bool>* open) { *open = false; });
       state.operations.waitUntilNone(kWaitForOperations);
       relaunchElevated(state.server, state.key, owner);
-      *prompting = false;
     });
   };
   actions.reveal = reveal;
+  actions.openBin = openBin;
+  actions.open = openItemSoon;
   return actions;
 }
 

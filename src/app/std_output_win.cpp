@@ -1,6 +1,7 @@
 #include "app/std_output_win.h"
 
 #include "base/text.h"
+#include "win/handles.h"
 #include "win/write_all.h"
 
 #include <windows.h>
@@ -23,11 +24,14 @@ public:
     if (!valid() && AttachConsole(ATTACH_PARENT_PROCESS) != FALSE) {
       attached_ = true;
       handle_ = GetStdHandle(which);
+      // Windows fills in the handles of a process that was started with none at all only.
+      if (!valid()) openConsole();
     }
   }
   StdHandle(const StdHandle&) = delete;
   StdHandle& operator=(const StdHandle&) = delete;
   ~StdHandle() {
+    console_.reset();
     if (attached_) FreeConsole();
   }
 
@@ -39,7 +43,15 @@ public:
   }
 
 private:
+  void openConsole() {
+    console_.reset(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                               nullptr));
+    handle_ = console_.get();
+  }
+
   HANDLE handle_ = nullptr;
+  FileHandle console_;
   bool attached_ = false;
 };
 

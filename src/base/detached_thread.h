@@ -9,8 +9,8 @@
 
 namespace vorda {
 
-// Runs the work on a new thread. Throws std::system_error, without running it, when the
-// system cannot create one.
+// Runs the work on a new thread. Throws std::system_error or std::bad_alloc, without running it,
+// when the system cannot create one. An exception ends the work, never the process.
 void startDetached(std::function<void()> work);
 
 } // namespace vorda

@@ -4,6 +4,13 @@
 
 namespace vorda {
 
-void startDetached(std::function<void()> work) { std::thread(std::move(work)).detach(); }
+void startDetached(std::function<void()> work) {
+  std::thread([work = std::move(work)] {
+    try {
+      work();
+    } catch (...) { // NOLINT(bugprone-empty-catch): as on Windows
+    }
+  }).detach();
+}
 
 } // namespace vorda

@@ -13,7 +13,10 @@ namespace {
 
 unsigned __stdcall runWork(void* argument) {
   const std::unique_ptr<std::function<void()>> work(static_cast<std::function<void()>*>(argument));
-  (*work)();
+  try {
+    (*work)();
+  } catch (...) { // NOLINT(bugprone-empty-catch): nobody waits for it
+  }
   return 0;
 }
 

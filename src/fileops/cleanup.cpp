@@ -1,5 +1,6 @@
 #include "fileops/cleanup.h"
 
+#include "base/out_of_memory.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/deletion_log.h"
@@ -45,6 +46,7 @@ bool isReadAsSpelled(Machine& machine, const std::wstring& entry) {
 
 struct Entry {
   bool plain = false; // the others are left alone
+  bool done = false;  // the shell reported success
   Doomed doomed;
 };
 
@@ -76,21 +78,63 @@ Journal journalOf(const std::wstring& path, const std::vector<Entry>& entries) {
   return journal;
 }
 
-void removeOne(Machine& machine, FolderSource& folders, const Entry& entry, CleanupResult& result) {
-  const Doomed& doomed = entry.doomed;
+// False if memory ran out meanwhile.
+bool removeAll(Machine& machine, FolderSource& folders, std::vector<Entry>& entries) {
   const auto anyFolder = [](const std::wstring&, std::wstring_view) { return true; };
-  const ShellOutcome outcome =
-      entry.plain ? removeForGood(machine, folders, {doomed}, anyFolder) : ShellOutcome{0, true};
-  // The shell may report success for a file in use.
-  if (outcome.code == 0 && !outcome.aborted && !folders.facts(doomed.real).exists) {
-    ++result.deleted;
-    result.bytes += doomed.measure.bytes;
-    return;
+  try {
+    for (Entry& one : entries) {
+      if (!one.plain) continue;
+      const ShellOutcome outcome = removeForGood(machine, folders, {one.doomed}, anyFolder);
+      one.done = outcome.code == 0 && !outcome.aborted;
+    }
+  } catch (...) {
+    return false;
   }
-  ++result.skipped;
-  // A folder with a file in use goes except for that file.
-  if (!entry.plain) return;
-  result.bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
+  return true;
+}
+
+void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, CleanupResult& result) {
+  result.deleted = result.skipped = 0;
+  result.bytes = 0;
+  for (const Entry& one : entries) {
+    const Doomed& doomed = one.doomed;
+    // The shell may report success for a file in use.
+    if (one.done && !folders.facts(doomed.real).exists) {
+      ++result.deleted;
+      result.bytes += doomed.measure.bytes;
+      continue;
+    }
+    ++result.skipped;
+    // A folder with a file in use goes except for that file.
+    if (!one.plain) continue;
+    result.bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
+  }
+}
+
+// A folder that may be emptied, held so that it cannot be replaced.
+struct Opened {
+  std::wstring folder;
+  std::shared_ptr<void> held;
+  std::vector<std::wstring> names;
+  CleanupFailure failure = CleanupFailure::none;
+};
+
+Opened openFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  Opened opened = {normalisePath(path), {}, {}, CleanupFailure::none};
+  const std::wstring& folder = opened.folder;
+  if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
+    opened.failure = CleanupFailure::notAllowed;
+    return opened;
+  }
+  // Hold before checking, so that the folder cannot be replaced afterwards.
+  opened.held = machine.hold(folder);
+  const bool there = folders.facts(folder).exists;
+  if (there && !isReachedDirectly(machine, folders, folder)) {
+    opened.failure = CleanupFailure::notAllowed;
+  } else if (!there || !listNames(folders, folder, opened.names)) {
+    opened.failure = CleanupFailure::unreadable;
+  }
+  return opened;
 }
 
 } // namespace
@@ -101,33 +145,40 @@ bool isCleanableFolder(std::wstring_view path) {
                      [&normal](std::wstring_view one) { return endsWithIgnoreCase(normal, one); });
 }
 
+CleanupPreview previewCleanup(Machine& machine, FolderSource& folders, const std::wstring& path) {
+  CleanupPreview preview;
+  const Opened opened = openFolder(machine, folders, path);
+  preview.failure = opened.failure;
+  if (preview.failure != CleanupFailure::none) return preview;
+  preview.entries = opened.names.size();
+  preview.measure = measurePath(folders, opened.folder);
+  return preview;
+}
+
 CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
   CleanupResult result;
-  const std::wstring folder = normalisePath(path);
-  if (!isCleanableFolder(folder) || !isPlainAbsolute(folder)) {
-    result.failure = CleanupFailure::notAllowed;
-    return result;
-  }
-  // Hold before checking, so that the folder cannot be replaced afterwards.
-  const std::shared_ptr<void> held = machine.hold(folder);
-  std::vector<std::wstring> names;
-  const bool there = folders.facts(folder).exists;
-  if (there && !isReachedDirectly(machine, folders, folder)) {
-    result.failure = CleanupFailure::notAllowed;
-  } else if (!there || !listNames(folders, folder, names)) {
-    result.failure = CleanupFailure::unreadable;
-  }
+  const Opened opened = openFolder(machine, folders, path);
+  result.failure = opened.failure;
   if (result.failure != CleanupFailure::none) return result;
 
-  result.before = measurePath(folders, folder);
+  result.before = measurePath(folders, opened.folder);
   finishInterrupted(machine, folders);
-  const std::vector<Entry> entries = entriesOf(machine, folders, folder, names);
+  std::vector<Entry> entries = entriesOf(machine, folders, opened.folder, opened.names);
+  MemoryReserve reserve;
   const std::unique_ptr<JournalFile> journal =
       machine.writeJournal(journalText(journalOf(path, entries)));
-  for (const Entry& one : entries) removeOne(machine, folders, one, result);
-  result.logged = machine.appendToLog(
-      cleanedLine(machine.now(), {false, result.bytes, result.deleted, result.skipped}, path));
-  if (journal) journal->remove();
+  result.outOfMemory = !removeAll(machine, folders, entries);
+  // What is gone is gone: from here on nothing may fail.
+  try {
+    withReserve(reserve, [&] { countRemoved(folders, entries, result); });
+    withReserve(reserve, [&] {
+      result.logged = machine.appendToLog(
+          cleanedLine(machine.now(), {false, result.bytes, result.deleted, result.skipped}, path));
+    });
+    if (journal) journal->remove();
+  } catch (...) {
+    result.outOfMemory = true; // the line is written later, from the journal
+  }
   return result;
 }
 

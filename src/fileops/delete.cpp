@@ -1,5 +1,6 @@
 #include "fileops/delete.h"
 
+#include "base/out_of_memory.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/deletion_log.h"
@@ -86,6 +87,7 @@ public:
 
 private:
   using Test = std::function<Refusal(Item&)>;
+  using BinQuestion = std::function<std::optional<BinFigures>()>;
 
   void judge();
   void preview();
@@ -95,9 +97,11 @@ private:
   Refusal measure(Item& item);
   Refusal judgeAgain(PathJudge& judge, Item& item);
   std::vector<std::wstring> realPathList() const;
+  ShellOutcome remove(bool intoBin);
   ShellOutcome removeAll();
   Journal journalOf() const;
-  void lookAfterwards();
+  void lookAfterwards(const ShellOutcome& outcome, const std::optional<BinFigures>& before,
+                      const BinQuestion& bin);
   void log(const ShellOutcome& outcome);
 
   Machine& machine_;
@@ -201,16 +205,28 @@ void Deletion::execute() {
   };
   const std::optional<BinFigures> before = bin();
   finishInterrupted(machine_, folders_);
+  MemoryReserve reserve;
   const std::unique_ptr<JournalFile> journal = machine_.writeJournal(journalText(journalOf()));
-  const ShellOutcome outcome = intoBin ? machine_.shellDelete(realPathList(), true) : removeAll();
-  const std::optional<BinFigures> after = bin();
+  const ShellOutcome outcome = remove(intoBin);
   proof_.release();
-  lookAfterwards();
-  if (before && after && after->bytes > before->bytes) {
-    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
+  // What is gone is gone: from here on nothing may fail.
+  try {
+    withReserve(reserve, [&] { lookAfterwards(outcome, before, bin); });
+    withReserve(reserve, [&] { log(outcome); });
+    if (journal) journal->remove();
+  } catch (...) {
+    result_ = DeleteResult{};
+    result_.unknown = true;
   }
-  log(outcome);
-  if (journal) journal->remove();
+}
+
+// An exception in the middle leaves what is not gone yet.
+ShellOutcome Deletion::remove(bool intoBin) {
+  try {
+    return intoBin ? machine_.shellDelete(realPathList(), true) : removeAll();
+  } catch (...) {
+    return {kOutOfMemoryCode, false, true};
+  }
 }
 
 std::vector<std::wstring> Deletion::realPathList() const {
@@ -242,18 +258,26 @@ Journal Deletion::journalOf() const {
   return journal;
 }
 
-void Deletion::lookAfterwards() {
-  for (Item& item : items_) {
-    DeletedPath& one = item.path;
-    result_.wouldDelete.push_back(one);
-    if (folders_.facts(one.real).exists) {
-      if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
-      result_.bytes += one.lost.bytes;
-      result_.left.push_back(std::move(one));
-    } else {
-      result_.bytes += one.measure.bytes;
-      result_.deleted.push_back(std::move(one));
+void Deletion::lookAfterwards(const ShellOutcome& outcome,
+                              const std::optional<BinFigures>& before, const BinQuestion& bin) {
+  result_.bytes = 0;
+  result_.wouldDelete.clear();
+  result_.left.clear();
+  result_.deleted.clear();
+  result_.stayed.clear();
+  for (const Item& item : items_) {
+    result_.wouldDelete.push_back(item.path);
+    const bool there = folders_.facts(item.path.real).exists;
+    DeletedPath& one = (there ? result_.left : result_.deleted).emplace_back(item.path);
+    if (there && one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
+    if (there && request_.wantWhy) {
+      addStayed(machine_, folders_, one.real, one.folder, outcome.code, result_.stayed);
     }
+    result_.bytes += there ? one.lost.bytes : one.measure.bytes;
+  }
+  const std::optional<BinFigures> after = bin();
+  if (before && after && after->bytes > before->bytes) {
+    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
   }
 }
 
@@ -315,7 +339,9 @@ void Deletion::log(const ShellOutcome& outcome) {
   for (const DeletedPath& one : result_.left) {
     if (one.lost.any) lines += deletedLine(machine_.now(), {mode, true}, one.lost.bytes, one.path);
   }
-  if (outcome.aborted) {
+  if (outcome.outOfMemory) {
+    result_.error = kNoMemory;
+  } else if (outcome.aborted) {
     result_.error = kAborted;
   } else if (outcome.code != 0) {
     result_.error = std::string(kFailed) + std::to_string(outcome.code);

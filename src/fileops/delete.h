@@ -8,6 +8,7 @@
 #include "fileops/copy_proof.h"
 #include "fileops/machine.h"
 #include "fileops/measure.h"
+#include "fileops/why_stayed.h"
 
 #include <cstdint>
 #include <string>
@@ -21,6 +22,7 @@ struct DeleteRequest {
   bool dryRun = false;
   std::wstring root;              // the folder that paths must lie in; empty for no restriction
   bool wantSeen = false;          // a dry run says what it sees
+  bool wantWhy = false;           // say why something is still there
   std::vector<Expected> expected; // one for each path, or none at all
   std::uint64_t nowMs = 0;        // since 1970
 };
@@ -44,19 +46,24 @@ struct DeletedPath {
 struct DeleteResult {
   // Of the deleted paths, and what went from inside others; in a dry run of those that are files.
   std::uint64_t bytes = 0;
-  std::uint64_t binned = 0;         // how many of them went into the recycle bin
-  std::string error;                // "", "aborted", or "failed:" with the shell's code
+  std::uint64_t binned = 0; // how many of them went into the recycle bin
+  // "", "aborted", "failed:" with the shell's code, or kNoMemory if memory ran out meanwhile
+  std::string error;
+  // Nothing is known about what is gone: there was no memory to look. The journal stays, and the
+  // lines for the log are written later.
+  bool unknown = false;
   bool logged = true;               // false if the log could not be written
   std::vector<DeletedPath> deleted; // no longer there
   std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
+  std::vector<StayedPath> stayed;   // why, or what inside them is the reason
   std::vector<RefusedPath> refused;
   std::vector<DeletedPath> wouldDelete; // without paths inside other paths of the list
   std::vector<std::wstring> noBin;      // in a dry run: those that no bin would take
 };
 
 // A dry run only judges the paths, and measures them if it says what it sees: it changes and logs
-// nothing. The call blocks on the disk, so
-// it must not be made while a job's resultMutex is held.
+// nothing. The call blocks on the disk, so it must not be made while a job's resultMutex is held.
+// An exception means that nothing was deleted.
 DeleteResult deletePaths(Machine& machine, FolderSource& folders, FileKeeper& keeper,
                          const DeleteRequest& request);
 

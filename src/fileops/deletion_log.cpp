@@ -4,22 +4,10 @@
 
 namespace vorda {
 
+using namespace log_text;
+
 namespace {
 
-// The wording of the log is part of the interface: programs read it, and it is the same in
-// every language of the page.
-constexpr std::string_view kPermanent = "definitief";
-constexpr std::string_view kBinned = "prullenbak";
-constexpr std::string_view kBinRefused = "definitief (niet in de prullenbak)";
-constexpr std::string_view kPart = " (deels)";
-constexpr std::string_view kInterrupted = " (onderbroken)";
-constexpr std::string_view kFailed = "MISLUKT";
-constexpr std::string_view kOf = " van ";
-constexpr std::string_view kPathsLeft = " paden bleven staan";
-constexpr std::string_view kCleaned = "LEEGGEMAAKT";
-constexpr std::string_view kRemoved = " weg, ";
-constexpr std::string_view kSkipped = " overgeslagen";
-constexpr std::string_view kSeparator = "  ";
 constexpr std::string_view kLineEnd = "\r\n";
 
 std::string_view modeText(DeletionMode mode) {

@@ -9,6 +9,23 @@
 
 namespace vorda {
 
+// The wording of the log is part of the interface: programs read it, and it is the same in
+// every language of the page.
+namespace log_text {
+inline constexpr std::string_view kPermanent = "definitief";
+inline constexpr std::string_view kBinned = "prullenbak";
+inline constexpr std::string_view kBinRefused = "definitief (niet in de prullenbak)";
+inline constexpr std::string_view kPart = " (deels)";
+inline constexpr std::string_view kInterrupted = " (onderbroken)";
+inline constexpr std::string_view kFailed = "MISLUKT";
+inline constexpr std::string_view kOf = " van ";
+inline constexpr std::string_view kPathsLeft = " paden bleven staan";
+inline constexpr std::string_view kCleaned = "LEEGGEMAAKT";
+inline constexpr std::string_view kRemoved = " weg, ";
+inline constexpr std::string_view kSkipped = " overgeslagen";
+inline constexpr std::string_view kSeparator = "  ";
+} // namespace log_text
+
 enum class DeletionMode {
   permanent,
   binned,

@@ -6,6 +6,7 @@
 
 #include <shlobj.h>
 
+#include <memory>
 #include <string_view>
 
 namespace vorda {
@@ -21,8 +22,9 @@ std::wstring deletionLogPath() {
   PWSTR found = nullptr;
   const HRESULT status =
       SHGetKnownFolderPath(FOLDERID_LocalAppData, KF_FLAG_DEFAULT, nullptr, &found);
+  // May be set even after a failure.
+  const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> freed(found, CoTaskMemFree);
   std::wstring base = SUCCEEDED(status) ? found : L"C:";
-  CoTaskMemFree(found); // may be set even after a failure
   return base.append(kLogName);
 }
 

@@ -1,5 +1,6 @@
 #include "fileops/journal_files_win.h"
 
+#include "base/paths.h"
 #include "fileops/deletion_log_win.h"
 #include "win/handles.h"
 #include "win/write_all.h"
@@ -18,10 +19,7 @@ constexpr std::wstring_view kSuffix = L".journaal";
 constexpr unsigned kMostNames = 1'000; // tried before giving up
 constexpr std::uint64_t kMostBytes = 1'073'741'824;
 
-std::wstring logFolder() {
-  const std::wstring path = deletionLogPath();
-  return path.substr(0, path.rfind(L'\\') + 1);
-}
+std::wstring logFolder() { return std::wstring(folderPart(deletionLogPath())); }
 
 class DiskJournal final : public JournalFile {
 public:

@@ -33,7 +33,11 @@ struct KnownFolder {
 struct ShellOutcome {
   int code = 0; // 0 for success
   bool aborted = false;
+  bool outOfMemory = false; // of this process
 };
+
+// The system's code for that.
+inline constexpr int kOutOfMemoryCode = 8;
 
 struct BinFigures {
   std::uint64_t bytes = 0;
@@ -61,6 +65,11 @@ public:
 struct FoundJournal {
   std::string bytes;
   std::unique_ptr<JournalFile> file;
+};
+
+struct LogEnd {
+  std::string bytes;
+  bool whole = true; // there is nothing before it
 };
 
 class Machine {
@@ -116,6 +125,13 @@ public:
 
   // Appends records to the deletion log; false if they could not be written.
   virtual bool appendToLog(std::string_view bytes) = 0;
+
+  // The end of the deletion log, at most this many bytes; nothing if it cannot be read.
+  virtual std::optional<LogEnd> endOfLog(std::size_t mostBytes) = 0;
+
+  // The system's code when it refuses to open something for deletion, or for writing, as it does with
+  // a program that runs; else 0. Changes nothing; a link is not followed.
+  virtual int deletionProblem(const std::wstring& path, bool folder) = 0;
 
   // Writes a journal beside the log; it is on the disk when this returns. Null on failure.
   virtual std::unique_ptr<JournalFile> writeJournal(std::string_view bytes) = 0;

@@ -17,9 +17,12 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <exception>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -36,11 +39,17 @@ constexpr std::size_t kLongestFinalName = 200;
 // Runs work on a thread of its own with COM: the shell may need more stack than the thread of a
 // connection has.
 template <typename Work> void onShellThread(Work work) {
-  std::thread thread([&work] {
-    const ComApartment com;
-    work();
+  std::exception_ptr failure;
+  std::thread thread([&work, &failure] {
+    try {
+      const ComApartment com;
+      work();
+    } catch (...) {
+      failure = std::current_exception();
+    }
   });
   thread.join();
+  if (failure) std::rethrow_exception(failure);
 }
 
 FileHandle openAttributes(const std::wstring& path, DWORD flags) {
@@ -60,12 +69,14 @@ std::optional<std::wstring> withoutPrefix(const std::wstring& literal) {
   return rest;
 }
 
+using CoTaskText = std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)>;
+
 std::optional<std::wstring> folderOf(REFKNOWNFOLDERID id) {
   PWSTR found = nullptr;
   const HRESULT status = SHGetKnownFolderPath(id, KF_FLAG_DONT_VERIFY, nullptr, &found);
+  const CoTaskText freed(found, CoTaskMemFree);
   std::optional<std::wstring> path;
   if (SUCCEEDED(status)) path = found;
-  CoTaskMemFree(found);
   return path;
 }
 
@@ -249,9 +260,9 @@ public:
     if (length >= 3 && length < MAX_PATH) roots.emplace_back(text, 3);
     const HANDLE search = FindFirstVolumeW(text, MAX_PATH);
     if (search == INVALID_HANDLE_VALUE) return roots;
+    const std::unique_ptr<void, decltype(&FindVolumeClose)> closed(search, FindVolumeClose);
     do addMountFolders(text, roots);
     while (FindNextVolumeW(search, text, MAX_PATH) != FALSE);
-    FindVolumeClose(search);
     return roots;
   }
 
@@ -325,7 +336,7 @@ public:
     // failure until the log has been free once.
     const std::lock_guard lock(logMutex_);
     const std::wstring path = deletionLogPath();
-    CreateDirectoryW(path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    CreateDirectoryW(parentOf(path).c_str(), nullptr);
     const int tries = logStuck_ ? 1 : kLogAttempts;
     logStuck_ = true;
     for (int i = 0; i < tries; ++i) {
@@ -338,6 +349,47 @@ public:
       return writeAll(file.get(), bytes) == ERROR_SUCCESS;
     }
     return false;
+  }
+
+  std::optional<LogEnd> endOfLog(std::size_t mostBytes) override {
+    const FileHandle file(CreateFileW(deletionLogPath().c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.valid()) {
+      const DWORD code = GetLastError();
+      const bool none = code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
+      return none ? std::optional(LogEnd{}) : std::nullopt;
+    }
+    LARGE_INTEGER size{};
+    if (GetFileSizeEx(file.get(), &size) == FALSE) return std::nullopt;
+    const auto all = static_cast<std::uint64_t>(size.QuadPart);
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(all, mostBytes));
+    LARGE_INTEGER from{};
+    from.QuadPart = static_cast<LONGLONG>(all - wanted);
+    LogEnd end = {std::string(wanted, '\0'), wanted == all};
+    DWORD count = 0;
+    if (SetFilePointerEx(file.get(), from, nullptr, FILE_BEGIN) == FALSE ||
+        ReadFile(file.get(), end.bytes.data(), static_cast<DWORD>(wanted), &count, nullptr) ==
+            FALSE) {
+      return std::nullopt;
+    }
+    end.bytes.resize(count);
+    return end;
+  }
+
+  int deletionProblem(const std::wstring& path, bool folder) override {
+    constexpr DWORD kFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
+    for (const DWORD access : {DWORD{DELETE}, DWORD{FILE_WRITE_DATA}}) {
+      // To a folder, the right to write is about what is in it.
+      if (folder && access != DELETE) break;
+      const FileHandle entry(CreateFileW(literalPath(path).c_str(), access, kShareAll, nullptr,
+                                         OPEN_EXISTING, kFlags, nullptr));
+      if (entry.valid()) continue;
+      const auto code = static_cast<int>(GetLastError());
+      // Read-only files cannot be opened for writing, but deleted.
+      if (access == DELETE || code == ERROR_SHARING_VIOLATION) return code;
+    }
+    return 0;
   }
 
   LocalTime now() override { return localNow(); }

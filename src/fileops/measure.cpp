@@ -114,9 +114,10 @@ ScanResult surveyFolder(FolderSource& source, const std::wstring& path,
         result.byteCount += item.size;
         ++result.fileCount;
         addToType(result.types, item.name, item.size);
-        if (!options.keeps(item.name, item.size)) return;
-        result.files.push_back(
-            {folder, std::wstring(item.name), item.size, unixMsFromFileTime(item.lastWrite)});
+        const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
+        if (!options.keeps(item.name, item.size) || !options.bounds.hold(item.size, modified))
+          return;
+        result.files.push_back({folder, std::wstring(item.name), item.size, modified});
       });
   result.folderCount = result.folders.size();
   return result;

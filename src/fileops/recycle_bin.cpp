@@ -5,6 +5,8 @@
 #include "rules/safety_rules.h"
 #include "tree/size_tree.h"
 
+#include <new>
+
 namespace vorda {
 
 namespace {
@@ -44,9 +46,13 @@ void BinsOfDrives::measure(const std::wstring& root) {
 
 void BinsOfDrives::measureAgain() {
   for (auto& [drive, bin] : bins_) {
-    bin.after = surveyFolder(folders_, bin.folder, ScanOptions{});
-    // A bin that no longer exists is empty; one that cannot be read is unknown.
-    bin.known = bin.after.unreadableFolders == 0 || !folders_.facts(bin.folder).exists;
+    try {
+      bin.after = surveyFolder(folders_, bin.folder, ScanOptions{});
+      // A bin that no longer exists is empty; one that cannot be read is unknown.
+      bin.known = bin.after.unreadableFolders == 0 || !folders_.facts(bin.folder).exists;
+    } catch (const std::bad_alloc&) {
+      bin.known = false; // the bins are empty by now, so this must not fail
+    }
   }
 }
 

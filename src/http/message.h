@@ -34,19 +34,21 @@ struct HttpRequest {
   std::optional<std::string_view> header(std::string_view name) const { return headers.find(name); }
 };
 
-inline constexpr const char* kJsonType = "application/json; charset=utf-8";
+inline constexpr std::string_view kJsonType = "application/json; charset=utf-8";
 
 struct HttpResponse {
   int status = 200;
-  std::string contentType = kJsonType;
+  std::string_view contentType = kJsonType; // a constant
   // Shared, so that concurrent responses with the same large document do not copy it.
   std::shared_ptr<const std::string> body;
+  // Contents of a file: browsers must neither guess another type nor show it in pages of other sites.
+  bool guarded = false;
 
   std::string_view payload() const { return body ? std::string_view(*body) : std::string_view(); }
 };
 
-inline HttpResponse answer(int status, std::string body, std::string contentType = kJsonType) {
-  return {status, std::move(contentType), std::make_shared<const std::string>(std::move(body))};
+inline HttpResponse answer(int status, std::string body, std::string_view contentType = kJsonType) {
+  return {status, contentType, std::make_shared<const std::string>(std::move(body))};
 }
 
 // {"error":word}; the word is a program constant and is not escaped.

@@ -63,11 +63,16 @@ std::optional<ParsedHead> parseHead(std::string_view head) {
   return parsed;
 }
 
+constexpr const char* kGuards = "X-Content-Type-Options: nosniff\r\n"
+                                "Cross-Origin-Resource-Policy: same-origin\r\n"
+                                "Content-Security-Policy: default-src 'none'; sandbox\r\n";
+
 std::string responseHead(const HttpResponse& response) {
   return "HTTP/1.1 " + std::to_string(response.status) + " " + reasonOf(response.status) +
-         "\r\nContent-Type: " + response.contentType +
+         "\r\nContent-Type: " + std::string(response.contentType) +
          "\r\nContent-Length: " + std::to_string(response.payload().size()) +
-         "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
+         "\r\nCache-Control: no-store\r\nConnection: close\r\n" +
+         (response.guarded ? kGuards : "") + "\r\n";
 }
 
 } // namespace vorda

@@ -1,6 +1,7 @@
 #include "http/server.h"
 
 #include "http/connection.h"
+#include "http/socket_win.h"
 
 #include <winsock2.h>
 
@@ -9,8 +10,9 @@
 #include <process.h>
 
 #include <algorithm>
-#include <limits>
+#include <chrono>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace vorda {
@@ -18,137 +20,112 @@ namespace vorda {
 namespace {
 
 constexpr int kBacklog = SOMAXCONN; // so that a burst of connections is not told to try again
-constexpr std::size_t kSendPiece = 1'048'576;
-// How soon a connection that has to give up its place does so.
-constexpr std::chrono::milliseconds kWaitStep{50};
-// Further connections wait in the listen queue; many more threads could exhaust the process.
+// Further complete requests wait for a thread; many more threads could exhaust the process.
 constexpr unsigned kMaxThreads = 2'048;
+// At most so many threads do something else than handling a complete request: accept, read, judge.
+// Each of them costs memory, and strangers can cause it.
+constexpr unsigned kMaxReading = 24;
+// As many more may be started for connections that waited.
+constexpr unsigned kMaxFurther = 8;
 // How many threads wait for connections: enough to absorb a burst.
-constexpr unsigned kMinIdle = 8;
-constexpr unsigned kMaxIdle = 24;
+constexpr unsigned kMinIdle = 4;
+constexpr unsigned kMaxIdle = 12;
 constexpr unsigned kThreadStack = 262'144;
-constexpr int kDiscardPieces = 256;
+// How long a thread waits itself for a client that may be about to go on, how many do so, and how long
+// a thread serves a connection in all, other than computing for it. Then it goes to the waiting room.
+constexpr std::chrono::milliseconds kLinger{20};
+constexpr unsigned kMaxLingering = 8;
+constexpr std::chrono::milliseconds kServeTime{200};
+// Watching many sockets takes long, so more of them become ready before the next round.
+constexpr std::size_t kGuestsPerMs = 32;
+constexpr DWORD kMaxRoundPauseMs = 20;
 constexpr DWORD kPauseMs = 20; // after a failed accept, and between polls
 constexpr DWORD kStopWaitMs = 1'000;
 
-static_assert(kNoSocket == static_cast<SocketNumber>(INVALID_SOCKET));
-
-// A non-blocking socket. Waiting is done in short steps, because the connection may have to give up
-// its place meanwhile, and no other thread may touch its socket.
-class SocketStream final : public ByteStream {
-public:
-  explicit SocketStream(SOCKET socket) : socket_(socket) {
-    u_long nonBlocking = 1;
-    ioctlsocket(socket_, static_cast<long>(FIONBIO), &nonBlocking);
-  }
-  SocketStream(const SocketStream&) = delete;
-  SocketStream& operator=(const SocketStream&) = delete;
-  ~SocketStream() override {
-    endSending();
-    discardUnread();
-    closesocket(socket_);
-  }
-
-  // Whoever sits here; before any other use.
-  void seat(const ConnectionSeat& seat) { seat_ = &seat; }
-
-  std::size_t receive(char* buffer, std::size_t size, std::chrono::milliseconds wait) override {
-    const auto deadline = now() + wait;
-    int count = 0;
-    do {
-      count = recv(socket_, buffer, static_cast<int>(size), 0);
-    } while (count == SOCKET_ERROR && WSAGetLastError() == WSAEWOULDBLOCK &&
-             becomesReady(Direction::receiving, deadline));
-    moreMayWait_ = count == static_cast<int>(size);
-    return count > 0 ? static_cast<std::size_t>(count) : 0;
-  }
-
-  bool send(std::string_view bytes, std::chrono::milliseconds wait) override {
-    while (!bytes.empty()) {
-      std::string_view piece = bytes.substr(0, kSendPiece);
-      bytes.remove_prefix(piece.size());
-      for (const auto deadline = now() + wait; !piece.empty();) {
-        const int sent = ::send(socket_, piece.data(), static_cast<int>(piece.size()), 0);
-        if (sent > 0) {
-          piece.remove_prefix(static_cast<std::size_t>(sent));
-        } else if (sent == 0 || WSAGetLastError() != WSAEWOULDBLOCK ||
-                   !becomesReady(Direction::sending, deadline)) {
-          return false;
-        }
-      }
-    }
-    return true;
-  }
-
-  void endSending() override { shutdown(socket_, SD_SEND); }
-
-private:
-  enum class Direction { receiving, sending };
-
-  // False when the time is over, or when the connection has to be closed.
-  bool becomesReady(Direction direction, std::chrono::steady_clock::time_point deadline) const {
-    while (!seat_->mustClose()) {
-      const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - now());
-      if (left.count() <= 0) return false;
-      const auto step = std::min<std::chrono::microseconds>(left, kWaitStep);
-      timeval timeout = {0, static_cast<long>(step.count())};
-      fd_set sockets{};
-      FD_SET(socket_, &sockets);
-      const bool receiving = direction == Direction::receiving;
-      const int ready = select(0, receiving ? &sockets : nullptr, receiving ? nullptr : &sockets,
-                               nullptr, &timeout);
-      if (ready != 0) return ready > 0;
-    }
-    return false;
-  }
-
-  // Closing a socket with unread bytes resets the connection, and the client might lose the
-  // response.
-  void discardUnread() {
-    char bytes[4096];
-    u_long waiting = 0;
-    for (int piece = 0; moreMayWait_ && piece < kDiscardPieces; ++piece) {
-      if (ioctlsocket(socket_, FIONREAD, &waiting) != 0 || waiting == 0) return;
-      if (recv(socket_, bytes, sizeof bytes, 0) < 1) return;
-    }
-  }
-
-  const SOCKET socket_;
-  const ConnectionSeat* seat_ = nullptr;
-  bool moreMayWait_ = false; // the last receive filled its buffer
-};
+using Clock = std::chrono::steady_clock;
+using Need = Connection::Need;
 
 struct Thread {
   ServerState& server;
   SOCKET listener;
+  std::unique_ptr<Connection> connection; // the first to serve, if any
 };
 
-bool startThread(ServerState& server, SOCKET listener);
+bool startThread(ServerState& server, SOCKET listener, unsigned bound,
+                 std::unique_ptr<Connection>* connection = nullptr);
 
 // Starts threads until enough are idle. Only one thread at a time does this.
 void keepThreadsWaiting(ServerState& server, SOCKET listener) {
   if (server.idle.load() >= kMinIdle || server.starting.exchange(true)) return;
-  while (server.running && server.idle.load() < kMinIdle && server.threads.load() < kMaxThreads) {
-    if (!startThread(server, listener)) break;
+  while (server.running && server.idle.load() < kMinIdle) {
+    if (!startThread(server, listener, kMaxReading)) break;
   }
   server.starting = false;
 }
 
+// Adds one for as long as it lives.
+class Counted {
+public:
+  explicit Counted(std::atomic<unsigned>& count) : count_(count), before_(count++) {}
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  ~Counted() { --count_; }
+  unsigned before() const { return before_; }
+
+private:
+  std::atomic<unsigned>& count_;
+  const unsigned before_;
+};
+
+void compute(ServerState& server, SOCKET listener, Connection& connection) {
+  if (!connection.isComplete()) return connection.compute(Clock::now());
+  const Counted handling(server.handling);
+  keepThreadsWaiting(server, listener); // it does not count as reading now
+  connection.compute(Clock::now());
+}
+
+bool comesSoon(ServerState& server, const Connection& connection, Need need) {
+  if (need == Need::room) return false;
+  const Counted lingering(server.lingering);
+  return lingering.before() < kMaxLingering && comesWithin(connection.socket(), need, kLinger);
+}
+
+// Serves a connection until it is over, or is given to the waiting room.
+void serve(ServerState& server, SOCKET listener, std::unique_ptr<Connection> connection) {
+  auto serveEnd = Clock::now() + kServeTime;
+  Need need = connection->advance(Clock::now());
+  while (need != Need::over) {
+    if (need == Need::thread) {
+      compute(server, listener, *connection);
+      serveEnd = Clock::now() + kServeTime;
+    } else if (Clock::now() >= serveEnd || !comesSoon(server, *connection, need)) {
+      server.waiting.enter(std::move(connection), need);
+      server.watch->wake();
+      return;
+    }
+    need = connection->advance(Clock::now());
+  }
+}
+
 // The last catch: whatever a connection runs into, memory above all, only ends that connection.
-void serve(ServerState& server, SOCKET listener, SOCKET socket, const sockaddr_in& peer) {
-  SocketStream stream(socket);
+void serveSocket(ServerState& server, SOCKET listener, SOCKET socket, const sockaddr_in& peer) {
   bool idle = true;
   const auto busy = [&] {
     if (!std::exchange(idle, false)) return;
     --server.idle;
     keepThreadsWaiting(server, listener);
   };
+  std::unique_ptr<SocketStream> stream(new (std::nothrow) SocketStream(socket));
+  if (!stream) closesocket(socket);
   try {
     // Only then others take over waiting for connections: while many are closing, nobody should.
-    const auto seat = server.connections.enter(ntohl(peer.sin_addr.s_addr));
+    auto seat = server.connections.enter(ntohl(peer.sin_addr.s_addr));
     busy();
-    stream.seat(*seat);
-    if (!seat->mustClose()) serveConnection(stream, server.gate, *seat);
+    if (stream && !seat->mustClose()) {
+      serve(server, listener,
+            std::make_unique<Connection>(std::move(stream), server.gate, std::move(seat),
+                                         Clock::now()));
+    }
   } catch (...) {
     busy(); // the count of idle threads has to be right
   }
@@ -159,7 +136,7 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
   const auto current = [&server, listener] {
     return server.running.load() && server.listenSocket.load() == listener;
   };
-  while (current()) {
+  while (server.idle.load() <= kMaxIdle && current()) {
     sockaddr_in peer{};
     int length = sizeof peer;
     const SOCKET socket = accept(listener, reinterpret_cast<sockaddr*>(&peer), &length);
@@ -167,35 +144,93 @@ void acceptAndServe(ServerState& server, SOCKET listener) {
       if (current()) Sleep(kPauseMs); // out of resources; try again later
       continue;
     }
-    serve(server, listener, socket, peer);
-    if (++server.idle > kMaxIdle) break;
+    serveSocket(server, listener, socket, peer);
+    ++server.idle;
   }
   --server.idle;
 }
 
 unsigned __stdcall serverThread(void* argument) {
   const std::unique_ptr<Thread> thread(static_cast<Thread*>(argument));
-  acceptAndServe(thread->server, thread->listener);
-  --thread->server.threads;
+  ServerState& server = thread->server;
+  if (thread->connection) {
+    try {
+      serve(server, thread->listener, std::move(thread->connection));
+    } catch (...) {
+      // The same last catch; the connection is gone.
+    }
+    ++server.idle;
+  }
+  acceptAndServe(server, thread->listener);
+  --server.threads;
   return 0;
 }
 
-// False when the system cannot create a thread; the server then goes on with those it has.
-bool startThread(ServerState& server, SOCKET listener) {
-  std::unique_ptr<Thread> thread(new (std::nothrow) Thread{server, listener});
-  if (!thread) return false;
-  ++server.threads;
-  ++server.idle; // counted before it runs, so that no other thread is started in its place
-  const std::uintptr_t handle = _beginthreadex(nullptr, kThreadStack, serverThread, thread.get(),
+bool startDetached(unsigned(__stdcall* run)(void*), void* argument) {
+  const std::uintptr_t handle = _beginthreadex(nullptr, kThreadStack, run, argument,
                                                STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-  if (handle == 0) {
-    --server.threads;
-    --server.idle;
-    return false;
-  }
-  thread.release(); // NOLINT(bugprone-unused-return-value): owned by the thread now
+  if (handle == 0) return false;
   CloseHandle(reinterpret_cast<HANDLE>(handle));
   return true;
+}
+
+// A thread that serves the connection, or waits for one. False when there are too many, or when the system
+// cannot create a thread; the server then goes on with those it has.
+bool startThread(ServerState& server, SOCKET listener, unsigned bound,
+                 std::unique_ptr<Connection>* connection) {
+  const unsigned before = server.threads++;
+  std::unique_ptr<Thread> thread;
+  if (before < kMaxThreads && before < bound + server.handling) {
+    thread.reset(new (std::nothrow) Thread{server, listener, nullptr});
+  }
+  if (!thread) {
+    --server.threads;
+    return false;
+  }
+  // An idle one is counted before it runs, so that no other thread is started in its place.
+  if (connection == nullptr) {
+    ++server.idle;
+  } else {
+    thread->connection = std::move(*connection);
+  }
+  if (startDetached(serverThread, thread.get())) {
+    thread.release(); // NOLINT(bugprone-unused-return-value): owned by the thread now
+    return true;
+  }
+  --server.threads;
+  if (connection == nullptr) {
+    --server.idle;
+  } else {
+    *connection = std::move(thread->connection);
+  }
+  return false;
+}
+
+// Lets the connections in the waiting room go on, for as long as the process lives.
+unsigned __stdcall watchThread(void* argument) {
+  ServerState& server = *static_cast<ServerState*>(argument);
+  const auto start = [&server](std::unique_ptr<Connection>& connection) {
+    const auto listener = static_cast<SOCKET>(server.listenSocket.load());
+    return startThread(server, listener, kMaxReading + kMaxFurther, &connection);
+  };
+  while (true) {
+    auto& guests = server.waiting.guests();
+    server.watch->wait(guests, server.waiting.patience(Clock::now()));
+    server.waiting.goOn(Clock::now(), start);
+    const auto pause = static_cast<DWORD>(guests.size() / kGuestsPerMs);
+    if (pause > 0) Sleep(std::min(pause, kMaxRoundPauseMs));
+  }
+}
+
+bool startWatch(ServerState& server) {
+  if (server.watch) return true; // it was started before on another port
+  const auto watch = std::make_shared<SocketWatch>();
+  if (!watch->open()) return false;
+  server.watch = watch;
+  server.connections.onClosing([&server] { server.watch->wake(); });
+  if (startDetached(watchThread, &server)) return true;
+  server.watch = nullptr;
+  return false;
 }
 
 SOCKET openListener(std::uint16_t port, bool network, std::wstring& reason) {
@@ -238,7 +273,7 @@ bool startServer(ServerState& server, std::uint16_t port, bool network, std::wst
   server.actualPort = ntohs(bound.sin_port);
   server.listenSocket = listener;
   server.running = true;
-  if (startThread(server, listener)) return true;
+  if (startWatch(server) && startThread(server, listener, kMaxReading)) return true;
   reason = L"could not listen";
   stopServer(server);
   return false;

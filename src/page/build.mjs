@@ -9,8 +9,8 @@ import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 
-const MOST_BYTES = 300 * 1000;
-const MOST_GZIPPED = 85 * 1000;
+const MOST_BYTES = 340 * 1000;
+const MOST_GZIPPED = 110 * 1000;
 const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'dialogs'];
 
 const here = path.dirname(fileURLToPath(import.meta.url));
@@ -31,8 +31,32 @@ const pseudoEnglish = {
   },
 };
 
+async function textsOf(file) {
+  const { outputFiles } = await build({ ...common, entryPoints: [file], format: 'esm' });
+  const module = await import(`data:text/javascript;base64,${Buffer.from(outputFiles[0].contents).toString('base64')}`);
+  return Object.values(module)[0];
+}
+
+// All dictionaries have the keys of the English one, so the others are written as lists in its order: their
+// keys would be a tenth of the page.
+const listedTexts = {
+  name: 'listed texts',
+  setup(bundle) {
+    bundle.onLoad({ filter: /[/\\]lang[/\\][a-z]{2}\.ts$/ }, async ({ path: file }) => {
+      if (path.basename(file) === 'en.ts') return null;
+      const english = Object.keys(await textsOf(path.join(path.dirname(file), 'en.ts')));
+      const texts = await textsOf(file);
+      return {
+        contents: `import { en } from './en'; const texts = ${JSON.stringify(english.map((key) => texts[key]))};
+          export const ${path.basename(file, '.ts')} = Object.fromEntries(Object.keys(en).map((key, i) => [key, texts[i]]));`,
+        loader: 'js', resolveDir: path.dirname(file),
+      };
+    });
+  },
+};
+
 async function bundledScript(plugins) {
-  const result = await build({ ...common, plugins, entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
+  const result = await build({ ...common, plugins: [...plugins, listedTexts], entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
   const text = result.outputFiles[0].text.trim();
   // The script is inlined, so it must not contain anything that ends the script element.
   if (/<\/script|<!--/i.test(text)) throw new Error('the script holds "</script" or "<!--"');
@@ -51,7 +75,7 @@ function policy(script, style) {
     `script-src ${hash(script)}`,
     `style-src ${hash(style)}`,
     "connect-src 'self'",
-    'img-src data:',
+    "img-src 'self' data:",
     "base-uri 'none'",
     "form-action 'none'",
     "require-trusted-types-for 'script'",

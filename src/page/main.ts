@@ -1,5 +1,6 @@
 // The start of the page: key, targets, scans, first section.
 import { openingOf } from './core/address';
+import { stepOf } from './core/steps';
 import type { Hello, Targets } from './core/answers';
 import { t } from './core/i18n';
 import { onOwnDrive } from './core/paths';
@@ -7,7 +8,9 @@ import { KIND } from './core/words';
 import { api, onKeyNeeded, rememberedKey, useKey } from './data/api';
 import { poll, startScan } from './data/jobs';
 import { applyStoredChoices } from './data/preferences';
-import { changed, isSearch, isSection, state, type Section } from './data/state';
+import { changed, isSearch, isSection, jobById, state } from './data/state';
+import { goToStep, stepOfFragment } from './data/steps';
+import { keepViews, scanAtStart } from './data/views';
 import { openAbout } from './flows/about';
 import { checkElevation } from './flows/elevate';
 import { askForKey } from './flows/key_dialog';
@@ -23,7 +26,7 @@ const opening = openingOf(location.search, location.hash);
 const waiting = { scan: opening.scan, startPath: '' }; // not scanned yet, and what may be scanned without asking
 
 const replaceAddress = (search: string, fragment: string): void =>
-  history.replaceState(null, '', location.pathname + search + (fragment && `#${fragment}`));
+  history.replaceState(history.state, '', location.pathname + search + (fragment && `#${fragment}`));
 
 // Removes the key from the address, so that it is in no history entry and no copied link.
 function takeKey(): void {
@@ -44,10 +47,14 @@ function takeLaterKey(): void {
   location.reload();
 }
 
-function sectionAtStart(): Section {
-  const { fragment } = opening;
-  if (isSection(fragment) && (state.jobs.length > 0 || isSearch(fragment))) return fragment;
-  return state.jobs.length > 0 ? 'overview' : 'picker';
+// A reload comes back to the step it was at; a link names a section and may name a folder or a type.
+function goToStart(): void {
+  const step = stepOf(history.state);
+  state.view = scanAtStart();
+  state.section = state.jobs.length > 0 ? 'overview' : 'picker';
+  const kept = step !== null && (step.scan === 0 || jobById(step.scan) !== undefined);
+  const wanted = kept ? step : stepOfFragment(opening.fragment);
+  if (isSection(wanted.section) && (state.jobs.length > 0 || isSearch(wanted.section))) goToStep(wanted, !kept);
 }
 
 async function start(): Promise<void> {
@@ -64,19 +71,20 @@ async function start(): Promise<void> {
     checkElevation();
   });
   await Promise.all([asked, poll()]);
-  const last = state.jobs[state.jobs.length - 1];
-  if (last && !state.started) state.view = last.id;
   // After a new key was asked for, the section stays.
-  if (!state.started) state.section = sectionAtStart();
+  if (!state.started) {
+    keepViews();
+    goToStart();
+  }
   state.started = true;
   changed('view', 'section', 'jobs');
   if (opening.fragment === ABOUT) openAbout();
-  if (waiting.scan) await scanAtStart();
+  if (waiting.scan) await scanAsked();
 }
 
 // Any web site can open this page with a path of its choice, and merely looking at a place on another machine
 // sends the user's sign-in there. So such a place is only scanned at once if the program was started with it.
-async function scanAtStart(): Promise<void> {
+async function scanAsked(): Promise<void> {
   const path = waiting.scan;
   waiting.scan = '';
   replaceAddress(opening.scanned, location.hash.slice(1));

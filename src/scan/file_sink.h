@@ -3,7 +3,7 @@
 //
 // With a sink, a scan method passes on each such file once and leaves the list of its result
 // empty. Each scanning thread has its own taker and destroys it when done. A method that fails
-// must not have passed on any file.
+// must not have passed on any file, unless by an exception, which ends the search.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +24,8 @@ class FileTaker {
 public:
   virtual ~FileTaker() = default;
   virtual void take(const FoundFile& file) = 0;
+  // Called after the last file; without it, what was taken may be lost.
+  virtual void finish() {}
 };
 
 // Shared by all threads of a scan.

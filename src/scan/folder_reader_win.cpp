@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "win/full_path.h"
 #include "win/handles.h"
+#include "win/memory_error.h"
 
 #include <windows.h>
 
@@ -30,16 +31,21 @@ public:
                                  nullptr, FIND_FIRST_EX_LARGE_FETCH));
     fresh_ = find_.valid();
     endedEarly_ = false;
+    if (fresh_) return true;
+    const DWORD failure = GetLastError();
+    throwIfOutOfMemory(failure);
     // The root of a drive has no entries "." and "..", so an empty one has nothing to find.
-    return fresh_ || (GetLastError() == ERROR_FILE_NOT_FOUND && isFolder(folder));
+    return failure == ERROR_FILE_NOT_FOUND && isFolder(folder);
   }
 
   bool next(FolderItem& item) override {
     if (!find_.valid()) return false;
     do {
       if (!fresh_ && FindNextFileW(find_.get(), &data_) == FALSE) {
-        endedEarly_ = GetLastError() != ERROR_NO_MORE_FILES;
+        const DWORD failure = GetLastError();
         find_.reset();
+        throwIfOutOfMemory(failure);
+        endedEarly_ = failure != ERROR_NO_MORE_FILES;
         return false;
       }
       fresh_ = false;
@@ -72,6 +78,7 @@ public:
     PathFacts facts;
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (GetFileAttributesExW(systemPath(path).c_str(), GetFileExInfoStandard, &data) == FALSE) {
+      throwIfOutOfMemory(GetLastError());
       return facts;
     }
     facts.exists = true;

@@ -1,5 +1,6 @@
 #include "scan/job.h"
 
+#include "base/out_of_memory.h"
 #include "base/paths.h"
 
 namespace vorda {
@@ -20,6 +21,12 @@ bool scanSsh(Job& job, const ScanSteps& steps, const ScanOptions& options) {
   job.origin = facts.host;
   job.drive = facts.drive;
   return true;
+}
+
+// Frees what a job that failed holds.
+void giveBack(Job& job) {
+  job.result = ScanResult{};
+  job.document = nullptr;
 }
 
 // False if the scan failed.
@@ -43,8 +50,9 @@ ScanOptions optionsOf(const Job& job) {
   options.root = job.target;
   options.extensions = job.extensions;
   options.namePatterns = job.namePatterns;
-  const bool filtered = !job.extensions.empty() || !job.namePatterns.empty();
-  options.fileListThreshold = filtered ? 0 : kFileListThreshold;
+  options.bounds = job.bounds;
+  const bool filtered = !job.extensions.empty() || !job.namePatterns.empty() || job.bounds.any();
+  options.fileListThreshold = job.smallest.value_or(filtered ? 0 : kFileListThreshold);
   return options;
 }
 
@@ -69,17 +77,28 @@ bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions
   return run(steps.walk, progress, options, result);
 }
 
+void failJob(Job& job) {
+  const std::lock_guard lock(job.resultMutex);
+  giveBack(job);
+  job.progress.edit([](ProgressTexts& texts) { texts.error = kNoMemory; });
+}
+
 void runJob(Job& job, const ScanSteps& steps) {
   bool finished = false;
   try {
     finished = scanAndFinish(job, steps);
   } catch (...) {
-    // Most likely out of memory: free the result so that the process can continue.
-    job.result = ScanResult{};
+    const bool memory = isOutOfMemory();
+    giveBack(job);
+    job.password.wipe();
+    job.progress.edit([memory](ProgressTexts& texts) {
+      texts.failure = memory ? kNoMemory : kScanFailed; // too short to need memory
+    });
   }
   if (!finished) {
     job.progress.edit([](ProgressTexts& texts) {
-      texts.error = texts.failure.empty() ? kScanFailed : texts.failure;
+      if (texts.failure.empty()) texts.failure = kScanFailed;
+      texts.error.swap(texts.failure);
     });
   }
   job.progress.phase = kPhaseFinished;

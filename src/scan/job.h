@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,8 @@ struct Job {
   std::wstring label;
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
+  std::optional<std::uint64_t> smallest; // bytes; the least size of the list
+  FileBounds bounds;
   Secret password; // for kSshKind; empty once the scan has begun
 
   ScanProgress progress;
@@ -73,7 +76,11 @@ bool readLocal(const ScanSteps& steps, ScanProgress& progress, const ScanOptions
                ScanResult& result);
 
 // Runs the whole job on the calling thread and always marks it done. A failed job has a failure
-// word in progress.texts().error: that of the scan method, or kScanFailed.
+// word in progress.texts().error: that of the scan method, kNoMemory, or kScanFailed.
 void runJob(Job& job, const ScanSteps& steps);
+
+// Turns a finished job into a failed one (kNoMemory) and frees its result: what it shows is no
+// longer true and cannot be brought up to date.
+void failJob(Job& job);
 
 } // namespace vorda

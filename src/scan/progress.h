@@ -6,9 +6,11 @@
 #include "scan/words.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace vorda {
 
@@ -16,6 +18,12 @@ namespace vorda {
 inline constexpr int kPhaseReading = 1;
 inline constexpr int kPhaseSumming = 2;
 inline constexpr int kPhaseFinished = 3;
+
+// A folder directly in the root, and the bytes found in it so far.
+struct TopFolder {
+  std::wstring name;
+  std::uint64_t bytes = 0;
+};
 
 struct ProgressTexts {
   ScanStatus status = ScanStatus::none;
@@ -25,6 +33,7 @@ struct ProgressTexts {
   std::string failure;             // failure word of a scan method
   std::string error;               // failure word of the whole job
   Partial partial = Partial::none; // of the finished scan
+  std::vector<TopFolder> top;      // the largest so far, largest first; only while it is read
 };
 
 class ScanProgress {
@@ -34,6 +43,7 @@ public:
   std::atomic<std::uint64_t> dirs{0};
   std::atomic<int> phase{0};
   std::atomic<double> seconds{0};
+  const std::chrono::steady_clock::time_point began = std::chrono::steady_clock::now();
   std::atomic<bool> cancelRequested{false};
 
   // Changes the texts under the lock: edit([](ProgressTexts& texts) { … }).

@@ -19,13 +19,15 @@ struct ScanOptions {
   std::vector<std::wstring> namePatterns;
   // Files of at least this many bytes are kept in the list.
   std::uint64_t fileListThreshold = kFileListThreshold;
+  FileBounds bounds; // of the kept files
   // If set, receives the kept files instead of the list. The result's folders and types may
   // then stay empty; its counters are still filled.
   FileSink* sink = nullptr;
   // Absolute paths of folders below the root to skip; they are not counted.
   std::vector<std::wstring> leftOut;
 
-  // Whether a file is kept in the list. All files are counted, kept or not.
+  // Whether a file is kept in the list, provided that the bounds hold. All files are counted, kept or
+  // not.
   bool keeps(std::wstring_view fileName, std::uint64_t bytes) const {
     return bytes >= fileListThreshold && passesFilter(fileName, extensions, namePatterns);
   }

@@ -45,7 +45,7 @@ std::string_view wordOf(TargetClass target) {
 std::string_view wordOf(Partial partial) {
   switch (partial) {
   case Partial::none: break;
-  case Partial::cancelled: return "cancelled";
+  case Partial::cancelled: return kCancelled;
   case Partial::broken: return "broken";
   }
   return {};
@@ -55,6 +55,7 @@ std::string failureText(std::string_view word) {
   if (word == kNoSuchDir) {
     return "the path does not exist, is not a folder, or this account cannot open it";
   }
+  if (word == kNoMemory) return "the memory of this computer was not enough; scan a part of it";
   if (word == kSshDenied) {
     return "the host refused the sign-in; on the command line only a key works, the key of the "
            "account Vorda runs as";

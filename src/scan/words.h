@@ -46,6 +46,9 @@ inline constexpr std::string_view kNoFileSystem = "nofs";
 inline constexpr std::string_view kNotNtfs = "notntfs";
 inline constexpr std::string_view kNoAdmin = "noadmin";
 
+// Somebody stopped it: a scan, a search, the reading of a file.
+inline constexpr std::string_view kCancelled = "cancelled";
+
 // Why a result is only a part of its target.
 enum class Partial {
   none,
@@ -57,6 +60,7 @@ std::string_view wordOf(Partial partial); // empty for none
 // Why a scan failed. Any method:
 inline constexpr std::string_view kScanFailed = "scanFailed"; // no other word is known
 inline constexpr std::string_view kNoSuchDir = "noSuchDir";   // no folder, or not to be seen
+inline constexpr std::string_view kNoMemory = "noMemory"; // also of requests, searches, deletions
 
 // Turbo. The walk takes over, and these are published as the reason why turbo was not used.
 inline constexpr std::string_view kMftDenied = "mftDenied";           // volume: access denied

@@ -1,15 +1,22 @@
 #include "search/background_run.h"
 
 #include "base/detached_thread.h"
+#include "base/out_of_memory.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace vorda {
 
 namespace {
 
-constexpr const char* kFailedDocument = R"({"running":false,"error":"searchFailed"})";
+constexpr std::string_view kSearchFailed = "searchFailed";
+
+std::shared_ptr<const std::string> failureDocument(std::string_view word) {
+  return std::make_shared<const std::string>(R"({"running":false,"error":")" + std::string(word) +
+                                             "\"}");
+}
 
 } // namespace
 
@@ -79,13 +86,23 @@ void Run::endScan(std::uint64_t files) {
 
 void Run::forget(int scan) {
   const std::lock_guard lock(mutex_);
-  forgotten_.insert(scan);
+  try {
+    forgotten_.insert(scan);
+  } catch (const std::bad_alloc&) {
+    lostOne_ = true; // so this run gets no document
+    cancelled_ = true;
+    if (scan_) scan_->cancelRequested = true;
+  }
 }
 
 ScanIds Run::forgotten() const {
   const std::lock_guard lock(mutex_);
+  if (lostOne_) throw std::bad_alloc();
   return forgotten_;
 }
+
+BackgroundRun::State::State()
+    : failed(failureDocument(kSearchFailed)), outOfMemory(failureDocument(kNoMemory)) {}
 
 // If a scan is forgotten while the document is written, the document is written again.
 void BackgroundRun::finish(State& state, const std::shared_ptr<Run>& run,
@@ -109,18 +126,17 @@ bool BackgroundRun::start(RunWork work) {
     state_->run = run;
     state_->document = nullptr;
   }
-  const auto giveUp = [state = state_](const char* document) {
+  const auto giveUp = [state = state_](const std::shared_ptr<const std::string>& document) {
     const std::lock_guard lock(state->mutex);
     state->run = nullptr;
-    if (document != nullptr) state->document = std::make_shared<const std::string>(document);
+    state->document = document;
   };
   try {
     startDetached([state = state_, run, giveUp, work = std::move(work)] {
       try {
         finish(*state, run, work(*run));
       } catch (...) {
-        // Most likely out of memory. The next run may start.
-        giveUp(kFailedDocument);
+        giveUp(isOutOfMemory() ? state->outOfMemory : state->failed); // the next run may start
       }
     });
   } catch (...) {

@@ -75,6 +75,7 @@ public:
 
   // The document must not contain this scan.
   void forget(int scan);
+  // Throws std::bad_alloc if one could not be remembered.
   ScanIds forgotten() const;
 
 private:
@@ -83,6 +84,7 @@ private:
   RunCounters counters_;
   std::shared_ptr<ScanProgress> scan_;
   ScanIds forgotten_;
+  bool lostOne_ = false; // of the forgotten
 };
 
 // Writes the document of a finished run without hits of the forgotten scans. May be called more
@@ -116,6 +118,10 @@ private:
     std::mutex mutex;
     std::shared_ptr<Run> run;                    // null if none is active
     std::shared_ptr<const std::string> document; // of the last run
+    // Made beforehand: there is no memory for them when they are needed.
+    std::shared_ptr<const std::string> failed;
+    std::shared_ptr<const std::string> outOfMemory;
+    State();
   };
   static void finish(State& state, const std::shared_ptr<Run>& run, const RunDocument& write);
 

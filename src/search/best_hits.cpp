@@ -78,9 +78,7 @@ void keepBest(HitOrder order, std::vector<Hit>& hits, std::size_t limit) {
 class BestHits::Taker final : public FileTaker {
 public:
   explicit Taker(BestHits& owner) : owner_(owner) { batch_.reserve(kBatch); }
-  ~Taker() override { flush(); }
-  Taker(const Taker&) = delete;
-  Taker& operator=(const Taker&) = delete;
+  void finish() override { flush(); }
 
   void take(const FoundFile& file) override {
     owner_.found_.fetch_add(1, std::memory_order_relaxed);

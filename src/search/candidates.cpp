@@ -21,29 +21,21 @@ bool liesInRecycleBin(std::wstring_view folder) {
 
 class Candidates::Taker final : public FileTaker {
 public:
-  Taker(Candidates& owner, int scan)
-      : owner_(owner), scan_(scan), part_(std::make_unique<Part>()) {}
-  ~Taker() override {
-    const std::lock_guard lock(owner_.mutex_);
-    owner_.parts_.push_back(std::move(part_));
-  }
-  Taker(const Taker&) = delete;
-  Taker& operator=(const Taker&) = delete;
+  Taker(Candidates& owner, int scan) : scan_(scan), part_(owner.newPart()) {}
 
   void take(const FoundFile& file) override {
-    if (part_->folders.empty() || part_->folders.back().path != file.folder) {
-      part_->folders.push_back({std::wstring(file.folder), scan_});
+    if (part_.folders.empty() || part_.folders.back().path != file.folder) {
+      part_.folders.push_back({std::wstring(file.folder), scan_});
       inBin_ = liesInRecycleBin(file.folder);
     }
     if (inBin_ || file.size == 0) return;
-    part_->items.push_back(
-        {file.size, file.modified, &part_->folders.back(), std::wstring(file.name)});
+    part_.items.push_back(
+        {file.size, file.modified, &part_.folders.back(), std::wstring(file.name)});
   }
 
 private:
-  Candidates& owner_;
   const int scan_;
-  std::unique_ptr<Part> part_;
+  Part& part_;
   bool inBin_ = false;
 };
 
@@ -56,6 +48,12 @@ private:
   Candidates& owner_;
   const int scan_;
 };
+
+Candidates::Part& Candidates::newPart() {
+  auto part = std::make_unique<Part>();
+  const std::lock_guard lock(mutex_);
+  return *parts_.emplace_back(std::move(part));
+}
 
 FileSink& Candidates::sinkOf(int scan) {
   return *sinks_.emplace_back(std::make_unique<Sink>(*this, scan));

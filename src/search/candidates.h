@@ -53,6 +53,8 @@ private:
     std::vector<Item> items;
   };
 
+  Part& newPart();
+
   std::vector<std::unique_ptr<FileSink>> sinks_;
   std::mutex mutex_; // guards the member below
   std::vector<std::unique_ptr<Part>> parts_;

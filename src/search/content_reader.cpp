@@ -4,10 +4,10 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 namespace vorda {
@@ -91,27 +91,30 @@ void forEachByDrive(const std::vector<const std::wstring*>& paths, const Run& ru
   for (const auto& [drive, items] : drives) shares[next++ % shares.size()].push_back(&items);
   std::mutex mutex;
   std::exception_ptr failure;
+  std::atomic<bool> failed{false}; // then the others need not go on
   const auto readShare = [&](const Share& share) noexcept {
     try {
       const ItemWork work = makeWork();
       for (const std::vector<std::size_t>* items : share) {
         for (const std::size_t item : *items) {
-          if (run.cancelled()) return;
+          if (failed || run.cancelled()) return;
           work(item);
         }
       }
     } catch (...) {
       const std::lock_guard lock(mutex);
       failure = std::current_exception();
+      failed = true;
     }
   };
   std::vector<std::thread> threads;
+  threads.reserve(shares.size());
   std::size_t started = 1;
   try {
     for (; started < shares.size(); ++started) {
       threads.emplace_back([&readShare, &share = shares[started]] { readShare(share); });
     }
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // No more threads: this one processes the remaining drives.
   }
   if (!shares.empty()) readShare(shares[0]);

@@ -1,5 +1,7 @@
 #include "search/file_failure.h"
 
+#include "scan/words.h"
+
 namespace vorda {
 
 std::string_view wordOf(FileFailure failure) {
@@ -10,7 +12,7 @@ std::string_view wordOf(FileFailure failure) {
   case FileFailure::link: return "link";
   case FileFailure::unreadable: return "unreadable";
   case FileFailure::changed: return "changed";
-  case FileFailure::cancelled: return "cancelled";
+  case FileFailure::cancelled: return kCancelled;
   }
   return {};
 }

@@ -4,6 +4,8 @@
 #include "base/text.h"
 #include "rules/safety_rules.h"
 
+#include <algorithm>
+
 namespace vorda {
 
 namespace {
@@ -31,6 +33,17 @@ void ScanSearch::work(const JobTable& jobs, const ScanSteps& steps, Run& run) {
   cancelled_ = run.cancelled();
 }
 
+// The part of a scan with this root that is searched; empty if none is.
+std::wstring ScanSearch::rootIn(const std::wstring& root) const {
+  const std::wstring& in = request_.in;
+  if (in.empty()) return root;
+  const auto parts = pathComponents(in);
+  // That would lead out of a scan again.
+  if (std::find(parts.begin(), parts.end(), L"..") != parts.end()) return {};
+  if (liesBelow(root, in)) return root;
+  return equalsIgnoreCase(in, root) || liesBelow(in, root) ? in : std::wstring();
+}
+
 void ScanSearch::chooseScans(const JobTable& jobs) {
   for (const int id : request_.ids) {
     const std::shared_ptr<Job> job = jobs.find(id);
@@ -38,7 +51,8 @@ void ScanSearch::chooseScans(const JobTable& jobs) {
     if (job->overSsh()) {
       sshSkipped_.push_back({id, job->label, {}, {}, false, {}});
     } else {
-      scans_.push_back({id, job->label, rootOf(*job), {}, false, {}});
+      const std::wstring root = rootIn(rootOf(*job));
+      if (!root.empty()) scans_.push_back({id, job->label, root, {}, false, {}});
     }
   }
   for (std::size_t i = 0; i < scans_.size(); ++i) {
@@ -56,6 +70,7 @@ void ScanSearch::list(Scan& scan, const ScanSteps& steps, Run& run) {
   options.extensions = request_.extensions;
   options.namePatterns = request_.namePatterns;
   options.fileListThreshold = request_.min;
+  options.bounds = request_.bounds;
   options.sink = &sinkOf(scan.id, run);
   options.leftOut = scan.leftOut;
   ScanResult result;
@@ -88,6 +103,11 @@ std::string ScanSearch::document(const ScanIds& forgotten) const {
   json.string("exts", request_.exts);
   json.string("names", request_.names);
   json.number("min", request_.min);
+  if (!request_.in.empty()) json.string("in", request_.in);
+  const FileBounds& bounds = request_.bounds;
+  if (bounds.most != UINT64_MAX) json.number("max", bounds.most);
+  if (bounds.after != 0) json.number("after", bounds.after);
+  if (bounds.before != 0) json.number("before", bounds.before);
   writeOptions(json);
   json.open("ssh_skipped", '[');
   for (const Scan& scan : sshSkipped_) writeScan(json, scan);
@@ -98,7 +118,7 @@ std::string ScanSearch::document(const ScanIds& forgotten) const {
   }
   json.close(']');
   json.close('}');
-  if (cancelled_) json.boolean("cancelled", true);
+  if (cancelled_) json.boolean(kCancelled, true);
   json.close('}');
   return json.take();
 }

@@ -22,6 +22,8 @@ struct SearchRequest {
   std::vector<std::wstring> extensions;
   std::vector<std::wstring> namePatterns;
   std::uint64_t min = 0; // bytes
+  FileBounds bounds;     // "max", "after" and "before"; of the finder only
+  std::wstring in;       // only in this folder; of the finder only, empty: everywhere
 };
 
 class ScanSearch {
@@ -57,6 +59,7 @@ private:
   // Writes additional members of "opts".
   virtual void writeOptions(JsonWriter&) const {}
 
+  std::wstring rootIn(const std::wstring& root) const;
   void chooseScans(const JobTable& jobs);
   void list(Scan& scan, const ScanSteps& steps, Run& run);
   static void writeScan(JsonWriter& json, const Scan& scan);

@@ -4,6 +4,7 @@
 #include "base/time.h"
 #include "json/json_writer.h"
 #include "rules/safety_rules.h"
+#include "scan/words.h"
 #include "search/content_reader.h"
 
 #include <map>
@@ -155,7 +156,7 @@ std::string document(const Verification& verification) {
   json.number("read", verification.read);
   json.number("files_checked", checked);
   json.boolean("running", false);
-  if (verification.cancelled) json.boolean("cancelled", true);
+  if (verification.cancelled) json.boolean(kCancelled, true);
   json.close('}');
   return json.take();
 }

@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "json/size_text.h"
+#include "rules/safety_rules.h"
 #include "tree/folder_names.h"
 
 #include <algorithm>
@@ -109,7 +110,7 @@ void Adviser::collect() {
   for (std::uint32_t i = 1; i < folders_.size(); ++i) {
     const std::wstring& name = folders_[i].name;
     const std::uint64_t bytes = folders_[i].totalBytes;
-    if (equalsIgnoreCase(name, L"$RECYCLE.BIN"sv)) {
+    if (equalsIgnoreCase(name, kRecycleBinName)) {
       bins_.push_back(i);
     } else if (equalsIgnoreCase(name, L"Temp"sv)) {
       if (names_.endsWith(i, kWindowsTemp) || names_.endsWith(i, kUserTemp)) temps_.push_back(i);

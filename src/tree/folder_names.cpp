@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "rules/safety_rules.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr std::array<std::wstring_view, 14> kProtectedFolderNames = {
     L"Program Files", L"Program Files (x86)", L"Windows",   L"ProgramData", L"steamapps",
-    L"SteamLibrary",  L"Epic Games",          L"GOG Games", L"Battle.net",  L"$RECYCLE.BIN",
+    L"SteamLibrary",  L"Epic Games",          L"GOG Games", L"Battle.net",  kRecycleBinName,
     L"WindowsApps",   L"Riot Games",          L"EA Games",  L"Ubisoft"};
 
 constexpr std::array<std::wstring_view, 11> kCacheFolderNames = {

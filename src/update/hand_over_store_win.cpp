@@ -125,8 +125,7 @@ void noteDuringInstallation() {
   const KernelHandle installing(OpenMutexW(SYNCHRONIZE, FALSE, kInstallerMutex));
   if (!installing.valid() && GetLastError() != ERROR_ACCESS_DENIED) return; // no such mutex
   const std::wstring record = agentRecord(processAccount(GetCurrentProcess()), GetCommandLineW());
-  const std::wstring program = programPath();
-  const std::wstring folder = installationFolder(program.substr(0, program.rfind(L'\\')));
+  const std::wstring folder = installationFolder(parentOf(programPath()));
   const std::uint64_t now = fileTimeNow();
   const ListLock lock;
   HandOvers lists = readHandOvers();

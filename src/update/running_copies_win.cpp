@@ -20,9 +20,8 @@ constexpr DWORD kEndTimeoutMs = 10'000;
 
 // Whether the file is this program in that folder, however the paths are written.
 bool liesIn(const std::wstring& file, const std::wstring& resolvedFolder) {
-  const std::size_t name = file.rfind(L'\\') + 1;
-  return equalsIgnoreCase(file.substr(name), kProgramName) &&
-         equalsIgnoreCase(resolvedPath(file.substr(0, name)), resolvedFolder);
+  return equalsIgnoreCase(lastName(file), kProgramName) &&
+         equalsIgnoreCase(resolvedPath(std::wstring(folderPart(file))), resolvedFolder);
 }
 
 } // namespace

@@ -1,17 +1,21 @@
 // The modules in core/, without a browser.
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
 import { test } from 'node:test';
 import { needs } from '../system/support/home.mjs';
 import { page } from './support/modules.mjs';
 
-const { bin, winnable, address, i18n, job, paths, plan, selection, squarify, tree, units, failure_texts } = page;
+const {
+  bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, selection, squarify, steps, tree, units, failure_texts, review, keeping, question, csv, hosts,
+} = page;
 const MiB = 2 ** 20;
 
 test('sizes, shares and dates are formatted for the locale', needs('esbuild'), () => {
   const sizes = [0, 1023, 1024, 1536, 10 * 1024, 10 * 1024 - 1, 99.96 * 1024, 1024 * 1024 - 1, 1500 * MiB, 2 ** 40 - 1, 2 ** 50, 5000 * 2 ** 50];
   assert.deepEqual(sizes.map((bytes) => units.formatSize(bytes, 'en-GB')),
     ['0 B', '1023 B', '1.00 KB', '1.50 KB', '10.0 KB', '10.0 KB', '100 KB', '1.00 MB', '1.46 GB', '1.00 TB', '1.00 PB', '5000 PB']);
-  assert.equal(units.formatSize(1536, 'nl-NL'), '1,50 KB');
+  assert.deepEqual(['nl-NL', 'fr-FR'].map((locale) => units.formatSize(1536, locale)), ['1,50 KB', '1,50 Ko']);
+  assert.equal(units.formatSize(5, 'fr-FR'), '5 o');
   assert.deepEqual([NaN, -1].map((bytes) => units.formatSize(bytes, 'en-GB')), ['0 B', '0 B']);
   assert.deepEqual([0, 0.0001, 0.05, 0.5, 1].map((share) => units.formatPercent(share, 'en-GB')), ['0%', '< 0.1%', '5.0%', '50%', '100%']);
   assert.deepEqual([0, -5, 1e17].map((time) => units.formatDate(time, 'en-GB')), ['', '', '']);
@@ -63,7 +67,7 @@ test('hostile names are made safe and short enough to display', needs('esbuild')
 });
 
 test('failure words have a text in every language, unknown ones are shown as they are', needs('esbuild'), () => {
-  const known = ['noSuchDir', 'scanFailed', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
+  const known = ['noSuchDir', 'scanFailed', 'noMemory', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
     'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
@@ -77,8 +81,9 @@ test('failure words have a text in every language, unknown ones are shown as the
   }
   // Why turbo was not used, also when it failed.
   i18n.setLanguage('en');
+  for (const word of ['mftOpenFailed', 'mftBoot', 'mftNotNtfs', 'mftLayout', 'mftUnreadable', 'mftCorrupt', 'mftNoData', 'mftRecordCount', 'mftMemory']) assert.ok(i18n.known(`t_${word}`), word);
   assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
-    'turbo needs administrator rights', 'turbo needs administrator rights', 'the file table could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
+    'turbo needs administrator rights', 'turbo needs administrator rights', 'the start of the drive could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
   assert.equal(failure_texts.wordingOf('constructor').key, null);
   i18n.setLanguage('nl');
@@ -94,10 +99,10 @@ test('failure words have a text in every language, unknown ones are shown as the
 test('no dictionary contains English text', needs('esbuild'), () => {
   // Texts that are the same in both languages.
   const alike = {
-    nl: ['scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
-    fr: ['sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
+    nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
+    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'kind_documents', 'kind_archives', 'sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
     es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
-    pt: ['acRunning'],
+    pt: ['colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'acRunning'],
   };
   const everywhere = ['title', 'turbo', 's_turbo', 'progressLine', 'how_ssh', 'mapTile', 'fiExtsHint'];
   for (const [lang, keys] of Object.entries(alike)) {
@@ -116,23 +121,31 @@ const doc = (over = {}) => ({
   ] }, ...over,
 });
 
-test('the tree combines the pruned tree, fetched folders and large files', needs('esbuild'), () => {
+test('the tree combines the pruned tree, fetched folders and files of any size', needs('esbuild'), () => {
   const scan = new tree.ScanTree(doc());
   const names = (path) => scan.entries(path).map((entry) => `${entry.kind} ${entry.name} ${entry.s / MiB} ${entry.f}`);
-  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', 'loose  20 2']);
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'smaller  40 2', `loose  ${20 - 10 / MiB} 1`, `file small ${10 / MiB} 1`]);
   assert.deepEqual(names('C:\\d\\a'), ['loose  90 3', 'file big.iso 60 1']);
   assert.ok(scan.needsLoading('C:\\d'));
   scan.startLoading('C:\\d');
   assert.ok(!scan.needsLoading('C:\\d'));
   scan.setFolders('C:\\d', { path: 'C:\\d', s: 300 * MiB, f: 9, dirs: [{ n: 'a', s: 150 * MiB, f: 4 }, { n: 'b', s: 40 * MiB, f: 2 }, { n: 'none', s: 0, f: 0 }], total: 3 });
-  scan.setFiles('C:\\d', { path: 'C:\\d', files: [{ n: 'film.mkv', s: 90 * MiB, m: 7 }, { n: 'tiny', s: 1, m: 0 }], total: 2, dirs: 3 });
-  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'loose  20 2', 'folder none 0 0']);
+  const listing = (files, total) => ({ path: 'C:\\d', files: files.map(([n, s]) => ({ n, s: s * MiB, m: 7 })), total, dirs: 3 });
+  scan.setFiles('C:\\d', listing([['film.mkv', 90]], 4));
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'folder none 0 0', 'more  20 3']);
+  scan.setFiles('C:\\d', listing([['c', 8], ['b', 8]], 4), 2);
+  assert.equal(scan.entries('C:\\d').at(-1).n, 3, 'a page that does not continue the list is left out');
+  scan.setFiles('C:\\d', listing([['c', 8], ['b', 8], ['tiny', 1]], 4), 1);
+  assert.deepEqual(names('C:\\d'), ['folder a 150 4', 'file film.mkv 90 1', 'folder b 40 2', 'file b 8 1', 'file c 8 1', 'file tiny 1 1', 'folder none 0 0', 'gone  3 0']);
+  const order = (by, down, foldersFirst = false) => scan.arrangedEntries('C:\\d', { by, down, foldersFirst, measure: 's' }).map((entry) => entry.name || entry.kind).join();
+  assert.deepEqual([order('name', false), order('name', true, true), order('type', false), order('date', true)],
+    ['a,b,b,c,film.mkv,none,tiny,gone', 'none,b,a,tiny,film.mkv,c,b,gone', 'a,b,b,c,tiny,none,film.mkv,gone', 'film.mkv,b,c,tiny,a,b,none,gone']);
   const rows = tree.treeRows(scan, new Set(['C:\\d', 'C:\\d\\a', 'C:\\d\\none']));
-  assert.deepEqual(rows.map((row) => [row.entry.name, row.depth, row.parent, row.open]),
-    [['C:\\d', 0, -1, true], ['a', 1, 0, true], ['', 2, 1, false], ['big.iso', 2, 1, false], ['film.mkv', 1, 0, false], ['b', 1, 0, false], ['', 1, 0, false], ['none', 1, 0, false]]);
+  assert.deepEqual(rows.map((row) => [row.entry.name, row.depth, row.parent, row.open]).slice(0, 5),
+    [['C:\\d', 0, -1, true], ['a', 1, 0, true], ['', 2, 1, false], ['big.iso', 2, 1, false], ['film.mkv', 1, 0, false]]);
   assert.deepEqual([tree.findTyped(rows, 0, 'B'), tree.findTyped(rows, 4, 'b'), tree.findTyped(rows, 0, 'zz')], [3, 5, -1]);
   scan.setFailed('C:\\d\\b', 'offline');
-  assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => entry.kind), ['failed']);
+  assert.deepEqual(scan.entries('C:\\d\\b').map((entry) => [entry.kind, entry.name]), [['failed', 'offline']]);
   assert.ok(scan.needsLoading('C:\\d\\b'), 'a failed folder can be loaded again');
   for (const n of ['C:', 'C:\\', 'C:\\d\\']) {
     const odd = new tree.ScanTree(doc({ tree: { n, s: 90 * MiB, f: 2, c: [{ n: 'in', s: 9, f: 1 }] }, files: [{ p: `${n.replace(/\\$/, '')}\\x.iso`, s: 60 * MiB, m: 0 }] }));
@@ -143,24 +156,118 @@ test('the tree combines the pruned tree, fetched folders and large files', needs
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
 });
 
-test('tiles of the map have the right areas and stay inside', needs('esbuild'), () => {
-  const area = { x: 3, y: 5, w: 401, h: 233 };
-  for (const values of [[1], [5, 3, 1, 1], Array.from({ length: 400 }, (_, i) => 1000 / (i + 1)), [1e15, 1, 1], [7, 7, 7, 7, 7]]) {
-    const rects = squarify.squarify(values, area);
-    const total = values.reduce((sum, value) => sum + value, 0);
-    rects.forEach((rect, i) => assert.ok(Math.abs(rect.w * rect.h - (values[i] / total) * area.w * area.h) < 1e-3, `${i} of ${values.length}`));
-    assert.ok(rects.every((rect) => rect.x >= area.x - 1e-6 && rect.y >= area.y - 1e-6 && rect.x + rect.w <= area.x + area.w + 1e-6 && rect.y + rect.h <= area.y + area.h + 1e-6));
+test('what is on the disk, and what comes back, also for what is not listed', needs('esbuild'), () => {
+  const scan = new tree.ScanTree(doc({ tree: { n: 'C:\\d', s: 100, a: 80, x: 70, f: 3, c: [] }, files: [] }));
+  scan.setFolders('C:\\d', { path: 'C:\\d', s: 100, a: 80, x: 70, f: 3, dirs: [{ n: 'in', s: 50, a: 60, x: 10, f: 1 }] });
+  scan.setFiles('C:\\d', { files: [{ n: 'f', s: 30, a: 4, x: 4, cl: 26, m: 0 }], total: 2, dirs: 1 });
+  assert.deepEqual(scan.entries('C:\\d').map(({ kind, s, a, x, cl }) => [kind, s, a, x, cl]), [['folder', 50, 60, 10, undefined], ['file', 30, 4, 4, 26], ['more', 20, 16, 56, undefined]]);
+});
+
+// The tree of an invented folder: nodes with children, sizes that need not add up, chains and hundreds of
+// small ones.
+function randomTree(random, depth, size) {
+  const node = { size, folder: depth > 0 && size > 2e9 && random() < 0.8, children: [] };
+  if (!node.folder) return node;
+  const count = random() < 0.2 ? 1 : Math.floor(random() ** 3 * 300) + 1;
+  const whole = random() < 0.5;
+  let left = size;
+  for (let i = 0; i < count && left > 0; ++i) {
+    const part = count === 1 && whole ? size : Math.floor(left * random() * (count < 8 ? 0.6 : 0.05));
+    node.children.push(randomTree(random, depth - 1, part));
+    left -= part;
   }
-  assert.ok(squarify.squarify([0, 0], area).every((rect) => rect.w === 0));
-  const children = { top: ['a', 'b', 'c'], a: ['x', 'y'] };
-  const size = { a: 60, b: 39.9999, c: 0.0001, x: 40, y: 20 };
-  const layout = squarify.layoutMap('top', { x: 0, y: 0, w: 400, h: 300 }, (item) => (children[item] ?? []).map((name) => ({ item: name, size: size[name] })), 5, 18);
-  assert.deepEqual(layout.tiles.map((tile) => [tile.item, tile.level, tile.branch, tile.heading]), [['a', 0, 0, true], ['b', 0, 1, false], ['x', 1, 0, false], ['y', 1, 0, false]]);
-  assert.equal(layout.melted.length, 1, 'tiles too small to draw become a rest');
-  const inside = layout.tiles[2];
-  assert.equal(squarify.tileAt(layout.tiles, inside.x + 1, inside.y + 1), 2);
-  const own = layout.tiles.slice(0, 2);
-  assert.equal(squarify.nearestTile(own, 0, own[1].x > own[0].x ? 1 : 0, own[1].x > own[0].x ? 0 : 1), 1);
+  node.children.sort((a, b) => b.size - a.size);
+  return node;
+}
+
+test('every tile of the map has its share of the area, at all depths, and nothing is missing', needs('esbuild'), () => {
+  let state = 3;
+  const random = () => (state = (Math.imul(state, 1_664_525) + 1_013_904_223) >>> 0) / 2 ** 32;
+  const source = { childrenOf: (node) => node.children, sizeOf: (node) => node.size, isFolder: (node) => node.folder };
+  let looked = 0;
+  for (let round = 0; round < 12; ++round) {
+    const top = { ...randomTree(random, 6, 1e12), folder: true };
+    const area = { x: 0, y: 0, w: 300 + Math.floor(random() * 1200), h: 200 + Math.floor(random() * 700) };
+    const share = (size) => (size / top.size) * area.w * area.h;
+    for (const deepest of [1, 2, 4, 7]) {
+      const tiles = map_layout.layoutMap(top, area, source, deepest);
+      looked += tiles.length;
+      const held = new Map();
+      let worst = 0;
+      for (const tile of tiles) {
+        const around = tile.parent < 0 ? area : tiles[tile.parent];
+        const beyond = Math.max(around.x - tile.x, around.y - tile.y, tile.x + tile.w - around.x - around.w, tile.y + tile.h - around.y - around.h);
+        const other = tile.rest ? 0 : share(Math.abs(tile.size - tile.item.size));
+        worst = Math.max(worst, Math.abs(tile.w * tile.h - share(tile.size)), other, beyond);
+        held.set(tile.parent, (held.get(tile.parent) ?? 0) + tile.w * tile.h);
+      }
+      assert.ok(worst < 1, `wrong by ${worst} pixels`);
+      for (const [parent, sum] of held) assert.ok(Math.abs(sum - (parent < 0 ? area.w * area.h : tiles[parent].w * tiles[parent].h)) < 1, 'the tiles fill their folder');
+      assert.ok(tiles.every((tile, index) => tile.inside === held.has(index)) && tiles.every((tile) => tile.level < deepest));
+    }
+  }
+  assert.ok(looked > 20_000, `${looked} tiles`);
+});
+
+test('tiles of the map: chains, what is not known, and what has grown since', needs('esbuild'), () => {
+  const node = (size, ...children) => ({ size, folder: true, children });
+  const file = (size) => ({ size, folder: false, children: [] });
+  const source = { childrenOf: (one) => one.children, sizeOf: (one) => one.size, isFolder: (one) => one.folder };
+  const layout = (top, depth = 5) => map_layout.layoutMap(top, { x: 0, y: 0, w: 400, h: 250 }, source, depth);
+  const brief = (tiles) => tiles.map((tile) => `${tile.rest ? `rest of ${tile.count}` : 'item'} ${Math.round(tile.size)} ${tile.level}${tile.joined ? ' joined' : ''}`);
+  assert.deepEqual(brief(layout(node(100, file(10)))), ['item 10 0', 'rest of 0 90 0'], 'what is not listed is not stretched');
+  assert.deepEqual(brief(layout(node(100, node(100, node(100, file(60), file(40)))))), ['item 100 0', 'item 100 0 joined', 'item 60 1', 'item 40 1']);
+  assert.deepEqual(brief(layout(node(100, node(100)))), ['item 100 0'], 'a folder whose contents are not known is one tile');
+  assert.deepEqual(brief(layout(node(100, file(90), file(60)))), ['item 60 0', 'item 40 0'], 'more than the folder has');
+  const many = Array.from({ length: 500 }, () => file(0.002));
+  assert.deepEqual(brief(layout(node(100, file(99), ...many))), ['item 99 0', 'rest of 500 1 0']);
+  const rects = squarify.squarify([6, 4, 3], { x: 0, y: 0, w: 100, h: 50 });
+  assert.equal(map_layout.tileAt(layout(node(100, file(60), file(40))), 1, 1), 0);
+  assert.deepEqual([map_layout.nearestTile(rects, 0, 1, 0), map_layout.nearestTile(rects, 0, -1, 0), map_layout.nearestTile([], 0, 1, 0)], [1, 0, -1]);
+});
+
+// The colours of the map are told apart with any colour vision, and carry dark text.
+test('colours of the map: text on them, edges between them, and distance for colour-blind eyes', needs('esbuild'), () => {
+  const css = fs.readFileSync(new URL('../../src/page/css/tokens.css', import.meta.url), 'utf8');
+  const token = (name) => [1, 3, 5].map((at) => parseInt(new RegExp(`--${name}: (#\\w{6})`).exec(css)[1].slice(at, at + 2), 16) / 255).map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4));
+  const light = ([r, g, b]) => 0.2126 * r + 0.7152 * g + 0.0722 * b;
+  const contrast = (a, b) => (Math.max(light(a), light(b)) + 0.05) / (Math.min(light(a), light(b)) + 0.05);
+  const lab = ([r, g, b]) => {
+    const [l, m, s] = [0.4122214708 * r + 0.5363325363 * g + 0.0514459929 * b, 0.2119034982 * r + 0.6806995451 * g + 0.1073969566 * b, 0.0883024619 * r + 0.2817188376 * g + 0.6299787005 * b].map(Math.cbrt);
+    return [0.2104542553 * l + 0.793617785 * m - 0.0040720468 * s, 1.9779984951 * l - 2.428592205 * m + 0.4505937099 * s, 0.0259040371 * l + 0.7827717662 * m - 0.808675766 * s];
+  };
+  // How the world looks without one of the three kinds of cones.
+  const EYES = {
+    all: [[1, 0, 0], [0, 1, 0], [0, 0, 1]],
+    noRed: [[0.152286, 1.052583, -0.204868], [0.114503, 0.786281, 0.099216], [-0.003882, -0.048116, 1.051998]],
+    noGreen: [[0.367322, 0.860646, -0.227968], [0.280085, 0.672501, 0.047413], [-0.01182, 0.04294, 0.968881]],
+    noBlue: [[1.255528, -0.076749, -0.178779], [-0.078411, 0.930809, 0.147602], [0.004733, 0.691367, 0.3039]],
+  };
+  const seen = (eye, colour) => lab(eye.map((row) => Math.min(1, Math.max(0, row.reduce((sum, part, i) => sum + part * colour[i], 0)))));
+  const palette = [1, 2, 3, 4, 5, 6, 7, 'other'].map((i) => token(`tile-${i}`));
+  const ages = [1, 2, 3, 4, 5, 6].map((i) => token(`age-${i}`));
+  for (const colour of [...palette, ...ages]) {
+    assert.ok(contrast(colour, token('tile-ink')) >= 4.5, `text: ${contrast(colour, token('tile-ink'))}`);
+    assert.ok(contrast(colour, token('tile-line')) >= 1.5 && contrast(token('tile-line'), token('tile-pill-ink')) >= 4.5);
+  }
+  for (const [name, eye] of Object.entries(EYES)) {
+    const far = (a, b) => Math.hypot(...seen(eye, a).map((part, i) => part - seen(eye, b)[i]));
+    palette.forEach((a, i) => palette.slice(i + 1).forEach((b, k) => assert.ok(far(a, b) >= 0.09, `${name}: ${i + 1} and ${i + k + 2}, ${far(a, b)}`)));
+    ages.slice(1).forEach((colour, i) => assert.ok(light(colour) < light(ages[i]) && far(colour, ages[i]) >= 0.04, `${name}: age ${i + 2}, ${far(colour, ages[i])}`));
+  }
+  const file = (name, m = 0) => ({ kind: 'file', name, path: name, s: 1, f: 1, n: 0, m });
+  const colour = (item, by, contents = [], rest = false) => map_colours.colourOf(item, rest, 2, () => contents, by, 1e12);
+  assert.deepEqual([colour(file('a.JPG'), 'type'), colour(file('b'), 'type'), colour(file('pagefile.sys'), 'type'), colour(file('driver.sys'), 'type'), colour(file('a.iso'), 'folder')], [0, 7, 7, 5, 2]);
+  assert.deepEqual([1, 40, 200, 3000].map((days) => colour(file('a', 1e12 - days * 864e5), 'age')), [0, 1, 2, 5]);
+  const folder = { ...file('x'), kind: 'folder', s: 100 };
+  assert.deepEqual([colour(folder, 'type', [{ ...file('a.mp3'), s: 95 }]), colour(folder, 'type', [{ ...file('a.mp3'), s: 80 }]), colour(folder, 'folder', [], true)], [2, 7, 7]);
+});
+
+test('a place in the page and its address', needs('esbuild'), () => {
+  for (const at of ['C:\\a b\\100 %\\ü#?', '/var/log', '']) assert.deepEqual(steps.readFragment(steps.fragmentOf('map', at)), { section: 'map', at });
+  assert.deepEqual([steps.readFragment('#types'), steps.readFragment('map/%zz'), steps.fragmentOf('map', '\ud800')], [{ section: 'types', at: '' }, { section: 'map', at: '' }, '#map/']);
+  const step = { section: 'map', scan: 2, at: 'C:\\x' };
+  assert.deepEqual([steps.stepOf(step), steps.stepOf({ map: 'C:' }), steps.stepOf(null), steps.sameStep(step, { ...step }), steps.sameStep(null, step)], [step, null, null, true, false]);
 });
 
 test('deletion: one request per scan, and the right sentence for the outcome', needs('esbuild'), () => {
@@ -200,12 +307,83 @@ test('what all advice together could free counts every byte once', needs('esbuil
   assert.equal(won({ ...old, level: 'good' }), 0);
 });
 
+test('the two totals of the advice add up, and count every byte once', needs('esbuild'), () => {
+  const finding = (code, bytes, places, over = {}) => ({
+    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map(() => 0), ...over,
+  });
+  const temp = finding('tempfiles', 40, [['C:\\Users\\a\\Temp', 40]]);
+  const old = finding('oldfiles', 50, [['C:\\Users\\a\\Temp\\old.bin', 30], ['C:\\x', 20]], { level: 'serious' });
+  const installer = finding('installer', 90, [], { level: 'good', target: 'C:\\Windows\\Installer' });
+  assert.deepEqual(winnable.gains([temp, old, installer]), { safe: 40, look: 20 }, 'what goes with the temporary files is not looked through');
+  assert.deepEqual(winnable.gains([old]), { safe: 0, look: 50 });
+  assert.deepEqual([temp, old, installer].map(winnable.gainOf), ['safe', 'look', 'none']);
+});
+
+test('a long deletion is sent in parts, each for one drive', needs('esbuild'), () => {
+  const many = Array.from({ length: 1001 }, (_, i) => `C:\\f${i}`);
+  const parts = review.requestsFor([{ job: 1, paths: ['D:\\x', ...many, 'd:\\y'] }, { job: 2, paths: ['\\\\nas\\s\\z'] }]);
+  assert.deepEqual(parts.map((part) => [part.job, part.paths.length]), [[1, 2], [1, 500], [1, 500], [1, 1], [2, 1]]);
+  assert.deepEqual(new Set(parts.flatMap((part) => part.paths)).size, 1004);
+  const empty = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+  const items = new Map([['C:\\a', { s: 5, f: 1, m: 9 }], ['C:\\d', { s: 7, f: 3, m: 0, dir: true }]]);
+  const rows = review.goingOf({ ...empty, wouldDelete: ['C:\\a', 'C:\\d'], noBin: ['C:\\a'], items }, { ...empty, wouldDelete: ['C:\\long'] });
+  assert.deepEqual(rows.map(({ path, bytes, files, folder, note }) => [path, bytes, files, folder, note]),
+    [['C:\\d', 7, 3, true, null], ['C:\\a', 5, 1, false, 'delTagGone'], ['C:\\long', 0, 0, false, 'delTagLong']]);
+  const drives = [{ path: 'C:\\', size: 100, free: 10 }, { path: 'E:\\', size: 100, free: 10 }, { path: 'D:\\', size: 20, free: 15 }];
+  assert.deepEqual(review.freeAfter([{ path: 'c:\\x', bytes: 5 }, { path: 'C:\\y', bytes: 6 }, { path: 'D:\\z', bytes: 90 }, { path: '\\\\nas\\s', bytes: 1 }], drives),
+    [{ drive: 'C:', free: 21 }, { drive: 'D:', free: 20 }], 'never more than the drive has room for');
+});
+
+test('which copy is kept: preferred folders, then no copies by their place or name, then the rule', needs('esbuild'), () => {
+  const group = (...paths) => ({ s: 1, c: paths.length, waste: 1, files: paths.map((p, i) => ({ p, m: 100 - i, job: 1 })) });
+  const kept = (paths, rule = 'newest', folders = '') => keeping.keeper(group(...paths), rule, keeping.foldersOf(folders)).p;
+  for (const bad of ['C:\\Users\\a\\Desktop\\x.jpg', 'C:\\Users\\a\\Downloads\\in\\x.jpg', 'D:\\temp\\x.jpg', 'D:\\TMP\\x.jpg', 'D:\\p\\x (1).jpg', 'D:\\p\\x (12)',
+    'D:\\p\\x - Copy.jpg', 'D:\\p\\Copy of x.jpg', 'D:\\p\\x - kopie.jpg', 'D:\\p\\x - Copie (2).jpg', 'D:\\p\\x - copia.jpg', 'D:\\p\\x - Cópia.jpg', 'D:\\p\\x_copy.jpg']) {
+    assert.equal(kept([bad, 'D:\\p\\x.jpg']), 'D:\\p\\x.jpg', bad);
+    assert.equal(kept([bad]), bad);
+  }
+  for (const good of ['D:\\photocopy.jpg', 'D:\\copyright.txt', 'D:\\Desktop.jpg', 'D:\\(2019) x.jpg', 'D:\\templates\\x']) assert.ok(!keeping.looksLikeCopy(good), good);
+  assert.equal(kept(['D:\\a\\x', 'E:\\b\\x', 'E:\\c\\x'], 'newest', ' e:\\C\\ ; E:\\'), 'E:\\c\\x', 'the first preferred folder counts most');
+  assert.equal(kept(['D:\\a\\x', 'E:\\Downloads\\x'], 'newest', 'E:\\'), 'E:\\Downloads\\x', 'the user’s word counts more than the name');
+  assert.equal(kept(['D:\\ab\\x', 'D:\\a\\x'], 'oldest', 'D:\\a'), 'D:\\a\\x');
+  assert.equal(kept(['D:\\b', 'D:\\a'], 'shortest'), 'D:\\a', 'ties go by path');
+});
+
+test('a question picks from what the scans know what the program would find', needs('esbuild'), () => {
+  const at = (text) => Date.parse(text);
+  const files = [{ p: 'D:\\a\\Film.MKV', s: 5 * MiB, m: at('2020-05-05T12:00') }, { p: 'D:\\b\\film (2).mp4', s: 50 * MiB, m: at('2024-05-05T12:00') }, { p: 'D:\\a\\c\\été.txt', s: 10, m: 0 }];
+  const picked = (asked) => files.filter(question.picker({ ...question.NO_QUESTION, ...asked })).map((file) => file.s);
+  const [first, second, third] = files.map((file) => file.s);
+  for (const [asked, wanted] of [
+    [{}, [first, second, third]], [{ names: 'FILM' }, [first, second]], [{ names: 'film.*; É?É*' }, [first, third]], [{ names: '(2)' }, [second]], [{ names: '.' }, [first, second, third]],
+    [{ exts: 'mkv, *.txt' }, [first, third]], [{ exts: '.mk' }, []], [{ min: '6' }, [second]], [{ max: '5', maxUnit: 'MB' }, [first, third]], [{ max: '0,00001' }, [third]],
+    [{ before: '2021-01-01' }, [first]], [{ after: '2024-05-05' }, [second]], [{ after: '2024-05-06' }, []], [{ in: 'd:/A/' }, [first, third]], [{ in: 'D:\\a\\c' }, [third]],
+  ]) assert.deepEqual(picked(asked), wanted, JSON.stringify(asked));
+  const enough = (asked) => question.isEnough({ ...question.NO_QUESTION, ...asked });
+  assert.deepEqual([{}, { min: '0.5' }, { max: '5' }, { in: 'D:\\' }, { min: '1' }, { before: '2020-01-01' }, { exts: 'a' }].map(enough), [false, false, false, false, true, true, true]);
+});
+
+test('CSV: quotes, and nothing that a spreadsheet would calculate', needs('esbuild'), () => {
+  assert.equal(csv.csvOf(['path', 'bytes'], [['a "b", c', 5], ['=cmd()', -1], ['+1', 0], ['-x', 0], ['@x', 0]]),
+    '\ufeffpath,bytes\r\n"a ""b"", c",5\r\n"\'=cmd()",-1\r\n"\'+1",0\r\n"\'-x",0\r\n"\'@x",0\r\n');
+  assert.deepEqual([0, 978_307_200_000, 9e15, NaN].map(csv.utcDate), ['', '2001-01-01', '', '']);
+});
+
+test('hosts are remembered by what is usable of what was stored', needs('esbuild'), () => {
+  const host = { path: 'anna@nas:/srv', name: 'NAS', scanned: 5, free: 7 };
+  assert.deepEqual(hosts.hostsOf(JSON.stringify([host, null, { path: 'C:\\x' }, { path: 5 }, { path: 'ssh://b@c:22/d', name: 1, scanned: 'x', free: -1 }])),
+    [host, { path: 'ssh://b@c:22/d', name: '', scanned: 0, free: 0 }]);
+  for (const stored of [null, '', '{', '5', '{"path":"a@b:/c"}']) assert.deepEqual(hosts.hostsOf(stored), [], stored);
+  assert.deepEqual(hosts.withHost([host], { ...host, name: 'x', scanned: 9 }).map((one) => one.name), ['x']);
+  assert.deepEqual(['anna@nas:/srv/x', 'ssh://anna@nas.local:2222/srv', 'ssh://nas/', 'anna@[::1]:/srv'].map(hosts.hostAndFolder), ['nas /srv/x', 'nas.local /srv', 'nas /', '[::1] /srv']);
+});
+
 test('duplicates: one copy of each group stays, and only verified copies are deleted', needs('esbuild'), () => {
   const group = { s: 9, c: 3, waste: 18, files: [{ p: 'C:\\long\\one', m: 5, job: 1 }, { p: 'C:\\two', m: 9, job: 1 }, { p: 'D:\\x', m: 0, job: 2 }] };
-  const kept = (rule) => plan.keeper(group, rule).p;
+  const kept = (rule) => keeping.keeper(group, rule).p;
   assert.deepEqual(['newest', 'oldest', 'shortest', 'first'].map(kept), ['C:\\two', 'C:\\long\\one', 'D:\\x', 'C:\\long\\one']);
   const locked = { ...group, files: [...group.files, { p: 'C:\\Windows\\y', m: 1, job: 1, lock: 'windows' }] };
-  assert.equal(plan.keeper(locked, 'newest').p, 'C:\\Windows\\y');
+  assert.equal(keeping.keeper(locked, 'newest').p, 'C:\\Windows\\y');
   assert.ok(plan.mayChoose(group, new Set(['C:\\two']), 'D:\\x'));
   assert.ok(!plan.mayChoose(group, new Set(['C:\\two', 'C:\\long\\one']), 'D:\\x'));
   assert.ok(!plan.mayChoose(locked, new Set(), 'C:\\Windows\\y'));

@@ -2,7 +2,7 @@
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { becomes, goTo, lastFirst, mark, openDialog, openTab, requestsOf, row, says } from './support/browser.mjs';
+import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -151,13 +151,13 @@ test('late and truncated answers lose nothing', async (t) => {
   await goTo(tab, 'explorer', 'Folders');
   await mark(tree, 'two.iso');
   faults.lost = true;
-  await tab.getByRole('button', { name: 'Delete marked' }).click();
+  await tab.getByRole('button', { name: 'Delete selected' }).click();
   const dialog = tab.getByRole('dialog');
   await says(dialog, 'Vorda does not answer.');
   assert.equal(await dialog.getByRole('button', { name: /^Delete|^Move/ }).count(), 0);
   faults.lost = false;
   await dialog.getByRole('button', { name: 'Try again' }).click();
-  await says(dialog, '1 item would go, 70.0 MB.');
+  await says(dialog, '1 item will be deleted, 70.0 MB.');
 });
 
 test('items that the recycle bin does not take need the confirmation word', async (t) => {
@@ -173,13 +173,13 @@ test('items that the recycle bin does not take need the confirmation word', asyn
   const tree = tab.getByRole('treegrid');
   for (const name of ['a', 'b']) await tree.locator('.trow', { hasText: new RegExp(`^${name}`) }).locator('.mark-cell').click();
   let dialog = await openDialog(tab);
-  await says(dialog, '2 items lie where there is no recycle bin. They would be gone for good:');
+  await says(dialog, '2 items lie where there is no recycle bin. They will be deleted permanently.');
   assert.equal(await dialog.getByLabel('Move to the recycle bin').isVisible(), false, 'the bin is not offered');
-  assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (150 MB) permanently' }).isDisabled());
+  assert.ok(await dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB) permanently' }).isDisabled());
   await tab.keyboard.press('Escape');
   kept = ['b'];
   dialog = await openDialog(tab);
-  const go = dialog.getByRole('button', { name: 'Delete 2 items (150 MB), 1 of them permanently' });
+  const go = dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB), 1 of them permanently' });
   assert.ok(await go.isDisabled());
   await dialog.getByRole('textbox').fill('DELETE');
   await go.click();
@@ -197,7 +197,7 @@ test('what did not go into the bin, though it was to, is said', async (t) => {
   await tab.getByRole('treegrid').focus();
   await tab.keyboard.press('Control+a');
   let dialog = await openDialog(tab);
-  await dialog.getByRole('button', { name: 'Move 2 items (150 MB) to the recycle bin' }).click();
+  await dialog.getByRole('button', { name: 'Move 2 items (2 files, 150 MB) to the recycle bin' }).click();
   await says(dialog, '2 items deleted: 80.0 MB freed, 70.0 MB in the recycle bin.');
   await says(dialog, '80.0 MB did not go into the recycle bin: Windows deleted it permanently.');
   await dialog.getByRole('button', { name: 'Close' }).click();
@@ -229,18 +229,18 @@ test('possible duplicates of the advice are compared before they go', async (t) 
   await box('a\\film.mkv').check();
   await box('b\\photo.raw').check();
   const dialog = await openDialog(tab);
-  const would = () => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts();
+  const would = () => pathsIn(dialog, GOING);
   await becomes(would, [`${root}\\c`], 'first what was not marked as a copy');
   await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
   await dialog.getByRole('button', { name: 'Close' }).click();
-  await says(tab, '2 items marked, 8 B');
+  await says(tab, '2 items selected, 8 B');
   await openDialog(tab);
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
   await becomes(would, [`${root}\\a\\film.mkv`]);
   await tab.keyboard.press('Escape');
   await box('a\\film.mkv').uncheck();
   await box('b\\photo.raw').press('Delete');
-  await says(tab, 'None of the marked files is still equal to one that stays. Nothing is deleted.');
+  await says(tab, 'None of the selected files is still equal to one that stays. Nothing is deleted.');
   assert.equal(await dialog.count(), 0);
 });
 
@@ -260,7 +260,7 @@ test('administrator rights: requested, refused, granted', async (t) => {
   await answering.waitFor();
   await says(tab.locator('.toasts'), 'Vorda is running without administrator rights: the restart was declined or did not work.');
   await becomes(() => loads, 2, 'the page was reloaded');
-  assert.deepEqual(await tab.evaluate(() => ({ ...sessionStorage })), {});
+  assert.deepEqual(await tab.evaluate(() => Object.keys(sessionStorage).filter((name) => name !== 'vorda-views')), []);
   await restart.click();
   await restarting.waitFor();
   faults.lost = true;
@@ -274,4 +274,26 @@ test('administrator rights: requested, refused, granted', async (t) => {
   await tab.reload();
   answer = { ok: true, already: true };
   await Promise.all([tab.waitForEvent('load'), restart.click()]);
+});
+
+test('About tells about the build, the last crash and the diagnostic log', async (t) => {
+  const { faults, server, tab } = await opened(t, { expected: /ERR_/ });
+  const crash = { path: 'C:\\Users\\me\\AppData\\Local\\Vorda\\crash-20261122-101500-4711.dmp', time: Date.UTC(2026, 10, 22, 12) };
+  const dialog = tab.getByRole('dialog', { name: 'About Vorda' });
+  const open = async (answer) => {
+    faults.answers['/api/about'] = answer;
+    await tab.goto(`${faults.base}/#about`);
+    await says(dialog, /^Version \d/);
+  };
+  await open({ version: '1.0.0', signed: false, log: 'D:\\vorda-log.txt', crash });
+  await says(dialog, 'This build is not signed.');
+  for (const text of [/ended unexpectedly on 22\/11\/2026/, crash.path, 'D:\\vorda-log.txt']) await says(dialog, text);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await open({ version: '1.0.0', signed: true, log: 'D:\\another.txt' });
+  await says(dialog, 'D:\\another.txt');
+  assert.doesNotMatch(await dialog.innerText(), /signed|crash/i);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await open(CUT); // the rest is there without it
+  const real = await server.json('/api/about');
+  assert.deepEqual(real.body, { version: real.body.version, signed: false, log: '' });
 });

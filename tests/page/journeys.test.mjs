@@ -34,6 +34,8 @@ test('a first scan in overview, export, tree and map', async (t) => {
   await tab.keyboard.press('ArrowLeft');
   await becomes(active, '2');
   await tab.keyboard.press('Enter');
+  await becomes(() => tab.getByRole('row', { name: 'a.mkv' }).count(), 0, 'closed');
+  await tab.keyboard.press('Control+m');
   await tab.getByRole('listbox', { name: /Size map of .*films/ }).waitFor();
   await tab.goBack();
   await tab.goBack();

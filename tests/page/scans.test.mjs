@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
-import { becomes, goTo, lastFirst, mark, openDialog, openTab, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
+import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
@@ -25,7 +25,7 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   const names = async () => (await rowsOf(tree)).map((cells) => cells[1]);
   await goTo(tab, 'explorer', 'Folders');
   await mark(tree, 'backup');
-  await says(tab, '1 item marked, 90.0 MB');
+  await says(tab, '1 item selected, 90.0 MB');
   await choose('D:');
   await becomes(names, ['D:\\', 'photos', 'films', 'root.iso'], 'its root is open');
   await becomes(() => tab.locator('.selection-bar').isVisible(), false, 'nothing is marked here');
@@ -34,14 +34,14 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await tree.press('ArrowRight');
   await row(tree, 'y.iso').waitFor();
   await choose('E:');
-  await says(tab, '1 item marked, 90.0 MB');
+  await says(tab, '1 item selected, 90.0 MB');
   await becomes(names, ['E:\\', 'backup']);
   await choose('D:');
-  await says(tab, '1 item marked, 80.0 MB');
+  await says(tab, '1 item selected, 80.0 MB');
   await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
 
   await goTo(tab, 'types', 'Types');
-  const files = tab.getByRole('grid');
+  const files = tab.getByRole('grid', { name: 'Large files of this type' });
   await row(files, 'y.iso').waitFor();
   await choose('E:');
   await row(files, 'z.iso').waitFor();
@@ -56,9 +56,9 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await goTo(tab, 'explorer', 'Folders');
   await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
-  await says(tab, '1 item marked, 80.0 MB');
+  await says(tab, '1 item selected, 80.0 MB');
   const dialog = await openDialog(tab);
-  await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts(), ['D:\\photos']);
+  await becomes(() => pathsIn(dialog, GOING), ['D:\\photos']);
 });
 
 test('a small tree: the sentence and the largest folders, the name of a download', needs('drives'), async (t) => {
@@ -101,7 +101,7 @@ test('the Del key asks about what is marked, or else about the active item', nee
   const { folder: place, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'two/1.dat': 'same', 'two/2.dat': 'same' });
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
   const asked = async (...names) => {
-    await becomes(() => dialog.getByRole('list', { name: 'What would go' }).getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\\').at(-1))), names);
+    await becomes(() => pathsIn(dialog, GOING).then((texts) => texts.map((text) => text.split('\\').at(-1))), names);
     await tab.keyboard.press('Escape');
     await dialog.waitFor({ state: 'detached' });
   };
@@ -119,9 +119,9 @@ test('the Del key asks about what is marked, or else about the active item', nee
   await tree.press('Delete');
   await asked('b.mkv');
   await goTo(tab, 'types', 'Types');
-  await tab.getByRole('grid').press('Delete');
+  await tab.getByRole('grid', { name: 'Large files of this type' }).press('Delete');
   await asked('b.mkv');
-  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await tab.getByRole('button', { name: 'Clear selection' }).click();
   await goTo(tab, 'map', 'Map');
   await tab.getByRole('option', { name: /^a.mkv/ }).waitFor();
   await tab.getByRole('listbox').press('ArrowRight');

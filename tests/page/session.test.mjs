@@ -71,7 +71,7 @@ test('a key in the address is used, removed, and kept by this tab only', needs('
   await heading(tab, 'Overview');
   await tab.goBack();
   assert.ok(!(tab.url() + await tab.title()).includes('token'));
-  assert.deepEqual(await tab.evaluate(() => [Object.keys(localStorage), { ...sessionStorage }]), [[], { 'vorda-token': key }]);
+  assert.deepEqual(await tab.evaluate(() => [Object.keys(localStorage), sessionStorage['vorda-token']]), [[], key]);
 
   const other = await tab.context().newPage();
   await other.goto(base);
@@ -120,7 +120,7 @@ test('the addresses that a program with a key opens; no restart with other right
   await other.goto(`${locked.base}/?scan=D%3A%5Cfilms#key=${encodeURIComponent(key)}`);
   await says(other, 'There are 300 MB in D:\\films');
   await becomes(() => other.url(), `${locked.base}/#overview`);
-  assert.deepEqual(await other.evaluate(() => [sessionStorage['vorda-token'], Object.keys(localStorage), JSON.stringify(history.state)]), [key, [], 'null']);
+  assert.deepEqual(await other.evaluate(() => [sessionStorage['vorda-token'], Object.keys(localStorage), JSON.stringify(history.state).includes(sessionStorage['vorda-token'])]), [key, [], false]);
   await other.getByRole('button', { name: 'Quit Vorda' }).click();
   await other.getByRole('dialog').getByRole('button', { name: 'Quit Vorda' }).click();
   await says(other, 'Vorda has ended. You can close this tab.');
@@ -153,7 +153,7 @@ test('every language in every section, with its own confirmation word', needs('d
       await dialog.getByRole('textbox').fill(typed.toLowerCase());
       await becomes(() => go.isEnabled(), typed === word, `${typed} in ${lang}`);
     }
-    assert.match(await go.innerText(), lang === 'en' ? /70\.0 MB/ : /70,0 MB/);
+    assert.match(await go.innerText(), { en: /70\.0 MB/, fr: /70,0 Mo/ }[lang] ?? /70,0 MB/);
     await tab.keyboard.press('Escape');
     await mark(tab.getByRole('treegrid'), 'photos');
   }
@@ -228,7 +228,7 @@ test('an SSH host with a password', needs('drives', 'sshd'), async (t) => {
   const kept = await tab.evaluate(() => JSON.stringify([{ ...localStorage }, { ...sessionStorage }, location.href, document.title, document.documentElement.outerHTML, history.state]));
   assert.ok(!kept.includes('s3cret'));
   await goTo(tab, 'picker', TITLES.picker);
-  await tab.getByRole('button', { name: /^Scan again: ssh/ }).click();
+  await tab.getByRole('button', { name: /^Scan again: 127/ }).click();
   await heading(tab, 'Overview');
   assert.equal(sent.at(-1).get('password'), 's3cret pass', 'this tab remembers it');
 });

@@ -66,7 +66,7 @@ test('help is printed wherever on the command line it is requested', async () =>
     assert.deepEqual(lines.slice(0, 3), ['', title, 'Disk analysis for Windows.']);
     assert.deepEqual(lines.slice(-2), ['api\\Vorda.postman_collection.json to try it out.', '']);
     assert.ok(lines.includes('  --ext ".jpg .png"                     keep only these extensions'));
-    assert.equal(lines.length, 59);
+    assert.equal(lines.length, 61);
     assert.ok(!out.includes('\r'));
   }
 });
@@ -122,7 +122,15 @@ test('filters narrow the list of files and nothing else', async (t) => {
   const names = ['Holiday one.JPG', 'holiday.png', 'my holiday.jpg.txt', 'a.jpg', 'b.gif', '.jpg', 'jpg',
     'ÉTÉ.jpeg', '😀.txt', 'ab.txt', 'a b.txt', '[x].txt', 'x+y.txt'];
   makeFiles(folder, Object.fromEntries(names.map((name) => [name, 'x'])));
+  const day = (text) => new Date(`${text}T12:00:00Z`);
+  for (const [name, text] of [['a.jpg', '2020-02-29'], ['b.gif', '2021-03-01']]) fs.utimesSync(`${folder}/${name}`, day(text), day(text));
+  fs.writeFileSync(`${folder}/ab.txt`, 'x'.repeat(2048));
   const filters = [
+    [['--older', '2021-03-01'], ['a.jpg']],
+    [['--older', '2021-03-02', '--newer', '2020-03-01'], ['b.gif']],
+    [['--newer', '2y', '--ext', 'gif jpg'], ['Holiday one.JPG']],
+    [['--min', '2K'], ['ab.txt']],
+    [['--min', '1', '--max', '2047B', '--ext', 'txt'], ['[x].txt', 'a b.txt', 'my holiday.jpg.txt', 'x+y.txt', '😀.txt']],
     [['--ext', 'JPG,png;.gif'], ['Holiday one.JPG', 'a.jpg', 'b.gif', 'holiday.png']],
     [['--ext', '.jp .jpegs'], []],
     [['--find', ' ; a b ;; été* '], ['a b.txt', 'ÉTÉ.jpeg']],

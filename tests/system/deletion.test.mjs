@@ -123,8 +123,9 @@ test('dry run, deletion to the bin and for good, in part, and emptying the bin; 
   await server.likeFresh(job, 'for good');
 
   const partly = await changes(async () => {
-    told = await server.remove(['C:\\kept\\b'], { job, permanent: 1 });
+    told = await server.remove(['C:\\kept\\b'], { job, permanent: 1, why: 1 });
   });
+  assert.ok(told.stayed.some((one) => one.p === 'C:\\kept\\b\\in\\use\\held.txt' && one.why === 'inuse'), JSON.stringify(told.stayed));
   assert.match(told.error, /^failed:\d+$/);
   assert.ok(partly.gone.length > 0 && partly.gone.every((name) => name.startsWith('drive_c/kept/b/')), 'a part of it is gone');
   const lost = partly.gone.map((name) => ({ 'x.bin': 65 * kMiB, 'free.bin': 80 * kMiB })[name.split('/').at(-1)] ?? 0).reduce((sum, one) => sum + one);
@@ -139,6 +140,12 @@ test('dry run, deletion to the bin and for good, in part, and emptying the bin; 
     `AT  definitief  ${66 * kMiB}  C:\\kept\\loose.bin\r\n` +
     `AT  definitief (deels)  ${lost}  C:\\kept\\b\r\n` +
     `AT  MISLUKT (${told.error.slice(7)})  1 van 1 paden bleven staan\r\n`);
+  const { body: { entries, more } } = await server.json('/api/log');
+  assert.deepEqual([entries.map((one) => [one.kind, one.partly ?? false, one.bytes ?? 0, one.p ?? '']), more], [[
+    ['failed', false, 0, ''], ['permanent', true, lost, 'C:\\kept\\b'], ['permanent', false, 66 * kMiB, 'C:\\kept\\loose.bin'],
+    ['binned', false, 5, 'C:\\kept\\b\\y & z.txt'], ['binned', false, bytes - 5, 'C:\\kept\\a']], false]);
+  const { body: bins } = await server.json('/api/bins');
+  assert.deepEqual([bins.bytes, bins.items], [5, 2]);
 
   let emptied;
   await changes(async () => {

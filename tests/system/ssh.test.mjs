@@ -197,8 +197,12 @@ test('a connection that breaks, and cancelling while find is silent or never sto
   const mute = await post(target(`${folder}/tree`), server);
   await until(() => runs.length > 0 && runs.at(-1) !== endless.run, 'ssh to be started');
   const began = runs.at(-1);
+  const asked = Date.now();
   await cancel(mute);
   await mute.done();
+  const took = Date.now() - asked;
+  t.diagnostic(`cancelled before the first line: ended after ${took} ms`);
+  assert.ok(took < 1000, `${took} ms`);
   await ended({ run: began });
   assert.deepEqual(await partOf(mute), stopped);
   await post(target(`${folder}/tree`), server);

@@ -1,4 +1,5 @@
 #include "app/command_line.h"
+#include "app/filter_values.h"
 
 #include <doctest/doctest.h>
 
@@ -58,4 +59,58 @@ TEST_CASE("the help without a known version") {
     all += (all.empty() ? L"" : L"\n\n") + page;
   }
   CHECK(all == helpText(L"1.2.3"));
+}
+
+TEST_CASE("sizes and moments on the command line") {
+  constexpr std::uint64_t kK = 1024;
+  const std::vector<std::pair<const wchar_t*, std::uint64_t>> sizes = {
+      {L"0", 0},
+      {L"500", 500},
+      {L"500b", 500},
+      {L"10K", 10 * kK},
+      {L"10kb", 10 * kK},
+      {L"10M", 10 * kK * kK},
+      {L"4G", 4 * kK * kK * kK},
+      {L"2TB", 2 * kK * kK * kK * kK},
+      {L"18446744073709551615", UINT64_MAX}};
+  for (const auto& [text, bytes] : sizes) CHECK(parseSizeValue(text) == bytes);
+  for (const wchar_t* text : {L"", L"K", L"-1", L"+1", L" 1", L"1 ", L"1.5G", L"1KiB", L"1BB",
+                              L"1P", L"18446744073709551616", L"16777216T", L"0x10"}) {
+    CHECK_FALSE(parseSizeValue(text));
+  }
+  constexpr std::uint64_t kDay = 86'400'000;
+  constexpr std::uint64_t kNow = 20'000 * kDay + 5;
+  CHECK(parseMomentValue(L"1970-01-02", kNow) == kDay);
+  CHECK(parseMomentValue(L"2024-02-29", kNow) == 19'782 * kDay);
+  CHECK(parseMomentValue(L"0d", kNow) == kNow);
+  CHECK(parseMomentValue(L"36h", kNow) == kNow - kDay * 3 / 2);
+  CHECK(parseMomentValue(L"365D", kNow) == kNow - 365 * kDay);
+  CHECK(parseMomentValue(L"2w", kNow) == kNow - 14 * kDay);
+  CHECK(parseMomentValue(L"1y", kNow) == kNow - 365 * kDay);
+  for (const wchar_t* text :
+       {L"", L"d", L"1", L"1m", L"1dd", L"-1d", L"2023-02-29", L"2026-13-01", L"2026-00-10",
+        L"2026-1-1", L"2026-01-1x", L"2026/01/01", L"1970-01-01", L"1969-12-31", L"0000-00-00",
+        L"20000d", L"18446744073709551615y", L"2026-01-0\x0661"}) {
+    CHECK_FALSE(parseMomentValue(text, kNow));
+  }
+
+  const auto wrong = [](std::vector<std::wstring> arguments) {
+    arguments.insert(arguments.begin(), {L"--scan", L"C:\\", L"--out", L"o"});
+    return validateExportRun(parseCommandLine(arguments));
+  };
+  using Messages = std::vector<std::wstring>;
+  CHECK(wrong({L"--older", L"1y", L"--newer", L"2001-02-03", L"--min", L"1", L"--max", L"2k"})
+            .empty());
+  CHECK(wrong({L"--older", L"soon", L"--min", L"many"}) ==
+        Messages{L"--older needs an age such as 365d, or a date such as 2026-01-31, not soon",
+                 L"--min needs a size such as 500K, 10M or 4G, not many"});
+  CHECK(wrong({L"--max", L"--newer"}) ==
+        Messages{L"--max needs a size such as 500K, 10M or 4G",
+                 L"--newer needs an age such as 365d, or a date such as 2026-01-31"});
+  CHECK(
+      wrong({L"--format", L"csv", L"--what", L"types", L"--max", L"1"}) ==
+      Messages{
+          L"--older, --newer, --min and --max narrow the file list, so they go with --what files"});
+  CHECK(validateExportRun(parseCommandLine({L"C:\\", L"--min", L"1"})) ==
+        Messages{L"--older, --newer, --min and --max only work together with --out"});
 }

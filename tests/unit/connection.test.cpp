@@ -1,72 +1,36 @@
 #include "http/connection.h"
 #include "http/message_parser.h"
+#include "support/fake_stream.h"
 
 #include <doctest/doctest.h>
 
 #include <vector>
 
 using namespace vorda;
+using namespace std::chrono_literals;
 
 namespace {
-
-// Delivers the given pieces, then end of stream. Each receive takes perReceive of fake time.
-class FakeStream final : public ByteStream {
-public:
-  std::vector<std::string> pieces;
-  std::chrono::milliseconds perReceive{0};
-  std::string sent;
-
-  std::size_t receive(char* buffer, std::size_t size, std::chrono::milliseconds wait) override {
-    longestWait = std::max(longestWait, wait);
-    time_ += std::min(perReceive, wait);
-    while (at_ < pieces.size() && pieces[at_].size() == taken_) {
-      ++at_;
-      taken_ = 0;
-    }
-    if (perReceive > wait || at_ == pieces.size()) return 0;
-    const std::size_t count = pieces[at_].copy(buffer, size, taken_);
-    taken_ += count;
-    return count;
-  }
-  bool send(std::string_view bytes, std::chrono::milliseconds wait) override {
-    sent += bytes;
-    sendWait = wait;
-    return true;
-  }
-  void endSending() override { ended = true; }
-  std::chrono::steady_clock::time_point now() const override { return time_; }
-
-  std::chrono::milliseconds longestWait{0};
-  std::chrono::milliseconds sendWait{0};
-  bool ended = false;
-  std::size_t unread() const {
-    std::size_t bytes = 0;
-    for (std::size_t i = at_; i < pieces.size(); ++i) bytes += pieces[i].size();
-    return bytes - taken_;
-  }
-
-private:
-  std::size_t at_ = 0;
-  std::size_t taken_ = 0; // of that piece
-  std::chrono::steady_clock::time_point time_{};
-};
 
 HttpResponse echo(HttpRequest& request) {
   return answer(403, "<" + request.method + " " + request.path + " " + request.body + ">");
 }
 
-std::string serve(FakeStream& stream, const RequestGate& gate = {{}, echo}) {
+std::string serve(FakeClient& client, const RequestGate& gate = {{}, echo}) {
   ConnectionTable connections;
-  serveConnection(stream, gate, *connections.enter(kLoopbackAddress));
+  serve(client, gate, connections.enter(kLoopbackAddress));
   CHECK(connections.heldBytes() == 0);
-  return stream.sent;
+  CHECK(client.closed);
+  return client.sent;
 }
 
 std::string servePieces(std::vector<std::string> pieces) {
-  FakeStream stream;
-  stream.pieces = std::move(pieces);
-  return serve(stream);
+  FakeClient client;
+  client.pieces = std::move(pieces);
+  return serve(client);
 }
+
+const auto kNoKey = [](const HttpRequest&) { return Admission{Trust::none, {}}; };
+const auto kKey = [](const HttpRequest&) { return Admission{Trust::key, {}}; };
 
 const std::string kRequest = "POST /a?b=1 HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\n\r\nbody";
 
@@ -74,7 +38,7 @@ const std::string kRequest = "POST /a?b=1 HTTP/1.1\r\nHost: x\r\nContent-Length:
 
 TEST_CASE("responses, with and without a handler") {
   CHECK(servePieces({"GET / H\r\n\r\n"}).ends_with("\r\nConnection: close\r\n\r\n<GET / >"));
-  FakeStream stream;
+  FakeClient stream;
   stream.pieces = {kRequest};
   serve(stream, {});
   CHECK(stream.sent.starts_with(
@@ -94,39 +58,76 @@ TEST_CASE("where a request ends, however it arrives") {
 }
 
 TEST_CASE("limits on time and on buffered bytes") {
-  // One byte every 10 s: each receive is in time, the head as a whole is not.
-  FakeStream trickle;
+  // One byte every 10 s: each is in time, the head as a whole is not.
+  FakeClient trickle;
   for (const char c : std::string("GET / H\r\n\r\n")) trickle.pieces.emplace_back(1, c);
-  trickle.perReceive = std::chrono::seconds(10);
+  trickle.perPiece = 10s;
   CHECK(serve(trickle).empty());
-  CHECK(trickle.longestWait == kReceiveWait);
-  FakeStream slow = FakeStream();
+  CHECK(trickle.now.time_since_epoch() == kHeadWait);
+  FakeClient slow;
   slow.pieces = {"GET / H\r", "\n\r", "\n"};
-  slow.perReceive = std::chrono::seconds(14);
+  slow.perPiece = 14s;
   CHECK_FALSE(serve(slow).empty());
-  // The body has no total limit, only one for each receive.
-  FakeStream body;
-  body.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1", "2", "3", "4", "5", "6", "7", "8"};
-  body.perReceive = std::chrono::seconds(14);
-  CHECK(serve(body).ends_with("<POST / 12345678>"));
+  FakeClient silent;
+  silent.silent = true;
+  CHECK(serve(silent).empty());
+  CHECK(silent.now.time_since_epoch() == kReceiveWait);
 
-  CHECK(body.sendWait == kSendWait);
-  // All of it has ten minutes; what is there then is passed on.
-  FakeStream endless;
+  // What has come of a body is passed on when no more comes, or when ten minutes are over.
+  FakeClient body;
+  body.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1", "2", "3", "4", "5", "6", "7", "8"};
+  body.perPiece = 14s;
+  CHECK(serve(body).ends_with("<POST / 12345678>"));
+  FakeClient held;
+  held.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1"};
+  held.silent = true;
+  CHECK(serve(held).ends_with("<POST / 1>"));
+  CHECK(held.now.time_since_epoch() == kReceiveWait);
+  FakeClient endless;
   endless.pieces.assign(100, "x");
   endless.pieces[0] = "POST / H\r\nContent-Length: 100\r\n\r\n";
-  endless.perReceive = std::chrono::seconds(14);
+  endless.perPiece = 14s;
   CHECK(serve(endless).ends_with("<POST / " + std::string(42, 'x') + ">"));
+
   // Only received bytes are held, not announced ones.
-  FakeStream promise;
+  FakeClient promise;
   promise.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"};
   CHECK(serve(promise).ends_with("<POST / abc>"));
   for (const std::size_t over : {0U, 1U}) {
-    FakeStream large;
+    FakeClient large;
     large.pieces = {"POST / H\r\nContent-Length: 99999999\r\n\r\n",
                     std::string(kMaxConnectionBytes + over, 'x')};
     CHECK(serve(large).empty() == (over == 1));
+    FakeClient head;
+    head.pieces = {"GET / H\r\n" + std::string(kMaxHeadBuffer - 13 + over, 'x') + "\r\n\r\n"};
+    CHECK(serve(head).empty() == (over == 1));
   }
+}
+
+TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
+  const std::string large(3 * 1'048'576, 'v');
+  const auto answers = [&large](HttpRequest&) { return answer(200, large); };
+  FakeClient steady;
+  steady.pieces = {"GET / H\r\n\r\n"};
+  steady.reads = 100'000;
+  steady.perRead = 10s; // eleven in the time for a MiB
+  CHECK(serve(steady, {{}, answers}).ends_with("\r\n\r\n" + large));
+  CHECK_FALSE(steady.ended); // a complete request leaves nothing to drain
+  FakeClient slow;
+  slow.pieces = steady.pieces;
+  slow.reads = 100'000;
+  slow.perRead = 13s;
+  CHECK(serve(slow, {{}, answers}).size() < 1'048'576);
+  CHECK(slow.now.time_since_epoch() == kSendWait);
+  // Without the key all of it has what is left of the minute.
+  FakeClient stranger;
+  stranger.pieces = {"GET / H\r", "\n\r\n"};
+  stranger.perPiece = 10s;
+  stranger.reads = 100'000;
+  stranger.perRead = 10s;
+  serve(stranger, {kNoKey, answers});
+  CHECK(stranger.now.time_since_epoch() == kHeadWait);
+  CHECK(stranger.sent.size() < 500'000);
 }
 
 TEST_CASE("a body is read only for a request that was admitted, and a refusal reaches its client") {
@@ -136,44 +137,65 @@ TEST_CASE("a body is read only for a request that was admitted, and a refusal re
     return echo(request);
   };
   const std::string head = "POST /x?token=k H\r\nHost: h\r\nContent-Length: 1000000\r\n\r\n";
-  FakeStream refused;
+  const auto refuse = [](const HttpRequest& request) {
+    CHECK(request.body.empty());
+    CHECK(request.queryValue("token") == "k");
+    return Admission{Trust::none, errorAnswer(401, "no")};
+  };
+  FakeClient refused;
   refused.pieces = {head, std::string(1'000'000, 'x')};
-  CHECK(serve(refused, {[](const HttpRequest& request) {
-                          CHECK(request.body.empty());
-                          CHECK(request.queryValue("token") == "k");
-                          return Admission{Trust::none, errorAnswer(401, "no")};
-                        },
-                        count})
-            .ends_with(R"({"error":"no"})"));
+  CHECK(serve(refused, {refuse, count}).ends_with(R"({"error":"no"})"));
   CHECK(handled == 0);
   CHECK(refused.ended);
   CHECK(refused.unread() == 1'000'000 - kDrainedBytes);
+  // One that neither sends nor closes has a second.
+  FakeClient waiting;
+  waiting.pieces = {head};
+  waiting.silent = true;
+  serve(waiting, {refuse, count});
+  CHECK(waiting.now.time_since_epoch() == kDrainWait);
 
-  // Served without a key: no body, and what is left of the minute to send the answer.
-  FakeStream open;
+  FakeClient open;
   open.pieces = {"POST / H\r", "\nContent-Length: 9\r\n\r\n", "123456789"};
-  open.perReceive = std::chrono::seconds(10);
-  CHECK(serve(open, {[](const HttpRequest&) {
-                       return Admission{Trust::none, {}};
-                     },
-                     count})
-            .ends_with("<POST / >"));
+  CHECK(serve(open, {kNoKey, count}).ends_with("<POST / >"));
   CHECK(handled == 1);
-  CHECK(open.sendWait == std::chrono::seconds(40));
 }
 
 TEST_CASE("a connection that has to give up its place is closed without an answer") {
-  ConnectionBounds bounds;
-  bounds.notKept = 1;
-  ConnectionTable connections(bounds);
-  const auto first = connections.enter(kLoopbackAddress);
-  const auto second = connections.enter(kLoopbackAddress);
-  FakeStream early;
+  ConnectionTable connections({.notKept = 1, .settling = 0ms});
+  auto first = connections.enter(kLoopbackAddress);
+  auto second = connections.enter(kLoopbackAddress);
+  FakeClient early;
   early.pieces = {"GET / H\r\n\r\n"};
-  serveConnection(early, {{}, echo}, *first);
-  CHECK(early.sent.empty());
-  FakeStream late;
+  CHECK(serve(early, {{}, echo}, std::move(first)).empty());
+  FakeClient late;
   late.pieces = {"GET / H\r\n\r\n"};
-  serveConnection(late, {{}, echo}, *second);
-  CHECK(late.sent.ends_with("<GET / >"));
+  CHECK(serve(late, {{}, echo}, std::move(second)).ends_with("<GET / >"));
+}
+
+TEST_CASE("a body waits for memory that another gives up, at most for a second") {
+  ConnectionTable connections({.heldBytes = 300'000, .alwaysHeld = 10'000});
+  const RequestGate gate{kKey, echo};
+  const std::string head = "POST / H\r\nContent-Length: 100000\r\n\r\n";
+  for (const bool gives : {true, false}) {
+    auto large = connections.enter(kLoopbackAddress);
+    CHECK(large->hold(290'000));
+    FakeClient client;
+    client.pieces = {head, std::string(100'000, 'x')};
+    Connection connection(std::make_unique<FakeStream>(client), gate,
+                          connections.enter(kLoopbackAddress), client.now);
+    REQUIRE(connection.advance(client.now) == Connection::Need::thread);
+    connection.compute(client.now);
+    REQUIRE(connection.advance(client.now) == Connection::Need::room);
+    CHECK(large->mustClose());
+    CHECK(connection.advance(client.now + kRoomWait - 1ms) == Connection::Need::room);
+    if (gives) large.reset();
+    const auto need = connection.advance(client.now + kRoomWait);
+    CHECK(need == (gives ? Connection::Need::thread : Connection::Need::over));
+    if (!gives) continue;
+    connection.compute(client.now);
+    CHECK(connections.heldBytes() == 0); // an answered request holds nothing
+    CHECK(connection.advance(client.now) == Connection::Need::over);
+    CHECK(client.sent.ends_with("<POST / " + std::string(100'000, 'x') + ">"));
+  }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 using namespace vorda;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -29,7 +30,7 @@ std::size_t closing(const Seats& seats) {
 } // namespace
 
 TEST_CASE("too many connections: the longest-waiting without a key goes, never a kept one") {
-  ConnectionTable table({.perAddress = 3, .notKept = 6, .connections = 9});
+  ConnectionTable table({.perAddress = 3, .notKept = 6, .connections = 9, .settling = 0ms});
   Seats near = entered(table, 3, kNear);
   CHECK(near[0]->keep());
   near.push_back(table.enter(kNear));
@@ -38,6 +39,15 @@ TEST_CASE("too many connections: the longest-waiting without a key goes, never a
   CHECK_FALSE(near[1]->keep());
   near.erase(near.begin() + 1);
   for (const auto& seat : near) CHECK(seat->keep());
+  CHECK(table.enter(kNear)->mustClose());
+
+  // Whose answer is only still being sent goes where all others are kept.
+  near[1]->finish();
+  const auto newer = table.enter(kNear);
+  CHECK_FALSE(newer->mustClose());
+  CHECK(closing(near) == 1);
+  near.erase(near.begin() + 1);
+  CHECK(newer->keep());
   CHECK(table.enter(kNear)->mustClose());
 
   // Loopback has no bound of its own; all together have one for those that are not kept.
@@ -53,6 +63,44 @@ TEST_CASE("too many connections: the longest-waiting without a key goes, never a
   CHECK(closing(near) == 0);
 }
 
+TEST_CASE(
+    "whose request waits for the program does not have to go for one that waits for its client") {
+  ConnectionTable table({.notKept = 3, .settling = 0ms});
+  Seats seats = entered(table, 3, kLoopbackAddress);
+  CHECK(seats[0]->arrive());
+  CHECK(seats[1]->keep());
+  CHECK(seats[1]->arrive()); // it stays kept
+  seats.push_back(table.enter(kLoopbackAddress));
+  seats.push_back(table.enter(kLoopbackAddress));
+  CHECK(closing(seats) == 1);
+  CHECK(seats[2]->mustClose());
+  seats[0]->wait();
+  seats.push_back(table.enter(kLoopbackAddress));
+  CHECK(seats[0]->mustClose());
+  seats.erase(seats.begin());
+  // Where all have arrived, the longest-waiting goes as well.
+  for (const auto& seat : seats) seat->arrive();
+  seats.push_back(table.enter(kLoopbackAddress));
+  CHECK(seats[2]->mustClose());
+  CHECK_FALSE(seats[0]->mustClose());
+}
+
+TEST_CASE("a newcomer waits a moment before it pushes out those that have only just come") {
+  ConnectionTable table({.notKept = 2, .settling = 60'000ms});
+  Seats seats = entered(table, 2, kLoopbackAddress);
+  std::thread keeper([&seats] { seats[1]->keep(); });
+  const auto third = table.enter(kLoopbackAddress); // as soon as one of them is kept
+  keeper.join();
+  CHECK(closing(seats) == 0);
+  CHECK_FALSE(third->mustClose());
+  ConnectionTable quick({.notKept = 1, .settling = 30ms});
+  const auto began = std::chrono::steady_clock::now();
+  seats = entered(quick, 2, kLoopbackAddress);
+  CHECK(std::chrono::steady_clock::now() - began >= 30ms);
+  CHECK(seats[0]->mustClose());
+  seats.clear(); // before their table
+}
+
 TEST_CASE("too many bytes: who holds most goes, first among those without a key") {
   ConnectionTable table({.heldBytes = 1'000, .alwaysHeld = 10});
   Seats seats = entered(table, 4, kNear);
@@ -64,7 +112,10 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   CHECK(closing(seats) == 0);
   CHECK(table.heldBytes() == 1'000);
 
-  // The one that must close gives its bytes up a moment later.
+  // The one that must close gives its bytes up a moment later. What a request is worked on with
+  // cannot be given up.
+  CHECK(seats[0]->work());
+  CHECK(seats[2]->tryHold(150) == ConnectionSeat::Room::later);
   std::thread leaver([&seats] {
     while (!seats[1]->mustClose()) std::this_thread::yield();
     seats[1].reset();
@@ -74,6 +125,8 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   CHECK(table.heldBytes() == 750);
   CHECK_FALSE(seats[0]->mustClose());
   CHECK(seats[3]->hold(250));
+  CHECK_FALSE(seats[2]->hold(260)); // all that is left
+  CHECK(seats[0]->keep());
   CHECK(seats[3]->hold(20));
   CHECK(seats[2]->hold(10));
   CHECK(seats[3]->hold(10));

@@ -414,6 +414,23 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
     CHECK_FALSE(parseJournal(text.substr(0, length)));
   }
   CHECK_FALSE(parseJournal(text + "x"));
+  const std::string head = "vorda-journal-1\tbinned\tC:\\t\n";
+  const std::string entry = "folder\t1\t2\t3\t4\tC:\\a\tC:\\b\n";
+  const auto read = parseJournal(head + entry + "end\n");
+  REQUIRE((read && read->entries.size() == 1));
+  CHECK(read->entries[0].measure.folders == 3);
+  CHECK(read->entries[0].measure.links == 4);
+  for (const std::string& wrong :
+       {head + "folder\t1\t2\t3\t4\tC:\\a\n", head + "folder\t1\t2\t3\t4\tC:\\a\tC:\\b\t\n",
+        head + "link\t1\t2\t3\t4\tC:\\a\tC:\\b\n", head + "folder\tx\t2\t3\t4\tC:\\a\tC:\\b\n",
+        head + "folder\t1\t2x\t3\t4\tC:\\a\tC:\\b\n", head + "folder\t1\t2\t-3\t4\tC:\\a\tC:\\b\n",
+        head + "folder\t1\t2\t3\t\tC:\\a\tC:\\b\n",
+        head + "folder\t99999999999999999999\t2\t3\t4\tC:\\a\tC:\\b\n",
+        std::string("vorda-journal-2\tbinned\tC:\\t\n"), std::string("vorda-journal-1\tshredded\t\n"),
+        std::string("vorda-journal-1\tbinned\n"), std::string("vorda-journal-1\tbinned\t\t\n")}) {
+    CAPTURE(wrong);
+    CHECK_FALSE(parseJournal(wrong + "end\n"));
+  }
   disk->writeJournal(text.substr(0, text.size() - 1));
   disk->writeJournal(text);
   finishInterrupted(*disk, *disk);
@@ -423,6 +440,25 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
   finishInterrupted(*disk, *disk);
   CHECK(disk->journals.empty());
   CHECK(disk->log == "2026-01-02 03:04:05  definitief (onderbroken)  7  Q:\\\u00E9\r\n");
+}
+
+TEST_CASE("the longest path that the shell takes") {
+  const auto disk = makeWorld();
+  const auto whyNot = [&disk](const std::wstring& path, bool dryRun) {
+    const DeleteResult result = remove(*disk, {path}, {}, false, dryRun);
+    return result.refused.empty() ? "" : wordOf(result.refused.front().why);
+  };
+  for (const auto& [length, why] : {std::pair(259, ""), std::pair(260, "toolong")}) {
+    const std::wstring path = L"C:\\data\\" + std::wstring(static_cast<std::size_t>(length) - 8, L'x');
+    disk->add(path);
+    CHECK(whyNot(path, true) == why);
+    CHECK(whyNot(path, false) == why);
+    CHECK((disk->at(path) != nullptr) == (length == 260));
+    const std::wstring folder = L"C:\\data\\in" + std::to_wstring(length);
+    disk->add(folder + L"\\" + std::wstring(static_cast<std::size_t>(length) - 14, L'y'));
+    CHECK(whyNot(folder, false) == why);
+    CHECK((disk->at(folder) != nullptr) == (length == 260));
+  }
 }
 
 TEST_CASE("a log or journal that cannot be written fails no deletion") {

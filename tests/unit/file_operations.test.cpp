@@ -460,3 +460,72 @@ TEST_CASE("a cleanup is seen in all scans") {
   CHECK(inner->rootGone);
   CHECK(inner->freed == 1100 * kMiB);
 }
+
+TEST_CASE("what stays is named with its reason, if that is asked for") {
+  App app;
+  fill(*app.disk);
+  app.disk->add(L"C:\\r\\locked\\in\\use.bin", 7).locked = true;
+  app.disk->add(L"C:\\r\\locked\\own\\x.bin", 7).locked = true;
+  app.disk->denied = {L"C:\\r\\locked\\own"};
+  app.scanned("C:%5Cr");
+  const std::string both = "p=C:%5Cr%5Clocked&p=C:%5Cr%5Cb&job=1&permanent=1";
+  CHECK(app.told("POST", "/api/delete", both).find("stayed") == std::string::npos);
+  const std::string told = app.told("POST", "/api/delete", both + "&why=1");
+  CHECK(told.find(R"("stayed":[{"p":"C:\\r\\locked\\own","why":"norights"},)"
+                  R"({"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})") != std::string::npos);
+
+  // A single file; one with no reason that could be found; and never more than 20 for one folder.
+  app.disk->at(L"C:\\r\\locked\\in\\use.bin")->locked = false;
+  app.disk->mayDelete = [](const std::wstring&) { return false; };
+  CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Clocked%5Cin%5Cuse.bin&job=1&why=1")
+            .find(R"("stayed":[{"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})") !=
+        std::string::npos);
+  for (int i = 0; i < 300; ++i) {
+    app.disk->add(L"C:\\r\\many\\" + std::to_wstring(i)).locked = true;
+  }
+  const std::string many = app.told("POST", "/api/delete", "p=C:%5Cr%5Cmany&why=1");
+  std::size_t reasons = 0;
+  for (std::size_t at = 0; (at = many.find("inuse", at)) != std::string::npos; ++at) ++reasons;
+  CHECK(reasons == 20);
+}
+
+TEST_CASE("what would be emptied can be seen before") {
+  App app;
+  app.disk->add(L"C:\\Windows\\Temp\\a\\b.tmp", 700 * kMiB);
+  app.disk->add(L"C:\\Windows\\Temp\\c.tmp", 500 * kMiB);
+  app.disk->add(L"C:\\Users\\anna\\AppData\\Local\\Temp\\d.tmp", 5);
+  app.disk->add(L"C:\\other\\x", 1);
+  app.scanned("C:%5C");
+  const std::string path = "/api/cleanable?what=tempfiles&job=";
+  const auto before = app.disk->snapshot();
+  CHECK(app.told("GET", path + "1") ==
+        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","s":1258291200,"f":2,"entries":2},)"
+        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","s":5,"f":1,"entries":1}]})");
+  CHECK(app.disk->snapshot() == before);
+  CHECK(app.disk->log.empty());
+
+  // What cleaning would leave alone is said, with the reason.
+  app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp"));
+  app.disk->link(L"C:\\Windows\\Temp", L"C:\\other");
+  app.disk->unreadable = {L"C:\\Users\\anna\\AppData\\Local\\Temp"};
+  CHECK(app.told("GET", path + "1") ==
+        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","why":"notAllowed"},)"
+        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","why":"unreadable"}]})");
+
+  CHECK(app.told("GET", path + "2") == R"(404 {"error":"noJob"})");
+  CHECK(app.told("GET", path) == R"(404 {"error":"noJob"})");
+  CHECK(app.told("GET", "/api/cleanable?job=1&what=caches") == R"(400 {"error":"notAllowed"})");
+
+  app.disk->binBytes = 9;
+  app.disk->binItems = 2;
+  CHECK(app.told("GET", "/api/bins") ==
+        R"(200 {"bytes":9,"items":2,"bins":[{"p":"C:\\","bytes":9,"items":2}]})");
+  app.disk->noBins = {L"C:\\"};
+  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
+  CHECK(app.disk->binItems == 2);
+
+  CHECK(app.told("POST", "/api/openbin") == R"(200 {"ok":true})");
+  app.state.remote = true;
+  CHECK(app.told("POST", "/api/openbin") == R"(400 {"error":"notAllowed"})");
+  CHECK(app.binsOpened == 1);
+}

@@ -95,3 +95,60 @@ TEST_CASE("a finder run: second start, forgotten scans, cancel") {
     CHECK(app.told("POST", "/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
   }
 }
+
+TEST_CASE("the finder with bounds on size and time") {
+  App app;
+  const auto add = [&app](const wchar_t* name, std::uint64_t size, std::uint64_t seconds) {
+    app.disk->addFile(L"C:\\d", name, size, seconds == 0 ? 0 : kYear2001 + seconds * 10'000'000);
+  };
+  add(L"a", 10, 0); // its time is not known
+  add(L"b", 20, 1);
+  add(L"c", 30, 2);
+  add(L"d", 40, 3);
+  app.scanned("C:%5Cd");
+  constexpr std::uint64_t kFirst = 978'307'200'000;
+  const std::string second = std::to_string(kFirst + 2'000);
+  const std::string third = std::to_string(kFirst + 3'000);
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"names=*", "dcba"},
+      {"before=" + second, "b"},
+      {"after=" + second, "dc"},
+      {"after=" + second + "&before=" + third, "c"},
+      {"after=" + third + "&before=" + second, ""},
+      {"before=99999999999999999999", "dcb"},
+      {"names=*&max=30", "cba"},
+      {"names=*&max=0", ""},
+      {"names=*&max=&before=&after=", "dcba"},
+      {"names=*&max=30&min=20", "cb"},
+      {"after=1&max=39x", "cb"}};
+  for (const auto& [fields, names] : rows) {
+    CAPTURE(fields);
+    const std::string answer = test::runToEnd(app, "/api/findfiles", "ids=1&" + fields);
+    std::string found;
+    for (std::size_t at = 0; (at = answer.find("C:\\\\d\\\\", at)) != std::string::npos; at += 7) {
+      found += answer[at + 7];
+    }
+    CHECK(found == names);
+  }
+  const std::string bounded =
+      test::runToEnd(app, "/api/findfiles", "ids=1&names=*&min=5&max=30&after=7&before=" + second);
+  CHECK(bounded.find(R"("min":5,"max":30,"after":7,"before":)" + second) != std::string::npos);
+  // In one folder: of the scans around it that part, of those in it everything, the others not at all.
+  app.disk->addFile(app.disk->addFolder(L"C:\\d", L"in"), L"e", 1);
+  app.disk->addFile(L"D:\\", L"f", 1);
+  app.scanned("C:%5Cd%5Cin");
+  app.scanned("D:");
+  for (const auto& [fields, hits] : std::vector<std::pair<std::string, std::string>>{
+           {"in=c:/D/IN/", R"("files":[{"p":"c:\\D\\IN\\e","s":1,"m":0,"job":1}],)"},
+           {"in=C:%5C&ids=1,2,3&sort=name", R"("count":5,"bytes":101,)"},
+           {"in=C:%5Cd%5Ci&ids=1,2,3", R"("failed":[{"id":1,)"},
+           {"in=E:%5C&ids=1,2,3", R"("count":0,"bytes":0,)"}}) {
+    CAPTURE(fields);
+    const std::string told = test::runToEnd(app, "/api/findfiles", "ids=1&names=*&" + fields);
+    CHECK_MESSAGE(told.find(hits) != std::string::npos, told);
+  }
+  // A bound on the time is a filter of its own, one on the size is none.
+  CHECK(app.told("POST", "/api/findfiles", "ids=1&max=30") == R"(400 {"error":"needFilter"})");
+  CHECK(app.told("POST", "/api/findfiles", "ids=1&before=0&after=x") ==
+        R"(400 {"error":"needFilter"})");
+}

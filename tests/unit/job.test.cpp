@@ -75,8 +75,12 @@ TEST_CASE("an exception in a scan fails the job, not the process") {
   };
   runJob(job, steps);
   CHECK(job.done);
-  CHECK(job.progress.texts().error == kScanFailed);
+  CHECK(job.progress.texts().error == kNoMemory);
   CHECK(job.result.fileCount == 0);
+  Job other;
+  steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult&) -> bool { throw 1; };
+  runJob(other, steps);
+  CHECK(other.progress.texts().error == kScanFailed);
 }
 
 TEST_CASE("filters drop the size limit of the file list") {

@@ -35,6 +35,19 @@ TEST_CASE("live listings: order, links, limits and failures") {
   CHECK(files.starts_with(
       R"(200 {"path":"M:\\r","files":[{"n":"f2498","s":1249,"m":0},{"n":"f2499",)"));
   CHECK(files.ends_with(R"({"n":"f1501","s":750,"m":0}],"total":2500,"dirs":5})"));
+  // Pages continue each other, and none has more than there is.
+  const auto page = [&app](const char* part) {
+    return app.told("GET", std::string("/api/files?p=M%3A%5Cr") + part);
+  };
+  CHECK(page("&from=1000&most=2") ==
+        R"(200 {"path":"M:\\r","files":[{"n":"f1498","s":749,"m":0},{"n":"f1499","s":749,"m":0}],)"
+        R"("total":2500,"dirs":5})");
+  CHECK(page("&from=2499&most=200000") ==
+        R"(200 {"path":"M:\\r","files":[{"n":"f1","s":0,"m":0}],"total":2500,"dirs":5})");
+  for (const char* none : {"&from=2500", "&from=18446744073709551615", "&from=200000&most=5", "&most=0"}) {
+    CHECK(page(none) == R"(200 {"path":"M:\\r","files":[],"total":2500,"dirs":5})");
+  }
+  for (const char* odd : {"&from=-1", "&most=x", "&from=99999999999999999999"}) CHECK(page(odd) == files);
   CHECK(app.told("GET", "/api/files?p=") ==
         R"(200 {"path":"","files":[],"total":0,"dirs":0,"error":"noSuchDir"})");
 }

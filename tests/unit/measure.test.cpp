@@ -3,7 +3,17 @@
 
 #include <doctest/doctest.h>
 
+#include <functional>
+#include <set>
+#include <vector>
+
 using namespace vorda;
+
+namespace {
+
+using Numbers = std::vector<std::uint64_t>;
+
+} // namespace
 
 TEST_CASE("measuring does not follow links") {
   test::MemoryDisk folders;
@@ -14,17 +24,19 @@ TEST_CASE("measuring does not follow links") {
   folders.link(root + L"\\link", L"M:\\r\\b");
   folders.unreadable = {L"M:\\r\\locked"};
   const auto measured = [&folders](const wchar_t* path) {
-    const PathMeasure measure = measurePath(folders, path);
-    return std::vector<std::uint64_t>{measure.bytes, measure.files, measure.unreadableFolders};
+    const PathMeasure one = measurePath(folders, path);
+    return Numbers{one.bytes, one.files, one.folders, one.links, one.unreadableFolders};
   };
-  CHECK(measured(L"M:\\r") == std::vector<std::uint64_t>{43, 2, 1});
-  CHECK(measured(L"M:\\r\\a") == std::vector<std::uint64_t>{3, 1, 0});
-  CHECK(measured(L"M:\\r\\link") == std::vector<std::uint64_t>{0, 0, 0});
-  CHECK(measured(L"M:\\none") == std::vector<std::uint64_t>{0, 0, 0});
+  CHECK(measured(L"M:\\r") == Numbers{43, 2, 3, 1, 1});
+  CHECK(measured(L"M:\\r\\a") == Numbers{3, 1, 0, 0, 0});
+  CHECK(measured(L"M:\\r\\link") == Numbers{0, 0, 0, 0, 0});
+  CHECK(measured(L"M:\\none") == Numbers{0, 0, 0, 0, 0});
+  folders.endingEarly = {L"M:\\r\\b"};
+  CHECK(measured(L"M:\\r") == Numbers{43, 2, 3, 1, 2});
+  CHECK(measurePath(folders, L"M:\\r").folderLinks == 1);
 }
 
 TEST_CASE("what went from a folder that is still there") {
-  using Numbers = std::vector<std::uint64_t>;
   const auto loss = [](std::uint64_t bytes, std::uint64_t files, std::uint64_t folders,
                        std::uint64_t links) {
     PathMeasure before;
@@ -42,9 +54,85 @@ TEST_CASE("what went from a folder that is still there") {
   };
   CHECK(loss(50, 3, 2, 1) == Numbers{0, 0, 0});
   CHECK(loss(40, 2, 2, 1) == Numbers{10, 1, 1});
+  CHECK(loss(40, 3, 2, 1) == Numbers{10, 0, 1}); // one shrank
   // Only an empty file, a folder or a link went; and more came than went.
   CHECK(loss(50, 2, 2, 1) == Numbers{0, 1, 1});
   CHECK(loss(50, 3, 1, 1) == Numbers{0, 0, 1});
   CHECK(loss(50, 3, 2, 0) == Numbers{0, 0, 1});
   CHECK(loss(60, 4, 3, 2) == Numbers{0, 0, 0});
+}
+
+TEST_CASE("the longest path inside a folder") {
+  test::MemoryDisk folders;
+  folders.add(L"M:\\r\\a\\");
+  const auto longest = [&folders] { return measurePath(folders, L"M:\\r").longest; };
+  CHECK(longest() == 6);
+  folders.add(L"M:\\r\\a\\bcd");
+  CHECK(longest() == 10);
+  folders.add(L"M:\\r\\e\\fghi\\");
+  CHECK(longest() == 11);
+  folders.link(L"M:\\r\\link-of-12", L"M:\\r\\a");
+  CHECK(longest() == 15);
+}
+
+TEST_CASE("the mark of a folder changes with everything in it, and with nothing else") {
+  const auto mark = [](const std::function<void(test::MemoryDisk&)>& change) {
+    test::MemoryDisk disk;
+    disk.add(L"M:\\r\\a\\f", 3).lastWrite = 9;
+    disk.add(L"M:\\r\\a\\g", 4).lastWrite = 8;
+    disk.add(L"M:\\r\\b\\");
+    change(disk);
+    return measurePath(disk, L"M:\\r").mark;
+  };
+  const std::uint64_t before = mark([](test::MemoryDisk&) {});
+  CHECK(mark([](test::MemoryDisk& disk) {
+          auto& files = disk.at(L"M:\\r\\a")->children;
+          std::swap(files[0], files[1]);
+        }) == before);
+  const std::vector<std::function<void(test::MemoryDisk&)>> changes = {
+      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->size = 4; },
+      [](test::MemoryDisk& disk) { ++disk.at(L"M:\\r\\a\\f")->lastWrite; },
+      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->name = L"h"; },
+      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->link = L"M:\\x"; },
+      [](test::MemoryDisk& disk) {
+        std::swap(disk.at(L"M:\\r\\a\\f")->name, disk.at(L"M:\\r\\a\\g")->name);
+      },
+      [](test::MemoryDisk& disk) {
+        std::swap(disk.at(L"M:\\r\\a\\f")->size, disk.at(L"M:\\r\\a\\f")->lastWrite);
+      },
+      [](test::MemoryDisk& disk) { disk.removeNode(*disk.at(L"M:\\r\\a\\f")); },
+      [](test::MemoryDisk& disk) { disk.add(L"M:\\r\\b\\c\\"); },
+      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\b")->name = L"c"; },
+      [](test::MemoryDisk& disk) {
+        auto& folders = disk.at(L"M:\\r")->children;
+        std::swap(folders[0]->name, folders[1]->name);
+      },
+  };
+  std::set<std::uint64_t> marks = {before};
+  for (const auto& change : changes) marks.insert(mark(change));
+  CHECK(marks.size() == changes.size() + 1);
+}
+
+TEST_CASE("a survey lists a folder as a scan would") {
+  test::MemoryDisk disk;
+  disk.addFile(L"M:\\r", L"a.txt", 3, 116'444'736'000'000'000 + 50'000); // 5 ms after 1970
+  disk.add(L"M:\\r\\d\\b.TXT", 40);
+  disk.add(L"M:\\r\\d\\big.iso", 900);
+  disk.add(L"M:\\r\\locked\\c", 5);
+  disk.link(L"M:\\r\\link", L"M:\\r\\d").folder = false;
+  disk.unreadable = {L"M:\\r\\locked"};
+  ScanOptions options;
+  options.fileListThreshold = 0;
+  const ScanResult survey = surveyFolder(disk, L"M:\\r", options);
+  CHECK(survey.rootPath == L"M:\\r");
+  CHECK(Numbers{survey.fileCount, survey.byteCount, survey.folderCount, survey.unreadableFolders} ==
+        Numbers{3, 943, 3, 1});
+  REQUIRE(survey.folders.size() == 3);
+  CHECK(survey.folders[0].name == L"M:\\r");
+  CHECK(Numbers{survey.folders[1].ownBytes, survey.folders[1].ownFiles} == Numbers{940, 2});
+  CHECK(survey.types.size() == 2);
+  REQUIRE(survey.files.size() == 3);
+  CHECK(survey.files[0].modified == 5);
+  options.fileListThreshold = 41;
+  CHECK(surveyFolder(disk, L"M:\\r", options).files.size() == 1);
 }

@@ -54,6 +54,13 @@ TEST_CASE("the result document") {
             .ends_with(R"("tree":null,"exts":[],"files":[],"advice":[]})"));
 }
 
+TEST_CASE("the three kinds of CSV by their words") {
+  CHECK(csvKindOf("files") == CsvKind::files);
+  CHECK(csvKindOf("types") == CsvKind::types);
+  CHECK(csvKindOf("advice") == CsvKind::advice);
+  for (const char* other : {"", "Files", "file", "typess"}) CHECK_FALSE(csvKindOf(other));
+}
+
 TEST_CASE("the three kinds of CSV") {
   Job job;
   fill(job);

@@ -23,6 +23,7 @@ TEST_CASE("the summary says why turbo was not used") {
     steps.driveFigures = [](const std::wstring&) { return DriveFigures{}; };
     steps.finish = [](Job& job) { buildResultDocument(job, kDocumentOptions, 0); };
     std::string output;
+    ScanRunStop stop;
     const ScanRunOutputs outputs = {[](std::wstring_view) {},
                                     [&output](std::string_view text) {
                                       output += text;
@@ -30,7 +31,8 @@ TEST_CASE("the summary says why turbo was not used") {
                                     },
                                     [](const std::wstring&, std::string_view) { return L""; },
                                     [](const std::wstring&) { return L""; }};
-    CHECK(runScanCommand({L"D:", L"o", "json", CsvKind::files, L"", L""}, steps, outputs) == 0);
+    CHECK(runScanCommand({L"D:", L"o", "json", CsvKind::files, L"", L""}, steps, outputs, stop) ==
+          0);
     CHECK(output == "Vorda: D:\\  0 files  1.0 KB  0.3 s  (walk)  2 folders could not be read" +
                         row.second + "\n  -> o\n");
   }
@@ -45,11 +47,17 @@ struct Run {
   std::string output;
   std::string written;
   int code = -1;
+  ScanRunStop stop;
 
-  Run(const ScanRunRequest& request, const ScanResult& found, std::string_view failure = {}) {
+  // duringScan: what happens while the scan runs.
+  Run(
+      const ScanRunRequest& request, const ScanResult& found, std::string_view failure = {},
+      const std::function<void(Run&)>& duringScan = [](Run&) {}) {
     ScanSteps steps;
     const auto method = [&](ScanProgress& progress, ScanResult& result) {
+      duringScan(*this);
       result = found;
+      if (progress.cancelRequested) result.partial = Partial::cancelled;
       progress.edit([&](ProgressTexts& texts) { texts.failure = failure; });
       return failure.empty();
     };
@@ -69,7 +77,7 @@ struct Run {
           return L"";
         },
         [](const std::wstring& name) { return name == L"full" ? L"no room" : L""; }};
-    code = runScanCommand(request, steps, outputs);
+    code = runScanCommand(request, steps, outputs, stop);
   }
 
   // The summary from behind the duration.
@@ -127,4 +135,33 @@ TEST_CASE("a broken scan is written and fails; a failed one tells the code of ss
   CHECK(said("sshFailed:1").ends_with("or host key changed (exit code 1)\n"));
   CHECK(said("sshEmpty").ends_with("does the path exist?\n"));
   CHECK(said("sshDenied").ends_with("the account Vorda runs as\n"));
+}
+
+TEST_CASE("a run that the user stops writes nothing") {
+  const auto stopped = [](const wchar_t* file, const char* format, std::string_view failure = {}) {
+    return Run({L"C:\\x", file, format, CsvKind::files, L"", L""}, {}, failure,
+               [](Run& run) { run.stop.request(); });
+  };
+  for (const Run& run : {stopped(L"o", "json"), stopped(L"o", "csv"), stopped(L"-", "json")}) {
+    CHECK(run.code == 1);
+    CHECK((run.output + run.written).empty());
+    CHECK(run.messages == "Vorda: scanning C:\\x\nVorda: stopped; nothing was written\n");
+    CHECK_FALSE(run.stop.writing());
+  }
+  // One that fails says why.
+  CHECK(stopped(L"o", "json", "sshEmpty").messages.ends_with("does the path exist?\n"));
+
+  // Stopped before the scan began, and once it is being written.
+  ScanRunStop stop;
+  ScanProgress progress;
+  stop.request();
+  stop.attach(&progress);
+  CHECK(progress.cancelRequested);
+  ScanRunStop late;
+  late.attach(&progress);
+  progress.cancelRequested = false;
+  CHECK(late.beginWriting());
+  late.request();
+  CHECK_FALSE(progress.cancelRequested);
+  CHECK(late.beginWriting());
 }

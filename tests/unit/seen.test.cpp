@@ -142,6 +142,7 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
     const std::string dry = world.app.told("POST", "/api/delete", fields + "&dryrun=1&seen=1");
     CHECK(holds(dry, R"("wouldDelete":["C:\\r\\file","C:\\r\\d"],"noBin":[],"seen":[)"));
     CHECK(test::numberIn(dry, "bytes") == 4);
+    CHECK(dry.ends_with(R"("items":[{"s":1,"f":1,"m":0},{"s":3,"f":1,"m":0,"dir":true}]})"));
     const std::vector<std::string> seen = listIn(dry, "seen");
     REQUIRE(seen.size() == 2);
     change(world);

@@ -25,6 +25,14 @@ TEST_CASE("folders, types and CSV of a finished scan") {
   CHECK(types.ends_with(R"(\\50.ISO","s":60000050,"m":0}],"total":250})"));
   CHECK(app.told("GET", "/api/ext?id=1&e=.txt") ==
         R"(200 {"ext":".txt","folders":[],"files":[],"total":0})");
+  app.disk->addFile(root, L"a.txt", 7);
+  for (int i = 0; i < 30; ++i) app.disk->addFile(root, L"x.t" + std::to_wstring(i), 1);
+  app.scanned("M%3A%5Cr%C3%A9");
+  const std::string all = app.told("GET", "/api/types?id=2");
+  CHECK(all.starts_with(R"(200 {"types":[{"e":".iso","s":15000031125,"c":250},{"e":".txt","s":7,"c":1},)"
+                        R"({"e":".t0","s":1,"c":1},)"));
+  CHECK(all.ends_with(R"(],"total":32})"));
+  CHECK(app.told("GET", "/api/types?id=9") == R"(404 {"error":"noJob"})");
   const auto csv = app.ask("GET", "/api/export?id=1&what=types");
   CHECK(csv.contentType == "text/csv; charset=utf-8");
   CHECK(csv.payload().ends_with("extension,bytes,files\r\n\".iso\",15000031125,250\r\n"));

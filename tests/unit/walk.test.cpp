@@ -208,3 +208,29 @@ TEST_CASE("worker counts, and roots that are no folders") {
   cancelled.progress.cancelRequested = true;
   CHECK(cancelled.run(folders, L"M:\\locked"));
 }
+
+TEST_CASE("while it runs, a walk tells how much it found in the folders of its root") {
+  MemoryDisk folders;
+  for (int i = 0; i < 60; ++i) {
+    const std::wstring top = folders.addFolder(L"M:\\", L"top" + std::to_wstring(i));
+    folders.addFile(folders.addFolder(top, L"in"), L"x", static_cast<std::uint64_t>(1000 + i));
+    folders.addFile(top, L"y", 1);
+  }
+  folders.add(L"M:\\empty\\");
+  for (int i = 0; i < 200; ++i) folders.addFolder(L"M:\\last\\a\\b", std::to_wstring(i));
+  folders.addFile(L"M:\\", L"beside", 5'000);
+  std::vector<TopFolder> told;
+  Scan scan;
+  // Long enough for more than one publication, which comes after 64 folders at the earliest.
+  folders.onOpen = [&](const std::wstring& path) {
+    if (path == L"M:\\last\\a\\b\\0") std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    if (path == L"M:\\last\\a\\b\\199") told = scan.progress.texts().top;
+  };
+  REQUIRE(scan.run(folders, L"M:\\", 1));
+  REQUIRE(told.size() == 40); // the largest
+  for (std::size_t i = 0; i < told.size(); ++i) {
+    CHECK(told[i].name == L"top" + std::to_wstring(59 - i));
+    CHECK(told[i].bytes == 1000 + 59 - i + 1);
+  }
+  CHECK(scan.progress.texts().top.empty()); // the result says it now
+}

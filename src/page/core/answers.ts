@@ -1,11 +1,19 @@
 // The documents of the program's API, as the page reads them. Sizes are bytes; times are milliseconds
 // since 1970, 0 if unknown.
+import type { Sized } from './measure';
 import type { FindingCode, JobState, RestKind } from './words';
 
 export interface Hello {
   auth: boolean;
   server: boolean;
   canQuit: boolean;
+}
+
+export interface About {
+  version: string;
+  signed: boolean;
+  log: string; // the diagnostic log, or empty
+  crash?: { path: string; time: number };
 }
 
 export interface Drive {
@@ -50,12 +58,14 @@ export interface Job {
   noTurbo: string;
   partial?: string; // why a part of the target is missing
   gone?: boolean; // the scanned folder was deleted since
+  // Only while it runs:
+  elapsed?: number; // milliseconds
+  top?: { n: string; s: number }[]; // the folders in the root, largest first, with what was found in them so far
 }
 
 // A folder of the pruned size tree; with `rest`, everything in a folder that is not listed itself.
-export interface TreeNode {
+export interface TreeNode extends Sized {
   n: string;
-  s: number;
   f: number;
   i?: number;
   c?: TreeNode[];
@@ -79,16 +89,19 @@ export interface Finding {
   notes: string[];
 }
 
-export interface FileItem {
+export interface FileItem extends Sized {
   p: string;
-  s: number;
   m: number;
 }
 
-export interface TypeItem {
+export interface TypeItem extends Sized {
   e: string;
-  s: number;
   c: number;
+}
+
+export interface TypesAnswer {
+  types: TypeItem[];
+  total: number;
 }
 
 export interface ResultDoc {
@@ -127,15 +140,18 @@ export interface DirsAnswer {
   path: string;
   s?: number;
   f?: number;
-  dirs: { n: string; s: number; f: number }[];
+  a?: number;
+  x?: number;
+  cl?: number;
+  dirs: (Sized & { n: string; f: number; m?: number })[];
   total?: number;
   error?: string;
 }
 
 export interface FilesAnswer {
   path: string;
-  files: { n: string; s: number; m: number }[];
-  total: number;
+  files: (Sized & { n: string; m: number })[];
+  total: number; // files in the folder, of which these are some
   dirs: number;
   error?: string;
 }
@@ -154,6 +170,14 @@ export interface ExtAnswer {
   total: number;
 }
 
+// What a dry run measured of one path.
+export interface DeleteItem {
+  s: number;
+  f: number; // files in it; 1 for a file
+  m: number;
+  dir?: boolean;
+}
+
 export interface DeleteAnswer {
   deleted: number;
   bytes: number;
@@ -165,6 +189,8 @@ export interface DeleteAnswer {
   wouldDelete: string[];
   noBin?: string[];
   seen?: string[]; // for each path of wouldDelete, what the program saw of it; sent back as it is
+  items?: DeleteItem[]; // for each path of wouldDelete
+  stayed?: { p: string; why: string }[]; // what is still there, or what inside it is the reason
   partial?: { p: string; bytes: number }[]; // folders of which only a part went
   logged?: boolean; // false if the log could not be written
 }
@@ -178,6 +204,35 @@ export interface CleanupAnswer {
   logged?: boolean;
 }
 
+// What emptying would find in the folders of an advice; `why` says that one is left alone.
+export interface CleanableAnswer {
+  folders: { p: string; s?: number; f?: number; entries?: number; why?: string }[];
+}
+
+export interface BinsAnswer {
+  bytes: number;
+  items: number;
+  bins: { p: string; bytes: number; items: number }[];
+}
+
+export interface LogEntry {
+  kind: string;
+  at?: string; // "YYYY-MM-DD hh:mm:ss"
+  p?: string;
+  bytes?: number;
+  partly?: boolean;
+  interrupted?: boolean;
+  left?: number;
+  paths?: number;
+  deleted?: number;
+  skipped?: number;
+}
+
+export interface LogAnswer {
+  entries: LogEntry[];
+  more: boolean;
+}
+
 export interface Hit extends FileItem {
   job: number;
   lock?: string;
@@ -188,6 +243,10 @@ interface RunOptions {
   exts?: string;
   names?: string;
   min?: number;
+  max?: number;
+  after?: number;
+  before?: number;
+  in?: string;
   sort?: string;
   ssh_skipped?: { id: number; label: string }[];
   failed?: { id: number; label: string; error: string }[];
@@ -239,6 +298,7 @@ export interface AcrossAnswer extends Running {
   count?: number;
   waste?: number;
   capped?: boolean;
+  emptied?: boolean; // all groups that there were have gone
   skipped?: { cloud?: number; unreadable?: number; changed?: number };
   opts?: RunOptions;
 }
@@ -263,5 +323,39 @@ export interface UpdateAnswer {
   latest: string;
   newer: boolean;
   url: string;
+  error?: string;
+}
+
+export interface AccountRow {
+  code: string;
+  bytes?: number;
+  exact?: boolean;
+  info?: boolean; // is told only, and no part of the sum
+  told?: boolean; // false: Windows does not tell
+  count?: number;
+  p?: string; // the folder where it is
+  parts?: { n: string; bytes: number }[];
+}
+
+export interface AccountAnswer {
+  used?: number;
+  source?: string;
+  unexplained?: number;
+  rows: AccountRow[];
+}
+
+// One file in full. What is not known is left out.
+export interface FileAnswer extends Partial<Sized> {
+  p: string;
+  m?: number;
+  created?: number;
+  accessed?: number;
+  links?: number;
+  names?: string[];
+  allNames?: boolean;
+  streams?: { n: string; s: number }[];
+  cloud?: string;
+  compressed?: string;
+  sparse?: boolean;
   error?: string;
 }

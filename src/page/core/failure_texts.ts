@@ -2,7 +2,7 @@
 import type { Key } from '../lang/shape';
 
 const ERRORS: Record<string, Key> = {
-  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', cancelled: 'eCancelled',
+  noSuchDir: 'eNoSuchDir', nopath: 'eNoSuchDir', notabsolute: 'eNoSuchDir', scanFailed: 'eScanFailed', noMemory: 'eNoMemory', cancelled: 'eCancelled',
   sshTarget: 'eSshTarget', sshMissing: 'eSshMissing', sshEmpty: 'eSshEmpty', sshPipe: 'eSshPipe', sshDenied: 'eSshDenied',
   'sshFailed:1': 'eSshFailed1', sshTooLarge: 'eSshTooLarge',
   mftDenied: 'eMftDenied',
@@ -11,7 +11,7 @@ const ERRORS: Record<string, Key> = {
   mftMemory: 'eMftGeneric',
   unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', elevateRefused: 'eElevateRefused', quitRefused: 'eQuitRefused',
   updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'eNeedFilter',
-  noJob: 'eNoJob', notAllowed: 'eNotAllowed', emptyFailed: 'eEmptyFailed', notScanned: 'eNotScanned',
+  noJob: 'eNoJob', notAllowed: 'eNotAllowed', programRefused: 'eProgramRefused', missing: 'r_missing', toolong: 'r_toolong', ambiguous: 'r_ambiguous', emptyFailed: 'eEmptyFailed', logUnreadable: 'eLogUnreadable', noPreview: 'eNoPreview', notScanned: 'eNotScanned',
   foreignOrigin: 'eForeignOrigin', tooManyKeys: 'eTooManyKeys', tooManyFields: 'eTooManyFields', searchFailed: 'eInternalError', internalError: 'eInternalError', '': 'eScanFailed',
   // Phrases of the program for requests this page does not normally make.
   'onbekend eindpunt': 'eUnknownRequest', 'onjuiste of ontbrekende sleutel': 'keyWrong',

@@ -9,7 +9,7 @@ import type { Dictionary, Forms, Key, Vars } from '../lang/shape';
 import * as units from './units';
 import { wordingOf } from './failure_texts';
 
-export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português' } as const;
+export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português (Portugal)' } as const;
 export type Lang = keyof typeof LANGS;
 
 export const T: Record<Lang, Dictionary> = { en, nl, fr, es, pt };
@@ -91,4 +91,5 @@ export const size = (bytes: number): string => units.formatSize(bytes, locale())
 export const count = (value: number): string => units.formatCount(value, locale());
 export const seconds = (value: number): string => units.formatSeconds(value, locale());
 export const date = (milliseconds: number): string => units.formatDate(milliseconds, locale());
+export const time = (milliseconds: number): string => units.formatTime(milliseconds, locale());
 export const percent = (share: number): string => units.formatPercent(share, locale());

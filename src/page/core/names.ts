@@ -1,7 +1,7 @@
 // What entries of the tree and types of files are called in the user's language.
 import { failure, t } from './i18n';
 import { shown } from './paths';
-import { isFailed, isLoading, type Entry } from './tree';
+import { isFailed, isLoading, type Entry } from './entry';
 import { REST, TYPE } from './words';
 
 const LONGEST_NAME = 300;
@@ -9,6 +9,8 @@ const LONGEST_NAME = 300;
 export function entryName(entry: Entry): string {
   if (entry.kind === REST.smaller) return t('exSmaller', { n: entry.n });
   if (entry.kind === REST.loose) return entry.f > 0 ? t('exLoose', { n: entry.f }) : t('exLooseSome');
+  if (entry.kind === 'more') return t('exMore', { n: entry.n });
+  if (entry.kind === 'gone') return t('exGone');
   if (isLoading(entry)) return `${t('loading')}…`;
   if (isFailed(entry)) return t('exFailed', { why: failure(entry.name) });
   return shown(entry.name.length > LONGEST_NAME ? `${entry.name.slice(0, LONGEST_NAME)}…` : entry.name);

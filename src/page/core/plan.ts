@@ -1,5 +1,5 @@
 // What a deletion would do and what it did, summed over the answers for all scans it touches.
-import type { Copy, CopyGroup, DeleteAnswer, VerifiedFile } from './answers';
+import type { CopyGroup, DeleteAnswer, DeleteItem, VerifiedFile } from './answers';
 import { liesBelow, owningJob, topmost } from './paths';
 import type { Key } from '../lang/shape';
 
@@ -29,10 +29,13 @@ export interface Plan {
   noBin: string[];
   bytes: number;
   seen: Map<string, string>; // by path, what the program saw of it
+  items: Map<string, DeleteItem>; // by path, what was measured
 }
 
+export const NO_PLAN: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+
 export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
-  const plan: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map() };
+  const plan: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
   for (const { part, answer } of runs) {
     const would = answer.wouldDelete ?? [];
     if (would.length > 0) plan.parts.push({ job: part.job, paths: would });
@@ -40,7 +43,11 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
     plan.refused.push(...(answer.refused ?? []));
     plan.noBin.push(...(answer.noBin ?? []));
     plan.bytes += answer.bytes || 0;
-    would.forEach((path, index) => plan.seen.set(path, answer.seen?.[index] ?? ''));
+    would.forEach((path, index) => {
+      plan.seen.set(path, answer.seen?.[index] ?? '');
+      const item = answer.items?.[index];
+      if (item) plan.items.set(path, item);
+    });
   }
   return plan;
 }
@@ -48,7 +55,7 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
 // Both plans in one, for what goes with the same request.
 export const together = (a: Plan, b: Plan): Plan => ({
   parts: [...a.parts, ...b.parts], wouldDelete: [...a.wouldDelete, ...b.wouldDelete], refused: [...a.refused, ...b.refused],
-  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]),
+  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]), items: new Map([...a.items, ...b.items]),
 });
 
 // What was seen of a copy that is to go, and of the one that stays.
@@ -103,23 +110,6 @@ export function outcomeKey(outcome: Outcome): Extract<Key, 'delNothing' | 'delDo
 
 // Whether the typed text is the confirmation word.
 export const confirms = (typed: string, word: string): boolean => typed.trim().toUpperCase() === word;
-
-// Rules for the copy of a group that is kept.
-export const KEEP_RULES = ['newest', 'oldest', 'shortest', 'first'] as const;
-export type KeepRule = (typeof KEEP_RULES)[number];
-
-// The copy of a group that is kept. Copies that can't be deleted anyway are preferred.
-export function keeper(group: CopyGroup, rule: KeepRule): Copy {
-  const locked = group.files.filter((file) => file.lock);
-  const among = locked.length > 0 ? locked : group.files;
-  const better: Record<KeepRule, (a: Copy, b: Copy) => boolean> = {
-    newest: (a, b) => a.m > b.m,
-    oldest: (a, b) => (a.m || Infinity) < (b.m || Infinity),
-    shortest: (a, b) => a.p.length < b.p.length,
-    first: (a, b) => a.p.toLowerCase() < b.p.toLowerCase(),
-  };
-  return among.reduce((best, file) => (better[rule](file, best) ? file : best));
-}
 
 // Whether one more copy of a group may be chosen: at least one must stay.
 export function mayChoose(group: CopyGroup, chosen: ReadonlySet<string>, path: string): boolean {

@@ -1,26 +1,14 @@
 // One scan's folders as far as the page knows them: the pruned tree of the result document plus the
 // folders and files fetched since. Paths are spelled as in the scan and compared exactly.
 import type { DirsAnswer, FileItem, FilesAnswer, ResultDoc, TreeNode } from './answers';
+import { isFolder, type Entry, type EntryKind } from './entry';
+import { figuresOf, valueOf, type Measure, type Sized } from './measure';
 import { joinPath, parentOf, trimEnd } from './paths';
-import { REST, type RestKind } from './words';
+import { compareEntries, SIZE_ORDER, type Order } from './tree_order';
+import { REST } from './words';
 
-// Files of at least this size are listed in the tree.
-export const BIG_FILE_BYTES = 50 * 1024 * 1024;
 // Subfolders listed per folder; the rest is shown as one entry.
-const MOST_FOLDERS = 20_000;
-
-// Folders and files, then what stands for several of them or for children not there yet.
-export type EntryKind = 'folder' | 'file' | RestKind | 'loading' | 'failed';
-
-export interface Entry {
-  kind: EntryKind;
-  path: string; // entries that are neither folder nor file: the folder's path, NUL, and the kind
-  name: string;
-  s: number;
-  f: number;
-  n: number; // kind "smaller": number of folders
-  m: number; // files: time of last change
-}
+const MOST_FOLDERS = 100_000;
 
 interface Fetched {
   dirs?: DirsAnswer;
@@ -29,42 +17,46 @@ interface Fetched {
   loading?: boolean;
 }
 
-export const isFolder = (item: Entry): boolean => item.kind === 'folder';
-export const isFile = (item: Entry): boolean => item.kind === 'file';
-// Whether the entry has a path of its own.
-export const isItem = (item: Entry): boolean => isFolder(item) || isFile(item);
-export const isLoading = (item: Entry): boolean => item.kind === 'loading';
-export const isFailed = (item: Entry): boolean => item.kind === 'failed';
-// Whether the entry stands for the rest of its folder.
-export const isRest = (item: Entry): boolean => item.kind === REST.smaller || item.kind === REST.loose;
+const entry = (kind: EntryKind, path: string, name: string, sizes: Sized, f: number, extra: Partial<Entry> = {}): Entry =>
+  ({ kind, path, name, s: sizes.s, f, n: 0, m: 0, ...figuresOf(sizes), ...extra });
 
-const entry = (kind: EntryKind, path: string, name: string, s: number, f: number, extra: Partial<Entry> = {}): Entry =>
-  ({ kind, path, name, s, f, n: 0, m: 0, ...extra });
+const restEntry = (kind: EntryKind, path: string, sizes: Sized, f: number, n = 0): Entry => entry(kind, `${path}\0${kind}`, '', sizes, f, { n });
 
-// The subfolders of a folder, and the sums of the files directly in it.
+const fileEntry = (path: string, name: string, file: Sized & { m: number }): Entry => entry('file', path, name, file, 1, { m: file.m });
+
+const sumOf = (parts: readonly Sized[], measure: Measure): number => parts.reduce((total, part) => total + valueOf(part, measure), 0);
+
+// What a whole has besides its parts. A figure that the whole does not have is left out.
+function without(whole: Sized, parts: readonly Sized[]): Sized {
+  const left = (measure: Measure): number => Math.max(0, (whole[measure] ?? 0) - sumOf(parts, measure));
+  return { s: left('s'), ...(whole.a !== undefined && { a: left('a') }), ...(whole.x !== undefined && { x: left('x') }) };
+}
+
+// The subfolders of a folder, and the sums of the files directly in it; null if those are not known.
 interface Contents {
   list: Entry[];
-  looseBytes: number;
+  loose: Sized | null;
   looseFiles: number;
 }
 
 // A folder without a name would be its own parent, and is left out here and below.
-function fromServer(path: string, { dirs, s, f }: DirsAnswer): Contents {
-  const sum = (part: DirsAnswer['dirs'], of: 's' | 'f'): number => part.reduce((total, dir) => total + dir[of], 0);
-  const list = dirs.slice(0, MOST_FOLDERS).filter((dir) => dir.n !== '').map((dir) => entry('folder', joinPath(path, dir.n), dir.n, dir.s, dir.f));
+function fromServer(path: string, answer: DirsAnswer): Contents {
+  const { dirs, s, f } = answer;
+  const list = dirs.slice(0, MOST_FOLDERS).filter((dir) => dir.n !== '')
+    .map((dir) => entry('folder', joinPath(path, dir.n), dir.n, dir, dir.f, { m: dir.m ?? 0 }));
   const hidden = dirs.slice(MOST_FOLDERS);
-  if (hidden.length > 0) list.push(entry(REST.smaller, `${path}\0smaller`, '', sum(hidden, 's'), sum(hidden, 'f'), { n: hidden.length }));
-  const [bytes, files] = [sum(dirs, 's'), sum(dirs, 'f')];
-  return { list, looseBytes: Math.max(0, (s ?? bytes) - bytes), looseFiles: Math.max(0, (f ?? files) - files) };
+  const filesIn = (part: DirsAnswer['dirs']): number => part.reduce((total, dir) => total + dir.f, 0);
+  if (hidden.length > 0) list.push(restEntry(REST.smaller, path, { s: sumOf(hidden, 's') }, filesIn(hidden), hidden.length));
+  return { list, loose: without({ ...answer, s: s ?? sumOf(dirs, 's') }, dirs), looseFiles: Math.max(0, (f ?? 0) - filesIn(dirs)) };
 }
 
 function fromScan(path: string, node: TreeNode | undefined): Contents {
-  const contents: Contents = { list: [], looseBytes: 0, looseFiles: 0 };
+  const contents: Contents = { list: [], loose: node?.c ? { s: 0 } : null, looseFiles: 0 };
   for (const child of node?.c ?? []) {
-    if (!child.rest && child.n !== '') contents.list.push(entry('folder', joinPath(path, child.n), child.n, child.s, child.f));
-    else if (child.rk === REST.smaller) contents.list.push(entry(REST.smaller, `${path}\0smaller`, '', child.s, child.f, { n: child.rn ?? 0 }));
+    if (!child.rest && child.n !== '') contents.list.push(entry('folder', joinPath(path, child.n), child.n, child, child.f));
+    else if (child.rk === REST.smaller) contents.list.push(restEntry(REST.smaller, path, child, child.f, child.rn ?? 0));
     else {
-      contents.looseBytes = child.s;
+      contents.loose = child;
       contents.looseFiles = child.f;
     }
   }
@@ -74,13 +66,15 @@ function fromScan(path: string, node: TreeNode | undefined): Contents {
 export class ScanTree {
   readonly root: Entry;
   private readonly nodes = new Map<string, TreeNode>();
-  private readonly bigFiles = new Map<string, FileItem[]>();
+  private readonly keptFiles = new Map<string, FileItem[]>();
   private readonly fetched = new Map<string, Fetched>();
   private readonly made = new Map<string, Entry[]>();
+  private readonly arranged = new Map<string, Entry[]>();
+  private order = SIZE_ORDER;
 
   constructor(doc: ResultDoc) {
     const top = doc.tree ?? { n: doc.meta.path, s: doc.meta.used, f: doc.meta.files };
-    this.root = entry('folder', top.n, top.n, top.s, top.f);
+    this.root = entry('folder', top.n, top.n, top, top.f);
     const waiting: [TreeNode, string][] = [[top, top.n]];
     for (let next = waiting.pop(); next; next = waiting.pop()) {
       const [node, path] = next;
@@ -90,11 +84,10 @@ export class ScanTree {
       }
     }
     for (const file of doc.files) {
-      if (file.s < BIG_FILE_BYTES) continue;
       const folder = this.folderOf(file.p);
-      const list = this.bigFiles.get(folder);
+      const list = this.keptFiles.get(folder);
       if (list) list.push(file);
-      else this.bigFiles.set(folder, [file]);
+      else this.keptFiles.set(folder, [file]);
     }
   }
 
@@ -108,6 +101,7 @@ export class ScanTree {
   private update(path: string, change: Partial<Fetched>): void {
     this.fetched.set(path, { ...this.fetched.get(path), ...change });
     this.made.delete(path);
+    this.arranged.delete(path);
   }
 
   startLoading(path: string): void {
@@ -118,8 +112,11 @@ export class ScanTree {
     this.update(path, dirs.error ? { loading: false, failed: dirs.error } : { loading: false, dirs });
   }
 
-  setFiles(path: string, files: FilesAnswer): void {
-    this.update(path, { files });
+  // A page of a folder's files, which continues what is known of them or replaces it.
+  setFiles(path: string, files: FilesAnswer, from = 0): void {
+    const known = this.fetched.get(path)?.files;
+    if (from > 0 && known?.files.length !== from) return;
+    this.update(path, { files: from > 0 && known ? { ...files, files: [...known.files, ...files.files] } : files });
   }
 
   setFailed(path: string, word: string): void {
@@ -146,29 +143,47 @@ export class ScanTree {
     return list;
   }
 
-  private make(path: string): Entry[] {
-    const known = this.fetched.get(path);
-    const { list, looseBytes, looseFiles } = known?.dirs ? fromServer(path, known.dirs) : fromScan(path, this.nodes.get(path));
-    const files = this.bigFilesOf(path);
-    list.push(...files);
-    // Big files are listed themselves, so they are not part of the loose ones.
-    const bytes = files.reduce((rest, file) => rest - file.s, looseBytes);
-    if (bytes > 0) list.push(entry(REST.loose, `${path}\0loose`, '', bytes, Math.max(0, looseFiles - files.length)));
-    list.sort((a, b) => b.s - a.s || (a.name < b.name ? -1 : 1));
-    if (known?.failed) list.push(entry('failed', `${path}\0failed`, known.failed, 0, 0));
-    else if (known?.loading && list.length === 0) list.push(entry('loading', `${path}\0loading`, '', 0, 0));
+  // The same in an order of the user's choice.
+  arrangedEntries(path: string, order: Order): readonly Entry[] {
+    if (order !== this.order) {
+      this.order = order;
+      this.arranged.clear();
+    }
+    let list = this.arranged.get(path);
+    if (!list) {
+      list = [...this.entries(path)].sort(compareEntries(order));
+      this.arranged.set(path, list);
+    }
     return list;
   }
 
-  // The big files directly in a folder: the current ones if they were fetched, else those of the scan.
-  private bigFilesOf(path: string): Entry[] {
+  private make(path: string): Entry[] {
+    const known = this.fetched.get(path);
+    const { list, loose, looseFiles } = known?.dirs ? fromServer(path, known.dirs) : fromScan(path, this.nodes.get(path));
+    const files = this.filesIn(path);
+    for (const file of files) list.push(file);
+    const rest = loose && this.restOf(path, without(loose, files), Math.max(0, looseFiles - files.length));
+    if (rest) list.push(rest);
+    list.sort(compareEntries(SIZE_ORDER));
+    if (known?.failed) list.push(restEntry('failed', path, { s: 0 }, 0));
+    else if (known?.loading && list.length === 0) list.push(restEntry('loading', path, { s: 0 }, 0));
+    return list.map((item) => (item.kind === 'failed' ? { ...item, name: known?.failed ?? '' } : item));
+  }
+
+  // What stands for the files of a folder that are not listed by name.
+  private restOf(path: string, sizes: Sized, number: number): Entry | null {
     const live = this.fetched.get(path)?.files;
-    if (live) {
-      return live.files.filter((file) => file.s >= BIG_FILE_BYTES)
-        .map((file) => entry('file', joinPath(path, file.n), file.n, file.s, 1, { m: file.m }));
-    }
-    return (this.bigFiles.get(path) ?? []).map((file) =>
-      entry('file', file.p, file.p.slice(joinPath(path, '').length), file.s, 1, { m: file.m }));
+    const unlisted = live ? live.total - live.files.length : 0;
+    if (unlisted > 0) return restEntry('more', path, sizes, unlisted, unlisted);
+    if (sizes.s === 0 && !sizes.a && !sizes.x) return null;
+    return live ? restEntry('gone', path, sizes, number) : restEntry(REST.loose, path, sizes, number);
+  }
+
+  // The files directly in a folder: the current ones if they were fetched, else those that the scan kept.
+  private filesIn(path: string): Entry[] {
+    const live = this.fetched.get(path)?.files;
+    if (live) return live.files.map((file) => fileEntry(joinPath(path, file.n), file.n, file));
+    return (this.keptFiles.get(path) ?? []).map((file) => fileEntry(file.p, file.p.slice(joinPath(path, '').length), file));
   }
 
   // Whether a folder can be opened, that is, has any contents.
@@ -194,7 +209,7 @@ export interface TreeRow {
 }
 
 // The rows of a tree with these folders expanded, top to bottom.
-export function treeRows(tree: ScanTree, expanded: ReadonlySet<string>): TreeRow[] {
+export function treeRows(tree: ScanTree, expanded: ReadonlySet<string>, order: Order = SIZE_ORDER): TreeRow[] {
   const rows: TreeRow[] = [];
   const add = (item: Entry, depth: number, parent: number, place: number, siblings: number): void => {
     const opens = tree.opens(item);
@@ -202,7 +217,7 @@ export function treeRows(tree: ScanTree, expanded: ReadonlySet<string>): TreeRow
     const index = rows.length;
     rows.push({ entry: item, depth, parent, place, siblings, open, opens });
     if (!open) return;
-    const children = tree.entries(item.path);
+    const children = tree.arrangedEntries(item.path, order);
     children.forEach((child, at) => add(child, depth + 1, index, at + 1, children.length));
   };
   add(tree.root, 0, -1, 1, 1);

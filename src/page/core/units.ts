@@ -17,7 +17,9 @@ function decimals(locale: string, digits: number, grouping: boolean): Intl.Numbe
   }));
 }
 
+// French counts in octets.
 const UNITS = ['B', 'KB', 'MB', 'GB', 'TB', 'PB'];
+const FRENCH_UNITS = ['o', 'Ko', 'Mo', 'Go', 'To', 'Po'];
 
 // No decimals for bytes and from 100 up, one from 10, two below. A value that would round up to the
 // next unit or step (1,024 KB, 10.00 MB) is written in that one.
@@ -33,18 +35,23 @@ export function formatSize(bytes: number, locale: string): string {
     ++unit;
   }
   const digits = unit === 0 || value >= 99.95 ? 0 : value >= 9.995 ? 1 : 2;
-  return `${decimals(locale, digits, false).format(value)} ${UNITS[unit]}`;
+  return `${decimals(locale, digits, false).format(value)} ${(locale.startsWith('fr') ? FRENCH_UNITS : UNITS)[unit]}`;
 }
 
 export const formatCount = (value: number, locale: string): string => decimals(locale, 0, true).format(value);
 
 export const formatSeconds = (seconds: number, locale: string): string => `${decimals(locale, 1, true).format(seconds)} s`;
 
-// The locale's short date; empty if the time is unknown or out of range.
-export function formatDate(milliseconds: number, locale: string): string {
+function formatMoment(milliseconds: number, locale: string, options: Intl.DateTimeFormatOptions): string {
   if (!(milliseconds > 0 && milliseconds < 8.64e15)) return '';
-  return keptFormat(`d${locale}`, () => new Intl.DateTimeFormat(locale, { dateStyle: 'short' })).format(milliseconds);
+  return keptFormat(`d${locale}${options.timeStyle ?? ''}`, () => new Intl.DateTimeFormat(locale, { dateStyle: 'short', ...options })).format(milliseconds);
 }
+
+// The locale's short date; empty if the time is unknown or out of range.
+export const formatDate = (milliseconds: number, locale: string): string => formatMoment(milliseconds, locale, {});
+
+// The same with hours and minutes.
+export const formatTime = (milliseconds: number, locale: string): string => formatMoment(milliseconds, locale, { timeStyle: 'short' });
 
 // The share of a part in a whole, from 0 to 1; 0 if the whole is 0.
 export const shareOf = (part: number, whole: number): number => (whole > 0 ? Math.min(1, Math.max(0, part / whole)) : 0);

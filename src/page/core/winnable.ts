@@ -1,4 +1,4 @@
-// How much acting on all findings would free. Findings overlap: an old file may lie in the downloads folder,
+// How much acting on findings would free. Findings overlap: an old file may lie in the downloads folder,
 // and be a possible duplicate as well.
 import type { Finding } from './answers';
 import { parentOf, topmost, trimEnd } from './paths';
@@ -54,3 +54,16 @@ export function winnable(findings: readonly Finding[]): number {
   const fileRests = worth.filter((finding) => ofFiles.includes(finding.code)).map(restOf);
   return sum([...whole].map((path) => places.get(path) ?? 0)) + sum(copies.map((one) => copiesFree(one, goes))) + sum(rests) + Math.max(0, ...fileRests);
 }
+
+// Findings whose places are emptied as a whole, never deleted one by one: nothing in them is missed.
+export const EMPTIED: readonly string[] = [FINDING.tempFiles, FINDING.updates, FINDING.recycleBin];
+
+// What is safe to clean, and what else could go once somebody has looked through it: together every byte once.
+export function gains(findings: readonly Finding[]): { safe: number; look: number } {
+  const safe = winnable(findings.filter(({ code }) => EMPTIED.includes(code)));
+  return { safe, look: Math.max(0, winnable(findings) - safe) };
+}
+
+// What acting on a finding is worth.
+export type Gain = 'safe' | 'look' | 'none';
+export const gainOf = ({ code, level }: Finding): Gain => (EMPTIED.includes(code) ? 'safe' : level === UNIMPORTANT ? 'none' : 'look');

@@ -7,6 +7,7 @@ import { sameTarget } from '../core/paths';
 import { FAILURE, JOB_STATE, KIND } from '../core/words';
 import { announce, toast, toastFailure } from '../ui/toast';
 import { api, form, query } from './api';
+import { labelOf } from './hosts';
 import { Poller } from './poller';
 import { dropFromSearches } from './runs';
 import { changed, dropView, isChoosing, isSearch, jobById, listen, passViewOn, state, treeOf, viewOf } from './state';
@@ -36,7 +37,7 @@ function takeOver(jobs: Job[]): void {
     if (isStopping(job)) state.stopped.add(job.id);
     announceProgress(jobById(job.id), job);
   }
-  state.jobs = jobs;
+  state.jobs = jobs.map((job) => ({ ...job, label: labelOf(job) }));
   for (const id of state.results.keys()) {
     if (!jobById(id)) drop(id);
   }
@@ -84,6 +85,12 @@ function weighAgain(id: number): void {
   }
 }
 
+function lose(id: number, why: string): void {
+  state.results.delete(id);
+  state.trees.delete(id);
+  state.resultErrors.set(id, why);
+}
+
 export async function fetchResult(id: number): Promise<void> {
   try {
     state.results.set(id, await askResult(id));
@@ -92,7 +99,7 @@ export async function fetchResult(id: number): Promise<void> {
     weighAgain(id);
   } catch (error) {
     // If the server can't be reached, the next round asks again.
-    if (wordOf(error) !== FAILURE.offline) state.resultErrors.set(id, messageOf(error));
+    if (wordOf(error) !== FAILURE.offline) lose(id, messageOf(error));
   }
   changed('results', 'view');
 }
@@ -121,7 +128,8 @@ export function viewJob(id: number): void {
 
 // Starts a scan, which replaces older ones of the same target. Throws a Failure if the program refuses.
 export async function startScan(path: string, kind: string, label: string): Promise<number> {
-  const fields: Record<string, string> = { path, kind, label };
+  // What a host is called is known to this page only.
+  const fields: Record<string, string> = { path, kind, label: kind === KIND.ssh ? path : label };
   const password = kind === KIND.ssh ? state.passwords.get(path) : undefined;
   if (password) fields['password'] = password;
   const { id } = await form<{ id: number }>('/api/scan', fields);
@@ -197,8 +205,10 @@ export async function refreshResults(ids: Iterable<number>): Promise<void> {
     try {
       state.results.set(id, await askResult(id));
       state.trees.delete(id);
-    } catch {
-      stale = true;
+    } catch (error) {
+      stale ||= wordOf(error) === FAILURE.offline;
+      // What is on view would show what is no longer there.
+      if (wordOf(error) !== FAILURE.offline) lose(id, messageOf(error));
     }
   }));
   if (stale) toast(t('delStale'));

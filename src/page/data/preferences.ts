@@ -1,6 +1,7 @@
 // What the user chose in this browser: language and appearance.
 import { isLang, preferredLanguage, setLanguage, type Lang } from '../core/i18n';
 import { changed } from './state';
+import { read, write } from './stored';
 
 const LANG_STORED = 'vorda-lang';
 const THEME_STORED = 'vorda-theme';
@@ -8,22 +9,6 @@ export const THEME = { light: 'light', dark: 'dark' } as const;
 export type Theme = (typeof THEME)[keyof typeof THEME];
 
 const isTheme = (value: string | null | undefined): value is Theme => value === THEME.light || value === THEME.dark;
-
-function read(key: string): string | null {
-  try {
-    return localStorage.getItem(key);
-  } catch {
-    return null;
-  }
-}
-
-function write(key: string, value: string): void {
-  try {
-    localStorage.setItem(key, value);
-  } catch {
-    // Without storage the choice is lost on reload.
-  }
-}
 
 export function chooseLanguage(lang: Lang): void {
   write(LANG_STORED, lang);

@@ -12,12 +12,17 @@ import { changed, state, type Change } from './state';
 export class BackgroundRun<A extends Running> {
   private readonly poller = new Poller(() => this.ask());
   private asked = false;
+  private own = false; // started or seen running in this tab
 
-  constructor(private readonly path: string, readonly change: Change, private readonly keep: (answer: A) => void) {}
+  // `empty` tells whether an answer found nothing.
+  constructor(private readonly path: string, readonly change: Change, private readonly keep: (answer: A) => void, private readonly empty: (answer: A) => boolean) {}
 
   private async ask(): Promise<boolean> {
     try {
       const answer = await api<A>(this.path);
+      this.own ||= answer.running;
+      // That another tab found nothing says nothing here.
+      if (!this.own && this.empty(answer)) return false;
       this.keep(answer);
       changed(this.change);
       return answer.running;
@@ -43,6 +48,7 @@ export class BackgroundRun<A extends Running> {
     try {
       const answer = await form<A>(this.path, fields);
       if (answer.started === false) toast(t('fiBusy'));
+      this.own = true;
       this.keep({ running: true } as A);
       changed(this.change);
       await this.follow();
@@ -64,11 +70,11 @@ export class BackgroundRun<A extends Running> {
 
 export const finder = new BackgroundRun<FindAnswer>('/api/findfiles', 'find', (answer) => {
   state.find = answer;
-});
+}, (answer) => answer.count === 0);
 
 export const duplicates = new BackgroundRun<AcrossAnswer>('/api/dupsacross', 'across', (answer) => {
   state.across = answer;
-});
+}, (answer) => answer.count === 0);
 
 // Starts a run and waits for its result.
 export async function wholeRun<A extends Running>(path: string, fields: Record<string, FieldValue>, progress: (answer: A) => void): Promise<A> {
@@ -119,7 +125,7 @@ function dropCopies(gone: Gone): void {
     return files.length === group.files.length ? group : { ...group, files, c, waste: Math.max(0, c - 1) * group.s };
   }).filter((group) => group.files.length > 1);
   state.across = {
-    ...across, groups, shown: groups.length, count: Math.max(groups.length, (across.count ?? 0) - (across.groups.length - groups.length)),
+    ...across, groups, emptied: groups.length === 0, shown: groups.length, count: Math.max(groups.length, (across.count ?? 0) - (across.groups.length - groups.length)),
     waste: groups.reduce((sum, group) => sum + group.waste, 0),
   };
   changed('across');

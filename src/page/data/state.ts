@@ -1,16 +1,18 @@
 // Everything the page knows and shows, in one object. Code that changes it calls changed(); listeners
 // hear of all changes once the current task is over.
 import type { AcrossAnswer, ExtAnswer, FindAnswer, Hello, Job, ResultDoc, Targets } from '../core/answers';
+import { isMeasure, type Measure } from '../core/measure';
 import { Selection } from '../core/selection';
 import { ScanTree } from '../core/tree';
+import { read, write } from './stored';
 
-export const SECTIONS = ['overview', 'explorer', 'advice', 'types', 'map', 'find', 'across', 'picker'] as const;
+export const SECTIONS = ['overview', 'explorer', 'advice', 'types', 'largest', 'map', 'find', 'across', 'picker'] as const;
 export type Section = (typeof SECTIONS)[number];
 export const isSection = (text: string): text is Section => (SECTIONS as readonly string[]).includes(text);
 // The searches work on the disk and across all scans; the other sections need a scan on view.
 export const isSearch = (section: Section): boolean => section === 'find' || section === 'across';
 
-export type Change = 'session' | 'targets' | 'jobs' | 'results' | 'view' | 'section' | 'selection' | 'tree' | 'types' | 'find' | 'across' | 'offline' | 'language' | 'details';
+export type Change = 'session' | 'targets' | 'jobs' | 'results' | 'view' | 'section' | 'selection' | 'tree' | 'types' | 'find' | 'across' | 'offline' | 'language' | 'details' | 'step' | 'measure';
 
 // What the user has marked and opened in one scan. It survives a look at another scan, and a new scan of the
 // same target.
@@ -20,6 +22,8 @@ export interface ScanView {
   copies: Set<string>; // the paths that were marked as possible duplicates, and must be compared first
   expanded: Set<string>;
   openFolder: string; // the folder shown in the details or the map
+  scroll: number; // of the folder tree, in rows
+  type: string; // the type on view
 }
 
 const views = new Map<number, ScanView>();
@@ -27,7 +31,7 @@ const views = new Map<number, ScanView>();
 export function viewOf(id: number): ScanView {
   let view = views.get(id);
   if (!view) {
-    view = { selection: new Selection(), weights: new Map(), copies: new Set(), expanded: new Set(), openFolder: '' };
+    view = { selection: new Selection(), weights: new Map(), copies: new Set(), expanded: new Set(), openFolder: '', scroll: 0, type: '' };
     views.set(id, view);
   }
   return view;
@@ -54,9 +58,9 @@ export const state = {
   trees: new Map<number, ScanTree>(),
   view: 0, // id of the scan on view
   section: 'picker' as Section,
-  type: '', // the type on view
   types: new Map<string, ExtAnswer | string>(), // by extension: its folders and files, or why there are none
   finding: '', // the finding to scroll to
+  folded: new Set<string>(), // findings whose cards are collapsed
   find: null as FindAnswer | null,
   across: null as AcrossAnswer | null,
   passwords: new Map<string, string>(), // SSH passwords by target: in memory only
@@ -73,6 +77,12 @@ export const state = {
   },
   get weights(): Map<string, number> {
     return viewOf(this.view).weights;
+  },
+  get type(): string {
+    return viewOf(this.view).type;
+  },
+  set type(name: string) {
+    viewOf(this.view).type = name;
   },
   get openFolder(): string {
     return viewOf(this.view).openFolder;
@@ -127,4 +137,27 @@ export const isChoosing = (): boolean => state.section === 'picker';
 export function goTo(section: Section): void {
   state.section = section;
   changed('section');
+}
+
+// What sizes mean in lists and on the map, as chosen in this browser.
+const MEASURE_STORED = 'vorda-measure';
+const chosen = { measure: null as Measure | null };
+
+// Whether a scan knows what its files take on the disk.
+export const knowsDisk = (id: number): boolean => state.results.get(id)?.tree?.a !== undefined;
+
+// Where it is known, what is on the disk, unless the user chose otherwise.
+export function measure(id: number): Measure {
+  if (!knowsDisk(id)) return 's';
+  if (chosen.measure === null) {
+    const stored = read(MEASURE_STORED);
+    chosen.measure = isMeasure(stored) ? stored : 'a';
+  }
+  return chosen.measure;
+}
+
+export function chooseMeasure(wanted: Measure): void {
+  chosen.measure = wanted;
+  write(MEASURE_STORED, wanted);
+  changed('measure');
 }

@@ -3,25 +3,27 @@
 import type { DeleteAnswer } from '../core/answers';
 import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
-import { failure, phrase, size, t } from '../core/i18n';
+import { failure, percent, phrase, size, t } from '../core/i18n';
 import { trimEnd } from '../core/paths';
-import { confirms, expectations, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
+import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
+import { goingOf, requestsFor, type Going } from '../core/review';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
 import { poll, refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
 import { changed, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
-import { append, button, choice, el, field, fill, icon, onEnter, rest, setText, wholePath } from '../ui/dom';
-import { busyBar, failureNotice } from '../ui/notices';
+import { append, button, choice, el, field, fill, icon, onEnter, rest, setText } from '../ui/dom';
+import { failureNotice } from '../ui/notices';
 import { announce } from '../ui/toast';
+import { afterwards, freeLine, goingTable, renewDrives, stayingTable, working, type Staying, type Working } from './review';
 
-const MAX_LISTED = 80;
 const PERMANENT = 'forgood';
 
 export interface DeletionOptions {
   fallback?: () => HTMLElement | null; // takes the focus if the row that had it is gone
   proofs?: ReadonlyMap<string, CopyProof>; // of copies that were compared: only with these they go
+  permanent?: boolean; // is proposed first
   after?: (gone: (path: string) => boolean) => void; // removes deleted paths from marks of the caller's own
 }
 
@@ -38,28 +40,26 @@ interface Offer {
   tooLong: Plan;
 }
 
-async function dryRun(parts: Part[], fields: Record<string, string>): Promise<Plan> {
-  return planOf(await Promise.all(parts.map(async (part) => ({
-    part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', ...fields }),
-  }))));
+type Progress = (done: number, all: number) => void;
+
+async function dryRun(parts: Part[], fields: Record<string, string>, progress: Progress = () => {}): Promise<Plan> {
+  const runs: { part: Part; answer: DeleteAnswer }[] = [];
+  const requests = requestsFor(parts);
+  for (const part of requests) {
+    progress(runs.length, requests.length);
+    runs.push({ part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', ...fields }) });
+  }
+  return planOf(runs);
 }
 
-async function lookAt(parts: Part[]): Promise<Offer> {
-  const plan = await dryRun(parts, { seen: '1' });
+async function lookAt(parts: Part[], progress: Progress): Promise<Offer> {
+  const plan = await dryRun(parts, { seen: '1' }, progress);
   const long = plan.refused.filter((one) => one.why === TOO_LONG).map((one) => one.p);
   const tooLong = await dryRun(long.length > 0 ? partsByJob(long, scanRoots(), state.view) : [], { seen: '1', permanent: '1' });
   return { plan: { ...plan, refused: [...plan.refused.filter((one) => one.why !== TOO_LONG), ...tooLong.refused] }, tooLong };
 }
 
-function listed<I>(label: string, items: readonly I[], line: (item: I) => HTMLElement): HTMLElement {
-  return el('ul', { class: 'path-list', tabindex: '0', 'aria-label': label }, items.slice(0, MAX_LISTED).map(line),
-    items.length > MAX_LISTED ? el('li', { class: 'muted' }, t('andMore', { n: items.length - MAX_LISTED })) : null);
-}
-
-const pathList = (paths: readonly string[]): HTMLElement => listed(t('delWhich'), paths, (path) => el('li', {}, wholePath(path)));
-
-const refusedList = (refused: Plan['refused']): HTMLElement => listed(t('delRefused', { n: refused.length }), refused,
-  ({ p, why }) => el('li', {}, wholePath(p), ' ', el('span', { class: 'muted' }, `(${phrase('r_', why)})`)));
+const stayingOf = (refused: Plan['refused']): Staying[] => refused.map(({ p, why }) => ({ p, why: phrase('r_', why) }));
 
 const logNote = (): HTMLElement | null =>
   state.targets?.logPath ? el('p', { class: 'small muted' }, t('delLog', { path: state.targets.logPath })) : null;
@@ -84,34 +84,49 @@ export function openDeletion(paths: Iterable<string>, options: DeletionOptions =
     title: t('delTitle'), first: stay, ends: stay, fallback: options.fallback,
     body: el('p', { role: 'status' }, `${t('delChecking')}…`),
   });
+  dialog.element.classList.add('wide-dialog');
   void check({ dialog, stay, options }, parts);
 }
 
 async function check(deletion: Deletion, parts: Part[]): Promise<void> {
   const { dialog } = deletion;
   try {
-    const offered = await lookAt(parts);
+    const status = dialog.body.firstElementChild;
+    const renewed = renewDrives();
+    const offered = await lookAt(parts, (done, all) => {
+      if (all > 1 && status) setText(status, `${t('delChecking')}… ${percent(done / all)}`);
+    });
+    await renewed;
     if (dialog.element.isConnected) showPlan(deletion, offered);
   } catch (error) {
     fill(dialog.body, failureNotice(messageOf(error), () => void check(deletion, parts), parts.flatMap((part) => part.paths).join('\n')));
   }
 }
 
+const notice = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
+
+// How many files and bytes; items that are folders have files inside.
+function amountOf(rows: readonly Going[]): string {
+  const bytes = size(rows.reduce((sum, row) => sum + row.bytes, 0));
+  return rows.some((row) => row.folder) ? `${t('nFiles', { n: rows.reduce((sum, row) => sum + row.files, 0) })}, ${bytes}` : bytes;
+}
+
 function showPlan(deletion: Deletion, { plan, tooLong }: Offer): void {
-  const { wouldDelete, refused, noBin } = plan;
-  const beyondBin = new Set(noBin);
-  const binned = wouldDelete.filter((path) => !beyondBin.has(path));
+  const { refused, noBin } = plan;
+  const rows = goingOf(plan, tooLong);
+  const would = rows.filter((row) => row.note !== 'delTagLong');
   fill(deletion.dialog.body,
-    el('p', { class: 'answer' }, wouldDelete.length > 0 ? t('delWould', { items: t('nItems', { n: wouldDelete.length }), size: size(plan.bytes) })
-      : tooLong.wouldDelete.length > 0 ? t('delWouldNotBin') : t('delWouldNone')),
-    binned.length > 0 ? pathList(binned) : null,
-    noBin.length > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNoBin', { n: noBin.length }))) : null,
-    noBin.length > 0 ? pathList(noBin) : null,
-    tooLong.wouldDelete.length > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delTooLong', { n: tooLong.wouldDelete.length }))) : null,
-    tooLong.wouldDelete.length > 0 ? pathList(tooLong.wouldDelete) : null,
-    refused.length > 0 ? el('div', { class: 'stack' }, el('p', { class: 'line' }, icon('lock'), t('delRefused', { n: refused.length })), refusedList(refused)) : null);
+    el('div', {},
+      el('p', { class: 'answer' }, would.length > 0 ? t('delWould', { items: t('nItems', { n: would.length }), size: amountOf(would) })
+        : rows.length > 0 ? t('delWouldNotBin') : t('delWouldNone')),
+      freeLine(rows)),
+    rows.length > 0 ? goingTable(rows) : null,
+    noBin.length > 0 ? notice(t('delNoBin', { n: noBin.length })) : null,
+    tooLong.wouldDelete.length > 0 ? notice(t('delTooLong', { n: tooLong.wouldDelete.length })) : null,
+    refused.length > 0 ? el('div', { class: 'stack' }, el('p', { class: 'line' }, icon('lock'), t('delRefused', { n: refused.length })),
+      stayingTable(t('delRefused', { n: refused.length }), stayingOf(refused))) : null);
   // Where nothing would go into the bin, the bin is not offered.
-  if (wouldDelete.length + tooLong.wouldDelete.length > 0) offer(deletion, { plan, tooLong }, binned.length === 0);
+  if (rows.length > 0) offer(deletion, { plan, tooLong }, would.length === noBin.length);
   else setText(deletion.stay, t('close'));
 }
 
@@ -123,8 +138,8 @@ function offer(deletion: Deletion, { plan, tooLong }: Offer, onlyPermanent: bool
   const typed = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', autocapitalize: 'characters' });
   const typing = field(t('delType', { word }), typed);
   const how = el('fieldset', { class: 'stack', hidden: onlyPermanent }, el('legend', {}, t('delHow')),
-    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyPermanent, hint: t('delBinHint') }),
-    choice('radio', t('delForGood'), { name: 'how', value: PERMANENT, checked: onlyPermanent, hint: t('delForGoodHint') }));
+    choice('radio', t('delBin'), { name: 'how', value: 'bin', checked: !onlyPermanent && !deletion.options.permanent, hint: t('delBinHint') }),
+    choice('radio', t('delForGood'), { name: 'how', value: PERMANENT, checked: onlyPermanent || deletion.options.permanent, hint: t('delForGoodHint') }));
   const permanent = (): boolean => how.querySelector<HTMLInputElement>(`input[value=${PERMANENT}]`)!.checked;
   const chosen = (): Plan => (permanent() ? together(plan, tooLong) : plan);
   const go = button('', () => void carryOut(deletion, chosen(), permanent(), go), { icon: 'bin', class: 'danger first' });
@@ -132,8 +147,8 @@ function offer(deletion: Deletion, { plan, tooLong }: Offer, onlyPermanent: bool
     const needsWord = permanent() || noBin.length > 0;
     typing.hidden = !needsWord;
     go.disabled = needsWord && !confirms(typed.value, word);
-    const { wouldDelete, bytes } = chosen();
-    const named = { n: wouldDelete.length, size: size(bytes) };
+    const rows = goingOf(chosen(), NO_PLAN);
+    const named = { n: rows.length, size: amountOf(rows) };
     // What the bin does not take is deleted permanently, so the button must say so.
     go.replaceChildren(icon('bin'), permanent() ? t('delGoForGood', named)
       : noBin.length > 0 ? t('delGoMixed', { ...named, gone: noBin.length }) : t('delGoBin', named));
@@ -148,18 +163,25 @@ function offer(deletion: Deletion, { plan, tooLong }: Offer, onlyPermanent: bool
   update();
 }
 
+interface Stopping {
+  stopped: boolean; // the user wants no further request
+}
+
 interface Done {
   answers: DeleteAnswer[];
   problem: string; // why a request failed, or ''
 }
 
-async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptions['proofs']): Promise<Done> {
+// One request after the other; between them it can be stopped.
+async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptions['proofs'], work: Working, stopping: Stopping): Promise<Done> {
   const done: Done = { answers: [], problem: '' };
-  for (const part of plan.parts) {
+  for (const [at, part] of plan.parts.entries()) {
     const fields = expectations(part.paths, plan.seen, proofs ?? null);
     if (fields['p']!.length === 0) continue;
+    if (stopping.stopped) break;
+    work.at(part.paths[0] ?? '', plan.parts.length > 1 ? at / plan.parts.length : undefined);
     try {
-      done.answers.push(await form<DeleteAnswer>('/api/delete', { ...fields, job: part.job, permanent: permanent ? '1' : '0' }));
+      done.answers.push(await form<DeleteAnswer>('/api/delete', { ...fields, job: part.job, permanent: permanent ? '1' : '0', why: '1' }));
     } catch (error) {
       done.problem = messageOf(error);
     }
@@ -170,17 +192,32 @@ async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptio
 async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permanent: boolean, go: HTMLElement): Promise<void> {
   const keepOpen = (event: Event): void => event.preventDefault();
   dialog.element.addEventListener('cancel', keepOpen);
+  const stopping: Stopping = { stopped: false };
+  const stop = button(t('fiStop'), () => {
+    stopping.stopped = true;
+    rest(stop, true);
+  }, { icon: 'stop' });
   rest(stay, true);
   stay.focus();
-  go.remove();
-  fill(dialog.body, el('p', { class: 'answer', role: 'status' }, `${t('delGoing')}…`), busyBar());
-  const done = await deleteParts(plan, permanent, options.proofs);
-  await Promise.all([refreshResults(state.results.keys()), poll()]); // any scan may hold what went
-  removeGone(plan, outcomeOf(done.answers).deleted, options);
+  if (plan.parts.length > 1) {
+    go.replaceWith(stop);
+    stop.focus();
+  } else {
+    go.remove();
+  }
+  const work = working();
+  fill(dialog.body, work.root);
+  const done = await deleteParts(plan, permanent, options.proofs, work, stopping);
+  work.end();
+  // Any scan may hold what went; the one on view comes first.
+  await refreshResults([state.view]);
+  await Promise.all([refreshResults([...state.results.keys()].filter((id) => id !== state.view)), poll()]);
+  removeGone(plan, outcomeOf(done.answers).deleted, done.problem !== '', options);
   dialog.element.removeEventListener('cancel', keepOpen);
   rest(stay, false);
   setText(stay, t('close'));
   stay.focus();
+  stop.remove();
   showOutcome(dialog, plan, done, { permanent, proofs: options.proofs });
 }
 
@@ -191,17 +228,23 @@ function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { p
   const unproven = proofs ? plan.wouldDelete.filter((path) => !proofs.has(path)).map((p) => ({ p, why: CHANGED })) : [];
   const left = plan.wouldDelete.length - outcome.deleted;
   const missed = permanent ? 0 : missedBin(plan, outcome);
-  const refused = [...plan.refused, ...unproven, ...answers.flatMap((answer) => answer.refused ?? [])];
+  const stays = [
+    ...stayingOf([...plan.refused, ...unproven, ...answers.flatMap((answer) => answer.refused ?? [])]),
+    ...answers.flatMap((answer) => answer.stayed ?? []).map(({ p, why }) => ({ p, why: phrase('w_', why) })),
+  ];
+  // What went comes before what went wrong.
   const partial = (problem || outcome.error) && outcome.deleted > 0 ? outcomeText({ ...outcome, error: '' }) : null;
+  const end = el('div', {});
+  afterwards(end, outcome.binned > 0);
   fill(dialog.body,
-    el('p', { class: 'answer', role: 'status' }, words),
-    partial ? el('p', {}, partial) : null,
-    missed > 0 ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotBinned', { size: size(missed) }))) : null,
+    el('p', { class: 'answer', role: 'status' }, partial ?? words),
+    partial ? el('p', {}, words) : null,
+    missed > 0 ? notice(t('delNotBinned', { size: size(missed) })) : null,
     inside && inside !== words ? el('p', {}, inside) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
-    refused.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delRefused', { n: refused.length })), refusedList(refused)) : null,
-    outcome.logged ? logNote() : el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('delNotLogged'))));
-  announce(words);
+    stays.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delStays')), stayingTable(t('delStays'), stays)) : null,
+    outcome.logged ? logNote() : notice(t('delNotLogged')), end);
+  announce(partial ?? words);
 }
 
 // Whether a path is one of the roots or lies below one.
@@ -219,8 +262,8 @@ function below(paths: readonly string[]): (path: string) => boolean {
 
 // Removes deleted paths from marks and search results. The answers don't say which paths of a partial
 // deletion are gone, so another dry run does: it refuses them as missing.
-function removeGone(plan: Plan, deleted: number, options: DeletionOptions): void {
-  if (deleted === 0) return;
+function removeGone(plan: Plan, deleted: number, problem: boolean, options: DeletionOptions): void {
+  if (deleted === 0 && !problem) return;
   if (deleted >= plan.wouldDelete.length) forget(below(plan.wouldDelete), options);
   else void forgetMissing(plan.wouldDelete, options);
 }

@@ -2,10 +2,14 @@
 import { date, percent, phrase, size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
 import { baseName, joinPath } from '../core/paths';
-import { isFolder, isItem, type Entry } from '../core/tree';
+import { isFolder, isItem, type Entry } from '../core/entry';
 import { shareOf } from '../core/units';
+import { linkTo } from '../data/api';
 import { loadFiles } from '../data/folders';
-import { jobOnView, listen, state, treeOf } from '../data/state';
+import { viewJob } from '../data/jobs';
+import { jobOnView, knowsDisk, listen, state, treeOf } from '../data/state';
+import { fileFacts, ownSizes } from './file_facts';
+import { mayOpen, openWith } from './item_actions';
 import { button, choice, el, fill, inert, iconButton, wholePath } from '../ui/dom';
 import { copyText } from '../ui/toast';
 import { openDeletion } from './deletion';
@@ -19,11 +23,24 @@ const FETCH_MS = 250;
 interface Found {
   p: string;
   m: number;
+  job: number;
   lock?: string;
   names?: string[];
 }
 
-const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0 };
+const IMAGE = /\.(png|jpe?g|jfif|gif|webp|bmp)$/i;
+
+// Only of duplicates, and only where the program shows files of the machine it runs on. What is no image after
+// all leaves no trace.
+function preview({ p, names }: Found): HTMLElement | null {
+  if (!names || !state.hello.canQuit || !IMAGE.test(p)) return null;
+  if (pane.image?.path === p) return pane.image.element;
+  const image = el('img', { class: 'preview', alt: '', src: linkTo('/api/preview', { p }), on: { error: () => image.remove() } });
+  pane.image = { path: p, element: image };
+  return image;
+}
+
+const pane = { root: null as HTMLElement | null, entry: null as Entry | null, found: null as Found | null, job: 0, timer: 0, frame: 0, image: null as { path: string; element: HTMLElement } | null };
 
 export function detailsPane(): HTMLElement {
   pane.entry = null;
@@ -59,15 +76,23 @@ export function showHit(found: Found, bytes: number): void {
   drawSoon();
 }
 
+// A hit may be in another scan than the one on view.
+function openOf({ job, p }: Found, open: (path: string) => void): void {
+  viewJob(job);
+  open(p);
+}
+
 function drawHit(root: HTMLElement, { path, name, s, m }: Entry, found: Found, close: HTMLElement): void {
   const names = found.names ?? [];
   fill(root, el('div', { class: 'stack wide' },
-    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close),
+    el('div', { class: 'line' }, el('h2', {}, inert(name.slice(0, 200))), close), preview(found),
     el('dl', {}, fact(t('dtSize'), size(s)), m > 0 ? fact(t('dtDate'), date(m)) : null, fact(t('dtPath'), wholePath(path))),
     found.lock ? el('p', { class: 'small' }, t('locked', { why: phrase('r_', found.lock) })) : null,
     el('div', { class: 'actions' },
       button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
-      button(t('reveal'), () => void reveal(path), { icon: 'reveal' })),
+      button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      state.results.has(found.job) ? button(t('dtOpenExplorer'), () => openOf(found, openInExplorer), { icon: 'explorer' }) : null,
+      state.results.has(found.job) ? button(t('dtOpenMap'), () => openOf(found, openInMap), { icon: 'map' }) : null),
     names.length > 0 ? el('section', { class: 'stack' }, el('p', { class: 'small muted' }, t('acHard', { n: names.length })),
       el('ul', { class: 'small' }, names.slice(0, LISTED_FILES).map((one) => el('li', {}, wholePath(one))))) : null));
 }
@@ -123,18 +148,20 @@ function drawEntry(root: HTMLElement, entry: Entry, close: HTMLElement): void {
     el('dl', {},
       fact(t('dtSize'), size(entry.s)),
       isFolder(entry) ? fact(t('dtFiles'), t('nFiles', { n: entry.f })) : null,
+      ownSizes(entry),
       parent ? fact(t('dtShare'), percent(shareOf(entry.s, parent.s))) : null,
       entry.m > 0 ? fact(t('dtDate'), date(entry.m)) : null,
       fact(t('dtPath'), wholePath(path))),
     el('div', { class: 'actions' },
       button(t('copyPath'), () => void copyText(path, t('copied')), { icon: 'copy' }),
       remote ? null : button(t('reveal'), () => void reveal(path), { icon: 'reveal' }),
+      remote || !mayOpen() ? null : button(t('miOpen'), () => void openWith('open', path), { icon: isFolder(entry) ? 'folder' : 'file' }),
       state.section === 'map' ? button(t('dtOpenExplorer'), () => openInExplorer(path), { icon: 'explorer' }) : button(t('dtOpenMap'), () => openInMap(path), { icon: 'map' })),
     remote ? el('p', { class: 'small muted' }, t('dtRemote')) : null,
     remote || isRoot ? null : el('div', { class: 'actions' },
       button(marked ? t('dtUnmark') : t('dtMark'), () => toggleMark(path, entry.s), { icon: 'check', 'aria-pressed': String(marked) }),
       button(`${t('delete')}…`, () => openDeletion([path]), { icon: 'bin', class: 'danger' })),
-    isFolder(entry) ? filesOf(entry) : null));
+    isFolder(entry) ? filesOf(entry) : !remote && knowsDisk(pane.job) ? fileFacts(pane.job, path) : null));
 }
 
 listen((changes) => {

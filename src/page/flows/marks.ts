@@ -13,7 +13,7 @@ import { verifyAndDelete, type Copies } from './verify';
 export interface MarksBar {
   root: HTMLElement;
   update: () => void;
-  delete: (active?: string) => void; // the Del key: deletes what is marked, or else the active item
+  delete: (active?: string, permanent?: boolean) => void; // the Del key: deletes what is marked, or else the active item
 }
 
 export interface MarksOptions {
@@ -22,7 +22,7 @@ export interface MarksOptions {
   bytesOf: (path: string) => number;
   hidden?: () => number; // number of marked rows that the filter hides
   all?: () => void; // marks all rows
-  onDelete: () => void;
+  onDelete: (permanent?: boolean) => void;
   deleteLabel?: string;
   fallback: () => HTMLElement | null; // takes the focus when the bar disappears
   clear: () => void;
@@ -32,7 +32,7 @@ export function marksBar(options: MarksOptions): MarksBar {
   const words = el('strong', { role: 'status' });
   const hiddenWords = el('span', { class: 'muted' });
   const none = button(t('selectNone'), options.clear, { class: 'plain' });
-  const remove = button(options.deleteLabel ?? t('deleteMarked'), options.onDelete, { icon: 'bin', class: 'danger' });
+  const remove = button(options.deleteLabel ?? t('deleteMarked'), () => options.onDelete(), { icon: 'bin', class: 'danger' });
   const all = options.all ? button(t('selectAll'), options.all, { class: 'plain' }) : null;
   const root = el('div', { class: 'selection-bar' }, words, hiddenWords, el('span', { class: 'push actions' }, all, none, remove));
   const update = (): void => {
@@ -45,9 +45,9 @@ export function marksBar(options: MarksOptions): MarksBar {
     setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');
   };
   update();
-  const byKey = (active?: string): void => {
-    if (options.selection.keys.size > 0) options.onDelete();
-    else if (active !== undefined) openDeletion([active], { fallback: options.fallback });
+  const byKey = (active?: string, permanent = false): void => {
+    if (options.selection.keys.size > 0) options.onDelete(permanent);
+    else if (active !== undefined) openDeletion([active], { fallback: options.fallback, permanent });
   };
   return { root, update, delete: byKey };
 }
@@ -66,11 +66,11 @@ const possibleCopies = (doc: ResultDoc | undefined): Copies[] =>
 
 // What was marked as a possible duplicate only goes if it is one. It comes last: what goes before may be the
 // copy that was to stay.
-function deleteMarks(fallback: () => HTMLElement | null): void {
+function deleteMarks(fallback: () => HTMLElement | null, permanent: boolean): void {
   const { selection, copies } = viewOf(state.view);
   const others = [...selection.keys].filter((path) => !copies.has(path));
   if (others.length > 0) {
-    openDeletion(others, { fallback });
+    openDeletion(others, { fallback, permanent });
     return;
   }
   const compared = new Selection();
@@ -94,5 +94,5 @@ export const scanMarksBar = (fallback: () => HTMLElement | null): MarksBar => ma
   bytesOf: (path) => state.weights.get(path) ?? 0,
   clear: clearMarks,
   fallback,
-  onDelete: () => deleteMarks(fallback),
+  onDelete: (permanent = false) => deleteMarks(fallback, permanent),
 });

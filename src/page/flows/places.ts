@@ -1,6 +1,6 @@
 // Opens a path in another section, or in the file manager.
 import { t } from '../core/i18n';
-import { isFolder } from '../core/tree';
+import { isFolder } from '../core/entry';
 import { api, query } from '../data/api';
 import { expandTo } from '../data/folders';
 import { changed, goTo, state, treeOf, viewOf } from '../data/state';

@@ -1,12 +1,13 @@
 // A section about the scan on view: waits for its result, shows why there is none, and is built again
 // when there is another one.
 import type { Job, ResultDoc } from '../core/answers';
-import { failure, t } from '../core/i18n';
-import { hasFailed, isStopping, nameOf, progressText, statusText } from '../core/job';
+import { failure, percent, phrase, size, t } from '../core/i18n';
+import { hasFailed, isStopping, nameOf, paceText, progressText, shareRead, statusText } from '../core/job';
+import { shareOf } from '../core/units';
 import { cancelScan, fetchResult, rescan } from '../data/jobs';
 import { goTo, jobOnView, resultOnView, state } from '../data/state';
 import type { PlainKey } from '../lang/shape';
-import { append, button, el, heading, icon, inert, rest, setText, type Child } from '../ui/dom';
+import { append, button, el, fill, heading, icon, inert, meter, rest, setAttribute, setText, type Child } from '../ui/dom';
 import { emptyState, failureNotice } from '../ui/notices';
 import type { Changes, Screen } from './screen';
 
@@ -30,13 +31,24 @@ function progressPanel(job: Job): ProgressPanel {
   const status = el('p', {});
   const figures = el('p', { class: 'answer' });
   const current = el('p', { class: 'small muted' });
-  const bar = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': nameOf(job) }, el('span'));
+  const pace = el('p', { class: 'muted' });
+  const done = el('span', { class: 'moves' });
+  const bar = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': nameOf(job) }, done);
+  const tops = el('ol', { class: 'bars' });
   const stop = button(t('scanStop'), () => void cancelScan(job.id), { icon: 'stop' });
-  const root = el('div', { class: 'panel stack wide' }, el('h2', {}, inert(nameOf(job))), figures, bar, status, current, el('div', {}, stop));
+  const root = el('div', { class: 'panel stack wide' }, el('h2', {}, inert(nameOf(job))), figures, bar, pace, status, current, el('div', {}, stop), tops);
   const update = (now: Job): void => {
-    setText(figures, progressText(now));
+    const share = shareRead(now, state.targets?.drives ?? []);
+    setText(figures, share === null ? progressText(now) : `${percent(share)}, ${progressText(now)}`);
+    setText(pace, paceText(now));
+    bar.classList.toggle('unknown', share === null);
+    setAttribute(bar, 'aria-valuenow', share === null ? null : Math.round(share * 100));
+    done.style.width = share === null ? '' : `${share * 100}%`;
+    const { top = [] } = now;
+    const largest = top[0]?.s ?? 0;
+    fill(tops, top.map(({ n, s }) => el('li', {}, inert(n.slice(0, 200)), el('span', { class: 'number' }, size(s)), meter(shareOf(s, largest)))));
     setText(status, statusText(now));
-    bar.setAttribute('aria-valuetext', progressText(now));
+    bar.setAttribute('aria-valuetext', figures.textContent ?? '');
     current.replaceChildren(inert(now.current.slice(0, 300)));
     rest(stop, isStopping(now));
   };
@@ -63,7 +75,7 @@ class ResultSection implements Screen {
   private inner: ResultScreen | null = null;
   private panel: ProgressPanel | null = null;
 
-  constructor(private readonly title: PlainKey, private readonly make: MakeResultScreen, fills: boolean, readonly detailed: boolean) {
+  constructor(private readonly title: PlainKey, private readonly make: MakeResultScreen, fills: boolean, readonly detailed: boolean, readonly drawer: boolean) {
     this.root = el('div', { class: fills ? 'screen fills' : 'screen' }, this.top);
     this.update(new Set());
   }
@@ -102,8 +114,12 @@ class ResultSection implements Screen {
       this.show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
       return;
     }
-    const gone = job.gone ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('rootGone'))) : null;
-    this.show([gone, this.inner.content], this.inner.top);
+    const warning = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
+    this.show([
+      job.gone ? warning(t('rootGone')) : null,
+      doc.meta.partial ? warning(phrase('ovPartial_', doc.meta.partial)) : null,
+      this.inner.content,
+    ], this.inner.top);
   }
 
   private showProgress(job: Job): void {
@@ -124,5 +140,5 @@ class ResultSection implements Screen {
   }
 }
 
-export const resultScreen = (title: PlainKey, make: MakeResultScreen, options: { fills?: boolean; detailed?: boolean } = {}): Screen =>
-  new ResultSection(title, make, options.fills === true, options.detailed === true);
+export const resultScreen = (title: PlainKey, make: MakeResultScreen, options: { fills?: boolean; detailed?: boolean; drawer?: boolean } = {}): Screen =>
+  new ResultSection(title, make, options.fills === true, options.detailed === true, options.drawer === true);

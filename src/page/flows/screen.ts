@@ -8,4 +8,5 @@ export interface Screen {
   update?: (changes: Changes) => void;
   leave?: () => void;
   detailed?: boolean; // has the details pane beside it
+  drawer?: boolean; // or, to have more room, as a drawer above it
 }

@@ -32,9 +32,6 @@ export function boundInput<N extends string>(values: Record<N, string>, name: N,
   return made;
 }
 
-// A number typed with a point or a comma; 0 if it is none.
-export const typedNumber = (text: string): number => Number(text.trim().replace(',', '.')) || 0;
-
 // A select bound to `values`.
 export function boundSelect<N extends string, V extends string>(values: Record<N, V>, name: N, options: readonly V[], words: (option: V) => string, props: Record<string, string> = {}): HTMLSelectElement {
   const made = el('select', { class: 'input', ...props, on: {

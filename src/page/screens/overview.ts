@@ -4,14 +4,15 @@ import { count, parts, percent, phrase, seconds, size, text, t, known } from '..
 import { isDrive, isRemote, nameOf, turboReason } from '../core/job';
 import { typeName } from '../core/names';
 import { fileNameOf, shown } from '../core/paths';
-import { isFolder, type Entry } from '../core/tree';
+import { isFolder, type Entry } from '../core/entry';
 import { shareOf } from '../core/units';
 import { winnable } from '../core/winnable';
-import { METHOD, REST } from '../core/words';
+import { FILE_TABLE, METHOD, REST } from '../core/words';
 import { linkTo } from '../data/api';
 import { loadFolder } from '../data/folders';
 import { forgetScan, rescan } from '../data/jobs';
-import { changed, goTo, state, treeOf } from '../data/state';
+import { changed, goTo, knowsDisk, state, treeOf } from '../data/state';
+import { accountPanel } from '../flows/account';
 import { openEmptyBin } from '../flows/cleaning';
 import { openInExplorer, openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
@@ -67,8 +68,8 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
   const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
   const nowFree = space.free + space.freed;
   return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && isDrive(job)
-    ? parts('ovAnswerTight', { free: size(nowFree), size: size(space.size), path: link, used: size(largest.s) })
-    : parts('ovAnswer', { path: link, size: size(largest.s), percent: percent(shareOf(largest.s, doc.meta.used)) }));
+    ? parts(largest.s * 2 >= doc.meta.used ? 'ovAnswerTight' : 'ovAnswerTightLargest', { free: size(nowFree), size: size(space.size), path: link, used: size(largest.s) })
+    : parts(largest.s * 2 >= doc.meta.used ? 'ovAnswer' : 'ovAnswerLargest', { path: link, size: size(largest.s), percent: percent(shareOf(largest.s, doc.meta.used)) }));
 }
 
 function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
@@ -97,12 +98,11 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
   const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
-  const why = job.noTurbo && meta.method === METHOD.walk && isDrive(job) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
+  const why = job.noTurbo && meta.method === METHOD.walk && (isDrive(job) || job.noTurbo.startsWith(FILE_TABLE)) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
       fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
-    meta.partial ? el('p', {}, phrase('ovPartial_', meta.partial)) : null,
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
     meta.skipped > 0 ? el('p', { class: 'small muted' }, t(isRemote(job) ? 'ovSkippedHost' : 'ovSkipped', { n: meta.skipped })) : null);
@@ -139,8 +139,10 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     fill(largest, bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'));
   };
   showFolders();
+  const account = el('div', { class: 'account-place' });
+  if (knowsDisk(job.id)) void accountPanel(job).then((made) => fill(account, made));
   // The result leaves out small folders, which may be all there are.
-  if (rootOf(job).entries.some((entry) => entry.kind === REST.smaller) && contentsOf(rootOf(job)).folders.length < LISTED) void loadFolder(job.id, rootOf(job).root.path);
+  void loadFolder(job.id, rootOf(job).root.path);
   const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
   const types = doc.exts.slice(0, LISTED).map((type): Bar => ({ label: inert(typeName(type.e)), bytes: type.s, open: () => {
     state.type = type.e;
@@ -161,16 +163,16 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       button(t('rescan'), () => void rescan(job), { icon: 'refresh' }),
       button(t('scanForget'), () => void forgetScan(job.id), { class: 'plain' })),
     content: [
-      state.stopped.has(job.id) ? el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, t('fiStopped'))) : null,
       el('div', { class: 'stack' }, found, won > 0 ? el('p', {}, t('ovWin', { size: size(won) })) : null),
       capacity(doc, isRemote(job)),
+      account,
       figures(job, doc),
       el('div', { class: 'columns' },
         largest,
         adviceBars.length > 0 ? panel(bars(t('ovAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice'))
           : panel(el('h2', {}, t('ovAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
         types.length > 0 ? panel(bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type')) : null,
-        files.length > 0 ? panel(bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('explorer'), 'file')) : null),
+        files.length > 0 ? panel(bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('largest'), 'file')) : null),
       el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },
         csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')))),
     ],

@@ -1,138 +1,197 @@
 // Which types of files take the space, and where the large files of a type are.
-import type { ExtAnswer, FileItem, Job, ResultDoc } from '../core/answers';
+import type { ExtAnswer, Job, ResultDoc, TypeItem, TypesAnswer } from '../core/answers';
 import { messageOf } from '../core/failure';
-import { count, date, percent, size, t } from '../core/i18n';
+import { count, percent, size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
+import { valueOf } from '../core/measure';
 import { typeName } from '../core/names';
-import { baseName, shown } from '../core/paths';
-import { BIG_FILE_BYTES } from '../core/tree';
 import { shareOf } from '../core/units';
 import { api, query } from '../data/api';
-import { changed, state } from '../data/state';
+import { changed, measure, state } from '../data/state';
+import { keepTable, tableSettings } from '../data/table_settings';
+import { columnsButton } from '../flows/columns_menu';
+import { fileTable, type FileTable } from '../flows/file_table';
 import { findAll } from '../flows/find_form';
 import { scanMarksBar, type MarksBar } from '../flows/marks';
-import { openInExplorer, openPath } from '../flows/places';
+import { measureSwitch } from '../flows/measure_switch';
+import { openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
-import type { Screen } from '../flows/screen';
-import { button, cutPath, el, fill, inert, loading, meter, setAttribute, setText, type Child } from '../ui/dom';
+import type { Changes, Screen } from '../flows/screen';
+import { button, cutPath, el, fill, loading, meter, setText, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
-import { markColumn, Table } from '../ui/table';
+import { Table, type Column } from '../ui/table';
 
 const MAX_ROWS = 14; // visible rows of the table of files
-const MAX_TYPES = 20; // types that a result lists
 
 async function load(job: number, type: string): Promise<void> {
   try {
-    state.types.set(type, await api<ExtAnswer>(query('/api/ext', { id: job, e: type })));
+    state.types.set(type, await api<ExtAnswer>(query('/api/ext', { id: job, e: type, more: 1 })));
   } catch (error) {
     state.types.set(type, messageOf(error));
   }
   changed('types');
 }
 
-interface Detail {
-  root: HTMLElement;
-  table: Table<FileItem> | null;
-}
-
-type Remove = MarksBar['delete'];
-
 const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
 
-function titleOf(job: Job, doc: ResultDoc, type: string): HTMLElement {
-  const known = doc.exts.find((one) => one.e === type);
-  return el('div', { class: 'line' }, el('h2', { tabindex: '-1' }, inert(typeName(type))),
-    known ? el('span', { class: 'muted' }, `${size(known.s)}, ${t('nFiles', { n: known.c })}`) : null,
-    type.startsWith('.') && !isRemote(job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
-}
+class Types implements ResultScreen {
+  readonly top: HTMLElement[];
+  readonly content: Child;
+  private readonly bar: MarksBar = scanMarksBar(() => this.files?.table.root ?? this.list.root);
+  private readonly place = el('div', { class: 'stack' });
+  private readonly settings = tableSettings('types');
+  private readonly list: Table<TypeItem>;
+  private all: readonly TypeItem[];
+  private files: FileTable | null = null;
+  private wanted = 0;
 
-function detailOf(job: Job, doc: ResultDoc, type: string, remove: Remove): Detail {
-  const answer = state.types.get(type);
-  const title = titleOf(job, doc, type);
-  if (answer === undefined) return { root: panel(title, loading()), table: null };
-  if (typeof answer === 'string') {
-    const retry = (): void => {
-      state.types.delete(type);
-      changed('types');
-      void load(job.id, type);
-    };
-    return { root: panel(title, failureNotice(answer, retry, `${type}\n${answer}`)), table: null };
+  constructor(private readonly job: Job, private readonly doc: ResultDoc) {
+    this.all = doc.exts;
+    this.list = this.makeList();
+    this.top = [el('div', { class: 'line push' }, measureSwitch(job.id))].filter((line) => line.firstChild);
+    this.content = [this.bar.root, el('div', { class: 'columns types' }, this.list.root, this.place)];
+    // Where the detail is below the list, a tap leads to it.
+    this.list.root.addEventListener('click', () => {
+      if (this.place.offsetTop > this.list.root.offsetTop) this.goToDetail();
+    });
+    this.arrange();
+    if (!this.all.some((one) => one.e === state.type)) state.type = this.all[0]?.e ?? '';
+    this.goToType();
+    void this.loadAll();
   }
-  if (answer.files.length === 0) return { root: panel(title, el('p', { class: 'muted' }, t('tyNoBig', { size: size(BIG_FILE_BYTES) }))), table: null };
-  return filesAndFolders(title, fileTable(answer, isRemote(job), remove), answer);
-}
 
-function fileTable({ files }: ExtAnswer, remote: boolean, remove: Remove): Table<FileItem> {
-  const table = new Table<FileItem>({
-    label: t('tyFiles'), role: 'grid', selection: state.selection, keyOf: (row) => row.p, markable: () => !remote, grows: true,
-    columns: [
-      markColumn(() => (remote ? 'none' : 'open')),
-      { title: 'colName', width: 'minmax(8rem, 2fr)', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, shown(baseName(row.p).slice(0, 300))) },
-      { title: 'colFolder', width: 'minmax(6rem, 3fr)', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(row.p.slice(0, -baseName(row.p).length - 1))) },
-      { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, size(row.s)) },
-      { title: 'colDate', width: '6rem', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.m)) },
-    ],
-    onMarked: () => {
-      for (const file of files) if (state.selection.has(file.p)) state.weights.set(file.p, file.s);
-      changed('selection');
-    },
-    onEnter: (row) => openInExplorer(row.p),
-    onDelete: remove,
-    decorate: (element, row) => setAttribute(element, 'title', shown(row.p.slice(0, 1000))),
-  });
-  table.setRows(files);
-  table.root.style.height = `calc(var(--row) * ${Math.min(files.length, MAX_ROWS)} + 2.25rem)`;
-  return table;
-}
+  leave(): void {
+    this.list.leave();
+    this.files?.table.leave();
+  }
 
-function filesAndFolders(title: HTMLElement, table: Table<FileItem>, { files, folders, total }: ExtAnswer): Detail {
-  const largest = folders[0]?.s ?? 0;
-  const root = el('section', { class: 'panel stack wide' }, title,
-    el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, folders.map((folder) => el('li', {},
-      el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
-      el('span', { class: 'number' }, size(folder.s)), meter(shareOf(folder.s, largest)))))),
-    el('div', { class: 'stack' }, el('h3', {}, t('tyFiles')),
-      total > files.length ? el('p', { class: 'small muted' }, t('tyShown', { shown: files.length, n: total })) : null,
-      table.root));
-  return { root, table };
-}
+  update(changes: Changes): void {
+    if (changes.has('measure')) this.arrange();
+    if (changes.has('step')) state.type ||= this.doc.exts[0]?.e ?? '';
+    if (changes.has('types') || changes.has('step') || changes.has('measure')) this.goToType();
+    if (changes.has('selection')) {
+      this.bar.update();
+      this.files?.table.refresh();
+    }
+  }
 
-function make(job: Job, doc: ResultDoc): ResultScreen {
-  if (!doc.exts.some((one) => one.e === state.type)) state.type = doc.exts[0]?.e ?? '';
-  const bar = scanMarksBar(() => detail?.table?.root ?? null);
-  const place = el('div', { class: 'stack' });
-  let detail: Detail | null = null;
-  const show = (): void => {
-    detail?.table?.leave();
-    detail = state.type ? detailOf(job, doc, state.type, bar.delete) : null;
-    fill(place, detail?.root);
-  };
-  const choose = (type: string): void => {
+  // The result lists the largest types only.
+  private async loadAll(): Promise<void> {
+    try {
+      const { types } = await api<TypesAnswer>(query('/api/types', { id: this.job.id, more: 1 }));
+      if (!Array.isArray(types) || !this.list.root.isConnected) return;
+      this.all = types;
+      this.arrange();
+      this.goToType();
+    } catch {
+      // Those of the result are there.
+    }
+  }
+
+  private readonly value = (one: TypeItem): number => valueOf(one, measure(this.job.id));
+
+  private columns(): Column<TypeItem>[] {
+    return [
+      { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeName(row.e)) },
+      { id: 'size', title: 'colSize', width: '5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.value(row))) },
+      { id: 'share', title: 'colShare', width: '3.5rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.value(row), this.whole()))) },
+      { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, count(row.c)) },
+    ];
+  }
+
+  private whole(): number {
+    const { tree, meta } = this.doc;
+    return tree ? valueOf(tree, measure(this.job.id)) : meta.used;
+  }
+
+  private makeList(): Table<TypeItem> {
+    return new Table<TypeItem>({
+      label: t('tyTitle'), role: 'grid', keyOf: (row) => row.e, columns: this.columns(), layout: { ...this.settings, keep: () => keepTable('types') },
+      onActive: (row) => this.choose(row.e),
+      onEnter: () => this.goToDetail(),
+      onSort: (word) => {
+        const { sort } = this.settings;
+        this.settings.sort = { word, down: sort?.word === word ? !sort.down : word !== 'name' };
+        keepTable('types');
+        this.arrange();
+      },
+    });
+  }
+
+  private goToDetail(): void {
+    queueMicrotask(() => this.place.querySelector<HTMLElement>('h2')?.focus());
+  }
+
+  private arrange(): void {
+    const { word, down } = this.settings.sort ?? { word: 'size', down: true };
+    const by = word === 'name' ? (a: TypeItem, b: TypeItem) => (a.e < b.e ? -1 : a.e > b.e ? 1 : 0) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.value(a) - this.value(b);
+    this.list.showSort(word, down);
+    this.list.setRows([...this.all].sort((a, b) => (down ? -1 : 1) * by(a, b)));
+  }
+
+  private choose(type: string): void {
+    if (state.type === type && this.place.firstChild) return;
     state.type = type;
-    list.querySelectorAll('button').forEach((one) => setAttribute(one, 'aria-current', one.dataset['key'] === `type ${type}`));
-    if (state.types.get(type) === undefined) void load(job.id, type);
-    show();
-  };
-  const largest = doc.exts[0]?.s ?? 0;
-  const list = el('ol', { class: 'bars type-list' }, doc.exts.map((one) => el('li', {},
-    el('button', { type: 'button', class: 'link', 'data-key': `type ${one.e}`, on: { click: () => choose(one.e) } }, inert(typeName(one.e))),
-    el('span', { class: 'number' }, size(one.s), el('span', { class: 'muted' }, ` · ${percent(shareOf(one.s, doc.meta.used))} · ${count(one.c)}`)), meter(shareOf(one.s, largest)))));
-  if (state.type) choose(state.type);
-  return {
-    content: [bar.root, el('div', { class: 'columns types' },
-      el('section', { class: 'panel stack' }, list, doc.exts.length >= MAX_TYPES ? el('p', { class: 'small muted' }, t('tyRest', { n: doc.exts.length })) : null), place)],
-    leave: () => detail?.table?.leave(),
-    update: (changes) => {
-      if (changes.has('types')) {
-        if (state.type && state.types.get(state.type) === undefined) void load(job.id, state.type);
-        show();
-      }
-      if (changes.has('selection')) {
-        bar.update();
-        detail?.table?.refresh();
-      }
-    },
-  };
+    changed('step');
+  }
+
+  // Loads a type that is looked at, but not every one that the arrow keys pass by.
+  private goToType(): void {
+    const { type } = state;
+    for (let index = 0; index < this.list.length; ++index) {
+      if (this.list.row(index)?.e === type && this.list.active !== index) this.list.moveTo(index, true);
+    }
+    clearTimeout(this.wanted);
+    if (type && state.types.get(type) === undefined) this.wanted = window.setTimeout(() => void load(this.job.id, type), 120);
+    this.showDetail();
+  }
+
+  private showDetail(): void {
+    this.files?.table.leave();
+    this.files = null;
+    const focused = this.place.querySelector('h2') === document.activeElement && document.activeElement !== null;
+    fill(this.place, state.type ? this.detail(state.type) : null);
+    if (focused) this.place.querySelector<HTMLElement>('h2')?.focus();
+  }
+
+  private title(type: string): HTMLElement {
+    const known = this.all.find((one) => one.e === type);
+    return el('div', { class: 'line' }, el('h2', { tabindex: '-1' }, el('bdi', {}, typeName(type))),
+      known ? el('span', { class: 'muted' }, `${size(this.value(known))}, ${t('nFiles', { n: known.c })}`) : null,
+      type.startsWith('.') && !isRemote(this.job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
+  }
+
+  private detail(type: string): HTMLElement {
+    const answer = state.types.get(type);
+    const title = this.title(type);
+    if (answer === undefined) return panel(title, loading());
+    if (typeof answer === 'string') {
+      const retry = (): void => {
+        state.types.delete(type);
+        changed('types');
+      };
+      return panel(title, failureNotice(answer, retry, `${type}\n${answer}`));
+    }
+    if (answer.files.length === 0) return panel(title, el('p', { class: 'muted' }, t('tyNoBig')));
+    return this.filesAndFolders(title, answer);
+  }
+
+  private filesAndFolders(title: HTMLElement, { files, folders, total }: ExtAnswer): HTMLElement {
+    const largest = folders[0]?.s ?? 0;
+    this.files = fileTable(this.job, 'typefiles', t('tyFiles'), () => this.bar);
+    const { table } = this.files;
+    this.files.show(files);
+    table.root.classList.add('grows');
+    table.root.style.height = `calc(var(--row) * ${Math.min(files.length, MAX_ROWS)} + 2.25rem)`;
+    return el('section', { class: 'panel stack wide' }, title,
+      el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, folders.map((folder) => el('li', {},
+        el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
+        el('span', { class: 'number' }, size(folder.s)), meter(shareOf(folder.s, largest)))))),
+      el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h3', {}, t('tyFiles')),
+        total > files.length ? el('span', { class: 'small muted' }, t('tyShown', { shown: files.length, n: total })) : null,
+        el('span', { class: 'push' }, columnsButton(() => table))),
+      table.root));
+  }
 }
 
-export const types = (): Screen => resultScreen('tyTitle', make);
+export const types = (): Screen => resultScreen('tyTitle', (job, doc) => new Types(job, doc));

@@ -1,6 +1,8 @@
 // The frame around the sections: navigation, header, the section on view and its details pane.
 import { t } from '../core/i18n';
-import { goTo, isSection, listen, state, type Change, type Section } from '../data/state';
+import { sameStep, stepOf } from '../core/steps';
+import { isSection, listen, state, type Change, type Section } from '../data/state';
+import { addressOf, goToStep, stepNow, stepOfFragment } from '../data/steps';
 import { openAbout } from '../flows/about';
 import { detailsPane } from '../flows/details';
 import { updateElevateButtons } from '../flows/elevate';
@@ -9,6 +11,7 @@ import { el, setAttribute } from '../ui/dom';
 import { toast, toastPlaces } from '../ui/toast';
 import { banner, header } from './header';
 import { navigation } from './navigation';
+import { startKeys } from './keys';
 import { makeScreen, titleOf } from './sections';
 
 export const ABOUT = 'about'; // the fragment that opens the dialog about the program
@@ -29,16 +32,17 @@ function showSection(focus: boolean): void {
   if (!frame) return;
   frame.screen.leave?.();
   frame.section = state.section;
-  mirrorSection(); // first, because the map stores its folder in the step this makes
   const details = detailsPane(); // before the section, which may fill it right away
   frame.screen = makeScreen(state.section);
   frame.content.replaceChildren(frame.screen.root);
   frame.content.scrollTop = 0;
   frame.main.classList.toggle('detailed', frame.screen.detailed === true);
+  frame.main.classList.toggle('drawer', frame.screen.drawer === true);
   frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
   if (frame.screen.detailed) frame.main.append(details);
   frame.nav.querySelectorAll('a').forEach((link) =>
     setAttribute(link, 'aria-current', link.getAttribute('href') === `#${state.section}` ? 'page' : null));
+  mirrorStep(); // once the section has settled on its folder or type
   if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();
 }
 
@@ -48,17 +52,19 @@ const showTitle = (): void => {
   document.title = `${titleOf(state.section)} - Vorda`;
 };
 
-// Puts the section into the address, so that Back and links work.
-function mirrorSection(): void {
+// Puts the place in the page into the address and the browser's history, so that Back, Forward, a reload and
+// links lead to it.
+function mirrorStep(): void {
   showTitle();
-  const wanted = `#${state.section}`;
   if (!state.started) return;
+  const now = stepNow();
   const first = !mirrored.once;
   mirrored.once = true;
-  if (location.hash === wanted) return;
-  // The first section replaces the step that opened the page.
-  if (first) history.replaceState(null, '', wanted);
-  else history.pushState(null, '', wanted);
+  if (sameStep(stepOf(history.state), now)) return;
+  const address = addressOf(now.section, now.at);
+  // The first place replaces the step that opened the page, and a link has made a step already.
+  if (first || history.state === null) history.replaceState(now, '', address);
+  else history.pushState(now, '', address);
 }
 
 function rebuild(): void {
@@ -92,24 +98,28 @@ function onChange(changes: ReadonlySet<Change>): void {
   }
   if (changes.has('offline') && !state.offline) toast(t('back'));
   for (const update of frame.updates) update();
-  if (!mirrored.once) mirrorSection();
   if (frame.section !== state.section) showSection(true);
   else frame.screen.update?.(changes);
+  mirrorStep();
 }
 
-function onHash(): void {
+// Back, Forward, and addresses that were typed or are links.
+function onHistory(): void {
+  const step = stepOf(history.state);
   const wanted = location.hash.slice(1);
-  if (wanted === ABOUT) {
+  if (step) {
+    goToStep(step);
+  } else if (wanted === ABOUT) {
     openAbout();
-    history.replaceState(null, '', `#${state.section}`);
-  } else if (isSection(wanted) && wanted !== state.section) {
-    goTo(wanted);
+    history.replaceState(stepNow(), '', addressOf(state.section, stepNow().at));
+  } else if (isSection(stepOfFragment(wanted).section)) {
+    goToStep(stepOfFragment(wanted), true);
   }
 }
 
 export function startFrame(): void {
   rebuild();
   listen(onChange);
-  addEventListener('hashchange', onHash);
-  addEventListener('popstate', onHash);
+  addEventListener('popstate', onHistory);
+  startKeys();
 }

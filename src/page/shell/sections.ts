@@ -7,6 +7,7 @@ import { across } from '../screens/across/across';
 import { advice } from '../screens/advice';
 import { explorer } from '../screens/explorer/explorer';
 import { find } from '../screens/find/find';
+import { largest } from '../screens/largest';
 import { map } from '../screens/map/map';
 import { overview } from '../screens/overview';
 import { picker } from '../screens/picker/picker';
@@ -14,10 +15,10 @@ import { types } from '../screens/types';
 import { el, icon } from '../ui/dom';
 
 const TITLES: Record<Section, PlainKey> = {
-  overview: 'secOverview', explorer: 'secExplorer', advice: 'secAdvice', types: 'secTypes',
+  overview: 'secOverview', explorer: 'secExplorer', advice: 'secAdvice', types: 'secTypes', largest: 'secLargest',
   map: 'secMap', find: 'secFind', across: 'secAcross', picker: 'secPicker',
 };
-const MAKERS: Record<Section, () => Screen> = { overview, explorer, advice, types, map, find, across, picker };
+const MAKERS: Record<Section, () => Screen> = { overview, explorer, advice, types, largest, map, find, across, picker };
 // Shown in the bar of narrow screens; the others are under "more".
 const FIRST: readonly Section[] = ['overview', 'explorer', 'advice', 'picker'];
 

@@ -9,6 +9,9 @@ import { el, icon, setAttribute } from './dom';
 import { KEYS } from './keys';
 
 export interface Column<R> {
+  id?: string; // columns that have one can be resized
+  optional?: boolean; // can be hidden
+  off?: boolean; // hidden unless chosen
   title: PlainKey;
   width: string;
   number?: boolean;
@@ -32,14 +35,31 @@ export interface TableOptions<R> {
   onActive?: (row: R, index: number) => void;
   onEnter?: (row: R, index: number) => void;
   onKey?: (event: KeyboardEvent, index: number) => boolean; // true: handled
-  onDelete?: (key: string | undefined) => void; // the active row, if it can be marked
+  onDelete?: (key: string | undefined, permanent: boolean) => void; // the active row, if it can be marked
+  onMenu?: (row: R, x: number, y: number) => void; // right click, long press, the menu key
+  onCopy?: (rows: readonly R[]) => void; // the marked rows, or else the active one
+  onScroll?: (row: number) => void; // the first row in view
+  layout?: TableLayout; // which columns are shown and how wide
   onSort?: (word: string) => void;
   decorate?: (element: HTMLElement, row: R, index: number) => void;
   grows?: boolean; // height follows its rows, within limits
 }
 
+export interface TableLayout {
+  shown: Record<string, boolean>;
+  widths: Record<string, number>;
+  keep: () => void;
+}
+
 const SPARE = 12;
+const WIDTH_STEP = 16;
+const LEAST_WIDTH = 48;
+const MOST_WIDTH = 1600;
+const GAPS = 12;
 let tables = 0;
+
+// The least width of a grid track.
+const leastOf = (width: string): string => /^minmax\(([^,]+),/.exec(width)?.[1] ?? width;
 
 interface PooledRow {
   element: HTMLElement;
@@ -58,26 +78,103 @@ export class Table<R> {
   private rowHeight = 32;
   private first = 0;
   private room = 0; // visible height for rows; cached, since reading it forces layout
+  private columns: Column<R>[] = []; // the ones that are shown
   private sorted: { word: string; down: boolean } | null = null;
   private readonly observer: ResizeObserver;
   active = 0;
 
   constructor(private readonly options: TableOptions<R>) {
-    const { columns } = options;
-    this.head = el('div', { class: 'head-row', role: 'rowgroup' }, el('div', { role: 'row', 'aria-rowindex': '1' }, columns.map((column) => this.headCell(column))));
+    this.head = el('div', { class: 'head-row', role: 'rowgroup' });
     this.root = el('div', {
       class: options.grows ? 'table grows' : 'table', role: options.role, tabindex: '0', 'aria-label': options.label,
       'aria-multiselectable': options.selection ? 'true' : null,
-      on: { keydown: (event) => this.key(event), click: (event) => this.click(event), dblclick: (event) => this.twice(event) },
+      on: { keydown: (event) => this.key(event), click: (event) => this.click(event), dblclick: (event) => this.twice(event), contextmenu: (event) => this.menu(event) },
     }, this.head, this.space);
-    this.root.style.setProperty('--columns-wide', columns.map((column) => column.width).join(' '));
-    this.root.style.setProperty('--columns-narrow', columns.filter((column) => !column.extra).map((column) => column.width).join(' '));
+    this.arrangeColumns();
     this.probe.style.visibility = 'hidden';
     this.space.append(this.probe);
-    this.root.addEventListener('scroll', () => this.draw(false), { passive: true });
+    this.root.addEventListener('scroll', () => {
+      this.draw(false);
+      options.onScroll?.(Math.floor(this.root.scrollTop / this.rowHeight));
+    }, { passive: true });
     this.root.addEventListener('focus', () => this.draw(true));
     this.observer = new ResizeObserver(() => this.measure());
     this.observer.observe(this.root);
+  }
+
+  // Makes the head and the rows again, for the columns that are shown.
+  private arrangeColumns(): void {
+    const { columns, layout } = this.options;
+    this.columns = columns.filter((column) => !column.optional || (layout?.shown[column.id ?? ''] ?? !column.off));
+    this.head.replaceChildren(el('div', { role: 'row', 'aria-rowindex': '1' }, this.columns.map((column) => this.headCell(column))));
+    while (this.pool.length > 0) this.pool.pop()!.element.remove();
+    this.setWidths();
+    if (this.sorted) this.showSort(this.sorted.word, this.sorted.down);
+    this.draw(true);
+  }
+
+  private widthOf(column: Column<R>): string {
+    const own = column.id === undefined ? undefined : this.options.layout?.widths[column.id];
+    return own === undefined ? column.width : `${own}px`;
+  }
+
+  private setWidths(): void {
+    const widths = this.columns.map((column) => this.widthOf(column));
+    const { style } = this.root;
+    style.setProperty('--columns-wide', widths.join(' '));
+    style.setProperty('--columns-narrow', this.columns.filter((column) => !column.extra).map((column) => column.width).join(' '));
+    // Rows are placed freely, so their least width has to be said.
+    style.setProperty('--least-wide', `calc(${widths.map(leastOf).join(' + ')} + ${widths.length * GAPS + 4}px)`);
+  }
+
+  get hidable(): { id: string; title: PlainKey; shown: boolean }[] {
+    return this.options.columns.filter((column) => column.optional && column.id).map((column) => ({ id: column.id!, title: column.title, shown: this.columns.includes(column) }));
+  }
+
+  toggleColumn(id: string): void {
+    const { layout } = this.options;
+    if (!layout) return;
+    layout.shown[id] = !this.columns.some((column) => column.id === id);
+    layout.keep();
+    this.arrangeColumns();
+  }
+
+  private resize(id: string, width: number, keep: boolean): void {
+    const { layout } = this.options;
+    if (!layout) return;
+    layout.widths[id] = Math.round(Math.max(LEAST_WIDTH, Math.min(MOST_WIDTH, width)));
+    this.setWidths();
+    if (keep) layout.keep();
+  }
+
+  // The edge of a heading, by which its column is made wider or narrower. For keys there are Shift and the
+  // arrows in the heading itself.
+  private grip(id: string, cell: HTMLElement): HTMLElement {
+    const grip = el('span', { class: 'grip', 'aria-hidden': 'true', on: {
+      pointerdown: (event) => {
+        event.preventDefault();
+        grip.setPointerCapture(event.pointerId);
+      },
+      pointermove: (event) => {
+        if (grip.hasPointerCapture(event.pointerId)) this.resize(id, event.clientX - cell.getBoundingClientRect().left, false);
+      },
+      pointerup: () => this.options.layout?.keep(),
+      click: (event) => event.stopPropagation(),
+      dblclick: (event) => {
+        event.stopPropagation();
+        delete this.options.layout?.widths[id];
+        this.setWidths();
+        this.options.layout?.keep();
+      },
+    } });
+    return grip;
+  }
+
+  private headKey(event: KeyboardEvent, id: string, cell: HTMLElement): void {
+    const step = { ArrowLeft: -WIDTH_STEP, ArrowRight: WIDTH_STEP }[event.key];
+    if (!step || !event.shiftKey) return;
+    event.preventDefault();
+    this.resize(id, cell.getBoundingClientRect().width + step, true);
   }
 
   private headCell(column: Column<R>): HTMLElement {
@@ -91,6 +188,11 @@ export class Table<R> {
       }, t(column.title), icon('down', 'arrow')));
     } else {
       cell.append(el('span', { class: column.hidden ? 'heard' : '' }, t(column.title)));
+    }
+    const { id } = column;
+    if (id !== undefined && this.options.layout) {
+      cell.append(this.grip(id, cell));
+      cell.addEventListener('keydown', (event) => this.headKey(event, id, cell));
     }
     return cell;
   }
@@ -194,7 +296,7 @@ export class Table<R> {
   }
 
   private makeRow(): PooledRow {
-    const cells = this.options.columns.map((column) => {
+    const cells = this.columns.map((column) => {
       const cell = column.make ? column.make() : el('div');
       cell.setAttribute('role', 'gridcell');
       if (column.number) cell.classList.add('number');
@@ -219,7 +321,7 @@ export class Table<R> {
       const markable = this.options.markable?.(row) ?? true;
       setAttribute(element, 'aria-selected', markable ? (this.options.selection.has(this.options.keyOf(row)) ? 'true' : 'false') : null);
     }
-    this.options.columns.forEach((column, at) => column.fill(cells[at]!, row, index));
+    this.columns.forEach((column, at) => column.fill(cells[at]!, row, index));
     this.options.decorate?.(element, row, index);
   }
 
@@ -314,11 +416,51 @@ export class Table<R> {
       this.options.onEnter?.(row, this.active);
     } else if (event.key === KEYS.delete && this.options.onDelete) {
       event.preventDefault();
-      this.options.onDelete(this.keyAt(this.active) ?? undefined);
+      this.options.onDelete(this.keyAt(this.active) ?? undefined, event.shiftKey);
+    } else if (event.key.toLowerCase() === 'c' && (event.ctrlKey || event.metaKey) && this.options.onCopy) {
+      event.preventDefault();
+      this.options.onCopy(this.chosenRows());
     } else if (event.key.toLowerCase() === 'a' && (event.ctrlKey || event.metaKey) && this.options.selection) {
       event.preventDefault();
       this.markAll();
     }
+  }
+
+  // The marked rows, or else the active one.
+  chosenRows(): R[] {
+    const { selection, keyOf } = this.options;
+    const marked = selection && selection.keys.size > 0 ? this.rows.filter((row) => selection.has(keyOf(row))) : [];
+    const active = this.rows[this.active];
+    return marked.length > 0 ? marked : active === undefined ? [] : [active];
+  }
+
+  // The row's menu at the pointer, or below the active row if a key asks for it.
+  private menu(event: MouseEvent): void {
+    const { onMenu } = this.options;
+    if (!onMenu) return;
+    const byKey = event.button !== 2 && (event as PointerEvent).pointerType !== 'touch';
+    const index = byKey ? this.active : this.indexOf(event);
+    const row = this.rows[index];
+    if (row === undefined) return;
+    event.preventDefault();
+    this.moveTo(index);
+    const box = this.pooled(index)?.element.getBoundingClientRect();
+    if (byKey && box) onMenu(row, box.left + 2 * this.rowHeight, box.bottom);
+    else onMenu(row, event.clientX, event.clientY);
+  }
+
+  // The same from a button in the row.
+  menuOf(index: number, button: HTMLElement): void {
+    const row = this.rows[index];
+    const box = button.getBoundingClientRect();
+    if (row === undefined) return;
+    this.moveTo(index);
+    this.options.onMenu?.(row, box.left, box.bottom);
+  }
+
+  // Scrolls so that this row is the first in view.
+  scrollToRow(index: number): void {
+    this.root.scrollTop = index * this.rowHeight;
   }
 
   private indexOf(event: Event): number {
@@ -329,6 +471,7 @@ export class Table<R> {
   private click(event: MouseEvent): void {
     const index = this.indexOf(event);
     if (index < 0 || (event.target as Element).closest('button, a, .twist')) return;
+    this.root.focus({ preventScroll: true });
     if (event.shiftKey) this.extend(index);
     else if (event.ctrlKey || event.metaKey || (event.target as Element).closest('.mark-cell')) this.mark(index);
     else this.options.selection?.startAt(index);
@@ -356,5 +499,16 @@ export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Co
     setAttribute(box, 'class', kind === 'open' ? 'mark' : `mark ${kind}`);
     const use = box.firstElementChild?.firstElementChild;
     if (use) setAttribute(use, 'href', kind === 'locked' ? '#i-lock' : '#i-check');
+  },
+});
+
+// The column with the button that opens a row's menu.
+export const menuColumn = <R>(has: (row: R) => boolean, open: (index: number, button: HTMLElement) => void): Column<R> => ({
+  title: 'colMenu', width: '1.75rem', hidden: true,
+  make: () => el('div', { class: 'menu-cell' }, el('button', { type: 'button', class: 'row-menu', tabindex: '-1', 'aria-label': t('menu'), title: t('menu') }, icon('dots'))),
+  fill: (cell, row, index) => {
+    const button = cell.firstElementChild as HTMLButtonElement;
+    button.hidden = !has(row);
+    button.onclick = () => open(index, button);
   },
 });

@@ -77,7 +77,7 @@ bool ListingTree::addFile(std::string_view path, std::uint64_t bytes, std::uint6
   const std::size_t types = result_.types.size();
   addToType(result_.types, name_, bytes);
   if (result_.types.size() > types) bytes_ += nodeBytes<TypeTotals>() + heapBytes(name_);
-  if (!options_.keeps(name_, bytes)) return true;
+  if (!options_.keeps(name_, bytes) || !options_.bounds.hold(bytes, modified)) return true;
   result_.files.push_back({folder, name_, bytes, modified});
   bytes_ += itemBytes<FileEntry>() + heapBytes(result_.files.back().name);
   return true;

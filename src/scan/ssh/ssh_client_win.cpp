@@ -1,3 +1,4 @@
+#include "base/paths.h"
 #include "base/text.h"
 #include "scan/ssh/ssh_scan.h"
 #include "scan/ssh/ssh_start.h"
@@ -64,8 +65,7 @@ std::wstring findSsh() {
   if (std::wstring ours = system + L"\\OpenSSH\\ssh.exe"; isFile(ours)) return ours;
   const FolderIdentity current(
       systemText([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); }));
-  const std::wstring program = programPath();
-  const FolderIdentity beside(program.substr(0, program.rfind(L'\\') + 1));
+  const FolderIdentity beside(std::wstring(folderPart(programPath())));
   const std::wstring path = systemText(
       [](wchar_t* text, DWORD size) { return GetEnvironmentVariableW(L"PATH", text, size); });
   for (const std::wstring& folder : absoluteFolders(path)) {
@@ -79,8 +79,8 @@ std::wstring findSsh() {
 
 class Child final : public SshProcess {
 public:
-  Child(KernelHandle output, KernelHandle process)
-      : output_(std::move(output)), process_(std::move(process)) {}
+  explicit Child(KernelHandle output) : output_(std::move(output)) {}
+  void runs(KernelHandle process) { process_ = std::move(process); }
 
   Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
             std::size_t& count) override {
@@ -208,12 +208,14 @@ std::unique_ptr<SshProcess> start(const std::wstring& commandLine, const Secret&
     failure = kSshPipe;
     return nullptr;
   }
+  auto child = std::make_unique<Child>(std::move(output)); // first: what runs has to be held
   KernelHandle process = startProcess(commandLine, writeEnd, password);
   if (!process.valid()) {
     failure = kSshMissing;
     return nullptr;
   }
-  return std::make_unique<Child>(std::move(output), std::move(process));
+  child->runs(std::move(process));
+  return child;
 }
 
 } // namespace

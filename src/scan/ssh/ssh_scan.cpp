@@ -5,6 +5,7 @@
 #include "scan/ssh/ssh_output.h"
 #include "scan/ssh/ssh_target.h"
 
+#include <utility>
 #include <vector>
 
 namespace vorda {
@@ -40,6 +41,15 @@ Ending readAll(SshProcess& process, const ScanProgress& progress, const ListingT
   return Ending::cancelled;
 }
 
+// Ends ssh, also when memory runs out: it would wait for somebody to read on.
+struct EndOfProcess {
+  SshProcess* process; // null once it has ended by itself
+  ~EndOfProcess() { now(); }
+  void now() {
+    if (process != nullptr) std::exchange(process, nullptr)->end();
+  }
+};
+
 // Whether the output ended before the listing did. find reports folders it could not read by 1;
 // ssh reports a lost connection by 255, and a shell a killed find by its signal.
 bool brokeOff(std::uint32_t exitCode, const SshOutput& output) {
@@ -67,12 +77,14 @@ bool sshScan(const SshStart& startSsh, ScanProgress& progress, const ScanOptions
       startSsh(sshCommandLine(*target, !password.empty()), password, failure);
   password.wipe();
   if (!process) return giveUp(progress, result, failure);
+  EndOfProcess ends = {process.get()};
   progress.setStatus(ScanStatus::sshList);
   ListingTree tree(toUtf8(target->path), options, result);
   SshOutput output(tree, result, progress);
   const Ending ending = readAll(*process, progress, tree, output);
   progress.phase = kPhaseSumming;
-  if (ending != Ending::complete) process->end();
+  if (ending == Ending::complete) ends.process = nullptr;
+  ends.now();
   const std::uint32_t exitCode = process->close(kWaitForEnd);
   if (ending == Ending::full) return giveUp(progress, result, kSshTooLarge);
   if (ending == Ending::cancelled) {

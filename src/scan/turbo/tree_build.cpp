@@ -286,9 +286,11 @@ void Builder::addFiles() {
     types_.add(file.name(), file.size);
     if (record < kFirstUserRecord || file.nameLength == 0) continue;
     if (file.size < options_.fileListThreshold) continue;
+    if (!options_.bounds.hold(file.size, file.modified)) continue;
     table_.names.read(file.name(), name);
     if (options_.keeps(name, file.size)) keep(index, name, file);
   }
+  if (taker_) taker_->finish();
   taker_.reset();
 }
 

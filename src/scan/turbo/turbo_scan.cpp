@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <mutex>
 #include <new>
-#include <system_error>
 #include <thread>
 
 namespace vorda {
@@ -96,11 +96,12 @@ std::string_view RecordReader::run() {
     workers.emplace_back(buffer.get() + i * chunkBytes, table_.names);
   }
   std::vector<std::thread> others;
+  others.reserve(kWorkers - 1); // so that nothing but a thread's start can fail while others run
   try {
     for (std::size_t i = 1; i < kWorkers; ++i) {
       others.emplace_back([this, &worker = workers[i]]() noexcept { work(worker); });
     }
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // Slower, but works with one thread.
   }
   work(workers[0]);
@@ -129,7 +130,7 @@ void RecordReader::work(Worker& worker) {
   try {
     Chunk chunk;
     while (readNext(worker, chunk) && parse(worker, chunk)) publish(chunk.count);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     fail(kMftMemory);
   }
 }

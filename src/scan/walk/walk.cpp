@@ -10,7 +10,10 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <iterator>
+#include <memory>
+#include <mutex>
 #include <system_error>
 #include <thread>
 
@@ -21,8 +24,11 @@ namespace {
 // Virtual file systems of a WSL distribution; their sizes are meaningless.
 constexpr std::array<std::wstring_view, 5> kVirtualFolders = {L"proc", L"sys", L"dev", L"run",
                                                               L"mnt"};
-constexpr unsigned kPublishEvery = 64;      // folders per worker
-constexpr std::size_t kAddAtOnce = 64;      // subfolders found before they are queued
+constexpr unsigned kPublishEvery = 64;  // folders per worker
+constexpr std::size_t kAddAtOnce = 64;  // subfolders found before they are queued
+constexpr std::size_t kMostTops = 4096; // folders in the root that are counted by themselves
+constexpr std::size_t kTopsShown = 40;
+constexpr std::chrono::milliseconds kTopsEvery{250};
 constexpr unsigned kCancelCheckMask = 1023; // items between checks of the cancel flag
 
 struct FinishedFolder {
@@ -33,7 +39,7 @@ struct FinishedFolder {
   std::uint64_t ownFiles;
 };
 
-// The partial result of one worker. While it works, other threads read only the two atomics.
+// The partial result of one worker. While it works, other threads read only the atomics.
 struct alignas(64) WalkWorker {
   std::atomic<std::uint64_t> files{0};
   std::atomic<std::uint64_t> bytes{0};
@@ -43,6 +49,8 @@ struct alignas(64) WalkWorker {
   std::uint32_t unreadableFolders = 0;
   std::uint32_t skippedFolders = 0;
   unsigned finishedFolders = 0;
+  // By the number of a folder in the root. Others read it to publish.
+  std::unique_ptr<std::atomic<std::uint64_t>[]> tops;
   std::unique_ptr<FileTaker> taker; // only with a sink
 };
 
@@ -58,6 +66,11 @@ public:
       : source_(source), progress_(progress), options_(options), queue_(rootTask(root)),
         workers_(workers) {
     wholeDistribution_ = isWslDistribution(root);
+    // A search is not about folders.
+    for (WalkWorker& worker : workers_) {
+      if (options_.sink != nullptr) break;
+      worker.tops = std::make_unique<std::atomic<std::uint64_t>[]>(kMostTops);
+    }
   }
 
   void run() {
@@ -65,13 +78,14 @@ public:
     threads.reserve(workers_.size());
     try {
       for (WalkWorker& worker : workers_) {
-        threads.emplace_back([this, &worker]() noexcept { work(worker); });
+        threads.emplace_back([this, &worker]() noexcept { tryToWork(worker); });
       }
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       // No more threads are available: continue with those that started and this one.
-      work(workers_[threads.size()]);
+      tryToWork(workers_[threads.size()]);
     }
     for (std::thread& thread : threads) thread.join();
+    if (failure_) std::rethrow_exception(failure_);
   }
 
   void mergeInto(ScanResult& result);
@@ -87,13 +101,16 @@ private:
   }
 
   void work(WalkWorker& worker);
+  void tryToWork(WalkWorker& worker) noexcept;
   void readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask& task,
                   std::vector<FolderTask>& found);
-  static void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item);
+  void keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) const;
   bool isLeftOut(const std::wstring& path) const;
   void addFolder(WalkWorker& worker, const FolderTask& task, const FolderItem& item,
                  std::vector<FolderTask>& found);
   void publish(const FolderTask& task);
+  std::uint32_t numberTop(std::wstring_view name);
+  void publishTops();
 
   FolderSource& source_;
   ScanProgress& progress_;
@@ -104,8 +121,26 @@ private:
   std::atomic<std::uint64_t> publishedFolders_{0};
   std::atomic<bool> cutShort_{false}; // something was not read because of a cancel
   std::atomic<bool> rootUnreadable_{false};
+  std::mutex failing_;
+  std::exception_ptr failure_; // guarded by failing_ while there are workers
   bool wholeDistribution_ = false;
+  // Of the folders in the root, by number less one: written by the worker that reads the root, before
+  // any of them is queued for the others.
+  std::vector<std::wstring> topNames_;
+  std::mutex topMutex_; // for the names, and for publishing one at a time
+  ScanClock::time_point topsPublished_ = ScanClock::now();
 };
+
+// What one worker cannot do, for want of memory above all, fails the whole walk.
+void Walk::tryToWork(WalkWorker& worker) noexcept {
+  try {
+    work(worker);
+  } catch (...) {
+    const std::lock_guard lock(failing_);
+    failure_ = std::current_exception();
+    queue_.stop();
+  }
+}
 
 void Walk::work(WalkWorker& worker) {
   const std::unique_ptr<FolderReader> reader = source_.reader();
@@ -123,6 +158,7 @@ void Walk::work(WalkWorker& worker) {
     }
     more = queue_.finishAndTake(found, task);
   }
+  if (worker.taker) worker.taker->finish();
   worker.taker.reset();
 }
 
@@ -159,12 +195,17 @@ void Walk::readFolder(WalkWorker& worker, FolderReader& reader, const FolderTask
                      std::memory_order_relaxed);
   worker.files.store(worker.files.load(std::memory_order_relaxed) + files,
                      std::memory_order_relaxed);
+  if (worker.tops && task.top > 0) {
+    std::atomic<std::uint64_t>& top = worker.tops[task.top - 1];
+    top.store(top.load(std::memory_order_relaxed) + bytes, std::memory_order_relaxed);
+  }
   if (worker.taker) return;
   worker.folders.push_back({task.index, task.parent, std::wstring(task.name()), bytes, files});
 }
 
-void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) {
+void Walk::keep(WalkWorker& worker, const FolderTask& task, const FolderItem& item) const {
   const std::uint64_t modified = unixMsFromFileTime(item.lastWrite);
+  if (!options_.bounds.hold(item.size, modified)) return;
   if (worker.taker) {
     worker.taker->take({task.path, item.name, item.size, modified});
   } else {
@@ -190,8 +231,38 @@ void Walk::addFolder(WalkWorker& worker, const FolderTask& task, const FolderIte
   child.parent = task.index;
   child.nameStart = child.path.size() - item.name.size();
   child.literal = task.literal || losesItsEnd(item.name);
+  child.top = task.root ? numberTop(item.name) : task.top;
   found.push_back(std::move(child));
   if (found.size() == kAddAtOnce) queue_.add(found);
+}
+
+std::uint32_t Walk::numberTop(std::wstring_view name) {
+  if (options_.sink != nullptr) return 0;
+  const std::lock_guard lock(topMutex_);
+  if (topNames_.size() == kMostTops) return 0;
+  topNames_.emplace_back(name);
+  return static_cast<std::uint32_t>(topNames_.size());
+}
+
+void Walk::publishTops() {
+  // Whoever comes while another one is at it has nothing newer to say.
+  const std::unique_lock lock(topMutex_, std::try_to_lock);
+  const ScanClock::time_point now = ScanClock::now();
+  if (!lock || now - topsPublished_ < kTopsEvery) return;
+  topsPublished_ = now;
+  std::vector<TopFolder> tops;
+  for (std::size_t i = 0; i < topNames_.size(); ++i) {
+    std::uint64_t bytes = 0;
+    for (const WalkWorker& worker : workers_) {
+      bytes += worker.tops[i].load(std::memory_order_relaxed);
+    }
+    if (bytes > 0) tops.push_back({topNames_[i], bytes});
+  }
+  const std::size_t shown = std::min(tops.size(), kTopsShown);
+  std::partial_sort(tops.begin(), tops.begin() + static_cast<std::ptrdiff_t>(shown), tops.end(),
+                    [](const TopFolder& a, const TopFolder& b) { return a.bytes > b.bytes; });
+  tops.resize(shown);
+  progress_.edit([&tops](ProgressTexts& texts) { texts.top = std::move(tops); });
 }
 
 void Walk::publish(const FolderTask& task) {
@@ -205,6 +276,7 @@ void Walk::publish(const FolderTask& task) {
   progress_.bytes = bytes;
   progress_.dirs = publishedFolders_.fetch_add(kPublishEvery) + kPublishEvery;
   progress_.edit([&task](ProgressTexts& texts) { texts.current = task.path; });
+  if (options_.sink == nullptr) publishTops();
 }
 
 void Walk::mergeInto(ScanResult& result) {
@@ -266,6 +338,7 @@ bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& optio
   if (workers == 0) workers = workerCount(std::thread::hardware_concurrency(), result.rootPath);
   Walk walk(source, progress, options, result.rootPath, workers);
   walk.run();
+  progress.edit([](ProgressTexts& texts) { texts.top.clear(); });
   if (walk.rootUnreadable()) return noSuchDir();
   progress.phase = kPhaseSumming;
   progress.setStatus(ScanStatus::merging);

@@ -15,6 +15,7 @@ namespace vorda {
 // counted nor followed. A folder that cannot be listed stays in the table, empty, and counts in
 // unreadableFolders. A cancelled walk succeeds with the part read so far, marked as partial.
 // False with the failure word kNoSuchDir if the root is not a folder or cannot be listed.
+// An exception in one worker ends them all and is passed on.
 // workers: number of threads; 0: workerCount decides.
 bool walk(FolderSource& source, ScanProgress& progress, const ScanOptions& options,
           ScanResult& result, unsigned workers = 0);

@@ -33,6 +33,14 @@ bool WalkQueue::finishAndTake(std::vector<FolderTask>& found, FolderTask& task) 
   return waitAndTake(lock, task);
 }
 
+void WalkQueue::stop() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopped_ = true;
+  }
+  changed_.notify_all();
+}
+
 // Returns how many waiting workers to wake.
 std::size_t WalkQueue::append(std::vector<FolderTask>& found) {
   const std::size_t count = found.size();
@@ -43,8 +51,8 @@ std::size_t WalkQueue::append(std::vector<FolderTask>& found) {
 }
 
 bool WalkQueue::waitAndTake(std::unique_lock<std::mutex>& lock, FolderTask& task) {
-  while (tasks_.empty()) {
-    if (busy_ == 0) {
+  while (stopped_ || tasks_.empty()) {
+    if (stopped_ || busy_ == 0) {
       lock.unlock();
       changed_.notify_all();
       return false;

@@ -19,6 +19,7 @@ struct FolderTask {
   std::uint32_t parent = 0xFFFFFFFF;
   std::wstring path;         // without the prefix for long paths
   std::size_t nameStart = 0; // offset of the folder's own name in path
+  std::uint32_t top = 0; // number of the folder in the root that this one is or lies in; 0: of none
   bool root = false;
   bool literal = false; // see FolderReader::open
 
@@ -38,7 +39,11 @@ public:
   // add() and take() under one lock, for a worker that has finished its folder.
   bool finishAndTake(std::vector<FolderTask>& found, FolderTask& task);
 
+  // Ends the walk: nobody gets another task. For a worker that cannot go on.
+  void stop();
+
 private:
+  // Adds nothing if it throws.
   std::size_t append(std::vector<FolderTask>& found);
   bool waitAndTake(std::unique_lock<std::mutex>& lock, FolderTask& task);
   void wake(std::size_t workers);
@@ -48,6 +53,7 @@ private:
   std::deque<FolderTask> tasks_;
   std::size_t busy_ = 0;
   std::size_t waiting_ = 0;
+  bool stopped_ = false;
 };
 
 } // namespace vorda

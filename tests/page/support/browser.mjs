@@ -29,7 +29,7 @@ export async function openTab(t, { expected = null, ...options } = {}) {
   context.on('weberror', (error) => complain(error.error().stack));
   context.on('console', (message) => {
     // A test's server may end before its tab; requests that fail because of that are not the page's fault.
-    if (message.type() === 'error' && !/ERR_CONNECTION/.test(message.text())) complain(message.text());
+    if (message.type() === 'error' && !/ERR_CONNECTION|ERR_EMPTY_RESPONSE/.test(message.text())) complain(message.text());
   });
   context.on('request', (request) => {
     const { origin, protocol } = new URL(request.url());
@@ -79,10 +79,10 @@ export const goTo = async (tab, section, title) => {
 };
 
 // Opens the dialog for the marked items and waits for the dry run.
-export async function openDialog(tab, button = 'Delete marked') {
+export async function openDialog(tab, button = 'Delete selected') {
   await tab.getByRole('button', { name: button }).click();
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByText(/would go,|None of this/).waitFor();
+  await dialog.getByText(/will be deleted,|None of this/).waitFor();
   return dialog;
 }
 
@@ -107,6 +107,11 @@ export const mark = (table, name) => row(table, name).locator('.mark-cell').clic
 // The texts of the cells of all rows in the document.
 export const rowsOf = (table) => table.locator('.trow[aria-rowindex]').evaluateAll((rows) => rows
   .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => [...one.children].map((cell) => cell.innerText.trim())));
+
+// The paths of the rows that a dialog shows in one of its tables.
+export const pathsIn = (dialog, name) => dialog.getByRole('grid', { name }).locator('.trow[title]').evaluateAll((rows) => rows
+  .sort((a, b) => a.ariaRowIndex - b.ariaRowIndex).map((one) => one.title));
+export const GOING = 'What will be deleted';
 
 // Scans a path typed into the picker and waits for its overview.
 export async function scan(tab, target) {

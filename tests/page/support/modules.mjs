@@ -2,7 +2,10 @@
 import { fileURLToPath } from 'node:url';
 import { has } from '../../system/support/home.mjs';
 
-const names = ['address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'tree', 'units', 'failure_texts', 'bin', 'winnable'];
+const names = [
+  'address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable', 'review', 'keeping', 'question', 'csv', 'hosts',
+];
+
 const bundle = async () => (await import('esbuild')).build({
   stdin: {
     contents: names.map((name) => `export * as ${name} from './core/${name}';`).join('') +

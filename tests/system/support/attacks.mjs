@@ -1,7 +1,9 @@
 // What a hostile client may do to the program. Each attack makes one connection, works on it until it ends
 // or is stopped, and says how it went: 'closed', or the first line of an answer.
-import { setMaxListeners } from 'node:events';
+import { fork } from 'node:child_process';
+import { once, setMaxListeners } from 'node:events';
 import net from 'node:net';
+import { fileURLToPath } from 'node:url';
 
 const MiB = 2 ** 20;
 const HEAD_LIMIT = 8 * MiB;
@@ -65,7 +67,7 @@ export const ATTACKS = {
 };
 
 // Keeps so many connections of one attack going until `stop` fires; counts in `outcomes` how they ended.
-export function attack(name, port, { connections, stop, outcomes = {} }) {
+export function attack(name, port, { connections, stop, outcomes }) {
   setMaxListeners(0, stop);
   const one = async () => {
     while (!stop.aborted) {
@@ -75,4 +77,18 @@ export function attack(name, port, { connections, stop, outcomes = {} }) {
     }
   };
   return Promise.all(Array.from({ length: connections }, one));
+}
+
+// Starts attacks from a process of their own; { name: connections }. `outcomes` is kept up to date.
+export function startAttacks(t, port, connections) {
+  const attacker = fork(fileURLToPath(new URL('attacker.mjs', import.meta.url)), [String(port), JSON.stringify(connections)]);
+  t.after(() => attacker.kill('SIGKILL'));
+  const outcomes = {};
+  attacker.on('message', (told) => Object.assign(outcomes, told));
+  const stop = () => {
+    const ended = once(attacker, 'exit');
+    attacker.send('stop');
+    return ended;
+  };
+  return { outcomes, stop };
 }

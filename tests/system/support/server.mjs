@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
+import './description.mjs';
 import { startSilent } from './vorda.mjs';
 
 // Whether nobody listens on a port now.

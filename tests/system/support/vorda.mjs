@@ -11,6 +11,7 @@ import { makePrefix, removePrefix, wineChatter, wineCommand } from './wine.mjs';
 
 export { exe };
 export const helper = testProgram('update_helper_win.exe');
+export const companion = path.join(path.dirname(exe), 'vorda.com');
 export const projectVersion =
   /^project\(vorda VERSION (\S+)/m.exec(fs.readFileSync(path.join(repo, 'CMakeLists.txt'), 'utf8'))[1];
 const onWindows = home !== 'wine';

@@ -25,6 +25,8 @@ struct App {
   int elevations = 0;
   bool elevated = true;
   std::vector<std::wstring> revealed;
+  int binsOpened = 0;
+  std::vector<std::pair<Opening, std::wstring>> opened;
 
   App() {
     auto memory = std::make_unique<MemoryDisk>();
@@ -53,11 +55,18 @@ struct App {
       return list;
     };
     state.update = {"1.9.0", "https://x/get", [] { return updateOffline(); }};
+    state.about = [] { return AboutFacts{L"1.9.0", true, L"", L"C:\\r\\crash.dmp", 7}; };
+    state.session.description = [] { return std::string("{\"openapi\":1}"); };
     state.session.page = [] { return std::string("<p>page</p>"); };
     state.session.quitSoon = [this] { ++quits; };
     state.session.elevated = [this] { return elevated; };
     state.session.elevateSoon = [this] { ++elevations; };
+    state.session.openBin = [this] { ++binsOpened; };
     state.session.reveal = [this](const std::wstring& path) { revealed.push_back(path); };
+    state.session.open = [this](Opening what, const std::wstring& path) {
+      opened.emplace_back(what, path);
+      return std::string_view();
+    };
   }
 
   // Background runs use the state until they end.

@@ -102,11 +102,11 @@ private:
     File(MemoryContents& owner, std::wstring path, MemoryFile file, Writers writers)
         : owner_(owner), path_(std::move(path)), file_(std::move(file)), writers_(writers) {
       const std::lock_guard lock(owner_.mutex_);
-      owner_.open_.emplace(path_, writers_);
+      place_ = owner_.open_.emplace(path_, writers_);
     }
     ~File() override {
       const std::lock_guard lock(owner_.mutex_);
-      owner_.open_.erase(owner_.open_.find({path_, writers_}));
+      owner_.open_.erase(place_);
     }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
@@ -139,6 +139,7 @@ private:
     std::wstring path_;
     MemoryFile file_;
     Writers writers_;
+    std::multiset<std::pair<std::wstring, Writers>>::iterator place_;
   };
 
   class ChecksumHasher final : public Hasher {

@@ -45,7 +45,8 @@ public:
   std::vector<std::wstring> endingEarly;             // folders whose listing fails at the end
   std::function<void(const std::wstring&)> onRemove; // called before an entry is removed by handle
   std::vector<std::wstring> removedByHandle;
-  bool linksAreStuck = false; // the system cannot open a link as such
+  bool linksAreStuck = false;    // the system cannot open a link as such
+  std::set<std::wstring> denied; // paths that this account may not delete
   std::string log;
   bool logFails = false;
   bool journalFails = false;
@@ -271,6 +272,16 @@ public:
       if (!one->open) found.push_back({one->bytes, open(*one)});
     }
     return found;
+  }
+  std::optional<LogEnd> endOfLog(std::size_t mostBytes) override {
+    if (logFails) return std::nullopt;
+    const std::size_t length = std::min(log.size(), mostBytes);
+    return LogEnd{log.substr(log.size() - length), length == log.size()};
+  }
+  int deletionProblem(const std::wstring& path, bool) override {
+    const DiskNode* node = resolve(path, false);
+    if (node == nullptr) return 2;
+    return denied.contains(path) ? 5 : node->locked ? 32 : 0;
   }
   LocalTime now() override { return {2026, 1, 2, 3, 4, 5}; }
 

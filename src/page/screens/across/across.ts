@@ -1,11 +1,12 @@
 // Files with equal contents, across all scans: a form, its progress, and the groups.
 import type { AcrossAnswer, CopyGroup } from '../../core/answers';
 import { known, percent, size, t, text } from '../../core/i18n';
+import { typedNumber } from '../../core/question';
 import { shareOf } from '../../core/units';
 import { duplicates } from '../../data/runs';
 import { state } from '../../data/state';
 import type { Screen } from '../../flows/screen';
-import { boundInput, chosenScans, leftOut, scanChoices, typedNumber } from '../../flows/search_form';
+import { boundInput, chosenScans, leftOut, scanChoices } from '../../flows/search_form';
 import { SearchFrame } from '../../flows/search_frame';
 import { el, field, setAttribute, type Child } from '../../ui/dom';
 import { GroupList, marks } from './groups';
@@ -41,7 +42,8 @@ function showProgress(bar: HTMLElement, done: HTMLElement, answer: AcrossAnswer)
   return answer.total ? `${words}, ${t('acRead', { read: size(answer.read ?? 0), total: size(answer.total) })}` : words;
 }
 
-function found({ groups = [], count, waste = 0 }: AcrossAnswer): string {
+function found({ groups = [], count, waste = 0, emptied }: AcrossAnswer): string {
+  if (emptied) return t('acAllGone');
   return groups.length === 0 ? `${t('acNone')} ${t('acNoneText')}`
     : t('acFound', { groups: t('nGroups', { n: count ?? groups.length }), size: size(waste) });
 }

@@ -1,16 +1,19 @@
 // The columns of the tree table.
-import { count, percent, size } from '../../core/i18n';
+import { count, date, percent, size, t } from '../../core/i18n';
 import { entryName } from '../../core/names';
-import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind, type TreeRow } from '../../core/tree';
+import { shown } from '../../core/paths';
+import { isFailed, isFile, isFolder, isItem, isLoading, type EntryKind } from '../../core/entry';
+import type { TreeRow } from '../../core/tree';
+import { extensionOf } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
-import { markColumn, retryButton, type Column } from '../../ui/table';
+import { markColumn, menuColumn, retryButton, type Column } from '../../ui/table';
 
 const INDENT = 6;
 const STEP = 14;
 const RAILS = 6;
 
-const ICONS: Record<EntryKind, string> = { folder: 'folder', file: 'file', smaller: 'rest', loose: 'rest', loading: 'rest', failed: 'warning' };
+const ICONS: Record<EntryKind, string> = { folder: 'folder', file: 'file', smaller: 'rest', loose: 'rest', more: 'rest', gone: 'rest', loading: 'rest', failed: 'warning' };
 
 const railColour = (level: number): string => `var(--rail-${((level - 1) % RAILS) + 1})`;
 
@@ -45,29 +48,44 @@ function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void, retry: ()
   again.onclick = retry;
 }
 
+const hasFigures = ({ entry }: TreeRow): boolean => !isFailed(entry) && !isLoading(entry);
+const typeText = ({ entry }: TreeRow): string => (isFolder(entry) ? t('typeFolder') : isFile(entry) ? shown(extensionOf(entry.name).slice(0, 30)) : '');
+
 export interface TreeContext {
   whole: () => number; // bytes of the whole scan
+  value: (row: TreeRow) => number; // its size by the measure that was chosen
   parentSize: (row: TreeRow) => number;
+  knowsDisk: boolean;
   canMark: (row: TreeRow) => boolean;
   toggle: (index: number) => void; // expands or collapses a row
   retry: (row: TreeRow) => void; // loads a folder again that could not be loaded
+  menu: (index: number, button: HTMLElement) => void;
 }
 
-export const columns = ({ whole, parentSize, canMark, toggle, retry }: TreeContext): Column<TreeRow>[] => [
-  markColumn((row) => (canMark(row) ? 'open' : 'none')),
+const shareColumn = ({ whole, value, parentSize }: TreeContext): Column<TreeRow> => ({
+  id: 'share', optional: true, title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
+  make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
+  fill: (cell, row) => {
+    const share = row.depth === 0 ? 1 : shareOf(value(row), parentSize(row));
+    (cell.firstElementChild!.firstElementChild as HTMLElement).style.width = `${share * 100}%`;
+    setText(cell.lastElementChild!, !hasFigures(row) || whole() === 0 ? '' : percent(share));
+  },
+});
+
+export const columns = (context: TreeContext): Column<TreeRow>[] => [
+  markColumn((row) => (context.canMark(row) ? 'open' : 'none')),
   {
-    title: 'colName', width: 'minmax(9rem, 6fr)', fill: (cell, row, index) => fillName(cell, row, () => toggle(index), () => retry(row)),
+    id: 'name', title: 'colName', width: 'minmax(9rem, 6fr)', sort: 'name', fill: (cell, row, index) => fillName(cell, row, () => context.toggle(index), () => context.retry(row)),
     make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' }), retryButton()),
   },
-  { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, isFailed(row.entry) || isLoading(row.entry) ? '' : size(row.entry.s)) },
-  {
-    title: 'colShare', width: 'minmax(6.5rem, 2fr)', extra: true,
-    make: () => el('div', { class: 'share' }, el('span', { class: 'meter', 'aria-hidden': 'true' }, el('span')), el('span', { class: 'percent' })),
-    fill: (cell, row) => {
-      const share = row.depth === 0 ? 1 : shareOf(row.entry.s, parentSize(row));
-      (cell.firstElementChild!.firstElementChild as HTMLElement).style.width = `${share * 100}%`;
-      setText(cell.lastElementChild!, isFailed(row.entry) || whole() === 0 ? '' : percent(share));
-    },
-  },
-  { title: 'colFiles', width: '5rem', number: true, extra: true, fill: (cell, row) => setText(cell, isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f)) },
+  { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, hasFigures(row) ? size(context.value(row)) : '') },
+  ...(context.knowsDisk ? [{
+    id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', number: true, extra: true,
+    fill: (cell: HTMLElement, row: TreeRow) => setText(cell, row.entry.a === undefined ? '' : size(row.entry.a)),
+  } as const] : []),
+  shareColumn(context),
+  { id: 'files', optional: true, title: 'colFiles', width: '5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f)) },
+  { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.entry.m)) },
+  { id: 'type', optional: true, off: true, title: 'colType', width: '5rem', sort: 'type', extra: true, make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeText(row)) },
+  menuColumn((row) => isItem(row.entry), context.menu),
 ];

@@ -1,25 +1,63 @@
 // The file finder: a form, its progress, and a table of up to 20,000 hits.
 import type { FindAnswer, Hit } from '../../core/answers';
-import { phrase, size, t } from '../../core/i18n';
+import { percent, phrase, seconds, size, t } from '../../core/i18n';
+import { ALL_KINDS, kindOfList, KINDS, type Kind } from '../../core/kinds';
+import { isEnough, questionText, UNITS, type Unit } from '../../core/question';
+import { shareOf } from '../../core/units';
 import { finder } from '../../data/runs';
-import { state } from '../../data/state';
-import { entered, ORDERS, startFinding, UNITS, type Unit } from '../../flows/find_form';
+import { jobById, state } from '../../data/state';
+import { ask, entered, forgetQuestion, known, ORDERS, savedQuestions, saveQuestion, startFinding } from '../../flows/find_form';
 import type { Screen } from '../../flows/screen';
-import { boundInput, boundSelect, leftOut, scanChoices } from '../../flows/search_form';
+import { boundInput, boundSelect, chosenScans, leftOut, scanChoices } from '../../flows/search_form';
 import { SearchFrame } from '../../flows/search_frame';
-import { el, field, type Child } from '../../ui/dom';
+import { button, el, field, fill, iconButton, inert, setAttribute, type Child } from '../../ui/dom';
+import { toast } from '../../ui/toast';
 import { HitList } from './hits';
 
+const ALL_UNITS = Object.keys(UNITS) as Unit[];
+
+function savedList(): HTMLElement {
+  const list = el('div', { class: 'line saved' });
+  const show = (): void => fill(list, savedQuestions().map((asked) => el('span', { class: 'tag' },
+    el('button', { type: 'button', class: 'link', on: { click: () => {
+      ask(asked);
+    } } }, inert(questionText(asked))),
+    iconButton('remove', `${t('fiForget')}: ${questionText(asked)}`, () => {
+      forgetQuestion(asked);
+      show();
+    }))), button(t('fiSave'), () => {
+      if (!isEnough(entered)) {
+        toast(t('fiNotYet'));
+        return;
+      }
+      saveQuestion();
+      show();
+    }, { class: 'plain' }));
+  show();
+  return list;
+}
+
 function form(go: HTMLElement, begin: () => void): Child {
-  const unit = boundSelect(entered, 'unit', Object.keys(UNITS) as Unit[], (one) => one, { 'aria-label': t('fiUnit') });
-  const sort = boundSelect(entered, 'sort', ORDERS, (one) => phrase('sort_', one));
+  const exts = boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') });
+  const chosen = { kind: kindOfList(entered.exts) };
+  const kind = boundSelect(chosen, 'kind', ['', ...ALL_KINDS], (one) => (one ? phrase('kind_', one) : t('fiAnyKind')));
+  kind.addEventListener('change', () => {
+    entered.exts = exts.value = chosen.kind ? KINDS[chosen.kind as Kind] : '';
+  });
+  const bound = (name: 'min' | 'max', unit: 'unit' | 'maxUnit', label: string): HTMLElement =>
+    field(label, boundInput(entered, name, begin, { inputmode: 'decimal' }), { class: 'pair', after: boundSelect(entered, unit, ALL_UNITS, (one) => one, { 'aria-label': `${t('fiUnit')}: ${label}` }) });
+  const day = (name: 'after' | 'before', label: string): HTMLElement => field(label, boundInput(entered, name, begin, { type: 'date' }), { class: 'natural' });
+  const more = [entered.max, entered.after, entered.before, entered.in].some(Boolean);
   return [
     el('div', { class: 'form' },
       field(t('fiNames'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
-      field(t('fiExts'), boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') })),
-      field(t('fiMin'), boundInput(entered, 'min', begin, { inputmode: 'decimal' }), { class: 'pair', after: unit }),
-      field(t('fiSort'), sort, { class: 'natural' }), go),
-    scanChoices(entered.without),
+      field(t('fiExts'), exts),
+      bound('min', 'unit', t('fiMin')),
+      field(t('fiSort'), boundSelect(entered, 'sort', ORDERS, (one) => phrase('sort_', one)), { class: 'natural' }), go),
+    el('details', { open: more }, el('summary', {}, t('fiMore')), el('div', { class: 'form' },
+      field(t('fiKind'), kind, { class: 'natural' }), bound('max', 'maxUnit', t('fiMax')), day('before', t('fiBefore')), day('after', t('fiAfter')),
+      field(t('fiIn'), boundInput(entered, 'in', begin, { placeholder: t('folderHint') })))),
+    scanChoices(entered.without), savedList(),
   ];
 }
 
@@ -27,23 +65,30 @@ function found({ count = 0, bytes = 0 }: FindAnswer): string {
   return count === 0 ? `${t('fiNone')} ${t('fiNoneText')}` : t('fiFound', { files: t('nFiles', { n: count }), size: size(bytes) });
 }
 
+// How much of the disk is read, by the files that the scans found there.
+const shareDone = ({ seen = 0 }: FindAnswer): number =>
+  Math.min(0.99, shareOf(seen, chosenScans(entered.without).reduce((sum, id) => sum + (jobById(id)?.files ?? 0), 0)));
+
 export function find(): Screen {
-  const bar = el('div', { class: 'progress unknown', role: 'progressbar', 'aria-label': t('fiTitle') }, el('span'));
+  const done = el('span', { class: 'moves' });
+  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('fiTitle') }, done);
   return new SearchFrame<FindAnswer, Hit>({
     title: 'fiTitle', intro: 'fiIntro', go: { text: 'fiStart', icon: 'find' },
     run: finder, answer: () => state.find, start: startFinding, form, bar, found,
     running: (answer) => {
-      const words = t('fiRunning', {
-        found: answer.found ?? 0, seen: answer.seen ?? 0, done: answer.scans_done ?? 0, scans: t('nScans', { n: answer.scans ?? 0 }),
-      });
-      bar.setAttribute('aria-valuetext', words);
-      return words;
+      const share = shareDone(answer);
+      const words = t('fiRunning', { found: answer.found ?? 0, seen: answer.seen ?? 0, percent: percent(share) });
+      done.style.width = `${share * 100}%`;
+      setAttribute(bar, 'aria-valuenow', Math.round(share * 100));
+      setAttribute(bar, 'aria-valuetext', words);
+      return known.began > 0 ? `${words}, ${seconds((Date.now() - known.began) / 1000)}` : words;
     },
     notes: (answer) => [
+      answer?.running && known.hits.length > 0 ? el('p', {}, t('fiKnown')) : null,
       answer?.capped ? el('p', {}, t('fiCapped', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
       leftOut(answer),
     ],
-    hitsOf: (answer) => answer.files,
+    hitsOf: (answer) => answer.files ?? (answer.running && known.hits.length > 0 ? known.hits : undefined),
     list: new HitList(),
   });
 }

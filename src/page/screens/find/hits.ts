@@ -1,14 +1,19 @@
 // The table of hits, which can be filtered, sorted and marked.
 import type { Hit } from '../../core/answers';
+import { csvOf, utcDate } from '../../core/csv';
 import { date, phrase, size, t } from '../../core/i18n';
-import { baseName, shown } from '../../core/paths';
+import { nameOf } from '../../core/job';
+import { baseName, fileNameOf, shown } from '../../core/paths';
+import { questionText } from '../../core/question';
+import { jobById } from '../../data/state';
 import { openDeletion } from '../../flows/deletion';
 import { showHit } from '../../flows/details';
-import { findMarks } from '../../flows/find_form';
+import { findMarks, known } from '../../flows/find_form';
 import { marksBar, type MarksBar } from '../../flows/marks';
 import { reveal } from '../../flows/places';
 import type { ResultList } from '../../flows/search_frame';
-import { el, setAttribute, setText, type Child } from '../../ui/dom';
+import { button, el, setAttribute, setText, type Child } from '../../ui/dom';
+import { download } from '../../ui/download';
 import { markColumn, Table, type Column } from '../../ui/table';
 import { copyText } from '../../ui/toast';
 
@@ -71,7 +76,14 @@ export class HitList implements ResultList<Hit> {
   open(): Child {
     this.table = this.makeTable();
     if (this.order) this.table.showSort(this.order.word, this.order.down);
-    return [el('div', { class: 'line' }, this.filter, this.filtered), this.bar.root, this.table.root];
+    return [el('div', { class: 'line' }, this.filter, this.filtered, button(t('exportHits'), () => this.save(), { icon: 'download', class: 'plain push' })), this.bar.root, this.table.root];
+  }
+
+  // The rows as they are shown, named by scan and question.
+  private save(): void {
+    const scans = [...new Set(this.rows.map((hit) => hit.job))].map((id) => jobById(id)).filter((job) => job !== undefined).map(nameOf);
+    download(`vorda-${fileNameOf([...scans, questionText(known.asked)].join(' '))}.csv`,
+      csvOf(['path', 'bytes', 'modified'], this.rows.map((hit) => [hit.p, hit.s, utcDate(hit.m)])));
   }
 
   show(hits: readonly Hit[]): void {

@@ -1,53 +1,65 @@
-// A folder as a map of sizes, with the same folder as a table beside it.
+// A folder as a map of sizes, with the legend and the same folder as a table beside it.
 import type { Job } from '../../core/answers';
-import { size, t } from '../../core/i18n';
+import { date, percent, size, t, text } from '../../core/i18n';
 import { isRemote } from '../../core/job';
+import { COLOURINGS, colourOf, type Colouring } from '../../core/map_colours';
+import type { Tile } from '../../core/map_layout';
+import { valueOf } from '../../core/measure';
 import { entryName } from '../../core/names';
 import { baseName, shown } from '../../core/paths';
-import { isFailed, isFolder, isItem, type Entry, type ScanTree } from '../../core/tree';
-import { chainTo, loadFolder } from '../../data/folders';
-import { changed, state, treeOf } from '../../data/state';
+import { isFailed, isFolder, isItem, isMore, type Entry } from '../../core/entry';
+import type { ScanTree } from '../../core/tree';
+import { shareOf } from '../../core/units';
+import { chainTo, loadFolder, loadMoreFiles } from '../../data/folders';
+import { changeMap, LEAST_DEPTH, LEAST_SHARE, mapSettings, MOST_DEPTH, MOST_SHARE } from '../../data/map_settings';
+import { changed, measure, state, treeOf } from '../../data/state';
+import { addressOf } from '../../data/steps';
 import { detailsButton, showDetails } from '../../flows/details';
+import { openItemMenu } from '../../flows/item_menu';
 import { scanMarksBar, toggleMark } from '../../flows/marks';
+import { measureSwitch } from '../../flows/measure_switch';
 import { resultScreen, type ResultScreen } from '../../flows/result_screen';
 import type { Changes, Screen } from '../../flows/screen';
-import { el, fill, iconButton, inert, setText } from '../../ui/dom';
+import { el, fill, iconButton, inert, setAttribute } from '../../ui/dom';
 import { KEYS } from '../../ui/keys';
-import { MapCanvas } from '../../ui/map_canvas';
+import { MapCanvas, type MapLook } from '../../ui/map_canvas';
+import { splitter } from '../../ui/splitter';
 import { Table } from '../../ui/table';
 import { columns } from './columns';
+import { Legend } from './legend';
 
-// The state of a step in the browser's history: each folder entered is one, so that Back leaves it.
-interface Step {
-  map: string;
-}
-
-const stepOf = (value: unknown): string | null => {
-  const path = (value as Partial<Step> | null)?.map;
-  return typeof path === 'string' ? path : null;
-};
+// Folders of at least this many square pixels are looked into, so many at once, and so many for one view.
+const LARGE_AREA = 260;
+const AT_ONCE = 4;
+const MOST_FETCHED = 800;
+const REDRAW_MS = 250;
 
 class MapSection implements ResultScreen {
   readonly keeps = true;
   readonly top: HTMLElement[];
   readonly content: HTMLElement[];
   private readonly crumbs = el('nav', { class: 'crumbs', 'aria-label': t('mapCrumbs') });
-  private readonly under = el('p', { class: 'small muted hovered' }, t('mapHelp'));
   private readonly empty = el('p', { class: 'muted', hidden: true }, t('mapEmpty'));
   private readonly bar = scanMarksBar(() => this.table.root);
+  private readonly legend = new Legend((colour) => this.canvas.repaint(this.look(colour)));
   private readonly canvas: MapCanvas;
   private readonly table: Table<Entry>;
+  private readonly depthButtons: [HTMLButtonElement, HTMLButtonElement];
   private folder: Entry;
+  private now = Date.now();
+  private fetched = 0;
+  private fetching = 0;
+  private waiting: string[] = [];
+  private timer = 0;
 
   constructor(private readonly job: Job) {
-    // Back into this section restores the folder of its step.
-    this.folder = this.nearestFolder(stepOf(history.state) ?? state.openFolder);
-    history.replaceState({ map: this.folder.path } satisfies Step, '', '#map');
+    this.folder = this.nearestFolder(state.openFolder);
+    state.openFolder = this.folder.path;
     this.canvas = this.makeCanvas();
     this.table = this.makeTable();
-    this.top = [iconButton('up', t('mapUp'), () => this.up()), this.crumbs, detailsButton()];
-    this.content = [this.bar.root, this.empty, el('div', { class: 'map-area' }, this.canvas.root, this.table.root), this.under];
-    addEventListener('popstate', this.onBack);
+    this.depthButtons = [iconButton('minus', t('mapShallower'), () => this.deepen(-1)), iconButton('plus', t('mapDeeper'), () => this.deepen(1))];
+    this.top = [iconButton('up', t('mapUp'), () => this.up()), this.crumbs, this.controls()];
+    this.content = [this.bar.root, this.empty, this.area()];
     this.load();
     this.show();
     showDetails(this.folder);
@@ -57,8 +69,16 @@ class MapSection implements ResultScreen {
     if (changes.has('results')) {
       this.folder = this.nearestFolder(this.folder.path);
       this.load();
+      this.show();
+    } else if (changes.has('step') && state.openFolder !== this.folder.path) {
+      this.goInto(this.nearestFolder(state.openFolder));
+    } else if (changes.has('measure')) {
+      this.show();
+    } else if (changes.has('tree')) {
+      // Folders arrive one after the other; the map is not drawn again for each.
+      clearTimeout(this.timer);
+      this.timer = window.setTimeout(() => this.show(), REDRAW_MS);
     }
-    if (changes.has('results') || changes.has('tree')) this.show();
     if (changes.has('selection')) {
       this.bar.update();
       this.table.refresh();
@@ -66,15 +86,11 @@ class MapSection implements ResultScreen {
   }
 
   leave(): void {
-    removeEventListener('popstate', this.onBack);
+    clearTimeout(this.timer);
+    this.waiting = [];
     this.canvas.leave();
     this.table.leave();
   }
-
-  private readonly onBack = (event: PopStateEvent): void => {
-    const path = stepOf(event.state);
-    if (path !== null) this.goInto(this.nearestFolder(path));
-  };
 
   private get tree(): ScanTree {
     return treeOf(this.job.id)!;
@@ -82,6 +98,13 @@ class MapSection implements ResultScreen {
 
   private get rows(): readonly Entry[] {
     return this.tree.entries(this.folder.path);
+  }
+
+  private readonly value = (entry: Entry): number => valueOf(entry, measure(this.job.id));
+
+  private look(highlighted = this.legend.highlighted): MapLook {
+    const { depth, shaded, colouring } = mapSettings();
+    return { depth, shaded, ramp: colouring === 'age', highlighted };
   }
 
   // The folder with this path, or the nearest one above it that still exists and has contents.
@@ -95,31 +118,123 @@ class MapSection implements ResultScreen {
   }
 
   private canMark(entry: Entry): boolean {
-    return !isRemote(this.job) && isItem(entry);
+    return !isRemote(this.job) && isItem(entry) && entry.path !== this.tree.root.path;
+  }
+
+  // ---- the controls ----
+
+  private controls(): HTMLElement {
+    const { colouring, shaded } = mapSettings();
+    const select = el('select', { class: 'input', 'aria-label': t('mapColour'), on: { change: () => {
+      changeMap({ colouring: select.value as Colouring });
+      this.show();
+    } } }, COLOURINGS.map((one) => el('option', { value: one, selected: one === colouring }, text(`by_${one}`))));
+    const shading = iconButton('shade', t('mapShading'), () => {
+      const next = changeMap({ shaded: !mapSettings().shaded });
+      setAttribute(shading, 'aria-pressed', String(next.shaded));
+      this.canvas.repaint(this.look());
+    }, { 'aria-pressed': String(shaded) });
+    return el('div', { class: 'line push map-controls' }, measureSwitch(this.job.id), select, this.depthButtons, shading, detailsButton());
+  }
+
+  private deepen(by: number): void {
+    const { depth } = mapSettings();
+    const next = Math.min(MOST_DEPTH, Math.max(LEAST_DEPTH, depth + by));
+    if (next === depth) return;
+    changeMap({ depth: next });
+    this.show();
+  }
+
+  private area(): HTMLElement {
+    const side = el('div', { class: 'map-side' }, this.legend.root, this.table.root);
+    const area = el('div', { class: 'map-area' }, this.canvas.root);
+    const handle = splitter(area, {
+      label: t('mapSplitter'), least: LEAST_SHARE, most: MOST_SHARE, share: mapSettings().share,
+      onMove: (share) => area.style.setProperty('--map-share', `${share * 100}%`),
+      onKeep: (share) => changeMap({ share }),
+    });
+    area.append(handle, side);
+    return area;
+  }
+
+  // ---- the map ----
+
+  private readonly tileColour = (tile: Tile<Entry>): number => colourOf(tile.item, tile.rest, tile.branch, this.contentsOf, mapSettings().colouring, this.now);
+  private readonly contentsOf = (entry: Entry): readonly Entry[] => this.tree.entries(entry.path);
+
+  private tileName(tile: Tile<Entry>): string {
+    if (!tile.rest) return entryName(tile.item);
+    return tile.count > 0 ? t('mapSmaller', { n: tile.count }) : t('mapRest', { name: baseName(tile.item.path) });
+  }
+
+  private tooltip(tile: Tile<Entry>): string[] {
+    const share = percent(shareOf(tile.size, this.value(this.folder)));
+    const name = tile.rest ? this.tileName(tile) : isItem(tile.item) ? shown(tile.item.path.slice(0, 400)) : entryName(tile.item);
+    const changedAt = !tile.rest && tile.item.m > 0 ? ` · ${t('mapChanged', { date: date(tile.item.m) })}` : '';
+    return [name, `${size(tile.size)} · ${share}${changedAt}`];
   }
 
   private makeCanvas(): MapCanvas {
+    const chosen = (entry: Entry): void => {
+      this.moveTo(entry.path);
+      showDetails(isItem(entry) ? entry : null);
+    };
     return new MapCanvas({
-      childrenOf: (entry) => this.tree.entries(entry.path),
-      nameOf: entryName,
-      onChoose: (entry) => {
-        this.moveTo(entry.path);
-        showDetails(isItem(entry) ? entry : null);
+      source: { childrenOf: (entry) => this.childrenOf(entry), sizeOf: this.value, isFolder },
+      nameOf: (tile) => this.tileName(tile),
+      headingOf: (tiles) => tiles.map((tile) => entryName(tile.item)).join(this.job.path.startsWith('/') ? '/' : '\\'),
+      sizeText: (_entry, bytes) => size(bytes),
+      optionName: (tile) => t('mapTile', { name: this.tileName(tile), size: size(tile.size), percent: percent(shareOf(tile.size, this.value(this.folder))) }),
+      colourOf: this.tileColour, tooltip: (tile) => this.tooltip(tile),
+      onTiles: (tiles) => {
+        this.legend.show(tiles, this.tileColour, mapSettings().colouring);
+        this.fetchFor(tiles);
       },
+      onChoose: chosen,
       onEnter: (entry) => this.enter(entry),
       onLeave: () => this.up(),
-      onHover: (entry) => setText(this.under, entry ? `${shown((isItem(entry) ? entry.path : entryName(entry)).slice(0, 400))}  ${size(entry.s)}` : t('mapHelp')),
-      onDelete: (entry) => this.bar.delete(this.canMark(entry) ? entry.path : undefined),
+      onHover: (tile) => this.legend.point(tile && !tile.inside ? this.tileColour(tile) : -1),
+      onDelete: (entry, permanent) => this.bar.delete(this.canMark(entry) ? entry.path : undefined, permanent),
       onMark: (entry) => {
         if (this.canMark(entry)) toggleMark(entry.path, entry.s);
       },
+      onMenu: (entry, x, y) => openItemMenu(this.job, entry, { x, y, from: this.canvas.root.querySelector<HTMLElement>('.options')! }),
+      onDepth: (by) => this.deepen(by),
     });
   }
+
+  // What has a figure, largest first; the entries are in the order of their lengths.
+  private childrenOf(entry: Entry): Entry[] {
+    const list = this.tree.entries(entry.path).filter((child) => this.value(child) > 0);
+    return measure(this.job.id) === 's' ? list : list.sort((a, b) => this.value(b) - this.value(a));
+  }
+
+  // Looks into the folders that are large on the map and not known yet, largest first.
+  private fetchFor(tiles: readonly Tile<Entry>[]): void {
+    const large = tiles.filter((tile) => !tile.rest && isFolder(tile.item) && tile.w * tile.h >= LARGE_AREA && tile.level + 1 < mapSettings().depth && this.tree.needsLoading(tile.item.path));
+    this.waiting = large.sort((a, b) => b.w * b.h - a.w * a.h).map((tile) => tile.item.path);
+    while (this.fetching < AT_ONCE) if (!this.fetchNext()) break;
+  }
+
+  private fetchNext(): boolean {
+    const path = this.waiting.shift();
+    if (path === undefined || this.fetched >= MOST_FETCHED) return false;
+    ++this.fetched;
+    ++this.fetching;
+    void loadFolder(this.job.id, path, true).then(() => {
+      --this.fetching;
+      this.fetchNext();
+    });
+    return true;
+  }
+
+  // ---- the table ----
 
   private makeTable(): Table<Entry> {
     const markable = (row: Entry): boolean => this.canMark(row);
     return new Table<Entry>({
-      label: '', role: 'grid', selection: state.selection, keyOf: (row) => row.path, markable, columns: columns(markable, () => this.folder.s, () => this.load()),
+      label: '', role: 'grid', selection: state.selection, keyOf: (row) => row.path, markable,
+      columns: columns({ canMark: markable, value: this.value, retry: () => this.load() }),
       onMarked: () => {
         for (const row of this.rows) if (state.selection.has(row.path)) state.weights.set(row.path, row.s);
         changed('selection');
@@ -129,7 +244,8 @@ class MapSection implements ResultScreen {
         showDetails(isItem(row) ? row : null);
       },
       onEnter: (row) => this.enter(row),
-      onDelete: (path) => this.bar.delete(path),
+      onDelete: (path, permanent) => this.bar.delete(path, permanent),
+      onMenu: (row, x, y) => openItemMenu(this.job, row, { x, y, from: this.table.root }),
       onKey: (event) => {
         if (event.key !== KEYS.backspace) return false;
         this.up();
@@ -144,11 +260,16 @@ class MapSection implements ResultScreen {
   }
 
   private show(): void {
+    clearTimeout(this.timer);
+    this.now = Date.now();
     const name = shown(this.folder.path);
     this.table.root.setAttribute('aria-label', t('mapTable', { path: name }));
-    this.table.setRows(this.rows);
-    this.canvas.show(this.folder, t('mapOf', { path: name }));
+    this.table.setRows(measure(this.job.id) === 's' ? this.rows : [...this.rows].sort((a, b) => this.value(b) - this.value(a)));
+    this.canvas.show(this.folder, t('mapOf', { path: name }), this.look());
     this.empty.hidden = this.rows.length > 0;
+    const { depth } = mapSettings();
+    setAttribute(this.depthButtons[0], 'aria-disabled', depth <= LEAST_DEPTH);
+    setAttribute(this.depthButtons[1], 'aria-disabled', depth >= MOST_DEPTH);
     this.showCrumbs();
   }
 
@@ -161,7 +282,8 @@ class MapSection implements ResultScreen {
   }
 
   private crumb(path: string, label: HTMLElement): HTMLElement {
-    return el('a', { href: '#map', on: { click: (event) => {
+    return el('a', { href: addressOf('map', path), on: { click: (event) => {
+      if (event.ctrlKey || event.metaKey || event.shiftKey) return; // the browser opens it elsewhere
       event.preventDefault();
       const entry = this.tree.find(path);
       if (entry) this.enter(entry);
@@ -174,31 +296,29 @@ class MapSection implements ResultScreen {
 
   private goInto(entry: Entry): void {
     this.folder = entry;
+    this.fetched = 0;
     state.openFolder = entry.path;
     this.table.active = 0;
     this.table.root.scrollTop = 0;
     this.load();
     this.show();
     showDetails(entry);
-  }
-
-  private step(entry: Entry): void {
-    history.pushState({ map: entry.path } satisfies Step, '', '#map');
-    this.goInto(entry);
+    changed('details'); // the frame makes a step of it
   }
 
   private enter(entry: Entry): void {
     if (isFailed(entry)) this.load();
-    if (isFolder(entry) && this.tree.opens(entry) && entry.path !== this.folder.path) this.step(entry);
+    else if (isMore(entry)) void loadMoreFiles(this.job.id, this.folder.path);
+    else if (isFolder(entry) && this.tree.opens(entry) && entry.path !== this.folder.path) this.goInto(entry);
   }
 
   private up(): void {
     const left = this.folder.path;
     if (left === this.tree.root.path) return;
-    this.step(this.nearestFolder(this.tree.folderOf(left)));
+    this.goInto(this.nearestFolder(this.tree.folderOf(left)));
     this.moveTo(left);
     this.canvas.choose(left);
   }
 }
 
-export const map = (): Screen => resultScreen('mapTitle', (job) => new MapSection(job), { fills: true, detailed: true });
+export const map = (): Screen => resultScreen('mapTitle', (job) => new MapSection(job), { fills: true, detailed: true, drawer: true });

@@ -5,6 +5,7 @@ import { isHost } from '../../core/job';
 import { kindOf, sameTarget } from '../../core/paths';
 import { KIND, NO_RIGHTS } from '../../core/words';
 import { onKeyNeeded } from '../../data/api';
+import { hosts } from '../../data/hosts';
 import { state } from '../../data/state';
 import { elevateButton, mayElevate } from '../../flows/elevate';
 import { keyText } from '../../flows/key_dialog';
@@ -12,6 +13,7 @@ import type { Changes, Screen } from '../../flows/screen';
 import { button, el, field, fill, heading, icon, inert, loading, onEnter, setText } from '../../ui/dom';
 import { emptyState } from '../../ui/notices';
 import { folderBrowser } from './browser';
+import { hostFacts, hostTarget } from './hosts';
 import { driveTarget, scan, target, type Target } from './targets';
 
 // A field with a button that scans what was typed; an empty field is reported beside it.
@@ -121,13 +123,14 @@ class Picker implements Screen {
 
   private listOthers(): void {
     const others = otherScans();
-    const ids = others.map((job) => job.id).join();
+    const ids = JSON.stringify([others.map((job) => [job.id, job.label]), hosts()]);
     if (ids === this.othersShown) return;
     this.othersShown = ids;
     this.targets = this.targets.filter((one) => !this.folders.contains(one.root) && !this.hosts.contains(one.root));
     for (const [list, remote] of [[this.folders, false], [this.hosts, true]] as const) {
       const added = others.filter((job) => isHost(job) === remote)
-        .map((job) => target({ icon: remote ? 'ssh' : 'folder', name: job.label, path: job.path, kind: job.kind, under: [] }));
+        .map((job) => target({ icon: remote ? 'ssh' : 'folder', name: job.label, path: job.path, kind: job.kind, under: remote ? [hostFacts(job.path)] : [] }));
+      if (remote) added.push(...hosts().filter((host) => !others.some((job) => job.path === host.path)).map(hostTarget));
       fill(list, added.map((one) => one.root));
       this.targets.push(...added);
     }

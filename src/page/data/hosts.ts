@@ -1,0 +1,44 @@
+// Remembers the hosts that were scanned over ssh, in this browser.
+import type { Job } from '../core/answers';
+import { hostAndFolder, hostsOf, withHost, type Host } from '../core/hosts';
+import { isHost } from '../core/job';
+import { changed, listen, state } from './state';
+
+const STORED = 'vorda-hosts';
+
+export function hosts(): Host[] {
+  try {
+    return hostsOf(localStorage.getItem(STORED));
+  } catch {
+    return [];
+  }
+}
+
+function store(list: Host[]): void {
+  try {
+    localStorage.setItem(STORED, JSON.stringify(list));
+  } catch {
+    // Without storage they are forgotten with the tab.
+  }
+  changed('targets');
+}
+
+const known = (path: string): Host | undefined => hosts().find((one) => one.path === path);
+
+export const renameHost = (path: string, name: string): void => store(withHost(hosts(), { path, scanned: 0, free: 0, ...known(path), name }));
+export const forgetHost = (path: string): void => store(hosts().filter((one) => one.path !== path));
+
+// What a host's scan is called: as the user named it, or by host and folder.
+export const labelOf = (job: Job): string => (isHost(job) && (job.label === '' || job.label === job.path) ? known(job.path)?.name || hostAndFolder(job.path) : job.label);
+
+const seen = new Set<number>();
+
+listen((changes) => {
+  if (!changes.has('results')) return;
+  for (const job of state.jobs) {
+    const doc = state.results.get(job.id);
+    if (!doc || !isHost(job) || seen.has(job.id)) continue;
+    seen.add(job.id);
+    store(withHost(hosts(), { path: job.path, name: known(job.path)?.name ?? '', scanned: Date.now(), free: doc.meta.volumeFree }));
+  }
+});

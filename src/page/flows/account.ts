@@ -1,0 +1,71 @@
+// The account of a drive: what its used space consists of, row by row, and what of it is not explained.
+import type { AccountAnswer, AccountRow, Job } from '../core/answers';
+import { known, percent, size, t, text } from '../core/i18n';
+import { shown } from '../core/paths';
+import { shareOf } from '../core/units';
+import { api, query } from '../data/api';
+import { goTo } from '../data/state';
+import { el, icon, type Child } from '../ui/dom';
+import { openPath } from './places';
+
+const SHARPEST = 0.001; // what is less of the whole has no part of the bar
+
+const partKey = (row: AccountRow): string => `part-${row.code.replace(/\W/g, '')}`;
+
+function where(row: AccountRow): (() => void) | null {
+  if (row.code === 'files') return () => goTo('explorer');
+  const { p } = row;
+  return p !== undefined && row.bytes ? () => openPath(p) : null;
+}
+
+function figureOf(row: AccountRow): string {
+  if (row.told === false) return t('accNotTold');
+  if (row.code === 'unreadable') return t('accFolders', { n: row.count ?? 0 });
+  return `${row.exact === false ? '≈ ' : ''}${size(row.bytes ?? 0)}`;
+}
+
+function line(row: AccountRow, whole: number): HTMLElement {
+  const label = known(`acc_${row.code}`) ? text(`acc_${row.code}`) : shown(row.code);
+  const go = where(row);
+  const parts = row.parts ?? [];
+  const name: Child = go ? el('button', { type: 'button', class: 'link', on: { click: go } }, label) : label;
+  return el('li', {}, el('span', { class: `key ${row.info ? 'none' : partKey(row)}` }),
+    parts.length > 0 ? el('details', {}, el('summary', {}, name), el('ul', { class: 'small' }, parts.map((part) => el('li', { class: 'line' }, el('bdi', {}, shown(part.n)), el('span', { class: 'push' }, size(part.bytes)))))) : el('span', {}, name),
+    el('strong', { class: 'number' }, figureOf(row)),
+    el('span', { class: 'number muted' }, row.info || !row.bytes || whole <= 0 ? '' : percent(shareOf(row.bytes, whole))));
+}
+
+function panelOf(job: Job, { used, unexplained, source, rows }: AccountAnswer): HTMLElement {
+  const counted = rows.filter((row) => !row.info && (row.bytes ?? 0) > 0);
+  const rest = unexplained ?? 0;
+  const whole = used ?? counted.reduce((sum, row) => sum + (row.bytes ?? 0), 0);
+  const bar = el('div', { class: 'capacity account', 'aria-hidden': 'true' });
+  for (const row of [...counted, ...(rest > 0 ? [{ code: 'unexplained', bytes: rest }] : [])]) {
+    if ((row.bytes ?? 0) < whole * SHARPEST) continue;
+    const part = el('span', { class: partKey(row) });
+    part.style.width = `${shareOf(row.bytes ?? 0, whole) * 100}%`;
+    bar.append(part);
+  }
+  const told = rows.filter((row) => row.told === false || (row.count ?? 0) > 0 || (row.bytes ?? 0) > 0);
+  // On turbo's own map of the drive nothing may be left over.
+  const wrong = source === 'bitmap' && rest !== 0;
+  return el('section', { class: 'panel stack' },
+    el('div', { class: 'line' }, el('h2', {}, t('accTitle')), used === undefined ? null : el('span', { class: 'muted push' }, t('accUsed', { size: size(used) }))),
+    bar,
+    el('ul', { class: 'account-rows' }, told.map((row) => line(row, whole)),
+      unexplained === undefined ? null : el('li', {}, el('span', { class: 'key part-unexplained' }), el('span', {}, t('acc_unexplained')),
+        el('strong', { class: 'number' }, rest < 0 ? `−${size(-rest)}` : size(rest)), el('span', {}))),
+    wrong ? el('p', { class: 'notice warning' }, icon('warning'), t('accCheck', { name: job.label || job.path })) : null,
+    rest < 0 && !wrong ? el('p', { class: 'small muted' }, t('accNegative')) : null);
+}
+
+// Null where the program has no account for the scan.
+export async function accountPanel(job: Job): Promise<HTMLElement | null> {
+  try {
+    const answer = await api<AccountAnswer>(query('/api/account', { id: job.id }));
+    return Array.isArray(answer.rows) && answer.rows.length > 0 ? panelOf(job, answer) : null;
+  } catch {
+    return null;
+  }
+}
+

@@ -1,0 +1,83 @@
+// What the colours of the map stand for, how much of what is shown has each, and a way to highlight one.
+import { size, t, text } from '../../core/i18n';
+import { AGES, COLOURS, OTHER, type Colouring } from '../../core/map_colours';
+import type { Tile } from '../../core/map_layout';
+import { shown } from '../../core/paths';
+import { extensionOf, GROUPS } from '../../core/type_groups';
+import { isFile, type Entry } from '../../core/entry';
+import { el, fill, inert, setAttribute } from '../../ui/dom';
+
+const MOST_EXTENSIONS = 4;
+
+interface Share {
+  bytes: number;
+  extensions: Map<string, number>;
+  name: string;
+}
+
+function labelOf(colour: number, colouring: Colouring, name: string): string {
+  if (colouring === 'type') return colour === OTHER ? t('mapOther') : text(`g_${GROUPS[colour]}`);
+  if (colouring === 'age') return colour === OTHER ? t('mapAgeUnknown') : text(`age_${colour}`);
+  return colour === OTHER ? t('mapOtherFolders') : shown(name.slice(0, 100));
+}
+
+export class Legend {
+  readonly root = el('ul', { class: 'map-legend' });
+  private pinned = -1;
+
+  // `highlight` is told the colour to highlight, or -1.
+  constructor(private readonly highlight: (colour: number) => void) {
+    this.root.setAttribute('aria-label', t('mapLegend'));
+  }
+
+  show(tiles: readonly Tile<Entry>[], colourOf: (tile: Tile<Entry>) => number, colouring: Colouring): void {
+    const shares = new Map<number, Share>();
+    for (const tile of tiles) {
+      if (tile.inside) continue;
+      const colour = colourOf(tile);
+      const share = shares.get(colour) ?? { bytes: 0, extensions: new Map(), name: '' };
+      share.bytes += tile.size;
+      if (!tile.rest && isFile(tile.item)) {
+        const extension = extensionOf(tile.item.name);
+        share.extensions.set(extension, (share.extensions.get(extension) ?? 0) + tile.size);
+      }
+      shares.set(colour, share);
+    }
+    if (colouring === 'folder') for (const tile of tiles) if (tile.level === 0 && !tile.joined && tile.branch >= 0 && tile.branch < COLOURS && !tile.rest) shares.get(tile.branch)!.name ||= tile.item.name;
+    if (!shares.has(this.pinned)) this.pinned = -1;
+    const last = colouring === 'age' ? AGES.length : COLOURS;
+    const order = [...Array(last).keys(), OTHER].filter((colour) => shares.has(colour));
+    const focused = this.root.contains(document.activeElement) ? (document.activeElement as HTMLElement).dataset['colour'] : undefined;
+    fill(this.root, order.map((colour) => this.row(colour, shares.get(colour)!, colouring)));
+    if (focused !== undefined) this.root.querySelector<HTMLElement>(`[data-colour="${focused}"]`)?.focus();
+  }
+
+  private row(colour: number, share: Share, colouring: Colouring): HTMLElement {
+    const largest = [...share.extensions].filter(([name]) => name !== '').sort((a, b) => b[1] - a[1]).slice(0, MOST_EXTENSIONS).map(([name]) => name).join(' ');
+    const point = (on: boolean) => (): void => this.highlight(on ? colour : this.pinned);
+    const label = labelOf(colour, colouring, share.name);
+    const button = el('button', {
+      type: 'button', 'data-colour': colour, 'aria-pressed': String(this.pinned === colour), on: {
+        pointerenter: point(true), pointerleave: point(false), focus: point(true), blur: point(false),
+        click: () => {
+          this.pinned = this.pinned === colour ? -1 : colour;
+          this.root.querySelectorAll('button').forEach((one) => setAttribute(one, 'aria-pressed', String(one.dataset['colour'] === String(this.pinned))));
+          this.highlight(this.pinned);
+        },
+      },
+    },
+    el('span', { class: `key ${colouring === 'age' && colour !== OTHER ? 'age' : 'tile'}-${colour === OTHER ? 'other' : colour + 1}` }),
+    el('span', { class: 'label' }, inert(label), colouring === 'type' && largest ? el('bdi', { class: 'small muted' }, ` ${shown(largest)}`) : null),
+    el('span', { class: 'number' }, size(share.bytes)));
+    return el('li', {}, button);
+  }
+
+  // Points at the colour of the tile under the pointer.
+  point(colour: number): void {
+    this.root.querySelectorAll('button').forEach((one) => one.classList.toggle('pointed', one.dataset['colour'] === String(colour)));
+  }
+
+  get highlighted(): number {
+    return this.pinned;
+  }
+}

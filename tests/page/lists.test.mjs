@@ -1,0 +1,216 @@
+// Lists and the map as a user of Windows works with them: long folders, columns, menus, keys, and what a reload
+// and the browser's history bring back.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { becomes, goTo, mark, requestsOf, row, rowsOf, says, scanned } from './support/browser.mjs';
+import { settled } from './support/settled.mjs';
+
+const MiB = 2 ** 20;
+const MEDIA = { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'photos/2019/c.raw': 80 * MiB, 'photos/d.raw': 20 * MiB, 'note.txt': 'n' };
+const names = async (table) => (await rowsOf(table)).map((cells) => cells[1]);
+
+test('a folder of 100,000 files: loaded as one gets to it, few nodes, quick to scroll, sorted as a whole', async (t) => {
+  const { root, tab } = await scanned(t, { 'many/x': 'x', 'b.iso': 70 * MiB }, { viewport: { width: 1440, height: 900 } });
+  const count = 100_000;
+  const asked = [];
+  await tab.route('**/api/files*', async (route) => {
+    const url = new URL(route.request().url());
+    if (!url.searchParams.get('p').endsWith('many')) return void await route.continue();
+    const from = Number(url.searchParams.get('from') ?? 0);
+    const most = Number(url.searchParams.get('most') ?? 1000);
+    asked.push(from);
+    const files = Array.from({ length: Math.min(most, count - from) }, (_, i) => ({ n: `file ${(from + i) * 7919 % count}`, s: 1_000_000 - from - i, m: 1e12 + i }));
+    await route.fulfill({ json: { path: `${root}\\many`, files, total: count, dirs: 0 } });
+  });
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await row(tree, 'many').first().click();
+  await tree.press('ArrowRight');
+  await becomes(() => tree.getAttribute('aria-rowcount'), '1005');
+  assert.deepEqual(asked, [0], 'only what is looked at');
+  for (const rows of [21_005, 41_005, 61_005, 81_005, 100_004]) {
+    await tree.press('End');
+    await becomes(() => tree.getAttribute('aria-rowcount'), String(rows));
+  }
+  const { times, nodes } = await tab.evaluate(async () => {
+    const table = document.querySelector('main .table');
+    const times = [];
+    for (let i = 0; i < 200; ++i) {
+      await new Promise((resolve) => requestAnimationFrame(resolve));
+      const start = performance.now();
+      table.scrollTop = (i * 7919 * 997) % (100_000 * 32);
+      table.dispatchEvent(new Event('scroll'));
+      table.getBoundingClientRect();
+      times.push(performance.now() - start);
+    }
+    return { times: times.sort((a, b) => a - b), nodes: document.querySelectorAll('*').length };
+  });
+  t.diagnostic(`scrolling: p50 ${times[100].toFixed(2)} ms, p95 ${times[190].toFixed(2)} ms; ${nodes} elements`);
+  assert.ok(nodes <= 1500, `${nodes} elements`);
+  await tab.getByRole('button', { name: 'Sort by Name' }).click();
+  await tree.press('Home');
+  await becomes(async () => (await names(tree)).slice(0, 5), [root, 'many', 'file 0', 'file 1', 'file 2'], 'numbers in names count as numbers');
+});
+
+test('columns are chosen, made wider and sorted by, and a reload keeps that', async (t) => {
+  const { root, tab } = await scanned(t, MEDIA);
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  const heads = () => tree.getByRole('columnheader').allInnerTexts();
+  const width = (name) => tree.getByRole('columnheader', { name }).evaluate((cell) => Math.round(cell.getBoundingClientRect().width));
+  await becomes(() => names(tree), [root, 'films', 'photos', 'note.txt'], 'files of any size');
+  await tab.getByRole('button', { name: 'Columns' }).click();
+  for (const name of ['Type', 'Files']) await tab.getByRole('menuitemcheckbox', { name }).click();
+  await tab.keyboard.press('Escape');
+  await becomes(heads, ['Marked', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu']);
+  const before = await width('Size');
+  await tab.getByRole('button', { name: 'Sort by Size' }).press('Shift+ArrowRight');
+  await becomes(() => width('Size'), before + 16);
+  await tab.getByRole('button', { name: 'Sort by Name' }).click();
+  await tab.getByRole('button', { name: 'Sort by Name' }).click();
+  await tab.getByRole('button', { name: 'Columns' }).click();
+  await tab.getByRole('menuitemcheckbox', { name: 'Folders first' }).click();
+  await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
+  await tab.reload();
+  await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
+  assert.deepEqual([await heads(), await width('Size')], [['Marked', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu'], before + 16]);
+});
+
+test('the menu of an item, by mouse and by keys; what it opens; expanding everything', async (t) => {
+  const { root, tab } = await scanned(t, MEDIA, { permissions: ['clipboard-read', 'clipboard-write'] });
+  const opened = requestsOf(tab, '/api/open');
+  const copied = () => tab.evaluate(() => navigator.clipboard.readText());
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  const menu = tab.getByRole('menu');
+  await row(tree, 'films').first().click({ button: 'right' });
+  await becomes(() => menu.getByRole('menuitem').locator('.label').allInnerTexts(), ['Expand', 'Expand everything below', 'Open', 'Show in Windows Explorer', 'Open a terminal here', 'Properties',
+    'Open in the map', 'Copy path', 'Copy as table', 'Mark', 'Scan this folder again', 'Delete…', 'Delete permanently…']);
+  await menu.getByRole('menuitem', { name: 'Open a terminal here' }).click();
+  await becomes(() => opened.map((body) => [body.get('what'), body.get('p')]), [['terminal', `${root}\\films`]]);
+  await becomes(() => tab.evaluate(() => document.activeElement.getAttribute('role')), 'treegrid', 'the focus goes back');
+  await tree.press('Shift+F10');
+  for (const key of ['c', 'Enter']) await tab.keyboard.press(key);
+  await becomes(copied, `${root}\\films`);
+  await tree.press('Home');
+  await tree.press('*');
+  await becomes(() => names(tree), [root, 'films', 'a.mkv', 'b.mkv', 'photos', '2019', 'c.raw', 'd.raw', 'note.txt']);
+  await row(tree, 'a.mkv').click();
+  await row(tree, 'c.raw').click({ modifiers: ['Shift'] });
+  await says(tab, '3 items marked');
+  assert.equal(await tab.evaluate(() => getSelection().toString()), '', 'rows are selected, not text');
+  await tree.press('Control+c');
+  await becomes(copied, [`films\\a.mkv`, 'films\\b.mkv', 'photos', 'photos\\2019', 'photos\\2019\\c.raw'].map((name) => `${root}\\${name}`).join('\n'));
+  await row(tree, 'note.txt').click();
+  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await tree.press('Shift+Delete');
+  await becomes(() => tab.getByRole('dialog').getByLabel('Delete permanently').isChecked(), true);
+  await tab.keyboard.press('Escape');
+  await tree.press('?');
+  await tab.getByRole('dialog', { name: 'Keys' }).waitFor();
+  await tab.keyboard.press('Escape');
+  await tree.press('/');
+  await tab.getByRole('heading', { level: 1, name: 'Find files' }).waitFor();
+});
+
+test('a reload brings back folders, marks and the scan; Back and Forward are exact; links lead to a folder', async (t) => {
+  const { root, server, tab } = await scanned(t, MEDIA);
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await row(tree, 'films').first().click();
+  await tree.press('ArrowRight');
+  await mark(tree, 'b.mkv');
+  await tab.reload();
+  await becomes(() => names(tree), [root, 'films', 'a.mkv', 'b.mkv', 'photos', 'note.txt']);
+  await says(tab, '1 item marked, 60.0 MB');
+
+  await goTo(tab, 'map', 'Map');
+  const where = () => tab.getByRole('navigation', { name: 'Where the map is' }).locator('[aria-current]').innerText();
+  await tab.getByRole('link', { name: root }).click();
+  await tab.getByRole('listbox').focus();
+  await row(tab.getByRole('grid'), 'photos').dblclick();
+  await becomes(where, 'photos');
+  await row(tab.getByRole('grid'), '2019').dblclick();
+  await becomes(where, '2019');
+  await goTo(tab, 'types', 'Types');
+  await row(tab.getByRole('grid', { name: 'Types' }), '.mkv').click();
+  await says(tab.getByRole('main'), '130 MB, 2 files');
+  for (const wanted of ['types', '2019', 'photos', root]) {
+    await tab.goBack();
+    await becomes(() => (wanted === 'types' ? tab.locator('h1').innerText().then((text) => text.toLowerCase()) : where()), wanted);
+  }
+  await tab.goForward();
+  await becomes(where, 'photos');
+  await tab.reload();
+  await becomes(where, 'photos');
+  await tab.goForward();
+  await becomes(where, '2019');
+  const link = await tab.getByRole('link', { name: 'photos' }).evaluate((one) => one.href);
+  const other = await tab.context().newPage();
+  await other.goto(link);
+  await other.getByRole('listbox', { name: /photos$/ }).waitFor();
+  assert.equal(new URL(link).origin, server.base);
+});
+
+test('a new tab does not show that another one found nothing', async (t) => {
+  const { server, tab } = await scanned(t, MEDIA);
+  await server.post('/api/findfiles', { ids: '1', names: 'no such name', exts: '', min: '0', sort: 'size' });
+  await becomes(async () => (await server.json('/api/findfiles')).body.running, false);
+  await goTo(tab, 'find', 'Find files');
+  await settled(tab);
+  assert.equal(await tab.getByText('No file fits.').count(), 0);
+});
+
+test('the map fills its section, and its colours, depth and width are remembered', async (t) => {
+  const { tab } = await scanned(t, { ...MEDIA, 'music/e.mp3': 40 * MiB, 'photos/2019/small.txt': 'x' }, { viewport: { width: 1440, height: 900 } });
+  await goTo(tab, 'map', 'Map');
+  const box = () => tab.locator('.map').evaluate((map) => map.clientWidth * map.clientHeight / (innerWidth * innerHeight));
+  assert.ok(await box() >= 0.55, `${await box()} of the window`);
+  const legend = tab.getByRole('list', { name: 'What the colours mean' });
+  await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.replace(/\s+/g, ' ')), ['Pictures .raw 100 MB', 'Video .mkv 130 MB', 'Music and sound .mp3 40.0 MB'], 'the folders in it were looked into');
+  await legend.getByRole('button', { name: 'Video' }).click();
+  await becomes(() => legend.getByRole('button', { name: 'Video' }).getAttribute('aria-pressed'), 'true');
+  const tip = tab.locator('.map-tip');
+  await tab.locator('.map').hover({ position: { x: 20, y: 200 } });
+  await becomes(async () => /\\.*\d%/s.test(await tip.innerText()), true);
+  await tab.getByLabel('Colours').selectOption('Colour by folder');
+  await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.split('\n')[0]), ['films', 'photos', 'music']);
+  const handle = tab.getByRole('separator', { name: 'Width of the map' });
+  const before = await box();
+  for (let i = 0; i < 4; ++i) await handle.press('ArrowLeft');
+  await becomes(async () => await box() < before, true);
+  const narrower = await box();
+  await tab.getByRole('listbox').press('-');
+  await tab.reload();
+  await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.split('\n')[0]), ['films', 'photos', 'music']);
+  assert.ok(Math.abs(await box() - narrower) < 0.01);
+  assert.equal(JSON.parse(await tab.evaluate(() => localStorage['vorda-map'])).depth, 7);
+});
+
+test('all types; tapping one on a narrow screen leads to it; a stopped scan says so after a reload', async (t) => {
+  const types = Object.fromEntries(Array.from({ length: 30 }, (_, i) => [`x/f.t${i}`, 'x'.repeat(100 - i)]));
+  const { tab } = await scanned(t, { ...types, 'big.mkv': 70 * MiB }, { viewport: { width: 360, height: 740 }, hasTouch: true });
+  await tab.route('**/api/result*', async (route) => {
+    const answer = await route.fetch();
+    const doc = await answer.json();
+    await route.fulfill({ response: answer, json: { ...doc, meta: { ...doc.meta, partial: 'cancelled' } } });
+  });
+  await tab.goto(`${new URL(tab.url()).origin}/#types`);
+  await tab.reload();
+  const list = tab.getByRole('grid', { name: 'Types' });
+  await becomes(() => list.getAttribute('aria-rowcount'), '32');
+  await says(tab, 'The scan was stopped: sizes and counts are of the part read until then.');
+  await row(list, '.t1').first().click();
+  await becomes(() => tab.locator('.columns.types h2').evaluate((title) => [title.innerText, document.activeElement === title, title.getBoundingClientRect().top < innerHeight - 60]), ['.t1', true, true]);
+});
+
+test('in a server, nothing is offered that would open on its own screen', async (t) => {
+  const { tab } = await scanned(t, MEDIA);
+  await tab.route('**/api/hello', (route) => route.fulfill({ json: { auth: false, server: true, canQuit: false } }));
+  await tab.goto(`${new URL(tab.url()).origin}/#explorer`);
+  await tab.reload();
+  const tree = tab.getByRole('treegrid');
+  await row(tree, 'films').first().click({ button: 'right' });
+  await becomes(() => tab.getByRole('menu').getByRole('menuitem', { name: /^(Open|Open a terminal here|Properties)$/ }).count(), 0);
+  await tab.getByRole('menuitem', { name: 'Copy path' }).waitFor();
+});

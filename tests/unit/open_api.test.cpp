@@ -1,0 +1,51 @@
+#include "api/open_api.h"
+#include "support/app.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using test::App;
+
+TEST_CASE("only what a scan on this machine has is opened, and only by its own user") {
+  App app;
+  app.disk->addFile(L"C:\\data", L"a.txt", 5);
+  app.scanned("C%3A%5Cdata");
+  const auto ask = [&app](const std::string& body) { return app.told("POST", "/api/open", body); };
+  CHECK(ask("what=open&p=C%3A%2Fdata%2Fa.txt") == R"(200 {"ok":true})");
+  CHECK(ask("what=terminal&p=c%3A%5CDATA") == R"(200 {"ok":true})");
+  CHECK(ask("what=properties&p=C%3A%5Cdata%5Cx%5Cy") == R"(200 {"ok":true})");
+  using Opened = std::vector<std::pair<Opening, std::wstring>>;
+  CHECK(app.opened == Opened{{Opening::item, L"C:\\data\\a.txt"},
+                             {Opening::terminal, L"c:\\DATA"},
+                             {Opening::properties, L"C:\\data\\x\\y"}});
+  app.opened.clear();
+  for (const char* path : {"C%3A%5C", "C%3A%5Cdata2%5Cx", "C%3A%5Cdata%5C..%5CWindows",
+                           "C%3A%5Cdata%2F..%2FWindows", "%5C%5Cnas%5Cshare"}) {
+    CHECK(ask(std::string("what=open&p=") + path) == R"(400 {"error":"notAllowed"})");
+  }
+  for (const char* path :
+       {"data", "calc.exe", "shell%3ARecycleBinFolder", "C%3Adata%5Cx", "C%3A%5Cdata%5Ca%00b"}) {
+    CHECK(ask(std::string("what=open&p=") + path) == R"(400 {"error":"notabsolute"})");
+  }
+  CHECK(ask("what=open&p=C%3A%5Cdata%5Ca.txt%3Aevil.exe") == R"(400 {"error":"ambiguous"})");
+  for (const char* body : {"p=C%3A%5Cdata", "what=run&p=C%3A%5Cdata", "what=open",
+                           "what=open&p=", "what=open&p=C%3A%5Cdata&p=C%3A%5Cdata"}) {
+    CHECK(ask(body) == R"(400 {"error":"niets opgegeven"})");
+  }
+  CHECK(app.opened.empty());
+  app.state.remote = app.state.keyRequired = true;
+  CHECK(app.told("POST", "/api/open", "what=open&p=C%3A%5Cdata", {{"x-vorda-token", "KEY23"}}) ==
+        R"(400 {"error":"notAllowed"})");
+  CHECK(app.opened.empty());
+}
+
+TEST_CASE("files that run when they are opened") {
+  for (const wchar_t* path : {L"C:\\a.exe", L"C:\\a.txt.BAT", L"C:\\a.ps1", L"C:\\x\\b.lnk",
+                              L"C:\\a.exe. .", L"C:\\a.msi"}) {
+    CHECK(startsAsProgram(path));
+  }
+  for (const wchar_t* path :
+       {L"C:\\a.txt", L"C:\\tool.exe\\notes", L"C:\\exe", L"C:\\a.", L"C:\\movie.mkv", L""}) {
+    CHECK_FALSE(startsAsProgram(path));
+  }
+}

@@ -1,0 +1,128 @@
+#include "http/message_parser.h"
+#include "search/image_kind.h"
+#include "support/runs.h"
+
+#include <doctest/doctest.h>
+
+#include <span>
+
+using namespace vorda;
+using namespace std::string_literals;
+using test::App;
+
+namespace {
+
+const std::string kPng = "\x89PNG\r\n\x1a\n"s + std::string(100, 'p');
+
+std::string percent(const std::string& path) {
+  std::string out;
+  for (const char c : path) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%%%02X", static_cast<unsigned char>(c));
+    out += text;
+  }
+  return out;
+}
+
+// Files with equal contents in C:\d and C:\e, and the finished search for them.
+struct Pictures {
+  App app;
+  void add(const std::wstring& name, const std::string& content) {
+    app.addContent(L"C:\\d", name, content);
+    app.addContent(L"C:\\e", name, content);
+  }
+  void search() {
+    app.scanned("C:");
+    test::runToEnd(app, "/api/dupsacross", "ids=1&min=1");
+  }
+  HttpResponse preview(const std::string& path) {
+    return app.ask("GET", "/api/preview?p=" + percent(path));
+  }
+  int status(const std::string& path) { return preview(path).status; }
+};
+
+} // namespace
+
+TEST_CASE("what counts as an image is decided by its first bytes") {
+  const std::string bitmap = "BM"s + std::string(12, '\x07') + "\x28\0\0\0"s;
+  const std::vector<std::pair<std::string, std::string>> heads = {
+      {"\x89PNG\r\n\x1a\n", "image/png"},
+      {"\xff\xd8\xff\xe0", "image/jpeg"},
+      {"GIF87a", "image/gif"},
+      {"GIF89a", "image/gif"},
+      {"RIFF\x01\x02\x03\x04WEBP", "image/webp"},
+      {bitmap, "image/bmp"}};
+  for (const auto& [head, kind] : heads) {
+    CHECK(imageKindOf(head) == kind);
+    CHECK(imageKindOf(head + "more") == kind);
+    const std::size_t needed = kind == "image/jpeg" ? 3 : head.size();
+    for (std::size_t length = 0; length < needed; ++length) {
+      CHECK(imageKindOf(std::string_view(head).substr(0, length)).empty());
+    }
+  }
+  for (const char* text :
+       {"<svg xmlns=\"http://www.w3.org/2000/svg\">", "<!DOCTYPE html>",
+        "BM, a text of some length", "RIFF1234WAVEfmt ", "%PDF-1.7", "GIF88a", " GIF89a", "MZ"}) {
+    CHECK(imageKindOf(text).empty());
+  }
+}
+
+TEST_CASE("a preview is an image that the search on view lists, and nothing else") {
+  Pictures own;
+  App& app = own.app;
+  own.add(L"a.txt", kPng); // its name does not matter
+  own.add(L"page.png", "<html><script>alert(1)</script></html>");
+  own.add(L"x\",\"p\":\"y.png", kPng + "q");
+  own.add(L"\xD800.png", kPng + "r");
+  own.add(L"big.png", kPng + std::string(20'000'001 - kPng.size(), 'b'));
+  own.add(L"fits.png", kPng + std::string(20'000'000 - kPng.size(), 'b'));
+  app.addContent(L"C:\\d", L"alone.png", kPng + "alone");
+  app.disk->addFile(L"C:\\d", L"\xFFFD.png", 1);
+  app.contents->add(L"C:\\d\\\xFFFD.png", kPng + "other");
+  CHECK(own.status("C:\\d\\a.txt") == 404); // no search yet
+  own.search();
+
+  const HttpResponse image = own.preview("C:\\d\\a.txt");
+  CHECK(image.status == 200);
+  CHECK(image.contentType == "image/png");
+  CHECK(image.payload() == kPng);
+  const std::string head = responseHead(image);
+  for (const char* line :
+       {"X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
+        "Content-Security-Policy: default-src 'none'; sandbox\r\n"}) {
+    CHECK(head.find(line) != std::string::npos);
+  }
+  CHECK(responseHead(app.ask("GET", "/api/hello")).find("nosniff") == std::string::npos);
+  CHECK(own.status("C:\\e\\x\",\"p\":\"y.png") == 200);
+  CHECK(own.status("C:\\d\\fits.png") == 200);
+
+  for (const char* path :
+       {"", "C:\\d\\alone.png", "C:\\d\\page.png", "C:\\d\\big.png", "y.png", "c:\\d\\a.txt",
+        "C:\\d\\a.txt ", "C:\\d\\a.tx", "C:/d/a.txt", "C:\\d\\..\\d\\a.txt", "\\\\?\\C:\\d\\a.txt",
+        "C:\\d\\\xEF\xBF\xBD.png", "*", "C:\\d\\a.txt\",\"m\":1"}) {
+    CAPTURE(path);
+    CHECK(own.status(path) == 404);
+  }
+  CHECK(app.told("GET", "/api/preview") == R"(404 {"error":"noPreview"})");
+
+  // Whatever it is by now counts, not what it was when it was compared.
+  app.contents->edit(L"C:\\d\\fits.png", [](auto& file) { file.failure = FileFailure::cloud; });
+  app.contents->rewrite(L"C:\\e\\fits.png", "<html>");
+  app.contents->edit(L"C:\\d\\a.txt", [](auto& file) { file.failsReading = true; });
+  app.contents->remove(L"C:\\e\\a.txt");
+  const int before = app.contents->opened;
+  CHECK(own.status("C:\\d\\fits.png") == 404);
+  CHECK(app.contents->opened == before); // what is in the cloud is not fetched
+  for (const char* path : {"C:\\e\\fits.png", "C:\\d\\a.txt", "C:\\e\\a.txt"})
+    CHECK(own.status(path) == 404);
+
+  // Another search forgets these, an agent shows none, and other sites get nothing.
+  app.state.remote = true;
+  CHECK(app.told("GET", "/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png")) ==
+        R"(400 {"error":"notAllowed"})");
+  app.state.remote = false;
+  CHECK(app.told("GET", "/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png"), "",
+                 {{"sec-fetch-site", "cross-site"}}) == R"(403 {"error":"foreignOrigin"})");
+  app.told("GET", "/api/forget?id=1");
+  CHECK(own.status("C:\\e\\x\",\"p\":\"y.png") == 404);
+}
