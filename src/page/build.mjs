@@ -8,6 +8,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
+import { listed } from './lang/forms.mjs';
 
 const MOST_BYTES = 340 * 1000;
 const MOST_GZIPPED = 110 * 1000;
@@ -46,9 +47,10 @@ const listedTexts = {
       if (path.basename(file) === 'en.ts') return null;
       const english = Object.keys(await textsOf(path.join(path.dirname(file), 'en.ts')));
       const texts = await textsOf(file);
+      const french = path.basename(file) === 'fr.ts';
       return {
-        contents: `import { en } from './en'; const texts = ${JSON.stringify(english.map((key) => texts[key]))};
-          export const ${path.basename(file, '.ts')} = Object.fromEntries(Object.keys(en).map((key, i) => [key, texts[i]]));`,
+        contents: `import { en } from './en'; import { formsOf } from './forms.mjs'; const texts = ${JSON.stringify(english.map((key) => listed(texts[key], french)))};
+          export const ${path.basename(file, '.ts')} = Object.fromEntries(Object.keys(en).map((key, i) => [key, formsOf(texts[i], ${french})]));`,
         loader: 'js', resolveDir: path.dirname(file),
       };
     });

@@ -1,8 +1,8 @@
 // The file finder: a form, its progress, and a table of up to 20,000 hits.
 import type { FindAnswer, Hit } from '../../core/answers';
 import { percent, phrase, seconds, size, t } from '../../core/i18n';
-import { ALL_KINDS, kindOfList, KINDS } from '../../core/kinds';
 import { isEnough, questionText, UNITS, type Unit } from '../../core/question';
+import { extensionsOf, GROUPS } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { finder } from '../../data/runs';
 import { jobById, state } from '../../data/state';
@@ -39,10 +39,11 @@ function savedList(): HTMLElement {
 
 function form(go: HTMLElement, begin: () => void): Child {
   const exts = boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') });
-  const chosen = { kind: kindOfList(entered.exts) };
-  const kind = boundSelect(chosen, 'kind', ['', ...ALL_KINDS], (one) => (one ? phrase('kind_', one) : t('fiAnyKind')));
+  const listOf = (group: (typeof GROUPS)[number]): string => extensionsOf(group).join(' ');
+  const chosen = { kind: GROUPS.find((group) => listOf(group) === entered.exts.trim()) ?? '' };
+  const kind = boundSelect(chosen, 'kind', ['', ...GROUPS], (one) => (one ? phrase('g_', one) : t('fiAnyKind')));
   kind.addEventListener('change', () => {
-    entered.exts = exts.value = chosen.kind ? KINDS[chosen.kind] : '';
+    entered.exts = exts.value = chosen.kind === '' ? '' : listOf(chosen.kind);
   });
   const bound = (name: 'min' | 'max', unit: 'unit' | 'maxUnit', label: string): HTMLElement =>
     field(label, boundInput(entered, name, begin, { inputmode: 'decimal' }), { class: 'pair', after: boundSelect(entered, unit, ALL_UNITS, (one) => one, { 'aria-label': `${t('fiUnit')}: ${label}` }) });
