@@ -11,7 +11,7 @@ import { parse } from 'yaml';
 const repo = fileURLToPath(new URL('..', import.meta.url));
 const [debian, from = '1'] = process.argv.slice(2);
 const { steps } = parse(fs.readFileSync(`${repo}/.github/workflows/tests.yml`, 'utf8')).jobs.debian;
-const inside = '/work/vorda';
+const inside = '/vorda';
 
 // A namespace of its own, so that nothing stays mounted.
 const enter = (script) => spawnSync('unshare', ['--mount', '--pid', '--fork', '--kill-child', 'bash', '-c', `

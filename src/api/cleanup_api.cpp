@@ -134,19 +134,27 @@ HttpResponse cleanableFolders(const HttpRequest& request, const JobTable& jobs, 
 
 HttpResponse listBins(Machine& machine, const std::vector<std::wstring>& roots) {
   const BinFigures all = machine.binFigures({}).value_or(BinFigures{});
+  std::vector<std::pair<std::wstring, BinFigures>> bins;
+  std::uint64_t items = 0;
+  for (const std::wstring& root : roots) {
+    const std::optional<BinFigures> figures =
+        machine.hasBin(root) ? machine.binFigures(root) : std::nullopt;
+    if (!figures || figures->items == 0) continue;
+    items += figures->items;
+    bins.emplace_back(root, *figures);
+  }
+  // Drives that share a bin each report all of it, and nothing says whose is what.
+  if (items > all.items) bins.clear();
   JsonWriter json;
   json.open('{');
   json.number("bytes", all.bytes);
   json.number("items", all.items);
   json.open("bins", '[');
-  for (const std::wstring& root : roots) {
-    const std::optional<BinFigures> figures =
-        machine.hasBin(root) ? machine.binFigures(root) : std::nullopt;
-    if (!figures || figures->items == 0) continue;
+  for (const auto& [root, figures] : bins) {
     json.open('{');
     json.string("p", root);
-    json.number("bytes", figures->bytes);
-    json.number("items", figures->items);
+    json.number("bytes", figures.bytes);
+    json.number("items", figures.items);
     json.close('}');
   }
   json.close(']');

@@ -16,7 +16,7 @@ struct AccountRow {
   std::optional<std::uint64_t> bytes; // nothing: unknown
   bool exact = true;
   bool info = false; // not part of the sum
-  bool told = true;  // false: the system does not tell
+  bool told = true;  // false: the system does not report it
   std::optional<std::uint64_t> count;
   std::wstring path; // of the folder that holds it; may be empty
   std::vector<AccountPart> parts;

@@ -538,6 +538,13 @@ TEST_CASE("what would be emptied can be seen before") {
   app.disk->binItems = 2;
   CHECK(app.told("GET", "/api/bins") ==
         R"(200 {"bytes":9,"items":2,"bins":[{"p":"C:\\","bytes":9,"items":2}]})");
+  app.state.targets = [one = app.state.targets] {
+    TargetList list = one();
+    list.drives.push_back(list.drives.front());
+    list.drives.back().path = L"D:\\";
+    return list;
+  };
+  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
   app.disk->noBins = {L"C:\\"};
   CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
   CHECK(app.disk->binItems == 2);

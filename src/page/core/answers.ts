@@ -331,7 +331,7 @@ export interface AccountRow {
   bytes?: number;
   exact?: boolean;
   info?: boolean; // is told only, and no part of the sum
-  told?: boolean; // false: Windows does not tell
+  told?: boolean; // false: Windows does not report it
   count?: number;
   p?: string; // the folder where it is
   parts?: { n: string; bytes: number }[];

@@ -88,6 +88,7 @@ export const saveQuestion = (): void => {
 };
 
 export const forgetQuestion = (asked: Question): void => store(savedQuestions().filter((one) => !sameAs(asked)(one)));
+
 // Opens the finder with a size to begin with.
 export function findLarge(bytes: number): void {
   const mebi = Math.max(1, Math.floor(bytes / UNITS.MB));
