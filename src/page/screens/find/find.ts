@@ -2,7 +2,7 @@
 import type { FindAnswer, Hit } from '../../core/answers';
 import { percent, phrase, seconds, size, t } from '../../core/i18n';
 import { isEnough, questionText, UNITS, type Unit } from '../../core/question';
-import { extensionsOf, GROUPS } from '../../core/type_groups';
+import { extensionsOf, GROUPS, type TypeGroup } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { finder } from '../../data/runs';
 import { jobById, state } from '../../data/state';
@@ -39,11 +39,11 @@ function savedList(): HTMLElement {
 
 function form(go: HTMLElement, begin: () => void): Child {
   const exts = boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') });
-  const listOf = (group: (typeof GROUPS)[number]): string => extensionsOf(group).join(' ');
-  const chosen = { kind: GROUPS.find((group) => listOf(group) === entered.exts.trim()) ?? '' };
+  const listOf = (group: TypeGroup): string => extensionsOf(group).join(' ');
+  const chosen: { kind: TypeGroup | '' } = { kind: GROUPS.find((group) => listOf(group) === entered.exts.trim()) ?? '' };
   const kind = boundSelect(chosen, 'kind', ['', ...GROUPS], (one) => (one ? phrase('g_', one) : t('fiAnyKind')));
   kind.addEventListener('change', () => {
-    entered.exts = exts.value = chosen.kind === '' ? '' : listOf(chosen.kind);
+    entered.exts = exts.value = chosen.kind ? listOf(chosen.kind) : '';
   });
   const bound = (name: 'min' | 'max', unit: 'unit' | 'maxUnit', label: string): HTMLElement =>
     field(label, boundInput(entered, name, begin, { inputmode: 'decimal' }), { class: 'pair', after: boundSelect(entered, unit, ALL_UNITS, (one) => one, { 'aria-label': `${t('fiUnit')}: ${label}` }) });
