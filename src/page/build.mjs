@@ -12,7 +12,7 @@ import { listed } from './lang/forms.mjs';
 
 const MOST_BYTES = 340 * 1000;
 const MOST_GZIPPED = 110 * 1000;
-const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'dialogs'];
+const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'map', 'dialogs'];
 
 const here = path.dirname(fileURLToPath(import.meta.url));
 const source = (name) => fs.readFileSync(path.join(here, name), 'utf8');

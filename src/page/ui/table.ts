@@ -485,30 +485,3 @@ export class Table<R> {
     this.options.onEnter?.(row, index);
   }
 }
-
-// In a row that stands for what could not be loaded. The keyboard has Enter for it.
-export const retryButton = (): HTMLButtonElement => el('button', { type: 'button', class: 'link again', tabindex: '-1', hidden: true }, t('retry'));
-
-// The column with the box that shows whether a row is marked.
-export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Column<R> => ({
-  title: 'colMark', width: '1.25rem', hidden: true,
-  make: () => el('div', { class: 'mark-cell' }, el('span', { class: 'mark', 'aria-hidden': 'true' }, icon('check'))),
-  fill: (cell, row) => {
-    const box = cell.firstElementChild!;
-    const kind = state(row);
-    setAttribute(box, 'class', kind === 'open' ? 'mark' : `mark ${kind}`);
-    const use = box.firstElementChild?.firstElementChild;
-    if (use) setAttribute(use, 'href', kind === 'locked' ? '#i-lock' : '#i-check');
-  },
-});
-
-// The column with the button that opens a row's menu.
-export const menuColumn = <R>(has: (row: R) => boolean, open: (index: number, button: HTMLElement) => void): Column<R> => ({
-  title: 'colMenu', width: '1.75rem', hidden: true,
-  make: () => el('div', { class: 'menu-cell' }, el('button', { type: 'button', class: 'row-menu', tabindex: '-1', 'aria-label': t('menu'), title: t('menu') }, icon('dots'))),
-  fill: (cell, row, index) => {
-    const button = cell.firstElementChild as HTMLButtonElement;
-    button.hidden = !has(row);
-    button.onclick = () => open(index, button);
-  },
-});

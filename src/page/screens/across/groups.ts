@@ -16,7 +16,8 @@ import type { ResultList } from '../../flows/search_frame';
 import { verifyAndDelete } from '../../flows/verify';
 import { button, cutPath, el, field, icon, setAttribute, setIcon, setText, type Child } from '../../ui/dom';
 import { download } from '../../ui/download';
-import { markColumn, Table, type Column } from '../../ui/table';
+import { Table, type Column } from '../../ui/table';
+import { markColumn } from '../../ui/table_columns';
 import { toast } from '../../ui/toast';
 import { groupsShown, keyOf, rowsOf, SORTS, type GroupSort, type Row } from './rows';
 

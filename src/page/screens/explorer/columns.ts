@@ -7,7 +7,8 @@ import type { TreeRow } from '../../core/tree';
 import { extensionOf } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
-import { markColumn, menuColumn, retryButton, type Column } from '../../ui/table';
+import type { Column } from '../../ui/table';
+import { markColumn, menuColumn, retryButton } from '../../ui/table_columns';
 
 const INDENT = 6;
 const STEP = 14;

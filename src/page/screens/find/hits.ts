@@ -14,7 +14,8 @@ import { reveal } from '../../flows/places';
 import type { ResultList } from '../../flows/search_frame';
 import { button, el, setAttribute, setText, type Child } from '../../ui/dom';
 import { download } from '../../ui/download';
-import { markColumn, Table, type Column } from '../../ui/table';
+import { Table, type Column } from '../../ui/table';
+import { markColumn } from '../../ui/table_columns';
 import { copyText } from '../../ui/toast';
 
 interface Order {
