@@ -545,7 +545,7 @@ TEST_CASE("what would be emptied can be seen before") {
     return list;
   };
   CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
-  app.disk->noBins = {L"C:\\"};
+  app.disk->noBins = {L"C:\\", L"D:\\"};
   CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
   CHECK(app.disk->binItems == 2);
 
