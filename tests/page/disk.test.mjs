@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
@@ -18,23 +18,22 @@ const DRIVES = { 'D:\\': 'drive', 'E:\\': 'drive', '\\\\nas\\public': 'unc' };
 // A machine with the drives D: and E: and a share, with these files and these scans finished, and a tab on
 // a section.
 async function machine(t, { d = {}, e = {}, share = {}, scans = ['D:\\'], section = '', title = 'Overview' }) {
-  const tab = await openTab(t); // first, so that it is closed first
-  const own = lastFirst(t);
-  const folder = scratch(own);
+  const folder = scratch(t);
   for (const [name, files] of Object.entries({ d, e, share })) {
     fs.mkdirSync(`${folder}/${name}`);
     makeFiles(`${folder}/${name}`, files);
   }
-  const wine = await ownWine(own, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
+  const wine = await ownWine(t, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
   const devices = `${wine.env.VORDA_WINEPREFIX}/dosdevices`;
   fs.mkdirSync(`${devices}/unc/nas`, { recursive: true });
   fs.symlinkSync(`${folder}/share`, `${devices}/unc/nas/public`);
-  const server = await serve(own, [], wine);
+  const server = await serve(t, [], wine);
   const ask = async (path) => (await server.json(path)).body;
   for (const path of scans) await server.post('/api/scan', { path, kind: DRIVES[path], label: path });
   await until(async () => (await ask('/api/jobs')).every((job) => job.state === 'done'), 'the scans');
   const { logPath } = await ask('/api/targets');
   const log = fs.realpathSync(`${devices}/c:`) + logPath.slice(2).replaceAll('\\', '/');
+  const tab = await openTab(t);
   await tab.goto(`${server.base}/#${section}`);
   await tab.getByRole('heading', { level: 1, name: title }).waitFor();
   return {

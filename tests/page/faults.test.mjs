@@ -2,7 +2,7 @@
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -10,13 +10,11 @@ import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
 const MiB = 2 ** 20;
 // A program of the test's own on these files, a proxy before it, and a tab.
 async function opened(t, { files = {}, ...options } = {}) {
-  const tab = await openTab(t, options); // first, so that it is closed first
-  const own = lastFirst(t);
-  const folder = scratch(own);
+  const folder = scratch(t);
   makeFiles(folder, files);
-  const server = await serve(own, [], { env: { VORDA_XDG_DATA_HOME: scratch(own) } });
-  const faults = await between(own, server.base);
-  return { faults, folder, server, tab };
+  const server = await serve(t, [], { env: { VORDA_XDG_DATA_HOME: scratch(t) } });
+  const faults = await between(t, server.base);
+  return { faults, folder, server, tab: await openTab(t, options) };
 }
 
 // Names that may come from a disk, a host or another program.
@@ -45,6 +43,9 @@ test('hostile names are shown as text and sent back unchanged', async (t) => {
     '/api/dirs': ({ url }) => ({ path: url.searchParams.get('p'), s: 999 * MiB, f: 9, dirs: NAMES.map((n, i) => ({ n, s: sizes[i], f: 2 })), total: 9 }),
     '/api/files': { path: root, files: NAMES.map((n, i) => ({ n, s: sizes[i], m: 0 })), total: 99, dirs: 0 },
     '/api/ext': { ext: nasty, folders: paths.map((p) => ({ p, s: 5, c: 1 })), files: hits, total: 99 },
+    '/api/types': { types: NAMES.map((e, i) => ({ e, s: sizes[i], c: 3 })) },
+    '/api/account': { used: 9 * MiB, rows: [nasty, 'files', 'unreadable'].map((code) => ({ code, bytes: 2 ** 53, exact: false, count: 1e15, p: paths[2], parts: paths.map((n) => ({ n, bytes: -1 })) })), source: nasty, unexplained: -(2 ** 53) },
+    '/api/file': ({ url }) => ({ p: url.searchParams.get('p'), s: -1, a: 2 ** 60, links: 1e9, names: paths, streams: NAMES.map((n) => ({ n, s: 1 })), cloud: nasty, compressed: nasty }),
     '/api/browse': { path: paths[2], parent: nasty, dirs: NAMES.map((n, i) => ({ n, p: paths[i], link: true })) },
     '/api/findfiles': { running: false, files: hits, shown: 9, count: 9, bytes: 9, capped: true, opts: { ssh_skipped: [{ id: 1, label: nasty }], failed: [{ id: 1, label: nasty, error: nasty }] } },
     '/api/dupsacross': { running: false, groups: [{ s: 5, c: NAMES.length, waste: 9, files: hits.map((hit) => ({ ...hit, names: NAMES })) }], shown: 1, count: 1, waste: 9, skipped: { cloud: 1, unreadable: 1, changed: 1 }, opts: {} },
@@ -94,7 +95,7 @@ test('late and truncated answers lose nothing', async (t) => {
   faults.answers['/api/dirs'] = CUT;
   await tab.goto(`${faults.base}/?scan=Z:%5Cnowhere`);
   await says(tab.getByRole('main'), 'Failed: This path does not exist');
-  await tab.getByRole('button', { name: /^Remove the scan/ }).click();
+  await tab.getByRole('button', { name: /^Close the scan/ }).click();
   await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
   await tab.getByRole('button', { name: 'Scan again' }).click();
@@ -130,10 +131,15 @@ test('late and truncated answers lose nothing', async (t) => {
   release();
   await says(tab, /There are 70\.0 MB in .*b, mostly in files/);
 
-  // The page remembers that a scan was stopped; the program only says so while it is stopping.
+  // A scan that was stopped says so for as long as it is there.
   let told = 'scanning';
   faults.answers['/api/cancel'] = ({ real }) => {
     told = 'cancelled';
+    faults.answers['/api/result'] = async (request) => {
+      const result = await request.real();
+      result.meta.partial = 'cancelled';
+      return result;
+    };
     return real();
   };
   faults.answers['/api/jobs'] = async ({ real }) => {
@@ -144,7 +150,7 @@ test('late and truncated answers lose nothing', async (t) => {
   };
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await tab.getByRole('button', { name: /^Stop the scan of/ }).click();
-  await says(tab.getByRole('main'), 'Stopped: this is what was found until then.');
+  await says(tab.getByRole('main'), 'The scan was stopped: sizes and counts are of the part read until then.');
   faults.answers = {};
 
   // Without a server, the page keeps its data, and the deletion dialog reports the failure.

@@ -9,6 +9,7 @@ import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { openTab } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
+import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
@@ -16,9 +17,7 @@ import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mj
 const MiB = 2 ** 20;
 const repo = fileURLToPath(new URL('../..', import.meta.url));
 const axe = fs.readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
+const here = lastFirst({ after });
 
 const folder = scratch(here);
 const twice = 'copy'.repeat(MiB);

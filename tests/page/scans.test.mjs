@@ -2,22 +2,21 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
-import { becomes, GOING, goTo, lastFirst, mark, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
+import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
+const here = lastFirst({ after });
 const folder = scratch(here);
 makeFiles(folder, { 'd/films/x.iso': 70 * MiB, 'd/photos/y.iso': 80 * MiB, 'd/root.iso': 60 * MiB, 'e/backup/z.iso': 90 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
 
 test('marks, open folders and types belong to one scan, and outlive another scan of the same drive', needs('drives'), async (t) => {
+  const { base } = await serve(t, [], wine);
   const tab = await openTab(t);
-  const { base } = await serve(lastFirst(t), [], wine);
   await tab.goto(base);
   for (const drive of ['D:\\', 'E:\\']) await scan(tab, drive);
   const choose = (name) => tab.getByRole('list', { name: 'Scans' }).getByRole('button', { name: new RegExp(`^${name}`) }).click();

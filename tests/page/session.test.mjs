@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { becomes, goTo, openTab, mark, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
+import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { bridge, makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
@@ -10,9 +11,7 @@ import { makeFiles, ownWine, scratch, startSilent, winPath } from '../system/sup
 
 const MiB = 2 ** 20;
 const TITLES = { overview: 'Overview', explorer: 'Folders', advice: 'Advice', types: 'Types', map: 'Map', find: 'Find files', across: 'Duplicates', picker: 'What do you want to scan?' };
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
+const here = lastFirst({ after });
 const folder = scratch(here);
 makeFiles(`${folder}/d`, { 'films/a.mkv': 300 * MiB, 'b.iso': 70 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d` });

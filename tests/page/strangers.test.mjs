@@ -4,14 +4,13 @@ import fs from 'node:fs';
 import http from 'node:http';
 import { after, test } from 'node:test';
 import { becomes, goTo, openTab, requestsOf, says } from './support/browser.mjs';
+import { lastFirst } from '../system/support/ends.mjs';
 import { has, needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
+const here = lastFirst({ after });
 const folder = scratch(here);
 makeFiles(folder, { 'd/films/a.mkv': 80 * MiB, 'share/b.iso': 70 * MiB });
 const wine = !has('prefixes') ? {} : await ownWine(here, { 'd:': `${folder}/d`, 'unc/nas/public': `${folder}/share` });

@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { ATTACKS, startAttacks } from './support/attacks.mjs';
+import { lastFirst } from './support/ends.mjs';
 import { exchange, serve, until } from './support/server.mjs';
 import { home, needs, testProgram } from './support/home.mjs';
 import { exe, output, processFacts, scratch, winPath } from './support/vorda.mjs';
@@ -14,10 +15,9 @@ const LIBRARIES = ['winhttp', 'wtsapi32'];
 // More than may wait without having shown a key. They last until they are pushed out.
 const LASTING = ['a head that never ends', 'a silent connection', 'a body that never ends', 'a page that is not read'];
 
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
+const here = lastFirst({ after });
 let copy = null;
-const quiet = () => (copy ??= serve({ after: (end) => ends.push(end) }));
+const quiet = () => (copy ??= serve(here));
 const HEAVY = /never ends|silent|not read|held back|large body/;
 
 for (const mode of ['an agent', 'the interactive tool']) {

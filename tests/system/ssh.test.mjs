@@ -4,15 +4,14 @@ import { execFileSync, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import { after, test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { has, needs } from './support/home.mjs';
 import { canListen, exchange, freePort, serve, until } from './support/server.mjs';
 import { bridge, makeKey, passwordServer, relay, startSshd, writeScript } from './support/ssh.mjs';
 import { confinedWine, exe, makeFiles, output, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
 import { wineScript } from './support/wine.mjs';
 
-const ends = [];
-after(async () => { for (const end of ends) await end(); });
-const here = { after: (end) => ends.unshift(end) };
+const here = lastFirst({ after });
 const folder = scratch(here);
 let sshd = null;
 

@@ -5,6 +5,7 @@ import { isFailed, isLoading, type Entry } from './entry';
 import { REST, TYPE } from './words';
 
 const LONGEST_NAME = 300;
+const short = (name: string): string => shown(name.length > LONGEST_NAME ? `${name.slice(0, LONGEST_NAME)}…` : name);
 
 export function entryName(entry: Entry): string {
   if (entry.kind === REST.smaller) return t('exSmaller', { n: entry.n });
@@ -13,7 +14,7 @@ export function entryName(entry: Entry): string {
   if (entry.kind === 'gone') return t('exGone');
   if (isLoading(entry)) return `${t('loading')}…`;
   if (isFailed(entry)) return t('exFailed', { why: failure(entry.name) });
-  return shown(entry.name.length > LONGEST_NAME ? `${entry.name.slice(0, LONGEST_NAME)}…` : entry.name);
+  return short(entry.name);
 }
 
-export const typeName = (key: string): string => (key === TYPE.none ? t('tyNone') : key === TYPE.other ? t('tyOther') : key);
+export const typeName = (key: string): string => (key === TYPE.none ? t('tyNone') : key === TYPE.other ? t('tyOther') : short(key));

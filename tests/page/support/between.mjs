@@ -1,6 +1,7 @@
 // A proxy between the page and the real program, for answers that the program can't be made to give:
 // wrong, late or truncated ones. Requests without an answer of the test's own are passed on.
 import http from 'node:http';
+import { lastFirst } from '../../system/support/ends.mjs';
 
 const KEPT = ['content-type', 'x-vorda-token'];
 
@@ -32,12 +33,12 @@ export async function between(t, base) {
     return void response.end(JSON.stringify(made));
   };
   // The program ends after the proxy; requests still under way then fail.
-  const server = http.createServer((request, response) => answer(request, response).catch((error) => {
+  const server = http.createServer({ maxHeaderSize: 2 ** 20 }, (request, response) => answer(request, response).catch((error) => {
     if (!closed) throw error;
   }));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   server.unref();
-  t.after(() => {
+  lastFirst(t).after(() => {
     closed = true;
     server.closeAllConnections();
     server.close();

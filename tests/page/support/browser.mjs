@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import { after } from 'node:test';
 import { isDeepStrictEqual } from 'node:util';
 import { chromium } from 'playwright-core';
+import { lastFirst } from '../../system/support/ends.mjs';
 import { BROWSER_ARGUMENTS, home } from '../../system/support/home.mjs';
 import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
@@ -37,19 +38,12 @@ export async function openTab(t, { expected = null, ...options } = {}) {
     if (origin !== home && protocol !== 'data:') complain(`asked elsewhere: ${request.url()}`);
   });
   const tab = await context.newPage();
-  t.after(async () => {
+  lastFirst(t).after(async () => {
     if (process.env.PICTURES) await tab.screenshot({ path: `${process.env.PICTURES}/${t.name.replaceAll(/\W+/g, '-')}.png` });
     await context.close();
     assert.deepEqual(complaints, []);
   });
   return tab;
-}
-
-// A test context that takes down first what was set up last.
-export function lastFirst(t) {
-  const ends = [];
-  t.after(async () => { for (const end of ends) await end(); });
-  return { after: (end) => ends.unshift(end) };
 }
 
 // The bodies of all requests that the tab sends to a path from now on.

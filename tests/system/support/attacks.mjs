@@ -4,6 +4,7 @@ import { fork } from 'node:child_process';
 import { once, setMaxListeners } from 'node:events';
 import net from 'node:net';
 import { fileURLToPath } from 'node:url';
+import { lastFirst } from './ends.mjs';
 
 const MiB = 2 ** 20;
 const HEAD_LIMIT = 8 * MiB;
@@ -82,7 +83,7 @@ export function attack(name, port, { connections, stop, outcomes }) {
 // Starts attacks from a process of their own; { name: connections }. `outcomes` is kept up to date.
 export function startAttacks(t, port, connections) {
   const attacker = fork(fileURLToPath(new URL('attacker.mjs', import.meta.url)), [String(port), JSON.stringify(connections)]);
-  t.after(() => attacker.kill('SIGKILL'));
+  lastFirst(t).after(() => attacker.kill('SIGKILL'));
   const outcomes = {};
   attacker.on('message', (told) => Object.assign(outcomes, told));
   const stop = () => {

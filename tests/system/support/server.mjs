@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
 import './description.mjs';
+import { lastFirst } from './ends.mjs';
 import { startSilent } from './vorda.mjs';
 
 // Whether nobody listens on a port now.
@@ -34,7 +35,7 @@ export async function until(check, what, milliseconds = 120_000) {
 export async function serve(t, args = [], options) {
   const port = await freePort();
   const { child, ended } = startSilent(['--port', String(port), '--no-open', ...args], options);
-  t.after(() => {
+  lastFirst(t).after(() => {
     child.kill('SIGKILL');
     return ended;
   });

@@ -5,6 +5,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
 import ssh2 from 'ssh2';
+import { lastFirst } from './ends.mjs';
 import { exe, testProgram } from './home.mjs';
 import { until } from './server.mjs';
 import { wineScript } from './wine.mjs';
@@ -44,7 +45,7 @@ export async function relay(hooks, folder, wineEnv) {
     const { SSH_ASKPASS, SSH_ASKPASS_REQUIRE = 'never', VORDA_ASKPASS = '' } = run.env;
     const env = { PATH: process.env.PATH, SSH_ASKPASS: SSH_ASKPASS && askpass, SSH_ASKPASS_REQUIRE, VORDA_ASKPASS };
     const ssh = spawn('ssh', ['-F', config, ...run.args.slice(1)], { env, stdio: ['ignore', 'pipe', 'pipe'] });
-    hooks.after(() => ssh.kill('SIGKILL'));
+    lastFirst(hooks).after(() => ssh.kill('SIGKILL'));
     runs.push({ ...run, ssh, socket });
     socket.on('close', () => [ssh.stdout, ssh.stderr].forEach((stream) => stream.destroy()));
     const ended = once(ssh, 'close');
@@ -56,7 +57,7 @@ export async function relay(hooks, folder, wineEnv) {
   // When a bridge disconnects because nobody reads its output any more, only its ssh ends.
   const server = net.createServer((socket) => serve(socket.on('error', () => {})).catch(() => {}));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  hooks.after(() => server.close());
+  lastFirst(hooks).after(() => server.close());
   return { runs, config, env: { ...wineEnv, VORDA_SSH_RELAY: String(server.address().port) } };
 }
 
@@ -71,7 +72,7 @@ export async function startSshd(hooks, folder, port, lines) {
   fs.writeFileSync(`${folder}/sshd_config`, `${settings.join('\n')}\nPasswordAuthentication no\nKbdInteractiveAuthentication no\n`);
   const child = spawn('/usr/sbin/sshd', ['-D', '-f', `${folder}/sshd_config`], { stdio: 'ignore' });
   const stop = () => child.kill('SIGTERM') && once(child, 'exit');
-  hooks.after(stop);
+  lastFirst(hooks).after(stop);
   await until(() => greets(port), 'sshd to answer');
   return { child, stop };
 }
@@ -93,6 +94,6 @@ export async function passwordServer(hooks, hostKey, password) {
     }));
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  hooks.after(() => server.close());
+  lastFirst(hooks).after(() => server.close());
   return server.address().port;
 }

@@ -6,6 +6,7 @@ import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { parse } from 'csv-parse/sync';
+import { lastFirst } from './ends.mjs';
 import { exe, has, home, repo, testProgram } from './home.mjs';
 import { makePrefix, removePrefix, wineChatter, wineCommand } from './wine.mjs';
 
@@ -41,7 +42,7 @@ function substitute(t, drives) {
   for (const [name, target] of Object.entries(drives)) {
     assert.match(name, /^[a-z]:$/, 'only a Wine prefix has such a drive');
     ask('drive', name, winPath(target));
-    t.after(() => ask('no-drive', name));
+    lastFirst(t).after(() => ask('no-drive', name));
   }
   return {};
 }
@@ -50,7 +51,7 @@ function substitute(t, drives) {
 export function ownWine(t, drives = {}, through = []) {
   if (onWindows) return substitute(t, drives);
   const options = makePrefix(drives, through);
-  t.after(() => removePrefix(options.env.VORDA_WINEPREFIX));
+  lastFirst(t).after(() => removePrefix(options.env.VORDA_WINEPREFIX));
   return options;
 }
 
@@ -119,7 +120,7 @@ export function scratch(t) {
   const base = fs.existsSync('/dev/shm') && !onWindows ? '/dev/shm' : fs.realpathSync.native(os.tmpdir());
   const folder = fs.mkdtempSync(path.join(base, 'vorda-test-')).replaceAll('\\', '/');
   if (onWindows) scratchFolders.push(folder);
-  else t.after(() => fs.rmSync(folder, { recursive: true, force: true }));
+  else lastFirst(t).after(() => fs.rmSync(folder, { recursive: true, force: true }));
   return folder;
 }
 
