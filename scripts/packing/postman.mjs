@@ -6,15 +6,15 @@ import converter from 'openapi-to-postmanv2';
 import { description } from '../openapi.mjs';
 
 const [version, out] = process.argv.slice(2);
-const ORDER = ['hello', 'about', 'openapi', 'targets', 'browse', 'files', 'scan', 'jobs', 'result', 'dirs', 'ext', 'export',
-  'findFiles', 'foundFiles', 'findDuplicates', 'duplicates', 'verify', 'verified', 'delete', 'reveal', 'update', 'elevate',
-  'cleanup', 'emptyBin', 'cancel', 'forget', 'quit'];
-const GUARDED = ['delete', 'cleanup', 'emptyBin', 'elevate', 'quit', 'reveal'];
+const ORDER = ['hello', 'about', 'openapi', 'targets', 'browse', 'files', 'scan', 'jobs', 'result', 'dirs', 'ext', 'types',
+  'account', 'file', 'export', 'findFiles', 'foundFiles', 'findDuplicates', 'duplicates', 'preview', 'verify', 'verified', 'delete', 'reveal',
+  'open', 'openBin', 'update', 'elevate', 'bins', 'cleanable', 'cleanup', 'emptyBin', 'log', 'cancel', 'forget', 'quit'];
+const GUARDED = ['delete', 'cleanup', 'emptyBin', 'elevate', 'quit', 'reveal', 'open', 'openBin'];
 const HARMLESS = { delete: 'dryrun' }; // guarded unless this field is set, as it is in the example
 const VARIABLES = { baseUrl: 'http://127.0.0.1:7666', key: '', folder: 'C:\\Users\\Public', file: 'C:\\Users\\Public\\desktop.ini', id: '1', really: 'no' };
 const PLACES = { 'C:\\data\\a.txt': '{{file}}', 'C:\\data': '{{folder}}', 'C:\\': '{{folder}}' };
-// The update check needs the maker's site.
-const ALLOWED = { update: [200, 502], elevate: [200, 400], quit: [200, 400], emptyBin: [200, 500] };
+// The update check needs the maker's site, and a preview an image.
+const ALLOWED = { update: [200, 502], elevate: [200, 400], quit: [200, 400], emptyBin: [200, 500], preview: [200, 404] };
 
 const document = description(version);
 const operations = Object.entries(document.paths).flatMap(([path, item]) => Object.entries(item).map(([method, one]) => ({ path, method, ...one })));
@@ -38,10 +38,15 @@ function eventsOf({ operationId }) {
 
 const place = (value) => PLACES[value] ?? value;
 
+// The query of an operation, of the parameters that have an example.
+const queryOf = ({ parameters = [] }) => parameters.map((one) => (one.$ref ? document.components.parameters[one.$ref.split('/').at(-1)] : one))
+  .filter((one) => one.in === 'query' && one.name !== 'token' && one.example !== undefined)
+  .map(({ name, example }) => ({ key: name, value: ['id', 'job'].includes(name) ? '{{id}}' : place(String(example)) }));
+
 // One request, from what the converter made of it.
 function requestOf(item, operation) {
   const { request } = item;
-  const query = (request.url.query ?? []).filter(({ key }) => key !== 'token').map(({ key, value }) => ({ key, value: key === 'id' ? '{{id}}' : place(value) }));
+  const query = queryOf(operation);
   const url = { raw: `{{baseUrl}}${operation.path}${query.length ? `?${query.map(({ key, value }) => `${key}=${value}`).join('&')}` : ''}`, host: ['{{baseUrl}}'], path: operation.path.split('/').slice(1), ...(query.length ? { query } : {}) };
   const example = operation.requestBody?.content['application/x-www-form-urlencoded'].example ?? null;
   const fields = Object.entries(example ?? {}).flatMap(([key, value]) => [value].flat().map((one) => ({ key, value: key === 'ids' || key === 'job' ? '{{id}}' : place(String(one)) })));

@@ -141,7 +141,7 @@ test('every request of the Postman collection passes against the program', async
     const envVar = Object.entries({ baseUrl: server.base, folder: winPath(folder), file: winPath(`${folder}/a.txt`), really }).map(([key, value]) => ({ key, value }));
     newman.run({ collection, envVar, timeoutScript: 60_000, timeoutRequest: 120_000 }, (error, summary) => (error ? reject(error) : resolve(summary.run)));
   });
-  const dangerous = ['cleanup', 'emptyBin', 'elevate', 'quit', 'reveal'];
+  const dangerous = ['cleanup', 'emptyBin', 'elevate', 'quit', 'reveal', 'open', 'openBin'];
   for (const really of ['no', 'yes']) {
     const { failures, executions } = await run(really);
     assert.deepEqual(failures.map(({ source, error }) => `${source?.name}: ${error.message}`), []);
