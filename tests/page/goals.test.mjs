@@ -253,7 +253,7 @@ test('every text is translated, and longer ones fit', needs('drives', 'esbuild')
         const texts = [];
         for (const one of document.body.querySelectorAll('*')) {
           for (const name of ['aria-label', 'title', 'placeholder', 'aria-valuetext']) texts.push(one.getAttribute(name) ?? '');
-          if (!one.closest('bdi, script, style, noscript, option[lang], .brand, .machine')) texts.push([...one.childNodes].map((node) => (node instanceof Text ? node.data : '')).join(''));
+          if (!one.closest('bdi, kbd, script, style, noscript, option[lang], .brand, .machine')) texts.push([...one.childNodes].map((node) => (node instanceof Text ? node.data : '')).join(''));
         }
         // Marked texts may be nested; names, paths and figures are not translated.
         return texts.map((text) => {
@@ -354,7 +354,7 @@ describe('by keyboard alone', side, () => {
     await tab.getByText('1 item will be deleted').waitFor();
     await to('button', /^Move 1 item/);
     await press('Enter');
-    await tab.getByRole('button', { name: 'Close' }).waitFor();
+    await tab.getByRole('button', { name: 'Close', exact: true }).waitFor();
     await press('Enter', 'ArrowDown');
     assert.deepEqual([fs.readdirSync(place), fs.readdirSync(bin)], [['b'], ['a']]);
   });
@@ -398,7 +398,7 @@ describe('by keyboard alone', side, () => {
     await tab.getByText('2 items will be deleted').waitFor();
     await to('button', /^Move 2 items/);
     await press('Enter');
-    await tab.getByRole('button', { name: 'Close' }).waitFor();
+    await tab.getByRole('button', { name: 'Close', exact: true }).waitFor();
     await press('Enter');
     assert.deepEqual(['a', 'b', 'c'].map((name) => fs.readdirSync(`${place}/${name}`).length), [1, 0, 0]);
   });

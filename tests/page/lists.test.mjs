@@ -62,7 +62,7 @@ test('columns are chosen, made wider and sorted by, and a reload keeps that', as
   await tab.getByRole('button', { name: 'Columns' }).click();
   for (const name of ['Type', 'Files']) await tab.getByRole('menuitemcheckbox', { name }).click();
   await tab.keyboard.press('Escape');
-  await becomes(heads, ['Marked', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu']);
+  await becomes(heads, ['Selected', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu']);
   const before = await width('Size');
   await tab.getByRole('button', { name: 'Sort by Size' }).press('Shift+ArrowRight');
   await becomes(() => width('Size'), before + 16);
@@ -73,7 +73,7 @@ test('columns are chosen, made wider and sorted by, and a reload keeps that', as
   await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
   await tab.reload();
   await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
-  assert.deepEqual([await heads(), await width('Size')], [['Marked', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu'], before + 16]);
+  assert.deepEqual([await heads(), await width('Size')], [['Selected', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu'], before + 16]);
 });
 
 test('the menu of an item, by mouse and by keys; what it opens; expanding everything', async (t) => {
@@ -85,7 +85,7 @@ test('the menu of an item, by mouse and by keys; what it opens; expanding everyt
   const menu = tab.getByRole('menu');
   await row(tree, 'films').first().click({ button: 'right' });
   await becomes(() => menu.getByRole('menuitem').locator('.label').allInnerTexts(), ['Expand', 'Expand everything below', 'Open', 'Show in Windows Explorer', 'Open a terminal here', 'Properties',
-    'Open in the map', 'Copy path', 'Copy as table', 'Mark', 'Scan this folder again', 'Delete…', 'Delete permanently…']);
+    'Open in the map', 'Copy path', 'Copy as table', 'Select', 'Scan this folder again', 'Delete…', 'Delete permanently…']);
   await menu.getByRole('menuitem', { name: 'Open a terminal here' }).click();
   await becomes(() => opened.map((body) => [body.get('what'), body.get('p')]), [['terminal', `${root}\\films`]]);
   await becomes(() => tab.evaluate(() => document.activeElement.getAttribute('role')), 'treegrid', 'the focus goes back');
@@ -97,12 +97,12 @@ test('the menu of an item, by mouse and by keys; what it opens; expanding everyt
   await becomes(() => names(tree), [root, 'films', 'a.mkv', 'b.mkv', 'photos', '2019', 'c.raw', 'd.raw', 'note.txt']);
   await row(tree, 'a.mkv').click();
   await row(tree, 'c.raw').click({ modifiers: ['Shift'] });
-  await says(tab, '3 items marked');
+  await says(tab, '3 items selected');
   assert.equal(await tab.evaluate(() => getSelection().toString()), '', 'rows are selected, not text');
   await tree.press('Control+c');
   await becomes(copied, [`films\\a.mkv`, 'films\\b.mkv', 'photos', 'photos\\2019', 'photos\\2019\\c.raw'].map((name) => `${root}\\${name}`).join('\n'));
   await row(tree, 'note.txt').click();
-  await tab.getByRole('button', { name: 'Clear marks' }).click();
+  await tab.getByRole('button', { name: 'Clear selection' }).click();
   await tree.press('Shift+Delete');
   await becomes(() => tab.getByRole('dialog').getByLabel('Delete permanently').isChecked(), true);
   await tab.keyboard.press('Escape');
@@ -122,7 +122,7 @@ test('a reload brings back folders, marks and the scan; Back and Forward are exa
   await mark(tree, 'b.mkv');
   await tab.reload();
   await becomes(() => names(tree), [root, 'films', 'a.mkv', 'b.mkv', 'photos', 'note.txt']);
-  await says(tab, '1 item marked, 60.0 MB');
+  await says(tab, '1 item selected, 60.0 MB');
 
   await goTo(tab, 'map', 'Map');
   const where = () => tab.getByRole('navigation', { name: 'Where the map is' }).locator('[aria-current]').innerText();
