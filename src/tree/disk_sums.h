@@ -30,7 +30,7 @@ struct DiskChange {
   std::int64_t back = 0;
   std::int64_t cloud = 0;
 };
-void changeTotals(ScanResult& result, std::uint32_t folder, const DiskChange& change);
+void changeTotals(ScanResult& result, std::uint32_t folder, const DiskChange& by);
 
 // Some folders and files of a scan, none inside another.
 struct Selection {

@@ -144,7 +144,7 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
   Bytes damaged = runList({{3, 0x7000'0000}});
   volume.add(40, TestRecord().name(L"damaged", a).nonResident(kData, 9000, damaged));
   const ScanResult result = scanned(volume);
-  for (const auto& [name, expected] : std::vector<std::pair<const wchar_t*, std::string>>{
+  for (const auto& [file, expected] : std::vector<std::pair<const wchar_t*, std::string>>{
            {L"resident", "0 0 0"},
            {L"sparse", "3 3 0"},
            {L"streams", "3 3 0"},
@@ -154,6 +154,7 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
            {L"link", "0 0 0"},
            {L"pieces", "8 8 0"}, // without the record that belongs to no file
            {L"damaged", "0 0 0"}}) {
+    const std::wstring name = file;
     CAPTURE(toUtf8(name));
     CHECK(fileFigures(result, name) == expected);
   }

@@ -216,7 +216,7 @@ TEST_CASE("while it runs, a walk tells how much it found in the folders of its r
   MemoryDisk folders;
   for (int i = 0; i < 60; ++i) {
     const std::wstring top = folders.addFolder(L"M:\\", L"top" + std::to_wstring(i));
-    folders.addFile(folders.addFolder(top, L"in"), L"x", static_cast<std::uint64_t>(1000 + i));
+    folders.addFile(folders.addFolder(top, L"in"), L"x", 1000 + static_cast<std::uint64_t>(i));
     folders.addFile(top, L"y", 1);
   }
   folders.add(L"M:\\empty\\");

@@ -95,7 +95,7 @@ class Explorer implements ResultScreen {
   private chosenOrder(): Order {
     const { sort, foldersFirst } = this.settings;
     const by = isSort(sort?.word) && (sort.word !== 'disk' || knowsDisk(this.job.id)) ? sort.word : 'size';
-    return { by, down: sort && by === sort.word ? sort.down : startsDown(by), foldersFirst: foldersFirst === true, measure: measure(this.job.id) };
+    return { by, down: sort && by === sort.word ? sort.down : startsDown(by), foldersFirst: foldersFirst ?? !startsDown(by), measure: measure(this.job.id) };
   }
 
   private reorder(): void {
