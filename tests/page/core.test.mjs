@@ -281,7 +281,9 @@ test('deletion: one request per scan, and the right sentence for the outcome', n
   const key = (deleted, bytes, binned) => plan.outcomeKey({ deleted, bytes, binned, error: '' });
   assert.deepEqual([key(0, 0, 0), key(2, 10, 0), key(2, 10, 10), key(2, 10, 4)], ['delNothing', 'delDone', 'delDoneBin', 'delDoneMixed']);
   assert.deepEqual(plan.outcomeOf([{ deleted: 1, bytes: 2, binned: 1, error: 'aborted' }, { deleted: 1, bytes: 3, error: '', partial: [{ p: 'x', bytes: 2 }], logged: false }]),
-    { deleted: 2, bytes: 5, binned: 1, error: 'aborted', inside: 2, logged: false });
+    { deleted: 2, bytes: 5, binned: 1, error: 'aborted', inside: 2, logged: false, gained: null });
+  const drive = (freeBefore, freeAfter) => ({ deleted: 1, bytes: 9, error: '', freeBefore, freeAfter });
+  assert.equal(plan.outcomeOf([drive(5, 9), drive(9, 8)]).gained, 3);
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
 });
 

@@ -15,14 +15,15 @@ const PHOTOS = { 'Photos/2019/a.raw': 70 * MiB, 'Photos/2019/b.raw': 60 * MiB, '
 const TEMP = { 'Windows/Temp/setup.log': 1200 * MiB, 'Windows/Temp/left over/x.tmp': 5 * MiB, 'Windows/win.ini': 'x' };
 const DRIVES = { 'D:\\': 'drive', 'E:\\': 'drive', '\\\\nas\\public': 'unc' };
 
-// A machine with the drives D: and E: and a share, with these files and these scans finished, and a tab on
-// a section.
-async function machine(t, { d = {}, e = {}, share = {}, scans = ['D:\\'], section = '', title = 'Overview' }) {
+// A machine with the drives D: and E: and a share, with these files, further names of files on D: and these scans
+// finished, and a tab on a section.
+async function machine(t, { d = {}, e = {}, share = {}, names = {}, scans = ['D:\\'], section = '', title = 'Overview' }) {
   const folder = scratch(t);
   for (const [name, files] of Object.entries({ d, e, share })) {
     fs.mkdirSync(`${folder}/${name}`);
     makeFiles(`${folder}/${name}`, files);
   }
+  for (const [name, file] of Object.entries(names)) fs.linkSync(`${folder}/d/${file}`, `${folder}/d/${name}`);
   const wine = await ownWine(t, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
   const devices = `${wine.env.VORDA_WINEPREFIX}/dosdevices`;
   fs.mkdirSync(`${devices}/unc/nas`, { recursive: true });
@@ -95,7 +96,7 @@ test('moving to the bin, and deleting permanently once the word is typed', needs
   await says(tab, '1 item selected, 70.0 MB');
   const dialog = await openDialog(tab);
   await says(dialog, '1 item will be deleted, 70.0 MB.');
-  await says(dialog, /^Free afterwards: D: /);
+  await says(dialog, 'This frees 0 B at most.'); // a file that is all hole
   assert.deepEqual(await pathsIn(dialog, GOING), ['D:\\Photos\\2019\\a.raw']);
   await says(dialog, logPath);
   await becomes(() => focused(tab), 'Cancel');
@@ -126,6 +127,20 @@ test('moving to the bin, and deleting permanently once the word is typed', needs
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Photos/2020`), namesIn(trash), lastLogged()], [[], ['a.raw'], 'definitief  83886080  D:\\Photos\\2020\\c.raw']);
   await row(tree, 'Photos').filter({ hasText: '60.0 MB' }).waitFor();
+});
+
+test('the dialog promises what comes back, and says what the drive gained', needs('prefixes'), async (t) => {
+  const three = 'x'.repeat(3 * MiB);
+  const { tab } = await machine(t, { d: { 'films/one.bin': three, 'music/two.bin': three, 'x': 'x' }, names: { 'films/two.bin': 'music/two.bin' }, section: 'explorer', title: 'Folders' });
+  await mark(tab.getByRole('treegrid'), 'films');
+  const dialog = await openDialog(tab);
+  await says(dialog, '1 item will be deleted, 2 files, 6.00 MB.');
+  await says(dialog, 'This frees 3.00 MB at most. 3.00 MB stays in use: it has other names elsewhere.');
+  await says(dialog, /^Free afterwards: D: /);
+  await dialog.getByLabel('Delete permanently').check();
+  await dialog.getByRole('textbox').fill('DELETE');
+  await dialog.getByRole('button', { name: /permanently$/ }).click();
+  await says(dialog, /^The drive (has [\d.]+ MB more|does not have more) free space than before\.$/); // others use it too
 });
 
 test('refused items stay, and the dialog says why', needs('prefixes'), async (t) => {

@@ -193,6 +193,11 @@ export interface DeleteAnswer {
   stayed?: { p: string; why: string }[]; // what is still there, or what inside it is the reason
   partial?: { p: string; bytes: number }[]; // folders of which only a part went
   logged?: boolean; // false if the log could not be written
+  x?: number; // of a dry run: bytes that come back
+  xs?: number; // 1: maybe less
+  shared?: number; // bytes that do not come back, because they have other names elsewhere
+  freeBefore?: number; // free bytes of the drive
+  freeAfter?: number;
 }
 
 export interface CleanupAnswer {

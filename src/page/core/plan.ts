@@ -22,6 +22,15 @@ export function partsByJob(paths: Iterable<string>, roots: { id: number; root: s
   return [...byJob].map(([job, list]) => ({ job, paths: list }));
 }
 
+// What one request would free.
+export interface Gain {
+  path: string; // one of those that go, for their drive
+  bytes: number; // the sizes of what goes
+  back: number | undefined; // what comes back of them, if that is known
+  most: boolean; // maybe less
+  shared: number; // what does not come back, because it has other names elsewhere
+}
+
 export interface Plan {
   parts: Part[]; // what would go, by scan
   wouldDelete: string[];
@@ -30,15 +39,20 @@ export interface Plan {
   bytes: number;
   seen: Map<string, string>; // by path, what the program saw of it
   items: Map<string, DeleteItem>; // by path, what was measured
+  gains: Gain[];
 }
 
-export const NO_PLAN: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+const noPlan = (): Plan => ({ parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map(), gains: [] });
+export const NO_PLAN = noPlan();
 
 export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
-  const plan: Plan = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+  const plan = noPlan();
   for (const { part, answer } of runs) {
     const would = answer.wouldDelete ?? [];
-    if (would.length > 0) plan.parts.push({ job: part.job, paths: would });
+    if (would[0] !== undefined) {
+      plan.parts.push({ job: part.job, paths: would });
+      plan.gains.push({ path: would[0], bytes: answer.bytes || 0, back: answer.x, most: answer.xs === 1, shared: answer.shared ?? 0 });
+    }
     plan.wouldDelete.push(...would);
     plan.refused.push(...(answer.refused ?? []));
     plan.noBin.push(...(answer.noBin ?? []));
@@ -55,7 +69,7 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
 // Both plans in one, for what goes with the same request.
 export const together = (a: Plan, b: Plan): Plan => ({
   parts: [...a.parts, ...b.parts], wouldDelete: [...a.wouldDelete, ...b.wouldDelete], refused: [...a.refused, ...b.refused],
-  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]), items: new Map([...a.items, ...b.items]),
+  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]), items: new Map([...a.items, ...b.items]), gains: [...a.gains, ...b.gains],
 });
 
 // What was seen of a copy that is to go, and of the one that stays.
@@ -86,10 +100,11 @@ export interface Outcome {
   error: string;
   inside: number; // bytes that went from inside folders that are still there
   logged: boolean;
+  gained: number | null; // by how much the free space of the drives grew, if that is known
 }
 
-export function outcomeOf(answers: Pick<DeleteAnswer, 'deleted' | 'bytes' | 'binned' | 'error' | 'partial' | 'logged'>[]): Outcome {
-  const sum: Outcome = { deleted: 0, bytes: 0, binned: 0, error: '', inside: 0, logged: true };
+export function outcomeOf(answers: Omit<DeleteAnswer, 'dryRun' | 'refused' | 'wouldDelete'>[]): Outcome {
+  const sum: Outcome = { deleted: 0, bytes: 0, binned: 0, error: '', inside: 0, logged: true, gained: 0 };
   for (const answer of answers) {
     sum.deleted += answer.deleted || 0;
     sum.bytes += answer.bytes || 0;
@@ -97,6 +112,8 @@ export function outcomeOf(answers: Pick<DeleteAnswer, 'deleted' | 'bytes' | 'bin
     if (answer.error) sum.error = answer.error;
     for (const { bytes } of answer.partial ?? []) sum.inside += bytes || 0;
     if (answer.logged === false) sum.logged = false;
+    const { freeBefore, freeAfter } = answer;
+    sum.gained = sum.gained === null || freeBefore === undefined || freeAfter === undefined ? null : sum.gained + freeAfter - freeBefore;
   }
   return sum;
 }

@@ -5,7 +5,7 @@ import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
 import { failure, percent, phrase, size, t } from '../core/i18n';
 import { trimEnd } from '../core/paths';
-import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Outcome, type Part, type Plan } from '../core/plan';
+import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Gain, type Outcome, type Part, type Plan } from '../core/plan';
 import { goingOf, requestsFor, type Going } from '../core/review';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
@@ -13,7 +13,7 @@ import { poll, refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
 import { changed, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
-import { append, button, choice, el, field, fill, icon, onEnter, rest, setText } from '../ui/dom';
+import { append, button, choice, el, field, fill, icon, onEnter, rest, setText, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
 import { announce } from '../ui/toast';
 import { afterwards, freeLine, goingTable, renewDrives, stayingTable, working, type Staying, type Working } from './review';
@@ -47,7 +47,7 @@ async function dryRun(parts: Part[], fields: Record<string, string>, progress: P
   const requests = requestsFor(parts);
   for (const part of requests) {
     progress(runs.length, requests.length);
-    runs.push({ part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', ...fields }) });
+    runs.push({ part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', more: '1', ...fields }) });
   }
   return planOf(runs);
 }
@@ -111,6 +111,16 @@ function amountOf(rows: readonly Going[]): string {
   return rows.some((row) => row.folder) ? `${t('nFiles', { n: rows.reduce((sum, row) => sum + row.files, 0) })}, ${bytes}` : bytes;
 }
 
+// What comes back, where that is known and not simply the sizes.
+function promise(gains: readonly Gain[]): Child {
+  const sum = (of: (gain: Gain) => number): number => gains.reduce((all, gain) => all + of(gain), 0);
+  if (!gains.every((gain) => gain.back !== undefined)) return null;
+  const [bytes, back, shared] = [sum((gain) => gain.bytes), sum((gain) => gain.back ?? 0), sum((gain) => gain.shared)];
+  if (size(back) === size(bytes) && shared === 0) return null;
+  return el('p', {}, t(gains.some((gain) => gain.most) ? 'delBackMost' : 'delBack', { size: size(back) }),
+    shared > 0 ? ` ${t('delShared', { size: size(shared) })}` : null);
+}
+
 function showPlan(deletion: Deletion, { plan, tooLong }: Offer): void {
   const { refused, noBin } = plan;
   const rows = goingOf(plan, tooLong);
@@ -119,7 +129,8 @@ function showPlan(deletion: Deletion, { plan, tooLong }: Offer): void {
     el('div', {},
       el('p', { class: 'answer' }, would.length > 0 ? t('delWould', { items: t('nItems', { n: would.length }), size: amountOf(would) })
         : rows.length > 0 ? t('delWouldNotBin') : t('delWouldNone')),
-      freeLine(rows)),
+      promise(plan.gains),
+      freeLine([...plan.gains, ...tooLong.gains])),
     rows.length > 0 ? goingTable(rows) : null,
     noBin.length > 0 ? notice(t('delNoBin', { n: noBin.length })) : null,
     tooLong.wouldDelete.length > 0 ? notice(t('delTooLong', { n: tooLong.wouldDelete.length })) : null,
@@ -181,7 +192,7 @@ async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptio
     if (stopping.stopped) break;
     work.at(part.paths[0] ?? '', plan.parts.length > 1 ? at / plan.parts.length : undefined);
     try {
-      done.answers.push(await form<DeleteAnswer>('/api/delete', { ...fields, job: part.job, permanent: permanent ? '1' : '0', why: '1' }));
+      done.answers.push(await form<DeleteAnswer>('/api/delete', { ...fields, job: part.job, permanent: permanent ? '1' : '0', why: '1', more: '1' }));
     } catch (error) {
       done.problem = messageOf(error);
     }
@@ -241,6 +252,7 @@ function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { p
     partial ? el('p', {}, words) : null,
     missed > 0 ? notice(t('delNotBinned', { size: size(missed) })) : null,
     inside && inside !== words ? el('p', {}, inside) : null,
+    outcome.gained !== null && outcome.bytes > outcome.binned ? el('p', {}, outcome.gained > 0 ? t('delGained', { size: size(outcome.gained) }) : t('delNoGain')) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
     stays.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delStays')), stayingTable(t('delStays'), stays)) : null,
     outcome.logged ? logNote() : notice(t('delNotLogged')), end);

@@ -57,8 +57,8 @@ export async function renewDrives(): Promise<void> {
   await Promise.race([asked, new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT_MS))]);
 }
 
-export const freeLine = (rows: readonly { path: string; bytes: number }[]): HTMLElement | null => {
-  const drives = freeAfter(rows, state.targets?.drives ?? []);
+export const freeLine = (gains: readonly { path: string; bytes: number; back?: number | undefined }[]): HTMLElement | null => {
+  const drives = freeAfter(gains.map(({ path, bytes, back = bytes }) => ({ path, bytes: back })), state.targets?.drives ?? []);
   return drives.length > 0 ? el('p', { class: 'muted' }, t('delFree', { list: drives.map(({ drive, free }) => `${drive} ${size(free)}`).join(', ') })) : null;
 };
 
