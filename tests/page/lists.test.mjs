@@ -68,11 +68,12 @@ test('columns are chosen, made wider and sorted by, and a reload keeps that', as
   await becomes(() => width('Size'), before + 16);
   await tab.getByRole('button', { name: 'Sort by Name' }).click();
   await tab.getByRole('button', { name: 'Sort by Name' }).click();
+  await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt'], 'by name, folders come first');
   await tab.getByRole('button', { name: 'Columns' }).click();
   await tab.getByRole('menuitemcheckbox', { name: 'Folders first' }).click();
-  await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
+  await becomes(() => names(tree), [root, 'photos', 'note.txt', 'films']);
   await tab.reload();
-  await becomes(() => names(tree), [root, 'photos', 'films', 'note.txt']);
+  await becomes(() => names(tree), [root, 'photos', 'note.txt', 'films']);
   assert.deepEqual([await heads(), await width('Size')], [['Selected', 'Name', 'Size', 'Share', 'Changed', 'Type', 'Menu'], before + 16]);
 });
 

@@ -138,7 +138,11 @@ test('an installation and its rollback', needs('ownMachine'), async (t) => {
     assert.match(await run('sc', 'query', 'VordaAgent'), /STATE\s*: 4 /);
   };
   await run('sc', 'create', 'VordaAgent', 'binPath=', service);
-  t.after(() => run('sc', 'delete', 'VordaAgent'));
+  t.after(async () => {
+    await run('sc', 'delete', 'VordaAgent');
+    // It is only marked while somebody has it open.
+    await until(async () => !(await run('sc', 'query', 'VordaAgent')).includes('STATE'), 'the service to go');
+  });
   await run('sc', 'start', 'VordaAgent');
   startSilent(['--agent', '--port', String(ports[1]), '--token', 'k'], folder.at);
   await bothRun(projectVersion);
