@@ -212,7 +212,7 @@ const misfits = (tab) => tab.evaluate(() => {
       if (display === 'inline' || display === 'contents') continue;
       const { left, right } = box.getBoundingClientRect();
       if (text.left < left - 1 || text.right > right + 1) {
-        found.push(`"${node.data.slice(0, 60)}" beyond ${box.tagName}.${box.className} by ${Math.max(left - text.left, text.right - right).toFixed(1)}`);
+        found.push(`"${node.data.slice(0, 60)}" beyond ${box.tagName}.${box.className} by ${Math.max(left - text.left, text.right - right).toFixed(1)} in ${box.parentElement.className || box.parentElement.id} ${box.outerHTML.slice(0, 120)}`);
         break;
       }
       if (overflowX !== 'visible' && (box === at || box.matches('button'))) break;
