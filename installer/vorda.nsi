@@ -287,6 +287,8 @@ Section "Uninstall"
     DeleteRegKey SHCTX "Software\Classes\Drive\shell\Vorda"
     DeleteRegKey /ifempty SHCTX "Software\Classes\Directory\shell"
     DeleteRegKey /ifempty SHCTX "Software\Classes\Drive\shell"
+    DeleteRegKey /ifempty SHCTX "Software\Classes\Directory"
+    DeleteRegKey /ifempty SHCTX "Software\Classes\Drive"
   ${EndIf}
   DeleteRegKey SHCTX "${KEY}"
   ${If} $Keep = 0

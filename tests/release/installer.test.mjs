@@ -32,9 +32,9 @@ function machine(t) {
   };
 }
 
-// Of Wine itself: its console's settings and drivers, and the uninstaller's own copy in the folder of temporary
+// Of Wine itself: its console's settings, devices and drivers, and the uninstaller's own copy in the folder of temporary
 // files, which Windows is asked to delete.
-const OF_WINE = /^\[Console\]|Cryptography\\\\RNG|HARDWARE|DriverDateData|PendingFileRenameOperations/;
+const OF_WINE = /^\[Console\]|Cryptography\\\\RNG|HARDWARE|DriverDateData|Control\\\\Class\\\\\{|PendingFileRenameOperations/;
 
 // What there is: files by size, and the lines of the registry. Wine writes them when it ends.
 function snapshot({ drive, options }) {
