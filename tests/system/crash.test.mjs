@@ -3,10 +3,11 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { crash, reportFolder, reportsIn } from './support/crash.mjs';
+import { needs } from './support/home.mjs';
 import { serve } from './support/server.mjs';
 import { makeFiles, ownWine, scratch, vorda, winPath } from './support/vorda.mjs';
 
-test('a crash leaves a report, which the next start tells about, and three are kept', async (t) => {
+test('a crash leaves a report, which the next start tells about, and three are kept', needs('prefixes'), async (t) => {
   const wine = ownWine(t);
   const folder = reportFolder(wine);
   fs.mkdirSync(folder, { recursive: true });

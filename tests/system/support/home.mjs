@@ -37,6 +37,13 @@ const canLink = () => inNewFolder((folder) => {
   fs.symlinkSync('nowhere', `${folder}/link`);
   return fs.lstatSync(`${folder}/link`).isSymbolicLink();
 });
+// Taken away again by what made it.
+const canMakeNamespaces = () => {
+  const name = `vorda-can-${process.pid}`;
+  const works = succeeds('ip', 'netns', 'add', name) && succeeds('ip', '-n', name, 'link', 'set', 'lo', 'up');
+  succeeds('ip', 'netns', 'del', name);
+  return works;
+};
 const real = home === 'windows';
 const onLinux = home === 'wine';
 const elevated = () => succeeds('fltmc.exe');
@@ -52,6 +59,9 @@ const CAPABILITIES = {
   symlinks: ['symbolic links', () => onLinux || canLink()],
   fast: ['sockets and files that are fast enough for very many of them', () => !underWine],
   unixRights: ['Unix rights of files and folders', () => onLinux],
+  namespaces: ['network namespaces, and the rights to make them', () => onLinux && canMakeNamespaces()],
+  interrupts: ['an interruption from outside, which is Ctrl+C to a program of Windows', () => onLinux],
+  linkedPrograms: ['programs that start through a symbolic link', () => onLinux || (real && canLink())],
   procfs: ['/proc, and programs that can be stopped and continued', () => onLinux],
   tmpfs: ['a file system in memory, so small that a result fills it', () => onLinux],
   ntfsImage: ['an NTFS image that is mounted and read as a volume', () => onLinux],
