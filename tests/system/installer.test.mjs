@@ -43,6 +43,8 @@ async function remember({ agents, minutesAgo = 0, written, agentsType = 'REG_MUL
 }
 // scripts/wine quotes the program in every command line, and node on Windows only where it must.
 const quoted = (program) => (home === 'wine' || program.includes(' ') ? `"${program}"` : program);
+// Without the quotes of a program's path, which is quoted or not by who started it.
+const unquoted = (line) => line.replace(/"([^" ]+)"/, '$1');
 // A folder with a copy of the program: how to start it, and its command line with given arguments.
 function install(name, program = exe) {
   const file = path.normalize(`${root}/${name}/vorda.exe`);
@@ -148,9 +150,9 @@ test('an installation and its rollback', needs('ownMachine'), async (t) => {
   await bothRun(projectVersion);
   for (const [bytes, wanted] of [[fresh, projectVersion.replace(/^\d+/, '77')], [old, projectVersion]]) {
     const closed = await told(['--close-for-update', folder.path]);
-    assert.deepEqual([closed.code, withoutIds(closed.lines)], [0, [`pid # closed  ${shown(service)}`, `pid # closed  agent  ${shown(agent)}`, 'service VordaAgent stopped'].sort()]);
+    assert.deepEqual([closed.code, withoutIds(closed.lines.map(unquoted))], [0, [`pid # closed  ${shown(service)}`, `pid # closed  agent  ${shown(agent)}`, 'service VordaAgent stopped'].map(unquoted).sort()]);
     assert.deepEqual([await version(ports[0]), await version(ports[1])], [null, null]);
-    assert.equal((await values(listKey)).Agents, `${account}${agent}\\0service|`);
+    assert.equal(unquoted((await values(listKey)).Agents), unquoted(`${account}${agent}\\0service|`));
     fs.rmSync(folder.file);
     fs.writeFileSync(folder.file, bytes);
       // Wine has no local system account; the helper stands in for it and restarts the agent.

@@ -32,7 +32,7 @@ export const goingTable = (rows: readonly Going[]): HTMLElement => plainTable<Go
   nameColumn,
   textColumn('colFolder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.path)), true),
   numberColumn('colSize', '5.5rem', (row) => size(row.bytes)),
-  numberColumn('colInside', '7.75rem', (row) => (row.folder ? t('nFiles', { n: row.files }) : ''), true),
+  numberColumn('colInside', '8.25rem', (row) => (row.folder ? t('nFiles', { n: row.files }) : ''), true),
   numberColumn('colDate', '6rem', (row) => date(row.m), true),
 ], (row) => row.path, rows);
 

@@ -94,7 +94,7 @@ class Types implements ResultScreen {
     return [
       { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeName(row.e)) },
       { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.value(row))) },
-      { id: 'share', title: 'colShare', width: '3.75rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.value(row), this.whole()))) },
+      { id: 'share', title: 'colShare', width: '4rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.value(row), this.whole()))) },
       { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, count(row.c)) },
     ];
   }
