@@ -123,7 +123,7 @@ test('moving to the bin, and deleting permanently once the word is typed', needs
   await typed.fill('');
   await tab.keyboard.insertText('  delete '); // like pasting
   await typed.press('Enter');
-  await says(dialog, '1 item deleted, 80.0 MB freed.');
+  await says(dialog, '1 item deleted permanently, 80.0 MB.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   assert.deepEqual([namesIn(`${d}/Photos/2020`), namesIn(trash), lastLogged()], [[], ['a.raw'], 'definitief  83886080  D:\\Photos\\2020\\c.raw']);
   await row(tree, 'Photos').filter({ hasText: '60.0 MB' }).waitFor();
@@ -208,7 +208,7 @@ test('three of 20,000 hits are deleted', needs('prefixes'), async (t) => {
   await tab.getByLabel('Filter').fill(names[0]);
   await says(tab, '2 of them are hidden by the filter');
   await tab.getByLabel('Filter').fill('');
-  assert.equal(await confirm(await openDialog(tab)), '3 items deleted, 3 B freed.');
+  assert.equal(await confirm(await openDialog(tab)), '3 items deleted permanently, 3 B.');
   const left = new Set(allFiles(d).map((one) => one.name));
   assert.deepEqual([left.size, names.map((name) => left.has(name))], [20_000, [false, true, false, false, true]]);
   await becomes(async () => [await grid.getAttribute('aria-rowcount'), (await rowsOf(grid))[0]?.[1]], ['19998', names[1]]);
@@ -235,7 +235,7 @@ test('duplicates on two drives: one copy stays, the others are compared again an
   const dialog = await openDialog(tab, 'Compare and delete');
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
   await says(dialog, '2 items will be deleted, 6.00 MB.');
-  assert.equal(await confirm(dialog), '2 items deleted, 6.00 MB freed.');
+  assert.equal(await confirm(dialog), '2 items deleted permanently, 6.00 MB.');
   const wanted = [[first, 'D:\\Copies\\two.bin'], [second, 'E:\\Backup\\three.bin']];
   assert.deepEqual([pathsSent(sent, true), pathsSent(sent, false)], [wanted, wanted]);
   assert.deepEqual([namesIn(`${d}/Copies`), namesIn(`${e}/Backup`)], [['even.bin', 'odd.bin', 'one.bin'], ['list.txt']]);
@@ -281,7 +281,7 @@ test('on a share, which has no bin, only permanent deletion is offered', needs('
   assert.equal(await dialog.getByText('Move to the recycle bin').isVisible(), false);
   await dialog.getByRole('textbox').fill('DELETE');
   await dialog.getByRole('button', { name: 'Delete 1 item (1 file, 60.0 MB) permanently' }).click();
-  await says(dialog, '1 item deleted, 60.0 MB freed.');
+  await says(dialog, '1 item deleted permanently, 60.0 MB.');
   assert.deepEqual([namesIn(`${folder}/share`), fs.existsSync(trash) ? namesIn(trash) : [], lastLogged()], [['new.txt'], [], 'definitief  62914560  \\\\nas\\public\\archive']);
   await dialog.getByRole('button', { name: 'Close' }).click();
   await tab.getByRole('button', { name: 'Close the scan of \\\\nas\\public' }).click();

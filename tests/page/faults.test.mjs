@@ -204,7 +204,7 @@ test('what did not go into the bin, though it was to, is said', async (t) => {
   await tab.keyboard.press('Control+a');
   let dialog = await openDialog(tab);
   await dialog.getByRole('button', { name: 'Move 2 items (2 files, 150 MB) to the recycle bin' }).click();
-  await says(dialog, '2 items deleted: 80.0 MB freed, 70.0 MB in the recycle bin.');
+  await says(dialog, '2 items deleted: 80.0 MB permanently, 70.0 MB in the recycle bin.');
   await says(dialog, '80.0 MB did not go into the recycle bin: Windows deleted it permanently.');
   await dialog.getByRole('button', { name: 'Close' }).click();
   await tab.getByRole('treegrid').focus();
