@@ -326,7 +326,7 @@ test('a long deletion is sent in parts, each for one drive', needs('esbuild'), (
   const parts = review.requestsFor([{ job: 1, paths: ['D:\\x', ...many, 'd:\\y'] }, { job: 2, paths: ['\\\\nas\\s\\z'] }]);
   assert.deepEqual(parts.map((part) => [part.job, part.paths.length]), [[1, 2], [1, 500], [1, 500], [1, 1], [2, 1]]);
   assert.deepEqual(new Set(parts.flatMap((part) => part.paths)).size, 1004);
-  const empty = { parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map() };
+  const empty = { parts: [], wouldDelete: [], refused: [], noBin: [], seen: new Map(), items: new Map() };
   const items = new Map([['C:\\a', { s: 5, f: 1, m: 9 }], ['C:\\d', { s: 7, f: 3, m: 0, dir: true }]]);
   const rows = review.goingOf({ ...empty, wouldDelete: ['C:\\a', 'C:\\d'], noBin: ['C:\\a'], items }, { ...empty, wouldDelete: ['C:\\long'] });
   assert.deepEqual(rows.map(({ path, bytes, files, folder, note }) => [path, bytes, files, folder, note]),

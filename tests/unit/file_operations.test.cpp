@@ -1,83 +1,22 @@
-#include "fileops/cleanup.h"
-#include "fileops/journal.h"
+#include "support/fresh_scan.h"
 #include "support/runs.h"
 
 #include <doctest/doctest.h>
 
 #include <array>
 #include <random>
-#include <set>
 
 using namespace vorda;
 using test::App;
+using test::checkLikeFreshScan;
+using test::Facts;
+using test::factsOf;
+using test::firstDifference;
 using test::MemoryDisk;
 
 namespace {
 
 constexpr std::uint64_t kMiB = 1ULL << 20;
-
-// Everything in the result of a scan, by full paths.
-using Facts = std::set<std::string>;
-
-void addFolder(Facts& facts, const ScanResult& result, std::uint32_t index) {
-  const FolderEntry& folder = result.folders[index];
-  std::string line = "folder " + toUtf8(folderPath(result.folders, index, L'\\'));
-  for (const std::uint64_t number : {folder.ownBytes, folder.ownFiles, folder.totalBytes,
-                                     folder.totalFiles, static_cast<std::uint64_t>(folder.depth)}) {
-    line += " " + std::to_string(number);
-  }
-  if (!result.disk.empty()) {
-    const FolderDisk& disk = result.disk[index];
-    for (const std::uint64_t number : {disk.ownDisk, disk.ownBack, disk.jointBack, disk.totalDisk,
-                                       disk.totalBack, disk.totalCloud}) {
-      line += " " + std::to_string(number);
-    }
-  }
-  CHECK(facts.insert(line).second);
-  for (std::uint32_t child = folder.firstChild; child != kNoFolder;
-       child = result.folders[child].nextSibling) {
-    CHECK(result.folders[child].parent == index);
-    addFolder(facts, result, child);
-  }
-}
-
-Facts factsOf(const Job& job) {
-  const ScanResult& result = job.result;
-  Facts facts;
-  addFolder(facts, result, 0);
-  for (const FileEntry& file : result.files) {
-    facts.insert("file " + toUtf8(filePath(result, file)) + " " + std::to_string(file.size) + " " +
-                 std::to_string(file.disk) + " " + std::to_string(backOf(result, file)));
-  }
-  for (const auto& [type, total] : result.types) {
-    facts.insert("type " + toUtf8(type) + " " + std::to_string(total.bytes) + " " +
-                 std::to_string(total.files) + " " + std::to_string(total.disk) + " " +
-                 std::to_string(total.back));
-  }
-  facts.insert("totals " + std::to_string(result.fileCount) + " " +
-               std::to_string(result.byteCount) + " " + std::to_string(result.folderCount));
-  facts.insert("published " + std::to_string(job.progress.files) + " " +
-               std::to_string(job.progress.bytes) + " " + std::to_string(job.progress.dirs));
-  const std::string& document = *job.document;
-  std::string shown = document.substr(document.find("\"exts\""));
-  facts.insert(shown + document.substr(document.find("\"used\""), 40));
-  return facts;
-}
-
-std::string firstDifference(const Facts& a, const Facts& b) {
-  for (const std::string& one : a) {
-    if (!b.contains(one)) return one;
-  }
-  return a.size() == b.size() ? "" : "one more: " + firstDifference(b, a);
-}
-
-void checkLikeFreshScan(App& app, const Job& job) {
-  std::string root;
-  for (const char c : toUtf8(job.target)) root += c == '\\' ? "%5C" : std::string(1, c);
-  const auto fresh = app.scanJob(root);
-  CHECK(firstDifference(factsOf(job), factsOf(*fresh)) == "");
-  app.told("GET", "/api/forget?id=" + std::to_string(fresh->id));
-}
 
 void fill(MemoryDisk& disk) {
   disk.cluster = 4096;
@@ -253,78 +192,6 @@ TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
   CHECK(job->result.byteCount == before - 25);
 }
 
-TEST_CASE("only the ends of these paths are cleanable") {
-  CHECK(isCleanableFolder(L"C:\\Windows\\Temp\\"));
-  CHECK(isCleanableFolder(L"c:/windows/temp"));
-  CHECK(isCleanableFolder(L"C:\\Users\\anna\\AppData\\Local\\Temp"));
-  CHECK(isCleanableFolder(L"C:\\Windows\\SoftwareDistribution\\Download//"));
-  for (const wchar_t* path : {L"C:\\Windows", L"D:\\temp", L"C:\\Windows\\Temp\\x", L"",
-                              L"C:\\XWindows\\Temp", L"C:\\AppData\\Temp"}) {
-    CHECK_FALSE(isCleanableFolder(path));
-  }
-}
-
-TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
-  MemoryDisk disk;
-  disk.add(L"C:\\Windows\\Tempo\\x");
-  for (const wchar_t* path : {L"C:\\Windows\\Tempo", L"\\Windows\\Temp"}) {
-    CHECK(cleanFolder(disk, disk, path).failure == CleanupFailure::notAllowed);
-  }
-  CHECK(cleanFolder(disk, disk, L"C:\\none\\Windows\\Temp").failure == CleanupFailure::unreadable);
-  disk.add(L"E:\\moved\\Windows\\Temp\\x");
-  disk.add(L"C:\\moved\\Windows\\");
-  disk.link(L"C:\\moved\\Windows\\Temp", L"E:\\moved\\Windows\\Temp");
-  CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
-  CHECK(disk.shellCalls == 0);
-}
-
-TEST_CASE("temporary folders are emptied as far as possible") {
-  App app;
-  MemoryDisk& disk = *app.disk;
-  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
-  disk.add(L"C:\\Windows\\Temp\\old\\deep\\a.tmp", 10);
-  disk.add(L"C:\\Windows\\Temp\\used\\free.tmp", 20);
-  disk.add(L"C:\\Windows\\Temp\\used\\held.tmp", 30).locked = true;
-  // The shell would read these as the parent folder, all files, or a device.
-  for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul", L"*"}) {
-    disk.addFile(L"C:\\Windows\\Temp", name, 0);
-  }
-  disk.add(L"C:\\Windows\\system.ini", 5);
-  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
-  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8);
-  const auto job = app.scanJob("C:%5C");
-  // Eve has replaced her folder by a link since the scan.
-  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
-  disk.link(L"C:\\Users\\eve\\AppData", L"C:\\Users\\anna\\Documents\\AppData");
-
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
-  CHECK(app.told("POST", "/api/cleanup", "what=downloads&job=1") ==
-        R"(400 {"error":"notAllowed"})");
-  const std::string none = R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})";
-  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") == none);
-  disk.removeNode(*disk.at(L"C:\\Users\\anna"));
-  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
-  const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
-  // In Temp two entries were deleted, one is in use and five are skipped; Anna's folder, which
-  // the advice lists, only has one in use; Eve's is skipped.
-  CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":8,"folders":2,"bytes":1153433630})");
-  CHECK(
-      disk.log ==
-      "2026-01-02 03:04:05  LEEGGEMAAKT  1153433630  C:\\Windows\\Temp  (2 weg, 6 overgeslagen)\r\n"
-      "2026-01-02 03:04:05  LEEGGEMAAKT  0  C:\\Users\\anna\\Documents\\AppData\\Local\\Temp  "
-      "(0 weg, 1 overgeslagen)\r\n");
-  CHECK(disk.at(L"C:\\Windows\\system.ini") != nullptr);
-  CHECK(disk.at(L"C:\\Windows\\Temp")->children.size() == 6);
-  CHECK(job->freed == 1153433630);
-  disk.lies = true;
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == none);
-  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
-  // Undo the link, which the scan does not know.
-  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
-  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
-  checkLikeFreshScan(app, *job);
-}
-
 TEST_CASE("incomplete requests and unusable scans change nothing") {
   App app;
   fill(*app.disk);
@@ -399,41 +266,6 @@ TEST_CASE("during a deletion queries are answered and only operations on the sam
   CHECK(app.disk->snapshot().size() == 12);
 }
 
-TEST_CASE("a link in a temporary folder is not followed, and a log that fails is told") {
-  App app;
-  MemoryDisk& disk = *app.disk;
-  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
-  disk.add(L"C:\\Windows\\Temp\\far\\" + std::wstring(250, L'x'), 5);
-  disk.link(L"C:\\Windows\\Temp\\in\\link", L"C:\\Users\\anna\\Documents");
-  disk.add(L"C:\\Users\\anna\\Documents\\thesis", 8);
-  app.scanJob("C:%5CWindows");
-  disk.logFails = true;
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
-        R"(200 {"ok":true,"deleted":3,"skipped":0,"folders":1,"bytes":1153433605,"logged":false})");
-  CHECK(disk.handed == std::vector<std::wstring>{L"C:\\Windows\\Temp\\big.bin"});
-  CHECK(disk.at(L"C:\\Users\\anna\\Documents\\thesis") != nullptr);
-  CHECK(disk.journals.empty());
-}
-
-TEST_CASE("a cleanup that is cut off gets its line later") {
-  App app;
-  MemoryDisk& disk = *app.disk;
-  disk.add(L"C:\\Windows\\Temp\\a.bin", 1100 * kMiB);
-  disk.add(L"C:\\Windows\\Temp\\b.bin", 3);
-  app.scanJob("C:%5CWindows");
-  disk.mayDelete = [&disk](const std::wstring& path) {
-    disk.dead = disk.dead || path.ends_with(L"b.bin");
-    return !disk.dead;
-  };
-  app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
-  disk.dead = false;
-  CHECK(disk.log.empty());
-  finishInterrupted(disk, disk);
-  CHECK(disk.log ==
-        "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  C:\\Windows\\Temp  "
-        "(1 weg, 1 overgeslagen)\r\n");
-}
-
 TEST_CASE("all scans that hold a deleted path are brought up to date") {
   for (const char* job : {"&job=1", ""}) {
     App app;
@@ -465,20 +297,6 @@ TEST_CASE("all scans that hold a deleted path are brought up to date") {
   }
 }
 
-TEST_CASE("a cleanup is seen in all scans") {
-  App app;
-  app.disk->add(L"C:\\Windows\\Temp\\in\\a.bin", 1100 * kMiB);
-  app.disk->add(L"C:\\Windows\\x", 3);
-  const auto outer = app.scanJob("C:%5C");
-  app.scanned("C:%5CWindows");
-  const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
-  app.told("POST", "/api/cleanup", "what=tempfiles&job=2");
-  checkLikeFreshScan(app, *outer);
-  CHECK(outer->freed == 1100 * kMiB);
-  CHECK(inner->rootGone);
-  CHECK(inner->freed == 1100 * kMiB);
-}
-
 TEST_CASE("what stays is named with its reason, if that is asked for") {
   App app;
   fill(*app.disk);
@@ -505,52 +323,4 @@ TEST_CASE("what stays is named with its reason, if that is asked for") {
   std::size_t reasons = 0;
   for (std::size_t at = 0; (at = many.find("inuse", at)) != std::string::npos; ++at) ++reasons;
   CHECK(reasons == 20);
-}
-
-TEST_CASE("what would be emptied can be seen before") {
-  App app;
-  app.disk->add(L"C:\\Windows\\Temp\\a\\b.tmp", 700 * kMiB);
-  app.disk->add(L"C:\\Windows\\Temp\\c.tmp", 500 * kMiB);
-  app.disk->add(L"C:\\Users\\anna\\AppData\\Local\\Temp\\d.tmp", 5);
-  app.disk->add(L"C:\\other\\x", 1);
-  app.scanned("C:%5C");
-  const std::string path = "/api/cleanable?what=tempfiles&job=";
-  const auto before = app.disk->snapshot();
-  CHECK(app.told("GET", path + "1") ==
-        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","s":1258291200,"f":2,"entries":2},)"
-        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","s":5,"f":1,"entries":1}]})");
-  CHECK(app.disk->snapshot() == before);
-  CHECK(app.disk->log.empty());
-
-  // What cleaning would leave alone is said, with the reason.
-  app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp"));
-  app.disk->link(L"C:\\Windows\\Temp", L"C:\\other");
-  app.disk->unreadable = {L"C:\\Users\\anna\\AppData\\Local\\Temp"};
-  CHECK(app.told("GET", path + "1") ==
-        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","why":"notAllowed"},)"
-        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","why":"unreadable"}]})");
-
-  CHECK(app.told("GET", path + "2") == R"(404 {"error":"noJob"})");
-  CHECK(app.told("GET", path) == R"(404 {"error":"noJob"})");
-  CHECK(app.told("GET", "/api/cleanable?job=1&what=caches") == R"(400 {"error":"notAllowed"})");
-
-  app.disk->binBytes = 9;
-  app.disk->binItems = 2;
-  CHECK(app.told("GET", "/api/bins") ==
-        R"(200 {"bytes":9,"items":2,"bins":[{"p":"C:\\","bytes":9,"items":2}]})");
-  app.state.targets = [one = app.state.targets] {
-    TargetList list = one();
-    list.drives.push_back(list.drives.front());
-    list.drives.back().path = L"D:\\";
-    return list;
-  };
-  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
-  app.disk->noBins = {L"C:\\", L"D:\\"};
-  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
-  CHECK(app.disk->binItems == 2);
-
-  CHECK(app.told("POST", "/api/openbin") == R"(200 {"ok":true})");
-  app.state.remote = true;
-  CHECK(app.told("POST", "/api/openbin") == R"(400 {"error":"notAllowed"})");
-  CHECK(app.binsOpened == 1);
 }

@@ -36,13 +36,12 @@ export interface Plan {
   wouldDelete: string[];
   refused: { p: string; why: string }[];
   noBin: string[];
-  bytes: number;
   seen: Map<string, string>; // by path, what the program saw of it
   items: Map<string, DeleteItem>; // by path, what was measured
   gains: Gain[];
 }
 
-const noPlan = (): Plan => ({ parts: [], wouldDelete: [], refused: [], noBin: [], bytes: 0, seen: new Map(), items: new Map(), gains: [] });
+const noPlan = (): Plan => ({ parts: [], wouldDelete: [], refused: [], noBin: [], seen: new Map(), items: new Map(), gains: [] });
 export const NO_PLAN = noPlan();
 
 export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
@@ -56,7 +55,6 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
     plan.wouldDelete.push(...would);
     plan.refused.push(...(answer.refused ?? []));
     plan.noBin.push(...(answer.noBin ?? []));
-    plan.bytes += answer.bytes || 0;
     would.forEach((path, index) => {
       plan.seen.set(path, answer.seen?.[index] ?? '');
       const item = answer.items?.[index];
@@ -69,7 +67,7 @@ export function planOf(runs: { part: Part; answer: DeleteAnswer }[]): Plan {
 // Both plans in one, for what goes with the same request.
 export const together = (a: Plan, b: Plan): Plan => ({
   parts: [...a.parts, ...b.parts], wouldDelete: [...a.wouldDelete, ...b.wouldDelete], refused: [...a.refused, ...b.refused],
-  noBin: [...a.noBin, ...b.noBin], bytes: a.bytes + b.bytes, seen: new Map([...a.seen, ...b.seen]), items: new Map([...a.items, ...b.items]), gains: [...a.gains, ...b.gains],
+  noBin: [...a.noBin, ...b.noBin], seen: new Map([...a.seen, ...b.seen]), items: new Map([...a.items, ...b.items]), gains: [...a.gains, ...b.gains],
 });
 
 // What was seen of a copy that is to go, and of the one that stays.

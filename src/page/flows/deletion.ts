@@ -47,15 +47,15 @@ async function dryRun(parts: Part[], fields: Record<string, string>, progress: P
   const requests = requestsFor(parts);
   for (const part of requests) {
     progress(runs.length, requests.length);
-    runs.push({ part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', more: '1', ...fields }) });
+    runs.push({ part, answer: await form<DeleteAnswer>('/api/delete', { p: part.paths, job: part.job, dryrun: '1', ...fields }) });
   }
   return planOf(runs);
 }
 
 async function lookAt(parts: Part[], progress: Progress): Promise<Offer> {
-  const plan = await dryRun(parts, { seen: '1' }, progress);
+  const plan = await dryRun(parts, { seen: '1', more: '1' }, progress);
   const long = plan.refused.filter((one) => one.why === TOO_LONG).map((one) => one.p);
-  const tooLong = await dryRun(long.length > 0 ? partsByJob(long, scanRoots(), state.view) : [], { seen: '1', permanent: '1' });
+  const tooLong = await dryRun(long.length > 0 ? partsByJob(long, scanRoots(), state.view) : [], { seen: '1', more: '1', permanent: '1' });
   return { plan: { ...plan, refused: [...plan.refused.filter((one) => one.why !== TOO_LONG), ...tooLong.refused] }, tooLong };
 }
 

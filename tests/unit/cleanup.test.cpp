@@ -1,0 +1,186 @@
+#include "fileops/cleanup.h"
+
+#include "fileops/journal.h"
+#include "support/fresh_scan.h"
+#include "support/runs.h"
+
+#include <doctest/doctest.h>
+
+using namespace vorda;
+using test::App;
+using test::MemoryDisk;
+
+namespace {
+
+constexpr std::uint64_t kMiB = 1ULL << 20;
+
+} // namespace
+
+TEST_CASE("only the ends of these paths are cleanable") {
+  CHECK(isCleanableFolder(L"C:\\Windows\\Temp\\"));
+  CHECK(isCleanableFolder(L"c:/windows/temp"));
+  CHECK(isCleanableFolder(L"C:\\Users\\anna\\AppData\\Local\\Temp"));
+  CHECK(isCleanableFolder(L"C:\\Windows\\SoftwareDistribution\\Download//"));
+  for (const wchar_t* path : {L"C:\\Windows", L"D:\\temp", L"C:\\Windows\\Temp\\x", L"",
+                              L"C:\\XWindows\\Temp", L"C:\\AppData\\Temp"}) {
+    CHECK_FALSE(isCleanableFolder(path));
+  }
+}
+
+TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
+  MemoryDisk disk;
+  disk.add(L"C:\\Windows\\Tempo\\x");
+  for (const wchar_t* path : {L"C:\\Windows\\Tempo", L"\\Windows\\Temp"}) {
+    CHECK(cleanFolder(disk, disk, path).failure == CleanupFailure::notAllowed);
+  }
+  CHECK(cleanFolder(disk, disk, L"C:\\none\\Windows\\Temp").failure == CleanupFailure::unreadable);
+  disk.add(L"E:\\moved\\Windows\\Temp\\x");
+  disk.add(L"C:\\moved\\Windows\\");
+  disk.link(L"C:\\moved\\Windows\\Temp", L"E:\\moved\\Windows\\Temp");
+  CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
+  CHECK(disk.shellCalls == 0);
+}
+
+TEST_CASE("temporary folders are emptied as far as possible") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\old\\deep\\a.tmp", 10);
+  disk.add(L"C:\\Windows\\Temp\\used\\free.tmp", 20);
+  disk.add(L"C:\\Windows\\Temp\\used\\held.tmp", 30).locked = true;
+  // The shell would read these as the parent folder, all files, or a device.
+  for (const wchar_t* name : {L".. ", L"x.", L"<", L"nul", L"*"}) {
+    disk.addFile(L"C:\\Windows\\Temp", name, 0);
+  }
+  disk.add(L"C:\\Windows\\system.ini", 5);
+  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
+  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8);
+  const auto job = app.scanJob("C:%5C");
+  // Eve has replaced her folder by a link since the scan.
+  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
+  disk.link(L"C:\\Users\\eve\\AppData", L"C:\\Users\\anna\\Documents\\AppData");
+
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
+  CHECK(app.told("POST", "/api/cleanup", "what=downloads&job=1") ==
+        R"(400 {"error":"notAllowed"})");
+  const std::string none = R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})";
+  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") == none);
+  disk.removeNode(*disk.at(L"C:\\Users\\anna"));
+  disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
+  const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
+  // In Temp two entries were deleted, one is in use and five are skipped; Anna's folder, which
+  // the advice lists, only has one in use; Eve's is skipped.
+  CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":8,"folders":2,"bytes":1153433630})");
+  CHECK(
+      disk.log ==
+      "2026-01-02 03:04:05  LEEGGEMAAKT  1153433630  C:\\Windows\\Temp  (2 weg, 6 overgeslagen)\r\n"
+      "2026-01-02 03:04:05  LEEGGEMAAKT  0  C:\\Users\\anna\\Documents\\AppData\\Local\\Temp  "
+      "(0 weg, 1 overgeslagen)\r\n");
+  CHECK(disk.at(L"C:\\Windows\\system.ini") != nullptr);
+  CHECK(disk.at(L"C:\\Windows\\Temp")->children.size() == 6);
+  CHECK(job->freed == 1153433630);
+  disk.lies = true;
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == none);
+  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
+  // Undo the link, which the scan does not know.
+  disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
+  disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
+  test::checkLikeFreshScan(app, *job);
+}
+
+TEST_CASE("a link in a temporary folder is not followed, and a log that fails is told") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\big.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\far\\" + std::wstring(250, L'x'), 5);
+  disk.link(L"C:\\Windows\\Temp\\in\\link", L"C:\\Users\\anna\\Documents");
+  disk.add(L"C:\\Users\\anna\\Documents\\thesis", 8);
+  app.scanJob("C:%5CWindows");
+  disk.logFails = true;
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
+        R"(200 {"ok":true,"deleted":3,"skipped":0,"folders":1,"bytes":1153433605,"logged":false})");
+  CHECK(disk.handed == std::vector<std::wstring>{L"C:\\Windows\\Temp\\big.bin"});
+  CHECK(disk.at(L"C:\\Users\\anna\\Documents\\thesis") != nullptr);
+  CHECK(disk.journals.empty());
+}
+
+TEST_CASE("a cleanup that is cut off gets its line later") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\a.bin", 1100 * kMiB);
+  disk.add(L"C:\\Windows\\Temp\\b.bin", 3);
+  app.scanJob("C:%5CWindows");
+  disk.mayDelete = [&disk](const std::wstring& path) {
+    disk.dead = disk.dead || path.ends_with(L"b.bin");
+    return !disk.dead;
+  };
+  app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
+  disk.dead = false;
+  CHECK(disk.log.empty());
+  finishInterrupted(disk, disk);
+  CHECK(disk.log ==
+        "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  C:\\Windows\\Temp  "
+        "(1 weg, 1 overgeslagen)\r\n");
+}
+
+TEST_CASE("a cleanup is seen in all scans") {
+  App app;
+  app.disk->add(L"C:\\Windows\\Temp\\in\\a.bin", 1100 * kMiB);
+  app.disk->add(L"C:\\Windows\\x", 3);
+  const auto outer = app.scanJob("C:%5C");
+  app.scanned("C:%5CWindows");
+  const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
+  app.told("POST", "/api/cleanup", "what=tempfiles&job=2");
+  test::checkLikeFreshScan(app, *outer);
+  CHECK(outer->freed == 1100 * kMiB);
+  CHECK(inner->rootGone);
+  CHECK(inner->freed == 1100 * kMiB);
+}
+
+TEST_CASE("what would be emptied can be seen before") {
+  App app;
+  app.disk->add(L"C:\\Windows\\Temp\\a\\b.tmp", 700 * kMiB);
+  app.disk->add(L"C:\\Windows\\Temp\\c.tmp", 500 * kMiB);
+  app.disk->add(L"C:\\Users\\anna\\AppData\\Local\\Temp\\d.tmp", 5);
+  app.disk->add(L"C:\\other\\x", 1);
+  app.scanned("C:%5C");
+  const std::string path = "/api/cleanable?what=tempfiles&job=";
+  const auto before = app.disk->snapshot();
+  CHECK(app.told("GET", path + "1") ==
+        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","s":1258291200,"f":2,"entries":2},)"
+        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","s":5,"f":1,"entries":1}]})");
+  CHECK(app.disk->snapshot() == before);
+  CHECK(app.disk->log.empty());
+
+  // What cleaning would leave alone is said, with the reason.
+  app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp"));
+  app.disk->link(L"C:\\Windows\\Temp", L"C:\\other");
+  app.disk->unreadable = {L"C:\\Users\\anna\\AppData\\Local\\Temp"};
+  CHECK(app.told("GET", path + "1") ==
+        R"(200 {"folders":[{"p":"C:\\Windows\\Temp","why":"notAllowed"},)"
+        R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","why":"unreadable"}]})");
+
+  CHECK(app.told("GET", path + "2") == R"(404 {"error":"noJob"})");
+  CHECK(app.told("GET", path) == R"(404 {"error":"noJob"})");
+  CHECK(app.told("GET", "/api/cleanable?job=1&what=caches") == R"(400 {"error":"notAllowed"})");
+
+  app.disk->binBytes = 9;
+  app.disk->binItems = 2;
+  CHECK(app.told("GET", "/api/bins") ==
+        R"(200 {"bytes":9,"items":2,"bins":[{"p":"C:\\","bytes":9,"items":2}]})");
+  app.state.targets = [one = app.state.targets] {
+    TargetList list = one();
+    list.drives.push_back(list.drives.front());
+    list.drives.back().path = L"D:\\";
+    return list;
+  };
+  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
+  app.disk->noBins = {L"C:\\", L"D:\\"};
+  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
+  CHECK(app.disk->binItems == 2);
+
+  CHECK(app.told("POST", "/api/openbin") == R"(200 {"ok":true})");
+  app.state.remote = true;
+  CHECK(app.told("POST", "/api/openbin") == R"(400 {"error":"notAllowed"})");
+  CHECK(app.binsOpened == 1);
+}
