@@ -126,8 +126,9 @@ void noteDuringInstallation() {
   if (!installing.valid() && GetLastError() != ERROR_ACCESS_DENIED) return; // no such mutex
   const std::wstring record = agentRecord(processAccount(GetCurrentProcess()), GetCommandLineW());
   const std::wstring folder = installationFolder(parentOf(programPath()));
-  const std::uint64_t now = fileTimeNow();
   const ListLock lock;
+  // Not before the lock is held: a list written while waiting would seem to be of the future.
+  const std::uint64_t now = fileTimeNow();
   HandOvers lists = readHandOvers();
   HandOver own = withAgent(listOf(lists, folder, now), record, now);
   own.folder = folder;
