@@ -1,7 +1,9 @@
 // What anyone who reaches the port can do without a key, and what a planted library can do: nothing that
 // keeps others from being served, or the program from going on.
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
+import os from 'node:os';
 import { after, test } from 'node:test';
 import { ATTACKS, startAttacks } from './support/attacks.mjs';
 import { lastFirst } from './support/ends.mjs';
@@ -57,6 +59,43 @@ for (const mode of ['an agent', 'the interactive tool']) {
     });
   }
 }
+
+test('what does not fit into memory fails alone', needs('procfs'), async (t) => {
+  const root = scratch(t);
+  const workers = Math.min(Math.max(os.cpus().length, 4), 16);
+  const folders = 10 * workers; // what they take is more than the threads and what is to spare
+  for (let i = 0; i < folders; ++i) {
+    fs.mkdirSync(`${root}/${i}`);
+    for (let j = 0; j < 1000; ++j) {
+      const file = fs.openSync(`${root}/${i}/${'a file with a long name '.repeat(9)}${j}`, 'w');
+      fs.ftruncateSync(file, 2 ** 30); // large enough to be listed
+      fs.closeSync(file);
+    }
+  }
+  const server = await serve(t);
+  const scanned = async () => {
+    const { id } = (await server.post('/api/scan', { path: winPath(root) })).body;
+    return until(async () => {
+      const job = (await server.json('/api/jobs')).body.find((one) => one.id === id);
+      return ['done', 'error'].includes(job.state) && job;
+    }, 'the scan to end');
+  };
+  const body = () => fetch(`${server.base}/api/hello`, { method: 'POST', body: 'x'.repeat(60 * 2 ** 20) }).then((answer) => answer.status, () => 'closed');
+  const data = Number(/VmData:\s*(\d+)/.exec(fs.readFileSync(`/proc/${server.child.pid}/status`, 'utf8'))[1]);
+  // With less to spare the threads of the scan do not start, and that stops Wine itself.
+  const spare = 22 + 2.5 * workers; // MiB
+  const limit = (bytes) => execFileSync('prlimit', ['--pid', String(server.child.pid), `--data=${bytes}:`]);
+  limit(data * 1024 + spare * 2 ** 20);
+  const { state, error } = await scanned();
+  assert.deepEqual([state, error], ['error', 'noMemory']);
+  const refused = await body();
+  assert.ok(refused === 'closed' || refused === 500, `${refused}`);
+  assert.equal((await server.json('/api/jobs')).status, 200);
+  limit('unlimited');
+  const { files } = await scanned();
+  assert.equal(files, folders * 1000);
+  assert.equal(await body(), 200);
+});
 
 test('a refusal reaches a client that is still sending', async (t) => {
   const server = await serve(t);
