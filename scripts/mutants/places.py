@@ -352,7 +352,8 @@ class Finder:
         elif self.here(node) and not returned.split(" (")[0].endswith(("&", "*")):
             end = self.behind_semicolon(node)
             trivial = ("{}", "nullptr", "std::nullopt", '""', "0")
-            if self.here(value) and end is not None and self.text(value) not in trivial:
+            same = self.text(value) in trivial or self.text(value).endswith("::none")
+            if self.here(value) and end is not None and not same:
                 self.add("nothing", node, "{ if (vordaMutant(\0)) return {}; ", " }", until=end)
         self.expression(value)
 

@@ -36,13 +36,9 @@ bool hits(const ProtectedPlace& place, std::wstring_view rest) {
   return rest.size() == length || (place.recursive && rest[length] == L'\\');
 }
 
-// The number of path components, counting empty ones between two backslashes.
+// The number of path components, counting empty ones between two backslashes. None is at the end.
 std::size_t levels(std::wstring_view rest) {
-  std::size_t count = 0;
-  for (std::size_t i = 0; i + 1 < rest.size(); ++i) {
-    if (rest[i] == L'\\') ++count;
-  }
-  return count;
+  return static_cast<std::size_t>(std::count(rest.begin(), rest.end(), L'\\'));
 }
 
 // Whether Windows opens a device instead of a file of this name, as with "nul", "COM1.txt" and
@@ -76,7 +72,7 @@ Refusal deleteRefusal(std::wstring_view path) {
   const std::wstring normal = normalisePath(path);
   const std::wstring_view whole = normal;
   const bool drive = isDriveLetterPath(whole);
-  if (whole.size() < 3) return drive && whole.size() == 2 ? Refusal::driveRoot : Refusal::tooShort;
+  if (whole.size() < 3) return drive ? Refusal::driveRoot : Refusal::tooShort;
   if (whole.find(L"..") != std::wstring_view::npos) return Refusal::dotDot;
   if (whole.find_first_of(L"*?") != std::wstring_view::npos) return Refusal::wildcard;
   if (drive && whole.size() == 3 && whole[2] == L'\\') return Refusal::driveRoot;

@@ -255,8 +255,11 @@ TEST_CASE("every request without memory is answered as such or right") {
       {"/api/files", "?p=C:%5Cr"},
       {"/api/dirs", "?id=1&p=C:%5Cr"},
       {"/api/ext", "?id=1&e=.type1"},
+      {"/api/account", "?id=1"},
+      {"/api/types", "?id=1"},
+      {"/api/file", "?id=1&p=C:%5Cr%5Cnode_modules%5Cinside%5Cdeep%5Cdeeper%5Cx.js"},
       {"/api/export", "?id=1&what=files"},
-      {"/api/result", "?id=1"},
+      {"/api/result", "?id=1&more=1"},
       {"/api/cancel", "?id=1"},
       {"/api/reveal", "?p=C:%5Cr%5Ca%20folder%20with%20a%20long%20name"}};
   const std::map<std::string, std::string> bodies = {

@@ -85,6 +85,11 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   CHECK(promise("&p=C:%5Cr%5Cb%5Csmall.txt&p=C:%5Cr%5Cb%5Ctwo.iso") ==
         R"("x":4096,"xs":1,"shared":62914560})");
   CHECK(promise("&p=C:%5Cr%5Ca&p=C:%5Cr%5Cb%5Ctwo.iso") == R"("x":63963136,"xs":1,"shared":0})");
+  // The document is kept until something is deleted.
+  const std::string before = app.told("GET", "/api/result?id=1&more=1");
+  const auto kept = app.state.jobs.find(1)->fullDocument;
+  CHECK(app.told("GET", "/api/result?id=1&more=1") == before);
+  CHECK(app.state.jobs.find(1)->fullDocument == kept);
   std::uint64_t free = 5000;
   app.state.steps.driveFigures = [&free](const std::wstring&) {
     return DriveFigures{10'000, free -= 100, L""};
@@ -92,6 +97,8 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   const std::string told =
       app.told("POST", "/api/delete", "job=1&more=1&permanent=1&p=C:%5Cr%5Ca%5Cone.iso");
   CHECK(told.ends_with(R"("freeBefore":4900,"freeAfter":4800})"));
+  CHECK(app.told("GET", "/api/result?id=1&more=1").find(R"("f":4,"a":63967232,"x":63967232,)") !=
+        std::string::npos);
   CHECK(app.told("GET", "/api/files?id=1&more=1&p=C:%5Cr%5Cb")
             .find(R"("n":"two.iso","s":62914560,"m":0,"a":62914560,"x":62914560)") !=
         std::string::npos);

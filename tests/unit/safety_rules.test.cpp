@@ -21,6 +21,7 @@ TEST_CASE("safety rules by the spelling of a path") {
 TEST_CASE("isInsideRoot compares components and excludes the root") {
   CHECK(isInsideRoot(L"D:\\photos", L"d:/PHOTOS/2020/"));
   CHECK(isInsideRoot(L"D:", L"D:\\a"));
+  CHECK_FALSE(isInsideRoot(L"D:", L"D:\\"));
   CHECK(isInsideRoot(L"D:\\photos\\", L"D:\\photos\\x"));
   CHECK(isInsideRoot(L"\\\\s\\d", L"\\\\S\\D\\x"));
   CHECK_FALSE(isInsideRoot(L"D:\\photos", L"D:\\photos"));

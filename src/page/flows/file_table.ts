@@ -3,7 +3,7 @@ import type { FileItem, Job } from '../core/answers';
 import { date, size } from '../core/i18n';
 import { isRemote } from '../core/job';
 import { figuresOf, valueOf } from '../core/measure';
-import { baseName, shown } from '../core/paths';
+import { baseName, parentOf, shown } from '../core/paths';
 import { extensionOf } from '../core/type_groups';
 import type { Entry } from '../core/entry';
 import { changed, knowsDisk, measure, state } from '../data/state';
@@ -18,7 +18,6 @@ import type { MarksBar } from './marks';
 import { openInExplorer } from './places';
 
 const entryOf = ({ p, s, m, a, x, cl }: FileItem): Entry => ({ kind: 'file', path: p, name: baseName(p), s, f: 1, n: 0, m, ...figuresOf({ a, x, cl }) });
-const folderOf = (file: FileItem): string => file.p.slice(0, -baseName(file.p).length - 1);
 
 type Compare = (a: FileItem, b: FileItem) => number;
 const text = (of: (file: FileItem) => string): Compare => (a, b) => {
@@ -38,7 +37,7 @@ function columns(job: Job, menu: (index: number, button: HTMLElement) => void): 
   return [
     markColumn(() => (remote ? 'none' : 'open')),
     { id: 'name', title: 'colName', width: 'minmax(7rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, shown(baseName(row.p).slice(0, 300))) },
-    { id: 'folder', optional: true, title: 'colFolder', width: 'minmax(8rem, 4fr)', sort: 'folder', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(folderOf(row))) },
+    { id: 'folder', optional: true, title: 'colFolder', width: 'minmax(8rem, 4fr)', sort: 'folder', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(parentOf(row.p))) },
     { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(valueOf(row, measure(job.id)))) },
     ...(knowsDisk(job.id) ? [{ id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', number: true, extra: true, fill: (cell: HTMLElement, row: FileItem) => setText(cell, row.a === undefined ? '' : size(row.a)) } as const] : []),
     { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.m)) },

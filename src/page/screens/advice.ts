@@ -59,7 +59,7 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
   return el('li', {},
     locked ? el('span', { title: t('locked', { why: phrase('r_', place.lock) }) }, icon('lock')) : canMark ? box : el('span'),
     cutPath(place.path), meter(shareOf(place.bytes, largest), 'extra'),
-    el('span', { class: 'number extra muted' }, place.m > 0 ? date(place.m) : place.files > 0 ? t('nFiles', { n: place.files }) : ''),
+    el('span', { class: 'number extra muted' }, place.m > 0 ? date(place.m) : place.files > 1 ? t('nFiles', { n: place.files }) : ''),
     el('span', { class: 'number' }, size(place.bytes)),
     iconButton('explorer', `${t('adOpen')}: ${shown(place.path)}`, () => openInExplorer(place.path)),
     locked ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
