@@ -52,6 +52,9 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   const cut = () => tab.locator('.bars .cut').evaluateAll((all) => all.filter((one) => [...one.children].some((part) => part.className !== 'heard' && part.scrollWidth > part.clientWidth)).map((one) => one.innerText));
   await becomes(() => tab.locator('.bars .cut', { hasText: 'root.iso' }).count(), 1);
   await becomes(cut, []);
+  await goTo(tab, 'largest', 'Largest files');
+  await becomes(async () => (await rowsOf(tab.getByRole('grid'))).map(([, name, where]) => [name, where.split('\n')[0]]), [['y.iso', 'D:\\photos'], ['x.iso', 'D:\\films'], ['root.iso', 'D:\\']]);
+  await goTo(tab, 'overview', 'Overview');
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await goTo(tab, 'explorer', 'Folders');
   await becomes(names, ['D:\\', 'photos', 'y.iso', 'films', 'root.iso']);
