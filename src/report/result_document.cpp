@@ -121,7 +121,6 @@ std::string documentOf(const Job& job, const TreeOptions& options, std::uint64_t
 } // namespace
 
 const std::string& buildResultDocument(Job& job, const TreeOptions& options, std::uint64_t nowMs) {
-  job.fullDocument = nullptr;
   job.document = std::make_shared<const std::string>(documentOf(job, options, nowMs, false));
   return *job.document;
 }
