@@ -63,8 +63,18 @@ export const confinedWine = (t) =>
 // The prefix of this test file, where programs run unless their options name another.
 let filePrefix = null;
 const sharedPrefix = () => (filePrefix ??= makePrefix());
+// Wine now and then refuses node the start of a program, with an error that node does not know.
+function spawnForWindows(program, args, options, tries = home === 'wine-node' ? 3 : 1) {
+  try {
+    return spawn(program, args, options);
+  } catch (error) {
+    if (error.code !== 'UNKNOWN' || tries === 1) throw error;
+    return spawnForWindows(program, args, options, tries - 1);
+  }
+}
+
 const startProgram = ([program, ...args], { env, ...options }) => {
-  if (onWindows) return spawn(program, args, { ...options, env: { ...process.env, ...env }, windowsHide: true });
+  if (onWindows) return spawnForWindows(program, args, { ...options, env: { ...process.env, ...env }, windowsHide: true });
   if (env?.VORDA_WINEPREFIX) return spawn(...wineCommand([program, ...args], { env, ...options }));
   return spawn(...wineCommand([program, ...args], { ...options, env: { ...sharedPrefix().env, ...env } }));
 };
