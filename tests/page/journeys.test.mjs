@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import http from 'node:http';
 import { test } from 'node:test';
+import { lastFirst } from '../system/support/ends.mjs';
 import { becomes, goTo, openTab, requestsOf } from './support/browser.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, readCsv, scratch, winPath } from '../system/support/vorda.mjs';
@@ -46,7 +47,7 @@ test('inside a frame the page only says so', async (t) => {
   const { base } = await serve(t);
   const outer = http.createServer((_, response) => response.setHeader('Content-Type', 'text/html').end(`<iframe src="${base}/" width=600 height=300></iframe>`));
   await new Promise((resolve) => outer.listen(0, '127.0.0.1', resolve));
-  t.after(() => outer.close());
+  lastFirst(t).after(() => outer.close());
   const tab = await openTab(t, { expected: /asked elsewhere/ });
   const asked = requestsOf(tab, '/api/hello');
   await tab.goto(`http://127.0.0.1:${outer.address().port}/`);

@@ -176,7 +176,7 @@ test('light and dark: the system’s choice, then the user’s', needs('drives')
 test('a lost program leaves its data on the page; a new one starts empty; quitting ends it', needs('drives'), async (t) => {
   const first = await serve(t, [], wine);
   let second = null;
-  t.after(() => second?.child.kill('SIGKILL'));
+  lastFirst(t).after(() => second?.child.kill('SIGKILL'));
   const tab = await openTab(t, { expected: /ERR_CONNECTION/ });
   await tab.goto(`${first.base}/?scan=D:%5C`);
   await heading(tab, 'Overview');

@@ -50,7 +50,7 @@ async function stranger(t) {
     response.setHeader('Content-Type', 'text/html').writeHead(to ? 302 : 200, to ? { Location: to } : {}).end('<!doctype html><title>free games</title><body></body>');
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  t.after(() => {
+  lastFirst(t).after(() => {
     server.closeAllConnections();
     server.close();
   });

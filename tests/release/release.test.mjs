@@ -6,6 +6,7 @@ import fs from 'node:fs';
 import http from 'node:http';
 import { after, test } from 'node:test';
 import newman from 'newman';
+import { lastFirst } from '../system/support/ends.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, projectVersion, scratch, vorda, winPath } from '../system/support/vorda.mjs';
 import { build, filesOf, pack, repo } from './support.mjs';
@@ -106,7 +107,7 @@ test('with a certificate, programs, installer and what it installs are signed, a
     response.writeHead(200, { 'Content-Type': 'application/timestamp-reply' }).end(stamp(Buffer.concat(pieces)));
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  t.after(() => server.close());
+  lastFirst(t).after(() => server.close());
   const signed = `${root}/signed`;
   const env = { VORDA_SIGN_PFX: `${keys}/code.pfx`, VORDA_SIGN_PASSFILE: `${keys}/word`, VORDA_SIGN_TIMESTAMP: `http://127.0.0.1:${server.address().port}/` };
   // Not in step with this process, which answers the requests for time stamps.

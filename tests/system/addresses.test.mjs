@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { ownWine, startSilent } from './support/vorda.mjs';
 
@@ -18,7 +19,7 @@ function cable(t) {
   const [one, other] = ['a', 'b'].map((end) => `vorda-${process.pid}-${end}`);
   for (const name of [one, other]) {
     ip('netns', 'add', name);
-    t.after(() => ip('netns', 'del', name));
+    lastFirst(t).after(() => ip('netns', 'del', name));
     ip('-n', name, 'link', 'set', 'lo', 'up');
   }
   ip('link', 'add', 'cable', 'netns', one, 'type', 'veth', 'peer', 'name', 'cable', 'netns', other);
@@ -32,7 +33,7 @@ test('one address has 64 connections, and a minute without keys after 20 wrong o
   // Wine's server answers only in the namespace in which it was started.
   const wine = ownWine(t, {}, here);
   const { child, ended } = startSilent(['--agent', '--token', KEY, '--port', String(PORT)], wine);
-  t.after(() => {
+  lastFirst(t).after(() => {
     child.kill('SIGKILL');
     return ended;
   });

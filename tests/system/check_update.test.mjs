@@ -6,6 +6,7 @@ import fs from 'node:fs';
 import https from 'node:https';
 import net from 'node:net';
 import { after, test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { has, needs } from './support/home.mjs';
 import { freePort, serve } from './support/server.mjs';
 import { companion, helper, scratch, vorda } from './support/vorda.mjs';
@@ -56,7 +57,7 @@ async function listen(t, server) {
   const held = [];
   server.on('connection', (socket) => held.push(socket.on('error', () => {})));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  t.after(() => {
+  lastFirst(t).after(() => {
     held.forEach((socket) => socket.destroy());
     server.close();
   });

@@ -4,6 +4,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { freePort, until } from './support/server.mjs';
 import { companion, exe, helper, makeFiles, readJson, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
@@ -95,7 +96,7 @@ test('an agent and the page say where they are, and Ctrl+C closes them', needs('
     const said = path.join(scratch(t), 'said');
     const fd = fs.openSync(said, 'w');
     const { child, ended } = startSilent(['--port', String(port), ...mode], { ...at, stdio: ['ignore', 'ignore', fd] });
-    t.after(() => child.kill('SIGKILL'));
+    lastFirst(t).after(() => child.kill('SIGKILL'));
     fs.closeSync(fd);
     await until(() => fs.readFileSync(said, 'utf8').endsWith('.\n'), 'the address');
     assert.equal(fs.readFileSync(said, 'utf8'),

@@ -7,6 +7,7 @@ import os from 'node:os';
 import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
 import { setTimeout as pause } from 'node:timers/promises';
+import { lastFirst } from './support/ends.mjs';
 import { has, home, needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
 import { makeFiles, ownWine, scratch, startSilent, winPath } from './support/vorda.mjs';
@@ -86,7 +87,7 @@ async function serveHere(t) {
 // Another program holds a file open until the returned function is called, or the test ends.
 async function holdOpen(t, file) {
   const { child } = startSilent(['/c', `set /p x= > ${file}`], { ...wine, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
-  t.after(() => child.kill('SIGKILL'));
+  lastFirst(t).after(() => child.kill('SIGKILL'));
   await until(() => fs.existsSync(`${drive}/${file.slice(3).replaceAll('\\', '/')}`), 'the file in use');
 }
 

@@ -5,6 +5,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { has, home, needs } from './support/home.mjs';
 import { freePort, serve, until } from './support/server.mjs';
 import { exe, helper, projectVersion, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
@@ -55,7 +56,7 @@ function install(name, program = exe) {
 // Starts a verb of the helper, waits until it is ready, and ends it with the test.
 async function holding(t, verb, options) {
   const { child, ended } = start([verb], options);
-  t.after(() => {
+  lastFirst(t).after(() => {
     child.kill('SIGKILL');
     return ended;
   });
@@ -140,7 +141,7 @@ test('an installation and its rollback', needs('ownMachine'), async (t) => {
     assert.match(await run('sc', 'query', 'VordaAgent'), /STATE\s*: 4 /);
   };
   await run('sc', 'create', 'VordaAgent', 'binPath=', service);
-  t.after(async () => {
+  lastFirst(t).after(async () => {
     await run('sc', 'delete', 'VordaAgent');
     // It is only marked while somebody has it open.
     await until(async () => !(await run('sc', 'query', 'VordaAgent')).includes('STATE'), 'the service to go');

@@ -6,6 +6,7 @@ import net from 'node:net';
 import path from 'node:path';
 import { test } from 'node:test';
 import { setTimeout as pause } from 'node:timers/promises';
+import { lastFirst } from './support/ends.mjs';
 import { home, needs, testProgram } from './support/home.mjs';
 import { exchange, freePort, serve, until } from './support/server.mjs';
 import { exe, makeFiles, output, processFacts, readCsv, readJson, scratch, start, startSilent, winPath } from './support/vorda.mjs';
@@ -120,10 +121,10 @@ test('if its port is taken, the page moves on to another after a while', async (
   const holder = net.createServer();
   const port = await freePort();
   await new Promise((resolve) => holder.listen(port, '127.0.0.1', resolve));
-  t.after(() => holder.close());
+  lastFirst(t).after(() => holder.close());
   const began = Date.now();
   const { child, ended } = startSilent(['--port', String(port), '--no-open']);
-  t.after(() => {
+  lastFirst(t).after(() => {
     child.kill('SIGKILL');
     return ended;
   });
@@ -140,7 +141,7 @@ test('a port that the system refuses although nobody uses it is waited for', asy
   const holder = start(['hold-port', String(port)], { program: testProgram('system_helper_win.exe') });
   await once(holder.child.stdout, 'data');
   const { child, ended } = startSilent(['--port', String(port), '--no-open']);
-  t.after(() => {
+  lastFirst(t).after(() => {
     child.kill('SIGKILL');
     return ended;
   });
@@ -157,7 +158,7 @@ test('the service runs under the service manager', needs('ownMachine'), async (t
   const program = winPath(exe);
   const state = async () => /STATE\s*:\s*(\d+)/.exec(await sc('query', 'VordaAgent'))?.[1];
   await sc('create', 'VordaAgent', 'binPath=', `"${program}" --service --port ${port} --token k1`);
-  t.after(() => sc('delete', 'VordaAgent'));
+  lastFirst(t).after(() => sc('delete', 'VordaAgent'));
   await sc('start', 'VordaAgent');
   await until(() => fetch(`http://127.0.0.1:${port}/api/jobs?token=k1`).then((answer) => answer.ok, () => false), 'the service');
   assert.equal(await state(), '4');

@@ -111,7 +111,7 @@ test('only a trusted ssh.exe is started, and the password is wiped if there is n
   // The one in the system folder comes first; without it, the planted one would have been started.
   const system = `${wine.env.VORDA_WINEPREFIX}/drive_c/windows/system32/OpenSSH`;
   fs.mkdirSync(system);
-  t.after(() => fs.rmSync(system, { recursive: true }));
+  lastFirst(t).after(() => fs.rmSync(system, { recursive: true }));
   fs.symlinkSync(bridge, `${system}/ssh.exe`);
   await output(scan, withPath(planted));
   assert.ok(!fs.existsSync(marker));
@@ -139,7 +139,7 @@ test('a password reaches ssh through the helper and goes nowhere else', needs('s
   const password = 'p"ä $s\'x\\ %41+';
   makeFiles(`${folder}/few`, { 'a/b.txt': 'hello' });
   const before = fs.readFileSync(config);
-  t.after(() => fs.writeFileSync(config, before));
+  lastFirst(t).after(() => fs.writeFileSync(config, before));
   fs.appendFileSync(config, `IdentityFile ${makeKey(`${folder}/locked`, 'phrase')}\n`);
   const at = await passwordServer(here, hostKeys[0], password);
   const right = await post(target(`${folder}/few`, at), server, { password });
@@ -159,7 +159,7 @@ test('a password reaches ssh through the helper and goes nowhere else', needs('s
 test('a connection that breaks, and cancelling while find is silent or never stops', needs('sshd'), async (t) => {
   const server = await serve(t, [], options);
   const find = (text) => writeScript(`${folder}/server-bin/find`, text);
-  t.after(() => fs.rmSync(`${folder}/server-bin/find`));
+  lastFirst(t).after(() => fs.rmSync(`${folder}/server-bin/find`));
   const halfway = async () => {
     const started = await post(target(`${folder}/tree`), server);
     await until(async () => (await started.job()).files >= 4096, 'the first totals');

@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { typeOf } from './support/count.mjs';
 import { has, needs } from './support/home.mjs';
 import { makeNtfsImage, mount } from './support/ntfs_image.mjs';
@@ -37,7 +38,7 @@ test.before(async () => {
 // Drive T: is read by turbo and W: by the walk; where paths are compared, W: is renamed to T:.
 async function drives(t) {
   const unmount = await mount(volume.image, volume.mounted, 'ro');
-  t.after(unmount);
+  lastFirst(t).after(unmount);
   const { mounted, image, root } = volume;
   return ownWine(t, { 't:': mounted, 't::': image, 'w:': mounted, 'w::': `${root}/broken.img` });
 }

@@ -5,6 +5,7 @@ import { spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { compareWithCount } from './support/count.mjs';
 import { needs, testProgram } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
@@ -131,7 +132,7 @@ test('a folder of which something is in use goes in part, and the answer has the
   const folder = scratch(t);
   makeFiles(folder, { 'tree/a': '12', 'tree/held': '345', 'tree/z/b': '6' });
   const holder = start(['hold', winPath(`${folder}/tree/held`)], { program: testProgram('system_helper_win.exe') });
-  t.after(() => holder.child.kill('SIGKILL'));
+  lastFirst(t).after(() => holder.child.kill('SIGKILL'));
   await once(holder.child.stdout, 'data');
   const { remove } = await deleting(t);
   const told = await remove([`${folder}/tree`]);
@@ -159,7 +160,7 @@ test('folders with read-only files and paths of 300 characters are deleted', nee
 test('with long paths switched off and on, a deep tree is scanned and written into', needs('windows', 'ownMachine'), async (t) => {
   const [key, name] = ['HKLM\\SYSTEM\\CurrentControlSet\\Control\\FileSystem', 'LongPathsEnabled'];
   const before = / 0x(\d)/.exec(run('reg.exe', 'query', key, '/v', name))[1];
-  t.after(() => run('reg.exe', 'add', key, '/v', name, '/t', 'REG_DWORD', '/d', before, '/f'));
+  lastFirst(t).after(() => run('reg.exe', 'add', key, '/v', name, '/t', 'REG_DWORD', '/d', before, '/f'));
   const folder = scratch(t);
   const deep = `tree/${'d'.repeat(200)}/${'e'.repeat(200)}`;
   makeFiles(folder, { [`${deep}/file`]: '123' });
@@ -190,7 +191,7 @@ test('files in the cloud are counted and not fetched', needs('cloudFiles'), asyn
   const folder = `${scratch(t)}/cloud`;
   fs.mkdirSync(folder);
   ask('cloud', winPath(folder), 'one.bin', 5_000_000, 'two.bin', 5_000_000);
-  t.after(() => ask('no-cloud', winPath(folder)));
+  lastFirst(t).after(() => ask('no-cloud', winPath(folder)));
   const { meta } = await scan(folder);
   assert.deepEqual([meta.files, meta.used], [2, 10_000_000]);
   const server = await serve(t);

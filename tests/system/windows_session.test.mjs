@@ -5,6 +5,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { exchange, freePort, serve, until } from './support/server.mjs';
 import { exe, makeFiles, output, scratch, startSilent, vorda, winPath } from './support/vorda.mjs';
@@ -53,12 +54,12 @@ test('a copy that ends while connections are held open leaves its port to the ne
     await once(socket, 'connect');
     return socket;
   }));
-  t.after(() => sockets.forEach((socket) => socket.destroy()));
+  lastFirst(t).after(() => sockets.forEach((socket) => socket.destroy()));
   assert.deepEqual((await first.json('/api/quit')).body, { ok: true });
   await first.ended;
   const began = Date.now();
   const { child, ended } = startSilent(['--port', String(first.port), '--no-open']);
-  t.after(() => child.kill('SIGKILL') && ended);
+  lastFirst(t).after(() => child.kill('SIGKILL') && ended);
   await until(() => fetch(`${first.base}/api/hello`).then((answer) => answer.ok, () => false), 'the same port', 30_000);
   t.diagnostic(`after ${Date.now() - began} ms`);
 });
@@ -93,7 +94,7 @@ test('a service under an account of its own starts once that has the right', nee
   fs.mkdirSync(folder, { recursive: true });
   fs.copyFileSync(exe, `${folder}/vorda.exe`);
   run('net.exe', 'user', name, password, '/add');
-  t.after(() => {
+  lastFirst(t).after(() => {
     spawnSync('sc.exe', ['stop', 'VordaAgent']);
     spawnSync('sc.exe', ['delete', 'VordaAgent']);
     spawnSync('net.exe', ['user', name, '/delete']);

@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { serve } from './support/server.mjs';
 import { makeFiles, output, readCsv, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
@@ -20,7 +21,7 @@ function volume(t, fileSystem, { size = 128, folder = null, unit = '' } = {}) {
   };
   diskpart(`create vdisk file="${disk}" maximum=${size} type=expandable`, `select vdisk file="${disk}"`, 'attach vdisk', 'convert mbr', 'create partition primary',
     `format fs=${fileSystem} ${unit} quick label=Vorda`, 'assign letter=V', ...folder ? [`assign mount="${winPath(folder)}"`] : []);
-  t.after(() => diskpart(`select vdisk file="${disk}"`, 'detach vdisk'));
+  lastFirst(t).after(() => diskpart(`select vdisk file="${disk}"`, 'detach vdisk'));
   return 'V:';
 }
 
