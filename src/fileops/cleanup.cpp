@@ -45,24 +45,20 @@ bool isReadAsSpelled(Machine& machine, const std::wstring& entry) {
 }
 
 struct Entry {
-  bool plain = false; // the others are left alone
-  bool done = false;  // the shell reported success
   Doomed doomed;
+  bool done = false; // the shell reported success
 };
 
+// Those that may be passed to the shell; the others are left alone.
 std::vector<Entry> entriesOf(Machine& machine, FolderSource& folders, const std::wstring& folder,
                              const std::vector<std::wstring>& names) {
   std::vector<Entry> entries;
   for (const std::wstring& name : names) {
-    Entry one;
-    one.doomed.real = joinPath(folder, name);
-    one.plain = isReadAsSpelled(machine, one.doomed.real);
-    if (one.plain) {
-      const PathFacts facts = folders.facts(one.doomed.real);
-      one.doomed.facts = {facts.folder, facts.reparsePoint, machine.identity(one.doomed.real)};
-      one.doomed.measure = measurePath(folders, one.doomed.real);
-    }
-    entries.push_back(std::move(one));
+    const std::wstring path = joinPath(folder, name);
+    if (!isReadAsSpelled(machine, path)) continue;
+    const PathFacts facts = folders.facts(path);
+    const EntryFacts known = {facts.folder, facts.reparsePoint, machine.identity(path)};
+    entries.push_back({{path, known, measurePath(folders, path)}});
   }
   return entries;
 }
@@ -70,7 +66,6 @@ std::vector<Entry> entriesOf(Machine& machine, FolderSource& folders, const std:
 Journal journalOf(const std::wstring& path, const std::vector<Entry>& entries) {
   Journal journal = {JournalKind::cleanup, path, {}};
   for (const Entry& one : entries) {
-    if (!one.plain) continue;
     const Doomed& doomed = one.doomed;
     journal.entries.push_back(
         {doomed.real, doomed.real, doomed.facts.folder && !doomed.facts.link, doomed.measure});
@@ -83,7 +78,6 @@ bool removeAll(Machine& machine, FolderSource& folders, std::vector<Entry>& entr
   const auto anyFolder = [](const std::wstring&, std::wstring_view) { return true; };
   try {
     for (Entry& one : entries) {
-      if (!one.plain) continue;
       const ShellOutcome outcome = removeForGood(machine, folders, {one.doomed}, anyFolder);
       one.done = outcome.code == 0 && !outcome.aborted;
     }
@@ -93,22 +87,21 @@ bool removeAll(Machine& machine, FolderSource& folders, std::vector<Entry>& entr
   return true;
 }
 
-void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, CleanupResult& result) {
-  result.deleted = result.skipped = 0;
-  result.bytes = 0;
+// names: how many entries there were, with those that were left alone.
+void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, std::size_t names,
+                  CleanupResult& result) {
+  std::uint32_t deleted = 0;
+  std::uint64_t bytes = 0;
   for (const Entry& one : entries) {
     const Doomed& doomed = one.doomed;
     // The shell may report success for a file in use.
-    if (one.done && !folders.facts(doomed.real).exists) {
-      ++result.deleted;
-      result.bytes += doomed.measure.bytes;
-      continue;
-    }
-    ++result.skipped;
+    if (one.done && !folders.facts(doomed.real).exists) ++deleted;
     // A folder with a file in use goes except for that file.
-    if (!one.plain) continue;
-    result.bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
+    bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
   }
+  result.deleted = deleted;
+  result.skipped = static_cast<std::uint32_t>(names) - deleted;
+  result.bytes = bytes;
 }
 
 // A folder that may be emptied, held so that it cannot be replaced.
@@ -170,7 +163,7 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   result.outOfMemory = !removeAll(machine, folders, entries);
   // What is gone is gone: from here on nothing may fail.
   try {
-    withReserve(reserve, [&] { countRemoved(folders, entries, result); });
+    withReserve(reserve, [&] { countRemoved(folders, entries, opened.names.size(), result); });
     withReserve(reserve, [&] {
       result.logged = machine.appendToLog(
           cleanedLine(machine.now(), {false, result.bytes, result.deleted, result.skipped}, path));

@@ -23,12 +23,11 @@ constexpr std::string_view kFailed = "failed:"; // the shell's code follows
 
 using Paths = std::set<std::wstring>;
 
+// No root of a drive is among the paths: none may be deleted.
 bool hasAncestorIn(const Paths& paths, const std::wstring& lower) {
   for (std::size_t at = lower.find(L'\\', 1); at != std::wstring::npos;
        at = lower.find(L'\\', at + 1)) {
-    const std::wstring ancestor = lower.substr(0, at);
-    const bool drive = ancestor.size() == 2 && isDriveLetterPath(ancestor);
-    if (paths.contains(drive ? ancestor + L'\\' : ancestor)) return true;
+    if (paths.contains(lower.substr(0, at))) return true;
   }
   return false;
 }
@@ -117,7 +116,7 @@ DeleteResult Deletion::run() {
   judge();
   if (request_.dryRun) {
     preview();
-  } else if (!items_.empty()) {
+  } else {
     execute();
   }
   return std::move(result_);
@@ -139,7 +138,7 @@ void Deletion::judge() {
     }
     item.path.path = verdict.path;
     item.path.real = verdict.real;
-    if (!request_.root.empty()) item.path.inTree = judge_.inTree(verdict.real);
+    item.path.inTree = judge_.inTree(verdict.real);
     item.path.folder = verdict.facts.folder && !verdict.facts.reparsePoint;
     items_.push_back(std::move(item));
   }
@@ -260,25 +259,28 @@ Journal Deletion::journalOf() const {
 
 void Deletion::lookAfterwards(const ShellOutcome& outcome, const std::optional<BinFigures>& before,
                               const BinQuestion& bin) {
-  result_.bytes = 0;
-  result_.wouldDelete.clear();
-  result_.left.clear();
-  result_.deleted.clear();
-  result_.stayed.clear();
+  DeleteResult now;
   for (const Item& item : items_) {
-    result_.wouldDelete.push_back(item.path);
-    const bool there = folders_.facts(item.path.real).exists;
-    DeletedPath& one = (there ? result_.left : result_.deleted).emplace_back(item.path);
-    if (there && one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
-    if (there && request_.wantWhy) {
-      addStayed(machine_, folders_, one.real, one.folder, outcome.code, result_.stayed);
+    now.wouldDelete.push_back(item.path);
+    if (!folders_.facts(item.path.real).exists) {
+      now.deleted.push_back(item.path);
+      now.bytes += item.path.measure.bytes;
+      continue;
     }
-    result_.bytes += there ? one.lost.bytes : one.measure.bytes;
+    DeletedPath& one = now.left.emplace_back(item.path);
+    if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
+    if (request_.wantWhy) {
+      addStayed(machine_, folders_, one.real, one.folder, outcome.code, now.stayed);
+    }
+    now.bytes += one.lost.bytes;
   }
   const std::optional<BinFigures> after = bin();
-  if (before && after && after->bytes > before->bytes) {
-    result_.binned = std::min(after->bytes - before->bytes, result_.bytes);
+  if (before && after) {
+    const std::uint64_t more = after->bytes - std::min(after->bytes, before->bytes);
+    now.binned = std::min(more, now.bytes);
   }
+  now.refused = std::move(result_.refused);
+  result_ = std::move(now);
 }
 
 Refusal Deletion::prove(const Paths& going, const Item& item) {
@@ -301,8 +303,9 @@ Refusal Deletion::measure(Item& item) {
       folders_, item.path.real, [this, &refusal](const std::wstring& path, std::wstring_view name) {
         if (refusal == Refusal::none) refusal = judge_.refusalOfFolder(path, name);
       });
+  // Its own path was judged before.
   if (refusal == Refusal::none && !request_.permanent &&
-      isTooLongForShell(item.path.real, item.path.measure)) {
+      item.path.measure.longest > kLongestForShell) {
     refusal = Refusal::tooLong;
   }
   return refusal;

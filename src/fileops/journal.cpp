@@ -70,7 +70,6 @@ bool isOutOfReach(FolderSource& folders, const Journal& journal) {
 }
 
 std::string linesOf(Machine& machine, FolderSource& folders, const Journal& journal) {
-  const bool cleanup = journal.kind == JournalKind::cleanup;
   const DeletionMode mode =
       journal.kind == JournalKind::binned ? DeletionMode::binned : DeletionMode::permanent;
   std::string lines;
@@ -78,14 +77,14 @@ std::string linesOf(Machine& machine, FolderSource& folders, const Journal& jour
   std::uint64_t gone = 0;
   for (const JournalEntry& one : journal.entries) {
     const bool there = folders.facts(one.real).exists;
-    const PathMeasure now = there && one.folder ? measurePath(folders, one.real) : PathMeasure{};
-    const Loss loss = there && !one.folder ? Loss{} : lossBetween(one.measure, now);
+    const Loss loss =
+        there && !one.folder ? Loss{} : lossBetween(one.measure, measurePath(folders, one.real));
     bytes += loss.bytes;
     gone += there ? 0 : 1;
-    if (cleanup || (there && !loss.any)) continue;
+    if (there && !loss.any) continue;
     lines += deletedLine(machine.now(), {mode, there, true}, loss.bytes, one.path);
   }
-  if (cleanup) {
+  if (journal.kind == JournalKind::cleanup) {
     lines = cleanedLine(machine.now(), {true, bytes, gone, journal.entries.size() - gone},
                         journal.cleaned);
   }

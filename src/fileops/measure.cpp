@@ -54,7 +54,7 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
                         const FolderVisit& onFolder) {
   PathMeasure measure;
   const PathFacts facts = source.facts(path);
-  if (!facts.exists || facts.reparsePoint) return measure;
+  if (!facts.exists || facts.reparsePoint) return {};
   const std::uint32_t cluster = source.clusterBytes(facts.folder ? path : parentOf(path));
   const auto count = [&measure, cluster](const FolderItem& item) {
     const ItemDisk disk = diskOf(item, cluster);

@@ -125,8 +125,7 @@ Refusal PathJudge::refusalOfForm(std::wstring_view form, const std::wstring& roo
       return Refusal::profile;
     }
   }
-  return root_.empty() || (!root.empty() && isInsideRoot(root, form)) ? Refusal::none
-                                                                      : Refusal::outside;
+  return root_.empty() || isInsideRoot(root, form) ? Refusal::none : Refusal::outside;
 }
 
 // By identity: a share of this machine, for one, can lead to a guarded folder under any name.
@@ -176,10 +175,11 @@ const std::optional<FinalPlace>& PathJudge::finalOf(const std::wstring& folder) 
 }
 
 std::wstring PathJudge::inTree(const std::wstring& real) const {
-  if (finalRoot_.empty() || !isInsideRoot(finalRoot_, real)) return {};
-  std::size_t from = finalRoot_.size();
-  while (from < real.size() && real[from] == L'\\') ++from;
-  return joinPath(root_, real.substr(from));
+  if (!isInsideRoot(finalRoot_, real)) return {};
+  std::wstring_view below = std::wstring_view(real).substr(finalRoot_.size());
+  // Of a drive the root ends in it.
+  if (below.starts_with(L'\\')) below.remove_prefix(1);
+  return joinPath(root_, below);
 }
 
 } // namespace vorda

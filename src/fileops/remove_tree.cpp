@@ -65,7 +65,7 @@ private:
     std::vector<std::pair<std::wstring, EntryFacts>> others;
     if (!reader_->open(open.place.path, open.place.literal)) {
       note(kNotAsExpected);
-      return others;
+      return {};
     }
     FolderItem item;
     while (reader_->next(item)) {
