@@ -168,6 +168,11 @@ TEST_CASE("a copy goes only while an equal one stays") {
            }},
           {"the one that stays cannot be kept", "no 00",
            [](World& one) { one.stay().keepable = false; }},
+          {"an empty one that stays cannot be kept", "no 00",
+           [](World& one) {
+             one.go().state.bytes = 0;
+             one.stay().keepable = false;
+           }},
           {"two names of one file", "no 00",
            [](World& one) { one.stay().state.identity = one.go().state.identity; }},
           {"the same path, on a drive without identities", "no 00",
@@ -223,6 +228,7 @@ TEST_CASE("a proven file is still the one at its path") {
     change(world, now);
     CHECK(proof.isStill(L"go", now) == good);
     CHECK_FALSE(proof.isStill(L"other", now));
+    CHECK_FALSE(proof.isStill(L"stay", world.stay().state)); // not one that may go
     proof.release();
     CHECK_FALSE(proof.isStill(L"go", now));
   }

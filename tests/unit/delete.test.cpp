@@ -34,7 +34,7 @@ std::unique_ptr<MemoryDisk> makeWorld() {
                  {L"D:\\sys\\Programs", Refusal::programs, true},
                  {L"D:\\sys\\PD", Refusal::programData, false},
                  {L"V:\\Moved", Refusal::programs, true},
-                 {L"\\\\localhost\\inner\\Kept", Refusal::programs, true},
+                 {L"\\\\localhost\\hidden\\Kept", Refusal::programs, true},
                  {L"C:\\Users", Refusal::allUsers, false},
                  {L"D:\\people", Refusal::allUsers, false},
                  {L"C:\\Users\\anna", Refusal::profile, false}};
@@ -125,6 +125,7 @@ TEST_CASE("every spelling of a path is refused, or deletes only what it names") 
 TEST_CASE("paths inside others are deleted once, and links as links") {
   const auto disk = makeWorld();
   disk->add(L"C:\\data\\sub\\more\\y");
+  disk->add(L"D:\\around\\inner\\later\\l");
   const auto names = [](const std::vector<DeletedPath>& paths) {
     std::vector<std::wstring> all;
     for (const DeletedPath& one : paths) all.push_back(one.path);
@@ -152,6 +153,38 @@ TEST_CASE("paths inside others are deleted once, and links as links") {
   REQUIRE(result.refused.size() == 1);
   CHECK(result.refused[0].why == Refusal::programs);
   CHECK(disk->at(L"D:\\around\\inner\\Kept\\k") != nullptr);
+}
+
+TEST_CASE("a path is named as it was given, and the system gets what it leads to") {
+  const auto disk = makeWorld();
+  disk->link(L"C:\\data\\a~link", L"D:\\other");
+  std::vector<std::wstring> held;
+  disk->onHold = [&held](const std::wstring& folder) { held.push_back(folder); };
+  const DeleteResult result =
+      remove(*disk, {L"T:\\To-Other", L"t:\\TO-OTHER\\o.txt", L"T:\\Sub", L"C:\\data\\sub\\x",
+                     L"T:\\LONGFO~1", L"C:\\data\\a~link", L"T:\\to-windows\\System32",
+                     L"\\\\localhost\\programs\\App\\a.exe", L"\\\\localhost\\programs\\App"});
+  std::vector<std::wstring> gone;
+  for (const DeletedPath& one : result.deleted) gone.push_back(one.path + L" = " + one.real);
+  CHECK(gone == std::vector<std::wstring>{L"T:\\To-Other = C:\\data\\to-other",
+                                          L"T:\\Sub = C:\\data\\sub",
+                                          L"T:\\LONGFO~1 = C:\\data\\Long Folder Name",
+                                          L"C:\\data\\a~link = C:\\data\\a~link"});
+  CHECK(held == std::vector<std::wstring>{L"C:\\data", L"C:\\data\\sub"});
+  CHECK(disk->handed == std::vector<std::wstring>{L"C:\\data\\Long Folder Name"});
+  CHECK(disk->at(L"D:\\other\\o.txt") != nullptr);
+  REQUIRE(result.refused.size() == 3);
+  CHECK(result.refused[0].path == L"T:\\to-windows\\System32");
+  CHECK(result.refused[1].why == Refusal::programs);
+  CHECK(result.refused[2].why == Refusal::programs); // the second in the same folder
+
+  for (const wchar_t* root : {L"T:\\", L"C:\\data"}) {
+    const DeleteResult dry =
+        remove(*disk, {joinPath(root, L"to-deep\\f"), joinPath(root, L"A.TXT")}, root, true, true);
+    REQUIRE(dry.wouldDelete.size() == 2);
+    CHECK(dry.wouldDelete[0].inTree == joinPath(root, L"deep\\f"));
+    CHECK(dry.wouldDelete[1].inTree == joinPath(root, L"a.txt"));
+  }
 }
 
 TEST_CASE("a path that changes while it is measured is not deleted") {
@@ -221,31 +254,31 @@ TEST_CASE("the log records of each outcome") {
   };
   const std::vector<Row> rows = {
       {true, false, false, false, false, "", 1001, 0,
-       "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  definitief  1  C:\\data\\deep\r\n"},
+       "2026-01-02 03:04:05  definitief  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief  1  T:\\deep\r\n"},
       {false, false, false, false, false, "", 1001, 1001,
-       "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  prullenbak  1  C:\\data\\deep\r\n"},
+       "2026-01-02 03:04:05  prullenbak  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  prullenbak  1  T:\\deep\r\n"},
       {false, true, false, false, false, "", 1001, 0,
-       "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1  C:\\data\\deep\r\n"},
+       "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief (niet in de prullenbak)  1  T:\\deep\r\n"},
       {true, false, false, true, false, "failed:32", 1000, 0,
-       "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief  1000  T:\\\u00E9\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
       {false, false, true, true, false, "aborted", 1000, 1000,
-       "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
+       "2026-01-02 03:04:05  prullenbak  1000  T:\\\u00E9\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
       {true, false, true, false, false, "aborted", 1001, 0,
-       "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  definitief  1  C:\\data\\deep\r\n"
+       "2026-01-02 03:04:05  definitief  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief  1  T:\\deep\r\n"
        "2026-01-02 03:04:05  MISLUKT (0)  0 van 2 paden bleven staan\r\n"},
       {true, false, false, true, true, "failed:32", 1007, 0,
-       "2026-01-02 03:04:05  definitief  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  definitief (deels)  7  C:\\data\\deep\r\n"
+       "2026-01-02 03:04:05  definitief  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  definitief (deels)  7  T:\\deep\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"},
       {false, false, false, true, true, "failed:32", 1007, 1007,
-       "2026-01-02 03:04:05  prullenbak  1000  C:\\data\\\u00E9\r\n"
-       "2026-01-02 03:04:05  prullenbak (deels)  7  C:\\data\\deep\r\n"
+       "2026-01-02 03:04:05  prullenbak  1000  T:\\\u00E9\r\n"
+       "2026-01-02 03:04:05  prullenbak (deels)  7  T:\\deep\r\n"
        "2026-01-02 03:04:05  MISLUKT (32)  1 van 2 paden bleven staan\r\n"}};
   for (const Row& row : rows) {
     const auto disk = makeWorld();
@@ -255,8 +288,9 @@ TEST_CASE("the log records of each outcome") {
     disk->binsNothing = row.binsNothing;
     disk->aborts = row.aborts;
     disk->binBytes = 5000;
-    const DeleteResult result =
-        remove(*disk, {L"C:\\data\\\u00E9", L"C:\\data\\deep"}, {}, row.permanent);
+    // Somebody else fills the bin meanwhile.
+    if (row.permanent) disk->beforeShell = [&disk] { disk->binBytes += 9; };
+    const DeleteResult result = remove(*disk, {L"T:\\\u00E9", L"T:\\deep"}, {}, row.permanent);
     CHECK(disk->log == row.log);
     CHECK(result.error == row.error);
     CHECK(result.bytes == row.bytes);
@@ -271,16 +305,17 @@ TEST_CASE("the log records of each outcome") {
 
 TEST_CASE("a dry run changes nothing and reports paths without a recycle bin") {
   const auto disk = makeWorld();
-  disk->noBins = {L"D:\\"};
+  disk->noBins = {L"D:\\", L"T:\\"};
   disk->link(L"C:\\data\\to-d", L"D:\\other");
-  const std::vector<std::wstring> paths = {L"C:\\data\\a.txt", L"D:\\other\\o.txt",
-                                           L"\\\\srv\\share\\a", L"C:\\data\\to-d",
-                                           L"C:\\data\\deep"};
+  for (const wchar_t* folder : {L"C:\\data\\to-d", L"C:\\data\\deep"}) disk->at(folder)->size = 50;
+  const std::vector<std::wstring> paths = {L"T:\\a.txt", L"D:\\other\\o.txt", L"\\\\srv\\share\\a",
+                                           L"C:\\data\\to-d", L"C:\\data\\deep"};
   const auto before = disk->snapshot();
   const DeleteResult bin = remove(*disk, paths, {}, false, true);
   CHECK(bin.wouldDelete.size() == 5);
   CHECK(bin.bytes == 3); // of the files only
-  CHECK(bin.noBin == std::vector<std::wstring>{L"D:\\other\\o.txt", L"\\\\srv\\share\\a"});
+  CHECK(bin.noBin ==
+        std::vector<std::wstring>{L"T:\\a.txt", L"D:\\other\\o.txt", L"\\\\srv\\share\\a"});
   CHECK(remove(*disk, paths, {}, true, true).noBin.empty());
   CHECK(remove(*disk, {L"C:\\data\\to-d\\o.txt"}, {}, false, true).noBin.size() == 1);
   CHECK(disk->snapshot() == before);
@@ -324,14 +359,86 @@ TEST_CASE("what is too long for the shell, and folders with links in them, go wi
   // A link that cannot be opened as one stays, and so do the folders around it.
   disk = make();
   disk->linksAreStuck = true;
-  const DeleteResult stuck = remove(*disk, {L"C:\\data\\linked"});
+  const DeleteResult stuck = remove(*disk, {L"C:\\data\\linked", L"C:\\data\\near"});
   CHECK(stuck.error == "failed:1921");
-  CHECK(stuck.bytes == 7);
+  CHECK(stuck.bytes == 12);
   REQUIRE(stuck.left.size() == 1);
   CHECK(disk->at(L"C:\\data\\linked\\sub\\out\\o.txt") != nullptr);
   CHECK(disk->at(L"C:\\data\\linked\\sub\\f") == nullptr);
-  CHECK(disk->log == "2026-01-02 03:04:05  definitief (deels)  7  C:\\data\\linked\r\n"
-                     "2026-01-02 03:04:05  MISLUKT (1921)  1 van 1 paden bleven staan\r\n");
+  CHECK(disk->log == "2026-01-02 03:04:05  definitief  5  C:\\data\\near\r\n"
+                     "2026-01-02 03:04:05  definitief (deels)  7  C:\\data\\linked\r\n"
+                     "2026-01-02 03:04:05  MISLUKT (1921)  1 van 2 paden bleven staan\r\n");
+}
+
+TEST_CASE("without the shell names may end in dots, and no protected folder is entered") {
+  const auto make = [] {
+    auto disk = makeWorld();
+    disk->link(L"C:\\data\\t\\to-other", L"D:\\other");
+    disk->link(L"C:\\data\\t\\to-file", L"C:\\data\\a.txt").folder = false;
+    disk->add(L"C:\\data\\t\\odd.\\in\\f");
+    disk->add(L"C:\\data\\t\\Kept\\k");
+    return disk;
+  };
+  auto disk = make();
+  CHECK(remove(*disk, {L"C:\\data\\t"}).deleted.size() == 1);
+  CHECK(disk->at(L"C:\\data\\t") == nullptr);
+  CHECK(disk->at(L"C:\\data\\a.txt") != nullptr);
+  for (const bool unreadable : {true, false}) {
+    disk = make();
+    disk->onRemove = [&](const std::wstring&) {
+      if (unreadable) disk->unreadable = {L"C:\\data\\t\\Kept"};
+      disk->at(L"C:\\data\\t\\Kept")->id = disk->at(L"D:\\around\\inner\\Kept")->id;
+    };
+    CHECK(remove(*disk, {L"C:\\data\\t"}).error == "failed:1921");
+    CHECK(disk->at(L"C:\\data\\t\\Kept\\k") != nullptr);
+    disk->onRemove = nullptr;
+  }
+}
+
+TEST_CASE("how much went into the bin is only said where the bin could be looked into") {
+  using Meanwhile = std::function<void(MemoryDisk&)>;
+  const auto nothing = [](MemoryDisk&) {};
+  const std::vector<std::tuple<const wchar_t*, bool, Meanwhile>> rows = {
+      {L"\\\\srv\\share\\a", false, nothing},
+      {L"C:\\data\\a.txt", true, nothing},
+      {L"C:\\data\\a.txt", true, [](MemoryDisk& disk) { disk.binsAreHidden = false; }},
+      {L"C:\\data\\a.txt", false, [](MemoryDisk& disk) { disk.binsAreHidden = true; }},
+      {L"C:\\data\\a.txt", false, [](MemoryDisk& disk) { disk.binBytes = 0; }}};
+  for (const auto& [path, hidden, meanwhile] : rows) {
+    const auto disk = makeWorld();
+    disk->binBytes = 5000;
+    disk->binsAreHidden = hidden;
+    disk->beforeShell = [&disk, change = meanwhile] { change(*disk); };
+    const DeleteResult result = remove(*disk, {path}, {}, false);
+    CHECK(result.deleted.size() == 1);
+    CHECK(result.binned == 0);
+  }
+  const auto disk = makeWorld();
+  disk->add(L"C:\\data\\empty", 0);
+  remove(*disk, {L"C:\\data\\empty"}, {}, false);
+  CHECK(disk->log == "2026-01-02 03:04:05  prullenbak  0  C:\\data\\empty\r\n");
+}
+
+TEST_CASE("if nobody can look after a deletion, nothing is claimed and the journal stays") {
+  const auto disk = makeWorld();
+  disk->onLook = [&disk](const std::wstring&) {
+    if (disk->shellCalls > 0) throw std::bad_alloc();
+  };
+  const DeleteResult result = remove(*disk, {L"C:\\data\\a.txt", L"C:\\Windows"});
+  CHECK(result.unknown);
+  CHECK(result.refused.empty());
+  disk->onLook = nullptr;
+  finishInterrupted(*disk, *disk);
+  CHECK(disk->log == "2026-01-02 03:04:05  definitief (onderbroken)  1  C:\\data\\a.txt\r\n");
+
+  // A file that stays has lost nothing by the deletion, even if it is smaller now.
+  disk->mayDelete = [&disk](const std::wstring& path) {
+    disk->at(path)->size = 0;
+    return false;
+  };
+  disk->log.clear();
+  CHECK(remove(*disk, {L"C:\\data\\deep\\f"}).bytes == 0);
+  CHECK(disk->log == "2026-01-02 03:04:05  MISLUKT (32)  1 van 1 paden bleven staan\r\n");
 }
 
 TEST_CASE("a folder that becomes a link while it is removed is not entered") {
@@ -376,15 +483,16 @@ TEST_CASE("an operation that is cut off gets its lines later") {
       disk->dead = true;
       throw Cut();
     };
-    const std::vector<std::wstring> paths = {L"C:\\data\\1", L"C:\\data\\d", L"C:\\data\\2"};
-    remove(*disk, paths, {}, permanent);
+    const std::vector<std::wstring> paths = {L"T:\\1", L"T:\\d", L"T:\\2"};
+    CHECK(remove(*disk, paths, {}, permanent).error == kNoMemory);
     disk->dead = false;
+    disk->volume(L"T:", L"C:\\none"); // the name of the drive is gone by now
     CHECK(disk->log.empty());
     REQUIRE(disk->journals.size() == 1);
     const std::string mode = permanent ? "definitief" : "prullenbak";
     std::string lines = "2026-01-02 03:04:05  ";
-    lines.append(mode).append(" (onderbroken)  10  C:\\data\\1\r\n2026-01-02 03:04:05  ");
-    lines.append(mode).append(" (deels) (onderbroken)  10  C:\\data\\d\r\n");
+    lines.append(mode).append(" (onderbroken)  10  T:\\1\r\n2026-01-02 03:04:05  ");
+    lines.append(mode).append(" (deels) (onderbroken)  10  T:\\d\r\n");
     // Not while the operation runs, nor while the log cannot be written.
     disk->journals[0]->open = true;
     finishInterrupted(*disk, *disk);
@@ -406,7 +514,8 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
   const auto disk = makeWorld();
   Journal journal;
   journal.entries = {{L"C:\\data\\a.txt", L"C:\\data\\a.txt", false, {}},
-                     {L"Q:\\\u00E9", L"Q:\\x\\\u00E9", true, {}}};
+                     {L"Q:\\\u00E9", L"Q:\\x\\\u00E9", true, {}},
+                     {L"Q:\\link", L"Q:\\link", false, {}}};
   journal.entries[1].measure.bytes = 7;
   journal.entries[1].measure.files = 1;
   const std::string text = journalText(journal);
@@ -422,6 +531,8 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
   REQUIRE((read && read->entries.size() == 1));
   CHECK(read->entries[0].measure.folders == 3);
   CHECK(read->entries[0].measure.links == 4);
+  CHECK(journalText(*read) == head + entry + "end\n");
+  CHECK_FALSE(parseJournal(text)->entries[0].folder);
   for (const std::string& wrong :
        {head + "folder\t1\t2\t3\t4\tC:\\a\n", head + "folder\t1\t2\t3\t4\tC:\\a\tC:\\b\t\n",
         head + "link\t1\t2\t3\t4\tC:\\a\tC:\\b\n", head + "folder\tx\t2\t3\t4\tC:\\a\tC:\\b\n",
@@ -442,7 +553,14 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
   disk->volume(L"Q:");
   finishInterrupted(*disk, *disk);
   CHECK(disk->journals.empty());
-  CHECK(disk->log == "2026-01-02 03:04:05  definitief (onderbroken)  7  Q:\\\u00E9\r\n");
+  CHECK(disk->log == "2026-01-02 03:04:05  definitief (onderbroken)  7  Q:\\\u00E9\r\n"
+                     "2026-01-02 03:04:05  definitief (onderbroken)  0  Q:\\link\r\n");
+  // If everything is still there, nothing has to be written.
+  disk->logFails = true;
+  journal.entries.resize(1);
+  disk->writeJournal(journalText(journal));
+  finishInterrupted(*disk, *disk);
+  CHECK(disk->journals.empty());
 }
 
 TEST_CASE("the longest path that the shell takes") {
@@ -463,6 +581,16 @@ TEST_CASE("the longest path that the shell takes") {
     CHECK(whyNot(folder, false) == why);
     CHECK((disk->at(folder) != nullptr) == (length == 260));
   }
+  const DeleteResult named = remove(*disk, {L"T:\\in260"}, {}, false);
+  REQUIRE(named.refused.size() == 1);
+  CHECK(named.refused[0].path == L"T:\\in260");
+  CHECK(whyNot(L"L:\\far below the limit", true) == "toolong");
+  // A better reason goes first.
+  const std::wstring name(260, L'z');
+  disk->add(L"C:\\Windows\\" + name);
+  disk->add(L"D:\\around\\" + name);
+  CHECK(whyNot(L"C:\\data\\to-windows\\" + name, true) == "windows");
+  CHECK(whyNot(L"D:\\around", false) == "programs");
 }
 
 TEST_CASE("a log or journal that cannot be written fails no deletion") {
@@ -474,4 +602,7 @@ TEST_CASE("a log or journal that cannot be written fails no deletion") {
     CHECK(result.deleted.size() == 1);
     CHECK(result.logged == !logFails);
   }
+  const auto disk = makeWorld();
+  disk->logFails = disk->lies = disk->at(L"C:\\data\\a.txt")->locked = true;
+  CHECK(remove(*disk, {L"C:\\data\\a.txt"}).logged); // there was nothing to say
 }

@@ -129,6 +129,8 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
        [](World& world) { ++world.app.disk->at(L"C:\\r\\d\\e\\f")->lastWrite; }},
       {"a file in the folder has another name",
        [](World& world) { world.app.disk->at(L"C:\\r\\d\\e\\f")->name = L"g"; }},
+      {"a folder in the folder cannot be listed any more",
+       [](World& world) { world.app.disk->unreadable = {L"C:\\r\\d\\none"}; }},
       {"the folder is another one",
        [](World& world) { world.app.disk->at(L"C:\\r\\d")->id += 500; }}};
   for (const auto& [named, change] : changes) {
@@ -137,6 +139,7 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
     World world;
     world.write(L"C:\\r\\file", "x");
     world.write(L"C:\\r\\d\\e\\f", "abc");
+    world.app.disk->add(L"C:\\r\\d\\none\\");
     world.app.scanned("C:%5Cr");
     const std::string fields = "job=1&p=C:%5Cr%5Cfile&p=C:/r/d/";
     const std::string dry = world.app.told("POST", "/api/delete", fields + "&dryrun=1&seen=1");
@@ -156,6 +159,19 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
                              : R"("refused":[{"p":"C:\\r\\d","why":"changed"}],)"));
     CHECK((world.app.disk->at(L"C:\\r\\file") == nullptr) == (same || !file));
     CHECK((world.app.disk->at(L"C:\\r\\d") == nullptr) == (same || file));
+  }
+}
+
+TEST_CASE("a link that is not the one that was seen stays") {
+  for (const bool changes : {true, false}) {
+    World world;
+    test::DiskNode& link = world.app.disk->link(L"C:\\link", L"C:\\none");
+    const std::string dry = world.app.told("POST", "/api/delete", "p=C:%5Clink&dryrun=1&seen=1");
+    CHECK(dry.ends_with(R"("items":[{"s":0,"f":0,"m":0}]})")); // no folder
+    if (changes) ++link.lastWrite;
+    const std::string told = world.app.told(
+        "POST", "/api/delete", "permanent=1&p=C:%5Clink&seen=" + listIn(dry, "seen").at(0));
+    CHECK(holds(told, changes ? R"("why":"changed")" : R"("deleted":1,)"));
   }
 }
 
@@ -224,6 +240,11 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
     const auto seen = world.compare({"C:\\x\\copy", "C:\\kept"});
     REQUIRE(seen.size() == 2);
     row.change(world);
+    // Windows lets a deleted file go only when nobody holds it.
+    world.app.disk->onLook = [&world,
+                              shellCalls = &world.app.disk->shellCalls](const std::wstring&) {
+      if (*shellCalls > 0) CHECK(world.app.contents->isWritable(L"C:\\kept"));
+    };
     world.app.contents->bytesRead = 0;
     const std::string told = world.removeCopy("C:\\x\\copy", seen[0], "C:\\kept", seen[1]);
     CHECK(holds(told, row.goes ? R"("deleted":1,)" : R"("why":"changed")"));
@@ -231,6 +252,30 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
     CHECK(world.app.contents->bytesRead == row.read);
     // Nothing is held any longer.
     CHECK(world.app.contents->isWritable(L"C:\\kept"));
+  }
+}
+
+TEST_CASE(
+    "contents are compared with what was seen of them, or with a copy of which nothing was seen") {
+  for (const bool copy : {true, false}) {
+    for (const std::string what : {"the same", "other contents", "another time at its path"}) {
+      CAPTURE(what);
+      World world;
+      world.write(L"C:\\x\\copy", "same");
+      world.write(L"C:\\kept", "same");
+      const std::string seen = world.compare({"C:\\x\\copy", "C:\\kept"}).at(0);
+      const bool same = what == "the same";
+      if (what == "other contents") world.write(L"C:\\x\\copy", "news");
+      world.app.disk->onLook = [&](const std::wstring& path) {
+        const bool held = !world.app.contents->isWritable(L"C:\\x\\copy");
+        if (!same && held && equalsIgnoreCase(path, L"C:\\x\\copy")) {
+          world.app.disk->at(path)->lastWrite = 99;
+        }
+      };
+      const std::string told = copy ? world.removeCopy("c:\\X\\copy", "", "C:\\kept", "")
+                                    : world.removeCopy("c:\\X\\copy", seen, "", "");
+      CHECK(holds(told, same ? R"("deleted":1,)" : R"("why":"changed")"));
+    }
   }
 }
 

@@ -62,6 +62,8 @@ public:
   std::uint64_t binBytes = 0;
   std::uint64_t binItems = 0;
   std::int32_t emptyResult = 0;
+  bool binsAreHidden = false; // nobody can tell what is in the bins
+  std::wstring sid = L"S-1";
   bool binsNothing = false; // the shell deletes permanently instead
   bool aborts = false;
   bool lies = false; // the shell always reports success
@@ -151,7 +153,10 @@ public:
     return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
   }
   std::wstring absolute(const std::wstring& path) override { return path; }
-  std::uint32_t clusterBytes(const std::wstring&) override { return cluster; }
+  std::uint32_t clusterBytes(const std::wstring& folder) override {
+    const DiskNode* node = resolve(folder, true);
+    return node != nullptr && node->folder ? cluster : 0;
+  }
   std::uint64_t allocatedBytes(const std::wstring& path) override {
     const DiskNode* node = resolve(path, false);
     return node == nullptr || cluster == 0 ? kUnknownDisk : diskOf(*node);
@@ -214,7 +219,8 @@ public:
   bool hasBin(const std::wstring& root) override {
     return root.size() == 3 && std::find(noBins.begin(), noBins.end(), root) == noBins.end();
   }
-  std::optional<BinFigures> binFigures(const std::wstring&) override {
+  std::optional<BinFigures> binFigures(const std::wstring& root) override {
+    if (binsAreHidden || root.size() > 3) return std::nullopt;
     return BinFigures{binBytes, binItems};
   }
   std::int32_t emptyBins() override {
@@ -223,7 +229,7 @@ public:
     if (DiskNode* bin = at(L"C:\\$Recycle.Bin\\S-1")) bin->children.clear();
     return emptyResult;
   }
-  std::wstring userSid() override { return L"S-1"; }
+  std::wstring userSid() override { return sid; }
 
   ShellOutcome shellDelete(const std::vector<std::wstring>& paths, bool intoBin) override {
     if (beforeShell) beforeShell();
@@ -257,18 +263,18 @@ public:
   }
 
   std::shared_ptr<void> holdExactly(const std::wstring& folder) override {
-    const DiskNode* node = resolve(folder, false);
+    const DiskNode* node = exactly(folder);
     return node == nullptr || !node->link.empty() || !node->folder ? nullptr : hold(folder);
   }
 
   int removeEntry(const std::wstring& path, const EntryFacts& expected) override {
     if (onRemove) onRemove(path);
-    DiskNode* node = resolve(path, false);
+    DiskNode* node = exactly(path);
     const bool same = node != nullptr && node->folder == expected.folder &&
                       node->link.empty() != expected.link &&
                       (!expected.identity || expected.identity == identity(path));
     if (!same || (expected.link && linksAreStuck)) return kNotAsExpected;
-    if (node->locked) return 32;
+    if (node->locked || isHeld(path)) return 32;
     if (node->link.empty() && !node->children.empty()) return 145;
     removedByHandle.push_back(path);
     removeNode(*node);
@@ -297,10 +303,10 @@ public:
     const std::size_t length = std::min(log.size(), mostBytes);
     return LogEnd{log.substr(log.size() - length), length == log.size()};
   }
-  int deletionProblem(const std::wstring& path, bool) override {
-    const DiskNode* node = resolve(path, false);
+  int deletionProblem(const std::wstring& path, bool folder) override {
+    const DiskNode* node = exactly(path);
     if (node == nullptr) return 2;
-    return denied.contains(path) ? 5 : node->locked ? 32 : 0;
+    return denied.contains(path) || node->folder != folder ? 5 : node->locked ? 32 : 0;
   }
   LocalTime now() override { return {2026, 1, 2, 3, 4, 5}; }
 
@@ -335,14 +341,14 @@ private:
   class Reader final : public FolderReader {
   public:
     explicit Reader(MemoryDisk& disk) : disk_(disk) {}
-    bool open(const std::wstring& folder, bool) override {
+    bool open(const std::wstring& folder, bool literal) override {
       ++disk_.listed;
+      next_ = 0; // whoever reads on after a failure gets the wrong entries
       if (disk_.onOpen) disk_.onOpen(folder);
-      const DiskNode* node = disk_.resolve(folder, true);
+      const DiskNode* node = disk_.resolve(literal ? L"\\\\?\\" + folder : folder, true);
       if (node == nullptr || !node->folder || contains(disk_.unreadable, folder)) return false;
       endsEarly_ = contains(disk_.endingEarly, folder);
       items_ = node->children;
-      next_ = 0;
       return true;
     }
     bool next(FolderItem& item) override {
@@ -439,6 +445,9 @@ private:
     }
     return node;
   }
+
+  // Whatever its names end in.
+  DiskNode* exactly(const std::wstring& path) const { return resolve(L"\\\\?\\" + path, false); }
 
   bool removeTree(DiskNode& node, bool intoBin) {
     if (node.locked) return false;
