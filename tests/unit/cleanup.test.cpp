@@ -1,6 +1,7 @@
 #include "fileops/cleanup.h"
 
 #include "fileops/journal.h"
+#include "rules/safety_rules.h"
 #include "support/fresh_scan.h"
 #include "support/runs.h"
 
@@ -38,7 +39,62 @@ TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
   disk.add(L"C:\\moved\\Windows\\");
   disk.link(L"C:\\moved\\Windows\\Temp", L"E:\\moved\\Windows\\Temp");
   CHECK(cleanFolder(disk, disk, L"C:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
+  CHECK(previewCleanup(disk, disk, L"C:\\Windows\\Tempo").measure.bytes == 0);
+  disk.add(L"D:\\Windows\\Temp"); // a file
+  CHECK(cleanFolder(disk, disk, L"D:\\Windows\\Temp").failure == CleanupFailure::notAllowed);
+  // A link that appears once the folder was found missing.
+  disk.onOpen = [&disk](const std::wstring& path) { disk.link(path, L"E:\\moved\\Windows\\Temp"); };
+  CHECK(cleanFolder(disk, disk, L"E:\\Windows\\Temp").failure == CleanupFailure::unreadable);
+  CHECK(disk.at(L"E:\\moved\\Windows\\Temp\\x") != nullptr);
   CHECK(disk.shellCalls == 0);
+}
+
+TEST_CASE("a folder is emptied under any name that no link is part of") {
+  for (const wchar_t* path : {L"c:/windows/TEMP/", L"S:\\Windows\\Temp", L"C:\\mnt\\Windows\\Temp",
+                              L"C:\\LONGNA~1\\Windows\\Temp"}) {
+    MemoryDisk disk;
+    disk.journalFails = true;
+    disk.add(L"C:\\mnt\\Windows\\Temp\\");
+    disk.at(L"C:\\mnt")->mount = true;
+    disk.add(L"C:\\Long name\\Windows\\Temp\\");
+    disk.at(L"C:\\Long name")->shortName = L"LONGNA~1";
+    disk.add(L"C:\\Windows\\Temp\\");
+    disk.volume(L"S:", L"C:\\");
+    const std::wstring folder = normalisePath(path);
+    disk.add(folder + L"\\x", 3);
+    disk.mayDelete = [&](const std::wstring&) { return disk.isHeld(folder); };
+    const CleanupResult result = cleanFolder(disk, disk, path);
+    CHECK(result.deleted == 1);
+    CHECK(result.bytes == 3);
+  }
+}
+
+TEST_CASE("only what the shell says it deleted counts as deleted") {
+  MemoryDisk disk;
+  disk.add(L"C:\\Windows\\Temp\\a", 3);
+  disk.aborts = true;
+  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").skipped == 1);
+  disk.aborts = false;
+  disk.add(L"C:\\Windows\\Temp\\b", 3);
+  disk.mayDelete = [&disk](const std::wstring& path) { // its owner deletes it
+    disk.removeNode(*disk.at(path));
+    return false;
+  };
+  const CleanupResult result = cleanFolder(disk, disk, L"C:\\Windows\\Temp");
+  CHECK(result.deleted == 0);
+  CHECK(result.skipped == 1);
+  // Nobody can look afterwards: the line is written before the next cleanup.
+  disk.mayDelete = nullptr;
+  disk.log.clear();
+  disk.add(L"C:\\Windows\\Temp\\c", 5);
+  disk.onLook = [&, calls = disk.shellCalls](const std::wstring&) {
+    if (disk.shellCalls > calls) throw std::bad_alloc();
+  };
+  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").outOfMemory);
+  disk.onLook = nullptr;
+  cleanFolder(disk, disk, L"C:\\Windows\\Temp");
+  CHECK(
+      disk.log.starts_with("2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  5  C:\\Windows\\Temp"));
 }
 
 TEST_CASE("temporary folders are emptied as far as possible") {

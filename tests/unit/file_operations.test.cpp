@@ -1,3 +1,5 @@
+#include "fileops/recycle_bin.h"
+#include "fileops/why_stayed.h"
 #include "support/fresh_scan.h"
 #include "support/runs.h"
 
@@ -148,8 +150,51 @@ TEST_CASE("deleting into the bin and emptying it") {
     app.disk->emptyResult = static_cast<std::int32_t>(code);
     CHECK(app.told("POST", "/api/emptybin") == R"(200 {"ok":true,"bytes":0,"items":0})");
   }
+  app.disk->emptyResult = static_cast<std::int32_t>(0x80004005);
+  CHECK(app.told("POST", "/api/emptybin").starts_with("500"));
+  app.disk->emptyResult = static_cast<std::int32_t>(0x8000FFFF);
+  app.disk->binsAreHidden = true;
+  CHECK(app.told("POST", "/api/emptybin").starts_with("500"));
+  app.disk->binsAreHidden = false;
   app.disk->binItems = 1;
   CHECK(app.told("POST", "/api/emptybin").starts_with("500"));
+}
+
+TEST_CASE(
+    "an emptied bin that is gone holds nothing, and one that cannot be read stays as it was") {
+  const std::wstring bin = L"C:\\$Recycle.Bin\\S-1";
+  for (const char* what : {"gone", "unreadable", "no memory"}) {
+    CAPTURE(what);
+    App app;
+    fill(*app.disk);
+    app.disk->add(bin + L"\\$Rold.txt", 5);
+    app.disk->add(L"\\\\srv\\share\\x", 3);
+    const auto drive = app.scanJob("C:%5C");
+    const auto share = app.scanJob("%5C%5Csrv%5Cshare");
+    app.disk->onOpen = [&](const std::wstring& path) {
+      if (path != bin || !app.disk->at(bin)->children.empty()) return;
+      if (std::string_view(what) == "gone") app.disk->removeNode(*app.disk->at(bin));
+      if (std::string_view(what) == "unreadable") app.disk->unreadable = {bin};
+      if (std::string_view(what) == "no memory") throw std::bad_alloc();
+    };
+    CHECK(app.told("POST", "/api/emptybin").starts_with("200"));
+    CHECK(drive->freed == (std::string_view(what) == "gone" ? 5 : 0));
+    CHECK(share->freed == 0);
+  }
+}
+
+TEST_CASE("only bins of drives are measured, each of them once") {
+  MemoryDisk disk;
+  disk.add(L"C:\\$Recycle.Bin\\S-1\\x");
+  BinsOfDrives bins(disk, disk);
+  for (const wchar_t* root : {L"\\\\srv\\share", L"/home", L"C:\\", L"c:\\r"}) bins.measure(root);
+  bins.measureAgain();
+  CHECK(disk.listed == 2);
+  disk.sid.clear(); // then there is no telling whose bin is whose
+  BinsOfDrives none(disk, disk);
+  none.measure(L"C:\\");
+  none.measureAgain();
+  CHECK(disk.listed == 2);
 }
 
 TEST_CASE("emptying the bin frees binned bytes in scans that do not contain it") {
@@ -323,4 +368,64 @@ TEST_CASE("what stays is named with its reason, if that is asked for") {
   std::size_t reasons = 0;
   for (std::size_t at = 0; (at = many.find("inuse", at)) != std::string::npos; ++at) ++reasons;
   CHECK(reasons == 20);
+}
+
+TEST_CASE("why something stayed: what says it best, and no more than is asked") {
+  MemoryDisk disk;
+  disk.add(L"C:\\file");
+  disk.add(L"C:\\locked").locked = true;
+  disk.add(L"C:\\sealed\\x").locked = true;
+  disk.unreadable = {L"C:\\sealed\\hidden", L"C:\\closed"};
+  disk.add(L"C:\\sealed\\hidden\\h");
+  disk.add(L"C:\\closed\\x").locked = true;
+  disk.add(L"C:\\odd\\in.\\deep\\x").locked = true;
+  disk.link(L"C:\\linked\\link", L"C:\\sealed");
+  disk.link(L"C:\\link", L"C:\\sealed");
+  const std::wstring far = L"C:\\" + std::wstring(260, L'x');
+  disk.add(far);
+  struct Row {
+    std::wstring path;
+    bool folder;
+    int shellCode;
+    std::wstring named;
+    const char* why;
+  };
+  const std::vector<Row> rows = {{L"C:\\file", false, 0, L"C:\\file", "unknown"},
+                                 {L"C:\\file", false, 0x79, L"C:\\file", "toolong"},
+                                 {L"C:\\file", false, 0x78, L"C:\\file", "norights"},
+                                 {L"C:\\locked", false, 0x79, L"C:\\locked", "inuse"},
+                                 {far, false, 32, far, "toolong"},
+                                 {L"C:\\none" + far, false, 33, L"C:\\none" + far, "toolong"},
+                                 {L"C:\\sealed", true, 0, L"C:\\sealed\\x", "inuse"},
+                                 {L"C:\\closed", true, 0, L"C:\\closed", "unknown"},
+                                 {L"C:\\odd", true, 0, L"C:\\odd\\in.\\deep\\x", "inuse"},
+                                 {L"C:\\linked", true, 0, L"C:\\linked", "unknown"},
+                                 {L"C:\\link", false, 0x78, L"C:\\link", "norights"}};
+  std::vector<StayedPath> stayed;
+  for (const Row& row : rows) {
+    CAPTURE(toUtf8(row.path));
+    addStayed(disk, disk, row.path, row.folder, row.shellCode, stayed);
+    CHECK(stayed.back().path == row.named);
+    CHECK(wordOf(stayed.back().why) == row.why);
+  }
+  CHECK(stayed.size() == rows.size());
+  while (stayed.size() < kMostStayed) addStayed(disk, disk, L"C:\\file", false, 0, stayed);
+  addStayed(disk, disk, L"C:\\locked", false, 0, stayed);
+  CHECK(stayed.size() == kMostStayed);
+
+  // The last of 5000 looks finds something, one more is not taken.
+  for (int i = 0; i < 50; ++i) disk.addFolder(L"C:\\big", std::to_wstring(i));
+  for (int i = 0; i < 50; ++i) {
+    for (int k = 0; k < 99; ++k) {
+      disk.addFile(L"C:\\big\\" + std::to_wstring(i), std::to_wstring(k), 1);
+    }
+  }
+  disk.at(L"C:\\big\\0\\98")->locked = true;
+  for (const wchar_t* named : {L"C:\\big\\0\\98", L"C:\\big"}) {
+    stayed.clear();
+    addStayed(disk, disk, L"C:\\big", true, 0, stayed);
+    REQUIRE(stayed.size() == 1);
+    CHECK(stayed[0].path == named);
+    disk.add(L"C:\\big\\more");
+  }
 }

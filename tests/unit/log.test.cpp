@@ -18,6 +18,7 @@ std::string document(App& app) { return std::string(app.ask("GET", "/api/log").p
 
 TEST_CASE("what is written to the log is read back as it was meant") {
   const std::wstring path = L"C:\\a  (1 weg, 2 overgeslagen)\\b  7  \u00e9";
+  const std::vector<std::string_view> words = {"permanent", "binned", "binRefused"};
   for (const DeletionMode mode :
        {DeletionMode::permanent, DeletionMode::binned, DeletionMode::binRefused}) {
     for (const int flags : {0, 1, 2, 3}) {
@@ -26,6 +27,7 @@ TEST_CASE("what is written to the log is read back as it was meant") {
       line.resize(line.size() - 2);
       const LogEntry entry = logEntryOf(line);
       CHECK(static_cast<int>(entry.kind) == static_cast<int>(mode));
+      CHECK(wordOf(entry.kind) == words[static_cast<std::size_t>(mode)]);
       CHECK(entry.at == "2026-03-04 05:06:07");
       CHECK(entry.partly == manner.partly);
       CHECK(entry.interrupted == manner.interrupted);
@@ -64,11 +66,14 @@ TEST_CASE("lines that are no records are passed on as text, and cut records are 
   for (const char* line :
        {"2026-03-04T05:06:07  definitief  1  C:\\x", "2026-03-04 05:06:07  definitief  -1  C:\\x",
         "2026-03-04 05:06:07  definitief  18446744073709551616  C:\\x",
-        "2026-03-04 05:06:07  Definitief  1  C:\\x",
+        "2026-03-04 05:06:07  Definitief  1  C:\\x", "2026-03-04 05:06:07  definitief    C:\\x",
+        "2026-03-04 05:06:0/  definitief  1  C:\\x", "2026-03-04 05:06:0:  definitief  1  C:\\x",
         "2026-03-04 05:06:07  LEEGGEMAAKT (deels)  1  C:\\x  (1 weg, 2 overgeslagen)",
         "2026-03-04 05:06:07  MISLUKT (5)  1 van 2 paden bleven staan!"}) {
     CHECK(logEntryOf(line).kind == LogKind::other);
+    CHECK(logEntryOf(line).path == line);
   }
+  CHECK(logEntryOf("2029-09-09 19:19:59  definitief  1  C:\\x").kind == LogKind::permanent);
   CHECK(logEntryOf(std::string(100'000, 'x')).path.size() == 1'000);
 
   // Anybody may have written into the file: the answer stays JSON.

@@ -1,4 +1,5 @@
 #include "fileops/measure.h"
+#include "scan/reparse_tag.h"
 #include "support/memory_disk.h"
 
 #include <doctest/doctest.h>
@@ -34,6 +35,25 @@ TEST_CASE("measuring does not follow links") {
   folders.endingEarly = {L"M:\\r\\b"};
   CHECK(measured(L"M:\\r") == Numbers{43, 2, 3, 1, 2});
   CHECK(measurePath(folders, L"M:\\r").folderLinks == 1);
+  folders.link(root + L"\\file-link", L"M:\\r\\a").folder = false;
+  folders.add(L"M:\\r\\odd.\\in\\e", 500); // such names are not what they are read as
+  CHECK(measured(L"M:\\r") == Numbers{543, 3, 5, 2, 2});
+  CHECK(measurePath(folders, L"M:\\r").folderLinks == 1);
+}
+
+TEST_CASE("what files take on the disk, by type") {
+  test::MemoryDisk disk;
+  disk.cluster = 4096;
+  disk.add(L"M:\\r\\a.txt", 100).disk = 100; // in the file's own record
+  test::DiskNode& cloud = disk.add(L"M:\\r\\b.txt", 9000);
+  cloud.disk = 4096;
+  cloud.attributes = kAttributeRecallOnDataAccess;
+  const auto text = [&disk](const wchar_t* path) {
+    const TypeTotal one = measurePath(disk, path).types.at(L".txt");
+    return Numbers{one.bytes, one.files, one.disk, one.back, one.cloud};
+  };
+  CHECK(text(L"M:\\") == Numbers{9100, 2, 4096, 4096, 4904});
+  CHECK(text(L"M:\\r\\a.txt") == Numbers{100, 1, 0, 0, 0});
 }
 
 TEST_CASE("what went from a folder that is still there") {
@@ -135,4 +155,31 @@ TEST_CASE("a survey lists a folder as a scan would") {
   CHECK(survey.files[0].modified == 5);
   options.fileListThreshold = 41;
   CHECK(surveyFolder(disk, L"M:\\r", options).files.size() == 1);
+  CHECK(survey.met.empty()); // nobody knows which files they are
+
+  disk.cluster = 4096;
+  test::DiskNode& cloud = disk.add(L"M:\\r\\d\\cloud.bin", 9000);
+  cloud.disk = 4096;
+  cloud.attributes = kAttributeRecallOnDataAccess;
+  test::DiskNode& data = disk.add(L"M:\\r\\data.bin", 70);
+  data.tag = 0x8000'0013; // no link: only its bytes on disk count
+  options.fileListThreshold = 0;
+  options.bounds.most = 9000;
+  const ScanResult full = surveyFolder(disk, L"M:\\r", options);
+  CHECK(Numbers{full.fileCount, full.byteCount} == Numbers{4, 9943});
+  CHECK(Numbers{full.disk[0].ownDisk, full.disk[1].ownDisk, full.disk[1].ownCloud} ==
+        Numbers{8192, 12'288, 4904});
+  REQUIRE(full.met.size() == 5);
+  Numbers met;
+  for (const MetFile& one : full.met) {
+    if (one.folder == 1) met.insert(met.end(), {one.size, one.disk, one.cloud ? 1U : 0U});
+  }
+  CHECK(met == Numbers{40, 4096, 0, 900, 4096, 0, 9000, 4096, 1});
+  CHECK(full.types.at(L".bin").disk == 4096);
+  CHECK(full.types.at(L".bin").cloud == 4904);
+  REQUIRE(full.files.size() == 4);
+  CHECK(Numbers{full.files[3].size, full.files[3].disk, full.files[3].cloud} ==
+        Numbers{9000, 4096, 4904});
+  options.bounds.most = 8999;
+  CHECK(surveyFolder(disk, L"M:\\r", options).files.size() == 3);
 }
