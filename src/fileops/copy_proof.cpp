@@ -27,9 +27,8 @@ CopyProof::Kept& CopyProof::kept(std::map<std::wstring, Kept>& files, const std:
 
 // Whether the contents that were seen are known to be those that are there.
 bool CopyProof::isFresh(const Kept& one, const std::optional<Seen>& seen) const {
-  // Without a sign, a time to come is long ago.
   return seen && seen->contents && looksAlike(*seen, one.state) &&
-         nowMs_ - seen->contents->readAtMs <= kReadIsFreshMs;
+         seen->contents->readAtMs <= nowMs_ && nowMs_ - seen->contents->readAtMs <= kReadIsFreshMs;
 }
 
 bool CopyProof::readNow(Kept& one) {

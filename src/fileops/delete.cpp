@@ -303,9 +303,8 @@ Refusal Deletion::measure(Item& item) {
       folders_, item.path.real, [this, &refusal](const std::wstring& path, std::wstring_view name) {
         if (refusal == Refusal::none) refusal = judge_.refusalOfFolder(path, name);
       });
-  // Its own path was judged before.
   if (refusal == Refusal::none && !request_.permanent &&
-      item.path.measure.longest > kLongestForShell) {
+      isTooLongForShell(item.path.real, item.path.measure)) {
     refusal = Refusal::tooLong;
   }
   return refusal;

@@ -70,6 +70,7 @@ bool isOutOfReach(FolderSource& folders, const Journal& journal) {
 }
 
 std::string linesOf(Machine& machine, FolderSource& folders, const Journal& journal) {
+  const bool cleanup = journal.kind == JournalKind::cleanup;
   const DeletionMode mode =
       journal.kind == JournalKind::binned ? DeletionMode::binned : DeletionMode::permanent;
   std::string lines;
@@ -81,10 +82,10 @@ std::string linesOf(Machine& machine, FolderSource& folders, const Journal& jour
         there && !one.folder ? Loss{} : lossBetween(one.measure, measurePath(folders, one.real));
     bytes += loss.bytes;
     gone += there ? 0 : 1;
-    if (there && !loss.any) continue;
+    if (cleanup || (there && !loss.any)) continue;
     lines += deletedLine(machine.now(), {mode, there, true}, loss.bytes, one.path);
   }
-  if (journal.kind == JournalKind::cleanup) {
+  if (cleanup) {
     lines = cleanedLine(machine.now(), {true, bytes, gone, journal.entries.size() - gone},
                         journal.cleaned);
   }

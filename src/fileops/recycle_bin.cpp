@@ -58,6 +58,7 @@ void BinsOfDrives::measureAgain() {
 
 std::optional<std::uint64_t> BinsOfDrives::bringUpToDate(TreeUpdate& update,
                                                          const ScanResult& result) const {
+  if (!isDriveLetterPath(result.rootPath)) return std::nullopt;
   const auto at = bins_.find(lowerUnit(result.rootPath[0]));
   if (at == bins_.end() || !at->second.known) return std::nullopt;
   const Bin& bin = at->second;
