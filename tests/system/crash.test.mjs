@@ -4,7 +4,7 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { crash, reportFolder, reportsIn } from './support/crash.mjs';
 import { needs } from './support/home.mjs';
-import { serve } from './support/server.mjs';
+import { serve, until } from './support/server.mjs';
 import { makeFiles, ownWine, scratch, vorda, winPath } from './support/vorda.mjs';
 
 test('a crash leaves a report, which the next start tells about, and three are kept', needs('prefixes'), async (t) => {
@@ -35,11 +35,15 @@ test('the diagnostic log tells what happened, without names and keys unless aske
     assert.equal(body.log, winPath(log));
     await server.json('/api/scan?token=SECRETKEY', { method: 'POST', body: new URLSearchParams({ path: winPath(`${folder}/private`), password: 'HIDDEN' }) });
     await server.json('/api/jobs?token=WRONGKEY');
-    const text = fs.readFileSync(log, 'utf8');
+    // A request's line is written after its answer, and a scan's by its own thread.
+    const lines = [/info {4}GET \/api\/about 200, /, /info {4}POST \/api\/scan 200, /, /warning GET \/api\/jobs refused, 401/, /info {4}scan by walk begins/];
+    const text = await until(() => {
+      const written = fs.readFileSync(log, 'utf8');
+      return lines.every((line) => line.test(written)) && written;
+    }, 'the lines of the log');
     assert.doesNotMatch(text, /SECRETKEY|HIDDEN|WRONGKEY/);
     assert.equal(text.includes('private'), names);
     assert.match(text, /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z info {4}Vorda \d/);
-    for (const line of [/info {4}GET \/api\/about 200, /, /info {4}POST \/api\/scan 200, /, /warning GET \/api\/jobs refused, 401/, /info {4}scan by walk begins/]) assert.match(text, line);
   }
   // It goes with a run on the command line too, and one that cannot be written is told at once.
   const log = `${folder}/run.txt`;
