@@ -16,6 +16,8 @@ import subprocess
 import sys
 import time
 
+LOST = "the lost folder"
+ORPHANS = -1
 CLUSTERS = [512, 1024, 2048, 4096, 16384, 65536, 262144, 2097152]
 
 
@@ -111,7 +113,21 @@ def fill(root, chance, count):
         put(os.path.join(many, f"a rather long name, so that the table of the folder grows {i}"), i % 9)
     for i in range(0, 5 * count, 3):  # gaps in the table of the folder, and records that are free again
         os.unlink(os.path.join(many, f"a rather long name, so that the table of the folder grows {i}"))
+    lost = os.path.join(root, LOST)
+    os.mkdir(lost)
+    for i, size in enumerate([30, 9000, 70_000]):
+        put(os.path.join(lost, f"orphan {i}"), size)
     return folders
+
+
+def lose(image):
+    """Takes a folder's record out of use, as after a crash: its files are orphans."""
+    with open(image, "r+b") as file, mmap.mmap(file.fileno(), 0) as data:
+        at = -1
+        while (at := data.find(b"FILE", at + 1)) >= 0:
+            record = bytes(data[at:at + 1024])
+            if at % 512 == 0 and record[22] & 1 and LOST.encode("utf-16le") in record:
+                data[at + 22] &= 0xFE
 
 
 def make(image, mounted, cluster, seed):
@@ -121,6 +137,7 @@ def make(image, mounted, cluster, seed):
     run("mkntfs", "-F", "-Q", "-c", str(cluster), "-p", "0", "-H", "16", "-S", "63", image)
     with Mounted(image, mounted) as root:
         fill(root, random.Random(seed), 300 if cluster <= 65536 else 60)
+    lose(image)
 
 
 class Volume:
@@ -195,6 +212,11 @@ class Volume:
                         parent = struct.unpack_from("<Q", value, 0)[0] & 0xFFFFFFFFFFFF
                         names.setdefault(owner, []).append((parent, value[66:66 + 2 * value[64]].decode("utf-16le")))
 
+        for owner, places in names.items():
+            names[owner] = [(parent if parent in folders else ORPHANS, name) for parent, name in places]
+        folders.add(ORPHANS)
+        names[ORPHANS] = [(5, "$Orphans")]
+
         def chain(folder):
             found = [folder]
             while folder != 5:
@@ -217,7 +239,7 @@ class Volume:
                     disk[folder] += count
             common = set(chains[places[0]]).intersection(*(chains[one] for one in places))
             for folder in common:
-                if owner > 15 and 11 not in chains[places[0]] and owner != 5:
+                if owner > 15 and not {11, ORPHANS} & set(chains[places[0]]):
                     back[folder] += count
         shared = {o: c for o, c in clusters.items() if o not in folders and len({p for p, _ in names.get(o, [])}) > 1}
         choices = {o: [[path[f] for f in chains[p]] for p, _ in names[o]] for o in shared}
