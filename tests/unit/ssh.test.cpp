@@ -278,6 +278,7 @@ TEST_CASE("an ssh scan that stops early says why") {
   // What was begun before the listing cuts nothing off.
   Listing listing;
   listing.output.feed("VORDA-DF\nVORDA-FI");
+  CHECK(listing.output.heldBytes() == 8);
   listing.output.finish();
   CHECK_FALSE(listing.output.cutOff());
 }
@@ -327,6 +328,9 @@ TEST_CASE("a host cannot fill the memory") {
   for (const bool folders : {false, true}) {
     const int few = added({~0ULL, 1 << 20}, "/data/" + std::string(1000, 'x'), folders);
     CHECK((few > 100 && few < 1000));
+    // The name of a folder is held twice.
+    const std::size_t bytes = 1000 * (sizeof(wchar_t) + (folders ? 1 : 0));
+    CHECK(static_cast<std::size_t>(few) * bytes < 1 << 20);
     // Each name a type, or a long way to it.
     const int types = added({~0ULL, 1 << 20}, "/data/a.", folders);
     CHECK((types > 1000 && types < 10'000));
