@@ -104,6 +104,32 @@ TEST_CASE("limits on time and on buffered bytes") {
   }
 }
 
+TEST_CASE(
+    "the wait for a byte ends with the head's time, and a flood of them leaves others a turn") {
+  FakeClient late;
+  late.pieces.assign(5, "G");
+  late.perPiece = 11s;
+  late.silent = true;
+  CHECK(serve(late).empty());
+  CHECK(late.now.time_since_epoch() == kHeadWait); // and not 15 s after the last of them
+
+  ConnectionTable connections;
+  const RequestGate gate{kKey, echo};
+  FakeClient flood;
+  flood.pieces = {"POST / H\r\nContent-Length: 1000000\r\n\r\n", std::string(1'000'000, 'x')};
+  Connection connection(std::make_unique<FakeStream>(flood), gate,
+                        connections.enter(kLoopbackAddress), flood.now);
+  REQUIRE(connection.advance(flood.now) == Connection::Need::thread);
+  CHECK_FALSE(connection.isComplete());
+  flood.now += 2s;
+  connection.compute(flood.now);
+  CHECK(connection.advance(flood.now) == Connection::Need::bytes);
+  CHECK(flood.unread() == 1'000'000 - 16 * kReceivePiece);
+  CHECK(connection.deadline() == flood.now + kReceiveWait);
+  for (int turn = 1; turn < 4; ++turn) connection.advance(flood.now);
+  CHECK(connection.isComplete());
+}
+
 TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
   const std::string large(3 * 1'048'576, 'v');
   const auto answers = [&large](HttpRequest&) { return answer(200, large); };

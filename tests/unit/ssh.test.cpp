@@ -1,6 +1,7 @@
 #include "base/quote_argument.h"
 #include "base/text.h"
 #include "rules/safety_rules.h"
+#include "scan/ssh/listing_line.h"
 #include "scan/ssh/ssh_output.h"
 #include "scan/ssh/ssh_scan.h"
 #include "scan/ssh/ssh_start.h"
@@ -51,8 +52,9 @@ struct Listing {
 struct Played final : SshProcess {
   std::vector<std::string> texts;
   std::function<void()> onSilence;
+  std::function<void()> onClose;
   std::uint32_t exitCode = 1;
-  bool* ended = nullptr; // set when the process is ended
+  std::string* trace = nullptr; // how the process was stopped
 
   Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
             std::size_t& count) override {
@@ -65,36 +67,51 @@ struct Played final : SshProcess {
     return text.empty() ? Read::silence : Read::bytes;
   }
   void end() override {
-    if (ended != nullptr) *ended = true;
+    if (trace != nullptr) *trace += " ended";
   }
-  std::uint32_t close(std::chrono::milliseconds) override { return exitCode; }
+  std::uint32_t close(std::chrono::milliseconds) override {
+    if (trace != nullptr) *trace += " closed";
+    if (onClose) onClose();
+    return exitCode;
+  }
 };
 
-// A whole scan of a process that prints these texts; an empty one cancels the scan.
+// A whole scan of a process that prints these texts; an empty one cancels the scan, or finds no
+// memory.
 struct PlayedScan {
   ScanProgress progress;
   ScanResult result;
-  bool ended = false;
+  std::string trace;
   bool done = false;
+  bool memory = true;
 
-  PlayedScan(std::vector<std::string> texts, std::uint32_t exitCode) {
+  PlayedScan(std::vector<std::string> texts, std::uint32_t exitCode,
+             const ListingLimits& limits = {}, bool memoryRunsOut = false) {
     auto played = std::make_unique<Played>();
     played->texts = std::move(texts);
-    played->onSilence = [this] { progress.cancelRequested = true; };
+    played->onSilence = [this, memoryRunsOut] {
+      if (memoryRunsOut) throw std::bad_alloc();
+      progress.cancelRequested = true;
+    };
     played->exitCode = exitCode;
-    played->ended = &ended;
+    played->trace = &trace;
     ScanOptions options;
     options.root = L"h:/data";
     SshFacts facts;
-    done = sshScan(
-        [&](const std::wstring&, const Secret&, std::string_view&) { return std::move(played); },
-        progress, options, Secret(), result, facts);
+    const SshStart start = [&](const std::wstring&, const Secret&, std::string_view&) {
+      return std::move(played);
+    };
+    try {
+      done = sshScan(start, progress, options, Secret(), result, facts, limits);
+    } catch (const std::bad_alloc&) {
+      memory = false;
+    }
   }
 
   std::string outcome() const {
     const ProgressTexts texts = progress.texts();
     return (done ? "" : texts.failure + " ") + std::to_string(result.fileCount) + " " +
-           std::string(wordOf(result.partial)) + (ended ? " ended" : "");
+           std::string(wordOf(result.partial)) + trace + (memory ? "" : " no memory");
   }
 };
 
@@ -118,8 +135,14 @@ TEST_CASE("targets are parsed or refused, and quoted on the command line") {
         LR"(StrictHostKeyChecking=accept-new me@h "echo VORDA-DF; df -Pk '/my data' 2>/dev/null; )"
         LR"(echo VORDA-FIND; find '/my data' -xdev \( -type f -o -type d \) -printf )"
         LR"('%y\t%s\t%T@\t%p\n' 2>/dev/null")");
-  CHECK(sshCommandLine({L"me@[::1%e]", 22, L"/"}, true).find(L" me@::1%e \"") !=
-        std::wstring::npos);
+  const auto hasHost = [](const wchar_t* host, const std::wstring& given) {
+    const std::wstring line = sshCommandLine({host, 22, L"/"}, true);
+    CHECK(line.find(L" -o NumberOfPasswordPrompts=1 ") != std::wstring::npos);
+    return line.find(L" " + given + L" \"") != std::wstring::npos;
+  };
+  CHECK(hasHost(L"me@[::1%e]", L"me@::1%e"));
+  CHECK(hasHost(L"me@[h", L"me@[h"));
+  CHECK(hasHost(L"me@h]", L"me@h]"));
   CHECK(quoteArgument(LR"(a\b "c\" \\"d\\)") == LR"("a\b \"c\\\" \\\\\"d\\\\")");
 }
 
@@ -147,15 +170,30 @@ TEST_CASE("listings parse the same however they are split") {
   }
 }
 
+TEST_CASE("the shortest line of a listing, and what would be one with another root") {
+  CHECK(parseListingLine("d\t0\t0\t/"));
+  for (const char* line : {"d\t0\t\t/", "f\t1\t0\tdata/x", "d\t0\t0\t.."}) {
+    CHECK_FALSE(parseListingLine(line));
+  }
+}
+
 TEST_CASE("overlong lines are skipped, very deep paths are accepted") {
   Listing listing;
+  listing.output.feed(std::string(SshOutput::kMaxLineBytes + 1, 'x') + "\n"); // a greeting
   listing.output.feed("VORDA-FIND\nf\t1\t0\t/data/");
-  for (int i = 0; i < 100; ++i) listing.output.feed(std::string(1'000'000, 'x'));
+  for (int i = 0; i < 100; ++i) {
+    listing.output.feed(std::string(1'000'000, 'x'));
+    CHECK(listing.output.heldBytes() == 0);
+  }
+  listing.output.feed("\tf\t8\t0\t/data/end of that line");
+  listing.output.feed("\nd\t0\t0\t/data/" + std::string(SshOutput::kMaxLineBytes - 12, '/'));
   std::string deep = "\nf\t2\t0\t/data";
   while (deep.size() < SshOutput::kMaxLineBytes - 1) deep += "/d";
   listing.output.feed(deep + "\nf\t4\t0\t/data/x\nPermission denied");
   listing.output.finish();
   CHECK(listing.result.byteCount == 6);
+  CHECK(listing.output.linesListed() == 3);
+  CHECK(listing.result.skippedFolders == 1);
   CHECK(listing.output.permissionDenied());
   sumTree(listing.result.folders, listing.progress);
   CHECK(toUtf8(filePath(listing.result, listing.result.files.front())) == deep.substr(7));
@@ -164,35 +202,55 @@ TEST_CASE("overlong lines are skipped, very deep paths are accepted") {
 TEST_CASE("progress, cancel and failures of an ssh scan") {
   ScanProgress progress;
   auto played = std::make_unique<Played>();
-  std::string many = "VORDA-FIND\n";
-  for (int i = 0; i < 4'096; ++i) many += "f\t1\t0\t/data/d/" + std::to_string(i) + "\n";
+  std::string many = "VORDA-DF\ndev 8 4 4 50% /\nVORDA-FIND\n";
+  for (int i = 0; i < 4'096; ++i) many += "f\t2\t0\t/data/d/" + std::to_string(i) + "\n";
   played->texts = {many.substr(0, many.size() - 9), many.substr(many.size() - 9), "",
                    "f\t1\t0\t/data/more\n"};
-  played->onSilence = [&progress] {
+  const Secret* given = nullptr;
+  played->onSilence = [&progress, &given] {
+    CHECK(given->empty()); // it is known to ssh by now
+    CHECK(progress.phase == kPhaseReading);
     CHECK(progress.files == 4'096);
+    CHECK(progress.bytes == 8'192);
     CHECK(progress.dirs == 2);
+    CHECK(progress.texts().method == ScanMethod::ssh);
     CHECK(progress.texts().current == L"/data/d");
     CHECK(progress.texts().status == ScanStatus::sshList);
     progress.cancelRequested = true;
   };
+  played->onClose = [&progress] { CHECK(progress.phase == kPhaseSumming); };
   ScanOptions options;
-  options.root = L"me@h:/data/";
+  options.root = L"h:x";
   ScanResult result;
+  result.fileCount = 9; // of whatever was there before
   SshFacts facts;
   std::string_view failure = kSshPipe;
-  const SshStart start = [&](const std::wstring&, const Secret&, std::string_view& word) {
+  const SshStart start = [&](const std::wstring&, const Secret& password, std::string_view& word) {
+    CHECK(progress.texts().status == ScanStatus::sshConnect);
     word = failure;
+    given = &password;
     return failure.empty() ? std::move(played) : nullptr;
   };
+  CHECK_FALSE(sshScan(start, progress, options, Secret("p"), result, facts));
+  CHECK(progress.texts().failure == kSshTarget);
+  CHECK(result.fileCount == 0);
+  CHECK(given == nullptr);
+  options.root = L"me@h:/data/";
   CHECK_FALSE(sshScan(start, progress, options, Secret("p"), result, facts));
   CHECK(progress.texts().failure == kSshPipe);
   failure = {};
   // A NUL would start another environment variable.
   CHECK_FALSE(sshScan(start, progress, options, Secret({"p\0PATH=", 7}), result, facts));
   CHECK(progress.texts().failure == kSshDenied);
-  CHECK(sshScan(start, progress, options, Secret(), result, facts));
+  result.fileCount = 9;
+  CHECK(sshScan(start, progress, options, Secret("p"), result, facts));
   CHECK(result.fileCount == 4'096);
+  CHECK(result.folderCount == 2);
+  CHECK(result.seconds < 60);
   CHECK(result.rootPath == L"/data");
+  CHECK(facts.host == "me@h");
+  CHECK(facts.drive.totalBytes == 8'192);
+  CHECK(progress.texts().partial == Partial::cancelled);
 }
 
 TEST_CASE("an ssh scan that stops early says why") {
@@ -201,16 +259,54 @@ TEST_CASE("an ssh scan that stops early says why") {
   const auto outcome = [](std::vector<std::string> texts, std::uint32_t exitCode) {
     return PlayedScan(std::move(texts), exitCode).outcome();
   };
-  CHECK(outcome({mark, file}, 0) == "1 ");
-  CHECK(outcome({mark, file}, 1) == "1 "); // find could not read some folders
-  CHECK(outcome({mark, file}, 255) == "1 broken");
-  CHECK(outcome({mark, file}, 137) == "1 broken");
-  CHECK(outcome({mark, file, "f\t1\t0\t/dat"}, 0) == "1 broken"); // cut off
-  CHECK(outcome({mark, file, "", file}, 255) == "1 cancelled ended");
-  CHECK(outcome({""}, 255) == "0 cancelled ended");
-  CHECK(outcome({mark, ""}, 255) == "0 cancelled ended");
-  CHECK(outcome({mark}, 255) == "sshFailed:255 0 ");
-  CHECK(outcome({mark}, 0) == "sshEmpty 0 ");
+  CHECK(outcome({mark, file}, 0) == "1  closed");
+  CHECK(outcome({mark, file}, 1) == "1  closed"); // find could not read some folders
+  CHECK(outcome({mark, file}, 255) == "1 broken closed");
+  CHECK(outcome({mark, file}, 137) == "1 broken closed");
+  CHECK(outcome({mark, file, "f\t1\t0\t/dat"}, 0) == "1 broken closed"); // cut off
+  const std::string overlong(SshOutput::kMaxLineBytes + 1, 'x');
+  CHECK(outcome({mark, file, overlong}, 0) == "1 broken closed");
+  CHECK(outcome({mark, file, "", file}, 255) == "1 cancelled ended closed");
+  CHECK(outcome({""}, 255) == "0 cancelled ended closed");
+  CHECK(outcome({mark, ""}, 255) == "0 cancelled ended closed");
+  CHECK(outcome({mark}, 255) == "sshFailed:255 0  closed");
+  CHECK(outcome({mark}, 0) == "sshEmpty 0  closed");
+  CHECK(outcome({"h: Permission denied (publickey)"}, 255) == "sshDenied 0  closed");
+  // An ssh that goes on writing is ended before it is waited for, and also when memory runs out.
+  CHECK(PlayedScan({mark, file, file}, 0, {1, ~0ULL}).outcome() == "sshTooLarge 0  ended closed");
+  CHECK(PlayedScan({mark, ""}, 0, {}, true).outcome() == " 0  ended no memory");
+  // What was begun before the listing cuts nothing off.
+  Listing listing;
+  listing.output.feed("VORDA-DF\nVORDA-FI");
+  CHECK(listing.output.heldBytes() == 8);
+  listing.output.finish();
+  CHECK_FALSE(listing.output.cutOff());
+}
+
+TEST_CASE("which folder is shown, whatever the root is, and which files are kept") {
+  ScanOptions options;
+  options.fileListThreshold = 10;
+  options.bounds.most = 20;
+  ScanResult result;
+  ListingTree tree("/data/", options, result);
+  CHECK(tree.addFolder("/data/x/y/"));
+  CHECK(tree.currentFolder() == L"/data/x/y");
+  CHECK(tree.addFolder("/data/"));
+  CHECK(tree.currentFolder() == L"/data");
+  for (const unsigned bytes : {9U, 10U, 20U, 21U}) tree.addFile("/data/a.b", bytes, 0);
+  CHECK(result.files.size() == 2);
+  REQUIRE(result.types.size() == 1);
+  CHECK(result.types.begin()->second.files == 4);
+  ScanResult whole;
+  ListingTree all("/", options, whole);
+  CHECK(all.addFolder("/x"));
+  CHECK(all.addFile("/a", 10, 0));
+  CHECK(whole.files[0].folder == 0);
+  CHECK(all.currentFolder() == L"/");
+  ScanResult one;
+  ListingTree file("/a/b/c", options, one);
+  CHECK(file.addFile("/a/b/c", 1, 0));
+  CHECK(one.rootPath == L"/a/b");
 }
 
 TEST_CASE("a host cannot fill the memory") {
@@ -232,11 +328,21 @@ TEST_CASE("a host cannot fill the memory") {
   for (const bool folders : {false, true}) {
     const int few = added({~0ULL, 1 << 20}, "/data/" + std::string(1000, 'x'), folders);
     CHECK((few > 100 && few < 1000));
+    // The name of a folder is held twice.
+    const std::size_t bytes = 1000 * (sizeof(wchar_t) + (folders ? 1 : 0));
+    CHECK(static_cast<std::size_t>(few) * bytes < 1 << 20);
     // Each name a type, or a long way to it.
     const int types = added({~0ULL, 1 << 20}, "/data/a.", folders);
     CHECK((types > 1000 && types < 10'000));
   }
   CHECK(added({~0ULL, 1 << 20}, "/data" + std::string(20'000, '/') + "/d", true) > 1000);
+  // A name of a type that is known costs less, and a folder what its two entries take.
+  CHECK(added({~0ULL, 0}, "/data/", true) == 0);
+  const int ofOneType = added({~0ULL, 1 << 20}, "/data/a", false);
+  CHECK(ofOneType * 2 > added({~0ULL, 1 << 20}, "/data/a.", false) * 3);
+  const auto ofFolder =
+      static_cast<std::size_t>((1 << 20) / added({~0ULL, 1 << 20}, "/data/", true));
+  CHECK((ofFolder > 2 * sizeof(FolderEntry) + 80 && ofFolder < 2 * sizeof(FolderEntry) + 125));
 }
 
 TEST_CASE("what cannot be counted is skipped and told") {
@@ -259,17 +365,27 @@ TEST_CASE("what cannot be counted is skipped and told") {
 }
 
 TEST_CASE("search path and environment of ssh") {
-  CHECK(absoluteFolders(L"C:\\a;;rel;.;\\x;C:x;\"D:\\b;c\";\\\\s\\d;C:/e;C:") ==
-        std::vector<std::wstring>{L"C:\\a", L"D:\\b;c", L"\\\\s\\d", L"C:/e"});
+  CHECK(absoluteFolders(
+            L"C:\\a;;rel;.;\\x;C:x;\"D:\\b;c\";\\\\s\\d;C:/e;..\\x;x\\y;\\xy;\\\\;C:;E:\\f") ==
+        std::vector<std::wstring>{L"C:\\a", L"D:\\b;c", L"\\\\s\\d", L"C:/e", L"E:\\f"});
   const auto block = [](std::wstring text) {
     std::replace(text.begin(), text.end(), L'|', L'\0');
     return text;
   };
-  const std::wstring own = block(L"=C:=C:\\x|ssh_askpass=old|B=1|Vorda_AskPass=old|"
+  const std::wstring own = block(L"=C:=C:\\x|ssh_askpass=old|P(x)=2|P=1|B=1|b=2|Vorda_AskPass=old|"
                                  L"SSH_ASKPASS_REQUIREX=keep|SSH_ASKPASS_REQUIRE=never|zed=||");
   CHECK(askpassEnvironment(own.c_str(), L"C:\\v.exe", Secret("p=\xC3\xA9")).view() ==
-        block(L"=C:=C:\\x|B=1|SSH_ASKPASS=C:\\v.exe|SSH_ASKPASS_REQUIRE=force|"
+        block(L"=C:=C:\\x|B=1|b=2|P=1|P(x)=2|SSH_ASKPASS=C:\\v.exe|SSH_ASKPASS_REQUIRE=force|"
               L"SSH_ASKPASS_REQUIREX=keep|VORDA_ASKPASS=p=\u00E9|zed=||"));
+}
+
+TEST_CASE("only a question for the account's password is answered with it") {
+  CHECK(asksForPassword(L"me@h's password: "));
+  for (const wchar_t* other :
+       {L"Enter passphrase for key 'id': ", L"Enter PIN for ED25519-SK key: ",
+        L"Continue connecting (YES/no/[fingerprint])? "}) {
+    CHECK_FALSE(asksForPassword(other));
+  }
 }
 
 TEST_CASE("an ssh job drops its password; its paths cannot be deleted or revealed") {

@@ -73,10 +73,7 @@ std::optional<DriveFigures> parseFileSystemLine(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(kSpaces), line.size()));
     const std::string_view text = line.substr(0, line.find_first_of(kSpaces));
     line.remove_prefix(text.size());
-    if (field == 0) {
-      if (text.empty()) return std::nullopt;
-      continue;
-    }
+    if (field == 0) continue; // without one there are no others either
     const auto number = text.size() > kMaxBlockDigits ? std::nullopt : wholeNumber(text);
     if (!number || *number > kMostBlocks) return std::nullopt;
     blocks[field - 1] = *number;

@@ -68,7 +68,7 @@ bool ListingTree::addFile(std::string_view path, std::uint64_t bytes, std::uint6
   const bool inRoot = slash == std::string_view::npos;
   const std::uint32_t folder = inRoot ? folderAt({}) : folderAt(path.substr(0, slash));
   name_.clear();
-  appendUtf16(name_, inRoot ? path : path.substr(slash + 1));
+  appendUtf16(name_, path.substr(slash + 1)); // all of it in the root
   result_.folders[folder].ownBytes += bytes;
   ++result_.folders[folder].ownFiles;
   result_.byteCount += bytes;

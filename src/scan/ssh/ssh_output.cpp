@@ -33,8 +33,7 @@ void SshOutput::feed(std::string_view bytes) {
 
 void SshOutput::finish() {
   cutOff_ = section_ == Section::listing && (tooLong_ || !begun_.empty());
-  if (!tooLong_) lookForRefusal(begun_);
-  begun_.clear();
+  lookForRefusal(begun_);
 }
 
 void SshOutput::wholeLine(std::string_view line) {

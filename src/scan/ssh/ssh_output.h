@@ -28,6 +28,7 @@ public:
   void feed(std::string_view bytes);
   void finish(); // end of the output
 
+  std::size_t heldBytes() const { return begun_.size(); } // of an incomplete line
   std::uint64_t linesListed() const { return linesListed_; }
   bool permissionDenied() const { return permissionDenied_; } // seen outside the listing
   bool cutOff() const { return cutOff_; }                     // the listing ended inside a line

@@ -60,7 +60,7 @@ bool brokeOff(std::uint32_t exitCode, const SshOutput& output) {
 } // namespace
 
 bool sshScan(const SshStart& startSsh, ScanProgress& progress, const ScanOptions& options,
-             Secret password, ScanResult& result, SshFacts& facts) {
+             Secret password, ScanResult& result, SshFacts& facts, const ListingLimits& limits) {
   const ScanClock::time_point start = ScanClock::now();
   progress.phase = kPhaseReading;
   progress.edit([](ProgressTexts& texts) { texts.method = ScanMethod::ssh; });
@@ -79,7 +79,7 @@ bool sshScan(const SshStart& startSsh, ScanProgress& progress, const ScanOptions
   if (!process) return giveUp(progress, result, failure);
   EndOfProcess ends = {process.get()};
   progress.setStatus(ScanStatus::sshList);
-  ListingTree tree(toUtf8(target->path), options, result);
+  ListingTree tree(toUtf8(target->path), options, result, limits);
   SshOutput output(tree, result, progress);
   const Ending ending = readAll(*process, progress, tree, output);
   progress.phase = kPhaseSumming;

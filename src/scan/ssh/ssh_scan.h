@@ -4,6 +4,7 @@
 #include "base/secret.h"
 #include "scan/progress.h"
 #include "scan/scan_result.h"
+#include "scan/ssh/listing_tree.h"
 #include "scan/targets.h"
 
 #include <chrono>
@@ -43,7 +44,8 @@ using SshStart = std::function<std::unique_ptr<SshProcess>(
 // False with the failure word kSshTarget, kSshPipe, kSshMissing, kSshDenied, kSshEmpty,
 // kSshTooLarge or "sshFailed:<exit code>"; the result is then empty.
 bool sshScan(const SshStart& startSsh, ScanProgress& progress, const ScanOptions& options,
-             Secret password, ScanResult& result, SshFacts& facts);
+             Secret password, ScanResult& result, SshFacts& facts,
+             const ListingLimits& limits = {});
 
 // The ssh client of this machine.
 SshStart systemSsh();

@@ -14,9 +14,7 @@ constexpr std::wstring_view kHelperVariable = L"SSH_ASKPASS";
 constexpr std::wstring_view kRequireVariable = L"SSH_ASKPASS_REQUIRE";
 
 // The name before "="; names of hidden variables like "=C:" begin with one.
-std::wstring_view nameOf(std::wstring_view entry) {
-  return entry.substr(0, entry.find(L'=', entry.empty() ? 0 : 1));
-}
+std::wstring_view nameOf(std::wstring_view entry) { return entry.substr(0, entry.find(L'=', 1)); }
 
 bool isOurs(std::wstring_view entry) {
   const std::array names = {kHelperVariable, kRequireVariable, kPasswordVariable};
