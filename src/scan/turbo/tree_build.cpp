@@ -61,7 +61,7 @@ public:
   bool run() {
     if (table_.size() <= kRootRecord) return false;
     const RecordEntry& root = table_[kRootRecord];
-    if (!root.seen() || !root.directory()) return false;
+    if (!root.directory()) return false;
     addFolders();
     placeFolders();
     if (options_.sink == nullptr) addFolderDisk();
@@ -118,7 +118,7 @@ private:
 void Builder::addFolders() {
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const RecordEntry& entry = table_[record];
-    if (entry.seen() && entry.directory()) folderRecords_.push_back(record);
+    if (entry.directory()) folderRecords_.push_back(record);
   }
   result_.folders.reserve(folderRecords_.size() + 1);
   result_.folders.emplace_back().name = result_.rootPath;
