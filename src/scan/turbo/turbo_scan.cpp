@@ -326,7 +326,7 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   MftExtents extents;
   if (const auto word = findTable(*opened.volume, layout, extents); !word.empty()) return word;
   const std::uint64_t records = extents.bytes / layout.recordBytes;
-  if (records == 0 || records > kMostRecords) return kMftRecordCount;
+  if (records > kMostRecords) return kMftRecordCount;
   progress.setStatus(ScanStatus::mftRead);
   RecordTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
