@@ -3,45 +3,15 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { machine } from './support/machine.mjs';
 import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
-import { serve, until } from '../system/support/server.mjs';
-import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const content = (letter, size = 3) => letter.repeat(size * MiB);
 const PHOTOS = { 'Photos/2019/a.raw': 70 * MiB, 'Photos/2019/b.raw': 60 * MiB, 'Photos/2020/c.raw': 80 * MiB, 'Photos/note.txt': 'abc' };
 const TEMP = { 'Windows/Temp/setup.log': 1200 * MiB, 'Windows/Temp/left over/x.tmp': 5 * MiB, 'Windows/win.ini': 'x' };
-const DRIVES = { 'D:\\': 'drive', 'E:\\': 'drive', '\\\\nas\\public': 'unc' };
-
-// A machine with the drives D: and E: and a share, with these files, further names of files on D: and these scans
-// finished, and a tab on a section.
-async function machine(t, { d = {}, e = {}, share = {}, names = {}, scans = ['D:\\'], section = '', title = 'Overview' }) {
-  const folder = scratch(t);
-  for (const [name, files] of Object.entries({ d, e, share })) {
-    fs.mkdirSync(`${folder}/${name}`);
-    makeFiles(`${folder}/${name}`, files);
-  }
-  for (const [name, file] of Object.entries(names)) fs.linkSync(`${folder}/d/${file}`, `${folder}/d/${name}`);
-  const wine = await ownWine(t, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
-  const devices = `${wine.env.VORDA_WINEPREFIX}/dosdevices`;
-  fs.mkdirSync(`${devices}/unc/nas`, { recursive: true });
-  fs.symlinkSync(`${folder}/share`, `${devices}/unc/nas/public`);
-  const server = await serve(t, [], wine);
-  const ask = async (path) => (await server.json(path)).body;
-  for (const path of scans) await server.post('/api/scan', { path, kind: DRIVES[path], label: path });
-  await until(async () => (await ask('/api/jobs')).every((job) => job.state === 'done'), 'the scans');
-  const { logPath } = await ask('/api/targets');
-  const log = fs.realpathSync(`${devices}/c:`) + logPath.slice(2).replaceAll('\\', '/');
-  const tab = await openTab(t);
-  await tab.goto(`${server.base}/#${section}`);
-  await tab.getByRole('heading', { level: 1, name: title }).waitFor();
-  return {
-    tab, server, ask, folder, logPath, d: `${folder}/d`, e: `${folder}/e`, trash: `${wine.env.VORDA_XDG_DATA_HOME}/Trash/files`,
-    lastLogged: () => fs.readFileSync(log, 'utf8').split('\r\n').at(-2).slice(21),
-  };
-}
 
 const namesIn = (path) => fs.readdirSync(path).sort();
 const allFiles = (path) => fs.readdirSync(path, { recursive: true, withFileTypes: true }).filter((one) => one.isFile());

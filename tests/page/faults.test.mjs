@@ -1,6 +1,7 @@
 // Cases the real program can't produce on a healthy machine: hostile, late or truncated answers, a
 // program without administrator rights and its restart with them.
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
 import { test } from 'node:test';
 import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
@@ -215,6 +216,39 @@ test('what did not go into the bin, though it was to, is said', async (t) => {
   await dialog.getByRole('button', { name: /permanently$/ }).click();
   await says(dialog, '2 items deleted');
   assert.equal(await dialog.getByText('did not go').count(), 0, 'it was not to');
+});
+
+test('a deletion of several requests can be stopped between them', async (t) => {
+  const { faults, folder, server, tab } = await opened(t, { files: { 'one/a.tmp': 'a', 'two/b.tmp': 'b' } });
+  for (const name of ['one', 'two']) await server.post('/api/scan', { path: winPath(`${folder}/${name}`), kind: 'folder', label: name });
+  await until(async () => (await server.json('/api/jobs')).body.every((job) => job.state === 'done'), 'the scans');
+  await tab.goto(`${faults.base}/#find`);
+  await tab.getByLabel('Extensions').fill('.tmp');
+  await tab.keyboard.press('Enter');
+  await says(tab.getByRole('main'), '2 files found');
+  await tab.getByRole('grid').focus();
+  await tab.keyboard.press('Control+a');
+  const dialog = await openDialog(tab);
+  await dialog.getByLabel('Delete permanently').check();
+  await dialog.getByRole('textbox').fill('DELETE');
+  let release = null;
+  const held = new Promise((resolve) => { release = resolve; });
+  let sent = 0;
+  faults.answers['/api/delete'] = async ({ body, real }) => {
+    if (body.get('dryrun') !== '1') ++sent;
+    await held;
+    return real();
+  };
+  await dialog.getByRole('button', { name: /permanently$/ }).click();
+  await dialog.getByRole('button', { name: 'Stop' }).click();
+  await tab.keyboard.press('Escape');
+  assert.ok(await dialog.isVisible(), 'it stays until its request has ended');
+  release();
+  await says(dialog, '1 item deleted permanently');
+  await says(dialog, '1 item is still there.');
+  assert.deepEqual([sent, fs.readdirSync(folder, { recursive: true }).filter((name) => name.endsWith('.tmp')).length], [1, 1]);
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await says(tab.getByRole('main'), '1 item selected');
 });
 
 test('possible duplicates of the advice are compared before they go', async (t) => {

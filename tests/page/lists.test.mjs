@@ -215,3 +215,57 @@ test('in a server, nothing is offered that would open on its own screen', async 
   await becomes(() => tab.getByRole('menu').getByRole('menuitem', { name: /^(Open|Open a terminal here|Properties)$/ }).count(), 0);
   await tab.getByRole('menuitem', { name: 'Copy path' }).waitFor();
 });
+
+test('searches and hosts are remembered until the user has them forgotten', async (t) => {
+  const { tab } = await scanned(t, { 'film.mkv': 'a', 'b.txt': 'b' });
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByRole('button', { name: 'Save this search' }).click();
+  await says(tab, 'Enter a name, an extension or a size of at least 1 MB.');
+  await tab.getByLabel('Extensions').fill('.mkv');
+  await tab.getByRole('button', { name: 'Save this search' }).click();
+  await tab.reload();
+  await tab.getByRole('button', { name: '.mkv', exact: true }).click();
+  await says(tab.getByRole('main'), '1 file found');
+  await tab.getByRole('button', { name: 'Remove this saved search: .mkv' }).click();
+  await tab.reload();
+  await tab.getByRole('button', { name: 'Save this search' }).waitFor();
+  assert.equal(await tab.getByRole('button', { name: '.mkv', exact: true }).count(), 0);
+
+  await tab.evaluate(() => localStorage.setItem('vorda-hosts', JSON.stringify([{ path: 'ssh://nas/data', name: '', scanned: Date.UTC(2026, 2, 4), free: 5 * 2 ** 30 }])));
+  await goTo(tab, 'picker', 'What do you want to scan?');
+  await says(tab, 'last scan 04/03/2026, 5.00 GB free');
+  await tab.getByRole('button', { name: 'Rename: ssh://nas/data' }).click();
+  await tab.getByLabel('Name of this host').fill('Cellar');
+  await tab.keyboard.press('Enter');
+  await tab.reload();
+  await tab.getByRole('button', { name: 'Scan: Cellar' }).waitFor();
+  await tab.getByRole('button', { name: 'Forget: ssh://nas/data' }).click();
+  await tab.getByRole('button', { name: 'Scan: Cellar' }).waitFor({ state: 'detached' });
+  assert.equal(await tab.evaluate(() => localStorage.getItem('vorda-hosts')), '[]');
+});
+
+test('pictures among duplicates have a preview, other files with such names have none', async (t) => {
+  const png = Buffer.from('iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNk+M9QDwADhgGAWjR9awAAAABJRU5ErkJggg==', 'base64');
+  const picture = Buffer.concat([png, Buffer.alloc(2 ** 20, 1)]);
+  const other = Buffer.alloc(3 * 2 ** 20, 'no picture');
+  const { tab } = await scanned(t, { 'a/one.png': picture, 'b/one.png': picture, 'a/not.png': other, 'b/not.png': other }, { expected: /400|404/ });
+  await goTo(tab, 'across', 'Duplicates');
+  await tab.getByRole('button', { name: 'Search for duplicates' }).click();
+  await says(tab.getByRole('main'), '2 groups found');
+  const shown = (name) => Promise.all([
+    tab.waitForResponse((response) => response.url().includes('/api/preview') && response.url().includes(name)),
+    tab.getByRole('main').getByRole('row').filter({ hasText: name }).first().click(),
+  ]);
+  const image = tab.getByRole('complementary').locator('img.preview');
+  assert.equal((await shown('one.png'))[0].headers()['content-type'], 'image/png');
+  await becomes(() => image.evaluate((one) => [one.complete, one.naturalWidth]), [true, 1]);
+  assert.notEqual((await shown('not.png'))[0].status(), 200);
+  await image.waitFor({ state: 'detached' });
+  // A row that is drawn again between the two halves of a click does not lose it.
+  await tab.getByRole('main').getByRole('row').filter({ hasText: 'b\\one.png' }).hover();
+  await tab.mouse.down();
+  await tab.setViewportSize({ width: 1281, height: 900 });
+  await settled(tab);
+  await tab.mouse.up();
+  await image.waitFor();
+});

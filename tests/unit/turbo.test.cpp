@@ -2,6 +2,7 @@
 #include "base/text.h"
 #include "scan/job.h"
 #include "scan/turbo/boot_sector.h"
+#include "scan/turbo/record_table.h"
 #include "scan/turbo/table_extents.h"
 #include "scan/turbo/turbo_scan.h"
 
@@ -181,6 +182,42 @@ TEST_CASE("volumes described in mft_volumes.txt") {
     }
   }
   CHECK(expected.empty());
+}
+
+TEST_CASE("a name is kept as it is, but for what would change the meaning of a path") {
+  NamePool pool;
+  NamePool::Writer writer(pool);
+  const auto kept = [&](const std::wstring& name) {
+    Bytes units;
+    for (const wchar_t unit : name) {
+      units.push_back(static_cast<std::uint8_t>(unit));
+      units.push_back(static_cast<std::uint8_t>(unit >> 8U));
+    }
+    PooledName pooled;
+    REQUIRE(writer.add({units.data(), units.size()}, pooled));
+    std::wstring read;
+    pool.read(pooled, read);
+    return read;
+  };
+  constexpr wchar_t kReplacement = 0xFFFD;
+  constexpr std::size_t kLongest = 9; // names are read four units at a time
+  for (std::size_t length = 1; length <= kLongest; ++length) {
+    for (std::size_t at = 0; at < length; ++at) {
+      for (const wchar_t unit :
+           {L'\0', L'/', L'\\', L'0', L'[', L'.', L'\x80', L'\xFF', L'\x100', L'\x2F00'}) {
+        std::wstring name(length, L'n');
+        name[at] = unit;
+        std::wstring wanted = name;
+        const bool replaced = unit == L'\0' || unit == L'/' || unit == L'\\' || name == L".";
+        if (replaced) wanted[at] = kReplacement;
+        CAPTURE(length);
+        CAPTURE(at);
+        CHECK(kept(name) == wanted);
+      }
+    }
+  }
+  CHECK(kept(L"..") == std::wstring(2, kReplacement));
+  CHECK(kept(L"...") == L"...");
 }
 
 TEST_CASE("folders deeper than 4,096 levels are orphans") {

@@ -5,7 +5,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   title: 'Vorda',
   skip: 'Aller au contenu',
   sections: 'Sections',
-  secOverview: 'Vue d’ensemble',
+  secOverview: 'Résumé',
   secExplorer: 'Dossiers',
   secAdvice: 'Conseils',
   secTypes: 'Types',

@@ -97,7 +97,7 @@ export class Table<R> {
       this.draw(false);
       options.onScroll?.(Math.floor(this.root.scrollTop / this.rowHeight));
     }, { passive: true });
-    this.root.addEventListener('focus', () => this.draw(true));
+    this.root.addEventListener('focus', () => this.pointAtActive());
     this.observer = new ResizeObserver(() => this.measure());
     this.observer.observe(this.root);
   }

@@ -72,6 +72,7 @@ public:
   }
 
 private:
+  static constexpr std::uint32_t kAhead = 8; // records
   static constexpr std::uint64_t kUnknownLevel = 0;
   static constexpr std::uint64_t kRootLevel = 1;
   static constexpr std::uint64_t kOrphanLevel = kRootLevel + 2; // below "$Orphans"
@@ -95,6 +96,7 @@ private:
   void addToAccount(std::uint32_t record, std::uint64_t bytes);
   void keep(std::uint32_t index, std::uint32_t record, const std::wstring& name,
             const FileDisk& disk);
+  void prefetchParent(std::uint32_t record);
   std::uint32_t folderOfFile(std::uint32_t record);
   std::uint32_t orphans();
 
@@ -184,6 +186,13 @@ void Builder::place(RecordEntry& folder) {
 void Builder::placeFolders() {
   table_[kRootRecord].level = kRootLevel;
   for (const std::uint32_t record : folderRecords_) place(table_[record]);
+}
+
+// The parents of files lie anywhere in the table.
+void Builder::prefetchParent(std::uint32_t record) {
+  if (record >= table_.size()) return;
+  const std::uint32_t parent = table_[record].parent;
+  if (parent < table_.size()) __builtin_prefetch(&table_[parent]);
 }
 
 std::uint32_t Builder::folderOfFile(std::uint32_t record) {
@@ -294,6 +303,7 @@ void Builder::addFiles() {
   std::wstring name;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const RecordEntry& file = table_[record];
+    prefetchParent(record + kAhead);
     if (!file.seen() || file.directory()) continue;
     const std::uint32_t index = folderOfFile(record);
     if (leftOut_.contains(index)) continue;
