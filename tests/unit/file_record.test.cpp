@@ -152,6 +152,9 @@ TEST_CASE("what one record says") {
       // Attributes that reach beyond the record, or are shorter than any can be, end the list.
       {nothing + " broken", TestRecord().resident(kData, Bytes(5)), {{256 + 4, 800, 4}}},
       {nothing + " broken", TestRecord().resident(kData, Bytes(5)), {{256 + 4, 15, 4}}},
+      {nothing,
+       TestRecord().resident(kData, Bytes(5)),
+       {{256 + 4, 16, 4}, {256 + 16, 0xFFFFFFFF, 4}}},
       {nothing, TestRecord().resident(kData, Bytes(5)), {{20, 2000, 2}}},
   };
   for (const Row& row : rows) CHECK(told(row.record, row.patches) == row.expected);

@@ -148,9 +148,10 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
       44,
       TestRecord().name(L"more", a).nonResident(kData, 9000, runList({{2, 690}})).reparse(kCloud));
   volume.add(45, TestRecord(false, reference(44, 1)).nonResident(kData, 0, runList({{3, 692}}), 2));
-  volume.add(
-      46,
-      TestRecord(true).name(L"late", a).nonResident(kIndexAllocation, 4096, runList({{8, 700}})));
+  volume.add(46, TestRecord(true)
+                     .name(L"late", a)
+                     .nonResident(kIndexAllocation, 4096, runList({{8, 700}}))
+                     .stream(L"dir", 9, runList({{2, 720}})));
   volume.add(39, TestRecord(false, reference(37, 9)).nonResident(kData, 0, runList({{9, 640}}), 7));
   // The run list is damaged: the head is believed.
   Bytes damaged = runList({{3, 0x7000'0000}});
@@ -172,11 +173,11 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
     CAPTURE(toUtf8(name));
     CHECK(fileFigures(result, name) == expected);
   }
-  CHECK(figures(result, L"a") == "60 60 14904");
+  CHECK(figures(result, L"a") == "62 62 14904");
   CHECK(result.types.at(L"(none)").disk == (44 + 128) * kCluster);
   CHECK_FALSE(result.volume.exact);
   const Account account = accountOf(result);
-  CHECK(*rowOf(account, "streams").bytes == 20 * kCluster);
+  CHECK(*rowOf(account, "streams").bytes == 22 * kCluster);
   CHECK(*rowOf(account, "tables").bytes == 16 * kCluster);
   CHECK(*rowOf(account, "files").bytes == 24 * kCluster);
   CHECK(*rowOf(account, "cloud").bytes == 14904);
