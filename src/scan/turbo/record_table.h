@@ -28,8 +28,8 @@ struct RecordEntry {
   static constexpr std::uint8_t kSeen = 1;
   static constexpr std::uint8_t kDirectory = 2;
   static constexpr std::uint8_t kNarrowName = 4;
-  static constexpr std::uint8_t kOwnName = 8;  // name from the base record, not a DOS name
-  static constexpr std::uint8_t kCloud = 16; // contents that are not on the disk are in the cloud
+  static constexpr std::uint8_t kOwnName = 8; // name from the base record, not a DOS name
+  static constexpr std::uint8_t kCloud = 16;  // contents that are not on the disk are in the cloud
 
   // The tree build replaces what a directory's record says by the folder's place in the tree.
   union {
