@@ -109,7 +109,8 @@ class Tree:
 
     def _collect_fields(self, node):
         fields = [one for one in node.get("inner", []) if one.get("kind") == "FieldDecl" and "name" in one]
-        if node.get("kind") == "CXXRecordDecl":
+        # All fields of a union are the same memory.
+        if node.get("kind") == "CXXRecordDecl" and node.get("tagUsed") != "union":
             for index, one in enumerate(fields):
                 later = fields[index + 1:] + fields[:index]
                 alike = [other["name"] for other in later if type_of(other) == type_of(one)]

@@ -12,8 +12,10 @@
 
 #include <doctest/doctest.h>
 
+#include <chrono>
 #include <random>
 #include <set>
+#include <thread>
 
 using namespace vorda;
 using namespace vorda::test;
@@ -55,12 +57,13 @@ Reading reading(const OpenVolume& open) {
 
 std::string wordOf(Bytes image) { return reading(opens(std::move(image))).failure; }
 
-// "path size" of every kept file, relative to the root.
+// "path size" of every kept file, relative to the root, and "@time" if it has one.
 std::set<std::wstring> listed(const Reading& read) {
   REQUIRE(read.ok);
   std::set<std::wstring> lines;
   for (const FileEntry& file : read.result.files) {
-    lines.insert(filePath(read.result, file).substr(3) + L" " + std::to_wstring(file.size));
+    lines.insert(filePath(read.result, file).substr(3) + L" " + std::to_wstring(file.size) +
+                 (file.modified == 0 ? L"" : L" @" + std::to_wstring(file.modified)));
   }
   CHECK(lines.size() == read.result.files.size());
   return lines;
@@ -83,6 +86,9 @@ TestRecord written(std::istream& line) {
   };
   const std::uint64_t base = words.contains("ext") ? referenceIn(words["ext"][0]) : 0;
   TestRecord record(words.contains("dir"), base, static_cast<std::uint16_t>(number("seq", 1)));
+  if (words.contains("time")) {
+    record.modified(116'444'736'000'000'000 + number("time") * 10'000);
+  }
   for (const std::string& name : words["name"]) {
     const std::size_t at = name.find('@');
     const std::size_t space = name.find(':');
@@ -143,7 +149,17 @@ TEST_CASE("volumes described in mft_volumes.txt") {
     const Reading read = reading(opens(volume.image()));
     CHECK(listed(read) == expected);
     CHECK(counts == std::to_wstring(read.result.fileCount) + L" files, " +
-                        std::to_wstring(read.result.folderCount) + L" folders");
+                        std::to_wstring(read.result.folderCount) + L" folders, " +
+                        std::to_wstring(read.result.folders[0].ownFiles) + L" in the root");
+    // The list has all files but a few, which have no type.
+    TypeTotals types;
+    for (const FileEntry& file : read.result.files) addToType(types, file.name, file.size);
+    for (const auto& [type, total] : read.result.types) {
+      CAPTURE(toUtf8(type));
+      CHECK((type == L"(none)" || types[type].bytes == total.bytes));
+      CHECK((type == L"(none)" || types[type].files == total.files));
+    }
+    for (const auto& [type, total] : types) CHECK(read.result.types.contains(type));
     CHECK(read.result.folders[0].totalFiles == read.result.fileCount);
     CHECK(read.result.folders[0].totalBytes == read.result.byteCount);
     volume = TestVolume();
@@ -154,7 +170,7 @@ TEST_CASE("volumes described in mft_volumes.txt") {
     std::string first;
     line >> first;
     const std::wstring rest = toUtf16(row[0].substr(std::min(first.size() + 1, row[0].size())));
-    if (first == "=" && rest.ends_with(L" folders")) {
+    if (first == "=" && rest.ends_with(L" in the root")) {
       counts = rest;
       check();
     } else if (first == "=") {
@@ -214,9 +230,25 @@ TEST_CASE("folders deeper than 4,096 levels are orphans") {
   }
   volume.add(40, TestRecord().file(L"reached", reference(3999 + 4095, 1), 40));
   volume.add(41, TestRecord().file(L"too deep", reference(3999 + 4096, 1), 41));
+  // Of two names one is too deep, or as deep as can be.
+  for (const std::uint32_t record : {42U, 43U}) {
+    volume.add(record, TestRecord()
+                           .name(L"n", kRoot)
+                           .name(L"m", reference(3999 + (record == 42 ? 4096 : 4095), 1)));
+  }
+  volume.first =
+      TestRecord(true).name(L"$MFT", kRoot); // a folder that takes no file without a name
+  volume.add(44, TestRecord().nonResident(kData, 44));
   const Reading read = reading(opens(volume.image()));
   Lines lines = listed(read);
   CHECK(lines.contains(L"$Orphans\\too deep 41"));
+  REQUIRE(read.result.links.files.size() == 2);
+  CHECK(read.result.links.files[0].stays);
+  CHECK(read.result.links.files[0].count == 1);
+  CHECK_FALSE(read.result.links.files[1].stays);
+  CHECK(read.result.links.files[1].count == 2);
+  CHECK(read.result.folders[*findFolder(read.result.folders, L"d:\\", L"d:\\$Orphans")].ownFiles ==
+        2);
   CHECK(std::count_if(lines.begin(), lines.end(), [](const std::wstring& line) {
           return line.size() > 8000 && line.ends_with(L"reached 40");
         }) == 1);
@@ -227,12 +259,21 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
   struct Collected final : FileSink, FileTaker {
     Lines lines;
     std::unique_ptr<FileTaker> taker() override { return std::make_unique<Forward>(*this); }
+    int finished = 0;
+    std::set<ScanStatus> statuses;
+    const ScanProgress* progress = nullptr;
     void take(const FoundFile& file) override {
-      lines.insert(joinPath(file.folder, file.name) + L" " + std::to_wstring(file.size));
+      lines.insert(joinPath(file.folder, file.name) + L" " + std::to_wstring(file.size) + L" " +
+                   std::to_wstring(file.disk / 512) + L" " + std::to_wstring(file.cloud) + L" @" +
+                   std::to_wstring(file.modified) + L" " + std::to_wstring(file.id >> 48U) + L"/" +
+                   std::to_wstring(file.id & 0xFFFF'FFFF) + (file.diskKnown ? L"" : L"?"));
+      statuses.insert(progress->texts().status);
+      CHECK(progress->phase == kPhaseSumming);
     }
     struct Forward final : FileTaker {
       explicit Forward(Collected& to) : to_(to) {}
       void take(const FoundFile& file) override { to_.take(file); }
+      void finish() override { ++to_.finished; }
 
     private:
       Collected& to_;
@@ -248,18 +289,70 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
     volume.add(record, TestRecord().file(L"f", folder, record));
     ++record;
   }
+  const std::uint64_t time = 116'444'736'000'000'000 + 90'000;
+  const std::uint64_t elsewhere = reference(24, 1);
+  volume.add(29, TestRecord().name(L"p", reference(21, 1)).name(L"q", reference(21, 1)));
+  volume.add(24, TestRecord(true).name(L"out", kRoot)); // of another path than what is left out
+  volume.add(34, TestRecord(false, 0, 3)
+                     .modified(time)
+                     .name(L"g", elsewhere)
+                     .nonResident(kData, 5000, runList({{2, 900}}))
+                     .reparse(0x9000'601A));
+  volume.add(35, TestRecord().modified(time).file(L"h", reference(99, 1), 100));
+  volume.add(36, TestRecord().modified(time).file(L"large", elsewhere, 6001));
+  volume.add(37, TestRecord().modified(time - 20'000).file(L"early", elsewhere, 100));
+  volume.add(38, TestRecord().modified(time).file(L"small", elsewhere, 30));
+  volume.add(39,
+             TestRecord().modified(time).file(L"other", elsewhere, 100).name(L"x", elsewhere, 0));
   ScanProgress progress;
   ScanOptions options;
   options.root = L"D:";
   options.fileListThreshold = 31;
   options.leftOut = {L"d:\\a\\OUT", L"D:\\A\\ow"};
   options.sink = &sink;
+  sink.progress = &progress;
   ScanResult result;
   REQUIRE(turboScan(opens(volume.image()), progress, options, result));
-  CHECK(sink.lines == Lines{L"D:\\A\\Below\\f 31"});
+  CHECK(sink.lines == Lines{L"D:\\A\\Below\\f 31 0 0 @0 1/31", L"D:\\out\\g 5000 2 3976 @9 3/34",
+                            L"D:\\$Orphans\\h 100 0 0 @9 1/35", L"D:\\out\\large 6001 0 0 @9 1/36",
+                            L"D:\\out\\early 100 0 0 @7 1/37", L"D:\\out\\x 100 0 0 @9 1/39"});
+  CHECK(sink.statuses == std::set{ScanStatus::tree});
+  CHECK(sink.finished == 1);
   CHECK(result.files.empty());
-  CHECK(result.fileCount == 3); // with the table itself
-  CHECK(result.folderCount == 3);
+  CHECK(result.disk.empty());
+  CHECK_FALSE(result.volume.counted);
+  CHECK(result.fileCount == 9); // with the table itself
+  CHECK(result.folderCount == 5);
+  sink.lines.clear();
+  options.bounds.most = 6000;
+  options.bounds.after = 8;
+  options.namePatterns = {L"g", L"h", L"large", L"early"};
+  ScanResult fewer;
+  REQUIRE(turboScan(opens(volume.image()), progress, options, fewer));
+  CHECK(sink.lines == Lines{L"D:\\out\\g 5000 2 3976 @9 3/34", L"D:\\$Orphans\\h 100 0 0 @9 1/35"});
+  // Where memory runs out nothing may be passed on a second time.
+  const auto failing = [&volume](int reads) {
+    return opens(volume.image(), [reads](MemoryVolume& one) {
+      one.onRead = [left = reads](std::uint64_t) mutable {
+        return left-- > 0 ? true : throw std::bad_alloc();
+      };
+    });
+  };
+  CHECK(reading(failing(1)).failure == kMftMemory);
+  CHECK(reading(failing(2)).failure == kMftMemory); // in a worker
+  CHECK_THROWS_AS(turboScan(failing(1), progress, options, result), std::bad_alloc);
+  // Leaving folders out is not for sinks only.
+  options.sink = nullptr;
+  options.bounds = {};
+  options.namePatterns = {};
+  ScanResult listing;
+  REQUIRE(turboScan(opens(volume.image()), progress, options, listing));
+  CHECK(listing.files.size() == 6);
+  CHECK(listing.disk.back().fixed);       // the orphans
+  CHECK(listing.links.files.size() == 1); // the names that are left out come before its own
+  options.root.clear();
+  CHECK_FALSE(turboScan(opens(volume.image()), progress, options, result));
+  CHECK(progress.texts().failure == kMftOpenFailed);
 }
 
 TEST_CASE("a fragmented table is read completely or not at all") {
@@ -324,7 +417,16 @@ TEST_CASE("records smaller than a sector, and a table that ends inside one") {
       .nonResident(kData, 30 * 1024, runList({{6, 64}}));
   volume.add(18, TestRecord(false, reference(0, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
   volume.add(29, TestRecord().file(L"last", kRoot, 29));
-  CHECK(listed(reading(opens(volume.image(zero)))) == Lines{L"last 29"});
+  Bytes image = volume.image(zero);
+  CHECK(listed(reading(opens(image))) == Lines{L"last 29"});
+  // One bad record is passed over; what follows the table in its last sector is none.
+  volume.add(28, TestRecord());
+  volume.add(30, TestRecord());
+  image = volume.image(zero);
+  for (const std::size_t record : {28U, 30U}) {
+    put(image, 80 * 4096 + (record - 24) * 1024 + 1022, 0, 2);
+  }
+  CHECK(listed(reading(opens(image))) == Lines{L"last 29"});
   // An extension record must refer to the table's base record.
   volume.add(18, TestRecord(false, reference(5, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
   CHECK(wordOf(volume.image(zero)) == kMftCorrupt);
@@ -438,6 +540,20 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   volume.extents = {{8192 * 12, 64}};
   volume.add(20, TestRecord().file(L"first", kRoot, 7));
   volume.add(8192 * 5, TestRecord().file(L"last", kRoot, 8));
+  // A file whose further records are in several chunks, and one with its name in many of them.
+  volume.add(21, TestRecord().file(L"spread", kRoot, 1));
+  for (std::uint32_t chunk = 3; chunk < 6; ++chunk) {
+    volume.add(8192 * chunk + 1, TestRecord(false, reference(21, 1))
+                                     .name(L"s" + std::to_wstring(chunk), kRoot)
+                                     .resident(kData, Bytes(10 * chunk))
+                                     .stream(L"s", 1, runList({{chunk, 10 * chunk}})));
+  }
+  volume.add(22, TestRecord());
+  for (std::uint32_t i = 0; i < 40; ++i) {
+    volume.add(8192 * 3 + 2 + i,
+               TestRecord(false, reference(22, 1)).name(L"n" + std::to_wstring(i), kRoot));
+  }
+  volume.add(8192 * 3 + 50, TestRecord(false, reference(22, 1)).resident(kData, Bytes(9)));
   ScanProgress progress;
   int after = 0;
   const auto open = opens(volume.image(), [&](MemoryVolume& memory) {
@@ -450,7 +566,8 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   const Reading part = reading(open, progress);
   REQUIRE(part.ok);
   CHECK(after == 0);
-  CHECK(listed(part) == Lines{L"first 7"});
+  CHECK(listed(part) == Lines{L"first 7", L"spread 1"});
+  CHECK_FALSE(part.result.volume.counted);
   CHECK(part.result.partial == Partial::cancelled);
   CHECK(progress.texts().partial == Partial::cancelled);
   const Reading nothing = reading(opens(volume.image()), progress);
@@ -458,9 +575,47 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   CHECK(listed(nothing).empty());
   CHECK(nothing.result.folderCount == 1);
   progress.cancelRequested = false;
-  const Reading whole = reading(opens(volume.image()), progress);
+  // While it reads, all chunks but the one in work are done.
+  std::uint64_t chunk = 0;
+  const auto slow = [&](MemoryVolume& memory) {
+    memory.onRead = [&](std::uint64_t offset) {
+      const std::uint64_t before = progress.files;
+      const ProgressTexts texts = progress.texts();
+      CHECK(progress.phase == kPhaseReading);
+      if (offset == 0) CHECK(texts.status == ScanStatus::mftOpen);
+      if (offset < 64 * 512) return true;
+      if (texts.status == ScanStatus::mftFind) return true;
+      CHECK(texts.status == ScanStatus::mftRead);
+      CHECK(texts.method == ScanMethod::turbo);
+      if (chunk++ < 2) std::this_thread::sleep_for(std::chrono::milliseconds(50)); // both come
+      if (chunk < 3) return true;
+      const std::uint64_t done = progress.files;
+      CHECK(done % 8192 == 0);
+      CHECK(done >= (chunk - 2) * 8192);
+      CHECK(done < chunk * 8192);
+      const auto line = [](std::uint64_t count) {
+        return L"record " + std::to_wstring(count) + L" van 49152";
+      };
+      CHECK((texts.current == line(before) || texts.current == line(done)));
+      return true;
+    };
+  };
+  const Reading whole = reading(opens(volume.image(), slow), progress);
   REQUIRE(whole.ok);
-  CHECK(listed(whole) == Lines{L"first 7", L"last 8"});
+  CHECK(chunk == 6);
+  CHECK(listed(whole) == Lines{L"first 7", L"last 8", L"spread 121", L"n0 9"});
+  CHECK(whole.result.volume.cluster == 512);
+  CHECK(whole.result.disk[0].ownStreams == 12 * 512);
+  REQUIRE(whole.result.links.files.size() == 2);
+  CHECK(whole.result.links.files[0].count == 4);
+  CHECK(whole.result.links.files[1].count == 40);
+  CHECK(progress.files == whole.result.fileCount);
+  CHECK(whole.result.seconds < 60);
+  const auto broken = opens(volume.image(), [](MemoryVolume& memory) {
+    memory.onRead = [](std::uint64_t offset) { return offset < 64 * 512 + 4 * 8'388'608; };
+  });
+  CHECK(reading(broken, progress).failure == kMftUnreadable);
+  CHECK(progress.files == 0);
   CHECK(progress.texts().partial == Partial::none);
 }
 

@@ -13,6 +13,7 @@
 #include <doctest/doctest.h>
 
 #include <random>
+#include <set>
 
 using namespace vorda;
 using namespace vorda::test;
@@ -89,15 +90,15 @@ TEST_CASE("allocated clusters of a run list") {
       {holed({{7, 0}, {5, 10}, {9, 0}, {2, 20}, {3, 0}}), 100, 7},
       {holed({{7, 0}}), 1, 0}, // a hole may be larger than the volume
       {holed({{5, 10}}), 14, -1},
-      {holed({{5, 10}, {5, -9}, {5, 1}}), 14, -1}, // more clusters than there are
-      {holed({{5, 10}, {5, -9}, {4, 1}}), 15, 14},
+      {holed({{5, 10}, {5, -9}, {5, 1}}), 15, 15},
+      {holed({{5, 10}, {5, -9}, {5, 1}, {1, 1}}), 15, -1}, // more clusters than there are
       {{0x01}, 100, -1},
       {{0x11, 0x05, 0x0A}, 100, -1}, // without an end
       {{0x01, 0x00, 0x00}, 100, -1},
       {{0x09, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 100, -1},
       {{}, 100, -1}};
   for (const Row& row : rows) {
-    std::uint64_t count = 0;
+    std::uint64_t count = 77;
     const bool good = countClusters({row.list.data(), row.list.size()}, row.clusters, count);
     CHECK((good ? static_cast<int>(count) : -1) == row.count);
   }
@@ -139,6 +140,18 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
   volume.add(38, TestRecord(false, reference(37, 1))
                      .nonResident(kData, 0, runList({{5, 620}}), 2)
                      .stream(L"y", 10, runList({{1, 630}})));
+  volume.add(42, TestRecord(false, reference(37, 1)).stream(L"z", 10, runList({{16, 660}})));
+  volume.add(
+      43,
+      TestRecord().name(L"small", a).nonResident(kData, 100, runList({{1, 680}})).reparse(kCloud));
+  volume.add(
+      44,
+      TestRecord().name(L"more", a).nonResident(kData, 9000, runList({{2, 690}})).reparse(kCloud));
+  volume.add(45, TestRecord(false, reference(44, 1)).nonResident(kData, 0, runList({{3, 692}}), 2));
+  volume.add(46, TestRecord(true)
+                     .name(L"late", a)
+                     .nonResident(kIndexAllocation, 4096, runList({{8, 700}}))
+                     .stream(L"dir", 9, runList({{2, 720}})));
   volume.add(39, TestRecord(false, reference(37, 9)).nonResident(kData, 0, runList({{9, 640}}), 7));
   // The run list is damaged: the head is believed.
   Bytes damaged = runList({{3, 0x7000'0000}});
@@ -152,35 +165,40 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
            {L"cloud", "0 0 5000"},
            {L"partly", "4 4 3464"},
            {L"link", "0 0 0"},
-           {L"pieces", "8 8 0"}, // without the record that belongs to no file
+           {L"pieces", "24 24 0"},
+           {L"small", "1 1 0"},
+           {L"more", "5 5 6440"}, // without the record that belongs to no file
            {L"damaged", "0 0 0"}}) {
     const std::wstring name = file;
     CAPTURE(toUtf8(name));
     CHECK(fileFigures(result, name) == expected);
   }
-  CHECK(figures(result, L"a") == "30 30 8464");
-  CHECK(result.types.at(L"(none)").disk == (22 + 128) * kCluster);
+  CHECK(figures(result, L"a") == "62 62 14904");
+  CHECK(result.types.at(L"(none)").disk == (44 + 128) * kCluster);
   CHECK_FALSE(result.volume.exact);
   const Account account = accountOf(result);
-  CHECK(*rowOf(account, "streams").bytes == 4 * kCluster);
-  CHECK(*rowOf(account, "tables").bytes == 8 * kCluster);
-  CHECK(*rowOf(account, "files").bytes == 18 * kCluster);
-  CHECK(*rowOf(account, "cloud").bytes == 8464);
+  CHECK(*rowOf(account, "streams").bytes == 22 * kCluster);
+  CHECK(*rowOf(account, "tables").bytes == 16 * kCluster);
+  CHECK(*rowOf(account, "files").bytes == 24 * kCluster);
+  CHECK(*rowOf(account, "cloud").bytes == 14904);
   CHECK(rowOf(account, "cloud").info);
   CHECK(rowOf(account, "system").parts.front().name == L"$MFT");
 }
 
 TEST_CASE("what comes back of files with several names") {
   TestVolume volume;
-  const auto folder = [&volume](std::uint32_t record, const wchar_t* name, std::uint64_t parent) {
-    volume.add(record, TestRecord(true).name(name, parent));
-    return reference(record, 1);
+  const auto folder = [&volume](std::uint32_t record, const wchar_t* name, std::uint64_t parent,
+                                std::uint16_t sequence = 1) {
+    volume.add(record, TestRecord(true, 0, sequence).name(name, parent).name(L"ALSO~1", parent));
+    return reference(record, sequence);
   };
   const std::uint64_t a = folder(20, L"a", kRoot);
   const std::uint64_t b = folder(21, L"b", a);
   const std::uint64_t c = folder(22, L"c", a);
-  const std::uint64_t d = folder(23, L"d", kRoot);
-  folder(11, L"$Extend", kRoot);
+  const std::uint64_t d = folder(23, L"d", kRoot, 4);
+  const std::uint64_t extend = folder(11, L"$Extend", kRoot);
+  const std::uint64_t inside = folder(25, L"inside", folder(24, L"$Deleted", extend));
+  const std::uint64_t lost = folder(26, L"below", folder(27, L"lost", reference(99, 1)));
   std::uint32_t at = 600;
   const auto file = [&](std::uint32_t record, std::uint32_t clusters,
                         const std::vector<std::uint64_t>& parents) -> TestRecord& {
@@ -189,7 +207,7 @@ TEST_CASE("what comes back of files with several names") {
       made.name(L"f" + std::to_wstring(record) + L"." + std::to_wstring(i), parents[i]);
     }
     at += 20;
-    return made.nonResident(kData, clusters * 512, runList({{clusters, at}}));
+    return made.nonResident(kData, clusters * 512 - 100, runList({{clusters, at}}));
   };
   file(30, 1, {b, b}); // both in one folder
   file(31, 2, {b, c}); // meet in a
@@ -197,17 +215,68 @@ TEST_CASE("what comes back of files with several names") {
   file(33, 8, {d});    // one name and a DOS name
   volume.records.at(33).name(L"F33~1", d, 2).names(2);
   file(34, 16, {d}).names(3); // two names are nowhere
-  file(35, 32, {b});          // a second name in an extension record
-  volume.add(36, TestRecord(false, reference(35, 1)).name(L"far", d));
+  file(35, 32, {b}).names(3); // two further names in an extension record
+  volume.add(36, TestRecord(false, reference(35, 1)).name(L"far", d).name(L"FAR~1", d, 2));
   file(37, 64, {c, reference(11, 1)});  // one where nobody can delete it
   file(38, 128, {c, reference(99, 1)}); // one in a folder that is gone
+  // The same figures again in places of their own.
+  file(39, 1, {kRoot, kRoot});
+  file(40, 2, {extend, d});
+  file(41, 4, {lost});
+  file(42, 8, {reference(99, 1)});
+  file(43, 16, {inside});
+  file(44, 32, {kRoot});
+  file(15, 64, {kRoot}).stream(L"s", 9, runList({{1, 990}}));
+  file(16, 128, {kRoot}).stream(L"s", 9, runList({{2, 991}}));
+  volume.add(3, TestRecord().name(L"$Volume", kRoot));
+  volume.add(47, TestRecord()
+                     .name(L"f47.0", c)
+                     .name(L"f47.1", d)
+                     .nonResident(kData, 100)
+                     .reparse(0x9000'601A));
+  volume.add(45,
+             TestRecord().name(L"pagefile.sys", kRoot).nonResident(kData, 9, runList({{5, 995}})));
+  volume.add(46, TestRecord().name(L"pagefile.sys", d).nonResident(kData, 9, runList({{6, 980}})));
   const ScanResult result = scanned(volume);
   CHECK(figures(result, L"a\\b") == "35 1 0");
-  CHECK(figures(result, L"a\\c") == "196 0 0");
-  CHECK(figures(result, L"a") == "231 3 0");
-  CHECK(figures(result, L"d") == "24 8 0");
-  CHECK(figures(result, L"$Extend") == "0 0 0");
-  CHECK(figures(result, L"") == "383 47 0"); // with the table itself, which does not come back
+  CHECK(figures(result, L"a\\c") == "196 0 100");
+  CHECK(figures(result, L"a") == "231 3 100");
+  CHECK(figures(result, L"d") == "30 14 0");
+  CHECK(figures(result, L"$Extend") == "18 0 0");
+  CHECK(figures(result, L"$Extend\\$Deleted\\inside") == "16 0 0");
+  CHECK(figures(result, L"$Orphans") == "12 0 0");
+  CHECK(figures(result, L"$Orphans\\lost\\below") == "4 0 0");
+  // With the table itself, which does not come back.
+  CHECK(figures(result, L"") == "652 221 100");
+  CHECK(result.volume.exact);
+  const auto told = [](const std::vector<AccountPart>& parts) {
+    std::string text;
+    for (const AccountPart& one : parts) {
+      text += " " + toUtf8(one.name) + " " + std::to_string(one.bytes / kCluster);
+    }
+    return text;
+  };
+  CHECK(told(result.volume.system) == " $MFT 128 f15.0 65");
+  CHECK(told(result.volume.paging) == " pagefile.sys 5");
+  CHECK(result.disk[0].ownStreams == 2 * kCluster); // those of the user's files
+  CHECK(result.types.at(L".sys").back == 11 * kCluster);
+  // All names of a file and nothing else, with its types.
+  for (const LinkedFile& one : result.links.files) {
+    CAPTURE(one.id);
+    CHECK(one.count == (one.id == 34 || one.id == 38 ? 1 : 2));
+    CHECK(one.size == (one.disk == 0 ? 100 : one.disk - 100));
+    for (std::uint32_t n = 0; n < one.count; ++n) {
+      const LinkName& name = result.links.names[one.first + n];
+      CHECK(result.links.types[name.type] == typeKeyOf(result.links.nameOf(name)));
+    }
+  }
+  const std::vector<std::wstring>& types = result.links.types;
+  CHECK(std::set<std::wstring>(types.begin(), types.end()).size() == types.size());
+  for (const FileEntry& one : result.files) {
+    if (one.link == kNoLink) continue;
+    const std::wstring id = std::to_wstring(result.links.files[one.link].id);
+    CHECK(one.name.starts_with(L"f" + id + L"."));
+  }
   CHECK(fileFigures(result, L"f30.0") == "1 0 0");
   CHECK(fileFigures(result, L"f33.0") == "8 8 0");
   const LinkedFile& far = result.links.files[result.links.find(reference(35, 1))];
@@ -233,8 +302,8 @@ TEST_CASE("what comes back of files with several names") {
 
 TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   TestVolume volume;
-  volume.sectors = 5000;
-  Bytes map((5000 + 7) / 8);
+  volume.sectors = 5003;
+  Bytes map(626);
   const auto use = [&map](std::uint64_t from, std::uint64_t count) {
     for (std::uint64_t i = from; i < from + count; ++i) {
       map[i / 8] = static_cast<std::uint8_t>(map[i / 8] | 1U << i % 8);
@@ -243,10 +312,21 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   use(64, 128);      // the table
   use(1000, 2);      // the map itself, in two pieces
   use(2000, 30);     // a file
-  map.back() = 0xFF; // beyond the last cluster, and its own bits 4992 to 4999
-  volume.add(6, TestRecord().name(L"$Bitmap", kRoot).nonResident(kData, 625, runList({{1, 1000}})));
-  volume.add(20, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 1));
+  map.back() = 0xFF; // beyond the last cluster, and its own bits 5000 to 5002
+  const auto bitmap = [&volume](std::uint64_t size, const Bytes& runs) {
+    volume.add(6, TestRecord()
+                      .name(L"$Bitmap", kRoot)
+                      .resident(kData, {0, 0, 0, 0, 0, 0, 0, 0, 34, 0, 0x11, 1, 1, 0})
+                      .nonResident(kBitmap, 0, {0})
+                      .stream(L"Zone", 9, {0})
+                      .nonResident(kData, size, runs));
+  };
+  bitmap(626, runList({{1, 1000}}));
+  // The record of the second piece is met first.
+  volume.add(4, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 1));
+  volume.add(21, TestRecord(false, reference(30, 1)).nonResident(kData, 0, {0}, 30));
   volume.add(30, TestRecord().name(L"file", kRoot).nonResident(kData, 9, runList({{30, 2000}})));
+  std::size_t buffers = 10;
   const auto account = [&] {
     Bytes image = volume.image();
     image.resize(1002 * 512);
@@ -256,8 +336,10 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
     options.root = L"d:";
     ScanResult result;
     REQUIRE(turboScan(
-        [&image](wchar_t) {
-          return OpenedVolume{std::make_unique<MemoryVolume>(image), {}};
+        [&](wchar_t) {
+          auto opened = std::make_unique<MemoryVolume>(image);
+          opened->buffersLeft = buffers;
+          return OpenedVolume{std::move(opened), {}};
         },
         progress, options, result));
     result.volume.wholeVolume = true;
@@ -266,8 +348,9 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   };
   Account whole = account();
   CHECK(whole.fromBitmap);
-  CHECK(*whole.used == (160 + 8) * kCluster);
-  CHECK(whole.unexplained == 8 * 512);
+  CHECK(*whole.used == (160 + 3) * kCluster);
+  CHECK(whole.unexplained == 3 * 512);
+  CHECK(whole.cluster == 512);
   map.back() = 0;
   whole = account();
   CHECK(whole.unexplained == 0);
@@ -276,15 +359,42 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   use(3000, 1);
   CHECK(account().unexplained == 512);
   // A map that does not cover the volume, or is in pieces that do not fit together, says nothing.
-  volume.add(20, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 2));
+  buffers = 4;
   CHECK_FALSE(account().used);
-  volume.records.erase(20);
+  buffers = 10;
+  volume.add(4, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 2));
+  CHECK_FALSE(account().used);
+  volume.records.erase(4);
+  CHECK_FALSE(account().used);
+  bitmap(625, runList({{2, 1000}}));
+  CHECK_FALSE(account().used);
+  bitmap(626, runList({{2, 1000}, {5001, -998}}));
+  CHECK(account().used);
+  bitmap(626, runList({{2, 1000}, {5002, -999}})); // more clusters than the volume has
   CHECK_FALSE(account().used);
 
   const Bytes bits = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F};
   for (std::uint64_t count = 0; count <= 90; ++count) {
     CHECK(countBits({bits.data(), bits.size()}, count) == std::min<std::uint64_t>(count, 76));
   }
+}
+
+TEST_CASE("a map of clusters that is read in several parts") {
+  constexpr std::uint64_t kClusters = 40'000'003;
+  Bytes image(4096 + kClusters / 8 + 1);
+  std::mt19937 random(9);
+  std::uint64_t expected = 0;
+  for (std::size_t i = 4096; i < image.size(); i += 1 + random() % 999) {
+    image[i] = static_cast<std::uint8_t>(random());
+    for (unsigned bit = 0; bit < 8; ++bit) {
+      if ((i - 4096) * 8 + bit < kClusters) expected += unsigned{image[i]} >> bit & 1U;
+    }
+  }
+  put(image, 11, 512, 2);
+  MemoryVolume volume(image);
+  const MftLayout layout = {512, 4096, 1024, kClusters, 4};
+  CHECK(usedClusters(volume, layout, {{0, image.size() - 4096, {{1, 9000}}}}) == expected);
+  CHECK_FALSE(usedClusters(volume, layout, {}));
 }
 
 TEST_CASE("randomly damaged volumes keep their figures consistent") {

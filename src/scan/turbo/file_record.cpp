@@ -11,8 +11,7 @@ namespace {
 
 constexpr std::uint32_t kFileSignature = 0x454C4946; // "FILE"
 constexpr std::size_t kStride = 512;
-constexpr std::size_t kNonResidentHeader = 56; // up to and including the real size
-constexpr std::size_t kNameOffset = 66;        // in the value of a $FILE_NAME attribute
+constexpr std::size_t kNameOffset = 66; // in the value of a $FILE_NAME attribute
 // No NTFS file is larger; anything above is damage.
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 53U;
 
@@ -36,24 +35,17 @@ bool isCompressedStream(ByteView name) {
   return true;
 }
 
-struct NameAttribute {
-  OwnName own;
-  bool valid = false;
-};
-
-NameAttribute decodeName(const Attribute& attribute) {
+// The name is empty if the attribute has none.
+OwnName decodeName(const Attribute& attribute) {
   const ByteView value = attribute.value();
   if (!attribute.resident() || value.size() < kNameOffset) return {};
-  NameAttribute found;
-  found.own.name =
+  OwnName found;
+  found.name =
       attribute.bytes.part(attribute.bytes.u16(20) + kNameOffset, std::size_t{2} * value.u8(64));
-  if (found.own.name.empty()) return {};
   const FileReference parent = FileReference::of(value.u64(0));
-  found.own.rank = rankOf(value.u8(65));
-  found.own.parent =
-      parent.record < kNoRecord ? static_cast<std::uint32_t>(parent.record) : kNoRecord;
-  found.own.parentSequence = parent.sequence;
-  found.valid = true;
+  found.rank = rankOf(value.u8(65));
+  found.parent = static_cast<std::uint32_t>(std::min<std::uint64_t>(parent.record, kNoRecord));
+  found.parentSequence = parent.sequence;
   return found;
 }
 
@@ -88,15 +80,15 @@ private:
   }
 
   void takeFileName(const Attribute& attribute) {
-    const NameAttribute found = decodeName(attribute);
-    if (!found.valid) return;
+    const OwnName found = decodeName(attribute);
+    if (found.name.empty()) return;
     ++values_.fileNames;
-    if (found.own.rank != kDosNameRank) ++values_.ownNames;
-    if (!values_.name.empty() && values_.nameRank <= found.own.rank) return;
-    values_.name = found.own.name;
-    values_.nameRank = found.own.rank;
-    values_.parent = found.own.parent;
-    values_.parentSequence = found.own.parentSequence;
+    if (found.rank != kDosNameRank) ++values_.ownNames;
+    if (!values_.name.empty() && values_.nameRank <= found.rank) return;
+    values_.name = found.name;
+    values_.nameRank = found.rank;
+    values_.parent = found.parent;
+    values_.parentSequence = found.parentSequence;
   }
 
   void takeData(const Attribute& attribute) {
@@ -104,7 +96,7 @@ private:
     std::uint64_t size = 0;
     if (attribute.resident()) {
       size = attribute.value().size();
-    } else if (attribute.firstCluster() == 0 && attribute.bytes.size() >= kNonResidentHeader) {
+    } else if (attribute.firstCluster() == 0) {
       size = attribute.realSize();
     }
     if (size > kLargestFile - values_.size) {
@@ -127,7 +119,7 @@ private:
       count = std::min(attribute.allocatedSize() / layout_.clusterBytes, layout_.clusters);
     }
     // Damage only, and never more than this record alone could claim.
-    count = std::min(count, layout_.clusters - std::min(sums.all, layout_.clusters));
+    count = std::min(count, layout_.clusters - sums.all);
     sums.all += count;
     if (attribute.type != kData) return;
     if (!attribute.named()) {
@@ -180,8 +172,8 @@ RecordValues readValues(ByteView record, const MftLayout& layout) {
 
 OwnName ownNameOf(const Attribute& attribute) {
   if (attribute.type != kFileName) return {};
-  const NameAttribute found = decodeName(attribute);
-  return found.valid && found.own.rank != kDosNameRank ? found.own : OwnName{};
+  const OwnName found = decodeName(attribute);
+  return found.rank != kDosNameRank ? found : OwnName{};
 }
 
 } // namespace vorda

@@ -83,8 +83,7 @@ public:
         at_(record.u16(20)) {}
 
   bool next(Attribute& attribute) {
-    if (!record_.holds(at_, 4)) return false;
-    attribute.type = record_.u32(at_);
+    attribute.type = record_.u32(at_); // 0 at the end of the record
     if (attribute.type == kEnd) return false;
     const std::size_t length = record_.u32(at_ + 4);
     if (length < kSmallest || !record_.holds(at_, length)) {

@@ -117,7 +117,7 @@ RecordEntry* RecordTable::folderAt(std::uint32_t record, std::uint16_t sequence)
   if (record >= count_) return nullptr;
   RecordEntry& folder = (*this)[record];
   const bool same = sequence == 0 || sequence == folder.sequence;
-  return folder.seen() && folder.directory() && same ? &folder : nullptr;
+  return folder.directory() && same ? &folder : nullptr;
 }
 
 namespace {

@@ -28,9 +28,8 @@ struct RecordEntry {
   static constexpr std::uint8_t kSeen = 1;
   static constexpr std::uint8_t kDirectory = 2;
   static constexpr std::uint8_t kNarrowName = 4;
-  static constexpr std::uint8_t kOwnName = 8;  // name from the base record, not a DOS name
-  static constexpr std::uint8_t kManyOwn = 16; // the base record has several such names
-  static constexpr std::uint8_t kCloud = 32;   // contents that are not on the disk are in the cloud
+  static constexpr std::uint8_t kOwnName = 8; // name from the base record, not a DOS name
+  static constexpr std::uint8_t kCloud = 16;  // contents that are not on the disk are in the cloud
 
   // The tree build replaces what a directory's record says by the folder's place in the tree.
   union {
@@ -80,7 +79,6 @@ struct SideName {
   PooledName name;
   std::uint16_t sequence = 0; // of the base record
   std::uint16_t parentSequence = 0;
-  std::uint8_t rank = 0;
 };
 
 // What only few records have.

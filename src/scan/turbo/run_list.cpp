@@ -30,7 +30,7 @@ template <typename Take> bool eachRun(ByteView list, std::uint64_t clusters, Tak
     if (head == 0) return true;
     const std::size_t lengthBytes = head & 15U;
     const std::size_t offsetBytes = head >> 4U;
-    if (lengthBytes == 0 || lengthBytes > 8 || offsetBytes > 8) return false;
+    if (lengthBytes > 8 || offsetBytes > 8) return false;
     if (!list.holds(at + 1, lengthBytes + offsetBytes)) return false;
     const std::uint64_t count = unsignedNumber(list.part(at + 1, lengthBytes));
     const bool hole = offsetBytes == 0;
@@ -38,7 +38,7 @@ template <typename Take> bool eachRun(ByteView list, std::uint64_t clusters, Tak
     if (!hole) {
       // cluster is below 2^63, so a sum below zero wraps to a large number and is refused.
       cluster += signedNumber(list.part(at + 1 + lengthBytes, offsetBytes));
-      if (cluster >= clusters || count > clusters - cluster) return false;
+      if (count > clusters || cluster > clusters - count) return false;
     }
     if (!take(cluster, count, hole)) return false;
     at += 1 + lengthBytes + offsetBytes;
@@ -50,8 +50,9 @@ template <typename Take> bool eachRun(ByteView list, std::uint64_t clusters, Tak
 
 bool decodeRuns(ByteView list, std::uint64_t clusters, std::vector<Extent>& extents) {
   return eachRun(list, clusters, [&extents](std::uint64_t cluster, std::uint64_t count, bool hole) {
-    if (!hole) extents.push_back({cluster, count});
-    return !hole;
+    if (hole) return false;
+    extents.push_back({cluster, count});
+    return true;
   });
 }
 

@@ -45,20 +45,15 @@ public:
     if (!data || data->realSize() == 0) return kMftNoData;
     table_.bytes = data->realSize();
     if (data->runs().u8(0) == 0) return kMftNoData;
-    if (!addPiece(*data)) return failure_;
+    if (!addPiece(*data)) return kMftCorrupt;
     if (table_.bytes < layout_.recordBytes) return kMftRecordCount;
-    if (list && !addPiecesOf(*list)) return failure_;
+    if (list && !addPiecesOf(*list)) return kMftCorrupt;
     return covered() * layout_.clusterBytes >= table_.bytes ? std::string_view() : kMftCorrupt;
   }
 
 private:
   PageBuffer bufferFor(std::uint64_t bytes) {
     return volume_.buffer(std::max<std::size_t>(static_cast<std::size_t>(bytes), kSmallestBuffer));
-  }
-
-  bool fail(std::string_view word) {
-    failure_ = word;
-    return false;
   }
 
   std::uint64_t covered() const { return clustersOf(table_.extents); }
@@ -106,12 +101,12 @@ private:
     const std::size_t before = table_.extents.size();
     if (!decodeRuns(attribute.runs(), layout_.clusters, table_.extents) ||
         table_.extents.size() == before) {
-      return fail(kMftCorrupt);
+      return false;
     }
     // More clusters than the volume has would mean overlaps; also prevents overflow of the sum.
     std::uint64_t left = layout_.clusters;
     for (const Extent& extent : table_.extents) {
-      if (extent.count > left) return fail(kMftCorrupt);
+      if (extent.count > left) return false;
       left -= extent.count;
     }
     return true;
@@ -119,13 +114,13 @@ private:
 
   bool addPiecesOf(const Attribute& list) {
     std::vector<DataPiece> pieces;
-    if (!readList(list, pieces)) return fail(kMftCorrupt);
+    if (!readList(list, pieces)) return false;
     for (const DataPiece& piece : pieces) {
       if (piece.firstCluster == 0) continue; // the one in the first record
       const bool inFirst = piece.holder.record == 0;
       const ByteView record = inFirst ? firstView() : tableRecord(piece.holder);
       if (piece.firstCluster != covered() || !addPieceFrom(record, piece.firstCluster)) {
-        return fail(kMftCorrupt);
+        return false;
       }
     }
     return true;

@@ -59,9 +59,7 @@ public:
         leftOut_(options, result), links_(table, result) {}
 
   bool run() {
-    if (table_.size() <= kRootRecord) return false;
-    const RecordEntry& root = table_[kRootRecord];
-    if (!root.seen() || !root.directory()) return false;
+    if (table_.folderAt(kRootRecord, 0) == nullptr) return false;
     addFolders();
     placeFolders();
     if (options_.sink == nullptr) addFolderDisk();
@@ -107,7 +105,7 @@ private:
   ScanResult& result_;
   TypeTally types_;
   std::vector<std::uint32_t> folderRecords_; // ascending
-  std::vector<RecordEntry*> climb_;
+  std::vector<RecordEntry*> climb_;          // empty but while a folder is placed
   std::uint32_t orphans_ = kNoFolder;
   LeftOutFolders leftOut_;
   LinkBuilder links_;
@@ -120,7 +118,7 @@ private:
 void Builder::addFolders() {
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const RecordEntry& entry = table_[record];
-    if (entry.seen() && entry.directory()) folderRecords_.push_back(record);
+    if (entry.directory()) folderRecords_.push_back(record);
   }
   result_.folders.reserve(folderRecords_.size() + 1);
   result_.folders.emplace_back().name = result_.rootPath;
@@ -162,7 +160,6 @@ void Builder::climbed(RecordEntry& folder, const RecordEntry* parent) {
 }
 
 void Builder::place(RecordEntry& folder) {
-  climb_.clear();
   RecordEntry* at = &folder;
   while (at != nullptr && at->level == kUnknownLevel) {
     at->level = kClimbing;
@@ -336,7 +333,6 @@ void Builder::addFiles() {
     if (options_.keeps(name, file.size)) keep(index, record, name, disk);
   }
   if (taker_) taker_->finish();
-  taker_.reset();
 }
 
 } // namespace

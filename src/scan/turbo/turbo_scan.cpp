@@ -209,7 +209,7 @@ bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t
   const RecordHeader header = readHeader(view);
   if (!header.inUse) return true;
   ++worker.inUse;
-  const bool outside = !header.base && header.baseReference.record >= table_.size();
+  const bool outside = header.baseReference.record >= table_.size();
   if (!header.file || outside || !applyFixups(bytes, view.size())) {
     ++worker.bad;
     return true;
@@ -217,7 +217,7 @@ bool RecordReader::takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t
   const RecordValues values = readValues(view, layout_);
   if (values.broken) ++worker.bad;
   if (!values.clusters.exact) worker.exact = false;
-  if (record == kBitmapRecord || (!header.base && header.baseReference.record == kBitmapRecord)) {
+  if (record == kBitmapRecord || header.baseReference.record == kBitmapRecord) {
     addDataPieces(view, layout_, worker.bitmap);
   }
   return header.base ? takeBase(worker, view, record, header, values)
@@ -236,7 +236,6 @@ bool RecordReader::takeNames(Worker& worker, ByteView bytes, ByteView first,
     if (own.name.data() != first.data() && !worker.pool.add(own.name, name.name)) return false;
     name.parent = own.parent;
     name.parentSequence = own.parentSequence;
-    name.rank = own.rank;
     worker.names.push_back(name);
   }
   return true;
@@ -250,7 +249,7 @@ bool RecordReader::takeBase(Worker& worker, ByteView bytes, std::uint32_t record
   entry.flags = static_cast<std::uint8_t>(
       RecordEntry::kSeen | flag(header.directory, RecordEntry::kDirectory) |
       flag(!values.name.empty() && values.nameRank < kDosNameRank, RecordEntry::kOwnName) |
-      flag(manyNames, RecordEntry::kManyOwn) | flag(values.cloud, RecordEntry::kCloud));
+      flag(values.cloud, RecordEntry::kCloud));
   entry.sequence = header.sequence;
   entry.size = values.size;
   entry.modified = values.modified;
@@ -326,7 +325,7 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   MftExtents extents;
   if (const auto word = findTable(*opened.volume, layout, extents); !word.empty()) return word;
   const std::uint64_t records = extents.bytes / layout.recordBytes;
-  if (records == 0 || records > kMostRecords) return kMftRecordCount;
+  if (records > kMostRecords) return kMftRecordCount;
   progress.setStatus(ScanStatus::mftRead);
   RecordTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;

@@ -18,7 +18,7 @@ void addDataPieces(ByteView record, const MftLayout& layout, std::vector<StreamP
     if (attribute.type != kData || attribute.named() || attribute.resident()) continue;
     StreamPiece piece;
     piece.firstCluster = attribute.firstCluster();
-    if (piece.firstCluster == 0) piece.size = attribute.realSize();
+    piece.size = attribute.realSize();
     if (decodeRuns(attribute.runs(), layout.clusters, piece.extents)) {
       pieces.push_back(std::move(piece));
     }
@@ -35,8 +35,7 @@ std::uint64_t countBits(ByteView bytes, std::uint64_t bits) {
   for (; at < whole; ++at) count += static_cast<std::uint64_t>(std::popcount(bytes.u8(at)));
   // u8 reads 0 beyond the end.
   const auto last = static_cast<unsigned>(bytes.u8(whole)) & ((1U << bits % 8) - 1U);
-  if (whole == bits / 8) count += static_cast<std::uint64_t>(std::popcount(last));
-  return count;
+  return count + static_cast<std::uint64_t>(std::popcount(last));
 }
 
 std::optional<std::uint64_t> usedClusters(Volume& volume, const MftLayout& layout,
@@ -49,8 +48,7 @@ std::optional<std::uint64_t> usedClusters(Volume& volume, const MftLayout& layou
   for (const StreamPiece& piece : pieces) {
     if (piece.firstCluster != covered) return std::nullopt;
     for (const Extent& extent : piece.extents) {
-      if (extent.count > layout.clusters) return std::nullopt;
-      covered += extent.count;
+      covered += extent.count; // each lies in the volume, so there is no overflow
       if (covered > layout.clusters) return std::nullopt; // overlapping
     }
     extents.insert(extents.end(), piece.extents.begin(), piece.extents.end());

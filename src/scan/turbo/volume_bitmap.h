@@ -14,7 +14,7 @@ inline constexpr std::uint32_t kBitmapRecord = 6;
 // Part of the stream, as one record has it.
 struct StreamPiece {
   std::uint64_t firstCluster = 0;
-  std::uint64_t size = 0; // of the whole stream, in bytes; in the first piece only
+  std::uint64_t size = 0; // of the whole stream, in bytes; only the first piece knows it
   std::vector<Extent> extents;
 };
 

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -229,15 +231,22 @@ struct TestVolume {
   }
 };
 
-// Like the system, reads only whole sectors into aligned memory. Zeroes follow the image.
+// Like the system, reads only whole sectors into aligned memory. Zeroes follow the image. Throws where
+// nothing is read, or something outside of the buffers.
 class MemoryVolume final : public Volume {
 public:
   explicit MemoryVolume(Bytes image) : image_(std::move(image)) {}
   std::function<bool(std::uint64_t offset)> onRead; // false: the read fails
   std::size_t mostBuffer = std::size_t{1} << 30U;   // bytes
+  std::size_t buffersLeft = 1000;
 
   std::size_t read(std::uint64_t offset, std::uint8_t* out, std::size_t size) override {
     const std::size_t sector = std::size_t{image_[11]} | std::size_t{image_[12]} << 8U;
+    const auto buffer = buffers_.upper_bound(out);
+    if (size == 0 || buffer == buffers_.begin() ||
+        out + size > std::prev(buffer)->first + std::prev(buffer)->second) {
+      throw std::logic_error("read outside of a buffer");
+    }
     const bool aligned = sector == 0 || (offset % sector == 0 && size % sector == 0 &&
                                          reinterpret_cast<std::uintptr_t>(out) % sector == 0);
     if (!aligned || (onRead && !onRead(offset))) return 0;
@@ -252,12 +261,16 @@ public:
   PageBuffer buffer(std::size_t size) override {
     constexpr std::align_val_t kPage{4096};
     const auto free = [](std::uint8_t* at) { operator delete(at, kPage); };
-    if (size > mostBuffer) return {nullptr, free};
-    return {static_cast<std::uint8_t*>(operator new(size, kPage)), free};
+    if (size > mostBuffer || buffersLeft == 0) return {nullptr, free};
+    --buffersLeft;
+    PageBuffer made(static_cast<std::uint8_t*>(operator new(size, kPage)), free);
+    buffers_[made.get()] = size;
+    return made;
   }
 
 private:
   Bytes image_;
+  std::map<const std::uint8_t*, std::size_t> buffers_; // all there ever were
 };
 
 } // namespace vorda::test

@@ -1,0 +1,30 @@
+// The page on a real NTFS volume that turbo has read: bytes on disk, what comes back, the account that adds up.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { becomes, goTo, openTab, row, rowsOf, says } from './support/browser.mjs';
+import { needs } from '../system/support/home.mjs';
+import { lastFirst } from '../system/support/ends.mjs';
+import { makeNtfsImage, mount } from '../system/support/ntfs_image.mjs';
+import { serve, until } from '../system/support/server.mjs';
+import { ownWine, scratch } from '../system/support/vorda.mjs';
+
+test('a volume that turbo has read', needs('prefixes', 'ntfsImage'), async (t) => {
+  const folder = scratch(t);
+  const [image, mounted] = [`${folder}/volume.img`, `${folder}/mounted`];
+  await makeNtfsImage(image, mounted);
+  lastFirst(t).after(await mount(image, mounted, 'ro'));
+  const server = await serve(t, [], await ownWine(t, { 't:': mounted, 't::': image }));
+  await server.post('/api/scan', { path: 'T:\\', kind: 'drive', label: 'T:\\' });
+  const jobs = async () => (await server.json('/api/jobs')).body;
+  await until(async () => (await jobs()).every((job) => job.state === 'done'), 'the scan');
+  assert.equal((await jobs())[0].method, 'mft');
+  const tab = await openTab(t, { measure: null });
+  await tab.goto(`${server.base}/#overview`);
+  await says(tab, 'What the used space consists of');
+  console.log(await tab.locator('.account-place').innerText());
+  await goTo(tab, 'explorer', 'Folders');
+  console.log(JSON.stringify(await rowsOf(tab.getByRole('treegrid'))));
+  await row(tab.getByRole('treegrid'), 'links').click();
+  console.log(await tab.getByRole('complementary').innerText());
+  console.log(await tab.locator('.screen .top').innerText());
+});
