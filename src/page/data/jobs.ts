@@ -71,7 +71,7 @@ listen((changes) => {
 });
 
 async function askResult(id: number): Promise<ResultDoc> {
-  const answer = await api<unknown>(query('/api/result', { id }));
+  const answer = await api<unknown>(query('/api/result', { id, more: 1 }));
   if (!isResult(answer)) throw new Failure(FAILURE.scanFailed, t('eScanFailed'));
   return answer;
 }

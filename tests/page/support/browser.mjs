@@ -18,9 +18,12 @@ after(async () => (await launched)?.close());
 
 // A tab in a profile of its own; further tabs of the same user come from its context. `expected` matches
 // the complaints that the test provokes. Requests to other servers than the first one are complaints too.
-export async function openTab(t, { expected = null, ...options } = {}) {
+// Most tests have files with holes, so that they are large but take no space: what they look at are sizes,
+// unless `measure` is what the page itself chooses (null) or another one.
+export async function openTab(t, { expected = null, measure = 's', ...options } = {}) {
   const context = await (await browser()).newContext({ viewport: { width: 1280, height: 900 }, locale: 'en-GB', reducedMotion: 'reduce', ...options });
   context.setDefaultTimeout(20_000);
+  if (measure) await context.addInitScript((chosen) => { localStorage['vorda-measure'] ??= chosen; }, measure);
   await context.addInitScript(() => addEventListener('securitypolicyviolation', (event) => console.error(`policy: ${event.violatedDirective}`)));
   const complaints = [];
   const complain = (text) => {
