@@ -109,7 +109,10 @@ TEST_CASE("files that change, disappear or cannot be read") {
       if (path == L"C:\\2" && ++times == std::stoi(row[1])) happens(row[2], fixture.contents, path);
     };
     MemoryContents& all = fixture.contents;
-    (row[0] == "look" ? all.onLook : row[0] == "open" ? all.onOpen : all.onRead) = hook;
+    (row[0] == "look"    ? all.onLook
+     : row[0] == "open"  ? all.onOpen
+     : row[0] == "state" ? all.onState
+                         : all.onRead) = hook;
     const DuplicatesFound result = fixture.search();
     CAPTURE(row[0] + row[1] + row[2]);
     CHECK(found(result) == std::set<std::wstring>{L"C:\\1|D:\\3"});
@@ -124,19 +127,20 @@ TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
   for (std::size_t i = 0; i < 40; ++i) {
     const std::wstring path = (i % 2 == 0 ? L"C:\\" : L"D:\\") + std::to_wstring(i);
     fixture.add(path, content(i < 20 ? 2'500'000 : 90'000, 0, static_cast<char>('a' + i % 10)));
+    fixture.contents.edit(path, [](auto& file) { file.state.created = 1; });
   }
   std::mutex mutex;
   std::uint64_t highest = 0;
   int steps = 0;
   const auto watch = [&](const std::wstring&) {
     const std::lock_guard lock(mutex);
+    CHECK(MemoryContents::lowered());
     const std::uint64_t percent = fixture.run.counters().percent();
     CHECK(percent >= highest);
     if (percent > highest) ++steps;
     highest = percent;
   };
-  fixture.contents.onLook = watch;
-  fixture.contents.onRead = watch;
+  fixture.contents.onLook = fixture.contents.onIdentity = fixture.contents.onRead = watch;
   CHECK(fixture.search().groups.size() == 20);
   CHECK(steps > 20);
 
@@ -150,4 +154,38 @@ TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
     if (opened > 4 && path.size() == 4) cut.run.cancel();
   };
   CHECK(found(cut.search()) == std::set<std::wstring>{L"C:\\big 1|C:\\big 2"});
+}
+
+TEST_CASE("what a search says of its progress, step by step") {
+  Fixture fixture;
+  for (const wchar_t* path : {L"C:\\1", L"C:\\2"}) fixture.add(path, content(200'000));
+  fixture.add(L"C:\\other", content(200'000, 199'999, 'b'));
+  fixture.run.update([](RunCounters& counters) { counters.beginStage({}, kListedPercent, 0, 0); });
+  std::string steps;
+  const auto watch = [&](const std::wstring&) {
+    const RunCounters now = fixture.run.counters();
+    steps += wordOf(now.phase);
+    for (const std::uint64_t number :
+         {now.percent(), now.filesDone, now.files, now.read, now.total}) {
+      steps += " " + std::to_string(number);
+    }
+    steps += "\n";
+  };
+  fixture.contents.onLook = watch;
+  fixture.contents.onRead = watch;
+  CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\1|C:\\2"});
+  CHECK(steps == R"(comparing 10 0 3 0 0
+comparing 13 1 3 0 0
+comparing 16 2 3 0 0
+comparing 25 0 3 0 393216
+comparing 27 0 3 65536 393216
+comparing 30 1 3 131072 393216
+comparing 32 1 3 196608 393216
+comparing 35 2 3 262144 393216
+comparing 37 2 3 327680 393216
+hashing 40 0 2 393216 793216
+hashing 70 1 2 593216 793216
+)");
+  fixture.contents.hashersFail = true;
+  CHECK(fixture.search().unreadable == 3);
 }

@@ -74,7 +74,7 @@ TEST_CASE("a finder run: second start, forgotten scans, cancel") {
   {
     // Forgetting the scan with most hits brings back the hits of the others.
     OpenGate gate(app);
-    app.told("POST", "/api/findfiles", "ids=1,3&names=*");
+    app.told("POST", "/api/findfiles", "ids=1,3&names=*&more=1");
     gate.waitUntilReached();
     app.told("GET", "/api/forget?id=1");
     gate.shut = false;
@@ -143,6 +143,7 @@ TEST_CASE("the finder with bounds on size and time") {
            {"in=c:/D/IN/", R"("files":[{"p":"c:\\D\\IN\\e","s":1,"m":0,"job":1}],)"},
            {"in=C:%5C&ids=1,2,3&sort=name", R"("count":5,"bytes":101,)"},
            {"in=C:%5Cd%5Ci&ids=1,2,3", R"("failed":[{"id":1,)"},
+           {"in=C:%5Cd%5C..%5Cd", R"("opts":{"ids":[1],"scans":0,)"},
            {"in=E:%5C&ids=1,2,3", R"("count":0,"bytes":0,)"}}) {
     const std::string fields = asked;
     CAPTURE(fields);
@@ -153,4 +154,34 @@ TEST_CASE("the finder with bounds on size and time") {
   CHECK(app.told("POST", "/api/findfiles", "ids=1&max=30") == R"(400 {"error":"needFilter"})");
   CHECK(app.told("POST", "/api/findfiles", "ids=1&before=0&after=x") ==
         R"(400 {"error":"needFilter"})");
+}
+
+TEST_CASE("the finder tells bytes on disk to those who ask") {
+  App app;
+  app.disk->cluster = 4096;
+  app.disk->add(L"C:\\r\\plain", 100);
+  test::DiskNode& shared = app.disk->add(L"C:\\r\\shared", 5000);
+  app.disk->hardLink(L"C:\\r\\second", shared);
+  test::DiskNode& away = app.disk->add(L"C:\\r\\away", 9000);
+  away.disk = 0;
+  away.attributes = kAttributeRecallOnDataAccess;
+  app.disk->add(L"D:\\plain", 100);
+  app.scanned("C:%5Cr");
+  app.scanned("D:");
+  app.state.jobs.find(2)->result.links.complete = true;
+  app.disk->add(L"C:\\r\\late", 1); // the scan does not know it
+  CHECK(test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*").find("\"a\"") ==
+        std::string::npos);
+  const std::string told = test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*&more=1");
+  CHECK(told.starts_with(
+      R"(200 {"files":[{"p":"C:\\r\\away","s":9000,"m":0,"a":0,"x":0,"cl":9000,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\second","s":5000,"m":0,"a":8192,"x":0,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\shared","s":5000,"m":0,"a":8192,"x":0,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\plain","s":100,"m":0,"a":4096,"x":4096,"xs":1,"job":1},)"
+      R"({"p":"D:\\plain","s":100,"m":0,"a":4096,"x":4096,"job":2},)"
+      R"({"p":"C:\\r\\late","s":1,"m":0,"a":4096,"x":4096,"xs":1,"job":1}],)"));
+  app.state.steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult&) { return false; };
+  CHECK(test::runToEnd(app, "/api/findfiles", "ids=2,1&names=*")
+            .find(R"("failed":[{"id":2,"label":"D:","error":"scanFailed"},{"id":1,)") !=
+        std::string::npos);
 }
