@@ -203,7 +203,6 @@ void Search::hashWhole(Copies& copies) {
   }
   beginStage(RunPhase::hashing, kHashed, copies.size(), bytes);
   workOn(copies, order, reading(&ContentReader::digestWhole));
-  sortBy(copies, byPath);
   keepEqual(copies, byContent);
 }
 

@@ -92,6 +92,8 @@ TEST_CASE("how far a run is, as its clients are told") {
       {{}, 0},
       {{.scans = 4, .scansDone = 1, .percentTo = 10}, 2},
       {{.scans = 4, .scansDone = 1, .files = 10, .filesDone = 5, .percentTo = 10}, 5},
+      {{.scans = 4, .scansDone = 1, .files = 10, .percentTo = 10}, 0},
+      {{.files = 4, .filesDone = 1, .total = 9, .read = 5, .readBefore = 5, .percentTo = 8}, 0},
       {{.scans = 2, .scansDone = 1, .percentFrom = 10, .percentTo = 20}, 10},
       {{.files = 4, .filesDone = 1, .percentFrom = 10, .percentTo = 20}, 12},
       {{.files = 4, .filesDone = 1, .total = 7, .readBefore = 7, .percentTo = 8}, 2},

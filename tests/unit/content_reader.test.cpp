@@ -69,3 +69,21 @@ TEST_CASE("after a cancel or a failure no more is read") {
   CHECK_THROWS_AS(failing.process(paths, 1), std::runtime_error);
   CHECK(failing.shares == Shares{{0}});
 }
+
+TEST_CASE("a file is read to its end, unless the run is cancelled or the file is shorter") {
+  CHECK(wordOf(FileFailure::none).empty());
+  test::MemoryContents contents;
+  Run run;
+  ContentReader reader(contents, run, Writers::allowed);
+  Digest digest{};
+  contents.add(L"C:\\a", std::string(2'500'000, 'a'));
+  contents.add(L"C:\\short", "text", 1);
+  contents.edit(L"C:\\short", [](auto& file) { file.content = "tex"; });
+  const FileState whole = {2'500'000, 1, 1001};
+  CHECK(reader.digestWhole(L"C:\\a", whole, digest) == FileFailure::none);
+  CHECK(run.counters().read == 2'500'000);
+  CHECK(reader.digestWhole(L"C:\\short", {4, 1, 1}, digest) == FileFailure::changed);
+  contents.onRead = [&run](const std::wstring&) { run.cancel(); };
+  CHECK(reader.digestWhole(L"C:\\a", whole, digest) == FileFailure::cancelled);
+  CHECK(run.counters().read == 2'500'000 + 1'048'576);
+}
