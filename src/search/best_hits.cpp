@@ -131,7 +131,7 @@ void BestHits::add(std::vector<Hit>& batch, std::uint64_t count, std::uint64_t b
     hits_.erase(last + 1, hits_.end());
     worst_ = hits_.back();
   }
-  if (worst_ && (!worst || standsBefore(order_, *worst_, *worst))) worst = worst_;
+  worst = worst_; // which never gets worse
 }
 
 void BestHits::finish() { keepBest(order_, hits_, limit_); }

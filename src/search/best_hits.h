@@ -65,7 +65,6 @@ public:
   int scan() const { return scan_; }
   std::uint64_t count() const { return count_; } // of all hits, kept or not
   std::uint64_t bytes() const { return bytes_; } // of all hits, kept or not
-  const std::vector<Hit>& best() const { return hits_; }
   std::vector<Hit>& best() { return hits_; }
 
 private:

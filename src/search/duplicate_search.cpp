@@ -95,7 +95,7 @@ void DuplicateSearch::writeResult(JsonWriter& json, const ScanIds& forgotten) co
     waste += group.waste();
     // The last group may be cut short, as long as two of its files are shown.
     const std::size_t files = std::min(group.copies.size(), room);
-    capped = capped || files < group.copies.size() || shown == kGroupsShown;
+    capped = files < group.copies.size() || shown == kGroupsShown; // like all that follow
     if (files < 2 || shown == kGroupsShown) continue;
     writeGroup(json, group, files);
     room -= files;

@@ -142,7 +142,6 @@ Copies Search::look(std::vector<SizedName> names) {
   }
   beginStage(RunPhase::comparing, kChecked, copies.size(), 0);
   workOn(copies, inOrderOfPaths(copies), [this]() -> CopyWork {
-    contents_.lowerPriority();
     return [this](Copy& copy) {
       const std::optional<FileState> state = contents_.look(copy.path(), copy.failure);
       if (!state) return;
@@ -204,13 +203,11 @@ void Search::hashWhole(Copies& copies) {
   }
   beginStage(RunPhase::hashing, kHashed, copies.size(), bytes);
   workOn(copies, order, reading(&ContentReader::digestWhole));
-  sortBy(copies, byPath);
   keepEqual(copies, byContent);
 }
 
 template <typename Read> std::function<Search::CopyWork()> Search::reading(Read read) {
   return [this, read]() -> CopyWork {
-    contents_.lowerPriority();
     return
         [read, reader = std::make_shared<ContentReader>(contents_, run_, Writers::allowed)](
             Copy& copy) { copy.failure = ((*reader).*read)(copy.path(), copy.state, copy.digest); };
@@ -225,6 +222,7 @@ void Search::workOn(Copies& copies, const CopyOrder& order,
     paths.push_back(&copy->path());
   }
   forEachByDrive(paths, run_, [&]() -> ItemWork {
+    contents_.lowerPriority();
     return [this, &order, work = makeWork()](std::size_t item) {
       work(*order[item]);
       run_.update([](RunCounters& counters) { ++counters.filesDone; });

@@ -1,7 +1,11 @@
+#include "search/duplicate_search.h"
+#include "search/finder.h"
 #include "support/runs.h"
 
 #include <chrono>
 #include <cstdlib>
+#include <new>
+#include <stdexcept>
 
 using namespace vorda;
 using namespace vorda::test;
@@ -81,4 +85,90 @@ TEST_CASE("many clients start, query, cancel and forget scans and searches at on
   CHECK(race.stale == 0);
   CHECK(race.starts > 10);
   CHECK(race.results > 10);
+}
+
+TEST_CASE("how far a run is, as its clients are told") {
+  const std::vector<std::pair<RunCounters, std::uint64_t>> rows = {
+      {{}, 0},
+      {{.scans = 4, .scansDone = 1, .percentTo = 10}, 2},
+      {{.scans = 4, .scansDone = 1, .files = 10, .filesDone = 5, .percentTo = 10}, 5},
+      {{.scans = 4, .scansDone = 1, .files = 10, .percentTo = 10}, 0},
+      {{.files = 4, .filesDone = 1, .total = 9, .read = 5, .readBefore = 5, .percentTo = 8}, 0},
+      {{.scans = 2, .scansDone = 1, .percentFrom = 10, .percentTo = 20}, 10},
+      {{.files = 4, .filesDone = 1, .percentFrom = 10, .percentTo = 20}, 12},
+      {{.files = 4, .filesDone = 1, .total = 7, .readBefore = 7, .percentTo = 8}, 2},
+      {{.total = 200, .read = 500, .readBefore = 100, .percentFrom = 40, .percentTo = 100}, 100}};
+  for (const auto& [counters, percent] : rows) CHECK(counters.percent() == percent);
+  RunCounters counters = {.scans = 3, .scansDone = 2, .seen = 9, .found = 4, .files = 8};
+  counters.filesDone = 8;
+  counters.total = counters.read = 60;
+  counters.percentFrom = 10;
+  counters.percentTo = 20;
+  counters.beginStage(RunPhase::comparing, 40, 6, 100);
+  CHECK(readingProgress(counters) ==
+        R"({"running":true,"total":160,"read":60,"files":6,"files_done":0,"percent":20,)"
+        R"("phase":"comparing","seen":9})");
+  counters.read = 85;
+  CHECK(counters.percent() == 25);
+  CHECK(finderProgress(counters) ==
+        R"({"running":true,"scans":3,"scans_done":2,"found":4,"percent":66,"seen":9})");
+}
+
+TEST_CASE("a run counts what its scans see, and cancels the one that is being listed") {
+  Run run;
+  const auto scan = [&run](std::uint64_t files) {
+    const auto progress = std::make_shared<ScanProgress>();
+    progress->files = files;
+    run.beginScan(progress);
+    return progress;
+  };
+  const auto first = scan(3);
+  run.found = 2;
+  CHECK(run.counters().seen == 3);
+  CHECK(run.counters().found == 2);
+  run.endScan(5);
+  CHECK(run.counters().seen == 5);
+  CHECK(run.counters().scansDone == 1);
+  const auto second = scan(4);
+  CHECK(run.counters().seen == 9);
+  CHECK(!second->cancelRequested);
+  run.cancel();
+  CHECK(second->cancelRequested);
+  CHECK(!first->cancelRequested);
+  CHECK(scan(0)->cancelRequested);
+}
+
+TEST_CASE("a run that fails makes room for the next, whose document leaves forgotten scans out") {
+  BackgroundRun runs;
+  const auto result = [&runs] {
+    while (runs.running()) std::this_thread::yield();
+    const RunStatus status = runs.status();
+    CHECK(!status.counters);
+    return status.document ? *status.document : "none";
+  };
+  CHECK(result() == "none");
+  CHECK(runs.start([](Run&) -> RunDocument { throw std::runtime_error("broken"); }));
+  CHECK(result() == R"({"running":false,"error":"searchFailed"})");
+  CHECK(runs.start([](Run&) -> RunDocument { throw std::bad_alloc(); }));
+  CHECK(result() == R"({"running":false,"error":"noMemory"})");
+  int written = 0;
+  CHECK(runs.start([&](Run& run) -> RunDocument {
+    while (!run.cancelled()) std::this_thread::yield();
+    return [&](const ScanIds& forgotten) {
+      if (++written == 1) runs.forget(5);
+      std::string ids;
+      for (const int id : forgotten) ids += std::to_string(id);
+      return ids;
+    };
+  }));
+  const RunStatus status = runs.status();
+  CHECK(status.counters);
+  CHECK(!status.document);
+  CHECK(!runs.start([](Run&) { return RunDocument(); }));
+  runs.forget(4);
+  runs.cancel();
+  CHECK(result() == "45");
+  CHECK(written == 2);
+  runs.forget(6);
+  CHECK(result() == "none");
 }

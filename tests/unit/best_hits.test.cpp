@@ -1,5 +1,6 @@
 #include "base/paths.h"
 #include "search/best_hits.h"
+#include "search/candidates.h"
 
 #include <doctest/doctest.h>
 
@@ -24,6 +25,7 @@ TEST_CASE("the first hits in each order are kept, independent of threads") {
   }
   for (const HitOrder order :
        {HitOrder::newest, HitOrder::oldest, HitOrder::name, HitOrder::size}) {
+    CHECK(hitOrderOf(hitOrderWord(order)) == order);
     std::vector<std::tuple<std::uint64_t, std::wstring, std::wstring>> expected;
     std::uint64_t bytes = 0;
     for (const Hit& hit : all) {
@@ -61,4 +63,52 @@ TEST_CASE("the first hits in each order are kept, independent of threads") {
     for (std::size_t i = 0; i < 700; ++i) wrong += best.best()[i].path != std::get<2>(expected[i]);
     CHECK(wrong == 0);
   }
+}
+
+TEST_CASE("hits are passed on in batches, and those that cannot make it are not kept") {
+  for (const HitOrder order : {HitOrder::name, HitOrder::size}) {
+    std::atomic<std::uint64_t> found{0};
+    BestHits best(1, order, 256, found);
+    const auto taker = best.taker();
+    // Each better than all before.
+    for (std::uint64_t i = 1; i <= 512; ++i) {
+      taker->take({L"!", std::to_wstring(10'000 - i), 1000 + i, 1});
+      CHECK(best.count() == i / 256 * 256);
+      CHECK(best.best().size() == (i < 256 ? 0 : 256));
+    }
+    for (std::uint64_t i = 1; i <= 256; ++i) {
+      taker->take({L"!", L"x", 0, 1});
+      CHECK(best.count() == (i < 256 ? 512 : 768));
+      CHECK(best.best().size() == 256);
+    }
+    CHECK(found == 768);
+  }
+  const Hit known = {L"a", 0, 1, 1};
+  const Hit unknown = {L"b", 0, 1, 0};
+  CHECK(standsBefore(HitOrder::oldest, known, unknown));
+  CHECK(!standsBefore(HitOrder::oldest, unknown, known));
+}
+
+TEST_CASE("the files that are compared share their size, and are sorted") {
+  Candidates candidates;
+  FileSink& sink = candidates.sinkOf(7);
+  for (int part = 0; part < 2; ++part) {
+    const auto taker = sink.taker();
+    for (const wchar_t* folder : {L"D:\\$x", L"C:\\y", L"C:\\$RECYCLE.bin\\S-1"}) {
+      taker->take({folder, part == 0 ? L"b" : L"a", 3, 5});
+      taker->take({folder, L"empty", 0});
+      if (folder[3] != L'y') continue;
+      taker->take({folder, part == 0 ? L"n" : L"m", 4});
+      taker->take({folder, L"alone", part == 0 ? 2U : 9U});
+    }
+    taker->finish();
+  }
+  std::wstring list;
+  for (const SizedName& one : candidates.takeSameSized()) {
+    list += std::to_wstring(one.size) + L" " + one.name.path + L" " +
+            std::to_wstring(one.name.modified) + L" " + std::to_wstring(one.name.scan) + L"|";
+  }
+  CHECK(list == L"4 C:\\y\\m 0 7|4 C:\\y\\n 0 7|3 C:\\y\\a 5 7|3 C:\\y\\b 5 7|"
+                L"3 D:\\$x\\a 5 7|3 D:\\$x\\b 5 7|");
+  CHECK(candidates.takeSameSized().empty());
 }

@@ -17,13 +17,25 @@ TEST_CASE("the duplicate search, from form fields to document") {
   for (const wchar_t* name : {L"e1", L"e2"}) app.addContent(L"D:\\", name, "");
   app.addContent(L"D:\\", L"cloudy", "TEXT");
   app.contents->edit(L"D:\\cloudy", [](auto& file) { file.failure = FileFailure::cloud; });
+  for (const wchar_t* name : {L"l1", L"l2", L"m1", L"m2", L"m3"}) {
+    app.addContent(L"D:\\", name, "TEXT");
+    app.contents->edit(joinPath(L"D:\\", name), [name](auto& file) {
+      file.failure = name[0] == L'l' ? FileFailure::link : FileFailure::missing;
+    });
+  }
   app.scanned("C:");
   app.scanned("D:");
   CHECK(app.told("GET", "/api/dupsacross") == R"(200 {"running":false})");
   CHECK(runToEnd(app, "/api/dupsacross", "ids=1,2&exts=dll") == expectedDocument("duplicates"));
+  std::string listing;
+  app.disk->onOpen = [&](const std::wstring& folder) {
+    if (folder.size() < 4 && folder[0] == L'C') listing = app.told("GET", "/api/dupsacross");
+  };
   const std::string all = runToEnd(app, "/api/dupsacross", "ids=2,1&min=0");
-  CHECK(all.find(R"("shown":2,"count":2,"waste":1048584,"capped":false,"skipped":{"cloud":1,)") !=
-        std::string::npos);
+  CHECK(listing.find(R"("percent":5,"phase":"listing")") != std::string::npos);
+  CHECK(all.find(R"("shown":2,"count":2,"waste":1048584,"capped":false,)"
+                 R"("skipped":{"cloud":1,"unreadable":2,"changed":3})") != std::string::npos);
+  CHECK(all.find("one.dll") < all.find("a.txt"));
   CHECK(all.find(R"({"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt",)") != std::string::npos);
 
   // A forgotten scan disappears from the groups; the rest of a group may remain.
@@ -54,10 +66,14 @@ TEST_CASE("a result shows the most wasteful groups up to its limits") {
   const std::string groups = runToEnd(app, "/api/dupsacross", "ids=1&min=1");
   CHECK(groups.find(R"(,"shown":2000,"count":2100,"waste":14700,"capped":true,)") !=
         std::string::npos);
+  CHECK(groups.starts_with(
+      R"(200 {"groups":[{"s":7,"c":2,"waste":7,"files":[{"p":"C:\\0","m":0,"job":1})"));
+  CHECK(groups.find(R"("C:\\10")") < groups.find(R"("C:\\100")"));
   for (int i = 0; i < 25'000; ++i) app.addContent(L"E:\\", std::to_wstring(i), "12");
   app.scanned("E:");
   const std::string files = runToEnd(app, "/api/dupsacross", "ids=1,2&min=1");
   CHECK(files.starts_with(R"(200 {"groups":[{"s":2,"c":25000,"waste":49998,)"));
   CHECK(numberIn(files, "shown") == 1);
+  CHECK(files.find(R"("capped":true)") != std::string::npos);
   CHECK(files.find("19999\"") != std::string::npos);
 }

@@ -34,7 +34,10 @@ TEST_CASE("the finder, from form fields to document") {
   remote->label = L"host";
   remote->done = true;
   app.state.jobs.add(remote);
-  app.state.jobs.add(std::make_shared<Job>());
+  const auto unfinished = std::make_shared<Job>();
+  unfinished->target = L"C:";
+  app.state.jobs.add(unfinished);
+  for (const int id : {1, 2}) app.state.jobs.find(id)->label = L"label";
   CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
   for (const auto& row : test::cases("finder.txt", 2)) {
     CAPTURE(row[0]);
@@ -74,7 +77,7 @@ TEST_CASE("a finder run: second start, forgotten scans, cancel") {
   {
     // Forgetting the scan with most hits brings back the hits of the others.
     OpenGate gate(app);
-    app.told("POST", "/api/findfiles", "ids=1,3&names=*");
+    app.told("POST", "/api/findfiles", "ids=1,3&names=*&more=1");
     gate.waitUntilReached();
     app.told("GET", "/api/forget?id=1");
     gate.shut = false;
@@ -143,6 +146,10 @@ TEST_CASE("the finder with bounds on size and time") {
            {"in=c:/D/IN/", R"("files":[{"p":"c:\\D\\IN\\e","s":1,"m":0,"job":1}],)"},
            {"in=C:%5C&ids=1,2,3&sort=name", R"("count":5,"bytes":101,)"},
            {"in=C:%5Cd%5Ci&ids=1,2,3", R"("failed":[{"id":1,)"},
+           {"in=C:%5Cd%5C..%5Cd", R"("opts":{"ids":[1],"scans":0,)"},
+           {"in=c:%5CD", R"("count":5,"bytes":101,)"},
+           {"in=D:%5Cx&after=7",
+            R"("scans":0,"exts":"","names":"*","min":0,"in":"D:\\x","after":7,"sort")"},
            {"in=E:%5C&ids=1,2,3", R"("count":0,"bytes":0,)"}}) {
     const std::string fields = asked;
     CAPTURE(fields);
@@ -153,4 +160,66 @@ TEST_CASE("the finder with bounds on size and time") {
   CHECK(app.told("POST", "/api/findfiles", "ids=1&max=30") == R"(400 {"error":"needFilter"})");
   CHECK(app.told("POST", "/api/findfiles", "ids=1&before=0&after=x") ==
         R"(400 {"error":"needFilter"})");
+}
+
+TEST_CASE("the finder tells bytes on disk to those who ask") {
+  App app;
+  app.disk->cluster = 4096;
+  app.disk->add(L"C:\\r\\plain", 100);
+  test::DiskNode& shared = app.disk->add(L"C:\\r\\shared", 5000);
+  app.disk->hardLink(L"C:\\r\\second", shared);
+  test::DiskNode& away = app.disk->add(L"C:\\r\\away", 9000);
+  away.disk = 0;
+  away.attributes = kAttributeRecallOnDataAccess;
+  app.disk->add(L"D:\\plain", 100);
+  app.scanned("C:%5Cr");
+  app.scanned("D:");
+  app.state.jobs.find(2)->result.links.complete = true;
+  app.disk->add(L"C:\\r\\late", 1); // the scan does not know it
+  CHECK(test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*").find("\"a\"") ==
+        std::string::npos);
+  const std::string told = test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*&more=1");
+  CHECK(told.starts_with(
+      R"(200 {"files":[{"p":"C:\\r\\away","s":9000,"m":0,"a":0,"x":0,"cl":9000,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\second","s":5000,"m":0,"a":8192,"x":0,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\shared","s":5000,"m":0,"a":8192,"x":0,"xs":1,"job":1},)"
+      R"({"p":"C:\\r\\plain","s":100,"m":0,"a":4096,"x":4096,"xs":1,"job":1},)"
+      R"({"p":"D:\\plain","s":100,"m":0,"a":4096,"x":4096,"job":2},)"
+      R"({"p":"C:\\r\\late","s":1,"m":0,"a":4096,"x":4096,"xs":1,"job":1}],)"));
+  // What other names there were is gone by now, or may come back.
+  LinkedFile& linked = app.state.jobs.find(1)->result.links.files.front();
+  linked.count = 1;
+  const auto freed = [&app] {
+    const std::string both = test::runToEnd(app, "/api/findfiles", "ids=1&names=s*&more=1");
+    return both.substr(both.find(R"("x":)"), 8);
+  };
+  CHECK(freed() == R"("x":8192)");
+  linked.stays = true;
+  CHECK(freed() == R"("x":0,"x)");
+  // A scan whose root was searched already counts as done.
+  app.scanned("C:%5Cr");
+  std::string listing;
+  app.disk->onOpen = [&](const std::wstring& folder) {
+    if (folder[0] == L'D') listing = app.told("GET", "/api/findfiles");
+  };
+  test::runToEnd(app, "/api/findfiles", "ids=1,3,2&names=*");
+  app.disk->onOpen = nullptr;
+  CHECK(listing ==
+        R"(200 {"running":true,"scans":3,"scans_done":2,"found":5,"percent":66,"seen":5})");
+  CHECK(finderProgress({}).find(R"("percent":0)") != std::string::npos);
+  // The root is that of the result, or of the target where there is none.
+  const auto other = app.state.jobs.find(2);
+  const auto count = [&app] {
+    return numberIn(test::runToEnd(app, "/api/findfiles", "ids=2&names=*"), "count");
+  };
+  other->target = L"X:";
+  CHECK(count() == 1);
+  other->result.rootPath.clear();
+  CHECK(count() == 0);
+  other->target = L"D:\\";
+  CHECK(count() == 1);
+  app.state.steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult&) { return false; };
+  CHECK(test::runToEnd(app, "/api/findfiles", "ids=2,1&names=*")
+            .find(R"("failed":[{"id":2,"label":"D:","error":"scanFailed"},{"id":1,)") !=
+        std::string::npos);
 }

@@ -7,7 +7,6 @@
 
 using namespace vorda;
 using test::makeWorld;
-using test::MemoryDisk;
 using test::remove;
 
 TEST_CASE("the log records of each outcome") {

@@ -60,8 +60,15 @@ TEST_CASE("what counts as an image is decided by its first bytes") {
       CHECK(imageKindOf(std::string_view(head).substr(0, length)).empty());
     }
   }
+  for (const int size : {12, 40, 52, 56, 64, 108, 124, 41, 0}) {
+    const std::string head = "BM"s + std::string(12, '\0') + static_cast<char>(size) + "\0\0\0"s;
+    const std::string_view expected = size == 41 || size == 0 ? "" : "image/bmp";
+    CHECK(imageKindOf(head) == expected);
+    CHECK(imageKindOf("AM" + head.substr(2)).empty());
+    CHECK(imageKindOf(head.substr(0, 17) + "x").empty());
+  }
   for (const char* text :
-       {"<svg xmlns=\"http://www.w3.org/2000/svg\">", "<!DOCTYPE html>",
+       {"XIFF1234WEBP", "<svg xmlns=\"http://www.w3.org/2000/svg\">", "<!DOCTYPE html>",
         "BM, a text of some length", "RIFF1234WAVEfmt ", "%PDF-1.7", "GIF88a", " GIF89a", "MZ"}) {
     CHECK(imageKindOf(text).empty());
   }

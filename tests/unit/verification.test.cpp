@@ -1,5 +1,8 @@
 #include "support/runs.h"
 
+#include <chrono>
+#include <thread>
+
 using namespace vorda;
 using namespace vorda::test;
 
@@ -39,4 +42,42 @@ TEST_CASE("verification reads files again") {
   CHECK(cut.find(R"("error":"cancelled"},{"p":"C:\\a","size":4)") != std::string::npos);
   CHECK(cut.ends_with(R"("duplicates":[],"lock":["","","",""],"read":8,"files_checked":3,)"
                       R"("running":false,"cancelled":true})"));
+
+  // While it runs: what cannot be looked at, and what is known already, is not to be read.
+  std::string steps;
+  app.contents->onLook = [&](const std::wstring&) {
+    steps += app.told("GET", "/api/verifydups").substr(20) + "\n";
+  };
+  app.contents->onRead = [&](const std::wstring& path) {
+    CHECK(!app.contents->isWritable(path));
+    app.contents->onLook(path);
+  };
+  app.contents->onOpen = [](const std::wstring& path) { CHECK(path != L"C:\\gone"); };
+  runToEnd(app, "/api/verifydups", "p=C:%5Ca&p=C:%5Cgone&p=C:%5Cb&p=C:%5Ca");
+  CHECK(steps ==
+        R"("total":0,"read":0,"files":4,"files_done":0,"percent":0,"phase":"comparing","seen":0}
+"total":0,"read":0,"files":4,"files_done":1,"percent":1,"phase":"comparing","seen":0}
+"total":0,"read":0,"files":4,"files_done":2,"percent":2,"phase":"comparing","seen":0}
+"total":0,"read":0,"files":4,"files_done":3,"percent":3,"phase":"comparing","seen":0}
+"total":8,"read":0,"files":4,"files_done":0,"percent":5,"phase":"hashing","seen":0}
+"total":8,"read":4,"files":4,"files_done":2,"percent":52,"phase":"hashing","seen":0}
+)");
+  // The second of two equal paths was read when the first was.
+  app.contents->onLook = nullptr;
+  app.contents->onOpen = nullptr;
+  app.contents->onRead = [](const std::wstring& path) {
+    if (path == L"C:\\c") std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  };
+  const std::string twice =
+      runToEnd(app, "/api/verifydups", "seen=1&p=C:%5Ca&p=C:%5Cc&p=C:%5Cb&p=C:%5Ca");
+  const std::size_t first = twice.find("\"seen\":");
+  const std::size_t last = twice.rfind("\"seen\":");
+  CHECK(twice.substr(first, twice.find('}', first) - first) ==
+        twice.substr(last, twice.find(",\"same\"", last) - last));
+  CHECK(twice.find(R"("duplicates":[[0,2]])") != std::string::npos);
+  // Two names of one file that are told apart by what is known of them cannot both be right.
+  app.contents->onLook = app.contents->onRead = nullptr;
+  app.contents->edit(L"C:\\link", [](auto& file) { ++file.state.lastWrite; });
+  CHECK(runToEnd(app, "/api/verifydups", "p=C:%5Cb&p=C:%5Clink")
+            .find(R"({"p":"C:\\link","error":"changed","same":0})") != std::string::npos);
 }

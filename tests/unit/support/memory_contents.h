@@ -27,10 +27,13 @@ class MemoryContents final : public FileContents {
 public:
   // Called first in each function, on the calling thread.
   std::function<void(const std::wstring&)> onLook;
+  std::function<void(const std::wstring&)> onIdentity;
   std::function<void(const std::wstring&)> onOpen;
+  std::function<void(const std::wstring&)> onState; // of an open file
   std::function<void(const std::wstring&)> onRead;
   std::atomic<std::uint64_t> bytesRead{0};
   std::atomic<int> opened{0};
+  std::atomic<bool> hashersFail{false};
 
   // Paths with the same number are names of one file; 0 assigns a new one.
   void add(const std::wstring& path, std::string content, std::uint64_t number = 0) {
@@ -68,6 +71,7 @@ public:
   }
 
   std::optional<FileIdentity> identity(const std::wstring& path) override {
+    if (onIdentity) onIdentity(path);
     const std::optional<MemoryFile> file = copy(path);
     if (!file || file->number == 0) return std::nullopt;
     return FileIdentity{7, {file->number, 0}};
@@ -87,8 +91,15 @@ public:
   bool isWritable(const std::wstring& path) { return !isOpen(path, Writers::refused); }
   bool isDeletable(const std::wstring& path) { return !isOpen(path, Writers::refusedAsDeleters); }
 
-  std::unique_ptr<Hasher> hasher() override { return std::make_unique<ChecksumHasher>(); }
-  void lowerPriority() override {}
+  std::unique_ptr<Hasher> hasher() override {
+    return std::make_unique<ChecksumHasher>(hashersFail);
+  }
+  void lowerPriority() override { lowered() = true; }
+  // Whether the calling thread has a low priority.
+  static bool& lowered() {
+    static thread_local bool value = false;
+    return value;
+  }
 
 private:
   std::optional<MemoryFile> copy(const std::wstring& path) {
@@ -112,6 +123,7 @@ private:
     File& operator=(const File&) = delete;
 
     std::optional<OpenState> state() override {
+      if (owner_.onState) owner_.onState(path_);
       return refresh() ? std::optional(OpenState{file_.state, file_.changed}) : std::nullopt;
     }
 
@@ -144,18 +156,21 @@ private:
 
   class ChecksumHasher final : public Hasher {
   public:
+    explicit ChecksumHasher(bool fails) : fails_(fails) {}
     void add(std::span<const std::byte> bytes) override {
       for (const std::byte byte : bytes) {
         sum_ = (sum_ ^ static_cast<std::uint64_t>(byte)) * 1'099'511'628'211ULL;
       }
     }
     std::optional<Digest> finish() override {
+      if (fails_) return std::nullopt;
       Digest digest{};
       std::memcpy(digest.data(), &sum_, sizeof sum_);
       return digest;
     }
 
   private:
+    bool fails_;
     std::uint64_t sum_ = 1;
   };
 
