@@ -62,6 +62,8 @@ async function main() {
   fs.mkdirSync(out, { recursive: true });
   for (const colorScheme of ['light', 'dark']) {
     const context = await browser.newContext({ viewport: { width: 1440, height: 900 }, colorScheme, locale: 'en-GB', reducedMotion: 'reduce' });
+    // The invented files are nearly all holes.
+    await context.addInitScript(() => localStorage.setItem('vorda-measure', 's'));
     // The files are sparse and larger than the real disk, so the disk's figures are replaced.
     const disks = { volumeSize: 593 * GiB, volumeFree: 38 * GiB, size: 593 * GiB, free: 38 * GiB };
     await context.route(/\/api\/(result|targets)/, async (route) => {

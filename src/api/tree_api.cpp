@@ -146,11 +146,9 @@ HttpResponse scannedTypes(const HttpRequest& request, const JobTable& jobs) {
   if (!request.queryValue("id")) return errorAnswer(400, words::kNoPath);
   const std::shared_ptr<Job> job = finishedJob(jobs, request);
   if (!job) return errorAnswer(404, words::kNoJob);
-  std::vector<TypeRow> rows;
-  {
-    const std::lock_guard lock(job->resultMutex);
-    rows = sortedTypes(job->result.types);
-  }
+  const std::lock_guard lock(job->resultMutex);
+  const bool more = wantsMore(request) && knowsDisk(job->result);
+  const std::vector<TypeRow> rows = sortedTypes(job->result.types);
   JsonWriter json;
   json.open('{');
   json.open("types", '[');
@@ -159,10 +157,12 @@ HttpResponse scannedTypes(const HttpRequest& request, const JobTable& jobs) {
     json.string("e", row.type);
     json.number("s", row.total.bytes);
     json.number("c", row.total.files);
+    if (more) writeDiskKeys(json, typeKeys(row.total));
     json.close('}');
   }
   json.close(']');
   json.number("total", rows.size());
+  if (more) writeUnseenNames(json, job->result);
   json.close('}');
   return answer(200, json.take());
 }

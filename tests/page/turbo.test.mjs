@@ -23,6 +23,8 @@ test('a volume that turbo has read', needs('prefixes', 'ntfsImage'), async (t) =
   await says(tab, 'What the used space consists of');
   const account = await tab.locator('.account-place').innerText();
   assert.match(account, /17\.0 MB used[^]*Further streams of files\s+32\.0 KB[^]*Not explained\s+0 B/);
+  await goTo(tab, 'types', 'Types');
+  await becomes(async () => (await rowsOf(tab.getByRole('grid', { name: 'Types' }))).find(([type]) => type === '.iso')?.slice(0, 2), ['.iso', '28.0 KB']);
   await goTo(tab, 'explorer', 'Folders');
   const table = tab.getByRole('treegrid');
   const shown = async (...names) => (await rowsOf(table)).filter(([, name]) => names.includes(name)).map(([, name, figure]) => [name, figure]);

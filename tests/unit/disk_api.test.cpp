@@ -59,6 +59,9 @@ TEST_CASE("bytes on disk are told only to those who ask") {
   CHECK(app.told("GET", "/api/ext?id=1&e=.iso&more=1")
             .find(R"("folders":[{"p":"C:\\r\\a","s":62914560,"c":1,"a":62914560},)") !=
         std::string::npos);
+  CHECK(app.told("GET", "/api/types?id=1&more=1")
+            .find(R"({"e":".iso","s":125829120,"c":2,"a":62914560,"x":62914560})") !=
+        std::string::npos);
   const std::string document = app.told("GET", "/api/result?id=1&more=1");
   CHECK(document.find(R"("xs":1},"tree":{"n":"C:\\r","s":283115620,"f":5,"a":63967232,)"
                       R"("x":63967232,"cl":83886080,"i":0,"c":[)") != std::string::npos);

@@ -165,7 +165,7 @@ export interface BrowseAnswer {
 
 export interface ExtAnswer {
   ext: string;
-  folders: { p: string; s: number; c: number }[];
+  folders: (Pick<Sized, 's' | 'a' | 'cl'> & { p: string; c: number })[];
   files: FileItem[];
   total: number;
 }

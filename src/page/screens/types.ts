@@ -177,7 +177,9 @@ class Types implements ResultScreen {
   }
 
   private filesAndFolders(title: HTMLElement, { files, folders, total }: ExtAnswer): HTMLElement {
-    const largest = folders[0]?.s ?? 0;
+    // What comes back is not known of a folder's files of one type.
+    const bytesOf = ({ s, a }: ExtAnswer['folders'][number]): number => (measure(this.job.id) === 's' ? s : a ?? s);
+    const largest = Math.max(0, ...folders.map(bytesOf));
     this.files = fileTable(this.job, 'typefiles', t('tyFiles'), () => this.bar);
     const { table } = this.files;
     this.files.show(files);
@@ -186,7 +188,7 @@ class Types implements ResultScreen {
     return el('section', { class: 'panel stack wide' }, title,
       el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, folders.map((folder) => el('li', {},
         el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
-        el('span', { class: 'number' }, size(folder.s)), meter(shareOf(folder.s, largest)))))),
+        el('span', { class: 'number' }, size(bytesOf(folder))), meter(shareOf(bytesOf(folder), largest)))))),
       el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h3', {}, t('tyFiles')),
         total > files.length ? el('span', { class: 'small muted' }, t('tyShown', { shown: files.length, n: total })) : null,
         el('span', { class: 'push' }, columnsButton(() => table))),
