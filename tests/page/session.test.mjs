@@ -58,7 +58,7 @@ test('a section in the address is opened if possible, without a history step of 
 test('a key in the address is used, removed, and kept by this tab only', needs('drives'), async (t) => {
   const key = 'k€y é/+=&1';
   const { base } = await serve(t, ['--server', '--token', key], wine);
-  const tab = await openTab(t, { expected: /401/ });
+  const tab = await openTab(t, { expected: /401/, measure: null });
   await tab.goto(`${base}/?token=${encodeURIComponent(key)}#find`);
   await heading(tab, 'Find files');
   await scan(tab, 'D:\\');
@@ -96,7 +96,7 @@ test('the addresses that a program with a key opens; no restart with other right
     const answer = await route.fetch();
     await route.fulfill({ response: answer, json: { ...await answer.json(), ...changes } });
   });
-  const tab = await openTab(t, { expected: /401/ });
+  const tab = await openTab(t, { expected: /401/, measure: null });
   await altered(tab, '/api/targets', { elevated: false });
   await tab.goto(`${base}/?token=${key}?scan=D%3A%5C`);
   await says(tab, 'Most of the space is in films');
@@ -108,7 +108,7 @@ test('the addresses that a program with a key opens; no restart with other right
 
   // Locked: the key comes in the fragment. A tab that is open already takes it as well.
   const locked = await serve(t, ['--lock', '--token', key], wine);
-  const other = await openTab(t, { expected: /401/ });
+  const other = await openTab(t, { expected: /401/, measure: null });
   await other.goto(locked.base);
   await says(other.getByRole('dialog'), 'This Vorda answers only the page that it opened itself.');
   await other.evaluate((text) => { location.hash = `key=${encodeURIComponent(text)}`; }, key);

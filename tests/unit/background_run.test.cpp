@@ -117,7 +117,7 @@ TEST_CASE("how far a run is, as its clients are told") {
 TEST_CASE("a run counts what its scans see, and cancels the one that is being listed") {
   Run run;
   const auto scan = [&run](std::uint64_t files) {
-    const auto progress = std::make_shared<ScanProgress>();
+    auto progress = std::make_shared<ScanProgress>();
     progress->files = files;
     run.beginScan(progress);
     return progress;

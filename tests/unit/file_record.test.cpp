@@ -228,7 +228,8 @@ TEST_CASE("names in the pool") {
                                                                  {L"a\\b", L"a\uFFFDb", false},
                                                                  {L"a/b", L"a\uFFFDb", false},
                                                                  {L"a" + nul, L"a\uFFFD", false}}) {
-    CAPTURE(toUtf8(shown));
+    const std::string wanted = toUtf8(shown);
+    CAPTURE(wanted);
     PooledName name;
     REQUIRE(add(writer, text, name));
     CHECK(name.narrow == narrow);

@@ -23,7 +23,15 @@ after(async () => (await launched)?.close());
 export async function openTab(t, { expected = null, measure = 's', ...options } = {}) {
   const context = await (await browser()).newContext({ viewport: { width: 1280, height: 900 }, locale: 'en-GB', reducedMotion: 'reduce', ...options });
   context.setDefaultTimeout(20_000);
-  if (measure) await context.addInitScript((chosen) => { if (origin !== 'null') localStorage['vorda-measure'] ??= chosen; }, measure);
+  if (measure) {
+    await context.addInitScript((chosen) => {
+      try {
+        localStorage['vorda-measure'] ??= chosen;
+      } catch {
+        // Blank and foreign pages have no storage.
+      }
+    }, measure);
+  }
   await context.addInitScript(() => addEventListener('securitypolicyviolation', (event) => console.error(`policy: ${event.violatedDirective}`)));
   const complaints = [];
   const complain = (text) => {
