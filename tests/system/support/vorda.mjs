@@ -110,8 +110,8 @@ export const vorda = (args, options) => start(args, options).ended;
 
 // A run that must succeed; returns the bytes on its standard output.
 export async function output(args, options) {
-  const { code, out, err } = await vorda(args, options);
-  assert.equal(code, 0, `vorda ${args.join(' ')} failed: ${err}`);
+  const { code, signal, out, err } = await vorda(args, options);
+  assert.equal(code, 0, `vorda ${args.join(' ')} failed after ${out.length} bytes, ${signal}: ${err}`);
   return out;
 }
 
