@@ -122,7 +122,7 @@ class Mutants(unittest.TestCase):
         path.write_text(text, encoding="utf-8")
 
     def explain(self, text):
-        self.write("tests/data/mutants_explained.txt", text)
+        self.write("scripts/mutants/explained.txt", text)
 
     def test_finds_what_no_test_misses_and_nothing_else(self):
         code, lines, complaint = mutate(self.root, "rules")

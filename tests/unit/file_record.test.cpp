@@ -7,8 +7,6 @@
 
 #include <doctest/doctest.h>
 
-#include <tuple>
-
 using namespace vorda;
 using namespace vorda::test;
 
@@ -61,6 +59,18 @@ Bytes bytesOf(std::size_t size, const std::vector<Patch>& patches) {
   Bytes bytes(size);
   for (const Patch& one : patches) put(bytes, one.at, one.value, one.count);
   return bytes;
+}
+
+bool added(NamePool::Writer& writer, const std::wstring& text, PooledName& name) {
+  Bytes bytes;
+  for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
+  return writer.add({bytes.data(), bytes.size()}, name);
+}
+
+std::wstring kept(const NamePool& pool, const PooledName& name) {
+  std::wstring text;
+  pool.read(name, text);
+  return text;
 }
 
 } // namespace
@@ -201,63 +211,50 @@ TEST_CASE("entries of attribute lists") {
   }
 }
 
-TEST_CASE("names in the pool") {
-  NamePool pool(2);
+TEST_CASE("a name is kept as it is, but for what would change the meaning of a path") {
+  NamePool pool;
   NamePool::Writer writer(pool);
-  const auto units = [](const std::wstring& text) {
-    Bytes bytes(2); // in front of the name
-    for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
-    return bytes;
-  };
-  const auto add = [&](NamePool::Writer& to, const std::wstring& text, PooledName& name) {
-    const Bytes bytes = units(text);
-    return to.add(ByteView(bytes.data(), bytes.size()).from(2), name);
-  };
-  const auto nul = std::wstring(1, L'\0');
-  std::vector<std::pair<PooledName, std::wstring>> added;
-  for (const auto& [text, shown, narrow] :
-       std::vector<std::tuple<std::wstring, std::wstring, bool>>{{L"plain", L"plain", true},
-                                                                 {L"x\u00FF", L"x\u00FF", true},
-                                                                 {L"x\u0100", L"x\u0100", false},
-                                                                 {L"\u0120", L"\u0120", false},
-                                                                 {L".", L"\uFFFD", false},
-                                                                 {L"..", L"\uFFFD\uFFFD", false},
-                                                                 {L".x", L".x", true},
-                                                                 {L"x.", L"x.", true},
-                                                                 {L"...", L"...", true},
-                                                                 {L"a\\b", L"a\uFFFDb", false},
-                                                                 {L"a/b", L"a\uFFFDb", false},
-                                                                 {L"a" + nul, L"a\uFFFD", false}}) {
-    const std::string wanted = toUtf8(shown);
-    CAPTURE(wanted);
-    PooledName name;
-    REQUIRE(add(writer, text, name));
-    CHECK(name.narrow == narrow);
-    added.emplace_back(name, shown);
+  constexpr wchar_t kReplacement = 0xFFFD;
+  constexpr std::size_t kLongest = 9; // names are read four units at a time
+  for (std::size_t length = 1; length <= kLongest; ++length) {
+    for (std::size_t at = 0; at < length; ++at) {
+      for (const wchar_t unit :
+           {L'\0', L'/', L'\\', L'0', L'[', L'.', L'\x80', L'\xFF', L'\x100', L'\x2F00'}) {
+        std::wstring name(length, L'n');
+        name[at] = unit;
+        std::wstring wanted = name;
+        const bool replaced = unit == L'\0' || unit == L'/' || unit == L'\\' || name == L".";
+        if (replaced) wanted[at] = kReplacement;
+        CAPTURE(length);
+        CAPTURE(at);
+        PooledName pooled;
+        REQUIRE(added(writer, name, pooled));
+        CHECK(pooled.narrow == (!replaced && unit < 0x100));
+        CHECK(kept(pool, pooled) == wanted);
+      }
+    }
   }
-  // Another writer fills a block of its own to the last byte, and then there is no room.
+  PooledName dots;
+  REQUIRE(added(writer, L"..", dots));
+  CHECK(kept(pool, dots) == std::wstring(2, kReplacement));
+  REQUIRE(added(writer, L"...", dots));
+  CHECK(kept(pool, dots) == L"...");
+}
+
+TEST_CASE("writers fill blocks of their own, to the last byte") {
+  NamePool pool(2);
+  NamePool::Writer one(pool);
+  PooledName first;
+  REQUIRE(added(one, L"first", first));
   NamePool::Writer other(pool);
   const std::wstring half(128, L'\u0234'); // 256 bytes
   PooledName name;
-  for (int i = 0; i < 4095; ++i) REQUIRE(add(other, half, name));
-  CHECK_FALSE(add(other, std::wstring(129, L'\u0234'), name)); // although a shorter one would fit
-  CHECK_FALSE(add(other, L"x", name));
-  std::wstring read;
-  for (const auto& [at, shown] : added) {
-    pool.read(at, read);
-    CHECK(read == shown);
-  }
-  NamePool two(2);
-  NamePool::Writer filling(two);
-  PooledName first;
-  REQUIRE(add(filling, L"first", first));
-  NamePool::Writer more(two);
-  for (int i = 0; i < 4096; ++i) REQUIRE(add(more, half, name));
-  CHECK_FALSE(add(more, L"x", name));
-  two.read(name, read);
-  CHECK(read == half);
-  two.read(first, read);
-  CHECK(read == L"first");
+  for (int i = 0; i < 4095; ++i) REQUIRE(added(other, half, name));
+  CHECK_FALSE(added(other, std::wstring(129, L'\u0234'), name)); // half of it would fit
+  REQUIRE(name.length == half.size());
+  CHECK(kept(pool, first) == L"first");
+  NamePool::Writer full(pool);
+  CHECK_FALSE(added(full, L"x", name));
 }
 
 TEST_CASE("extension records are applied in order, and only to the record they belong to") {
