@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -129,6 +130,15 @@ public:
   };
   // name.length units.
   Units units(const PooledName& name) const;
+  // The last eight bytes of a narrow name, the last one in the highest bits; a shorter name has any bytes
+  // before it. 0 for a wide name, and where eight bytes would begin before the pool's block.
+  std::uint64_t lastBytes(const PooledName& name) const {
+    std::uint64_t last = 0;
+    const std::size_t end = name.at % (kBlockBytes / 2) * 2 + name.length;
+    if (!name.narrow || end < sizeof last) return last;
+    std::memcpy(&last, blocks_[name.at / (kBlockBytes / 2)].get() + end - sizeof last, sizeof last);
+    return last;
+  }
   void read(const PooledName& name, std::wstring& out) const;
 
 private:

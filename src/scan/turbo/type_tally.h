@@ -6,7 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <unordered_map>
+#include <bit>
+#include <string>
 
 namespace vorda {
 
@@ -17,75 +18,66 @@ public:
   explicit TypeTally(const NamePool& names) : names_(names) {}
 
   void add(const PooledName& name, const TypeTotal& more) {
-    const Ending ending = endingOf(name);
-    Totals::value_type*& met = met_[EndingHash()(ending) % met_.size()];
-    if (met == nullptr || met->first != ending) met = &*totals_.try_emplace(ending).first;
-    met->second.add(more);
+    const std::uint64_t key = shortKeyOf(name);
+    if (key == kNoKey) {
+      totals_[endingOf(name)].add(more);
+      return;
+    }
+    constexpr std::uint64_t kSpread = 0x9E37'79B9'7F4A'7C15;
+    Met& met = met_[key * kSpread >> kMetShift];
+    if (met.key != key) met = {key, &totals_[endingOf(name)]};
+    met.total->add(more);
   }
 
   void moveInto(TypeTotals& types) const {
-    for (const auto& [ending, total] : totals_) {
-      // Without the "x", a name that starts with a dot would have no type.
-      std::wstring name = L"x";
-      for (std::size_t i = 0; i < ending.length; ++i) {
-        const std::uint64_t word = ending.words[i / kInWord] >> (kUnitBits * (i % kInWord));
-        name.push_back(static_cast<wchar_t>(word & 0xFFFFU));
-      }
-      types[typeKeyOf(name)].add(total);
-    }
+    // Without the "x", a name that starts with a dot would have no type.
+    for (const auto& [ending, total] : totals_) types[typeKeyOf(L"x" + ending)].add(total);
   }
 
 private:
   static constexpr std::size_t kMost = 13; // from this length on, the type is "(other)"
-  static constexpr std::size_t kUnitBits = 16;
-  static constexpr std::size_t kInWord = 4; // units
+  static constexpr std::uint64_t kNoKey = 0;
+  static constexpr std::size_t kMetShift = 54; // leaves the 10 bits that count all of met_
 
-  // Built in whole words: reading words whose units were just written one by one is slow.
-  struct Ending {
-    std::array<std::uint64_t, 4> words{};
-    std::size_t length = 0; // units
-    bool operator==(const Ending& other) const {
-      std::uint64_t differs = length ^ other.length;
-      for (std::size_t i = 0; i < words.size(); ++i) differs |= words[i] ^ other.words[i];
-      return differs == 0;
-    }
+  struct Met {
+    std::uint64_t key = kNoKey;
+    TypeTotal* total = nullptr;
   };
 
-  struct EndingHash {
-    std::size_t operator()(const Ending& ending) const {
-      std::uint64_t hash = ending.length;
-      for (const std::uint64_t word : ending.words) {
-        hash = (hash ^ word) * 0x9E37'79B9'7F4A'7C15ULL;
-        hash ^= hash >> 32U;
-      }
-      return static_cast<std::size_t>(hash);
-    }
-  };
+  // What follows the last dot of a narrow name, if that is one to seven bytes; else kNoKey. Most names
+  // have such a key, and eight bytes are searched at once.
+  std::uint64_t shortKeyOf(const PooledName& name) const {
+    constexpr std::uint64_t kDots = 0x2E2E'2E2E'2E2E'2E2E;
+    constexpr std::uint64_t kLowBits = 0x7F7F'7F7F'7F7F'7F7F;
+    constexpr unsigned kByte = 8; // bits
+    const std::uint64_t last = names_.lastBytes(name);
+    const std::uint64_t differs = last ^ kDots;
+    // The high bit of each byte that is a dot.
+    const std::uint64_t dots = ~(((differs & kLowBits) + kLowBits) | differs | kLowBits);
+    const auto after = static_cast<unsigned>(std::countl_zero(dots)) / kByte;
+    // Without a byte before the dot, or behind it, it does not begin an extension.
+    if (after == 0 || after + 1 >= std::min<std::size_t>(name.length, sizeof last + 1))
+      return kNoKey;
+    return last >> (kByte * (sizeof last - after));
+  }
 
-  Ending endingOf(const PooledName& name) const {
-    Ending ending;
+  // The dot and what follows; empty if there is no extension.
+  std::wstring endingOf(const PooledName& name) const {
     const NamePool::Units units = names_.units(name);
     std::size_t dot = name.length;
     while (dot > 0 && units[dot - 1] != '.') --dot;
-    // No dot, or only a leading or trailing one: no extension.
+    std::wstring ending;
+    // No dot, or only a leading or trailing one.
     if (dot <= 1 || dot == name.length) return ending;
-    ending.length = std::min<std::size_t>(name.length - (dot - 1), kMost);
-    for (std::size_t word = 0, i = 0; i < ending.length; ++word) {
-      const std::size_t end = std::min(ending.length, i + kInWord);
-      std::uint64_t units4 = 0;
-      for (std::size_t at = 0; i < end; ++i, at += kUnitBits) {
-        units4 |= std::uint64_t{units[dot - 1 + i]} << at;
-      }
-      ending.words[word] = units4;
-    }
+    const std::size_t end = std::min<std::size_t>(name.length, dot - 1 + kMost);
+    for (std::size_t i = dot - 1; i < end; ++i) ending.push_back(static_cast<wchar_t>(units[i]));
     return ending;
   }
 
-  using Totals = std::unordered_map<Ending, TypeTotal, EndingHash>;
   const NamePool& names_;
-  Totals totals_;
+  TypeTotals totals_; // by endings as spelled
   // The last one of each hash: few endings make up nearly all files.
-  std::array<Totals::value_type*, 1024> met_{};
+  std::array<Met, 1024> met_{};
 };
 
 } // namespace vorda

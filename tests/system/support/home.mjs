@@ -49,6 +49,8 @@ const onLinux = home === 'wine';
 const elevated = () => succeeds('fltmc.exe');
 // Set on a machine that nobody minds losing, such as one of a build service.
 const disposable = () => real && process.env.VORDA_DISPOSABLE === '1';
+// Of MSYS2 or of Git for Windows.
+export const bash = ['C:\\msys64\\usr\\bin\\bash.exe', `${process.env.ProgramFiles}\\Git\\usr\\bin\\bash.exe`].find((file) => windows && fs.existsSync(file));
 
 // name: [what it is, whether this home has it].
 const CAPABILITIES = {
@@ -65,6 +67,7 @@ const CAPABILITIES = {
   procfs: ['/proc, and programs that can be stopped and continued', () => onLinux],
   tmpfs: ['a file system in memory, so small that a result fills it', () => onLinux],
   ntfsImage: ['an NTFS image that is mounted and read as a volume', () => onLinux],
+  sshServer: ['the OpenSSH server of Windows, and a bash with GNU find', () => disposable() && elevated() && fs.existsSync(`${process.env.SystemRoot}\\System32\\OpenSSH\\sshd.exe`) && bash !== undefined],
   sshd: ['an ssh server, and a relay that brings ssh into Wine', () => onLinux],
   certificates: ['certificates for a server on this machine, one of them expired', () => onLinux],
   jdupes: ['jdupes', () => onLinux],
