@@ -43,9 +43,9 @@ if(NOT WIN32)
   set_tests_properties(memory PROPERTIES TIMEOUT 1200)
 endif()
 
-# Built by name, for tests/tools/disk_figures.py.
+# Built by name, for bench/images/disk_figures.py.
 if(NOT WIN32)
-  add_executable(figures_of_image EXCLUDE_FROM_ALL tests/tools/figures_of_image.cpp)
+  add_executable(figures_of_image EXCLUDE_FROM_ALL bench/images/figures_of_image.cpp)
   target_link_libraries(figures_of_image PRIVATE vorda_core)
 endif()
 

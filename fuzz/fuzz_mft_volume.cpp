@@ -3,27 +3,20 @@
 // The input replaces the records behind the first one of a small volume; their update sequences are made
 // right, so that damage reaches the attributes.
 #include "scan/turbo/turbo_scan.h"
+#include "support/mft_volume.h"
 #include "tree/account.h"
 #include "tree/disk_sums.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
-#include <vector>
 
 namespace {
 
 constexpr std::size_t kTable = 64 * 512;
 constexpr std::size_t kRecord = 1024;
 constexpr std::size_t kRecords = 32;
-using Bytes = std::vector<std::uint8_t>;
-
-void put(Bytes& bytes, std::size_t at, std::uint64_t value, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
-  }
-}
+using vorda::test::Bytes;
+using vorda::test::put;
 
 void putHead(Bytes& image, std::size_t record, bool folder) {
   const std::size_t at = kTable + record * kRecord;
@@ -73,27 +66,6 @@ Bytes volumeWith(const std::uint8_t* data, std::size_t size) {
   return image;
 }
 
-class Image final : public vorda::Volume {
-public:
-  explicit Image(Bytes bytes) : bytes_(std::move(bytes)) {}
-  std::size_t read(std::uint64_t offset, std::uint8_t* out, std::size_t size) override {
-    std::fill_n(out, size, std::uint8_t{0});
-    if (offset < bytes_.size()) {
-      const auto from = static_cast<std::size_t>(offset);
-      std::memcpy(out, bytes_.data() + from, std::min(size, bytes_.size() - from));
-    }
-    return size;
-  }
-  vorda::PageBuffer buffer(std::size_t size) override {
-    constexpr std::align_val_t kPage{4096};
-    return {static_cast<std::uint8_t*>(operator new(size, kPage)),
-            [](std::uint8_t* at) { operator delete(at, kPage); }};
-  }
-
-private:
-  Bytes bytes_;
-};
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -104,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   options.fileListThreshold = 0;
   vorda::ScanResult result;
   const auto open = [&image](wchar_t) {
-    return vorda::OpenedVolume{std::make_unique<Image>(image), {}};
+    return vorda::OpenedVolume{std::make_unique<vorda::test::MemoryVolume>(image), {}};
   };
   if (!vorda::turboScan(open, progress, options, result)) return 0;
   result.volume.wholeVolume = true;

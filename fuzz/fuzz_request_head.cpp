@@ -1,39 +1,13 @@
 // Input: a request. It must be parsed the same whether it arrives whole or in two pieces.
-#include "http/connection.h"
 #include "http/message_parser.h"
+#include "support/fake_stream.h"
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
-#include <optional>
-#include <string>
 
 namespace {
 
-class Pieces final : public vorda::ByteStream {
-public:
-  Pieces(std::string_view bytes, std::size_t first, std::string& sent)
-      : bytes_(bytes), next_(first), sent_(sent) {}
-  std::optional<std::size_t> receive(char* buffer, std::size_t size) override {
-    const std::size_t count = bytes_.substr(0, next_).copy(buffer, size);
-    bytes_.remove_prefix(count);
-    next_ = bytes_.size();
-    return count;
-  }
-  std::optional<std::size_t> send(std::string_view bytes) override {
-    sent_.append(bytes);
-    return bytes.size();
-  }
-  void endSending() override {}
-
-private:
-  std::string_view bytes_;
-  std::size_t next_;
-  std::string& sent_;
-};
-
 std::string served(std::string_view bytes, std::size_t split) {
-  std::string sent;
   vorda::ConnectionTable connections;
   const auto echo = [](const vorda::HttpRequest& request) {
     if (request.path.find('?') != std::string::npos) std::abort();
@@ -46,15 +20,9 @@ std::string served(std::string_view bytes, std::size_t split) {
     }
     return vorda::answer(200, told + request.queryValue("token").value_or("none"));
   };
-  {
-    const vorda::RequestGate gate{{}, echo};
-    vorda::Connection connection(std::make_unique<Pieces>(bytes, split, sent), gate,
-                                 connections.enter(1), {});
-    using Need = vorda::Connection::Need;
-    for (Need need = connection.advance({}); need != Need::over; need = connection.advance({})) {
-      if (need == Need::thread) connection.compute({});
-    }
-  }
+  vorda::FakeClient client;
+  client.pieces = {std::string(bytes.substr(0, split)), std::string(bytes.substr(split))};
+  std::string sent = vorda::serve(client, {{}, echo}, connections.enter(1));
   if (connections.heldBytes() != 0) std::abort();
   return sent;
 }

@@ -4,7 +4,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
-import { lastChanged, realisticDisk } from '../tests/page/support/disk.mjs';
+import { lastChanged, realisticDisk } from './screenshots-disk.mjs';
 import { settled } from '../tests/page/support/settled.mjs';
 import { serve, until } from '../tests/system/support/server.mjs';
 import { confinedWine, makeFiles, scratch } from '../tests/system/support/vorda.mjs';

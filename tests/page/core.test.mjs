@@ -66,22 +66,17 @@ test('hostile names are made safe and short enough to display', needs('esbuild')
   }
 });
 
-test('failure words have a text in every language, unknown ones are shown as they are', needs('esbuild'), () => {
-  const known = ['noSuchDir', 'scanFailed', 'noMemory', 'cancelled', 'sshTarget', 'sshMissing', 'sshEmpty', 'sshPipe', 'sshDenied', 'sshTooLarge', 'sshFailed:1', 'notabsolute', 'mftDenied', 'mftBoot', 'mftMemory',
-    'unreadable', 'elevateDenied', 'elevateRefused', 'tooManyKeys', 'quitRefused', 'updateOffline', 'updateAnswer', 'needFilter', 'noJob', 'emptyFailed', 'aborted', 'incomplete', 'searchFailed', ''];
+test('failure words: what figures stand in them, unknown ones as they are, and why turbo was not used', needs('esbuild'), () => {
   for (const lang of Object.keys(i18n.LANGS)) {
     i18n.setLanguage(lang);
-    for (const word of known) assert.ok(i18n.failure(word).length > 5 && i18n.failure(word) !== word, `${lang}: ${word}`);
     assert.match(i18n.failure('sshFailed:255'), /255/);
     for (const word of ['sshFailed:1', 'sshEmpty']) assert.match(i18n.failure(word), /\s\//, 'how to write a link is not said');
     const done = { state: 'done', files: 1, bytes: 1 };
     for (const partial of ['cancelled', 'broken']) assert.ok(i18n.known(`ovPartial_${partial}`) && job.summary({ ...done, partial }) !== job.summary(done));
     assert.match(i18n.failure('failed:124'), /124/);
-    for (const word of ['turbo', 'walk', 'fallback', 'reading', 'merging', 'summing', 'mftOpen', 'mftFind', 'mftRead', 'tree', 'sshConnect', 'sshList']) assert.ok(i18n.known(`s_${word}`));
   }
   // Why turbo was not used, also when it failed.
   i18n.setLanguage('en');
-  for (const word of ['mftOpenFailed', 'mftBoot', 'mftNotNtfs', 'mftLayout', 'mftUnreadable', 'mftCorrupt', 'mftNoData', 'mftRecordCount', 'mftMemory']) assert.ok(i18n.known(`t_${word}`), word);
   assert.deepEqual(['notfixed', 'noadmin', 'mftDenied', 'mftBoot', 'mftMemory', 'cancelled', 'newWord'].map(job.turboReason), ['not a fixed drive',
     'turbo needs administrator rights', 'turbo needs administrator rights', 'the start of the drive could not be read', 'there was too little memory for the file table', 'Stopped.', 'newWord']);
   assert.equal(i18n.failure('somethingNew'), 'somethingNew');
@@ -292,10 +287,11 @@ test('what was to go into the bin and did not', needs('esbuild'), () => {
   assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
 });
 
+const finding = (code, bytes, places, over = {}) => ({
+  code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
+});
+
 test('what all advice together could free counts every byte once', needs('esbuild'), () => {
-  const finding = (code, bytes, places, over = {}) => ({
-    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
-  });
   const won = (...findings) => winnable.winnable(findings);
   const old = finding('oldfiles', 70, [['C:\\Users\\a\\Downloads\\old.iso', 30], ['C:\\x\\film.mkv', 20], ['C:\\y\\film.mkv', 20]]);
   const downloads = finding('downloads', 50, [], { target: 'C:\\Users\\a\\Downloads' });
@@ -310,9 +306,6 @@ test('what all advice together could free counts every byte once', needs('esbuil
 });
 
 test('the two totals of the advice add up, and count every byte once', needs('esbuild'), () => {
-  const finding = (code, bytes, places, over = {}) => ({
-    code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map(() => 0), ...over,
-  });
   const temp = finding('tempfiles', 40, [['C:\\Users\\a\\Temp', 40]]);
   const old = finding('oldfiles', 50, [['C:\\Users\\a\\Temp\\old.bin', 30], ['C:\\x', 20]], { level: 'serious' });
   const installer = finding('installer', 90, [], { level: 'good', target: 'C:\\Windows\\Installer' });

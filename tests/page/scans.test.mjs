@@ -1,4 +1,4 @@
-// Several scans side by side, small ones, and moving between their sections.
+// Several scans side by side, small ones, and what the Del key asks about.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
@@ -70,33 +70,6 @@ test('a small tree: the sentence and the largest folders, the name of a download
   await becomes(() => largest.getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\n')[0])), ['alpha', 'beta', 'gamma']);
   const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
   assert.equal(download.suggestedFilename(), `vorda-Z${place.replaceAll('/', '-')}-types.csv`);
-});
-
-test('Back leads to the section before, also after a reload and a deep link', needs('drives'), async (t) => {
-  const { server, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB });
-  const heading = (name) => tab.getByRole('heading', { level: 1, name }).waitFor();
-  const thereAndBack = async () => {
-    await tab.getByRole('button', { name: 'Show all: Largest types' }).click();
-    await heading('Types');
-    await tab.goBack();
-    await heading('Overview');
-  };
-  await tab.reload();
-  await heading('Overview');
-  await thereAndBack();
-  await tab.goto('about:blank');
-  await tab.goto(`${server.base}/#overview`);
-  await heading('Overview');
-  await thereAndBack();
-  await tab.goto('about:blank');
-  await tab.goto(`${server.base}/#map`);
-  await heading('Map');
-  await tab.getByRole('grid').press('Enter');
-  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
-  await tab.reload();
-  await tab.getByRole('link', { name: /^Z:/ }).waitFor();
-  await tab.goBack();
-  await becomes(() => tab.getByRole('navigation', { name: 'Where the map is' }).getByRole('link').count(), 0, 'the folder above');
 });
 
 test('the Del key asks about what is marked, or else about the active item', needs('drives'), async (t) => {

@@ -205,3 +205,15 @@ test('tabs sent here by another page, or by a redirect of an address that the us
   await says(popup, /asks for a scan of .*nas/);
   await untouched();
 });
+
+test('inside a frame the page only says so', async (t) => {
+  const { base } = await serve(t);
+  const outer = http.createServer((_, response) => response.setHeader('Content-Type', 'text/html').end(`<iframe src="${base}/" width=600 height=300></iframe>`));
+  await new Promise((resolve) => outer.listen(0, '127.0.0.1', resolve));
+  lastFirst(t).after(() => outer.close());
+  const tab = await openTab(t, { expected: /asked elsewhere/ });
+  const asked = requestsOf(tab, '/api/hello');
+  await tab.goto(`http://127.0.0.1:${outer.address().port}/`);
+  await tab.frameLocator('iframe').getByText('Vorda does not run inside another page.').waitFor();
+  assert.equal(asked.length, 0);
+});

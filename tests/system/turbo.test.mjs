@@ -85,16 +85,28 @@ test('turbo and the walk find the same files and types, except where they are me
   assert.deepEqual(types.sort(), [...expected].map(([type, { bytes, files }]) => [type, `${bytes}`, `${files}`]).sort());
 });
 
+// Resolves to the job of a finished scan of the drive.
+async function scanOn(server, letter) {
+  const { body } = await server.post('/api/scan', { path: `${letter}:\\` });
+  return until(async () => {
+    const jobs = await server.json('/api/jobs');
+    return jobs.body.find(({ id, state }) => id === body.id && state === 'done');
+  }, `the scan of ${letter}:`);
+}
+
+// What is told of every folder of a scan, by its path.
+async function foldersOf(server, id, letter, path = '', into = new Map()) {
+  const { body } = await server.json(`/api/dirs?id=${id}&more=1&p=${encodeURIComponent(`${letter}:\\${path}`)}`);
+  into.set(path, body);
+  for (const { n } of body.dirs) await foldersOf(server, id, letter, path + (path && '\\') + n, into);
+  return into;
+}
+
 test('their documents and folder totals agree', needs('ntfsImage'), async (t) => {
-  const options = await drives(t);
-  const server = await serve(t, [], options);
+  const server = await serve(t, [], await drives(t));
   const scan = async (letter) => {
-    const { body } = await server.post('/api/scan', { path: `${letter}:\\` });
-    const job = await until(async () => {
-      const jobs = await server.json('/api/jobs');
-      return jobs.body.find(({ id, state }) => id === body.id && state === 'done');
-    }, `the scan of ${letter}:`);
-    const document = await server.json(`/api/result?id=${body.id}`);
+    const job = await scanOn(server, letter);
+    const document = await server.json(`/api/result?id=${job.id}`);
     return { job, ...readJson(Buffer.from(asTurbo(JSON.stringify(document.body)))) };
   };
   const [turbo, walk] = [await scan('t'), await scan('w')];
@@ -113,14 +125,8 @@ test('their documents and folder totals agree', needs('ntfsImage'), async (t) =>
   assert.equal(turbo.meta.files, walk.meta.files + systemFiles.length + extendFiles.length + volume.reserved - 62 + 1);
   assert.equal(turbo.meta.dirs, walk.meta.dirs + 2, '$Extend and the junction');
 
-  const folders = async (id, letter, path, into) => {
-    const { body } = await server.json(`/api/dirs?id=${id}&p=${encodeURIComponent(`${letter}:\\${path}`)}`);
-    into.set(path, `${body.s} ${body.f}`);
-    for (const { n } of body.dirs) await folders(id, letter, path + (path && '\\') + n, into);
-    return into;
-  };
-  const inTurbo = await folders(turbo.job.id, 't', '', new Map());
-  const inWalk = await folders(walk.job.id, 'w', '', new Map());
+  const sums = async (id, letter) => new Map([...await foldersOf(server, id, letter)].map(([path, { s, f }]) => [path, `${s} ${f}`]));
+  const [inTurbo, inWalk] = [await sums(turbo.job.id, 't'), await sums(walk.job.id, 'w')];
   for (const path of ['', '$Extend', 'junction', 'links', 'links\\other']) {
     inTurbo.delete(path);
     inWalk.delete(path);
@@ -130,17 +136,8 @@ test('their documents and folder totals agree', needs('ntfsImage'), async (t) =>
 });
 
 test('bytes on disk: the account adds up, and turbo and the walk agree where the walk can know', needs('ntfsImage'), async (t) => {
-  const options = await drives(t);
-  const server = await serve(t, [], options);
-  const scan = async (letter) => {
-    const { body } = await server.post('/api/scan', { path: `${letter}:\\` });
-    await until(async () => {
-      const jobs = await server.json('/api/jobs');
-      return jobs.body.find(({ id, state }) => id === body.id && state === 'done');
-    }, `the scan of ${letter}:`);
-    return body.id;
-  };
-  const [turbo, walk] = [await scan('t'), await scan('w')];
+  const server = await serve(t, [], await drives(t));
+  const [turbo, walk] = [(await scanOn(server, 't')).id, (await scanOn(server, 'w')).id];
   const account = async (id) => {
     const { body } = await server.json(`/api/account?id=${id}`);
     return { ...body, rows: Object.fromEntries(body.rows.map((row) => [row.code, row])) };
@@ -160,14 +157,7 @@ test('bytes on disk: the account adds up, and turbo and the walk agree where the
   // One of three names, and one of 61.
   assert.deepEqual([met.rows.twice.bytes, met.rows.twice.count], [2 * 300_000 + 60 * 5000, 62]);
 
-  const folders = async (id, letter, path, into) => {
-    const { body } = await server.json(`/api/dirs?id=${id}&more=1&p=${encodeURIComponent(`${letter}:\\${path}`)}`);
-    into.set(path, body);
-    for (const { n } of body.dirs) await folders(id, letter, path + (path && '\\') + n, into);
-    return into;
-  };
-  const inTurbo = await folders(turbo, 't', '', new Map());
-  const inWalk = await folders(walk, 'w', '', new Map());
+  const [inTurbo, inWalk] = [await foldersOf(server, turbo, 't'), await foldersOf(server, walk, 'w')];
   let compared = 0;
   for (const [path, { a, x, xs }] of inWalk) {
     assert.equal(xs, 1);

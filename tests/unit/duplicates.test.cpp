@@ -157,45 +157,9 @@ TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
         std::set<std::wstring>{L"C:\\many0|C:\\many1|C:\\many2|C:\\many3|C:\\many4|C:\\many5"});
 }
 
-TEST_CASE("what a search says of its progress, step by step") {
+TEST_CASE("files whose contents cannot be hashed count as unreadable") {
   Fixture fixture;
-  for (const wchar_t name : {L'4', L'3', L'2', L'1'}) {
-    const std::wstring path = std::wstring(L"C:\\") + name;
-    fixture.add(path, content(200'000, 199'999, name > L'2' ? static_cast<char>(name) : 'a'));
-    // All but the last may be names of one file, by what is known of them.
-    if (name < L'4') fixture.contents.edit(path, [](auto& file) { file.state.lastWrite = 1; });
-  }
-  fixture.run.update([](RunCounters& counters) { counters.beginStage({}, kListedPercent, 0, 0); });
-  std::string steps;
-  const auto watch = [&](const std::wstring& path) {
-    const RunCounters now = fixture.run.counters();
-    steps.append(toUtf8(path)).append(" ").append(wordOf(now.phase));
-    for (const std::uint64_t number :
-         {now.percent(), now.filesDone, now.files, now.read, now.total}) {
-      steps += " " + std::to_string(number);
-    }
-    steps += "\n";
-  };
-  fixture.contents.onLook = fixture.contents.onIdentity = fixture.contents.onRead = watch;
-  CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\1|C:\\2"});
-  CHECK(steps == R"(C:\1 comparing 10 0 4 0 0
-C:\2 comparing 12 1 4 0 0
-C:\3 comparing 15 2 4 0 0
-C:\4 comparing 17 3 4 0 0
-C:\3 comparing 20 0 3 0 0
-C:\2 comparing 21 1 3 0 0
-C:\1 comparing 23 2 3 0 0
-C:\1 comparing 25 0 4 0 524288
-C:\1 comparing 26 0 4 65536 524288
-C:\2 comparing 28 1 4 131072 524288
-C:\2 comparing 30 1 4 196608 524288
-C:\3 comparing 32 2 4 262144 524288
-C:\3 comparing 34 2 4 327680 524288
-C:\4 comparing 36 3 4 393216 524288
-C:\4 comparing 38 3 4 458752 524288
-C:\1 hashing 40 0 2 524288 924288
-C:\2 hashing 70 1 2 724288 924288
-)");
+  for (const wchar_t* path : {L"C:\\1", L"C:\\2"}) fixture.add(path, content(200'000));
   fixture.contents.hashersFail = true;
-  CHECK(fixture.search().unreadable == 4);
+  CHECK(fixture.search().unreadable == 2);
 }

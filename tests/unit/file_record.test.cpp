@@ -89,7 +89,6 @@ TEST_CASE("what one record says") {
   const auto from24 = [](std::uint64_t size) { return size | 24ULL << 32U; };
   const auto from64 = [](std::uint64_t size) { return size | 64ULL << 32U; };
   const std::vector<Row> rows = {
-      {nothing, TestRecord(), {}},
       // Times, and attributes of files in the cloud, only from values that hold them.
       {"0 5" + nameless, TestRecord().resident(kStandardInformation, bytesOf(32, {{8, time, 8}}))},
       {nothing, TestRecord().resident(kStandardInformation, bytesOf(31, {{8, time, 8}}))},
@@ -118,7 +117,6 @@ TEST_CASE("what one record says") {
       {"0 0 | 0/0/0 | x@0/0, 1/1 : x",
        TestRecord().resident(kFileName, bytesOf(66, {{64, 1, 1}})),
        {{256 + 24 + 66, 'x', 2}}},
-      {nothing, TestRecord().name(L"", home)},
       {nothing, TestRecord().name(L"beyond", home), {{256 + 24 + 64, 200, 1}}},
       {nothing,
        TestRecord().nonResident(kFileName, 0, bytesOf(32, {{24, 1, 1}, {26, 'x', 2}}), from24(68))},
@@ -144,7 +142,6 @@ TEST_CASE("what one record says") {
                                                .stream(L"WofCompressedDatb", 9, runList({{1, 30}}))
                                                .stream(L"WofCompressedData2", 9, runList({{2, 40}}))
                                                .stream(L"WofCompressed", 9, runList({{4, 50}}))},
-      {"24" + nothing.substr(1), TestRecord().resident(kData, Bytes(24))},
       // Where the run list is damaged, the head is believed, but never more than the volume has.
       {"9 0 | 5/5/0 | @4294967295/0, 0/0 believed",
        TestRecord().nonResident(kData, 9, {0x99}),

@@ -41,21 +41,6 @@ TEST_CASE("measuring does not follow links") {
   CHECK(measurePath(folders, L"M:\\r").folderLinks == 1);
 }
 
-TEST_CASE("what files take on the disk, by type") {
-  test::MemoryDisk disk;
-  disk.cluster = 4096;
-  disk.add(L"M:\\r\\a.txt", 100).disk = 100; // in the file's own record
-  test::DiskNode& cloud = disk.add(L"M:\\r\\b.txt", 9000);
-  cloud.disk = 4096;
-  cloud.attributes = kAttributeRecallOnDataAccess;
-  const auto text = [&disk](const wchar_t* path) {
-    const TypeTotal one = measurePath(disk, path).types.at(L".txt");
-    return Numbers{one.bytes, one.files, one.disk, one.back, one.cloud};
-  };
-  CHECK(text(L"M:\\") == Numbers{9100, 2, 4096, 4096, 4904});
-  CHECK(text(L"M:\\r\\a.txt") == Numbers{100, 1, 0, 0, 0});
-}
-
 TEST_CASE("what went from a folder that is still there") {
   const auto loss = [](std::uint64_t bytes, std::uint64_t files, std::uint64_t folders,
                        std::uint64_t links) {

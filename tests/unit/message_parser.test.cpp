@@ -41,16 +41,3 @@ TEST_CASE("request heads, with odd and malformed parts") {
     CHECK(parseHead("GET / H\r\nContent-Length:" + text)->contentLength == length);
   }
 }
-
-TEST_CASE("response heads") {
-  const std::string failed = "Internal Server Error"; // also for statuses without a text
-  const std::pair<int, std::string> reasons[] = {{200, "OK"},           {400, "Bad Request"},
-                                                 {401, "Unauthorized"}, {404, "Not Found"},
-                                                 {500, failed},         {403, failed}};
-  for (const auto& [status, reason] : reasons) {
-    CHECK(responseHead(answer(status, "12345", "t/x")) ==
-          "HTTP/1.1 " + std::to_string(status) + " " + reason +
-              "\r\nContent-Type: t/x\r\nContent-Length: 5\r\nCache-Control: no-store\r\n"
-              "Connection: close\r\n\r\n");
-  }
-}

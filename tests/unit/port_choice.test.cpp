@@ -94,19 +94,4 @@ TEST_CASE("after a declined elevation the port is taken again, and no other one"
     CHECK(startAgain(7666, 101, deserted) == "7666x101 (20000) ok");
     CHECK(startAgain(7667, 1, deserted) == "7666x101 (20000) reason of 7666");
   }
-  CHECK(portLostText(7666, L"why") ==
-        L"Vorda was not restarted as administrator, and could not use port 7666 again.\n\nwhy\n\n"
-        L"Please start Vorda again.");
-}
-
-TEST_CASE("the message when no port could be opened") {
-  CHECK(startFailureText({8000, 0, false}, L"why") ==
-        L"Vorda could not start.\n\nPort 8000 is in use.\n\nwhy");
-  CHECK(startFailureText({8000, 0, true}, L"why") ==
-        L"Vorda could not start.\n\nPort 8000 is in use.\n\nAn agent does not move to another "
-        L"port: the firewall rule and the machine that scans both point at this one. Free the "
-        L"port, or set a different agent port.\n\nwhy");
-  for (const int port : {0, -1, 70000}) {
-    CHECK(startFailureText({port, 80, true}, L"why") == L"Vorda could not start.\n\nwhy");
-  }
 }

@@ -81,13 +81,6 @@ TEST_CASE("possible duplicates in the document and in the CSV") {
                        "\"C:\\a\\same.iso | C:\\b\\same.iso | C:\\c\\same.iso\"\r\n"));
 }
 
-TEST_CASE("the three kinds of CSV by their words") {
-  CHECK(csvKindOf("files") == CsvKind::files);
-  CHECK(csvKindOf("types") == CsvKind::types);
-  CHECK(csvKindOf("advice") == CsvKind::advice);
-  for (const char* other : {"", "Files", "file", "typess"}) CHECK_FALSE(csvKindOf(other));
-}
-
 TEST_CASE("the three kinds of CSV") {
   Job job;
   fill(job);

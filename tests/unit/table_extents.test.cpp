@@ -100,17 +100,6 @@ TEST_CASE("a further record of the table must belong to it") {
   Bytes unused = with(piece(good));
   put(unused, 64 * 512 + 16 * 1024 + 22, 0, 2);
   CHECK(found(unused) == kCorrupt);
-
-  // Records smaller than a cluster, in a table of several.
-  TestVolume wide;
-  wide.clusterBytes = 8192;
-  wide.tableRecords = 30;
-  wide.extents = {{3, 64}, {1, 80}};
-  wide.add(18, TestRecord(false, table).nonResident(kData, 0, runList({{1, 80}}), 3));
-  CHECK(found(wide.image(TestRecord()
-                             .resident(kAttributeList, attributeList({{3, 18}}))
-                             .nonResident(kData, 30 * 1024, runList({{3, 64}})))) ==
-        "30: 64+3 80+1");
 }
 
 TEST_CASE("an attribute list outside of its record") {

@@ -1,18 +1,15 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "scan/job.h"
-#include "scan/turbo/boot_sector.h"
-#include "scan/turbo/record_table.h"
-#include "scan/turbo/table_extents.h"
 #include "scan/turbo/turbo_scan.h"
 
 #include "support/app.h"
-#include "support/cases.h"
 #include "support/turbo_reading.h"
 
 #include <doctest/doctest.h>
 
 #include <chrono>
+#include <map>
 #include <random>
 #include <set>
 #include <thread>
@@ -147,7 +144,6 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
   options.namePatterns = {};
   ScanResult listing;
   REQUIRE(turboScan(opens(volume.image()), progress, options, listing));
-  CHECK(listing.files.size() == 6);
   CHECK(listing.disk.back().fixed);       // the orphans
   CHECK(listing.links.files.size() == 1); // the names that are left out come before its own
   options.root.clear();
@@ -168,38 +164,14 @@ TEST_CASE("a fragmented table is read completely or not at all") {
   CHECK(listed(reading(opens(volume.image()))) == all);
 
   // The attribute list is unsorted; a record in the first extent describes the second.
-  Bytes list = attributeList({{41, 19}, {0, 0}, {37, 16}});
-  const auto zero = [&head](const Bytes& value) {
-    return TestRecord().resident(kAttributeList, value).nonResident(kData, 24 * 1024, head);
-  };
+  const auto zero = TestRecord()
+                        .resident(kAttributeList, attributeList({{41, 19}, {0, 0}, {37, 16}}))
+                        .nonResident(kData, 24 * 1024, runList({{37, 64}}));
   const std::uint64_t table = reference(0, 1);
   volume.add(16, TestRecord(false, table).nonResident(kData, 0, runList({{4, 500}}), 37));
   volume.add(19,
              TestRecord(false, table).nonResident(kData, 0, runList({{1, 300}, {6, -100}}), 41));
-  CHECK(listed(reading(opens(volume.image(zero(list))))) == all);
-
-  TestRecord far;
-  far.nonResident(kAttributeList, list.size(), runList({{1, 900}}))
-      .nonResident(kData, 24 * 1024, head);
-  Bytes image = volume.image(far);
-  image.resize(900 * 512);
-  image.insert(image.end(), list.begin(), list.end());
-  CHECK(listed(reading(opens(image))) == all);
-
-  // Of a table without one whole record, no list can name a record.
-  const TestRecord tiny =
-      TestRecord().resident(kAttributeList, list).nonResident(kData, 1023, head);
-  CHECK(wordOf(volume.image(tiny)) == kMftRecordCount);
-
-  list.pop_back();
-  const std::vector<Bytes> wrong = {
-      attributeList({{37, 16}}),                         // a piece is missing
-      attributeList({{37, reference(16, 1)}, {41, 19}}), // an outdated reference
-      list,                                              // truncated
-      Bytes(32),
-      {},
-  };
-  for (const Bytes& value : wrong) CHECK(wordOf(volume.image(zero(value))) == kMftCorrupt);
+  CHECK(listed(reading(opens(volume.image(zero)))) == all);
 }
 
 TEST_CASE("records smaller than a sector, and a table that ends inside one") {
@@ -223,9 +195,6 @@ TEST_CASE("records smaller than a sector, and a table that ends inside one") {
     put(image, 80 * 4096 + (record - 24) * 1024 + 1022, 0, 2);
   }
   CHECK(listed(reading(opens(image))) == Lines{L"last 29"});
-  // An extension record must refer to the table's base record.
-  volume.add(18, TestRecord(false, reference(5, 1)).nonResident(kData, 0, runList({{2, 80}}), 6));
-  CHECK(wordOf(volume.image(zero)) == kMftCorrupt);
 }
 
 TEST_CASE("single bad records are skipped, many fail the scan") {
@@ -291,7 +260,6 @@ TEST_CASE("every failure has its word, and the walk follows") {
       {kMftUnreadable, failing(table, table + 1)}, // record 0
       {kMftUnreadable, failing(table, table + 2)}, // record 0 in its chunk
       {kMftCorrupt, changed(table, 'B', 1)},
-      {kMftCorrupt, changed(table + 510, 0, 2)},
       {kMftCorrupt, changed(table + 6, 2, 2)},             // update sequence too short
       {kMftCorrupt, changed(table + 6, 600, 2)},           // update sequence outside the record
       {kMftCorrupt, changed(table + 5 * 1024 + 22, 0, 2)}, // no root folder
@@ -301,7 +269,6 @@ TEST_CASE("every failure has its word, and the walk follows") {
       {kMftNoData, with(TestRecord().nonResident(kData, 0, run))},
       {kMftNoData, with(TestRecord().nonResident(kData, 1024))},
       {kMftNoData, with(TestRecord().resident(kData, Bytes(99)))},
-      {kMftRecordCount, with(TestRecord().nonResident(kData, 1023, run))},
       {kMftRecordCount,
        [] {
          TestVolume huge;
@@ -366,10 +333,6 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   CHECK_FALSE(part.result.volume.counted);
   CHECK(part.result.partial == Partial::cancelled);
   CHECK(progress.texts().partial == Partial::cancelled);
-  const Reading nothing = reading(opens(volume.image()), progress);
-  REQUIRE(nothing.ok);
-  CHECK(listed(nothing).empty());
-  CHECK(nothing.result.folderCount == 1);
   progress.cancelRequested = false;
   // While it reads, all chunks but the one in work are done.
   std::uint64_t chunk = 0;
@@ -407,23 +370,20 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   CHECK(whole.result.links.files[1].count == 40);
   CHECK(progress.files == whole.result.fileCount);
   CHECK(whole.result.seconds < 60);
-  const auto broken = opens(volume.image(), [](MemoryVolume& memory) {
-    memory.onRead = [](std::uint64_t offset) { return offset < 64 * 512 + 4 * 8'388'608; };
-  });
-  CHECK(reading(broken, progress).failure == kMftUnreadable);
-  CHECK(progress.files == 0);
-  CHECK(progress.texts().partial == Partial::none);
 }
 
-TEST_CASE("randomly damaged tables give a result or a failure word") {
+TEST_CASE("randomly damaged tables give consistent figures or a failure word") {
   TestVolume volume;
   for (std::uint32_t i = 20; i < 60; ++i) {
     const std::uint64_t parent = i < 25 ? kRoot : reference(20 + i % 5, 1);
-    volume.add(i, TestRecord(i < 25).file(L"name " + std::to_wstring(i), parent, i));
+    TestRecord& record = volume.add(i, TestRecord(i < 25).name(L"n" + std::to_wstring(i), parent));
+    if (i >= 25 && i % 3 == 0) record.name(L"m", reference(20 + i % 4, 1)).names(2);
+    record.nonResident(kData, i, runList({{i, 500 + 70 * i}}));
+    if (i % 4 == 0) record.stream(L"s", 5, runList({{1, 400 + i}}));
   }
   const Bytes good = volume.image();
   std::mt19937 random(4711);
-  std::set<std::string, std::less<>> seen;
+  std::map<std::string, int, std::less<>> seen;
   for (int i = 0; i < 1000; ++i) {
     Bytes bad = good;
     // Half of the runs damage only headers and first attributes.
@@ -432,10 +392,20 @@ TEST_CASE("randomly damaged tables give a result or a failure word") {
       bad[record + random() % (i % 2 == 0 ? 1024 : 400)] = static_cast<std::uint8_t>(random());
     }
     const Reading read = reading(opens(bad));
+    ++seen[read.failure];
     CHECK(read.ok == read.failure.empty());
-    if (read.ok) CHECK(read.result.folders[0].totalFiles == read.result.fileCount);
-    seen.insert(read.failure);
+    if (!read.ok) continue;
+    CHECK(read.result.folders[0].totalFiles == read.result.fileCount);
+    std::uint64_t disk = 0;
+    std::uint64_t back = 0;
+    for (const FolderDisk& folder : read.result.disk) {
+      disk += folder.ownDisk + folder.ownTables;
+      back += folder.ownBack + folder.jointBack + (folder.fixed ? 0 : folder.ownTables);
+      CHECK(folder.totalBack <= folder.totalDisk);
+    }
+    CHECK(disk == read.result.disk[0].totalDisk);
+    CHECK(back == read.result.disk[0].totalBack);
   }
-  CHECK(seen.contains(""));
+  CHECK(seen[""] > 200);
   CHECK(seen.contains(kMftCorrupt));
 }

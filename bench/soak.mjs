@@ -1,11 +1,11 @@
-// node tests/tools/soak.mjs [MINUTES [tool]]: all attacks at once against an agent, or against the interactive
+// node bench/soak.mjs [MINUTES [tool]]: all attacks at once against an agent, or against the interactive
 // tool, with a good client at work. Prints how long that client waited and what memory came back, and fails
 // where a bound is broken. Not part of the tests: it takes half an hour unless told otherwise.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { setTimeout as pause } from 'node:timers/promises';
-import { ATTACKS, startAttacks } from '../system/support/attacks.mjs';
-import { serve } from '../system/support/server.mjs';
+import { ATTACKS, startAttacks } from '../tests/system/support/attacks.mjs';
+import { serve } from '../tests/system/support/server.mjs';
 
 const KEY = 'open sesame';
 const LONGEST = 2000; // ms, of 99 in 100 answers

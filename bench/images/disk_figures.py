@@ -1,6 +1,6 @@
 """Compares bytes on disk as turbo counts them with independent counts, on volumes made for the purpose.
 
-    tests/tools/disk_figures.py PROGRAM FOLDER [DELETIONS]
+    bench/images/disk_figures.py PROGRAM FOLDER [DELETIONS]
 
 PROGRAM prints the figures of an image (the target figures_of_image); FOLDER is for the images. For each cluster size: the
 account's used space against ntfsinfo, the bytes of each folder against a count over the records of the table

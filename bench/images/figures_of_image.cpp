@@ -1,5 +1,5 @@
 // figures_of_image IMAGE: what turbo says of bytes on disk on the volume in a file, as lines that
-// tests/tools/disk_figures.py reads.
+// bench/images/disk_figures.py reads.
 //
 //   account used BYTES unexplained BYTES cluster BYTES exact 0|1 links COUNT
 //   row CODE BYTES
