@@ -19,7 +19,7 @@ namespace {
 using namespace vorda;
 using namespace vorda::bench;
 
-constexpr std::size_t kChunk = 8'388'608;
+constexpr std::size_t kChunk = 2'097'152; // as turbo reads
 
 struct Table {
   MftLayout layout;

@@ -54,7 +54,8 @@ export_wine_environment() {
   export WINEARCH=win64
   # Wine translates names and arguments by the locale; in any other one, letters would be lost.
   export LC_ALL=C.UTF-8
-  export WINEDEBUG=${WINEDEBUG:--all}
+  # Of Wine's own messages only those about why it ended a program, which would otherwise end without a word.
+  export WINEDEBUG=${WINEDEBUG:--all,err+seh,err+virtual}
   # A crash must not wait for a debugger's window; nothing is to be put into menus or fetched.
   export WINEDLLOVERRIDES='winedbg.exe=;winemenubuilder.exe=;mscoree=;mshtml='
   # The recycle bin ends in this folder instead of the developer's own trash.

@@ -20,6 +20,10 @@ const enter = (script) => spawnSync('unshare', ['--mount', '--pid', '--fork', '-
     chroot "$0" bash --noprofile --norc -eo pipefail -c 'cd ${inside}; . /root/step.sh'`, debian],
 { stdio: 'inherit', input: fs.writeFileSync(path.join(debian, 'root/step.sh'), script) });
 
+// A container's runtime supplies this.
+const hosts = path.join(debian, 'etc/hosts');
+if (!fs.existsSync(hosts)) fs.writeFileSync(hosts, '127.0.0.1 localhost\n');
+
 for (const [i, { name, uses, run }] of steps.entries()) {
   if (i + 1 < Number(from)) continue;
   if (uses?.startsWith('actions/checkout@')) {

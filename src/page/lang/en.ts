@@ -268,7 +268,7 @@ export const en = {
   exLooseSome: 'Smaller files directly in this folder',
   exFailed: 'Could not be loaded: {why}',
   exMore: { one: '{n} more file', other: '{n} more files' },
-  exGone: 'Counted by the scan, no longer listed here',
+  exGone: 'Not listed: the file system’s own data, or gone since the scan',
   exTooMany: 'There are too many folders to expand all of them. The first 3,000 are open.',
 
   // ---- details ----

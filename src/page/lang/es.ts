@@ -263,7 +263,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   exLooseSome: 'Archivos más pequeños directamente en esta carpeta',
   exFailed: 'No se ha podido cargar: {why}',
   exMore: { one: '{n} archivo más', many: '{n} de archivos más', other: '{n} archivos más' },
-  exGone: 'Contado por el análisis, ya no aparece aquí',
+  exGone: 'No aparece: datos propios del sistema de archivos, o desaparecido desde el análisis',
   exTooMany: 'Hay demasiadas carpetas para expandirlas todas. Se abrieron las primeras 3000.',
 
   details: 'Detalles',

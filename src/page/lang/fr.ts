@@ -262,7 +262,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   exLooseSome: 'Fichiers plus petits directement dans ce dossier',
   exFailed: 'Chargement impossible : {why}',
   exMore: { one: 'encore {n} fichier', many: 'encore {n} de fichiers', other: 'encore {n} fichiers' },
-  exGone: 'Compté par l’analyse, n’est plus listé ici',
+  exGone: 'Non listé : données propres au système de fichiers, ou disparu depuis l’analyse',
   exTooMany: 'Il y a trop de dossiers pour tous les développer. Les 3 000 premiers sont ouverts.',
 
   details: 'Détails',

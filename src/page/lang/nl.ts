@@ -262,7 +262,7 @@ export const nl = dictionary<'one' | 'other'>()({
   exLooseSome: 'Kleinere bestanden rechtstreeks in deze map',
   exFailed: 'Kon niet worden geladen: {why}',
   exMore: { one: 'nog {n} bestand', other: 'nog {n} bestanden' },
-  exGone: 'Door de scan geteld, staat hier niet meer',
+  exGone: 'Niet in de lijst: eigen gegevens van het bestandssysteem, of verdwenen sinds de scan',
   exTooMany: 'Er zijn te veel mappen om ze allemaal uit te vouwen. De eerste 3.000 zijn open.',
 
   details: 'Details',

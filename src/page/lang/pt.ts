@@ -263,7 +263,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   exLooseSome: 'Ficheiros mais pequenos diretamente nesta pasta',
   exFailed: 'Não foi possível carregar: {why}',
   exMore: { one: 'mais {n} ficheiro', many: 'mais {n} de ficheiros', other: 'mais {n} ficheiros' },
-  exGone: 'Contado pela análise, já não aparece aqui',
+  exGone: 'Não aparece: dados próprios do sistema de ficheiros, ou desaparecido desde a análise',
   exTooMany: 'Há demasiadas pastas para as expandir todas. Estão abertas as primeiras 3000.',
 
   details: 'Detalhes',

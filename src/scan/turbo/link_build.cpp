@@ -17,12 +17,9 @@ void LinkBuilder::addName(std::uint32_t folder, const PooledName& name) {
       {folder, foldedHash(text_), result_.links.addText(text_), typeOf(text_)});
 }
 
-std::uint32_t LinkBuilder::linkOf(std::uint32_t record, std::uint32_t folder, const FileDisk& disk,
-                                  bool unseen) {
+std::uint32_t LinkBuilder::addFile(std::uint32_t record, std::uint32_t folder, const FileDisk& disk,
+                                   bool unseen) {
   const std::vector<SideName>& names = table_.sideNames;
-  while (next_ < names.size() && names[next_].record < record) ++next_;
-  const bool sideNames = next_ < names.size() && names[next_].record == record;
-  if (!sideNames && !unseen) return kNoLink;
   const RecordEntry& entry = table_[record];
   LinkTable& links = result_.links;
   LinkedFile file;

@@ -29,9 +29,16 @@ public:
   // Records must be passed in ascending order and only once. folder: of the name that the record's entry
   // has. unseen: the file has names that were not found.
   std::uint32_t linkOf(std::uint32_t record, std::uint32_t folder, const FileDisk& disk,
-                       bool unseen);
+                       bool unseen) {
+    const std::vector<SideName>& names = table_.sideNames;
+    while (next_ < names.size() && names[next_].record < record) ++next_;
+    const bool several = next_ < names.size() && names[next_].record == record;
+    return several || unseen ? addFile(record, folder, disk, unseen) : kNoLink;
+  }
 
 private:
+  std::uint32_t addFile(std::uint32_t record, std::uint32_t folder, const FileDisk& disk,
+                        bool unseen);
   void addName(std::uint32_t folder, const PooledName& name);
   std::uint32_t typeOf(const std::wstring& name);
 

@@ -113,13 +113,6 @@ bool RecordTable::allocate(std::uint32_t count) {
   return entries_ != nullptr;
 }
 
-RecordEntry* RecordTable::folderAt(std::uint32_t record, std::uint16_t sequence) {
-  if (record >= count_) return nullptr;
-  RecordEntry& folder = (*this)[record];
-  const bool same = sequence == 0 || sequence == folder.sequence;
-  return folder.directory() && same ? &folder : nullptr;
-}
-
 namespace {
 
 void applyExtension(RecordTable& table, const RecordExtension& extension) {

@@ -155,7 +155,12 @@ public:
   RecordEntry& operator[](std::uint32_t record) { return entries_.get()[record]; }
 
   // The folder with this record number; null if it is missing or has been replaced.
-  RecordEntry* folderAt(std::uint32_t record, std::uint16_t sequence);
+  RecordEntry* folderAt(std::uint32_t record, std::uint16_t sequence) {
+    if (record >= count_) return nullptr;
+    RecordEntry& folder = (*this)[record];
+    const bool same = sequence == 0 || sequence == folder.sequence;
+    return folder.directory() && same ? &folder : nullptr;
+  }
 
   NamePool names;
   // Sorted by record after applyExtensions; at most one SideFacts for each.

@@ -18,8 +18,14 @@ public:
   LeftOutFolders(const ScanOptions& options, const ScanResult& result)
       : paths_(options.leftOut), result_(result) {}
 
-  bool contains(std::uint32_t folder) {
-    if (paths_.empty()) return false;
+  bool contains(std::uint32_t folder) { return !paths_.empty() && isBelowOne(folder); }
+
+private:
+  static constexpr char kUnknown = 0;
+  static constexpr char kIn = 1;
+  static constexpr char kOut = 2;
+
+  bool isBelowOne(std::uint32_t folder) {
     known_.resize(result_.folders.size(), kUnknown);
     climb_.clear();
     while (folder != kNoFolder && known_[folder] == kUnknown) {
@@ -33,11 +39,6 @@ public:
     }
     return out;
   }
-
-private:
-  static constexpr char kUnknown = 0;
-  static constexpr char kIn = 1;
-  static constexpr char kOut = 2;
 
   bool isNamed(std::uint32_t folder) const {
     return std::any_of(paths_.begin(), paths_.end(), [this, folder](const std::wstring& path) {
@@ -97,6 +98,7 @@ private:
   void keep(std::uint32_t index, std::uint32_t record, const std::wstring& name,
             const FileDisk& disk);
   void prefetchParent(std::uint32_t record);
+  void prefetchFolderOf(std::uint32_t record);
   std::uint32_t folderOfFile(std::uint32_t record);
   std::uint32_t orphans();
 
@@ -193,6 +195,16 @@ void Builder::prefetchParent(std::uint32_t record) {
   if (record >= table_.size()) return;
   const std::uint32_t parent = table_[record].parent;
   if (parent < table_.size()) __builtin_prefetch(&table_[parent]);
+}
+
+// Once the parent is there, its sums can be fetched too.
+void Builder::prefetchFolderOf(std::uint32_t record) {
+  if (record >= table_.size()) return;
+  const std::uint32_t parent = table_[record].parent;
+  if (parent >= table_.size() || !table_[parent].directory()) return;
+  const std::uint64_t index = table_[parent].folderIndex;
+  __builtin_prefetch(&result_.folders[index].ownBytes, 1);
+  if (!result_.disk.empty()) __builtin_prefetch(&result_.disk[index], 1);
 }
 
 std::uint32_t Builder::folderOfFile(std::uint32_t record) {
@@ -303,7 +315,8 @@ void Builder::addFiles() {
   std::wstring name;
   for (std::uint32_t record = 0; record < table_.size(); ++record) {
     const RecordEntry& file = table_[record];
-    prefetchParent(record + kAhead);
+    prefetchParent(record + 2 * kAhead);
+    prefetchFolderOf(record + kAhead);
     if (!file.seen() || file.directory()) continue;
     const std::uint32_t index = folderOfFile(record);
     if (leftOut_.contains(index)) continue;

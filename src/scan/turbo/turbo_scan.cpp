@@ -16,14 +16,13 @@ namespace vorda {
 
 namespace {
 
-constexpr std::uint64_t kChunkBytes = 8'388'608;
+// Small enough that much of a chunk is still in a cache when it is parsed.
+constexpr std::uint64_t kChunkBytes = 2'097'152;
 constexpr std::uint64_t kMostRecords = 200'000'000;
-// One reads while the other parses; more would only wait for the disk.
-constexpr std::size_t kWorkers = 2;
 // One bad record in this many is skipped, and always a single one; more fail the scan.
 constexpr std::uint64_t kRecordsPerBadOne = 1000;
 
-// A chunk exceeds the inner CPU caches, so records are prefetched this far ahead: their first
+// A chunk exceeds the innermost CPU caches, so records are prefetched this far ahead: their first
 // cache lines and the last one, which fixups change.
 constexpr std::uint32_t kAhead = 2;
 
@@ -34,12 +33,13 @@ void prefetch(const std::uint8_t* record, std::size_t size) {
   __builtin_prefetch(record + size - 1, 1);
 }
 
-// Reads and parses all records. Workers take turns reading a chunk and parse in parallel.
+// Reads and parses all records. Each worker reads a chunk after the other, by a handle of its own.
 class RecordReader {
 public:
-  RecordReader(Volume& volume, const MftLayout& layout, const MftExtents& extents,
-               RecordTable& table, ScanProgress& progress)
-      : volume_(volume), layout_(layout), extents_(extents), table_(table), progress_(progress),
+  // volumes: the same one, opened once for each worker; fewer mean fewer workers.
+  RecordReader(const std::vector<Volume*>& volumes, const MftLayout& layout,
+               const MftExtents& extents, RecordTable& table, ScanProgress& progress)
+      : volumes_(volumes), layout_(layout), extents_(extents), table_(table), progress_(progress),
         chunkRecords_(static_cast<std::uint32_t>(std::clamp<std::uint64_t>(
             kChunkBytes / layout.recordBytes, 1, std::max(table.size(), 1U)))) {}
 
@@ -53,8 +53,10 @@ public:
 
 private:
   struct Worker {
-    Worker(std::uint8_t* chunk, NamePool& namePool) : buffer(chunk), pool(namePool) {}
-    std::uint8_t* buffer;
+    Worker(Volume& own, PageBuffer chunk, NamePool& namePool)
+        : volume(own), buffer(std::move(chunk)), pool(namePool) {}
+    Volume& volume;
+    PageBuffer buffer;
     NamePool::Writer pool;
     std::vector<RecordExtension> extensions;
     std::vector<SideName> names;
@@ -70,7 +72,8 @@ private:
   };
 
   void work(Worker& worker);
-  bool readNext(Worker& worker, Chunk& chunk);
+  bool claimNext(Chunk& chunk);
+  bool read(Worker& worker, const Chunk& chunk);
   bool parse(Worker& worker, const Chunk& chunk);
   bool takeRecord(Worker& worker, std::uint8_t* bytes, std::uint32_t record);
   static bool takeNames(Worker& worker, ByteView bytes, ByteView first, const PooledName& pooled,
@@ -83,7 +86,7 @@ private:
   void publish(std::uint32_t count);
   bool fail(std::string_view word);
 
-  Volume& volume_;
+  const std::vector<Volume*>& volumes_;
   const MftLayout& layout_;
   const MftExtents& extents_;
   RecordTable& table_;
@@ -91,7 +94,7 @@ private:
   const std::uint32_t chunkRecords_;
   std::vector<StreamPiece> bitmap_;
 
-  std::mutex reading_; // guards the volume, next_, failure_ and cutShort_
+  std::mutex claiming_; // guards next_, failure_ and cutShort_
   std::uint32_t next_ = 0;
   std::string_view failure_;
   bool cutShort_ = false;
@@ -99,24 +102,25 @@ private:
 };
 
 std::string_view RecordReader::run() {
-  // Whole pages, so that the last sector of a chunk fits and the next buffer is aligned.
+  // Whole pages, so that the last sector of a chunk fits.
   constexpr std::size_t kPage = 4096;
   const std::size_t chunkBytes =
       (std::size_t{chunkRecords_} * layout_.recordBytes + kPage - 1) / kPage * kPage;
-  const PageBuffer buffer = volume_.buffer(kWorkers * chunkBytes);
-  if (!buffer) return kMftMemory;
   std::vector<Worker> workers;
-  for (std::size_t i = 0; i < kWorkers; ++i) {
-    workers.emplace_back(buffer.get() + i * chunkBytes, table_.names);
+  for (Volume* volume : volumes_) {
+    PageBuffer buffer = volume->buffer(chunkBytes);
+    if (buffer) workers.emplace_back(*volume, std::move(buffer), table_.names);
   }
+  if (workers.empty()) return kMftMemory;
   std::vector<std::thread> others;
-  others.reserve(kWorkers - 1); // so that nothing but a thread's start can fail while others run
+  // So that nothing but a thread's start can fail while others run.
+  others.reserve(workers.size());
   try {
-    for (std::size_t i = 1; i < kWorkers; ++i) {
+    for (std::size_t i = 1; i < workers.size(); ++i) {
       others.emplace_back([this, &worker = workers[i]]() noexcept { work(worker); });
     }
   } catch (const std::exception&) {
-    // Slower, but works with one thread.
+    // Slower, but works with fewer threads.
   }
   work(workers[0]);
   for (std::thread& thread : others) thread.join();
@@ -156,7 +160,7 @@ void RecordReader::merge(std::vector<Worker>& workers) {
 }
 
 bool RecordReader::fail(std::string_view word) {
-  const std::lock_guard lock(reading_);
+  const std::lock_guard lock(claiming_);
   if (failure_.empty()) failure_ = word;
   return false;
 }
@@ -164,15 +168,15 @@ bool RecordReader::fail(std::string_view word) {
 void RecordReader::work(Worker& worker) {
   try {
     Chunk chunk;
-    while (readNext(worker, chunk) && parse(worker, chunk)) publish(chunk.count);
+    while (claimNext(chunk) && read(worker, chunk) && parse(worker, chunk)) publish(chunk.count);
   } catch (const std::exception&) {
     fail(kMftMemory);
   }
 }
 
-// Reads the next chunk; false at the end of the table or after a failure.
-bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
-  const std::lock_guard lock(reading_);
+// The next chunk to read; false at the end of the table, after a failure and once cancelled.
+bool RecordReader::claimNext(Chunk& chunk) {
+  const std::lock_guard lock(claiming_);
   if (!failure_.empty() || next_ == table_.size()) return false;
   if (progress_.cancelRequested.load()) {
     cutShort_ = true;
@@ -181,20 +185,23 @@ bool RecordReader::readNext(Worker& worker, Chunk& chunk) {
   chunk.first = next_;
   chunk.count = std::min(chunkRecords_, table_.size() - next_);
   next_ += chunk.count;
+  return true;
+}
+
+bool RecordReader::read(Worker& worker, const Chunk& chunk) {
   const std::uint64_t bytes = std::uint64_t{chunk.count} * layout_.recordBytes;
   const std::uint64_t sector = layout_.sectorBytes;
   const auto whole = static_cast<std::size_t>((bytes + sector - 1) / sector * sector);
-  if (readStream(volume_, layout_, extents_.extents,
-                 std::uint64_t{chunk.first} * layout_.recordBytes, worker.buffer, whole)) {
+  if (readStream(worker.volume, layout_, extents_.extents,
+                 std::uint64_t{chunk.first} * layout_.recordBytes, worker.buffer.get(), whole)) {
     return true;
   }
-  failure_ = kMftUnreadable;
-  return false;
+  return fail(kMftUnreadable);
 }
 
 bool RecordReader::parse(Worker& worker, const Chunk& chunk) {
   for (std::uint32_t i = 0; i < chunk.count; ++i) {
-    std::uint8_t* bytes = worker.buffer + std::size_t{i} * layout_.recordBytes;
+    std::uint8_t* bytes = worker.buffer.get() + std::size_t{i} * layout_.recordBytes;
     if (i + kAhead < chunk.count) {
       prefetch(bytes + std::size_t{kAhead} * layout_.recordBytes, layout_.recordBytes);
     }
@@ -329,8 +336,13 @@ std::string_view readVolume(const OpenVolume& open, ScanProgress& progress,
   progress.setStatus(ScanStatus::mftRead);
   RecordTable table;
   if (!table.allocate(static_cast<std::uint32_t>(records))) return kMftMemory;
-  RecordReader reader(*opened.volume, layout, extents, table, progress);
+  // Two handles, as two reads by one would wait for each other. Without the second it is slower.
+  OpenedVolume again = open(options.root[0]);
+  std::vector<Volume*> volumes = {opened.volume.get()};
+  if (again.volume) volumes.push_back(again.volume.get());
+  RecordReader reader(volumes, layout, extents, table, progress);
   if (const auto word = reader.run(); !word.empty()) return word;
+  again.volume.reset();
   table.clusterBytes = layout.clusterBytes;
   if (options.sink == nullptr && !reader.cutShort()) {
     result.volume.counted = true;
