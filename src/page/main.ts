@@ -2,7 +2,7 @@
 import { openingOf } from './core/address';
 import { stepOf } from './core/steps';
 import type { Hello, Targets } from './core/answers';
-import { t } from './core/i18n';
+import { prepareFormats, t } from './core/i18n';
 import { onOwnDrive } from './core/paths';
 import { KIND } from './core/words';
 import { api, onKeyNeeded, rememberedKey, useKey } from './data/api';
@@ -70,7 +70,9 @@ async function start(): Promise<void> {
     changed('targets');
     checkElevation();
   });
-  await Promise.all([asked, poll()]);
+  const polled = poll();
+  prepareFormats(); // takes a while the first time, and the answers are on their way
+  await Promise.all([asked, polled]);
   // After a new key was asked for, the section stays.
   if (!state.started) {
     keepViews();

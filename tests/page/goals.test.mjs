@@ -241,6 +241,22 @@ describe('fits', side, () => Object.entries(SIZES).forEach(([name, { enlarged, .
   });
 }));
 
+test('nothing that is shown already moves while a section loads', needs('drives'), async (t) => {
+  for (const section of ['overview', 'explorer', 'advice', 'types', 'map', 'picker']) {
+    const tab = await openTab(t, { viewport: { width: 1440, height: 900 }, measure: null });
+    await tab.addInitScript(() => {
+      window.moved = [];
+      const note = ({ value, sources }) => window.moved.push([value, ...sources.map(({ node, previousRect: a, currentRect: b }) => `${node?.className} ${node?.textContent?.slice(0, 40)}: ${[a.x, a.y, a.width, a.height]} to ${[b.x, b.y, b.width, b.height]}`)]);
+      new PerformanceObserver((list) => list.getEntries().forEach(note)).observe({ type: 'layout-shift', buffered: true });
+    });
+    await tab.goto(`${server.base}/#${section}`);
+    await tab.locator('main h1').waitFor();
+    await tab.waitForLoadState('networkidle');
+    await settled(tab);
+    assert.deepEqual(await tab.evaluate(() => window.moved), [], section);
+  }
+});
+
 test('every text is translated, and longer ones fit', needs('drives', 'esbuild'), async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);

@@ -127,6 +127,7 @@ export interface ResultDoc {
   exts: TypeItem[];
   files: FileItem[];
   advice: Finding[];
+  account?: AccountAnswer | null; // asked for beside the document; null if there is none
 }
 
 // Checks that an answer really is a result before anything relies on its parts.

@@ -93,3 +93,9 @@ export const seconds = (value: number): string => units.formatSeconds(value, loc
 export const date = (milliseconds: number): string => units.formatDate(milliseconds, locale());
 export const time = (milliseconds: number): string => units.formatTime(milliseconds, locale());
 export const percent = (share: number): string => units.formatPercent(share, locale());
+
+// Makes the browser load what it formats numbers with.
+export function prepareFormats(): void {
+  size(1.5e9);
+  count(1);
+}

@@ -1,5 +1,5 @@
 // Scans: starting, following, showing and forgetting them.
-import { isResult, type Job, type ResultDoc } from '../core/answers';
+import { isResult, type AccountAnswer, type Job, type ResultDoc } from '../core/answers';
 import { Failure, messageOf, wordOf } from '../core/failure';
 import { failure, size, t } from '../core/i18n';
 import { hasFailed, isDone, isRemote, isRunning, isScanning, isStopping, nameOf } from '../core/job';
@@ -70,10 +70,20 @@ listen((changes) => {
   if (changes.has('offline') && state.offline && !state.ended) void poll();
 });
 
+async function askAccount(id: number): Promise<AccountAnswer | null> {
+  try {
+    const account = await api<AccountAnswer>(query('/api/account', { id }));
+    return Array.isArray(account.rows) && account.rows.length > 0 ? account : null;
+  } catch {
+    return null;
+  }
+}
+
+// With its account, so that the overview is whole at once and nothing in it moves later.
 async function askResult(id: number): Promise<ResultDoc> {
-  const answer = await api<unknown>(query('/api/result', { id, more: 1 }));
+  const [answer, account] = await Promise.all([api<unknown>(query('/api/result', { id, more: 1 })), askAccount(id)]);
   if (!isResult(answer)) throw new Failure(FAILURE.scanFailed, t('eScanFailed'));
-  return answer;
+  return { ...answer, account };
 }
 
 // Marks made in an earlier scan of the same target count as much as this one found.

@@ -3,7 +3,6 @@ import type { AccountAnswer, AccountRow, Job } from '../core/answers';
 import { known, percent, size, t, text } from '../core/i18n';
 import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
-import { api, query } from '../data/api';
 import { goTo } from '../data/state';
 import { el, icon, type Child } from '../ui/dom';
 import { openPath } from './places';
@@ -35,7 +34,7 @@ function line(row: AccountRow, whole: number): HTMLElement {
     el('span', { class: 'number muted' }, row.info || !row.bytes || whole <= 0 ? '' : percent(shareOf(row.bytes, whole))));
 }
 
-function panelOf(job: Job, { used, unexplained, source, rows }: AccountAnswer): HTMLElement {
+export function accountPanel(job: Job, { used, unexplained, source, rows }: AccountAnswer): HTMLElement {
   const counted = rows.filter((row) => !row.info && (row.bytes ?? 0) > 0);
   const rest = unexplained ?? 0;
   const whole = used ?? counted.reduce((sum, row) => sum + (row.bytes ?? 0), 0);
@@ -58,14 +57,3 @@ function panelOf(job: Job, { used, unexplained, source, rows }: AccountAnswer): 
     wrong ? el('p', { class: 'notice warning' }, icon('warning'), t('accCheck', { name: job.label || job.path })) : null,
     rest < 0 && !wrong ? el('p', { class: 'small muted' }, t('accNegative')) : null);
 }
-
-// Null where the program has no account for the scan.
-export async function accountPanel(job: Job): Promise<HTMLElement | null> {
-  try {
-    const answer = await api<AccountAnswer>(query('/api/account', { id: job.id }));
-    return Array.isArray(answer.rows) && answer.rows.length > 0 ? panelOf(job, answer) : null;
-  } catch {
-    return null;
-  }
-}
-

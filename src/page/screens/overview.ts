@@ -139,8 +139,6 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     fill(largest, bars(t('ovLargest'), folders, doc.meta.used, () => goTo('explorer'), 'folder'));
   };
   showFolders();
-  const account = el('div', { class: 'account-place' });
-  if (knowsDisk(job.id)) void accountPanel(job).then((made) => fill(account, made));
   // The result leaves out small folders, which may be all there are.
   void loadFolder(job.id, rootOf(job).root.path);
   const files = doc.files.slice(0, LISTED).map((file): Bar => ({ label: cutPath(file.p), bytes: file.s, open: () => openInExplorer(file.p) }));
@@ -165,7 +163,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
     content: [
       el('div', { class: 'stack' }, found, won > 0 ? el('p', {}, t('ovWin', { size: size(won) })) : null),
       capacity(doc, isRemote(job)),
-      account,
+      doc.account && knowsDisk(job.id) ? accountPanel(job, doc.account) : null,
       figures(job, doc),
       el('div', { class: 'columns' },
         largest,

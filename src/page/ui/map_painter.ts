@@ -10,7 +10,10 @@ const LABEL_HEIGHT = 16;
 const LABEL_SIZE = 12;
 const PADDING = 4;
 const CUSHION = 32; // pixels of the shaded square that is stretched over each tile
-const SMALLEST_CUSHION = 5;
+const SMALLEST_CUSHION = 40;
+const SMALLEST_SHADE = 5;
+// What is laid over a small tile: from which part of its height to which, and in what colour.
+const SHADES = [[0, 0.4, 'rgb(255 255 255 / 13%)'], [0.75, 1, 'rgb(0 0 0 / 9%)']] as const;
 
 export interface Look {
   tiles: readonly Tile<Entry>[];
@@ -125,10 +128,12 @@ export class MapPainter {
     for (const tile of tiles) if (!tile.inside) this.label(pen, look, tile);
   }
 
-  // One pass for each colour: changing the colour costs more than filling a small tile.
+  // One pass for each colour: changing the colour costs more than filling a small tile. And drawing a cushion
+  // costs ten times as much, so small tiles are shaded by strips.
   private fill(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
     const byColour: Tile<Entry>[][] = this.colours.tiles.map(() => []);
     const rests: Tile<Entry>[] = [];
+    const small: Area[] = [];
     const faded: Tile<Entry>[] = [];
     for (const tile of look.tiles) {
       if (tile.inside) continue;
@@ -144,9 +149,19 @@ export class MapPainter {
         const { x, y, w, h } = filled(tile, ratio);
         if (w <= 0 || h <= 0) continue;
         if (shaded && w >= SMALLEST_CUSHION && h >= SMALLEST_CUSHION) pen.drawImage(shaded, x, y, w, h);
-        else pen.fillRect(x, y, w, h);
+        else {
+          pen.fillRect(x, y, w, h);
+          if (shaded && w >= SMALLEST_SHADE && h >= SMALLEST_SHADE) small.push({ x, y, w, h });
+        }
       }
     });
+    for (const [from, to, colour] of SHADES) {
+      pen.fillStyle = colour;
+      for (const { x, y, w, h } of small) {
+        const top = Math.round(h * from);
+        pen.fillRect(x, y + top, w, Math.round(h * to) - top);
+      }
+    }
     this.hatch(pen, rests, ratio);
     pen.fillStyle = this.colours.line;
     pen.globalAlpha = 0.72;

@@ -15,7 +15,7 @@ interface Context {
 export const columns = ({ canMark, value, retry }: Context): Column<Entry>[] => [
   markColumn((row) => (canMark(row) ? 'open' : 'none')),
   {
-    id: 'name', title: 'colName', width: 'minmax(6rem, 3fr)', make: () => el('div', { class: 'name-cell' }, icon('folder'), el('bdi', { class: 'cell-name' }), retryButton()),
+    id: 'name', title: 'colName', width: 'minmax(3rem, 3fr)', make: () => el('div', { class: 'name-cell' }, icon('folder'), el('bdi', { class: 'cell-name' }), retryButton()),
     fill: (cell, row) => {
       const [kind, name, again] = cell.children as unknown as [SVGSVGElement, HTMLElement, HTMLElement];
       setIcon(kind, isItem(row) ? row.kind : isFailed(row) ? 'warning' : 'rest');

@@ -146,7 +146,7 @@ class MapSection implements ResultScreen {
   }
 
   private area(): HTMLElement {
-    const side = el('div', { class: 'map-side' }, this.legend.root, this.table.root);
+    const side = el('div', { class: 'map-side' }, this.table.root, this.legend.root);
     const area = el('div', { class: 'map-area' }, this.canvas.root);
     const handle = splitter(area, {
       label: t('mapSplitter'), least: LEAST_SHARE, most: MOST_SHARE, share: mapSettings().share,
