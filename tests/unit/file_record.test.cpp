@@ -61,12 +61,6 @@ Bytes bytesOf(std::size_t size, const std::vector<Patch>& patches) {
   return bytes;
 }
 
-bool added(NamePool::Writer& writer, const std::wstring& text, PooledName& name) {
-  Bytes bytes;
-  for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
-  return writer.add({bytes.data(), bytes.size()}, name);
-}
-
 std::wstring kept(const NamePool& pool, const PooledName& name) {
   std::wstring text;
   pool.read(name, text);

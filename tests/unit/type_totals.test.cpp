@@ -30,10 +30,8 @@ TEST_CASE("turbo's types are those of the walk, wherever the dots are") {
   TypeTotals expected;
   std::uint64_t bytes = 1;
   const auto add = [&](const std::wstring& text) {
-    Bytes units;
-    for (const wchar_t unit : text) put(units, units.size(), static_cast<std::uint64_t>(unit), 2);
     PooledName name;
-    REQUIRE(writer.add({units.data(), units.size()}, name));
+    REQUIRE(added(writer, text, name));
     tally.add(name, {bytes, 1});
     addToType(expected, text, bytes++);
   };

@@ -1,6 +1,7 @@
 // NTFS volumes in memory, built record by record.
 #pragma once
 
+#include "scan/turbo/record_table.h"
 #include "scan/turbo/tree_build.h"
 #include "scan/turbo/volume.h"
 
@@ -230,6 +231,13 @@ struct TestVolume {
     return bytes;
   }
 };
+
+// Adds a name to a pool; false if that is full.
+inline bool added(NamePool::Writer& writer, const std::wstring& text, PooledName& name) {
+  Bytes bytes;
+  for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
+  return writer.add({bytes.data(), bytes.size()}, name);
+}
 
 // Like the system, reads only whole sectors into aligned memory. Zeroes follow the image. Throws where
 // nothing is read, or something outside of the buffers.

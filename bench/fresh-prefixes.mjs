@@ -1,9 +1,9 @@
 // Makes Wine prefixes one after another, as the tests do, and starts two programs at once in each.
-// node tests/tools/fresh-prefixes.mjs COUNT [BUSY], with that many busy loops beside it. Prints how many
+// node bench/fresh-prefixes.mjs COUNT [BUSY], with that many busy loops beside it. Prints how many
 // prefixes failed and how many folders they left behind.
 import { spawn } from 'node:child_process';
 import fs from 'node:fs';
-import { ownWine, vorda } from '../system/support/vorda.mjs';
+import { ownWine, vorda } from '../tests/system/support/vorda.mjs';
 
 const [count, busy] = [Number(process.argv[2] ?? 30), Number(process.argv[3] ?? 0)];
 const loops = Array.from({ length: busy }, () => spawn(process.execPath, ['-e', 'for (;;);']));
