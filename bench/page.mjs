@@ -105,10 +105,8 @@ async function map(browser, base) {
   await tab.goto(`${base}/#map`);
   await tab.locator('.map .options [role=option]').first().waitFor({ state: 'attached' });
   await tab.waitForTimeout(500);
-  const { layout, draw, painted, filled, tiles } = await tab.evaluate(async () => {
+  const { layout, draw, filled, tiles } = await tab.evaluate(async () => {
     const root = document.querySelector('.map');
-    const canvas = root.querySelector('canvas');
-    const painted = [];
     const again = async (i) => {
       root.style.marginBlockEnd = `${i % 2}px`;
       await new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(resolve)));
@@ -126,19 +124,13 @@ async function map(browser, base) {
     await again(1);
     Object.assign(pens, own);
     performance.clearMeasures();
-    for (let i = 0; i < 60; ++i) {
-      await again(i);
-      const start = performance.now();
-      canvas.getContext('2d').getImageData(0, 0, 1, 1); // waits for what was drawn
-      painted.push(performance.now() - start);
-    }
+    for (let i = 0; i < 60; ++i) await again(i);
     const of = (name) => performance.getEntriesByName(name, 'measure').map((entry) => entry.duration);
-    return { layout: of('map-layout'), draw: of('map-draw'), painted, filled, tiles: root.querySelectorAll('[role=option]').length };
+    return { layout: of('map-layout'), draw: of('map-draw'), filled, tiles: root.querySelectorAll('[role=option]').length };
   });
   console.log(`map: ${filled} areas filled, ${tiles} options`);
   print('map: layout', layout.slice(5), '15 ms');
   print('map: draw', draw.slice(5), 'p95 16 ms');
-  print('map: until it is painted, after that', painted.slice(5), '-');
   print('map: hover', await tab.evaluate(async () => {
     const options = document.querySelector('.map .options');
     const box = options.getBoundingClientRect();

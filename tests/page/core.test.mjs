@@ -211,7 +211,9 @@ test('tiles of the map: chains, what is not known, and what has grown since', ne
   const layout = (top, depth = 5) => map_layout.layoutMap(top, { x: 0, y: 0, w: 400, h: 250 }, source, depth);
   const brief = (tiles) => tiles.map((tile) => `${tile.rest ? `rest of ${tile.count}` : 'item'} ${Math.round(tile.size)} ${tile.level}${tile.joined ? ' joined' : ''}`);
   assert.deepEqual(brief(layout(node(100, file(10)))), ['item 10 0', 'rest of 0 90 0'], 'what is not listed is not stretched');
-  assert.deepEqual(brief(layout(node(100, node(100, node(100, file(60), file(40)))))), ['item 100 0', 'item 100 0 joined', 'item 60 1', 'item 40 1']);
+  const chain = layout(node(100, node(100, node(100, file(60), file(40)))));
+  assert.deepEqual(brief(chain), ['item 100 0', 'item 100 0 joined', 'item 60 1', 'item 40 1']);
+  assert.deepEqual(chain.map((tile) => tile.only), [1, -1, -1, -1]);
   assert.deepEqual(brief(layout(node(100, node(100)))), ['item 100 0'], 'a folder whose contents are not known is one tile');
   assert.deepEqual(brief(layout(node(100, file(90), file(60)))), ['item 60 0', 'item 40 0'], 'more than the folder has');
   const many = Array.from({ length: 500 }, () => file(0.002));

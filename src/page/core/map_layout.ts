@@ -12,6 +12,7 @@ export interface Tile<T> extends Rect {
   count: number; // of a rest: how many of the children are in it
   inside: boolean; // has tiles inside
   joined: boolean; // an only child, which shares the heading of the tile around it
+  only: number; // index of the tile inside that shares its heading, or -1
 }
 
 export interface MapSource<T> {
@@ -35,17 +36,18 @@ interface Part<T> {
 // The children that are large enough for a tile, and the rest if there is one.
 function partsOf<T>(item: T, whole: number, area: number, { childrenOf, sizeOf }: MapSource<T>): Part<T>[] {
   const children = childrenOf(item);
-  const sum = children.reduce((total, child) => total + Math.max(0, sizeOf(child)), 0);
+  const sizes = children.map(sizeOf);
+  const sum = sizes.reduce((total, size) => total + Math.max(0, size), 0);
   // Children listed live may have grown since the scan; then they share what their folder had.
   const scale = sum > whole ? whole / sum : 1;
   const parts: Part<T>[] = [];
   let rest = whole;
-  for (const child of children) {
-    const size = sizeOf(child) * scale;
-    if ((size / whole) * area < SMALLEST_AREA) continue;
+  children.forEach((child, i) => {
+    const size = sizes[i]! * scale;
+    if ((size / whole) * area < SMALLEST_AREA) return;
     parts.push({ item: child, size, rest: false, count: 0 });
     rest -= size;
-  }
+  });
   if ((rest / whole) * area >= 0.5) parts.push({ item, size: rest, rest: true, count: children.length - parts.length });
   return parts;
 }
@@ -65,16 +67,20 @@ export function layoutMap<T>(top: T, area: Rect, source: MapSource<T>, deepest: 
     if (index >= 0 && (parts.every((part) => part.rest) || tiles.length + parts.length > MOST_TILES)) continue;
     const joined = index >= 0 && chain < LONGEST_CHAIN && isChain(parts, source);
     if (index >= 0) tiles[index]!.inside = true;
+    if (joined) tiles[index]!.only = tiles.length;
     const rects = squarify(parts.map((part) => part.size), space);
     parts.forEach((part, i) => {
       const rect = rects[i]!;
+      const { x, y, w, h } = rect;
+      const { item: own, size: bytes, rest, count } = part;
+      // Named one by one: spreading the two objects takes far longer.
       const tile: Tile<T> = {
-        ...rect, ...part, level: joined ? level : level + 1, branch: branch >= 0 ? branch : parts.length > 1 ? i : -1,
-        parent: index, inside: false, joined,
+        x, y, w, h, item: own, size: bytes, rest, count, level: joined ? level : level + 1, branch: branch >= 0 ? branch : parts.length > 1 ? i : -1,
+        parent: index, inside: false, joined, only: -1,
       };
       tiles.push(tile);
-      const divided = !part.rest && source.isFolder(part.item) && (tile.level + 1 < deepest) && rect.w >= SMALLEST_FOLDER && rect.h >= SMALLEST_FOLDER;
-      if (divided) waiting.push({ item: part.item, size: part.size, rect, level: tile.level, branch: tile.branch, index: tiles.length - 1, chain: joined ? chain + 1 : 0 });
+      const divided = !rest && source.isFolder(own) && (tile.level + 1 < deepest) && w >= SMALLEST_FOLDER && h >= SMALLEST_FOLDER;
+      if (divided) waiting.push({ item: own, size: bytes, rect, level: tile.level, branch: tile.branch, index: tiles.length - 1, chain: joined ? chain + 1 : 0 });
     });
   }
   return tiles;

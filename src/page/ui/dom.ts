@@ -47,7 +47,13 @@ export function fill(element: Element, ...children: Child[]): void {
 
 // Sets text only if it differs, to avoid needless announcements and layout.
 export function setText(element: Element, text: string): void {
-  if (element.textContent !== text) element.textContent = text;
+  const { firstChild } = element;
+  // Changing a text node costs less than replacing it.
+  if (firstChild instanceof Text && firstChild === element.lastChild) {
+    if (firstChild.data !== text) firstChild.data = text;
+  } else if (element.textContent !== text) {
+    element.textContent = text;
+  }
 }
 
 export function setAttribute(element: Element, name: string, value: string | number | boolean | null): void {

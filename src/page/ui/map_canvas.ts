@@ -15,13 +15,13 @@ export interface MapHooks {
   headingOf: (tiles: readonly Tile<Entry>[]) => string; // the folder and its only children
   sizeText: (entry: Entry, size: number) => string;
   optionName: (tile: Tile<Entry>) => string;
-  colourOf: (tile: Tile<Entry>) => number;
+  colourOf: (tile: Tile<Entry>) => number; // asked once for each tile that is drawn
   tooltip: (tile: Tile<Entry>) => readonly string[]; // its lines
-  onTiles: (tiles: readonly Tile<Entry>[]) => void;
+  onTiles: (tiles: readonly Tile<Entry>[], colours: readonly number[]) => void;
   onChoose: (entry: Entry) => void;
   onEnter: (entry: Entry) => void;
   onLeave: () => void;
-  onHover: (tile: Tile<Entry> | null) => void;
+  onHover: (colour: number) => void; // of the tile under the pointer; -1 if none is or it has tiles inside
   onMark: (entry: Entry) => void;
   onDelete: (entry: Entry, permanent: boolean) => void;
   onMenu: (entry: Entry, x: number, y: number) => void;
@@ -48,6 +48,7 @@ export class MapCanvas {
   private readonly prefix = `m${++maps}`;
   private readonly observer: ResizeObserver;
   private tiles: Tile<Entry>[] = [];
+  private colours: number[] = []; // of the tiles; -1 of those that have tiles inside
   private own: Tile<Entry>[] = []; // the tiles of the folder's direct children
   private folder: Entry | null = null;
   private look: MapLook = { depth: 4, shaded: true, ramp: false, highlighted: -1 };
@@ -119,25 +120,23 @@ export class MapCanvas {
     performance.mark('map-layout');
     this.tiles = layoutMap(this.folder, { x: 0, y: 0, w: width, h: height }, this.hooks.source, this.look.depth);
     this.own = this.tiles.filter((tile) => tile.parent < 0).slice(0, MOST_OPTIONS);
+    this.colours = this.tiles.map((tile) => (tile.inside ? -1 : this.hooks.colourOf(tile)));
     performance.mark('map-draw');
     performance.measure('map-layout', 'map-layout', 'map-draw');
     this.draw();
     this.makeOptions();
     this.setHovered(-1);
     this.showChosen();
-    this.hooks.onTiles(this.tiles);
+    this.hooks.onTiles(this.tiles, this.colours);
   }
 
   private draw(): void {
     performance.mark('map-draw');
-    const { highlighted } = this.look;
     this.painter.draw({
-      tiles: this.tiles, width: this.root.clientWidth, height: this.root.clientHeight, shaded: this.look.shaded, ramp: this.look.ramp,
+      tiles: this.tiles, colours: this.colours, highlighted: this.look.highlighted, width: this.root.clientWidth, height: this.root.clientHeight, shaded: this.look.shaded, ramp: this.look.ramp,
       textScale: parseFloat(getComputedStyle(document.documentElement).fontSize) / 16 || 1,
-      colourOf: (tile) => this.hooks.colourOf(tile),
       nameOf: (tile) => (tile.inside ? this.hooks.headingOf(this.chainOf(tile)) : this.hooks.nameOf(tile)),
       sizeText: (tile) => this.hooks.sizeText(tile.item, tile.size),
-      faded: (tile) => highlighted >= 0 && this.hooks.colourOf(tile) !== highlighted,
     });
     performance.measure('map-draw', 'map-draw');
   }
@@ -145,11 +144,8 @@ export class MapCanvas {
   // A tile and the only children in it that share its heading.
   private chainOf(tile: Tile<Entry>): Tile<Entry>[] {
     const chain = [tile];
-    for (let at = tile, next: Tile<Entry> | undefined; ; at = next) {
-      next = at.inside ? this.tiles.find((one) => one.joined && one.parent >= 0 && this.tiles[one.parent] === at) : undefined;
-      if (!next) return chain;
-      chain.push(next);
-    }
+    for (let at = tile.only; at >= 0; at = this.tiles[at]!.only) chain.push(this.tiles[at]!);
+    return chain;
   }
 
   private makeOptions(): void {
@@ -204,7 +200,7 @@ export class MapCanvas {
         line.textContent = lines[at] ?? '';
       });
     }
-    this.hooks.onHover(tile ?? null);
+    this.hooks.onHover(this.colours[index] ?? -1);
   }
 
   private hover(event: PointerEvent): void {

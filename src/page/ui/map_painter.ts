@@ -19,12 +19,12 @@ export interface Look {
   tiles: readonly Tile<Entry>[];
   width: number;
   height: number;
-  colourOf: (tile: Tile<Entry>) => number;
+  colours: readonly number[]; // of the tiles; -1 of those that have tiles inside
+  highlighted: number; // the colour that the legend points at: tiles of others are faded; -1 if none
   nameOf: (tile: Tile<Entry>) => string;
   sizeText: (tile: Tile<Entry>) => string;
   ramp: boolean; // the colours of ages
   shaded: boolean;
-  faded: (tile: Tile<Entry>) => boolean; // is not what the legend has highlighted
   textScale: number;
 }
 
@@ -77,6 +77,8 @@ function filled({ x, y, w, h }: Area, ratio: number): Area {
   return { x: left, y: top, w: Math.max(0, snap(x + w) - left - line), h: Math.max(0, snap(y + h) - top - line) };
 }
 
+const isFaded = ({ highlighted, colours }: Look, index: number): boolean => highlighted >= 0 && colours[index] !== highlighted;
+
 const overlap = (a: Area, b: Area): boolean => a.x < b.x + b.w && b.x < a.x + a.w && a.y < b.y + b.h && b.y < a.y + a.h;
 
 // Cuts a text at its end, so that it fits; '' if nothing of it does.
@@ -125,7 +127,9 @@ export class MapPainter {
       if (tile.inside && !tile.joined) this.heading(pen, look, index);
     });
     pen.fillStyle = this.colours.ink;
-    for (const tile of tiles) if (!tile.inside) this.label(pen, look, tile);
+    tiles.forEach((tile, index) => {
+      if (!tile.inside && !isFaded(look, index)) this.label(pen, look, tile);
+    });
   }
 
   // One pass for each colour: changing the colour costs more than filling a small tile. And drawing a cushion
@@ -135,12 +139,12 @@ export class MapPainter {
     const rests: Tile<Entry>[] = [];
     const small: Area[] = [];
     const faded: Tile<Entry>[] = [];
-    for (const tile of look.tiles) {
-      if (tile.inside) continue;
-      byColour[look.colourOf(tile)]!.push(tile);
+    look.tiles.forEach((tile, index) => {
+      if (tile.inside) return;
+      byColour[look.colours[index]!]!.push(tile);
       if (tile.rest) rests.push(tile);
-      if (look.faded(tile)) faded.push(tile);
-    }
+      if (isFaded(look, index)) faded.push(tile);
+    });
     byColour.forEach((list, colour) => {
       if (list.length === 0) return;
       pen.fillStyle = this.colours.tiles[colour]!;
@@ -259,7 +263,7 @@ export class MapPainter {
   private label(pen: CanvasRenderingContext2D, look: Look, tile: Tile<Entry>): void {
     const scale = look.textScale;
     const line = LABEL_HEIGHT * scale;
-    if (tile.w < LABEL_WIDTH * scale || tile.h < line || look.faded(tile)) return;
+    if (tile.w < LABEL_WIDTH * scale || tile.h < line) return;
     const room = tile.w - 2 * PADDING;
     const top = this.topOf(look, tile, room);
     if (top + line > tile.y + tile.h) return;

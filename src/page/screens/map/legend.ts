@@ -30,11 +30,11 @@ export class Legend {
     this.root.setAttribute('aria-label', t('mapLegend'));
   }
 
-  show(tiles: readonly Tile<Entry>[], colourOf: (tile: Tile<Entry>) => number, colouring: Colouring): void {
+  show(tiles: readonly Tile<Entry>[], colours: readonly number[], colouring: Colouring): void {
     const shares = new Map<number, Share>();
-    for (const tile of tiles) {
-      if (tile.inside) continue;
-      const colour = colourOf(tile);
+    tiles.forEach((tile, index) => {
+      if (tile.inside) return;
+      const colour = colours[index]!;
       const share = shares.get(colour) ?? { bytes: 0, extensions: new Map(), name: '' };
       share.bytes += tile.size;
       if (!tile.rest && isFile(tile.item)) {
@@ -42,7 +42,7 @@ export class Legend {
         share.extensions.set(extension, (share.extensions.get(extension) ?? 0) + tile.size);
       }
       shares.set(colour, share);
-    }
+    });
     if (colouring === 'folder') for (const tile of tiles) if (tile.level === 0 && !tile.joined && tile.branch >= 0 && tile.branch < COLOURS && !tile.rest) shares.get(tile.branch)!.name ||= tile.item.name;
     if (!shares.has(this.pinned)) this.pinned = -1;
     const last = colouring === 'age' ? AGES.length : COLOURS;

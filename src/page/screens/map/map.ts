@@ -186,14 +186,14 @@ class MapSection implements ResultScreen {
       sizeText: (_entry, bytes) => size(bytes),
       optionName: (tile) => t('mapTile', { name: this.tileName(tile), size: size(tile.size), percent: percent(shareOf(tile.size, this.value(this.folder))) }),
       colourOf: this.tileColour, tooltip: (tile) => this.tooltip(tile),
-      onTiles: (tiles) => {
-        this.legend.show(tiles, this.tileColour, mapSettings().colouring);
+      onTiles: (tiles, colours) => {
+        this.legend.show(tiles, colours, mapSettings().colouring);
         this.fetchFor(tiles);
       },
       onChoose: chosen,
       onEnter: (entry) => this.enter(entry),
       onLeave: () => this.up(),
-      onHover: (tile) => this.legend.point(tile && !tile.inside ? this.tileColour(tile) : -1),
+      onHover: (colour) => this.legend.point(colour),
       onDelete: (entry, permanent) => this.bar.delete(this.canMark(entry) ? entry.path : undefined, permanent),
       onMark: (entry) => {
         if (this.canMark(entry)) toggleMark(entry.path, entry.s);
