@@ -12,16 +12,17 @@ import { wordingOf } from './failure_texts';
 export const LANGS = { en: 'English', nl: 'Nederlands', fr: 'Français', es: 'Español', pt: 'Português (Portugal)' } as const;
 export type Lang = keyof typeof LANGS;
 
-export const T: Record<Lang, Dictionary> = { en, nl, fr, es, pt };
+const DICTIONARIES: Record<Lang, () => Dictionary> = { en: () => en, nl, fr, es, pt };
 
 const LOCALES: Record<Lang, string> = { en: 'en-GB', nl: 'nl-NL', fr: 'fr-FR', es: 'es-ES', pt: 'pt-PT' };
 
-const chosen = { lang: 'en' as Lang, plurals: new Map<Lang, Intl.PluralRules>() };
+const chosen = { lang: 'en' as Lang, texts: en as Dictionary, plurals: new Map<Lang, Intl.PluralRules>() };
 
 export const isLang = (value: unknown): value is Lang => typeof value === 'string' && Object.hasOwn(LANGS, value);
 
 export function setLanguage(lang: Lang): void {
   chosen.lang = lang;
+  chosen.texts = DICTIONARIES[lang]();
 }
 
 export const language = (): Lang => chosen.lang;
@@ -47,7 +48,7 @@ function formFor(forms: Forms, count: unknown): string {
 
 // Splits a text at its placeholders; each placeholder becomes an object with its name.
 function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
-  const entry = T[chosen.lang][key as Key] ?? en[key as Key];
+  const entry = chosen.texts[key as Key];
   const whole = entry === undefined ? shown(key) : typeof entry === 'string' ? entry : formFor(entry, vars['n']);
   return whole.split(/\{(\w+)\}/).map((part, index) => (index % 2 === 0 ? part : { name: part }));
 }

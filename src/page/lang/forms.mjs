@@ -1,15 +1,29 @@
-// Plural forms as the built page holds them: a list of one, other and, where it does not follow from these, many.
+// The other dictionaries as the built page holds them: their texts in the order of the English keys, in one
+// string that is taken apart when its language is chosen. A text that counts has the forms one, other and,
+// where it does not follow from these, many.
+
+const BETWEEN_TEXTS = '~';
+const BETWEEN_FORMS = '|';
 
 // French, Spanish and Portuguese say "1 million of files": the form for millions of a text that counts.
-export const ofMillions = (other, french) => other.replace(/\{n\} (?=(.))/, (_, next) => (french && /[aeiouyéèêh]/i.test(next) ? '{n} d’' : '{n} de '));
+const ofMillions = (other, french) => other.replace(/\{n\} (?=(.))/, (_, next) => (french && /[aeiouyéèêh]/i.test(next) ? '{n} d’' : '{n} de '));
 
-// The list for a text; 0 says that the form for millions is the other one.
-export const listed = (text, french) => {
-  if (typeof text === 'string') return text;
+// An empty form for millions says that it is the other one.
+function formsIn(text, french) {
+  if (typeof text === 'string') return [text];
   const { one, other, many = ofMillions(other, french) } = text;
-  return many === ofMillions(other, french) ? [one, other] : [one, other, many === other ? 0 : many];
-};
+  return many === ofMillions(other, french) ? [one, other] : [one, other, many === other ? '' : many];
+}
 
-// And back.
-export const formsOf = (text, french) => (typeof text === 'string' ? text
-  : { one: text[0], other: text[1], many: text[2] === 0 ? text[1] : text[2] ?? ofMillions(text[1], french) });
+export function packed(texts, french) {
+  const forms = texts.map((text) => formsIn(text, french));
+  const wrong = forms.flat().find((form) => form.includes(BETWEEN_TEXTS) || form.includes(BETWEEN_FORMS));
+  if (wrong !== undefined) throw new Error(`a text has ${BETWEEN_TEXTS} or ${BETWEEN_FORMS} in it: ${wrong}`);
+  return forms.map((list) => list.join(BETWEEN_FORMS)).join(BETWEEN_TEXTS);
+}
+
+// And back, as pairs of key and text.
+export const unpacked = (keys, text, french) => text.split(BETWEEN_TEXTS).map((forms, i) => {
+  const [one, other, many] = forms.split(BETWEEN_FORMS);
+  return [keys[i], other === undefined ? one : { one, other, many: many === '' ? other : many ?? ofMillions(other, french) }];
+});

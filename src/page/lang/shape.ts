@@ -31,5 +31,6 @@ type Checked<D, Categories extends string> = {
 };
 
 // Dutch has the plural forms of English; French, Spanish and Portuguese have another one for millions.
+// A function, since the built page makes a dictionary only when its language is chosen.
 export const dictionary = <Categories extends string>() =>
-  <const D extends Record<Key, unknown>>(texts: D & Checked<D, Categories>): Dictionary => texts as unknown as Dictionary;
+  <const D extends Record<Key, unknown>>(texts: D & Checked<D, Categories>) => (): Dictionary => texts as unknown as Dictionary;

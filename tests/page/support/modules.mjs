@@ -15,5 +15,8 @@ const bundle = async () => (await import('esbuild')).build({
   bundle: true, format: 'esm', write: false, target: 'node18',
 });
 
-const load = async ({ outputFiles: [file] }) => import(`data:text/javascript;base64,${Buffer.from(file.contents).toString('base64')}`);
+async function load({ outputFiles: [file] }) {
+  const modules = await import(`data:text/javascript;base64,${Buffer.from(file.contents).toString('base64')}`);
+  return { ...modules, ...Object.fromEntries(['nl', 'fr', 'es', 'pt'].map((lang) => [lang, modules[lang]()])) };
+}
 export const page = has('esbuild') ? await load(await bundle()) : {};
