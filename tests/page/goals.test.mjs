@@ -257,6 +257,33 @@ test('nothing that is shown already moves while a section loads', needs('drives'
   }
 });
 
+// The colour in the middle of an element, as it is painted.
+async function paintedColour(tab, element) {
+  const picture = (await element.screenshot()).toString('base64');
+  return tab.evaluate(async (data) => {
+    const image = new Image();
+    image.src = `data:image/png;base64,${data}`;
+    await image.decode();
+    const pen = Object.assign(document.createElement('canvas'), { width: image.width, height: image.height }).getContext('2d');
+    pen.drawImage(image, 0, 0);
+    return pen.getImageData(image.width >> 1, image.height >> 1, 1, 1).data.join();
+  }, picture);
+}
+
+test('with forced colours legends keep theirs, and what is current is outlined', needs('drives'), async (t) => {
+  const tab = await open(t, { forcedColors: 'active' });
+  for (const [section, legend] of [['overview', '.legend'], ['overview', '.account-rows'], ['map', '.map-legend']]) {
+    await goTo(tab, section);
+    const keys = tab.locator(`${legend} .key:not(.none)`);
+    await keys.first().waitFor();
+    const colours = [];
+    for (const key of await keys.all()) colours.push(await paintedColour(tab, key));
+    assert.ok(colours.length > 1 && new Set(colours).size === colours.length, `${legend}: ${colours.join(' ')}`);
+  }
+  const outlines = await tab.locator('.chip.current, .nav a[aria-current]').evaluateAll((all) => all.map((one) => getComputedStyle(one).outlineStyle));
+  assert.ok(outlines.length >= 2 && outlines.every((style) => style === 'solid'), outlines.join());
+});
+
 test('every text is translated, and longer ones fit', needs('drives', 'esbuild'), async (t) => {
   const file = `${scratch(t)}/page.html`;
   execFileSync(process.execPath, [`${repo}/src/page/build.mjs`, file, '--pseudo']);

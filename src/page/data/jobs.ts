@@ -70,7 +70,10 @@ listen((changes) => {
   if (changes.has('offline') && state.offline && !state.ended) void poll();
 });
 
+// A host tells nothing of the kind.
 async function askAccount(id: number): Promise<AccountAnswer | null> {
+  const job = jobById(id);
+  if (!job || isRemote(job)) return null;
   try {
     const account = await api<AccountAnswer>(query('/api/account', { id }));
     return Array.isArray(account.rows) && account.rows.length > 0 ? account : null;
