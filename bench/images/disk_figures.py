@@ -44,7 +44,13 @@ class Mounted:
         return self.folder
 
     def __exit__(self, *_):
-        run("fusermount", "-u", self.folder)
+        # What was closed last may still be on its way to the daemon; the volume is busy until then.
+        for _ in range(100):
+            if subprocess.run(["fusermount", "-u", self.folder], capture_output=True).returncode == 0:
+                break
+            time.sleep(0.1)
+        else:
+            run("fusermount", "-u", self.folder)
         self.daemon.wait()
 
 

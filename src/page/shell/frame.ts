@@ -31,11 +31,11 @@ let frame: Frame | null = null;
 function showSection(focus: boolean): void {
   if (!frame) return;
   frame.screen.leave?.();
+  frame.content.scrollTop = 0; // while little is in it, since this lays it out
   frame.section = state.section;
   const details = detailsPane(); // before the section, which may fill it right away
   frame.screen = makeScreen(state.section);
   frame.content.replaceChildren(frame.screen.root);
-  frame.content.scrollTop = 0;
   frame.main.classList.toggle('detailed', frame.screen.detailed === true);
   frame.main.classList.toggle('drawer', frame.screen.drawer === true);
   frame.main.querySelectorAll('.details').forEach((pane) => pane.remove());
