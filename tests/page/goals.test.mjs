@@ -276,6 +276,8 @@ test('with forced colours legends keep theirs, and what is current is outlined',
     await goTo(tab, section);
     const keys = tab.locator(`${legend} .key:not(.none)`);
     await keys.first().waitFor();
+    await tab.waitForLoadState('networkidle');
+    await settled(tab);
     const colours = [];
     for (const key of await keys.all()) colours.push(await paintedColour(tab, key));
     assert.ok(colours.length > 1 && new Set(colours).size === colours.length, `${legend}: ${colours.join(' ')}`);
