@@ -5,6 +5,7 @@
 #include <doctest/doctest.h>
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -39,6 +40,22 @@ TEST_CASE("measuring does not follow links") {
   folders.add(L"M:\\r\\odd.\\in\\e", 500); // such names are not what they are read as
   CHECK(measured(L"M:\\r") == Numbers{543, 3, 5, 2, 2});
   CHECK(measurePath(folders, L"M:\\r").folderLinks == 1);
+}
+
+TEST_CASE("types get what their files take on the disk, one file measured alone as well") {
+  test::MemoryDisk disk;
+  disk.cluster = 4096;
+  disk.add(L"M:\\r\\thin.bin", 900'000).disk = 8192;
+  disk.add(L"M:\\r\\tiny.md", 700).disk = 704; // lies in its record
+  const auto measured = [&disk](const wchar_t* path, const wchar_t* type) {
+    const PathMeasure one = measurePath(disk, path);
+    return one.types.contains(type) ? std::optional(one.types.at(type).disk) : std::nullopt;
+  };
+  CHECK(measured(L"M:\\r\\thin.bin", L".bin") == 8192);
+  CHECK(measured(L"M:\\r\\tiny.md", L".md") == 0);
+  CHECK(measured(L"M:\\r", L".bin") == 8192);
+  CHECK(measured(L"M:\\r", L".md") == 0);
+  CHECK(surveyFolder(disk, L"M:\\r", ScanOptions{}).types.at(L".md").disk == 0);
 }
 
 TEST_CASE("what went from a folder that is still there") {
