@@ -76,7 +76,7 @@ void writeList(JsonWriter& json, const char* name, const Finding& finding, Write
   json.close(']');
 }
 
-void writeFinding(JsonWriter& json, const Finding& finding) {
+void writeFinding(JsonWriter& json, const Finding& finding, bool more) {
   json.open('{');
   json.string("code", finding.code);
   json.string("level", finding.level);
@@ -90,13 +90,17 @@ void writeFinding(JsonWriter& json, const Finding& finding) {
   writeList(json, "pathGroup", finding, [&](const FindingItem& item) { json.number(item.group); });
   writeList(json, "pathLock", finding,
             [&](const FindingItem& item) { json.string(wordOf(deleteRefusal(item.path))); });
+  if (more) {
+    writeList(json, "pathTimes", finding,
+              [&](const FindingItem& item) { json.number(item.modified); });
+  }
   json.open("notes", '[');
   for (const std::string& note : finding.notes) json.string(note);
   json.close(']');
   json.close('}');
 }
 
-// more: with bytes on disk, which the scan then must have.
+// more: with bytes on disk, which the scan then must have, and times of change in the advice.
 std::string documentOf(const Job& job, const TreeOptions& options, std::uint64_t nowMs, bool more) {
   const ScanResult& result = job.result;
   JsonWriter json;
@@ -112,7 +116,7 @@ std::string documentOf(const Job& job, const TreeOptions& options, std::uint64_t
   writeTypes(json, result, limitOf(options.maxTypes), more);
   writeFiles(json, result, limitOf(options.maxFiles), more);
   json.open("advice", '[');
-  for (const Finding& finding : buildAdvice(result, nowMs)) writeFinding(json, finding);
+  for (const Finding& finding : buildAdvice(result, nowMs)) writeFinding(json, finding, more);
   json.close(']');
   json.close('}');
   return json.take();

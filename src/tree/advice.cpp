@@ -49,10 +49,10 @@ private:
     return folderPath(folders_, index, result_.separator);
   }
   FindingItem folderItem(std::uint32_t index) const {
-    return {pathOf(index), folders_[index].totalBytes, folders_[index].totalFiles, 0};
+    return {pathOf(index), folders_[index].totalBytes, folders_[index].totalFiles, 0, 0};
   }
   FindingItem fileItem(const FileEntry& file, std::uint32_t group) const {
-    return {filePath(result_, file), file.size, 1, group};
+    return {filePath(result_, file), file.size, 1, group, file.modified};
   }
   // A finding about one whole folder.
   Finding folderFinding(const char* code, const char* level, std::uint32_t index) const;

@@ -20,6 +20,7 @@ struct FindingItem {
   std::uint64_t files = 0;
   // Number of the group of copies, from 1; 0 for items of other findings.
   std::uint32_t group = 0;
+  std::uint64_t modified = 0; // of a file: milliseconds since 1970 (UTC); 0: unknown
 };
 
 struct Finding {

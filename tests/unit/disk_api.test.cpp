@@ -75,6 +75,17 @@ TEST_CASE("bytes on disk are told only to those who ask") {
         std::string::npos);
 }
 
+TEST_CASE("advice says when its files were changed to those who ask") {
+  App app;
+  app.disk->cluster = 4096;
+  app.disk->addFile(app.disk->addFolder(L"C:", L"r"), L"old.iso", 6000 * kMiB,
+                    116'444'736'000'000'000 + 50'000); // 5 ms after 1970
+  app.scanned("C%3A%5Cr");
+  CHECK(app.told("GET", "/api/result?id=1&more=1")
+            .find(R"("pathLock":[""],"pathTimes":[5],"notes")") != std::string::npos);
+  CHECK(app.told("GET", "/api/result?id=1").find("pathTimes") == std::string::npos);
+}
+
 TEST_CASE("a dry run promises what comes back, and one of two names frees nothing") {
   App app;
   app.disk->cluster = 4096;

@@ -86,6 +86,7 @@ export interface Finding {
   pathFiles: number[];
   pathGroup: number[];
   pathLock: string[];
+  pathTimes?: number[]; // 0: not known, or a folder
   notes: string[];
 }
 

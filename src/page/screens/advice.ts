@@ -32,7 +32,7 @@ interface Place {
 
 function placesOf(finding: Finding, times: ReadonlyMap<string, number>): Place[] {
   return finding.paths.map((path, i): Place => ({
-    path, bytes: finding.pathBytes[i] ?? 0, files: finding.pathFiles[i] ?? 0, group: finding.pathGroup[i] ?? 0, lock: finding.pathLock[i] ?? '', m: times.get(path) ?? 0,
+    path, bytes: finding.pathBytes[i] ?? 0, files: finding.pathFiles[i] ?? 0, group: finding.pathGroup[i] ?? 0, lock: finding.pathLock[i] ?? '', m: finding.pathTimes?.[i] ?? times.get(path) ?? 0,
   })).sort((a, b) => b.bytes - a.bytes || a.group - b.group);
 }
 
