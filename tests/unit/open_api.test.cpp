@@ -10,17 +10,22 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
   App app;
   app.disk->addFile(L"C:\\data", L"a.txt", 5);
   app.scanned("C%3A%5Cdata");
+  app.disk->addFile(L"E:", L"b.txt", 5);
+  app.scanned("E%3A%5C");
   const auto ask = [&app](const std::string& body) { return app.told("POST", "/api/open", body); };
   CHECK(ask("what=open&p=C%3A%2Fdata%2Fa.txt") == R"(200 {"ok":true})");
   CHECK(ask("what=terminal&p=c%3A%5CDATA") == R"(200 {"ok":true})");
   CHECK(ask("what=properties&p=C%3A%5Cdata%5Cx%5Cy") == R"(200 {"ok":true})");
+  CHECK(ask("what=open&p=E%3A%5Cb.txt") == R"(200 {"ok":true})");
   using Opened = std::vector<std::pair<Opening, std::wstring>>;
   CHECK(app.opened == Opened{{Opening::item, L"C:\\data\\a.txt"},
                              {Opening::terminal, L"c:\\DATA"},
-                             {Opening::properties, L"C:\\data\\x\\y"}});
+                             {Opening::properties, L"C:\\data\\x\\y"},
+                             {Opening::item, L"E:\\b.txt"}});
   app.opened.clear();
-  for (const char* path : {"C%3A%5C", "C%3A%5Cdata2%5Cx", "C%3A%5Cdata%5C..%5CWindows",
-                           "C%3A%5Cdata%2F..%2FWindows", "%5C%5Cnas%5Cshare"}) {
+  for (const char* path :
+       {"C%3A%5C", "C%3A%5Cdata2%5Cx", "C%3A%5Ctemp%5Cx", "C%3A%5Cdata%5C..%5CWindows",
+        "C%3A%5Cdata%2F..%2FWindows", "%5C%5Cnas%5Cshare"}) {
     CHECK(ask(std::string("what=open&p=") + path) == R"(400 {"error":"notAllowed"})");
   }
   for (const char* path :
