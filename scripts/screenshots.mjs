@@ -40,8 +40,12 @@ async function opened(page) {
   }
 }
 
-// The map looks into folders until all are there.
-const looked = (page) => page.waitForTimeout(8000);
+// The map looks into folders until all are there, and is drawn again a moment after the last.
+async function looked(page) {
+  for (let asked = true; asked;) {
+    asked = await page.waitForRequest(/\/api\/(dirs|files)/, { timeout: 3000 }).then(() => true, () => false);
+  }
+}
 
 const PREPARE = { explorer: opened, map: looked, find: searched, across: comparedDuplicates };
 
