@@ -18,11 +18,12 @@ template <typename Char> void wipeUnits(Char* data, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) at[i] = Char{};
 }
 
-// Overwrites and empties a string, including capacity beyond its current size.
+// Overwrites a string, including capacity beyond its current size, and frees its memory: an empty one that
+// is assigned to it would only be copied into that.
 template <typename Char> void wipeText(std::basic_string<Char>& text) {
   text.resize(text.capacity());
   wipeUnits(text.data(), text.size());
-  text.clear();
+  std::basic_string<Char>().swap(text);
 }
 
 // Appends; when the string has to grow, the old buffer is wiped before it is freed.

@@ -155,7 +155,7 @@ HttpResponse Connection::handled() {
 }
 
 void Connection::answerWith(HttpResponse response) {
-  request_ = HttpRequest();
+  std::exchange(request_, {}); // frees what it held, which an assignment alone need not do
   buffer_.drop();
   seat_->tryHold(0);
   response_ = std::move(response);

@@ -26,10 +26,7 @@ HeldBuffer::Room HeldBuffer::append(std::string_view piece, std::size_t most,
 
 HeldBuffer::Room HeldBuffer::appendKept(std::size_t most, std::size_t expected) {
   const Room room = append(kept_, most, expected);
-  if (room != Room::later) {
-    wipeText(kept_);
-    kept_ = std::string();
-  }
+  if (room != Room::later) wipeText(kept_);
   return room;
 }
 
@@ -45,7 +42,6 @@ HeldBuffer::Room HeldBuffer::grow(std::size_t size, std::size_t expected) {
   larger.append(bytes_);
   bytes_.swap(larger);
   wipeText(larger);
-  larger = std::string();
   return seat_.tryHold(other_ + bytes_.capacity());
 }
 
@@ -55,14 +51,12 @@ bool HeldBuffer::keepFrom(std::size_t start, std::size_t copied) {
   std::string body = bytes_.substr(start);
   bytes_.swap(body);
   wipeText(body);
-  body = std::string();
   other_ = copied;
   return seat_.hold(other_ + bytes_.capacity());
 }
 
 void HeldBuffer::drop() {
   wipeText(bytes_);
-  bytes_ = std::string();
   other_ = 0;
 }
 

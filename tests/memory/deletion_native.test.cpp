@@ -129,6 +129,7 @@ namespace {
 struct Exchange {
   std::string_view request;
   std::string sent;
+  std::size_t reads = std::string::npos; // so many bytes of what is sent, and then no more
 };
 
 class OneRequest final : public ByteStream {
@@ -140,6 +141,8 @@ public:
     return count;
   }
   std::optional<std::size_t> send(std::string_view bytes) override {
+    bytes = bytes.substr(0, exchange_.reads - exchange_.sent.size());
+    if (bytes.empty()) return std::nullopt;
     exchange_.sent += bytes;
     return bytes.size();
   }
@@ -187,6 +190,25 @@ TEST_CASE("a connection without memory is answered or closed, and its place is f
     CHECK(connections.heldBytes() == 0);
     CHECK(blocksInUse() == before);
   });
+}
+
+TEST_CASE("a client that reads its answer slowly holds nothing of its request") {
+  const RequestGate gate{{}, [](HttpRequest&) { return okAnswer(); }};
+  const std::string request = "POST /" + std::string(9'000, 'p') +
+                              " H\r\nContent-Length: 100000\r\n\r\n" + std::string(100'000, 'x');
+  ConnectionTable connections;
+  Exchange exchange{request, {}, 10};
+  const auto now = std::chrono::steady_clock::now();
+  Connection connection(std::make_unique<OneRequest>(exchange), gate,
+                        connections.enter(kLoopbackAddress), now);
+  const std::int64_t before = bytesInUse();
+  while (connection.advance(now) != Connection::Need::thread || !connection.isComplete()) {
+    connection.compute(now);
+  }
+  CHECK(bytesInUse() > before + 100'000);
+  connection.compute(now);
+  CHECK(connection.advance(now) == Connection::Need::space);
+  CHECK(bytesInUse() < before + 1'000);
 }
 
 TEST_CASE("the command line without memory writes its whole result or says why not") {

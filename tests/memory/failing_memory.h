@@ -1,4 +1,4 @@
-// Lets allocations fail, and counts the blocks that are in use. In this program, operator new and
+// Lets allocations fail, and counts the blocks and bytes that are in use. In this program, operator new and
 // delete are replaced (failing_memory_native.cpp).
 #pragma once
 
@@ -27,5 +27,6 @@ public:
 
 // Of operator new, not yet deleted.
 std::int64_t blocksInUse();
+std::int64_t bytesInUse();
 
 } // namespace vorda::test

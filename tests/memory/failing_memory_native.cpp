@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
+#include <malloc.h>
 #include <new>
 
 namespace {
@@ -15,6 +16,9 @@ std::atomic<std::uint64_t> count{0};
 std::atomic<std::uint64_t> askedLast{0}; // while the last one was there
 std::atomic<bool> someFailed{false};
 std::atomic<std::int64_t> inUse{0};
+std::atomic<std::int64_t> inUseBytes{0};
+
+std::int64_t sizeOf(void* block) { return static_cast<std::int64_t>(malloc_usable_size(block)); }
 
 void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
   const std::uint64_t number = count.fetch_add(1, std::memory_order_relaxed);
@@ -26,7 +30,9 @@ void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
   const std::size_t rounded =
       alignment == 0 ? size : (size + alignment - 1) / alignment * alignment;
   void* block = alignment == 0 ? std::malloc(size) : std::aligned_alloc(alignment, rounded);
-  if (block != nullptr) inUse.fetch_add(1, std::memory_order_relaxed);
+  if (block == nullptr) return nullptr;
+  inUse.fetch_add(1, std::memory_order_relaxed);
+  inUseBytes.fetch_add(sizeOf(block), std::memory_order_relaxed);
   return block;
 }
 
@@ -39,6 +45,7 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment = 0) {
 void release(void* block) noexcept {
   if (block == nullptr) return;
   inUse.fetch_sub(1, std::memory_order_relaxed);
+  inUseBytes.fetch_sub(sizeOf(block), std::memory_order_relaxed);
   std::free(block);
 }
 
@@ -80,5 +87,7 @@ bool FailingMemory::failed() { return someFailed; }
 std::uint64_t FailingMemory::asked() { return askedLast; }
 
 std::int64_t blocksInUse() { return inUse; }
+
+std::int64_t bytesInUse() { return inUseBytes; }
 
 } // namespace vorda::test
