@@ -16,8 +16,8 @@ void WrongKeys::note(std::uint32_t address, TimePoint now) {
   if (isLoopbackAddress(address)) return;
   const std::lock_guard lock(mutex_);
   if (!guesses_.contains(address)) makeRoom(now);
-  Guesses& guesses = guesses_[address];
-  if (guesses.count == 0 || now - guesses.began >= kPeriod) guesses = {now, 0};
+  Guesses& guesses = guesses_.try_emplace(address, Guesses{now}).first->second;
+  if (now - guesses.began >= kPeriod) guesses = {now};
   if (++guesses.count == kAllowed) guesses.began = now;
 }
 

@@ -53,6 +53,12 @@ TEST_CASE("where a request ends, however it arrives") {
   // Surplus bytes that arrive with the head are kept; later ones are not read.
   CHECK(servePieces({kRequest + "more", "late"}).ends_with("<POST /a bodymore>"));
   CHECK(servePieces({kRequest.substr(0, kRequest.size() - 1)}).ends_with("<POST /a bod>"));
+  // A blank line within the body ends nothing, and nobody waits for more than was announced.
+  FakeClient whole;
+  whole.pieces = {"POST / H\r\nContent-Length: 8\r\n\r\n", "ab\r\n", "\r\ncd"};
+  whole.silent = true;
+  CHECK(serve(whole).ends_with("<POST / ab\r\n\r\ncd>"));
+  CHECK(whole.now.time_since_epoch() == 0ms);
   CHECK(servePieces({"GET / H\r\n\r"}).empty());
   CHECK(servePieces({"nospace\r\n\r\n"}).empty());
 }
@@ -123,11 +129,13 @@ TEST_CASE(
   CHECK_FALSE(connection.isComplete());
   flood.now += 2s;
   connection.compute(flood.now);
+  CHECK_FALSE(connection.isComplete());
   CHECK(connection.advance(flood.now) == Connection::Need::bytes);
   CHECK(flood.unread() == 1'000'000 - 16 * kReceivePiece);
   CHECK(connection.deadline() == flood.now + kReceiveWait);
   for (int turn = 1; turn < 4; ++turn) connection.advance(flood.now);
   CHECK(connection.isComplete());
+  CHECK(connections.heldBytes() < 1'000'100); // no more than was announced
 }
 
 TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {

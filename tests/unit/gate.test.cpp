@@ -223,14 +223,20 @@ TEST_CASE("guessing keys over the network is refused for a minute, from that add
   CHECK_FALSE(keys.refuses(kLoopbackAddress, last));
   // Slow guesses are not refused, and others do not push the one that is out of the table.
   WrongKeys slow;
-  for (int i = 0; i < 100; ++i) slow.note(kGuesser, began + std::chrono::seconds(4 * i));
-  CHECK_FALSE(slow.refuses(kGuesser, began + std::chrono::seconds(400)));
-  for (std::uint32_t i = 0; i < 2 * WrongKeys::kMaxAddresses; ++i) {
-    keys.note(kGuesser + 2 + i, last + std::chrono::seconds(61));
+  for (int i = 0; i < 100; ++i) {
+    slow.note(kGuesser, began + std::chrono::seconds(4 * i));
+    CHECK_FALSE(slow.refuses(kGuesser, began + std::chrono::seconds(4 * i)));
   }
+  const auto flood = [&](std::size_t count, int second) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      keys.note(kGuesser + 2 + i, last + std::chrono::seconds(second));
+    }
+  };
+  flood(2 * WrongKeys::kMaxAddresses, 61);
   for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
     keys.note(kGuesser + 1, last + std::chrono::seconds(62));
   }
+  flood(WrongKeys::kMaxAddresses - 1, 63);
   CHECK(keys.refuses(kGuesser + 1, last + std::chrono::seconds(63)));
 
   App agent;

@@ -3,6 +3,8 @@
 
 #include <doctest/doctest.h>
 
+#include <sstream>
+
 using namespace vorda;
 using test::App;
 
@@ -49,6 +51,12 @@ TEST_CASE("files that run when they are opened") {
                               L"C:\\a.exe. .", L"C:\\a.msi"}) {
     CHECK(startsAsProgram(path));
   }
+  std::wistringstream types(
+      L"ade adp app appinstaller application appref-ms appx bas bat chm cmd com cpl crt csh "
+      L"diagcab exe fxp gadget hlp hta inf ins isp its jar jnlp js jse ksh library-ms lnk "
+      L"mad maf mda mdb mde msc msi msix msp mst pif ps1 psm1 py pyw rdp reg scf scr sct "
+      L"search-ms settingcontent-ms shb url vb vbe vbs wsf wsh");
+  for (std::wstring type; types >> type;) CHECK(startsAsProgram(L"C:\\a." + type));
   for (const wchar_t* path :
        {L"C:\\a.txt", L"C:\\tool.exe\\notes", L"C:\\exe", L"C:\\a.", L"C:\\movie.mkv", L""}) {
     CHECK_FALSE(startsAsProgram(path));
