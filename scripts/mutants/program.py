@@ -84,10 +84,11 @@ class Case:
 
 
 class Program:
-    """Lives in a folder of its own, in which src and tests are copied."""
+    """Lives in a folder of its own, in which src and tests are copied. With the thread sanitizer, which
+    uses all addresses there are, its memory has no bound."""
 
-    def __init__(self, root, work):
-        self.root, self.work = root, work
+    def __init__(self, root, work, sanitizer=()):
+        self.root, self.work, self.sanitizer = root, work, sanitizer
         self.tree = work / "tree"
         self.objects = work / "objects"
         self.binary = work / "tests"
@@ -121,7 +122,7 @@ class Program:
             memory = ["ccache"] if shutil.which("ccache") else []
             speed = "-O1" if source.startswith("src/") else "-O0"
             done = subprocess.run(
-                ["nice", "-n5", *memory, "g++", *FLAGS, speed, "-include", str(HERE / "switch.h"), "-c",
+                ["nice", "-n5", *memory, "g++", *FLAGS, *self.sanitizer, speed, "-include", str(HERE / "switch.h"), "-c",
                  str(path), "-o", str(self.object_of(source))],
                 cwd=self.tree, capture_output=True, text=True)
             return done.stderr if done.returncode != 0 else ""
@@ -141,7 +142,7 @@ class Program:
         return guilty
 
     def link(self, sources):
-        done = subprocess.run(["g++", "-pthread", *(str(self.object_of(one)) for one in sources), "-o",
+        done = subprocess.run(["g++", "-pthread", *self.sanitizer, *(str(self.object_of(one)) for one in sources), "-o",
                                str(self.binary)], capture_output=True, text=True)
         if done.returncode != 0:
             raise SystemExit(done.stderr)
@@ -154,7 +155,7 @@ class Program:
         try:
             done = subprocess.run([str(self.binary), *arguments], cwd=self.tree, env=environment,
                                   stdin=subprocess.DEVNULL, stdout=out, stderr=out,
-                                  timeout=30 + 30 * seconds, preexec_fn=lambda: limit(seconds))
+                                  timeout=30 + 30 * seconds, preexec_fn=lambda: limit(seconds, not self.sanitizer))
         except subprocess.TimeoutExpired:
             return "hung"
         if done.returncode == -signal.SIGXCPU:
@@ -183,11 +184,12 @@ class Program:
         return self.run(["--abort-after=1", f"--test-case={names}"], number, seconds)
 
 
-def limit(seconds):
+def limit(seconds, memory):
     """What a test run may use, set in the process itself: memory, time at work, no random addresses,
     so that one run is like the other."""
     os.nice(10)
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    if memory:
+        resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     most = int(5 + 10 * seconds)
     resource.setrlimit(resource.RLIMIT_CPU, (most, most + 1))
