@@ -45,6 +45,8 @@ TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
   // A link that appears once the folder was found missing.
   disk.onOpen = [&disk](const std::wstring& path) { disk.link(path, L"E:\\moved\\Windows\\Temp"); };
   CHECK(cleanFolder(disk, disk, L"E:\\Windows\\Temp").failure == CleanupFailure::unreadable);
+  disk.finalPlaces = false;
+  CHECK(cleanFolder(disk, disk, L"E:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
   CHECK(disk.at(L"E:\\moved\\Windows\\Temp\\x") != nullptr);
   CHECK(disk.shellCalls == 0);
 }
@@ -75,6 +77,10 @@ TEST_CASE("only what the shell says it deleted counts as deleted") {
   disk.aborts = true;
   CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").skipped == 1);
   disk.aborts = false;
+  disk.lies = disk.add(L"C:\\Windows\\Temp\\held", 3).locked = true;
+  CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
+  disk.lies = false;
+  disk.removeNode(*disk.at(L"C:\\Windows\\Temp\\held"));
   disk.add(L"C:\\Windows\\Temp\\b", 3);
   disk.mayDelete = [&disk](const std::wstring& path) { // its owner deletes it
     disk.removeNode(*disk.at(path));
@@ -151,11 +157,23 @@ TEST_CASE("a link in a temporary folder is not followed, and a log that fails is
   disk.add(L"C:\\Windows\\Temp\\far\\" + std::wstring(250, L'x'), 5);
   disk.link(L"C:\\Windows\\Temp\\in\\link", L"C:\\Users\\anna\\Documents");
   disk.add(L"C:\\Users\\anna\\Documents\\thesis", 8);
-  app.scanJob("C:%5CWindows");
-  disk.logFails = true;
+  disk.add(L"C:\\Windows\\sub\\AppData\\Local\\Temp\\e", 7);
+  const auto job = app.scanJob("C:%5CWindows");
+  disk.beforeShell = [&disk] { // the folder grows
+    disk.add(L"C:\\Windows\\Temp\\big.bin").size *= 2;
+    throw std::bad_alloc();
+  };
+  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == R"(500 {"error":"noMemory"})");
+  CHECK(job->freed == 0);
+  disk.beforeShell = nullptr;
+  disk.mayDelete = [&disk](const std::wstring& path) {
+    disk.logFails = !path.ends_with(L"e"); // for the first of the two folders
+    return true;
+  };
   CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
-        R"(200 {"ok":true,"deleted":3,"skipped":0,"folders":1,"bytes":1153433605,"logged":false})");
-  CHECK(disk.handed == std::vector<std::wstring>{L"C:\\Windows\\Temp\\big.bin"});
+        R"(200 {"ok":true,"deleted":4,"skipped":0,"folders":2,"bytes":2306867212,"logged":false})");
+  CHECK(disk.handed.front() == L"C:\\Windows\\Temp\\big.bin");
+  CHECK(disk.handed.size() == 2);
   CHECK(disk.at(L"C:\\Users\\anna\\Documents\\thesis") != nullptr);
   CHECK(disk.journals.empty());
 }
@@ -163,11 +181,14 @@ TEST_CASE("a link in a temporary folder is not followed, and a log that fails is
 TEST_CASE("a cleanup that is cut off gets its line later") {
   App app;
   MemoryDisk& disk = *app.disk;
+  disk.add(L"C:\\Windows\\Temp\\in\\x", 5);
+  disk.add(L"C:\\Windows\\Temp\\in\\held").locked = true;
   disk.add(L"C:\\Windows\\Temp\\a.bin", 1100 * kMiB);
   disk.add(L"C:\\Windows\\Temp\\b.bin", 3);
   app.scanJob("C:%5CWindows");
   disk.mayDelete = [&disk](const std::wstring& path) {
     disk.dead = disk.dead || path.ends_with(L"b.bin");
+    if (disk.dead) disk.at(path)->size = 1; // by somebody else
     return !disk.dead;
   };
   app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
@@ -175,22 +196,33 @@ TEST_CASE("a cleanup that is cut off gets its line later") {
   CHECK(disk.log.empty());
   finishInterrupted(disk, disk);
   CHECK(disk.log ==
-        "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  C:\\Windows\\Temp  "
-        "(1 weg, 1 overgeslagen)\r\n");
+        "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433605  C:\\Windows\\Temp  "
+        "(1 weg, 2 overgeslagen)\r\n");
 }
 
 TEST_CASE("a cleanup is seen in all scans") {
   App app;
   app.disk->add(L"C:\\Windows\\Temp\\in\\a.bin", 1100 * kMiB);
-  app.disk->add(L"C:\\Windows\\x", 3);
+  app.disk->add(L"C:\\Windows\\Temp\\half\\b.log", 3);
+  app.disk->add(L"C:\\Windows\\Temp\\half\\held", 4).locked = true;
+  app.disk->add(L"C:\\Windows\\sub\\x", 3);
+  app.disk->volume(L"S:", L"C:\\");
   const auto outer = app.scanJob("C:%5C");
-  app.scanned("C:%5CWindows");
+  app.scanned("S:%5CWindows");
   const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
+  const auto half = app.scanJob("C:%5CWindows%5CTemp%5Chalf");
+  const auto besides = app.scanJob("C:%5CWindows%5Csub");
+  const std::string before = *besides->document;
+  app.disk->at(L"C:\\Windows\\Temp\\half\\b.log")->size = 13; // of which only the cleanup knows
   app.told("POST", "/api/cleanup", "what=tempfiles&job=2");
-  test::checkLikeFreshScan(app, *outer);
-  CHECK(outer->freed == 1100 * kMiB);
+  for (const auto& one : {outer, half}) test::checkLikeFreshScan(app, *one);
+  CHECK(outer->freed == 1100 * kMiB + 13);
+  CHECK(half->freed == 3);
+  CHECK_FALSE((outer->rootGone || half->rootGone));
   CHECK(inner->rootGone);
   CHECK(inner->freed == 1100 * kMiB);
+  CHECK(inner->result.byteCount == 0);
+  CHECK(*besides->document == before);
 }
 
 TEST_CASE("what would be emptied can be seen before") {
@@ -231,8 +263,10 @@ TEST_CASE("what would be emptied can be seen before") {
     return list;
   };
   CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
-  app.disk->noBins = {L"C:\\", L"D:\\"};
-  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})");
+  app.disk->noBins = {L"D:\\"};
+  app.disk->binBytes = 0; // of empty files
+  CHECK(app.told("GET", "/api/bins") ==
+        R"(200 {"bytes":0,"items":2,"bins":[{"p":"C:\\","bytes":0,"items":2}]})");
   CHECK(app.disk->binItems == 2);
 
   CHECK(app.told("POST", "/api/openbin") == R"(200 {"ok":true})");

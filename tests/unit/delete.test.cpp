@@ -82,6 +82,7 @@ TEST_CASE("paths inside others are deleted once, and links as links") {
   const auto disk = makeWorld();
   disk->add(L"C:\\data\\sub\\more\\y");
   disk->add(L"D:\\around\\inner\\later\\l");
+  disk->mounts.push_back(L"D:\\other"); // without a system of its own
   const auto names = [](const std::vector<DeletedPath>& paths) {
     std::vector<std::wstring> all;
     for (const DeletedPath& one : paths) all.push_back(one.path);
@@ -120,6 +121,7 @@ TEST_CASE("a path is named as it was given, and the system gets what it leads to
       remove(*disk, {L"T:\\To-Other", L"t:\\TO-OTHER\\o.txt", L"T:\\Sub", L"C:\\data\\sub\\x",
                      L"T:\\LONGFO~1", L"C:\\data\\a~link", L"T:\\to-windows\\System32",
                      L"\\\\localhost\\programs\\App\\a.exe", L"\\\\localhost\\programs\\App"});
+  CHECK(result.deleted[0].inTree.empty());
   std::vector<std::wstring> gone;
   for (const DeletedPath& one : result.deleted) gone.push_back(one.path + L" = " + one.real);
   CHECK(gone == std::vector<std::wstring>{L"T:\\To-Other = C:\\data\\to-other",
@@ -134,12 +136,13 @@ TEST_CASE("a path is named as it was given, and the system gets what it leads to
   CHECK(result.refused[1].why == Refusal::programs);
   CHECK(result.refused[2].why == Refusal::programs); // the second in the same folder
 
-  for (const wchar_t* root : {L"T:\\", L"C:\\data"}) {
+  for (const std::wstring root : {L"T:\\", L"C:\\data", L"C:\\"}) {
+    const std::wstring data = root == L"C:\\" ? L"C:\\data" : root;
     const DeleteResult dry =
-        remove(*disk, {joinPath(root, L"to-deep\\f"), joinPath(root, L"A.TXT")}, root, true, true);
+        remove(*disk, {joinPath(data, L"to-deep\\f"), joinPath(data, L"A.TXT")}, root, true, true);
     REQUIRE(dry.wouldDelete.size() == 2);
-    CHECK(dry.wouldDelete[0].inTree == joinPath(root, L"deep\\f"));
-    CHECK(dry.wouldDelete[1].inTree == joinPath(root, L"a.txt"));
+    CHECK(dry.wouldDelete[0].inTree == joinPath(data, L"deep\\f"));
+    CHECK(dry.wouldDelete[1].inTree == joinPath(data, L"a.txt"));
   }
 }
 
@@ -199,7 +202,7 @@ TEST_CASE("a path that changes while it is measured is not deleted") {
 TEST_CASE("a dry run changes nothing and reports paths without a recycle bin") {
   const auto disk = makeWorld();
   disk->noBins = {L"D:\\", L"T:\\"};
-  disk->link(L"C:\\data\\to-d", L"D:\\other");
+  disk->link(L"C:\\data\\to-d", L"D:\\other").folder = false;
   for (const wchar_t* folder : {L"C:\\data\\to-d", L"C:\\data\\deep"}) disk->at(folder)->size = 50;
   const std::vector<std::wstring> paths = {L"T:\\a.txt", L"D:\\other\\o.txt", L"\\\\srv\\share\\a",
                                            L"C:\\data\\to-d", L"C:\\data\\deep"};
@@ -275,12 +278,14 @@ TEST_CASE("without the shell names may end in dots, and no protected folder is e
   auto disk = make();
   CHECK(remove(*disk, {L"C:\\data\\t"}).deleted.size() == 1);
   CHECK(disk->at(L"C:\\data\\t") == nullptr);
+  CHECK(disk->shellCalls == 0);
   CHECK(disk->at(L"C:\\data\\a.txt") != nullptr);
   for (const bool unreadable : {true, false}) {
     disk = make();
     disk->onRemove = [&](const std::wstring&) {
       if (unreadable) disk->unreadable = {L"C:\\data\\t\\Kept"};
-      disk->at(L"C:\\data\\t\\Kept")->id = disk->at(L"D:\\around\\inner\\Kept")->id;
+      if (!unreadable)
+        disk->at(L"C:\\data\\t\\Kept")->id = disk->at(L"D:\\around\\inner\\Kept")->id;
     };
     CHECK(remove(*disk, {L"C:\\data\\t"}).error == "failed:1921");
     CHECK(disk->at(L"C:\\data\\t\\Kept\\k") != nullptr);

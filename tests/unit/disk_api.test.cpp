@@ -35,9 +35,9 @@ TEST_CASE("bytes on disk are told only to those who ask") {
     if (at != std::string::npos) text.erase(at, text.find(',', at) - at);
     return text;
   };
-  for (const char* path :
-       {"/api/result?id=1", "/api/dirs?id=1&p=C:%5Cr", "/api/ext?id=1&e=.iso",
-        "/api/files?p=C:%5Cr%5Ca", "/api/result?id=1&more=0", "/api/dirs?id=1&p=C:%5Cr&more="}) {
+  for (const char* path : {"/api/result?id=1", "/api/dirs?id=1&p=C:%5Cr", "/api/ext?id=1&e=.iso",
+                           "/api/files?id=1&p=C:%5Cr%5Ca", "/api/types?id=1",
+                           "/api/result?id=1&more=0", "/api/dirs?id=1&p=C:%5Cr&more="}) {
     CAPTURE(path);
     CHECK(withoutSeconds(app.told("GET", path)) == withoutSeconds(plain.told("GET", path)));
     // A scan that does not know them says nothing either.
@@ -45,6 +45,11 @@ TEST_CASE("bytes on disk are told only to those who ask") {
     CHECK(withoutSeconds(plain.told("GET", more)) == withoutSeconds(plain.told("GET", path)));
   }
   CHECK(plain.told("GET", "/api/account?id=1") == R"(200 {"rows":[]})");
+  CHECK(
+      plain.told("GET", "/api/file?id=1&p=C:%5Cr%5Ca%5Cone.iso") ==
+      R"(200 {"p":"C:\\r\\a\\one.iso","s":62914560,"names":["C:\\r\\a\\one.iso"],"allNames":false})");
+  CHECK(plain.told("POST", "/api/delete", "job=1&more=1&dryrun=1&p=C:%5Cr%5Ca")
+            .ends_with(R"("noBin":[]})"));
 
   CHECK(
       app.told("GET", "/api/dirs?id=1&more=1&p=C:%5Cr") ==
@@ -59,6 +64,10 @@ TEST_CASE("bytes on disk are told only to those who ask") {
   CHECK(app.told("GET", "/api/ext?id=1&e=.iso&more=1")
             .find(R"("folders":[{"p":"C:\\r\\a","s":62914560,"c":1,"a":62914560},)") !=
         std::string::npos);
+  CHECK(app.told("GET", "/api/ext?id=1&e=.bin&more=1")
+            .find(R"("c":2,"a":1048576,"cl":83886080}],)") != std::string::npos);
+  CHECK(app.told("GET", "/api/ext?id=1&e=.bin&more=1").ends_with(R"("total":2,"xs":1})"));
+  CHECK(app.told("GET", "/api/types?id=1&more=1").ends_with(R"("total":3,"xs":1})"));
   CHECK(app.told("GET", "/api/types?id=1&more=1")
             .find(R"({"e":".iso","s":125829120,"c":2,"a":62914560,"x":62914560})") !=
         std::string::npos);
@@ -90,33 +99,50 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   App app;
   app.disk->cluster = 4096;
   fill(*app.disk);
-  app.scanned("C%3A%5Cr");
+  app.disk->volume(L"T:", L"C:\\r"); // so that all forms of a path differ
+  app.disk->at(L"C:\\r\\a")->shortName = L"A~1";
+  app.disk->at(L"C:\\r\\a\\one.iso")->shortName = L"ONE~1";
+  app.scanned("T:%5C");
   const auto promise = [&app](const std::string& paths) {
     const std::string told = app.told("POST", "/api/delete", "job=1&more=1&dryrun=1" + paths);
     return told.substr(told.find(R"("noBin":[])") + 11);
   };
-  CHECK(promise("&p=C:%5Cr%5Ca") == R"("x":1048576,"xs":1,"shared":62914560})");
-  CHECK(promise("&p=C:%5Cr%5Cb%5Csmall.txt&p=C:%5Cr%5Cb%5Ctwo.iso") ==
+  CHECK(promise("&p=T:%5Ca~1") == R"("x":1048576,"xs":1,"shared":62914560})");
+  CHECK(promise("&p=T:%5Cb%5Csmall.txt&p=T:%5Ca~1%5Cone~1") ==
         R"("x":4096,"xs":1,"shared":62914560})");
-  CHECK(promise("&p=C:%5Cr%5Ca&p=C:%5Cr%5Cb%5Ctwo.iso") == R"("x":63963136,"xs":1,"shared":0})");
+  CHECK(promise("&p=T:%5Ca&p=T:%5Cb%5Ctwo.iso") == R"("x":63963136,"xs":1,"shared":0})");
   // The document is kept until something is deleted.
   const std::string before = app.told("GET", "/api/result?id=1&more=1");
   const auto kept = app.state.jobs.find(1)->fullDocument;
   CHECK(app.told("GET", "/api/result?id=1&more=1") == before);
   CHECK(app.state.jobs.find(1)->fullDocument == kept);
-  std::uint64_t free = 5000;
-  app.state.steps.driveFigures = [&free](const std::wstring&) {
-    return DriveFigures{10'000, free -= 100, L""};
+  // Nothing is promised for what came after the scan, nor where the system does not say.
+  app.disk->add(L"C:\\r\\new\\file");
+  CHECK(promise("&p=T:%5Cnew&p=T:%5Cnew%5Cfile&p=T:%5Cb%5Csmall.txt") ==
+        R"("x":4096,"xs":1,"shared":0})");
+  CHECK(app.told("POST", "/api/delete", "more=1&dryrun=1&p=T:%5Ca").ends_with(R"("noBin":[]})"));
+  app.disk->cluster = 0;
+  CHECK(promise("&p=T:%5Cb%5Csmall.txt") == R"("x":0,"xs":1,"shared":0})");
+  app.disk->cluster = 4096;
+  // The space on the drive before and after, of a full one as well, if both are known.
+  const auto space = [&app](const char* fields, DriveFigures before, DriveFigures after) {
+    app.state.steps.driveFigures = [&before, after](const std::wstring&) {
+      return std::exchange(before, after);
+    };
+    const std::string told =
+        app.told("POST", "/api/delete", std::string("job=1&permanent=1&p=T:%5C") + fields);
+    return told.substr(told.find(']', told.find("wouldDelete")));
   };
-  const std::string told =
-      app.told("POST", "/api/delete", "job=1&more=1&permanent=1&p=C:%5Cr%5Ca%5Cone.iso");
-  CHECK(told.ends_with(R"("freeBefore":4900,"freeAfter":4800})"));
+  CHECK(space("none&more=1", {9, 0, L""}, {9, 5, L""}) == R"(],"freeBefore":0,"freeAfter":5})");
+  CHECK(space("none&more=1", {0, 0, L""}, {9, 5, L""}) == "]}");
+  CHECK(space("none&more=1", {9, 5, L""}, {0, 0, L""}) == "]}");
+  CHECK(space("a%5Cone.iso", {9, 5, L""}, {9, 5, L""}) == "]}");
   CHECK(app.told("GET", "/api/result?id=1&more=1").find(R"("f":4,"a":63967232,"x":63967232,)") !=
         std::string::npos);
-  CHECK(app.told("GET", "/api/files?id=1&more=1&p=C:%5Cr%5Cb")
+  CHECK(app.told("GET", "/api/files?id=1&more=1&p=T:%5Cb")
             .find(R"("n":"two.iso","s":62914560,"m":0,"a":62914560,"x":62914560)") !=
         std::string::npos);
-  CHECK(app.told("GET", "/api/dirs?id=1&more=1&p=C:%5Cr")
+  CHECK(app.told("GET", "/api/dirs?id=1&more=1&p=T:%5C")
             .find(R"({"n":"b","s":62914660,"f":2,"a":62918656,"x":62918656})") !=
         std::string::npos);
 }
@@ -159,42 +185,106 @@ TEST_CASE("the account of a walked drive follows deletions") {
   CHECK(after.find(R"("used":41938944,"source":"drive","unexplained":22016000)") !=
         std::string::npos);
   CHECK(after.find(R"("code":"twice","bytes":0)") != std::string::npos);
+  VolumeFacts& volume = app.state.jobs.find(1)->result.volume;
+  volume.counted = volume.fromBitmap = true;
+  volume.cluster = 512;
+  CHECK(app.told("GET", "/api/account?id=1").find(R"("bitmap","cluster":512)") < after.size());
 }
 
-TEST_CASE("what is known of one file") {
+TEST_CASE("what is known of one file, by the scan and by the system") {
   App app;
   app.disk->cluster = 4096;
   fill(*app.disk);
-  app.scanned("C%3A%5Cr");
-  CHECK(app.told("GET", "/api/file?id=1&p=C:%5Cr%5Ca%5Cone.iso") ==
-        R"(200 {"p":"C:\\r\\a\\one.iso","s":62914560,"a":62914560,"x":0,"links":2,)"
-        R"("names":["C:\\r\\a\\one.iso"],"allNames":false})");
+  app.disk->hardLink(L"C:\\r\\a\\two.iso", app.disk->add(L"C:\\r\\b\\one.iso", 55 * kMiB));
+  test::DiskNode& tiny = app.disk->add(L"C:\\r\\a\\tiny", 100);
+  tiny.disk = 0;
+  app.disk->hardLink(L"C:\\r\\b\\tiny", tiny).attributes = kAttributeRecallOnDataAccess;
+  app.disk->at(L"C:\\r\\a\\sparse.bin")->lastWrite = 116'444'736'000'050'000; // 5 ms after 1970
+  const auto job = app.scanJob("C%3A%5Cr");
   FileDetails details;
-  details.found = true;
-  details.size = 80 * kMiB;
-  details.disk = kMiB;
-  details.modified = 1;
-  details.links = 1;
-  details.names = {L"C:\\r\\b\\small.txt"};
-  details.streams = {{L"Zone", 26}};
-  details.attributes = kAttributeRecallOnDataAccess | kAttributeSparse;
-  details.systemCompressed = true;
   std::wstring asked;
   app.state.details = [&](const std::wstring& path) {
     asked = path;
     return details;
   };
-  CHECK(
-      app.told("GET", "/api/file?id=1&p=C:%5Cr%5Cb%5Csmall.txt") ==
-      R"(200 {"p":"C:\\r\\b\\small.txt","s":83886080,"a":1048576,"x":1048576,"cl":82837504,"m":1,)"
-      R"("links":1,"names":["C:\\r\\b\\small.txt"],"allNames":true,)"
-      R"("streams":[{"n":"Zone","s":26}],"cloud":"partly","compressed":"system","sparse":true})");
+  // The answer without the path, also as the only name.
+  const auto told = [&](const std::string& name, const FileDetails& now) {
+    details = now;
+    std::string text = app.told("GET", "/api/file?id=1&p=C:%5Cr%5C" + name);
+    const std::string own = R"("names":[)" + text.substr(9, text.find(',') - 9) + "],";
+    if (text.find(own) != std::string::npos) text.erase(text.find(own), own.size());
+    return text.substr(text.find(',') + 1);
+  };
+  const std::string one = R"("s":62914560,"a":62914560,)";
+  CHECK(told("a%5Cone.iso", {}) == one + R"("x":0,"links":2,"allNames":false})");
+  CHECK(told("b%5Cone.iso", {.modified = 1, .links = 3, .names = {L"x"}}) ==
+        R"("s":57671680,"a":57671680,"x":0,"m":1,"links":3,"names":["x"],"allNames":false})");
+  CHECK(told("b%5Ctiny", {}) == R"("a":0,"x":0,"cl":100,"links":2,"allNames":false})");
+  CHECK(told("a%5Caway.bin", {}) == R"("s":83886080,"a":0,"x":0,"cl":83886080,"allNames":false})");
+  CHECK(told("a%5Csparse.bin", {.size = 9, .disk = 8, .created = 2}) ==
+        R"("s":73400320,"a":1048576,"x":1048576,"m":5,"created":2,"allNames":false})");
+  // Of a small file the scan knows only that it is there.
+  constexpr std::uint32_t kCloud = kAttributeRecallOnDataAccess;
+  const std::string none = R"("allNames":false})";
+  CHECK(told("b%5Csmall.txt", {}) == none);
+  CHECK(told("b%5Csmall.txt",
+             {.size = 9, .disk = 8, .modified = 1, .accessed = 3, .attributes = kCloud}) ==
+        R"("a":8,"x":8,"m":1,"accessed":3,)" + none);
+  const std::vector<std::tuple<FileDetails, std::string, std::string>> rows = {
+      {{.size = 9, .disk = 8, .links = 2, .tag = 0x9000'001A},
+       R"("s":9,"a":8,"x":0,"cl":1,"links":2,)",
+       "partly"},
+      {{.size = 9, .disk = 8, .systemCompressed = true}, R"("s":9,"a":8,"x":8,)", "no"},
+      {{.size = 9, .disk = 0, .attributes = kCloud}, R"("s":9,"a":0,"x":0,"cl":9,)", "only"},
+      {{.size = 9, .disk = 9, .attributes = kCloud}, R"("s":9,"a":9,"x":9,)", "no"},
+      {{.disk = 0, .attributes = kCloud | kAttributeCompressed | kAttributeSparse},
+       R"("s":0,"a":0,"x":0,)",
+       "no"}};
+  for (const auto& [facts, figures, cloud] : rows) {
+    details = facts;
+    details.found = true;
+    const std::string how = facts.systemCompressed      ? R"(system","sparse":false})"
+                            : facts.attributes > kCloud ? R"(ntfs","sparse":true})"
+                                                        : R"(no","sparse":false})";
+    CHECK(told("b%5Csmall.txt", details) ==
+          figures + R"("allNames":false,"cloud":")" + cloud + R"(","compressed":")" + how);
+  }
+  CHECK(told("b%5Csmall.txt", {.links = 1, .names = {L"y"}, .streams = {{{L"Zone", 26}}}}) ==
+        R"("links":1,"names":["y"],"allNames":true,"streams":[{"n":"Zone","s":26}]})");
   CHECK(asked == L"C:\\r\\b\\small.txt");
+
+  // A scan that met all names and the text of one of them; then one is left, and one out of reach.
+  LinkTable& links = job->result.links;
+  links.complete = true;
+  links.names[links.files[0].first + 1].nameAt = links.addText(L"two.iso");
+  const std::string two = one + R"("x":0,"links":2,"names":["C:\\r\\b\\two.iso"],"allNames":)";
+  CHECK(told("b%5Csmall.txt", {}) == R"("allNames":true})");
+  CHECK(told("a%5Cone.iso", {}) == two + "true}");
+  links.files[0].stays = true;
+  CHECK(told("a%5Cone.iso", {}) == two + "false}");
+  links.files[0].count = 1;
+  CHECK(told("a%5Cone.iso", {}).starts_with(one + R"("x":0,"links":1,)"));
+  const std::string files = app.told("GET", "/api/files?id=1&more=1&p=C:%5Cr%5Ca");
+  CHECK(files.find(R"("n":"one.iso","s":62914560,"m":0,"a":62914560,"x":0})") < files.size());
+  CHECK(files.ends_with(R"("total":5,"dirs":0})"));
+  links.files[0].stays = false;
+  CHECK(told("a%5Cone.iso", {}).starts_with(one + R"("x":62914560,"links":1,)"));
+  const std::string small = "job=1&more=1&dryrun=1&p=C:%5Cr%5Cb%5Csmall.txt";
+  CHECK(app.told("POST", "/api/delete", small).ends_with(R"("x":4096,"shared":0})"));
+
   asked.clear();
-  for (const char* path : {"C:%5Cother%5Cx", "C:%5Cr%5Ca%5C..", "C:%5C", "%5C%5Ch%5Cs%5Cx", "x"}) {
+  for (const char* path : {"C:%5Cother%5Cx", "C:%5Cr%5Ca%5C..", "C:%5Cr%5Ca%5C.", "C:%5Cr%5Ca%5C",
+                           "C:%5C", "%5C%5Ch%5Cs%5Cx", "x"}) {
     CHECK(app.told("GET", std::string("/api/file?id=1&p=") + path) ==
           R"(404 {"error":"notScanned"})");
   }
-  CHECK(app.told("GET", "/api/file?id=9&p=x") == R"(404 {"error":"noJob"})");
+  app.scanned("C:%5Cnone"); // fails
+  for (const char* query : {"file?id=9&p=x", "file?id=2&p=x", "account?id=2"}) {
+    CHECK(app.told("GET", std::string("/api/") + query) == R"(404 {"error":"noJob"})");
+  }
+  CHECK(app.told("GET", "/api/file?id=1").starts_with("400"));
+  CHECK(app.told("GET", "/api/file?p=x").starts_with("400"));
+  job->kind = kSshKind; // its paths are none of this machine
+  CHECK(told("b%5Csmall.txt", {.found = true}) == R"("allNames":true})");
   CHECK(asked.empty());
 }

@@ -43,7 +43,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
       {"p=C:%5Cr%5Ca%5Cdeep&p=C:%5Cr%5Cb%5Cs.txt&p=C:%5Cr%5Ctop.bin",
        R"("deleted":3,"bytes":146800740,"freed":146800740,"binned":0,)"},
       {"p=c:/R/loose.TXT&p=C:%5Cr%5Cempty&p=C:%5Cr%5Clink", R"("deleted":3,"bytes":100,)"},
-      {"p=C:%5Cr%5Cb&p=C:%5Cr%5Clocked",
+      {"p=C:%5Cr%5Cb&p=C:%5Cr%5CLocked&p=C:%5Cr%5Cstuck",
        R"("deleted":1,"bytes":157286603,"freed":157286603,"binned":0,)"}};
   for (const auto& row : rows) {
     const std::string& fields = row.first;
@@ -53,6 +53,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
     app.disk->add(L"C:\\r\\locked\\in\\use.bin", 70 * kMiB).locked = true;
     app.disk->add(L"C:\\r\\locked\\in\\free.bin", 80 * kMiB);
     app.disk->add(L"C:\\r\\locked\\in\\gone\\free.txt", 3);
+    app.disk->add(L"C:\\r\\stuck\\use.bin", 5).locked = true;
     const auto job = app.scanJob("C:%5Cr");
     const std::size_t indices = job->result.folders.size();
     const std::string dry = app.told("POST", "/api/delete", fields + "&job=1&permanent=1&dryrun=1");
@@ -66,7 +67,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
       // The dry run reported the same size and paths.
       CHECK(test::numberIn(dry, "bytes") == test::numberIn(told, "bytes"));
     } else {
-      partial = R"("partial":[{"p":"C:\\r\\locked","bytes":83886083}])";
+      partial = R"("partial":[{"p":"C:\\r\\Locked","bytes":83886083}])";
     }
     CHECK(dry.substr(dry.find("\"refused\"")) ==
           refused.substr(0, refused.find(']', refused.find("wouldDelete")) + 1) + ",\"noBin\":[]}");
@@ -205,16 +206,20 @@ TEST_CASE("emptying the bin frees binned bytes in scans that do not contain it")
   const auto other = app.scanJob("D:%5C");
   const auto remote = app.scanJob("D:%5C");
   remote->kind = kSshKind;
-  remote->binned = 9;
+  const auto running = app.scanJob("D:%5C");
+  running->resultReady = false;
+  remote->binned = running->binned = 9;
   app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Cb");
   app.told("POST", "/api/delete", "job=2&p=D:%5Cx");
   CHECK(folder->binned == 73400620);
   checkLikeFreshScan(app, *folder);
+  app.disk->sid.clear(); // nobody knows which bin is the user's
   CHECK(app.told("POST", "/api/emptybin").starts_with("200"));
   CHECK(folder->freed == 73400620);
   CHECK(other->freed == 3);
   CHECK(other->document->find("\"freed\":3,\"binned\":0") != std::string::npos);
-  CHECK(remote->binned == 9);
+  CHECK(remote->binned + running->binned == 18);
+  CHECK(running->freed == 0);
 }
 
 TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
@@ -222,7 +227,10 @@ TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
   fill(*app.disk);
   app.disk->add(L"C:\\$Recycle.Bin\\desktop.ini", 0);
   for (int i = 0; i < 4; ++i) app.disk->add(L"C:\\p\\" + std::to_wstring(i), 25);
+  app.disk->add(L"C:\\p\\held", 5).locked = true;
   const auto job = app.scanJob("C:%5C");
+  app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5Cempty");
+  CHECK_FALSE(findFolder(job->result.folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1"));
   const std::uint64_t before = job->result.byteCount;
   app.disk->binsNothing = true;
   app.disk->beforeShell = [&app] { app.disk->binBytes += 75; };
@@ -235,6 +243,9 @@ TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
   CHECK(folders[*bin].totalFiles == 3); // of 4
   CHECK(folders[0].totalBytes == before - 25);
   CHECK(job->result.byteCount == before - 25);
+  CHECK(job->freed == 25);
+  CHECK(job->binned == 75);
+  CHECK(app.told("GET", "/api/types?id=1").find(R"("s":6,"c":2})") != std::string::npos);
 }
 
 TEST_CASE("incomplete requests and unusable scans change nothing") {
@@ -266,6 +277,13 @@ TEST_CASE("incomplete requests and unusable scans change nothing") {
         std::string::npos);
   CHECK(app.disk->snapshot() == before);
   CHECK(app.told("POST", "/api/delete", cut, {{"content-length", "18"}}).starts_with("200"));
+  // Nor is a scan usable that may show what is gone.
+  app.disk->onLook = [&disk = *app.disk, calls = app.disk->shellCalls](const std::wstring&) {
+    if (disk.shellCalls > calls) throw std::bad_alloc();
+  };
+  const std::string unknown = "permanent=1&job=1&p=C:%5Cr%5Cb";
+  CHECK(app.told("POST", "/api/delete", unknown) == R"(500 {"error":"noMemory"})");
+  CHECK(app.told("POST", "/api/delete", unknown) == R"(404 {"error":"noJob"})");
 }
 
 TEST_CASE("during a deletion queries are answered and only operations on the same scan wait") {
@@ -312,9 +330,10 @@ TEST_CASE("during a deletion queries are answered and only operations on the sam
 }
 
 TEST_CASE("all scans that hold a deleted path are brought up to date") {
-  for (const char* job : {"&job=1", ""}) {
+  for (const std::string job : {"&job=1", "", "&job=6"}) {
     App app;
     fill(*app.disk);
+    app.disk->volume(L"T:", L"C:\\r");
     app.disk->add(L"C:\\r\\locked\\use.bin", 70 * kMiB).locked = true;
     app.disk->add(L"C:\\r\\locked\\free.bin", 80 * kMiB);
     app.disk->add(L"C:\\s\\x", 3);
@@ -323,12 +342,12 @@ TEST_CASE("all scans that hold a deleted path are brought up to date") {
     const auto inner = app.scanJob("C:%5Cr%5Ca%5Cdeep");
     const auto besides = app.scanJob("C:%5Cs");
     const auto within = app.scanJob("C:%5Cr%5Clocked");
+    const auto other = app.scanJob("T:%5C");
     const std::string before = *besides->document;
-    CHECK(app.told("POST", "/api/delete",
-                   std::string("permanent=1&p=C:%5Cr%5Ca&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Clocked") +
-                       job)
-              .find("\"deleted\":2,") != std::string::npos);
-    for (const auto& one : {outer, same, within}) checkLikeFreshScan(app, *one);
+    const std::string p = job == "&job=6" ? "&p=T:%5C" : "&p=C:%5Cr%5C";
+    const std::string fields = "permanent=1" + p + "a" + p + "loose.txt" + p + "locked" + job;
+    CHECK(app.told("POST", "/api/delete", fields).starts_with("200 {\"deleted\":2,"));
+    for (const auto& one : {outer, same, within, other}) checkLikeFreshScan(app, *one);
     CHECK(outer->freed == 220 * kMiB + 200);
     CHECK(same->freed == outer->freed);
     CHECK(within->freed == 80 * kMiB);
@@ -339,6 +358,10 @@ TEST_CASE("all scans that hold a deleted path are brought up to date") {
     CHECK(jobs.find("\"gone\":true") > jobs.find("{\"id\":3,"));
     CHECK(jobs.find("\"gone\":true") < jobs.find("{\"id\":4,"));
     CHECK(jobs.find("\"gone\":true", jobs.find("{\"id\":4,")) == std::string::npos);
+    // Nothing of what went was there any more, so none of it went into the bin.
+    app.disk->at(L"C:\\s\\x")->size = 0;
+    app.told("POST", "/api/delete", "permanent=1&p=C:%5Cs");
+    CHECK(besides->freed == 3);
   }
 }
 
@@ -350,7 +373,11 @@ TEST_CASE("what stays is named with its reason, if that is asked for") {
   app.disk->denied = {L"C:\\r\\locked\\own"};
   app.scanned("C:%5Cr");
   const std::string both = "p=C:%5Cr%5Clocked&p=C:%5Cr%5Cb&job=1&permanent=1";
-  CHECK(app.told("POST", "/api/delete", both).find("stayed") == std::string::npos);
+  const std::string none = app.told("POST", "/api/delete", "p=C:%5Cr%5Clocked&job=1&permanent=1");
+  CHECK(none.ends_with(R"("wouldDelete":["C:\\r\\locked"]})"));
+  app.disk->logFails = true;
+  CHECK(app.told("POST", "/api/delete", both).ends_with(R"(\\b"],"logged":false})"));
+  app.disk->logFails = false;
   const std::string told = app.told("POST", "/api/delete", both + "&why=1");
   CHECK(told.find(R"("stayed":[{"p":"C:\\r\\locked\\own","why":"norights"},)"
                   R"({"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})") != std::string::npos);
@@ -376,13 +403,14 @@ TEST_CASE("why something stayed: what says it best, and no more than is asked") 
   disk.add(L"C:\\locked").locked = true;
   disk.add(L"C:\\sealed\\x").locked = true;
   disk.unreadable = {L"C:\\sealed\\hidden", L"C:\\closed"};
-  disk.add(L"C:\\sealed\\hidden\\h");
+  disk.add(L"C:\\sealed\\hidden\\x").locked = true;
   disk.add(L"C:\\closed\\x").locked = true;
   disk.add(L"C:\\odd\\in.\\deep\\x").locked = true;
   disk.link(L"C:\\linked\\link", L"C:\\sealed");
   disk.link(L"C:\\link", L"C:\\sealed");
   const std::wstring far = L"C:\\" + std::wstring(260, L'x');
   disk.add(far);
+  disk.add(far + L"held").locked = true;
   struct Row {
     std::wstring path;
     bool folder;
@@ -395,6 +423,7 @@ TEST_CASE("why something stayed: what says it best, and no more than is asked") 
                                  {L"C:\\file", false, 0x78, L"C:\\file", "norights"},
                                  {L"C:\\locked", false, 0x79, L"C:\\locked", "inuse"},
                                  {far, false, 32, far, "toolong"},
+                                 {far + L"held", false, 0, far + L"held", "inuse"},
                                  {L"C:\\none" + far, false, 33, L"C:\\none" + far, "toolong"},
                                  {L"C:\\sealed", true, 0, L"C:\\sealed\\x", "inuse"},
                                  {L"C:\\closed", true, 0, L"C:\\closed", "unknown"},

@@ -54,6 +54,8 @@ TEST_CASE("types get what their files take on the disk, one file measured alone 
   CHECK(measured(L"M:\\r\\thin.bin", L".bin") == 8192);
   CHECK(measured(L"M:\\r\\tiny.md", L".md") == 0);
   CHECK(measured(L"M:\\r", L".bin") == 8192);
+  CHECK(measured(L"M:\\", L".md") == 0);
+  CHECK(measurePath(disk, L"M:\\").types.at(L".bin").cloud == 0);
   CHECK(measured(L"M:\\r", L".md") == 0);
   CHECK(surveyFolder(disk, L"M:\\r", ScanOptions{}).types.at(L".md").disk == 0);
 }

@@ -27,7 +27,11 @@ TEST_CASE("folders, types and CSV of a finished scan") {
         R"(200 {"ext":".txt","folders":[],"files":[],"total":0})");
   app.disk->addFile(root, L"a.txt", 7);
   for (int i = 0; i < 30; ++i) app.disk->addFile(root, L"x.t" + std::to_wstring(i), 1);
+  for (const wchar_t* name : {L"z", L"y"}) app.disk->addFolder(root, name);
   app.scanned("M%3A%5Cr%C3%A9");
+  CHECK(app.told("GET", "/api/dirs?id=2&p=M:%5Cr%C3%A9")
+            .ends_with(R"({"n":"y","s":0,"f":0},{"n":"z","s":0,"f":0}],"total":22})"));
+  CHECK(app.told("GET", "/api/dirs?id=2").starts_with("400"));
   const std::string all = app.told("GET", "/api/types?id=2");
   CHECK(all.starts_with(
       R"(200 {"types":[{"e":".iso","s":15000031125,"c":250},{"e":".txt","s":7,"c":1},)"
