@@ -142,8 +142,7 @@ MoreFigures promised(const Job& job, const DeleteResult& result, FolderSource& f
   }
   const std::lock_guard lock(job.resultMutex);
   const ScanResult& scan = job.result;
-  MoreFigures more;
-  if (!knowsDisk(scan)) return more;
+  if (!knowsDisk(scan)) return {};
   Selection selection;
   for (std::size_t i = 0; i < result.wouldDelete.size(); ++i) {
     const DeletedPath& one = result.wouldDelete[i];
@@ -156,6 +155,7 @@ MoreFigures promised(const Job& job, const DeleteResult& result, FolderSource& f
       selection.files.push_back({*folder, std::wstring(lastName(one.inTree)), disk[i]});
     }
   }
+  MoreFigures more;
   more.promise = promiseOf(scan, selection);
   more.unseenNames = !scan.links.complete;
   return more;
@@ -175,7 +175,6 @@ bool readExpected(const FormFields& fields, DeleteRequest& wanted) {
   for (const auto* list : {&seen, &keep, &keepSeen}) {
     if (!list->empty() && list->size() != wanted.paths.size()) return false;
   }
-  if (seen.empty() && keep.empty() && keepSeen.empty()) return true;
   wanted.expected.resize(wanted.paths.size());
   const auto parse = [](const std::string& text, const std::wstring& path, Expected& expected) {
     if (text.empty()) return std::optional<Seen>();

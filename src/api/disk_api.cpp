@@ -50,13 +50,13 @@ ScannedFile findFile(const ScanResult& result, const std::wstring& path) {
   ScannedFile found;
   const std::wstring name(lastName(path));
   const auto folder = findFolder(result.folders, result.rootPath, parentOf(path));
-  if (!folder || name.empty() || name == L"." || name == L"..") return found;
+  if (!folder || name.empty() || name == L"." || name == L"..") return {};
   found.inScan = true;
-  for (const FileEntry& file : result.files) {
-    if (file.folder != *folder || !equalsIgnoreCase(file.name, name)) continue;
-    found.kept = &file;
-    break;
-  }
+  const auto kept =
+      std::find_if(result.files.begin(), result.files.end(), [&](const FileEntry& file) {
+        return file.folder == *folder && equalsIgnoreCase(file.name, name);
+      });
+  if (kept != result.files.end()) found.kept = &*kept;
   const std::uint32_t hash = foldedHash(name);
   for (const LinkedFile& file : result.links.files) {
     for (std::uint32_t n = 0; n < file.count; ++n) {

@@ -71,7 +71,6 @@ TouchedScans::TouchedScans(const JobTable& jobs, Machine& machine, FolderSource&
 
 void TouchedScans::update(const DeleteResult& result) {
   if (result.unknown) return fail();
-  if (result.deleted.empty() && result.left.empty()) return;
   for (Scan& scan : scans_) {
     orFail(*scan.job, [&] { update(scan, result); });
   }

@@ -116,8 +116,7 @@ std::vector<LogEntry> newestEntries(std::string_view text, std::size_t most, boo
   std::vector<LogEntry> entries;
   while (!text.empty()) {
     if (text.ends_with('\n')) text.remove_suffix(1);
-    const std::size_t before = text.rfind('\n');
-    std::string_view line = before == std::string_view::npos ? text : text.substr(before + 1);
+    std::string_view line = text.substr(text.rfind('\n') + 1); // all of it without a line end
     text.remove_suffix(line.size());
     takeEnd(line, "\r");
     if (line.empty()) continue;

@@ -14,6 +14,7 @@ using test::checkLikeFreshScan;
 using test::Facts;
 using test::factsOf;
 using test::firstDifference;
+using test::holds;
 using test::MemoryDisk;
 
 namespace {
@@ -234,8 +235,7 @@ TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
   const std::uint64_t before = job->result.byteCount;
   app.disk->binsNothing = true;
   app.disk->beforeShell = [&app] { app.disk->binBytes += 75; };
-  CHECK(app.told("POST", "/api/delete", "job=1&p=C:%5Cp").find(R"("freed":25,"binned":75,)") !=
-        std::string::npos);
+  CHECK(holds(app.told("POST", "/api/delete", "job=1&p=C:%5Cp"), R"("freed":25,"binned":75,)"));
   const FolderTable& folders = job->result.folders;
   const auto bin = findFolder(folders, L"C:\\", L"C:\\$Recycle.Bin\\S-1");
   REQUIRE(bin);
@@ -245,7 +245,7 @@ TEST_CASE("a bin that takes only a part and has no folder for the user yet") {
   CHECK(job->result.byteCount == before - 25);
   CHECK(job->freed == 25);
   CHECK(job->binned == 75);
-  CHECK(app.told("GET", "/api/types?id=1").find(R"("s":6,"c":2})") != std::string::npos);
+  CHECK(holds(app.told("GET", "/api/types?id=1"), R"("s":6,"c":2})"));
 }
 
 TEST_CASE("incomplete requests and unusable scans change nothing") {
@@ -271,10 +271,9 @@ TEST_CASE("incomplete requests and unusable scans change nothing") {
   app.state.jobs.find(1)->result.rootPath = root;
   CHECK(app.told("POST", "/api/delete", "job=1&dryrun=1") == R"(400 {"error":"niets opgegeven"})");
   // Only "1" sets a field, and the first of two fields counts.
-  CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Ca&dryrun=1&dryrun=0").find("\"dryRun\":true") !=
-        std::string::npos);
-  CHECK(app.told("POST", "/api/delete", "p=C:%5C&dryrun=01").find("\"dryRun\":false") !=
-        std::string::npos);
+  CHECK(
+      holds(app.told("POST", "/api/delete", "p=C:%5Cr%5Ca&dryrun=1&dryrun=0"), "\"dryRun\":true"));
+  CHECK(holds(app.told("POST", "/api/delete", "p=C:%5C&dryrun=01"), "\"dryRun\":false"));
   CHECK(app.disk->snapshot() == before);
   CHECK(app.told("POST", "/api/delete", cut, {{"content-length", "18"}}).starts_with("200"));
   // Nor is a scan usable that may show what is gone.
@@ -311,8 +310,8 @@ TEST_CASE("during a deletion queries are answered and only operations on the sam
   threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Ca"));
   while (inShell == 0) std::this_thread::yield();
   CHECK(app.told("GET", "/api/jobs").starts_with("200 [{\"id\":1,"));
-  CHECK(app.told("GET", "/api/result?id=1").find("big.iso") != std::string::npos);
-  CHECK(app.told("GET", "/api/dirs?id=1&p=C:%5Cr").find("\"n\":\"a\"") != std::string::npos);
+  CHECK(holds(app.told("GET", "/api/result?id=1"), "big.iso"));
+  CHECK(holds(app.told("GET", "/api/dirs?id=1&p=C:%5Cr"), "\"n\":\"a\""));
   threads.push_back(remove("job=2&permanent=1&p=D:%5Cx")); // another scan's
   while (done == 0) std::this_thread::yield();
   threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Cb"));
@@ -379,15 +378,14 @@ TEST_CASE("what stays is named with its reason, if that is asked for") {
   CHECK(app.told("POST", "/api/delete", both).ends_with(R"(\\b"],"logged":false})"));
   app.disk->logFails = false;
   const std::string told = app.told("POST", "/api/delete", both + "&why=1");
-  CHECK(told.find(R"("stayed":[{"p":"C:\\r\\locked\\own","why":"norights"},)"
-                  R"({"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})") != std::string::npos);
+  CHECK(holds(told, R"("stayed":[{"p":"C:\\r\\locked\\own","why":"norights"},)"
+                    R"({"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})"));
 
   // A single file; one with no reason that could be found; and never more than 20 for one folder.
   app.disk->at(L"C:\\r\\locked\\in\\use.bin")->locked = false;
   app.disk->mayDelete = [](const std::wstring&) { return false; };
-  CHECK(app.told("POST", "/api/delete", "p=C:%5Cr%5Clocked%5Cin%5Cuse.bin&job=1&why=1")
-            .find(R"("stayed":[{"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})") !=
-        std::string::npos);
+  CHECK(holds(app.told("POST", "/api/delete", "p=C:%5Cr%5Clocked%5Cin%5Cuse.bin&job=1&why=1"),
+              R"("stayed":[{"p":"C:\\r\\locked\\in\\use.bin","why":"inuse"}]})"));
   for (int i = 0; i < 300; ++i) {
     app.disk->add(L"C:\\r\\many\\" + std::to_wstring(i)).locked = true;
   }

@@ -9,6 +9,7 @@
 
 using namespace vorda;
 using test::App;
+using test::holds;
 
 namespace {
 
@@ -32,10 +33,6 @@ std::vector<std::string> listIn(const std::string& answer, const std::string& na
     from = list.find('"', to + 1);
   }
   return texts;
-}
-
-bool holds(const std::string& answer, const char* part) {
-  return answer.find(part) != std::string::npos;
 }
 
 // An app whose disk and contents are of one piece.

@@ -17,6 +17,10 @@ namespace vorda::test {
 
 using TextMap = std::map<std::string, std::string>;
 
+inline bool holds(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
 struct App {
   AppState state;
   MemoryDisk* disk = nullptr;         // owned by state

@@ -152,7 +152,9 @@ public:
     if (node == nullptr) return {};
     return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
   }
-  std::wstring absolute(const std::wstring& path) override { return path; }
+  std::wstring absolute(const std::wstring& path) override {
+    return path.size() == 2 ? path + L"\\current" : path; // the current folder of the drive
+  }
   std::uint32_t clusterBytes(const std::wstring& folder) override {
     const DiskNode* node = resolve(folder, true);
     return node != nullptr && node->folder ? cluster : 0;
