@@ -207,17 +207,19 @@ TEST_CASE("a cleanup is seen in all scans") {
   app.disk->add(L"C:\\Windows\\Temp\\half\\held", 4).locked = true;
   app.disk->add(L"C:\\Windows\\sub\\x", 3);
   app.disk->volume(L"S:", L"C:\\");
-  const auto outer = app.scanJob("C:%5C");
-  app.scanned("S:%5CWindows");
-  const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
+  app.disk->add(L"C:\\Windows\\Temp\\half\\c.tmp", 1);
   const auto half = app.scanJob("C:%5CWindows%5CTemp%5Chalf");
+  app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp\\half\\c.tmp"));
+  const auto outer = app.scanJob("C:%5C");
+  const auto named = app.scanJob("S:%5CWindows");
+  const auto inner = app.scanJob("C:%5CWindows%5CTemp%5Cin");
   const auto besides = app.scanJob("C:%5CWindows%5Csub");
   const std::string before = *besides->document;
   app.disk->at(L"C:\\Windows\\Temp\\half\\b.log")->size = 13; // of which only the cleanup knows
-  app.told("POST", "/api/cleanup", "what=tempfiles&job=2");
-  for (const auto& one : {outer, half}) test::checkLikeFreshScan(app, *one);
+  app.told("POST", "/api/cleanup", "what=tempfiles&job=3");
+  for (const auto& one : {outer, named, half}) test::checkLikeFreshScan(app, *one);
   CHECK(outer->freed == 1100 * kMiB + 13);
-  CHECK(half->freed == 3);
+  CHECK(half->freed == 4);
   CHECK_FALSE((outer->rootGone || half->rootGone));
   CHECK(inner->rootGone);
   CHECK(inner->freed == 1100 * kMiB);

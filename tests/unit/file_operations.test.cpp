@@ -210,9 +210,11 @@ TEST_CASE("emptying the bin frees binned bytes in scans that do not contain it")
   const auto running = app.scanJob("D:%5C");
   running->resultReady = false;
   remote->binned = running->binned = 9;
+  const auto part = app.scanJob("C:%5Cr%5Cb");
   app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cloose.txt&p=C:%5Cr%5Cb");
   app.told("POST", "/api/delete", "job=2&p=D:%5Cx");
   CHECK(folder->binned == 73400620);
+  CHECK(part->binned == 73400520);
   checkLikeFreshScan(app, *folder);
   app.disk->sid.clear(); // nobody knows which bin is the user's
   CHECK(app.told("POST", "/api/emptybin").starts_with("200"));

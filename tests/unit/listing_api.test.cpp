@@ -14,7 +14,7 @@ TEST_CASE("live listings: order, links, limits and failures") {
     app.disk->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2),
                       116'444'736'000'050'000);
   CHECK(
-      app.told("GET", "/api/browse?p=M%3A%5Cr%5C") ==
+      app.told("GET", "/api/browse?p=M%3A/r/") ==
       R"(200 {"path":"M:\\r","parent":"M:\\","dirs":[{"n":"a","p":"M:\\r\\a","hidden":false},)"
       R"({"n":"B9","p":"M:\\r\\B9","hidden":false},{"n":"b010","p":"M:\\r\\b010","hidden":false},)"
       R"({"n":"b10","p":"M:\\r\\b10","hidden":false},)"

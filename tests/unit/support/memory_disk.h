@@ -153,7 +153,10 @@ public:
     return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
   }
   std::wstring absolute(const std::wstring& path) override {
-    return path.size() == 2 ? path + L"\\current" : path; // the current folder of the drive
+    if (path.size() == 2) return path + L"\\current"; // the current folder of the drive
+    std::wstring out = path;
+    std::replace(out.begin(), out.end(), L'/', L'\\');
+    return out;
   }
   std::uint32_t clusterBytes(const std::wstring& folder) override {
     const DiskNode* node = resolve(folder, true);
