@@ -255,7 +255,7 @@ class Finder:
             return
         name = node["name"]
         for index, row in enumerate(rows):
-            self.add("row", row, "", f" [[maybe_unused]] static const bool vordaRow\0 = "
+            self.add("row", row, "", f" [[maybe_unused]] const bool vordaRow\0 = "
                      f"vordaDropRow(\0, {index}, {name});", table=(node["at"][1], end),
                      begin=row["at"][1], until=row["at"][2])
 

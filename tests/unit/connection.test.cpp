@@ -11,6 +11,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+using Need = Connection::Need;
+
 HttpResponse echo(HttpRequest& request) {
   return answer(403, "<" + request.method + " " + request.path + " " + request.body + ">");
 }
@@ -32,6 +34,20 @@ std::string servePieces(std::vector<std::string> pieces) {
 const auto kNoKey = [](const HttpRequest&) { return Admission{Trust::none, {}}; };
 const auto kKey = [](const HttpRequest&) { return Admission{Trust::key, {}}; };
 
+constexpr std::uint32_t kFar = 0x0A000001;
+
+// A connection whose steps are up to the test.
+struct Stepped {
+  FakeClient client;
+  Connection connection;
+  Stepped(ConnectionTable& table, const RequestGate& gate, std::vector<std::string> pieces)
+      : connection(std::make_unique<FakeStream>(client), gate, table.enter(kFar), {}) {
+    client.pieces = std::move(pieces);
+  }
+  Need advance() { return connection.advance(client.now); }
+  void compute() { connection.compute(client.now); }
+};
+
 const std::string kRequest = "POST /a?b=1 HTTP/1.1\r\nHost: x\r\nContent-Length: 4\r\n\r\nbody";
 
 } // namespace
@@ -40,6 +56,7 @@ TEST_CASE("responses, with and without a handler") {
   CHECK(servePieces({"GET / H\r\n\r\n"}).ends_with("\r\nConnection: close\r\n\r\n<GET / >"));
   FakeClient stream;
   stream.pieces = {kRequest};
+  stream.reads = 7;
   serve(stream, {});
   CHECK(stream.sent.starts_with(
       "HTTP/1.1 500 Internal Server Error\r\nContent-Type: text/plain\r\n"));
@@ -55,18 +72,19 @@ TEST_CASE("where a request ends, however it arrives") {
   CHECK(servePieces({kRequest.substr(0, kRequest.size() - 1)}).ends_with("<POST /a bod>"));
   // A blank line within the body ends nothing, and nobody waits for more than was announced.
   FakeClient whole;
-  whole.pieces = {"POST / H\r\nContent-Length: 8\r\n\r\n", "ab\r\n", "\r\ncd"};
+  whole.pieces = {"POST / H\r\nContent-Length: 27\r\n\r\nContent-Length:99\r\n", "ab\r\n",
+                  "\r\ncd"};
   whole.silent = true;
-  CHECK(serve(whole).ends_with("<POST / ab\r\n\r\ncd>"));
+  CHECK(serve(whole).ends_with("<POST / Content-Length:99\r\nab\r\n\r\ncd>"));
   CHECK(whole.now.time_since_epoch() == 0ms);
   CHECK(servePieces({"GET / H\r\n\r"}).empty());
   CHECK(servePieces({"nospace\r\n\r\n"}).empty());
 }
 
 TEST_CASE("limits on time and on buffered bytes") {
-  // One byte every 10 s: each is in time, the head as a whole is not.
+  // Something every 10 s: each is in time, the head as a whole is not.
   FakeClient trickle;
-  for (const char c : std::string("GET / H\r\n\r\n")) trickle.pieces.emplace_back(1, c);
+  trickle.pieces = {"GET", " ", "/ H\r", "\n", "\r", "\n"};
   trickle.perPiece = 10s;
   CHECK(serve(trickle).empty());
   CHECK(trickle.now.time_since_epoch() == kHeadWait);
@@ -121,21 +139,24 @@ TEST_CASE(
 
   ConnectionTable connections;
   const RequestGate gate{kKey, echo};
-  FakeClient flood;
-  flood.pieces = {"POST / H\r\nContent-Length: 1000000\r\n\r\n", std::string(1'000'000, 'x')};
-  Connection connection(std::make_unique<FakeStream>(flood), gate,
-                        connections.enter(kLoopbackAddress), flood.now);
-  REQUIRE(connection.advance(flood.now) == Connection::Need::thread);
-  CHECK_FALSE(connection.isComplete());
-  flood.now += 2s;
-  connection.compute(flood.now);
-  CHECK_FALSE(connection.isComplete());
-  CHECK(connection.advance(flood.now) == Connection::Need::bytes);
-  CHECK(flood.unread() == 1'000'000 - 16 * kReceivePiece);
-  CHECK(connection.deadline() == flood.now + kReceiveWait);
-  for (int turn = 1; turn < 4; ++turn) connection.advance(flood.now);
-  CHECK(connection.isComplete());
-  CHECK(connections.heldBytes() < 1'000'100); // no more than was announced
+  const std::string head = "POST / H\r\nContent-Length: 1000000";
+  Stepped flood(connections, gate, {head + "\r\n\r\n", std::string(1'000'000, 'x')});
+  REQUIRE(flood.advance() == Need::thread);
+  CHECK_FALSE(flood.connection.isComplete());
+  flood.client.perPiece = 3s;
+  flood.client.now += 2s;
+  flood.compute();
+  CHECK_FALSE(flood.connection.isComplete());
+  for (const auto pause : {0ms, 1'000ms, kBodyWait - 2'000ms}) {
+    flood.client.now += pause;
+    CHECK(flood.advance() == Need::bytes);
+    CHECK(flood.connection.deadline() ==
+          std::min(flood.client.now + kReceiveWait, Connection::TimePoint(kBodyWait + 2s)));
+  }
+  CHECK(flood.client.unread() == 1'000'000 - 32 * kReceivePiece);
+  for (int turn = 2; turn < 4; ++turn) flood.advance();
+  CHECK(flood.connection.isComplete());
+  CHECK(connections.heldBytes() == 1'000'000 + head.size()); // no more than was announced
 }
 
 TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
@@ -162,6 +183,24 @@ TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
   serve(stranger, {kNoKey, answers});
   CHECK(stranger.now.time_since_epoch() == kHeadWait);
   CHECK(stranger.sent.size() < 500'000);
+  // One that reads all at once leaves others a turn, and each MiB has its time.
+  for (const Trust trust : {Trust::none, Trust::key}) {
+    ConnectionTable connections;
+    const RequestGate gate{[trust](const HttpRequest&) { return Admission{trust, {}}; }, answers};
+    Stepped fast(connections, gate, {"GET / H\r\n\r\n"});
+    while (fast.advance() == Need::thread) fast.compute();
+    CHECK(fast.client.sent.size() == fast.client.sent.find("\r\n\r\n") + 4 + 15 * 131'072);
+    fast.client.perRead = 40s;
+    for (const auto at : {0s, 40s, trust == Trust::key ? 80s : 59s}) {
+      CHECK(fast.connection.deadline() ==
+            Connection::TimePoint(trust == Trust::key ? kSendWait : kHeadWait));
+      fast.client.now = Connection::TimePoint(at);
+      CHECK(fast.advance() == Need::space);
+    }
+    fast.client.reads = 0; // it is gone
+    fast.client.readAt = fast.client.now;
+    CHECK(fast.advance() == Need::over);
+  }
 }
 
 TEST_CASE("a body is read only for a request that was admitted, and a refusal reaches its client") {
@@ -195,16 +234,38 @@ TEST_CASE("a body is read only for a request that was admitted, and a refusal re
   CHECK(handled == 1);
 }
 
-TEST_CASE("a connection that has to give up its place is closed without an answer") {
-  ConnectionTable connections({.notKept = 1, .settling = 0ms});
-  auto first = connections.enter(kLoopbackAddress);
-  auto second = connections.enter(kLoopbackAddress);
-  FakeClient early;
-  early.pieces = {"GET / H\r\n\r\n"};
-  CHECK(serve(early, {{}, echo}, std::move(first)).empty());
-  FakeClient late;
-  late.pieces = {"GET / H\r\n\r\n"};
-  CHECK(serve(late, {{}, echo}, std::move(second)).ends_with("<GET / >"));
+TEST_CASE(
+    "who has shown a key stays until it is answered; whose connection has to go is not handled") {
+  const std::pair<Admission, int> rows[] = {{{Trust::none, {}}, 1},
+                                            {{Trust::key, errorAnswer(404, "no")}, 0},
+                                            {{Trust::open, {}}, 0},
+                                            {{Trust::key, {}}, 1}};
+  for (const auto& [admission, handles] : rows) {
+    ConnectionTable connections({.notKept = 2, .connections = 3, .settling = 0ms});
+    int handled = 0;
+    const auto admit = [&admits = admission](const HttpRequest& request) {
+      CHECK(request.address == kFar);
+      return admits;
+    };
+    const RequestGate gate{admit, [&handled](HttpRequest&) { return answer(++handled, ""); }};
+    Stepped asked(connections, gate, {"GET / H\r\n\r\nmore"});
+    Stepped silent(connections, gate, {});
+    REQUIRE(asked.advance() == Need::thread);
+    const auto third = connections.enter(kFar);
+    CHECK((silent.connection.mustClose() && !asked.connection.mustClose()));
+    asked.compute();
+    const bool reads = admission.trust != Trust::none && !admission.refusal;
+    CHECK((connections.heldBytes() > 0) == reads); // an answered request holds nothing
+    if (reads) REQUIRE((asked.advance() == Need::thread && third->arrive()));
+    const auto fourth = connections.enter(kFar);
+    const bool kept = reads && admission.trust == Trust::key;
+    CHECK(asked.connection.mustClose() == !kept);
+    asked.compute();
+    CHECK(handled == handles);
+    if (!kept) continue;
+    CHECK((third->keep() && fourth->keep()));
+    CHECK_FALSE(connections.enter(kFar)->mustClose()); // an answered one goes instead
+  }
 }
 
 TEST_CASE("a body waits for memory that another gives up, at most for a second") {
@@ -214,22 +275,20 @@ TEST_CASE("a body waits for memory that another gives up, at most for a second")
   for (const bool gives : {true, false}) {
     auto large = connections.enter(kLoopbackAddress);
     CHECK(large->hold(290'000));
-    FakeClient client;
-    client.pieces = {head, std::string(100'000, 'x')};
-    Connection connection(std::make_unique<FakeStream>(client), gate,
-                          connections.enter(kLoopbackAddress), client.now);
-    REQUIRE(connection.advance(client.now) == Connection::Need::thread);
-    connection.compute(client.now);
-    REQUIRE(connection.advance(client.now) == Connection::Need::room);
+    Stepped one(connections, gate, {head, std::string(100'000, 'x')});
+    REQUIRE(one.advance() == Need::thread);
+    one.compute();
+    REQUIRE(one.advance() == Need::room);
     CHECK(large->mustClose());
-    CHECK(connection.advance(client.now + kRoomWait - 1ms) == Connection::Need::room);
+    one.client.now += kRoomWait - 1ms;
+    CHECK(one.advance() == Need::room);
     if (gives) large.reset();
-    const auto need = connection.advance(client.now + kRoomWait);
-    CHECK(need == (gives ? Connection::Need::thread : Connection::Need::over));
-    if (!gives) continue;
-    connection.compute(client.now);
-    CHECK(connections.heldBytes() == 0); // an answered request holds nothing
-    CHECK(connection.advance(client.now) == Connection::Need::over);
-    CHECK(client.sent.ends_with("<POST / " + std::string(100'000, 'x') + ">"));
+    one.client.now += 1ms;
+    CHECK(one.advance() == (gives ? Need::thread : Need::over));
+    large.reset();
+    one.compute();
+    CHECK((connections.heldBytes() == 0) == gives); // an answered request holds nothing
+    CHECK(one.advance() == Need::over);
+    CHECK(one.client.sent.ends_with("<POST / " + std::string(100'000, 'x') + ">") == gives);
   }
 }

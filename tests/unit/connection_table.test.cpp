@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::uint32_t kNear = 0x0A000001;
 constexpr std::uint32_t kFar = 0x0A000002;
+using Room = ConnectionSeat::Room;
 using Seats = std::vector<std::unique_ptr<ConnectionSeat>>;
 
 Seats entered(ConnectionTable& table, std::size_t count, std::uint32_t address) {
@@ -31,11 +32,14 @@ std::size_t closing(const Seats& seats) {
 
 TEST_CASE("too many connections: the longest-waiting without a key goes, never a kept one") {
   ConnectionTable table({.perAddress = 3, .notKept = 6, .connections = 9, .settling = 0ms});
+  int told = 0;
+  table.onClosing([&told] { ++told; });
   Seats near = entered(table, 3, kNear);
   CHECK(near[0]->keep());
   near.push_back(table.enter(kNear));
   CHECK(closing(near) == 1);
   CHECK(near[1]->mustClose());
+  CHECK(told == 1);
   CHECK_FALSE(near[1]->keep());
   near.erase(near.begin() + 1);
   for (const auto& seat : near) CHECK(seat->keep());
@@ -49,6 +53,8 @@ TEST_CASE("too many connections: the longest-waiting without a key goes, never a
   near.erase(near.begin() + 1);
   CHECK(newer->keep());
   CHECK(table.enter(kNear)->mustClose());
+
+  CHECK_FALSE(table.enter(kFar)->mustClose()); // their number says nothing about this one
 
   // Loopback has no bound of its own; all together have one for those that are not kept.
   Seats local = entered(table, 6, kLoopbackAddress);
@@ -94,10 +100,20 @@ TEST_CASE("a newcomer waits a moment before it pushes out those that have only j
   CHECK(closing(seats) == 0);
   CHECK_FALSE(third->mustClose());
   ConnectionTable quick({.notKept = 1, .settling = 30ms});
-  const auto began = std::chrono::steady_clock::now();
+  const auto kept = quick.enter(kLoopbackAddress);
+  CHECK(kept->keep()); // however long that one is there
+  std::this_thread::sleep_for(30ms);
+  auto began = std::chrono::steady_clock::now();
   seats = entered(quick, 2, kLoopbackAddress);
   CHECK(std::chrono::steady_clock::now() - began >= 30ms);
   CHECK(seats[0]->mustClose());
+  // And while many that have to go are not gone.
+  ConnectionTable going({.notKept = 1, .closing = 1, .settling = 0ms});
+  began = std::chrono::steady_clock::now();
+  seats = entered(going, 3, kLoopbackAddress);
+  CHECK(std::chrono::steady_clock::now() - began < 900ms);
+  const auto fourth = going.enter(kLoopbackAddress); // for a second
+  CHECK(std::chrono::steady_clock::now() - began >= 1s);
   seats.clear(); // before their table
 }
 
@@ -115,7 +131,8 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   // The one that must close gives its bytes up a moment later. What a request is worked on with
   // cannot be given up.
   CHECK(seats[0]->work());
-  CHECK(seats[2]->tryHold(150) == ConnectionSeat::Room::later);
+  CHECK(seats[2]->tryHold(150) == Room::later);
+  CHECK_FALSE(seats[2]->hold(150)); // for a second nobody leaves
   std::thread leaver([&seats] {
     while (!seats[1]->mustClose()) std::this_thread::yield();
     seats[1].reset();
@@ -124,16 +141,32 @@ TEST_CASE("too many bytes: who holds most goes, first among those without a key"
   leaver.join();
   CHECK(table.heldBytes() == 750);
   CHECK_FALSE(seats[0]->mustClose());
-  CHECK(seats[3]->hold(250));
-  CHECK_FALSE(seats[2]->hold(260)); // all that is left
-  CHECK(seats[0]->keep());
-  CHECK(seats[3]->hold(20));
-  CHECK(seats[2]->hold(10));
-  CHECK(seats[3]->hold(10));
-  CHECK(seats[0]->hold(980));
-  // A little is always allowed, and pushes nobody out who has not more.
-  CHECK(table.enter(kFar)->hold(10));
-  CHECK(table.heldBytes() == 1'000);
-  seats.clear();
-  CHECK(table.heldBytes() == 0);
+}
+
+TEST_CASE("as few as possible have to go, the kept ones last and those that hold little never") {
+  ConnectionTable table({.heldBytes = 100, .alwaysHeld = 10});
+  Seats seats = entered(table, 6, kNear);
+  const std::size_t held[] = {10, 11, 12, 12, 50, 5};
+  for (std::size_t i = 0; i < 6; ++i) CHECK(seats[i]->tryHold(held[i]) == Room::granted);
+  CHECK(seats[4]->keep());
+  CHECK(seats[5]->tryHold(13) == Room::denied); // it would itself hold most
+  CHECK(seats[5]->tryHold(11) == Room::later);
+  CHECK((seats[2]->mustClose() && closing(seats) == 1));
+  CHECK(seats[2]->tryHold(1) == Room::denied);
+  CHECK(seats[5]->keep());
+  CHECK(seats[5]->tryHold(29) == Room::later);
+  CHECK((seats[3]->mustClose() && closing(seats) == 2));
+  CHECK(seats[5]->tryHold(45) == Room::later);
+  CHECK((!seats[0]->mustClose() && closing(seats) == 4));
+
+  // What a request is worked on with may be too much with the little of others.
+  ConnectionTable full({.heldBytes = 20, .alwaysHeld = 5});
+  Seats two = entered(full, 2, kNear);
+  CHECK((two[0]->hold(15) && two[0]->work()));
+  CHECK(two[0]->tryHold(20) == Room::granted);
+  CHECK(two[1]->hold(5));
+  CHECK(two[0]->tryHold(20) == Room::granted);
+  CHECK(closing(two) == 0);
+  two[0]->finish();
+  CHECK(full.heldBytes() == 5);
 }

@@ -64,6 +64,12 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
     ask("GET", "/api/KEY23?token=KEY23");
     ask("GET", "/api/dirs?token=KEY23&p=C:\\private");
     ask("KEY23", "/api/hello?token=KEY23");
+    for (const char* page : {"/", "/index.html"}) ask("GET", page);
+    app.state.targets = []() -> TargetList {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      throw std::runtime_error("any");
+    };
+    ask("GET", "/api/targets?token=KEY23");
     const std::string begun =
         ask("POST", "/api/scan?token=KEY23", "path=C%3A%5Cprivate&password=hushhush");
     app.waitUntilDone(std::stoi(begun.substr(begun.find("\"id\":") + 5)));
@@ -76,9 +82,12 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
     for (const char* said :
          {"warning GET /api/jobs refused, 401\n", "warning unknown path refused, 404\n",
           "warning GET /api/dirs 400, ", "info    other method /api/hello 200, 43 bytes, ",
-          "info    POST /api/scan 200, ", "info    no turbo: notlocal\n",
+          "info    POST /api/scan 200, ", "info    no turbo: notlocal\n", "info    GET / 200, ",
+          "info    GET /index.html 200, ", "error   GET /api/targets 500, 25 bytes, ",
           "info    scan by walk begins\n", "info    scan by walk ends: 1 files, "}) {
       CHECK(text.find(said) != std::string::npos);
     }
+    const int ms = std::stoi(text.substr(text.find(" 25 bytes, ") + 11));
+    CHECK((ms >= 2 && ms < 60'000));
   }
 }

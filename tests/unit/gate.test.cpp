@@ -21,7 +21,8 @@ constexpr const char* kUnknown = R"(404 {"error":"onbekend eindpunt"})";
 // row here.
 const std::map<std::string, std::string> kBareAnswers = {
     {"/api/hello", "200 {\"auth\":"},
-    {"/api/about", R"(200 {"version":"1.9.0","signed":true,"log":"","crash":{"path":)"},
+    {"/api/about",
+     R"(200 {"version":"1.9.0","signed":true,"log":"","crash":{"path":"C:\\r\\crash.dmp","time":7}})"},
     {"/api/openapi.json", R"(200 {"openapi":1})"},
     {"/api/targets", "200 {\"drives\":[{"},
     {"/api/browse", "200 {\"path\":\"\",\"parent\":\"\",\"dirs\":[{"},
@@ -103,7 +104,7 @@ TEST_CASE("who counts as foreign, with and without a key") {
                            "0.0.0.0",
                            "127.0.0.1.",
                            "127.0.0.1@evil.example",
-                           "http://http://localhost",
+                           "http://https://localhost",
                            "localhost//",
                            "[::2]:80",
                            "null",
@@ -176,6 +177,7 @@ TEST_CASE("only the exact key opens, in the header or the query") {
   }
   agent.state.key.clear();
   CHECK(agent.told("GET", "/api/jobs?token=") == kNoKey);
+  CHECK(agent.told("GET", "/api/nothing") == kNoKey);
 }
 
 TEST_CASE("what a request may do is known from its head") {
@@ -190,6 +192,7 @@ TEST_CASE("what a request may do is known from its head") {
   app.state.keyRequired = true; // as with --lock: the rules for hosts stay
   CHECK(trust("/api/jobs") == Trust::none);
   CHECK(trust("/") == Trust::none);
+  CHECK(app.told("GET", "/") == "200 <p>page</p>");
   CHECK(trust("/api/hello") == Trust::none);
   CHECK(trust("/api/jobs?token=KEY23") == Trust::key);
   CHECK(trust("/api/hello", "X-Vorda-Token: KEY23") == Trust::key);
@@ -237,18 +240,29 @@ TEST_CASE("guessing keys over the network is refused for a minute, from that add
     keys.note(kGuesser + 1, last + std::chrono::seconds(62));
   }
   flood(WrongKeys::kMaxAddresses - 1, 63);
+  flood(1, 63); // of one that is known already
   CHECK(keys.refuses(kGuesser + 1, last + std::chrono::seconds(63)));
+  keys.note(kGuesser, last + std::chrono::seconds(63));
+  CHECK_FALSE(keys.refuses(kGuesser + 1, last + std::chrono::seconds(63))); // no more fit
+  keys.note(kGuesser - 1, last + std::chrono::seconds(200));
 
   App agent;
   agent.state.remote = agent.state.keyRequired = true;
   HttpRequest guess;
   guess.address = kGuesser;
-  parseTarget("/api/jobs?token=no", guess);
-  for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
-    CHECK(admitRequest(agent.state, guess).refusal->status == 401);
+  for (const char* target : {"/api/jobs", "/api/jobs?token=no"}) { // no key is no guess
+    parseTarget(target, guess);
+    for (unsigned i = 0; i < WrongKeys::kAllowed; ++i) {
+      CHECK(admitRequest(agent.state, guess).refusal->status == 401);
+      agent.state.wrongKeys.note(kGuesser + 1,
+                                 std::chrono::steady_clock::now() - WrongKeys::kPeriod);
+    }
   }
   parseTarget("/api/jobs?token=KEY23", guess);
   CHECK(admitRequest(agent.state, guess).refusal->status == 429);
+  CHECK(admitRequest(agent.state, guess).trust == Trust::none);
+  guess.address = kGuesser + 1; // whose minute is over
+  CHECK_FALSE(admitRequest(agent.state, guess).refusal);
   CHECK(agent.told("GET", "/api/jobs?token=KEY23") == "200 []");
 }
 

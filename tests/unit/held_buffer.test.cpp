@@ -30,6 +30,7 @@ TEST_CASE("what a request holds is told before it is allocated, to the byte") {
     CHECK(doubled.append(100) == Room::granted);
     CHECK(doubled.table.heldBytes() == 100);
     CHECK(doubled.append(1) == fits);
+    CHECK(doubled.append(99) == fits); // which fills it
     CHECK(doubled.table.heldBytes() == (less == 0 ? 200 : 100));
 
     Held announced(250 - less);

@@ -44,6 +44,7 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(app.told("GET", "/api/jobs")
             .find(R"("state":"done","files":20,"bytes":100,"dirs":21,"phase":3)") !=
         std::string::npos);
+  app.state.jobs.find(1)->document = nullptr; // as a change leaves it for want of memory
   const auto first = app.ask("GET", "/api/result?id=1");
   CHECK(first.status == 200);
   CHECK(first.body == app.ask("GET", "/api/result?id=1").body); // shared, not copied
@@ -77,4 +78,26 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   const std::weak_ptr<Job> freed = forgotten;
   forgotten.reset();
   while (!freed.expired()) std::this_thread::yield();
+}
+
+TEST_CASE("what the list says of a scan that runs") {
+  App app;
+  const auto job = std::make_shared<Job>();
+  job->target = L"C:\\x";
+  app.state.jobs.add(job);
+  std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  const auto says = [&app](const char* text) {
+    return app.told("GET", "/api/jobs").find(text) != std::string::npos;
+  };
+  CHECK(says(R"("path":"C:\\x","kind":"","label":"","state":"scanning")"));
+  CHECK_FALSE(says("top"));
+  job->progress.edit([](ProgressTexts& texts) { texts.top = {{L"a", 5}, {L"b", 4}}; });
+  CHECK(says(R"(,"top":[{"n":"a","s":5},{"n":"b","s":4}]}])"));
+  CHECK_FALSE(says(R"("elapsed":0,)"));
+  job->progress.cancelRequested = job->rootGone = job->resultReady = true;
+  CHECK(says(R"("state":"cancelled")"));
+  CHECK(says(R"("top")"));
+  CHECK(app.told("GET", "/api/dirs?id=1&p=C%3A") == R"(404 {"error":"noJob"})");
+  job->resultReady = false;
+  CHECK(app.told("GET", "/api/cleanable?job=1") == R"(404 {"error":"noJob"})");
 }

@@ -36,7 +36,8 @@ TEST_CASE("what is written to the log is read back as it was meant") {
     }
   }
   App app;
-  app.disk->log = failedLine(kAt, 120, 2, 5) + failedLine(kAt, 0, 1, 1) +
+  app.disk->log = deletedLine(kAt, {DeletionMode::binned, true, false}, 1, L"C:\\p") +
+                  failedLine(kAt, 120, 2, 5) + failedLine(kAt, 0, 1, 1) +
                   cleanedLine(kAt, {true, 9, 3, 1}, path);
   CHECK(
       document(app) ==
@@ -45,7 +46,8 @@ TEST_CASE("what is written to the log is read back as it was meant") {
       "\u00e9"
       R"(","bytes":9,"deleted":3,"skipped":1},)"
       R"({"kind":"failed","at":"2026-03-04 05:06:07","code":0,"left":1,"paths":1},)"
-      R"({"kind":"failed","at":"2026-03-04 05:06:07","code":120,"left":2,"paths":5}],"more":false})");
+      R"({"kind":"failed","at":"2026-03-04 05:06:07","code":120,"left":2,"paths":5},)"
+      R"({"kind":"binned","at":"2026-03-04 05:06:07","partly":true,"p":"C:\\p","bytes":1}],"more":false})");
 }
 
 TEST_CASE("lines that are no records are passed on as text, and cut records are no records") {

@@ -21,23 +21,29 @@ TEST_CASE("request heads, with odd and malformed parts") {
   CHECK(full->request.header("content-length") == "12abc");
   CHECK_FALSE(full->request.header("no colon"));
   CHECK(full->request.headers.contradicts("x"));
+  CHECK(HeaderFields("A: 1\r\na: 2\r\nA: 1").contradicts("a"));
   CHECK_FALSE(HeaderFields("A: 1\r\na:1\r\nB: 2\r\nA: 1").contradicts("a"));
   CHECK(full->contentLength == 12);
   CHECK_FALSE(parseHead(""));
   CHECK_FALSE(parseHead("GET\r\nHost: a b"));
   CHECK(parseHead(" /x")->request.method.empty());
   CHECK(parseHead("GET ")->request.path.empty());
+  CHECK(parseHead("GET /x")->request.query.empty());
   CHECK_FALSE(parseHead("GET /x?\nHost: y")->request.header("host")); // a bare LF ends no line
   CHECK(parseHead("GET /\rX")->request.path == "/\rX");
   const std::vector<std::pair<std::string, std::uint64_t>> lengths = {
       {"-1", ~0ULL},
       {"+7", 7},
       {"x", 0},
+      {"\v\f7,5", 7},
       {"", 0},
       {"0x10", 0},
+      {"18446744073709551614", ~0ULL - 1},
       {"18446744073709551615", ~0ULL},
       {"18446744073709551616", ~0ULL}};
   for (const auto& [text, length] : lengths) {
     CHECK(parseHead("GET / H\r\nContent-Length:" + text)->contentLength == length);
   }
+  CHECK(responseHead(errorAnswer(400, "")).starts_with("HTTP/1.1 400 Bad Request\r\n"));
+  CHECK(responseHead(errorAnswer(404, "")).starts_with("HTTP/1.1 404 Not Found\r\n"));
 }

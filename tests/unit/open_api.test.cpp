@@ -14,20 +14,28 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
   app.scanned("C%3A%5Cdata");
   app.disk->addFile(L"E:", L"b.txt", 5);
   app.scanned("E%3A%5C");
+  app.scanned("G%3A%2F");
+  for (const auto& job : app.state.jobs.all()) job->label = L"label";
+  const auto remote = std::make_shared<Job>();
+  remote->kind = kSshKind;
+  remote->target = L"f:/"; // a host that is called like a drive
+  app.state.jobs.add(remote);
   const auto ask = [&app](const std::string& body) { return app.told("POST", "/api/open", body); };
   CHECK(ask("what=open&p=C%3A%2Fdata%2Fa.txt") == R"(200 {"ok":true})");
   CHECK(ask("what=terminal&p=c%3A%5CDATA") == R"(200 {"ok":true})");
   CHECK(ask("what=properties&p=C%3A%5Cdata%5Cx%5Cy") == R"(200 {"ok":true})");
   CHECK(ask("what=open&p=E%3A%5Cb.txt") == R"(200 {"ok":true})");
+  CHECK(ask("what=open&p=G%3A%5Cc.txt") == R"(200 {"ok":true})");
   using Opened = std::vector<std::pair<Opening, std::wstring>>;
   CHECK(app.opened == Opened{{Opening::item, L"C:\\data\\a.txt"},
                              {Opening::terminal, L"c:\\DATA"},
                              {Opening::properties, L"C:\\data\\x\\y"},
-                             {Opening::item, L"E:\\b.txt"}});
+                             {Opening::item, L"E:\\b.txt"},
+                             {Opening::item, L"G:\\c.txt"}});
   app.opened.clear();
   for (const char* path :
        {"C%3A%5C", "C%3A%5Cdata2%5Cx", "C%3A%5Ctemp%5Cx", "C%3A%5Cdata%5C..%5CWindows",
-        "C%3A%5Cdata%2F..%2FWindows", "%5C%5Cnas%5Cshare"}) {
+        "C%3A%5Cdata%2F..%2FWindows", "%5C%5Cnas%5Cshare", "F%3A%5Cx"}) {
     CHECK(ask(std::string("what=open&p=") + path) == R"(400 {"error":"notAllowed"})");
   }
   for (const char* path :
@@ -39,7 +47,11 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
                            "what=open&p=", "what=open&p=C%3A%5Cdata&p=C%3A%5Cdata"}) {
     CHECK(ask(body) == R"(400 {"error":"niets opgegeven"})");
   }
+  CHECK(app.told("POST", "/api/open", "what=open&p=E%3A%5Cb", {{"content-length", "99"}}) ==
+        R"(400 {"error":"incomplete"})");
   CHECK(app.opened.empty());
+  app.state.session.open = [](Opening, const std::wstring&) { return std::string_view("program"); };
+  CHECK(ask("what=open&p=E%3A%5Cb.txt") == R"(400 {"error":"program"})");
   app.state.remote = app.state.keyRequired = true;
   CHECK(app.told("POST", "/api/open", "what=open&p=C%3A%5Cdata", {{"x-vorda-token", "KEY23"}}) ==
         R"(400 {"error":"notAllowed"})");

@@ -9,6 +9,8 @@
 using namespace vorda;
 using namespace std::string_literals;
 using test::App;
+using test::MemoryContents;
+using test::MemoryFile;
 
 namespace {
 
@@ -113,6 +115,32 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
     CHECK(own.status(path) == 404);
   }
   CHECK(app.told("GET", "/api/preview") == R"(404 {"error":"noPreview"})");
+
+  // Between two looks at it the file grows, goes, shrinks, becomes another or cannot be read any more.
+  int looks = 0;
+  const auto meanwhile = [&](auto& hook, int which, auto change) {
+    app.contents->rewrite(L"C:\\d\\a.txt", kPng);
+    looks = 0;
+    hook = [&, which, change](const std::wstring& path) {
+      if (++looks == which) app.contents->edit(path, change);
+    };
+    const HttpResponse response = own.preview("C:\\d\\a.txt");
+    hook = nullptr;
+    return response;
+  };
+  MemoryContents& disk = *app.contents;
+  const auto grow = [](MemoryFile& file) { file.state.size = 20'000'001; };
+  const auto go = [](MemoryFile& file) { ++file.number; };
+  const auto fail = [](MemoryFile& file) { file.failure = FileFailure::unreadable; };
+  CHECK(meanwhile(disk.onState, 1, grow).status == 404);
+  CHECK(meanwhile(disk.onState, 1, go).status == 404);
+  const auto shorter = meanwhile(disk.onRead, 2, [](auto& file) { file.content.resize(20); });
+  CHECK(shorter.payload() == kPng.substr(0, 20));
+  CHECK(meanwhile(disk.onRead, 2, [](auto& file) { file.content = "<html>"; }).status == 404);
+  CHECK(meanwhile(disk.onRead, 2, [](auto& file) { file.failsReading = true; }).status == 404);
+  app.contents->edit(L"C:\\d\\a.txt", [](auto& file) { file.failsReading = false; });
+  CHECK(meanwhile(disk.onOpen, 1, fail).status == 404);
+  app.contents->edit(L"C:\\d\\a.txt", [](auto& file) { file.failure = FileFailure::none; });
 
   // Whatever it is by now counts, not what it was when it was compared.
   app.contents->edit(L"C:\\d\\fits.png", [](auto& file) { file.failure = FileFailure::cloud; });

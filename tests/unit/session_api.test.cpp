@@ -14,6 +14,8 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
     CHECK(page.payload() == "<p>page</p>");
   }
   CHECK(app.ask("GET", "/favicon.ico").status == 404);
+  app.state.about = [] { return AboutFacts{L"1", false, L"C:\\l", L"", 0}; };
+  CHECK(app.told("GET", "/api/about") == R"(200 {"version":"1","signed":false,"log":"C:\\l"})");
   CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":false,"server":false,"canQuit":true})");
   CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true})");
   CHECK(app.quits == 1);

@@ -14,4 +14,7 @@ TEST_CASE("POST /api/update: a newer and an older version") {
       told({true, "1.10.0", ""}) ==
       R"(200 {"ok":true,"current":"1.9.0","latest":"1.10.0","newer":true,"url":"https://x/get"})");
   CHECK(told({true, "1.9", ""}).find(R"("latest":"1.9","newer":false,)") != std::string::npos);
+  CHECK(
+      told({false, "9.9.9", "offline"}) ==
+      R"(502 {"ok":false,"current":"1.9.0","latest":"9.9.9","newer":false,"url":"https://x/get","error":"offline"})");
 }

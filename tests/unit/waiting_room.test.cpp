@@ -26,9 +26,10 @@ public:
     const Need need = connection->advance(now);
     room.enter(std::move(connection), need);
   }
-  // A round in which all that can be ready is.
-  void goOn(bool threads = true) {
-    for (WaitingRoom::Guest& guest : room.guests()) guest.ready = guest.need == Need::bytes;
+  // A round in which all that can be ready is, or nobody.
+  void goOn(bool threads = true, bool ready = true) {
+    for (WaitingRoom::Guest& guest : room.guests())
+      guest.ready = ready && guest.need == Need::bytes;
     room.goOn(now, [&](std::unique_ptr<Connection>& connection) {
       ++asked;
       if (threads) served.push_back(std::move(connection));
@@ -67,6 +68,7 @@ TEST_CASE("who waits gets a thread when the head is there, as soon as there is o
   CHECK(room.asked == 1); // no use in asking for the second
   CHECK(room.room.guests().size() == 3);
   CHECK(*room.room.patience(room.now) < 100ms);
+  CHECK(room.room.patience(room.now + kReceiveWait - 1s - 3ms) == 3ms);
   room.goOn();
   CHECK(room.served.size() == 2);
   CHECK(room.room.guests().size() == 1);
@@ -84,12 +86,12 @@ TEST_CASE("who is late, has to go or fails is seen off, and nobody else") {
   room.enter(clients[2]);
   room.goOn();
   room.enter(clients[3]); // one too many: the first must close
-  room.goOn();
+  room.goOn(true, false);
   CHECK(clients[0].closed);
   CHECK(room.room.guests().size() == 3);
-  room.now += 10s;
+  room.now += 11s;
   CHECK(room.room.patience(room.now) == 0ms);
-  room.goOn();
+  room.goOn(true, false);
   CHECK(clients[1].closed);
   CHECK(room.room.guests().size() == 2);
   // What one runs into ends that one.
