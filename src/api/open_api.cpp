@@ -22,10 +22,9 @@ std::optional<Opening> openingOf(std::string_view word) {
 }
 
 bool liesIn(std::wstring_view root, std::wstring_view path) {
-  while (!root.empty() && (root.back() == L'\\' || root.back() == L'/')) root.remove_suffix(1);
-  if (path.size() < root.size() || !equalsIgnoreCase(path.substr(0, root.size()), root))
-    return false;
-  return path.size() == root.size() || path[root.size()] == L'\\' || path[root.size()] == L'/';
+  while (root.ends_with(L'\\')) root.remove_suffix(1);
+  if (root.empty() || !equalsIgnoreCase(path.substr(0, root.size()), root)) return false;
+  return path.size() == root.size() || path[root.size()] == L'\\';
 }
 
 // A page can only ask for what a scan on this machine has, so that a path from elsewhere opens nothing. Parts
@@ -36,7 +35,7 @@ bool isScanned(const JobTable& jobs, std::wstring_view path) {
     return false;
   const auto all = jobs.all();
   return std::any_of(all.begin(), all.end(), [path](const std::shared_ptr<Job>& job) {
-    return !job->overSsh() && liesIn(job->target, path);
+    return isUsable(*job) && !job->overSsh() && liesIn(job->result.rootPath, path);
   });
 }
 

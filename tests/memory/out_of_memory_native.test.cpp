@@ -307,3 +307,13 @@ TEST_CASE("every request without memory is answered as such or right") {
     tidy();
   }
 }
+
+TEST_CASE("without memory nobody gets in who has no key") {
+  App app;
+  app.state.keyRequired = true;
+  const Question question = {"GET", "/api/jobs?token=a%20long%20key%20that%20is%20wrong", ""};
+  forEveryAllocation("key", [&](std::uint64_t n, Failing how) {
+    const std::string answer = askWithout(app, n, how, question);
+    CHECK((answer.starts_with("401 ") || answer == kNoMemoryAnswer));
+  });
+}

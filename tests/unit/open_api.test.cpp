@@ -14,11 +14,14 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
   app.scanned("C%3A%5Cdata");
   app.disk->addFile(L"E:", L"b.txt", 5);
   app.scanned("E%3A%5C");
+  app.disk->addFile(L"G:", L"c.txt", 5);
   app.scanned("G%3A%2F");
+  app.scanned("%5C"); // fails
   for (const auto& job : app.state.jobs.all()) job->label = L"label";
   const auto remote = std::make_shared<Job>();
   remote->kind = kSshKind;
-  remote->target = L"f:/"; // a host that is called like a drive
+  remote->result.rootPath = L"F:\\"; // a host that is called like a drive
+  remote->resultReady = true;
   app.state.jobs.add(remote);
   const auto ask = [&app](const std::string& body) { return app.told("POST", "/api/open", body); };
   CHECK(ask("what=open&p=C%3A%2Fdata%2Fa.txt") == R"(200 {"ok":true})");
