@@ -109,9 +109,8 @@ TEST_CASE("a newcomer waits a moment before it pushes out those that have only j
   CHECK(seats[0]->mustClose());
   // And while many that have to go are not gone.
   ConnectionTable going({.notKept = 1, .closing = 1, .settling = 0ms});
-  began = std::chrono::steady_clock::now();
   seats = entered(going, 3, kLoopbackAddress);
-  CHECK(std::chrono::steady_clock::now() - began < 900ms);
+  began = std::chrono::steady_clock::now();
   const auto fourth = going.enter(kLoopbackAddress); // for a second
   CHECK(std::chrono::steady_clock::now() - began >= 1s);
   seats.clear(); // before their table
