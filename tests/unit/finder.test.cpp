@@ -210,7 +210,7 @@ TEST_CASE("the finder tells bytes on disk to those who ask") {
   // The root is that of the result, or of the target where there is none.
   const auto other = app.state.jobs.find(2);
   const auto count = [&app] {
-    return numberIn(test::runToEnd(app, "/api/findfiles", "ids=2&names=*"), "count");
+    return numberIn(test::runToEnd(app, "/api/findfiles", "ids=2&in=D:%5C&names=*"), "count");
   };
   other->target = L"X:";
   CHECK(count() == 1);

@@ -151,6 +151,7 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
   options.root.clear();
   CHECK_FALSE(turboScan(opens(volume.image()), progress, options, result));
   CHECK(progress.texts().failure == kMftOpenFailed);
+  CHECK(progress.files == 0);
 }
 
 TEST_CASE("a fragmented table is read completely or not at all") {
@@ -212,9 +213,7 @@ TEST_CASE("single bad records are skipped, many fail the scan") {
   put(bad, at(101), 0x44414142, 4);              // marked as bad
   put(bad, at(102) + 22, 0, 2);                  // deleted: not an error
   put(bad, at(103) + 32, reference(4096, 1), 8); // extends a record outside the table
-  ScanProgress progress;
-  CHECK(reading(opens(bad), progress).failure == kMftCorrupt);
-  CHECK(progress.files == 0); // not the records
+  CHECK(wordOf(bad) == kMftCorrupt);
   put(bad, at(103) + 32, 0, 8);
   const Reading read = reading(opens(bad));
   REQUIRE(read.ok);
@@ -303,9 +302,8 @@ TEST_CASE("every failure has its word, and the walk follows") {
 
 TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   constexpr std::uint32_t kChunk = 2048; // records
-  constexpr std::uint32_t kLess = 7;     // in the last one
   TestVolume volume;
-  volume.tableRecords = kChunk * 6 - kLess;
+  volume.tableRecords = kChunk * 6 - 7;
   volume.extents = {{kChunk * 12, 64}};
   volume.add(20, TestRecord().file(L"first", kRoot, 7));
   volume.add(kChunk * 5, TestRecord().file(L"last", kRoot, 8));
@@ -340,9 +338,7 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   CHECK(part.result.partial == Partial::cancelled);
   CHECK(progress.texts().partial == Partial::cancelled);
   const Reading none = reading(open, progress); // not even the root was read
-  CHECK(listed(none).empty());
-  REQUIRE(none.result.folderCount == 1);
-  CHECK(none.result.folders.front().name == L"d:\\");
+  CHECK(none.result.folders.at(none.result.folderCount - 1).name == L"d:\\");
   progress.cancelRequested = false;
   // While it reads, all chunks but the two in work are done.
   std::mutex reads;
@@ -361,8 +357,8 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
       if (chunk++ < 2) std::this_thread::sleep_for(std::chrono::milliseconds(50)); // both come
       if (chunk < 3) return true;
       const std::uint64_t done = progress.files;
-      CHECK((done + kLess) % kChunk <= kLess);
-      CHECK(done + kLess >= (chunk - 2) * kChunk);
+      CHECK((done + 7) % kChunk <= 7); // the last one is shorter
+      CHECK(done + 7 >= (chunk - 2) * kChunk);
       CHECK(done < chunk * kChunk);
       const auto line = [](std::uint64_t count) {
         return L"record " + std::to_wstring(count) + L" van 12281";
