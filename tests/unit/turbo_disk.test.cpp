@@ -102,7 +102,7 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
       34,
       TestRecord().name(L"cloud", a).nonResident(kData, 5000, holed({{10, 0}})).reparse(kCloud));
   volume.add(35, TestRecord()
-                     .attributes(12288tributeRecallOnDataAccess)
+                     .attributes(kAttributeRecallOnDataAccess)
                      .name(L"partly", a)
                      .nonResident(kData, 5000, holed({{7, 0}, {3, 100}}))
                      .stream(L"x", 1, runList({{1, 600}})));
