@@ -240,9 +240,9 @@ TEST_CASE("every failure has its word, and the walk follows") {
   };
   const auto with = [](const TestRecord& zero) { return opens(TestVolume().image(zero)); };
   const auto failing = [&good](std::uint64_t from, std::uint64_t to) {
-    return opens(good, [=](MemoryVolume& volume) {
-      volume.onRead = [=, n = 0](std::uint64_t offset) mutable {
-        return offset < from || offset >= to || (from == table && n++ == 0 && to == table + 2);
+    return opens(good, [=, n = std::make_shared<std::atomic<int>>(0)](MemoryVolume& volume) {
+      volume.onRead = [=](std::uint64_t offset) { // by either handle
+        return offset < from || offset >= to || (from == table && (*n)++ == 0 && to == table + 2);
       };
     });
   };
