@@ -10,9 +10,10 @@ namespace {
 
 using namespace std::string_view_literals;
 
+constexpr std::array<std::uint8_t, 7> kHeaderSizes = {12, 40, 52, 56, 64, 108, 124};
+
 // "BM" alone may begin a text, so its second header must have one of the known sizes as well.
 bool isBitmap(std::string_view head) {
-  constexpr std::array<std::uint8_t, 7> kHeaderSizes = {12, 40, 52, 56, 64, 108, 124};
   return head.size() >= 18 && head.starts_with("BM"sv) && head.substr(15, 3) == "\0\0\0"sv &&
          std::find(kHeaderSizes.begin(), kHeaderSizes.end(), static_cast<std::uint8_t>(head[14])) !=
              kHeaderSizes.end();

@@ -89,10 +89,10 @@ TEST_CASE("many clients start, query, cancel and forget scans and searches at on
 
 TEST_CASE("how far a run is, as its clients are told") {
   const std::vector<std::pair<RunCounters, std::uint64_t>> rows = {
-      {{}, 0},
       {{.scans = 4, .scansDone = 1, .percentTo = 10}, 2},
-      {{.scans = 4, .scansDone = 1, .files = 10, .filesDone = 5, .percentTo = 10}, 5},
-      {{.scans = 4, .scansDone = 1, .files = 10, .percentTo = 10}, 0},
+      {{.scans = 4, .files = 10, .filesDone = 5, .total = 7, .readBefore = 7, .percentTo = 10}, 5},
+      {{.scans = 4, .scansDone = 1, .files = 10, .filesDone = 5, .total = 7, .percentTo = 10}, 0},
+      {{.scans = 4, .scansDone = 1, .percentFrom = 20, .percentTo = 40}, 20},
       {{.files = 4, .filesDone = 1, .percentFrom = 10, .percentTo = 20}, 12},
       {{.total = 200, .read = 500, .readBefore = 100, .percentFrom = 40, .percentTo = 100}, 100}};
   for (const auto& [counters, percent] : rows) CHECK(counters.percent() == percent);

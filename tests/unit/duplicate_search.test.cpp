@@ -27,6 +27,7 @@ TEST_CASE("the duplicate search, from form fields to document") {
   app.scanned("D:");
   CHECK(app.told("GET", "/api/dupsacross") == R"(200 {"running":false})");
   CHECK(runToEnd(app, "/api/dupsacross", "ids=1,2&exts=dll") == expectedDocument("duplicates"));
+  CHECK(runToEnd(app, "/api/dupsacross", "ids=1&exts=x").find("d\":false") != std::string::npos);
   std::string listing;
   app.disk->onOpen = [&](const std::wstring& folder) {
     if (folder.size() < 4 && folder[0] == L'C') listing = app.told("GET", "/api/dupsacross");

@@ -14,6 +14,7 @@ TEST_CASE("verification reads files again") {
   app.addContent(L"C:\\", L"c", "othe");
   app.addContent(L"C:\\", L"locked", "same");
   app.contents->edit(L"C:\\locked", [](auto& file) { file.failure = FileFailure::unreadable; });
+  app.contents->edit(L"C:\\a", [](auto& file) { file.state.created = 2; });
   app.addContent(L"C:\\Windows", L"d", "same");
   app.addContent(L"C:\\", L"torn", "same");
   app.contents->onRead = [&app](const std::wstring& path) {

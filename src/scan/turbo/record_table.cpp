@@ -104,7 +104,8 @@ NamePool::Units NamePool::units(const PooledName& name) const {
 void NamePool::read(const PooledName& name, std::wstring& out) const {
   const Units from = units(name);
   out.resize(name.length);
-  for (std::size_t i = 0; i < name.length; ++i) out[i] = static_cast<wchar_t>(from[i]);
+  std::size_t i = 0;
+  for (wchar_t& unit : out) unit = static_cast<wchar_t>(from[i++]);
 }
 
 bool RecordTable::allocate(std::uint32_t count) {
