@@ -257,17 +257,24 @@ test('nothing that is shown already moves while a section loads', needs('drives'
   }
 });
 
-// The colour in the middle of an element, as it is painted.
-async function paintedColour(tab, element) {
-  const picture = (await element.screenshot()).toString('base64');
-  return tab.evaluate(async (data) => {
+// The colours in the middle of elements, as they are painted. In one picture: meanwhile they may be drawn again.
+async function paintedColours(tab, elements) {
+  const middles = await elements.evaluateAll((all) => {
+    all[0].scrollIntoView({ block: 'center' });
+    return all.map((one) => {
+      const box = one.getBoundingClientRect();
+      return [box.x + box.width / 2, box.y + box.height / 2];
+    });
+  });
+  const picture = (await tab.screenshot()).toString('base64');
+  return tab.evaluate(async ([data, places]) => {
     const image = new Image();
     image.src = `data:image/png;base64,${data}`;
     await image.decode();
     const pen = Object.assign(document.createElement('canvas'), { width: image.width, height: image.height }).getContext('2d');
     pen.drawImage(image, 0, 0);
-    return pen.getImageData(image.width >> 1, image.height >> 1, 1, 1).data.join();
-  }, picture);
+    return places.map(([x, y]) => pen.getImageData(x, y, 1, 1).data.join());
+  }, [picture, middles]);
 }
 
 test('with forced colours legends keep theirs, and what is current is outlined', needs('drives'), async (t) => {
@@ -278,8 +285,7 @@ test('with forced colours legends keep theirs, and what is current is outlined',
     await keys.first().waitFor();
     await tab.waitForLoadState('networkidle');
     await settled(tab);
-    const colours = [];
-    for (const key of await keys.all()) colours.push(await paintedColour(tab, key));
+    const colours = await paintedColours(tab, keys);
     assert.ok(colours.length > 1 && new Set(colours).size === colours.length, `${legend}: ${colours.join(' ')}`);
   }
   const outlines = await tab.locator('.chip.current, .nav a[aria-current]').evaluateAll((all) => all.map((one) => getComputedStyle(one).outlineStyle));
