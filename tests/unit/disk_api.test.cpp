@@ -123,7 +123,7 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   CHECK(promise("&p=T:%5Cb%5Csmall.txt") == R"("x":0,"xs":1,"shared":0})");
   app.disk->cluster = 4096;
   // The space on the drive before and after, of a full one as well, if both are known.
-  const auto space = [&app](const char* fields, DriveFigures was, DriveFigures is) {
+  const auto space = [&app](const char* fields, DriveFigures was, const DriveFigures& is) {
     app.state.steps.driveFigures = [&was, is](const std::wstring&) {
       return std::exchange(was, is);
     };

@@ -347,8 +347,8 @@ TEST_CASE("all scans that hold a deleted path are brought up to date") {
     const std::string before = *besides->document;
     const std::string p = job == "&job=6" ? "&p=T:%5C" : "&p=C:%5Cr%5C";
     app.disk->add(L"C:\\r\\late\\x", 9); // after the scans, so their totals do not have it
-    const std::string fields =
-        "permanent=1" + p + "a" + p + "loose.txt" + p + "locked" + p + "late" + job;
+    std::string fields = "permanent=1" + job;
+    for (const char* name : {"a", "loose.txt", "locked", "late"}) fields.append(p).append(name);
     CHECK(app.told("POST", "/api/delete", fields).starts_with("200 {\"deleted\":3,"));
     for (const auto& one : {outer, same, within, other}) checkLikeFreshScan(app, *one);
     CHECK(outer->freed == 220 * kMiB + 209);

@@ -124,7 +124,7 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
     hook = [&, which, change](const std::wstring& path) {
       if (++looks == which) app.contents->edit(path, change);
     };
-    const HttpResponse response = own.preview("C:\\d\\a.txt");
+    HttpResponse response = own.preview("C:\\d\\a.txt");
     hook = nullptr;
     return response;
   };
