@@ -5,7 +5,6 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "fileops/recycle_bin.h"
-#include "tree/size_tree.h"
 #include "tree/tree_update.h"
 
 #include <cmath>
@@ -114,9 +113,8 @@ void TouchedScans::update(Scan& scan, const DeleteResult& result) {
   const std::lock_guard lock(job.resultMutex);
   TreeUpdate update(job.result);
   for (const auto& [path, one] : share.gone) {
-    // A folder made after the scan is in none of its totals.
-    if (one->folder && !findFolder(job.result.folders, job.result.rootPath, path)) continue;
-    update.removePath(path, one->measure.bytes, one->measure.files, one->measure.types);
+    update.removePath(path, one->folder, one->measure.bytes, one->measure.files,
+                      one->measure.types);
   }
   for (const Share::Listing& one : share.listings) {
     const TypeTotals before = one.before ? *one.before : job.result.types;

@@ -90,8 +90,8 @@ void TreeUpdate::clear(std::uint32_t folder) {
   take(result_.folderCount, 1);
 }
 
-void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::uint64_t files,
-                            const TypeTotals& types) {
+void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t bytes,
+                            std::uint64_t files, const TypeTotals& types) {
   FolderTable& folders = result_.folders;
   if (const auto folder = findFolder(folders, result_.rootPath, path)) {
     if (*folder == 0) return; // the root itself is never deleted
@@ -105,7 +105,7 @@ void TreeUpdate::removePath(std::wstring_view path, std::uint64_t bytes, std::ui
     mergeTypes(goneTypes_, types);
     return;
   }
-  if (files == 0) return; // a link: no scan counts it
+  if (isFolder || files == 0) return; // made after the scan; or a link, which no scan counts
   const auto parent = findFolder(folders, result_.rootPath, parentOf(path));
   if (!parent) return;
   TypeTotal gone = types.empty() ? TypeTotal() : types.begin()->second;

@@ -24,8 +24,8 @@ public:
   // Removes a deleted file or folder. A folder's index stays valid and is not reused; its entry
   // becomes empty. Its scanned totals are subtracted from all ancestors; for a file that the
   // scan did not keep, bytes is. bytes, files and types: measured before the deletion; types have the
-  // bytes on disk.
-  void removePath(std::wstring_view path, std::uint64_t bytes, std::uint64_t files,
+  // bytes on disk. isFolder: what it was then; a folder that the scan does not know changes nothing.
+  void removePath(std::wstring_view path, bool isFolder, std::uint64_t bytes, std::uint64_t files,
                   const TypeTotals& types);
 
   // Replaces a folder's contents by those of a new scan of it. typesBefore: its types before the
