@@ -12,7 +12,7 @@ import { minify } from 'terser';
 import { packed } from './lang/forms.mjs';
 
 const MOST_BYTES = 340 * 1000;
-const MOST_GZIPPED = 104 * 1000;
+const MOST_GZIPPED = 103.5 * 1000;
 const STYLES = ['tokens', 'base', 'layout', 'controls', 'tables', 'screens', 'map', 'dialogs'];
 
 const here = path.dirname(fileURLToPath(import.meta.url));
@@ -22,7 +22,7 @@ const hash = (text) => `'sha256-${createHash('sha256').update(text).digest('base
 const common = { bundle: true, write: false, minify: true, legalComments: 'none', target: 'chrome109', logLevel: 'warning' };
 
 // Makes a text longer and marks it; placeholders and the confirmation word stay as they are.
-const longer = (text) => `[${text}${' ~~~~~'.repeat(100).slice(0, Math.ceil(text.replace(/\{\w+\}/g, '').length * 0.4))}]`;
+const longer = (text) => `[${text}${' _____'.repeat(100).slice(0, Math.ceil(text.replace(/\{\w+\}/g, '').length * 0.4))}]`;
 const longerTexts = (texts) => Object.fromEntries(Object.entries(texts).map(([key, text]) => [key,
   text === 'DELETE' ? text : typeof text === 'string' ? longer(text) : longerTexts(text)]));
 
@@ -40,19 +40,27 @@ async function sortedEnglish() {
   return Object.fromEntries(Object.entries(texts).sort(([, a], [, b]) => (order(a) < order(b) ? -1 : 1)));
 }
 
-// The texts of all languages, without the keys of any but the English ones: these would be a tenth of the page.
+// The texts of all languages. Their keys stand there once, apart from the texts: in each language they would
+// be a tenth of the page.
 const dictionaries = (pseudo) => ({
   name: 'dictionaries',
   async setup(bundle) {
     const english = await sortedEnglish();
+    const keys = Object.keys(english);
+    const written = (texts, french) => JSON.stringify(packed(keys.map((key) => texts[key]), french));
     bundle.onLoad({ filter: /[/\\]lang[/\\][a-z]{2}\.ts$/ }, async ({ path: file }) => {
       const lang = path.basename(file, '.ts');
-      if (lang === 'en') return { contents: `export const en = ${JSON.stringify(pseudo ? longerTexts(english) : english)};`, loader: 'js' };
-      const texts = await textsOf(file);
+      if (lang === 'en') {
+        return {
+          contents: `import { unpacked } from './forms.mjs';
+            export const en = unpacked(${JSON.stringify(keys.join('~'))}.split('~'), ${written(pseudo ? longerTexts(english) : english)});`,
+          loader: 'js', resolveDir: path.dirname(file),
+        };
+      }
       const french = lang === 'fr';
       return {
         contents: `import { en } from './en'; import { unpacked } from './forms.mjs';
-          export const ${lang} = () => Object.fromEntries(unpacked(Object.keys(en), ${JSON.stringify(packed(Object.keys(english).map((key) => texts[key]), french))}, ${french}));`,
+          export const ${lang} = () => unpacked(Object.keys(en), ${written(await textsOf(file), french)}, ${french});`,
         loader: 'js', resolveDir: path.dirname(file),
       };
     });

@@ -95,7 +95,7 @@ test('no dictionary contains English text', needs('esbuild'), () => {
   // Texts that are the same in both languages.
   const alike = {
     nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
-    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'sections', 'secTypes', 'exportTypes', 'tyTitle', 'fiExts', 'abVersion'],
+    fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'sections', 'secTypes', 'exportTypes', 'fiExts', 'abVersion'],
     es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
     pt: ['colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'acRunning'],
   };

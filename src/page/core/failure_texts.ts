@@ -10,7 +10,7 @@ const ERRORS: Record<string, Key> = {
   mftUnreadable: 'eMftGeneric', mftCorrupt: 'eMftGeneric', mftNoData: 'eMftGeneric', mftRecordCount: 'eMftGeneric',
   mftMemory: 'eMftGeneric',
   unreadable: 'eUnreadable', elevateDenied: 'eElevateDenied', elevateRefused: 'eElevateRefused', quitRefused: 'eQuitRefused',
-  updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'eNeedFilter',
+  updateOffline: 'eUpdateOffline', updateAnswer: 'eUpdateAnswer', needFilter: 'fiNotYet',
   noJob: 'eNoJob', notAllowed: 'eNotAllowed', programRefused: 'eProgramRefused', missing: 'r_missing', toolong: 'r_toolong', ambiguous: 'r_ambiguous', emptyFailed: 'eEmptyFailed', logUnreadable: 'eLogUnreadable', noPreview: 'eNoPreview', notScanned: 'eNotScanned',
   foreignOrigin: 'eForeignOrigin', tooManyKeys: 'eTooManyKeys', tooManyFields: 'eTooManyFields', searchFailed: 'eInternalError', internalError: 'eInternalError', '': 'eScanFailed',
   // Phrases of the program for requests this page does not normally make.

@@ -81,7 +81,7 @@ export function openDeletion(paths: Iterable<string>, options: DeletionOptions =
   if (parts.length === 0) return;
   const stay = button(t('cancel'), () => dialog.close());
   const dialog = openDialog({
-    title: t('delTitle'), first: stay, ends: stay, fallback: options.fallback,
+    title: t('delete'), first: stay, ends: stay, fallback: options.fallback,
     body: el('p', { role: 'status' }, `${t('delChecking')}…`),
   });
   dialog.element.classList.add('wide-dialog');

@@ -37,7 +37,7 @@ function columns(job: Job, menu: (index: number, button: HTMLElement) => void): 
   return [
     markColumn(() => (remote ? 'none' : 'open')),
     { id: 'name', title: 'colName', width: 'minmax(7rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, shown(baseName(row.p).slice(0, 300))) },
-    { id: 'folder', optional: true, title: 'colFolder', width: 'minmax(8rem, 4fr)', sort: 'folder', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(parentOf(row.p))) },
+    { id: 'folder', optional: true, title: 'folder', width: 'minmax(8rem, 4fr)', sort: 'folder', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(parentOf(row.p))) },
     { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(valueOf(row, measure(job.id)))) },
     ...(knowsDisk(job.id) ? [{ id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', number: true, extra: true, fill: (cell: HTMLElement, row: FileItem) => setText(cell, row.a === undefined ? '' : size(row.a)) } as const] : []),
     { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.m)) },

@@ -30,7 +30,7 @@ const nameColumn: Column<Going> = {
 
 export const goingTable = (rows: readonly Going[]): HTMLElement => plainTable<Going>(t('delWhich'), [
   nameColumn,
-  textColumn('colFolder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.path)), true),
+  textColumn('folder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.path)), true),
   numberColumn('colSize', '5.5rem', (row) => size(row.bytes)),
   numberColumn('colInside', '8.25rem', (row) => (row.folder ? t('nFiles', { n: row.files }) : ''), true),
   numberColumn('colDate', '6rem', (row) => date(row.m), true),
@@ -45,7 +45,7 @@ export interface Staying {
 export const stayingTable = (label: string, rows: readonly Staying[]): HTMLElement => plainTable<Staying>(label, [
   textColumn('colName', 'minmax(6rem, 3fr)', (row) => cut(baseName(row.p))),
   textColumn('colWhy', 'minmax(8rem, 4fr)', (row) => row.why),
-  textColumn('colFolder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.p)), true),
+  textColumn('folder', 'minmax(6rem, 3fr)', (row) => cut(parentOf(row.p)), true),
 ], (row) => row.p, rows);
 
 // The figures of the drives may be old by now. A network drive that does not answer holds nothing up.

@@ -1,5 +1,5 @@
-// The other dictionaries as the built page holds them: their texts in the order of the English keys, in one
-// string that is taken apart when its language is chosen. A text that counts has the forms one, other and,
+// The dictionaries as the built page holds them: their texts in the order of the English keys, in one string
+// that is taken apart when its language is chosen. A text that counts has the forms one, other and,
 // where it does not follow from these, many.
 
 const BETWEEN_TEXTS = '~';
@@ -22,8 +22,8 @@ export function packed(texts, french) {
   return forms.map((list) => list.join(BETWEEN_FORMS)).join(BETWEEN_TEXTS);
 }
 
-// And back, as pairs of key and text.
-export const unpacked = (keys, text, french) => text.split(BETWEEN_TEXTS).map((forms, i) => {
+// And back, as a dictionary with these keys.
+export const unpacked = (keys, text, french) => Object.fromEntries(text.split(BETWEEN_TEXTS).map((forms, i) => {
   const [one, other, many] = forms.split(BETWEEN_FORMS);
   return [keys[i], other === undefined ? one : { one, other, many: many === '' ? other : many ?? ofMillions(other, french) }];
-});
+}));

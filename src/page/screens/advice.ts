@@ -61,7 +61,7 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
     cutPath(place.path), meter(shareOf(place.bytes, largest), 'extra'),
     el('span', { class: 'number extra muted' }, place.m > 0 ? date(place.m) : place.files > 1 ? t('nFiles', { n: place.files }) : ''),
     el('span', { class: 'number' }, size(place.bytes)),
-    iconButton('explorer', `${t('adOpen')}: ${shown(place.path)}`, () => openInExplorer(place.path)),
+    iconButton('explorer', `${t('dtOpenExplorer')}: ${shown(place.path)}`, () => openInExplorer(place.path)),
     locked ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
 }
 
@@ -74,7 +74,7 @@ function actionsOf(job: Job, finding: Finding): HTMLElement[] {
       return finding.paths.length > 0 ? [button(words, () => openCleaning(words, [{ job: job.id, what: finding.code }]), { icon: 'broom' })] : [];
     }
     case FINDING.oldFiles: return finding.n1 > finding.paths.length ? [button(t('adShowAll', { n: finding.n1 }), () => findOld(job.id), { icon: 'find' })] : [];
-    case FINDING.duplicates: return [button(t('adFindDups'), () => goTo('across'), { icon: 'across' })];
+    case FINDING.duplicates: return [button(t('acStart'), () => goTo('across'), { icon: 'across' })];
     case FINDING.denied: return mayElevate() ? [elevateButton()] : [];
     default: return [];
   }
@@ -102,7 +102,7 @@ function card(job: Job, finding: Finding, times: ReadonlyMap<string, number>): H
     places.length > 0 ? el('section', { class: 'stack' }, el('h3', {}, t('adPlaces')), el('ul', { class: 'places' }, places.map((place) => placeRow(place, places, largest, canMark)))) : null,
     finding.notes.length > 0 && places.length === 0 ? el('section', { class: 'stack' }, el('h3', {}, t('adNotes')), el('ul', { class: 'small' }, finding.notes.map((note) => el('li', {}, inert(note.slice(0, 600)))))) : null,
     el('div', { class: 'actions' }, actionsOf(job, finding),
-      places.length === 0 && finding.target ? button(t('adOpen'), () => openInExplorer(finding.target), { icon: 'explorer' }) : null)));
+      places.length === 0 && finding.target ? button(t('dtOpenExplorer'), () => openInExplorer(finding.target), { icon: 'explorer' }) : null)));
 }
 
 // The two totals, and one action for all that is safe.
@@ -151,4 +151,4 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   };
 }
 
-export const advice = (): Screen => resultScreen('adTitle', make);
+export const advice = (): Screen => resultScreen('secAdvice', make);

@@ -14,7 +14,7 @@ import { button, el } from '../ui/dom';
 
 function make(job: Job, doc: ResultDoc): ResultScreen {
   const bar: MarksBar = scanMarksBar(() => list.table.root);
-  const list = fileTable(job, 'largest', t('ovLargestFiles'), () => bar);
+  const list = fileTable(job, 'largest', t('secLargest'), () => bar);
   const none = el('p', { class: 'muted', hidden: true }, t('laNone'));
   const show = ({ files }: ResultDoc): void => {
     list.show(files);

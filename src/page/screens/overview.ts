@@ -101,7 +101,7 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
   const why = job.noTurbo && meta.method === METHOD.walk && (isDrive(job) || job.noTurbo.startsWith(FILE_TABLE)) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
-      fact(t('ovSize'), size(meta.used)), fact(t('ovFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
+      fact(t('colSize'), size(meta.used)), fact(t('colFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
       fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
@@ -167,10 +167,10 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       figures(job, doc),
       el('div', { class: 'columns' },
         largest,
-        adviceBars.length > 0 ? panel(bars(t('ovAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice'))
-          : panel(el('h2', {}, t('ovAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
+        adviceBars.length > 0 ? panel(bars(t('secAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice'))
+          : panel(el('h2', {}, t('secAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
         types.length > 0 ? panel(bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type')) : null,
-        files.length > 0 ? panel(bars(t('ovLargestFiles'), files, doc.meta.used, () => goTo('largest'), 'file')) : null),
+        files.length > 0 ? panel(bars(t('secLargest'), files, doc.meta.used, () => goTo('largest'), 'file')) : null),
       el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },
         csv('files', t('exportFiles')), csv('types', t('exportTypes')), csv('advice', t('exportAdvice')))),
     ],

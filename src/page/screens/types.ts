@@ -106,7 +106,7 @@ class Types implements ResultScreen {
 
   private makeList(): Table<TypeItem> {
     return new Table<TypeItem>({
-      label: t('tyTitle'), role: 'grid', keyOf: (row) => row.e, columns: this.columns(), layout: { ...this.settings, keep: () => keepTable('types') },
+      label: t('secTypes'), role: 'grid', keyOf: (row) => row.e, columns: this.columns(), layout: { ...this.settings, keep: () => keepTable('types') },
       onActive: (row) => this.choose(row.e),
       onEnter: () => this.goToDetail(),
       onSort: (word) => {
@@ -196,4 +196,4 @@ class Types implements ResultScreen {
   }
 }
 
-export const types = (): Screen => resultScreen('tyTitle', (job, doc) => new Types(job, doc));
+export const types = (): Screen => resultScreen('secTypes', (job, doc) => new Types(job, doc));

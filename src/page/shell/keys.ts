@@ -18,11 +18,11 @@ function sheet(): { title: Key; lines: Line[] }[] {
   const [shift, enter, del, space, esc] = [t('keyShift'), t('keyEnter'), t('keyDelete'), t('keySpace'), 'Esc'];
   return [
     { title: 'ksEverywhere', lines: [
-      { keys: '/, Ctrl+F', what: 'ksFind' }, { keys: 'F5', what: 'ksRescan' }, { keys: '?', what: 'ksSheet' }, { keys: 'Alt+←, Alt+→', what: 'ksBack' }, { keys: esc, what: 'ksClose' },
+      { keys: '/, Ctrl+F', what: 'ksFind' }, { keys: 'F5', what: 'rescan' }, { keys: '?', what: 'ksSheet' }, { keys: 'Alt+←, Alt+→', what: 'ksBack' }, { keys: esc, what: 'ksClose' },
     ] },
     { title: 'ksLists', lines: [
-      { keys: '↑ ↓ Home End PgUp PgDn', what: 'ksMove' }, { keys: space, what: 'ksMark' }, { keys: combined(shift, '↑ ↓'), what: 'ksRange' }, { keys: 'Ctrl+A', what: 'ksAll' },
-      { keys: 'Ctrl+C', what: 'ksCopy' }, { keys: del, what: 'ksDelete' }, { keys: combined(shift, del), what: 'ksForGood' },
+      { keys: '↑ ↓ Home End PgUp PgDn', what: 'ksMove' }, { keys: space, what: 'ksMark' }, { keys: combined(shift, '↑ ↓'), what: 'ksRange' }, { keys: 'Ctrl+A', what: 'selectAll' },
+      { keys: 'Ctrl+C', what: 'ksCopy' }, { keys: del, what: 'delete' }, { keys: combined(shift, del), what: 'delForGood' },
       { keys: `${combined(shift, 'F10')}, ☰`, what: 'ksMenu' }, { keys: combined(shift, '← →'), what: 'ksWidth' },
     ] },
     { title: 'ksFolders', lines: [

@@ -26,7 +26,7 @@ async function start(): Promise<string> {
 
 const form = (go: HTMLElement, begin: () => void): Child => [
   el('div', { class: 'form' },
-    field(t('fiNames'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
+    field(t('colName'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
     field(t('fiExts'), boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') })),
     field(`${t('fiMin')} (MB)`, boundInput(entered, 'min', begin, { inputmode: 'decimal' }), { class: 'narrow' }), go),
   scanChoices(entered.without),
@@ -61,9 +61,9 @@ function notes(answer: AcrossAnswer | null): Child {
 
 export function across(): Screen {
   const done = el('span', { class: 'moves' });
-  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('acTitle') }, done);
+  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('secAcross') }, done);
   return new SearchFrame<AcrossAnswer, CopyGroup>({
-    title: 'acTitle', intro: 'acIntro', go: { text: 'acStart', icon: 'across' },
+    title: 'secAcross', intro: 'acIntro', go: { text: 'acStart', icon: 'across' },
     run: duplicates, answer: () => state.across, start, form, bar, found, notes,
     running: (answer) => showProgress(bar, done, answer),
     hitsOf: (answer) => answer.groups,

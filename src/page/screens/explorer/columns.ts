@@ -50,7 +50,7 @@ function fillName(cell: HTMLElement, row: TreeRow, toggle: () => void, retry: ()
 }
 
 const hasFigures = ({ entry }: TreeRow): boolean => !isFailed(entry) && !isLoading(entry);
-const typeText = ({ entry }: TreeRow): string => (isFolder(entry) ? t('typeFolder') : isFile(entry) ? shown(extensionOf(entry.name).slice(0, 30)) : '');
+const typeText = ({ entry }: TreeRow): string => (isFolder(entry) ? t('folder') : isFile(entry) ? shown(extensionOf(entry.name).slice(0, 30)) : '');
 
 export interface TreeContext {
   whole: () => number; // bytes of the whole scan

@@ -271,4 +271,4 @@ class Explorer implements ResultScreen {
   }
 }
 
-export const explorer = (): Screen => resultScreen('exTitle', (job) => new Explorer(job), { fills: true, detailed: true });
+export const explorer = (): Screen => resultScreen('secExplorer', (job) => new Explorer(job), { fills: true, detailed: true });

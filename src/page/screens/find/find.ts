@@ -51,7 +51,7 @@ function form(go: HTMLElement, begin: () => void): Child {
   const more = [entered.max, entered.after, entered.before, entered.in].some(Boolean);
   return [
     el('div', { class: 'form' },
-      field(t('fiNames'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
+      field(t('colName'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
       field(t('fiExts'), exts),
       bound('min', 'unit', t('fiMin')),
       field(t('fiSort'), boundSelect(entered, 'sort', ORDERS, (one) => phrase('sort_', one)), { class: 'natural' }), go),
@@ -74,7 +74,7 @@ export function find(): Screen {
   const done = el('span', { class: 'moves' });
   const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('fiTitle') }, done);
   return new SearchFrame<FindAnswer, Hit>({
-    title: 'fiTitle', intro: 'fiIntro', go: { text: 'fiStart', icon: 'find' },
+    title: 'fiTitle', intro: 'fiIntro', go: { text: 'secFind', icon: 'find' },
     run: finder, answer: () => state.find, start: startFinding, form, bar, found,
     running: (answer) => {
       const share = shareDone(answer);
@@ -86,7 +86,7 @@ export function find(): Screen {
     },
     notes: (answer) => [
       answer?.running && known.hits.length > 0 ? el('p', {}, t('fiKnown')) : null,
-      answer?.capped ? el('p', {}, t('fiCapped', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
+      answer?.capped ? el('p', {}, t('rowsFiltered', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,
       leftOut(answer),
     ],
     hitsOf: (answer) => answer.files ?? (answer.running && known.hits.length > 0 ? known.hits : undefined),

@@ -44,7 +44,7 @@ const title = (hit: Hit): string => shown(hit.p.slice(0, 1000)) + (hit.lock ? ` 
 const columns = (): Column<Hit>[] => [
   markColumn((hit) => (hit.lock ? 'locked' : 'open')),
   { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(baseName(hit.p).slice(0, 300))) },
-  { title: 'colFolder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, folderText(hit)) },
+  { title: 'folder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, folderText(hit)) },
   { title: 'colSize', width: '5.5rem', number: true, sort: 'size', fill: (cell, hit) => setText(cell, size(hit.s)) },
   { title: 'colDate', width: '7.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
 ];

@@ -321,4 +321,4 @@ class MapSection implements ResultScreen {
   }
 }
 
-export const map = (): Screen => resultScreen('mapTitle', (job) => new MapSection(job), { fills: true, detailed: true, drawer: true });
+export const map = (): Screen => resultScreen('secMap', (job) => new MapSection(job), { fills: true, detailed: true, drawer: true });

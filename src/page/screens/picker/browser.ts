@@ -13,7 +13,7 @@ const folderItem = (dir: Folder, open: (path: string) => void): HTMLElement =>
     dir.hidden ? el('span', { class: 'small muted' }, t('hiddenFolder')) : null, dir.link ? el('span', { class: 'small muted' }, t('linkFolder')) : null));
 
 const upItem = (parent: string, open: (path: string) => void): HTMLElement =>
-  el('li', {}, el('button', { type: 'button', on: { click: () => open(parent) } }, icon('up'), parent ? t('browseUp') : t('browseTop')));
+  el('li', {}, el('button', { type: 'button', on: { click: () => open(parent) } }, icon('up'), parent ? t('browseUp') : t('drives')));
 
 export function folderBrowser(into: HTMLInputElement): HTMLElement {
   const list = el('ul', { class: 'browser', hidden: true });
