@@ -117,7 +117,8 @@ void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t
 // subfolders of a folder consecutively.
 std::vector<std::uint32_t> TreeUpdate::placesOf(const FolderTable& survey, std::uint32_t folder) {
   std::vector<std::uint32_t> places = {folder};
-  std::unordered_map<std::wstring, std::uint32_t, KeyedTextHash> children;
+  // By lower-case name, those that the survey has not met yet. Where case matters, several may be alike.
+  std::unordered_multimap<std::wstring, std::uint32_t, KeyedTextHash> children;
   std::uint32_t listed = kNoFolder;
   for (std::size_t i = 1; i < survey.size(); ++i) {
     if (survey[i].parent != listed) {
@@ -128,9 +129,18 @@ std::vector<std::uint32_t> TreeUpdate::placesOf(const FolderTable& survey, std::
         children.emplace(lowerCase(result_.folders[child].name), child);
       }
     }
-    const auto known = children.find(lowerCase(survey[i].name));
-    places.push_back(known != children.end() ? known->second
-                                             : addChild(places[listed], survey[i].name));
+    const auto [from, to] = children.equal_range(lowerCase(survey[i].name));
+    if (from == to) {
+      places.push_back(addChild(places[listed], survey[i].name));
+      continue;
+    }
+    const auto same = std::find_if(from, to, [this, &survey, i](const auto& child) {
+      return result_.folders[child.second].name == survey[i].name;
+    });
+    const auto known = same == to ? from : same;
+    places.push_back(known->second);
+    result_.folders[known->second].name = survey[i].name;
+    children.erase(known);
   }
   return places;
 }

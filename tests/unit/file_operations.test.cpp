@@ -117,6 +117,27 @@ TEST_CASE("any sequence of deletions leaves a correct tree") {
   }
 }
 
+TEST_CASE("folders whose names differ in case only stay two when they are listed again") {
+  for (const bool renamed : {false, true}) {
+    App app;
+    app.disk->cluster = 512;
+    app.disk->add(L"C:\\r\\held\\Src\\use.bin", 60 * kMiB).locked = true;
+    app.disk->add(L"C:\\r\\held\\Src\\deep\\use.txt", 3).locked = true;
+    app.disk->add(L"C:\\r\\held\\Src\\free.txt", 5);
+    app.disk->add(L"C:\\r\\held\\other\\use.bin", 70 * kMiB).locked = true;
+    app.disk->add(L"C:\\r\\held\\other\\free.txt", 7);
+    if (!renamed) app.disk->at(L"C:\\r\\held\\other")->name = L"src";
+    const auto job = app.scanJob("C:%5Cr");
+    if (renamed) {
+      app.disk->at(L"C:\\r\\held\\Src")->name = L"sRC";
+      app.disk->at(L"C:\\r\\held\\other")->name = L"Src";
+    }
+    app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5Cheld");
+    CHECK(job->freed == 12);
+    checkLikeFreshScan(app, *job);
+  }
+}
+
 TEST_CASE("deleting into the bin and emptying it") {
   App app;
   fill(*app.disk);

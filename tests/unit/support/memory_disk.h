@@ -400,7 +400,11 @@ private:
     return child;
   }
 
+  // As in folders that mind the case, the entry with exactly this name comes first.
   static DiskNode* childOf(const DiskNode& folder, std::wstring_view name) {
+    for (const auto& child : folder.children) {
+      if (child->name == name) return child.get();
+    }
     for (const auto& child : folder.children) {
       if (equalsIgnoreCase(child->name, name) ||
           (!child->shortName.empty() && equalsIgnoreCase(child->shortName, name))) {
