@@ -124,7 +124,7 @@ Opened openFolder(Machine& machine, FolderSource& folders, const std::wstring& p
   const bool there = folders.facts(folder).exists;
   if (there && !isReachedDirectly(machine, folders, folder)) {
     opened.failure = CleanupFailure::notAllowed;
-  } else if (!there || !listNames(folders, folder, opened.names)) {
+  } else if (!there || !opened.held || !listNames(folders, folder, opened.names)) {
     opened.failure = CleanupFailure::unreadable;
   }
   return opened;

@@ -16,7 +16,7 @@ bool isCleanableFolder(std::wstring_view path);
 enum class CleanupFailure {
   none,
   notAllowed, // not such a folder, or reached through a link
-  unreadable, // missing, or it cannot be listed
+  unreadable, // missing, or it cannot be listed, or held so that nobody replaces it
 };
 
 struct CleanupResult {

@@ -108,6 +108,9 @@ private:
   const DeleteRequest& request_;
   PathJudge judge_;
   CopyProof proof_;
+  // The parent folders of all items. While they are held open, none of them can be replaced by a
+  // link, so the shell finds what was judged last.
+  std::map<std::wstring, std::shared_ptr<void>> held_;
   std::vector<Item> items_;
   DeleteResult result_;
 };
@@ -180,12 +183,9 @@ void Deletion::preview() {
 }
 
 void Deletion::execute() {
-  // While the parent folders are held open, none of them can be replaced by a link, so the
-  // shell finds what was judged last.
-  std::map<std::wstring, std::shared_ptr<void>> held;
   for (const Item& one : items_) {
     const std::wstring folder = parentOf(one.verdict.real);
-    if (!held.contains(folder)) held.emplace(folder, machine_.hold(folder));
+    if (!held_.contains(folder)) held_.emplace(folder, machine_.hold(folder));
   }
   // Contents first, since reading takes long; whatever was read cannot change afterwards.
   const Paths going = realPaths(items_);
@@ -316,7 +316,7 @@ Refusal Deletion::judgeAgain(PathJudge& judge, Item& item) {
   if (now.refusal == Refusal::missing) return now.refusal;
   if (now.refusal != Refusal::none || now.real != before.real || now.identity != before.identity ||
       now.facts.folder != before.facts.folder ||
-      now.facts.reparsePoint != before.facts.reparsePoint) {
+      now.facts.reparsePoint != before.facts.reparsePoint || !held_.at(parentOf(before.real))) {
     return Refusal::ambiguous;
   }
   const Seen seen = seenNow(now.facts, item.path.measure, now.identity);

@@ -216,13 +216,15 @@ public:
   }
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
-    // Without FILE_SHARE_DELETE nobody else can rename or delete it.
-    FileHandle handle(CreateFileW(systemPath(folder).c_str(), FILE_LIST_DIRECTORY,
-                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
-                                  nullptr));
-    if (!handle.valid()) return nullptr;
-    return std::make_shared<FileHandle>(std::move(handle));
+    // Without FILE_SHARE_DELETE nobody else can rename or delete it. One of these rights is enough
+    // for that; some folders may be passed through but not listed.
+    for (const DWORD right : {DWORD{FILE_LIST_DIRECTORY}, DWORD{FILE_TRAVERSE}}) {
+      FileHandle handle(CreateFileW(
+          systemPath(folder).c_str(), right, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+      if (handle.valid()) return std::make_shared<FileHandle>(std::move(handle));
+    }
+    return nullptr;
   }
 
   std::shared_ptr<void> holdExactly(const std::wstring& folder) override {

@@ -45,6 +45,10 @@ TEST_CASE("a folder that is missing, a link or not cleanable is not emptied") {
   // A link that appears once the folder was found missing.
   disk.onOpen = [&disk](const std::wstring& path) { disk.link(path, L"E:\\moved\\Windows\\Temp"); };
   CHECK(cleanFolder(disk, disk, L"E:\\Windows\\Temp").failure == CleanupFailure::unreadable);
+  // One that somebody could replace by a link while it is emptied.
+  disk.notHeld = {L"E:\\moved\\Windows\\Temp"};
+  CHECK(cleanFolder(disk, disk, L"E:\\moved\\Windows\\Temp").failure == CleanupFailure::unreadable);
+  disk.notHeld.clear();
   disk.finalPlaces = false;
   CHECK(cleanFolder(disk, disk, L"E:\\moved\\Windows\\Temp").failure == CleanupFailure::notAllowed);
   CHECK(disk.at(L"E:\\moved\\Windows\\Temp\\x") != nullptr);

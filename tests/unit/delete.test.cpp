@@ -199,6 +199,22 @@ TEST_CASE("a path that changes while it is measured is not deleted") {
   }
 }
 
+TEST_CASE("nothing goes from a folder that somebody else can still replace") {
+  const auto disk = makeWorld();
+  disk->add(L"C:\\Windows\\System32\\x");
+  disk->notHeld = {L"C:\\data\\sub"};
+  disk->beforeShell = [&disk] { // by then everything was judged
+    disk->removeNode(*disk->at(L"C:\\data\\sub"));
+    disk->link(L"C:\\data\\sub", L"C:\\Windows\\System32");
+  };
+  const DeleteResult result = remove(*disk, {L"C:\\data\\sub\\x", L"C:\\data\\a.txt"});
+  CHECK(disk->handed == std::vector<std::wstring>{L"C:\\data\\a.txt"});
+  CHECK(disk->at(L"C:\\Windows\\System32\\x") != nullptr);
+  REQUIRE(result.refused.size() == 1);
+  CHECK(result.refused[0].path == L"C:\\data\\sub\\x");
+  CHECK(result.refused[0].why == Refusal::ambiguous);
+}
+
 TEST_CASE("a dry run changes nothing and reports paths without a recycle bin") {
   const auto disk = makeWorld();
   disk->noBins = {L"D:\\", L"T:\\"};

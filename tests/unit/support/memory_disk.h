@@ -42,6 +42,7 @@ public:
   std::function<void()> beforeShell;
   std::function<bool(const std::wstring&)> mayDelete; // called for each path that the shell gets
   std::function<void(const std::wstring&)> onHold;
+  std::set<std::wstring> notHeld; // folders that somebody has open in order to rename them
   std::function<void(const std::wstring&)> onLook;   // called before facts are looked up
   std::function<void(const std::wstring&)> onOpen;   // called on the thread that opens a folder
   std::vector<std::wstring> unreadable;              // folders that cannot be listed
@@ -213,6 +214,7 @@ public:
 
   std::shared_ptr<void> hold(const std::wstring& folder) override {
     if (onHold) onHold(folder);
+    if (notHeld.contains(folder)) return nullptr;
     const auto at = held_.insert(folder);
     return std::shared_ptr<void>(this, [this, at](void*) { held_.erase(at); });
   }
