@@ -85,6 +85,7 @@ ScanResult TouchedScans::survey(const Scan& scan, const std::wstring& real) cons
 }
 
 void TouchedScans::addPath(Scan& scan, const DeletedPath& one, bool deleted, Share& share) {
+  if (one.outOfReach) return;
   const std::wstring& scanned = scan.job->result.rootPath;
   if (isSameOrBelow(scan.root, one.real)) { // the whole scan lies in it
     share.rootGone = deleted;

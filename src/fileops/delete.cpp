@@ -101,7 +101,7 @@ private:
   Journal journalOf() const;
   void lookAfterwards(const ShellOutcome& outcome, const std::optional<BinFigures>& before,
                       const BinQuestion& bin);
-  void log(const ShellOutcome& outcome);
+  void log(const ShellOutcome& outcome, bool eachPath);
 
   Machine& machine_;
   FolderSource& folders_;
@@ -211,8 +211,11 @@ void Deletion::execute() {
   // What is gone is gone: from here on nothing may fail.
   try {
     withReserve(reserve, [&] { lookAfterwards(outcome, before, bin); });
-    withReserve(reserve, [&] { log(outcome); });
-    if (journal) journal->remove();
+    // What is out of reach gets its lines later, with all the others.
+    const bool later = journal && std::any_of(result_.left.begin(), result_.left.end(),
+                                              [](const auto& one) { return one.outOfReach; });
+    withReserve(reserve, [&] { log(outcome, !later); });
+    if (journal && !later) journal->remove();
   } catch (...) {
     result_ = DeleteResult{};
     result_.unknown = true;
@@ -262,13 +265,17 @@ void Deletion::lookAfterwards(const ShellOutcome& outcome, const std::optional<B
   DeleteResult now;
   for (const Item& item : items_) {
     now.wouldDelete.push_back(item.path);
-    if (!folders_.facts(item.path.real).exists) {
+    const std::wstring& real = item.path.real;
+    const bool there = folders_.facts(real).exists;
+    // The folder that it was in is held, so it is missing only if the drive or share is.
+    if (!there && folders_.facts(parentOf(real)).exists) {
       now.deleted.push_back(item.path);
       now.bytes += item.path.measure.bytes;
       continue;
     }
     DeletedPath& one = now.left.emplace_back(item.path);
-    if (one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
+    one.outOfReach = !there;
+    if (there && one.folder) one.lost = lossBetween(one.measure, measurePath(folders_, one.real));
     if (request_.wantWhy) {
       addStayed(machine_, folders_, one.real, one.folder, outcome.code, now.stayed);
     }
@@ -327,7 +334,7 @@ Refusal Deletion::judgeAgain(PathJudge& judge, Item& item) {
   return !expected.seen || *expected.seen == seen ? Refusal::none : Refusal::changed;
 }
 
-void Deletion::log(const ShellOutcome& outcome) {
+void Deletion::log(const ShellOutcome& outcome, bool eachPath) {
   DeletionMode mode = DeletionMode::binned;
   if (request_.permanent) {
     mode = DeletionMode::permanent;
@@ -335,11 +342,15 @@ void Deletion::log(const ShellOutcome& outcome) {
     mode = DeletionMode::binRefused;
   }
   std::string lines;
-  for (const DeletedPath& one : result_.deleted) {
-    lines += deletedLine(machine_.now(), {mode}, one.measure.bytes, one.path);
-  }
-  for (const DeletedPath& one : result_.left) {
-    if (one.lost.any) lines += deletedLine(machine_.now(), {mode, true}, one.lost.bytes, one.path);
+  if (eachPath) {
+    for (const DeletedPath& one : result_.deleted) {
+      lines += deletedLine(machine_.now(), {mode}, one.measure.bytes, one.path);
+    }
+    for (const DeletedPath& one : result_.left) {
+      if (one.lost.any) {
+        lines += deletedLine(machine_.now(), {mode, true}, one.lost.bytes, one.path);
+      }
+    }
   }
   if (outcome.outOfMemory) {
     result_.error = kNoMemory;

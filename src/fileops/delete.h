@@ -40,7 +40,9 @@ struct DeletedPath {
   bool folder = false;
   PathMeasure measure; // taken right before the deletion
   Loss lost;           // of a folder that is still there
-  Seen seen;           // what it was then
+  // Its drive or share was not there any more afterwards, so nobody knows what went. Listed as left.
+  bool outOfReach = false;
+  Seen seen; // what it was then
 };
 
 struct DeleteResult {
@@ -54,7 +56,7 @@ struct DeleteResult {
   bool unknown = false;
   bool logged = true;               // false if the log could not be written
   std::vector<DeletedPath> deleted; // no longer there
-  std::vector<DeletedPath> left;    // still there; parts of a folder may be gone
+  std::vector<DeletedPath> left;    // still there, or out of reach; parts of a folder may be gone
   std::vector<StayedPath> stayed;   // why, or what inside them is the reason
   std::vector<RefusedPath> refused;
   std::vector<DeletedPath> wouldDelete; // without paths inside other paths of the list

@@ -1,12 +1,15 @@
 // What a deletion leaves in the log, also when it is cut off.
 #include "fileops/deletion_log.h"
 #include "fileops/journal.h"
+#include "support/app.h"
 #include "support/deletion_world.h"
 
 #include <doctest/doctest.h>
 
 using namespace vorda;
+using test::App;
 using test::makeWorld;
+using test::MemoryDisk;
 using test::remove;
 
 TEST_CASE("the log records of each outcome") {
@@ -82,6 +85,31 @@ TEST_CASE("if nobody can look after a deletion, nothing is claimed and the journ
   disk->log.clear();
   CHECK(remove(*disk, {L"C:\\data\\deep\\f"}).bytes == 0);
   CHECK(disk->log == "2026-01-02 03:04:05  MISLUKT (32)  1 van 1 paden bleven staan\r\n");
+}
+
+TEST_CASE("of a drive that went meanwhile nothing is claimed, and its lines come later") {
+  App app;
+  MemoryDisk& disk = *app.disk;
+  disk.add(L"E:\\a\\file", 10);
+  disk.add(L"E:\\a\\folder\\in", 20);
+  disk.add(L"E:\\b", 5);
+  disk.volume(L"F:", L"E:\\");
+  const auto job = app.scanJob("E:%5C");
+  disk.beforeShell = [&disk] {
+    disk.removeNode(*disk.at(L"E:\\a\\file"));
+    disk.volume(L"E:", L"E:\\none");
+  };
+  const std::string told =
+      app.told("POST", "/api/delete", "job=1&permanent=1&why=1&p=E:%5Ca%5Cfile&p=E:%5Ca%5Cfolder");
+  CHECK(told.starts_with(R"(200 {"deleted":0,"bytes":0,"freed":0,"binned":0,)"));
+  CHECK(told.ends_with(R"("stayed":[{"p":"E:\\a\\file","why":"unknown"},)"
+                       R"({"p":"E:\\a\\folder","why":"unknown"}]})"));
+  CHECK(job->result.byteCount == 35);
+  CHECK(job->freed == 0);
+  CHECK(disk.log.empty());
+  disk.volume(L"E:", L"F:\\");
+  finishInterrupted(disk, disk);
+  CHECK(disk.log == "2026-01-02 03:04:05  definitief (onderbroken)  10  E:\\a\\file\r\n");
 }
 
 TEST_CASE("an operation that is cut off gets its lines later") {
