@@ -30,9 +30,13 @@ public:
     return writeAll(file_.get(), bytes) == ERROR_SUCCESS && FlushFileBuffers(file_.get()) != FALSE;
   }
 
+  // Before it is closed, or somebody could take it for one that was left behind.
   void remove() override {
+    FILE_DISPOSITION_INFO disposition = {TRUE};
+    const bool goes = SetFileInformationByHandle(file_.get(), FileDispositionInfo, &disposition,
+                                                 sizeof disposition) != FALSE;
     file_.reset();
-    DeleteFileW(path_.c_str());
+    if (!goes) DeleteFileW(path_.c_str());
   }
 
 private:
@@ -42,7 +46,7 @@ private:
 
 FileHandle openAlone(const std::wstring& path, DWORD access, DWORD how) {
   return FileHandle(
-      CreateFileW(path.c_str(), access, 0, nullptr, how, FILE_ATTRIBUTE_NORMAL, nullptr));
+      CreateFileW(path.c_str(), access | DELETE, 0, nullptr, how, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool readAll(HANDLE file, std::string& bytes) {
