@@ -113,9 +113,12 @@ void TouchedScans::update(Scan& scan, const DeleteResult& result) {
   Job& job = *scan.job;
   const std::lock_guard lock(job.resultMutex);
   TreeUpdate update(job.result);
+  const ScanOptions options = optionsOf(job);
   for (const auto& [path, one] : share.gone) {
-    update.removePath(path, one->folder, one->measure.bytes, one->measure.files,
-                      one->measure.types);
+    const PathMeasure& measure = one->measure;
+    const bool isListed = options.keeps(lastName(path), measure.bytes) &&
+                          options.bounds.hold(measure.bytes, 0); // its time is not known any more
+    update.removePath(path, one->folder, measure.bytes, measure.files, measure.types, isListed);
   }
   for (const Share::Listing& one : share.listings) {
     const TypeTotals before = one.before ? *one.before : job.result.types;

@@ -91,7 +91,7 @@ void TreeUpdate::clear(std::uint32_t folder) {
 }
 
 void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t bytes,
-                            std::uint64_t files, const TypeTotals& types) {
+                            std::uint64_t files, const TypeTotals& types, bool isListed) {
   FolderTable& folders = result_.folders;
   if (const auto folder = findFolder(folders, result_.rootPath, path)) {
     if (*folder == 0) return; // the root itself is never deleted
@@ -105,12 +105,15 @@ void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t
     mergeTypes(goneTypes_, types);
     return;
   }
-  if (isFolder || files == 0) return; // made after the scan; or a link, which no scan counts
+  if (isFolder) return; // made after the scan
   const auto parent = findFolder(folders, result_.rootPath, parentOf(path));
   if (!parent) return;
   TypeTotal gone = types.empty() ? TypeTotal() : types.begin()->second;
   gone.bytes = bytes;
-  goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))}, gone);
+  gone.files = files;
+  // A link is in no scan, but turbo lists files whose contents are kept by a reparse point.
+  goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))},
+                     GoneFile{gone, isListed || files == 0});
 }
 
 // The index in this tree of each surveyed folder, added if missing. A survey lists the
@@ -226,7 +229,7 @@ void TreeUpdate::finish() {
     if (goneFiles_.empty()) return false;
     const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
     if (gone == goneFiles_.end()) return false;
-    gone->second = {file.size, 1, file.disk, file.disk, file.cloud};
+    gone->second = {{file.size, 1, file.disk, file.disk, file.cloud}, false};
     return true;
   });
   files.insert(files.end(), newFiles_.begin(), newFiles_.end());
@@ -242,14 +245,15 @@ void TreeUpdate::finish() {
     gone.back = std::max(gone.back, total.back);
     gone.cloud = std::max(gone.cloud, total.cloud);
   }
-  for (const auto& [key, gone] : goneFiles_) {
+  for (const auto& [key, file] : goneFiles_) {
+    const TypeTotal gone = file.isListed ? TypeTotal() : file.total;
     FolderEntry& folder = result_.folders[key.first];
     take(folder.ownBytes, gone.bytes);
-    take(folder.ownFiles, 1);
-    takeFromAncestors(key.first, gone.bytes, 1);
+    take(folder.ownFiles, gone.files);
+    takeFromAncestors(key.first, gone.bytes, gone.files);
     disk_.removeFile(key.first, key.second, gone.disk, gone.cloud);
     goneBytes_ += gone.bytes;
-    addToType(goneTypes_, key.second, {gone.bytes, 1, gone.disk, gone.disk, gone.cloud});
+    addToType(goneTypes_, key.second, {gone.bytes, gone.files, gone.disk, gone.disk, gone.cloud});
   }
   if (binned_.folder != kNoFolder) {
     const double all = static_cast<double>(std::max<std::uint64_t>(goneBytes_, 1));

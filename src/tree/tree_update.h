@@ -25,8 +25,9 @@ public:
   // becomes empty. Its scanned totals are subtracted from all ancestors; for a file that the
   // scan did not keep, bytes is. bytes, files and types: measured before the deletion; types have the
   // bytes on disk. isFolder: what it was then; a folder that the scan does not know changes nothing.
+  // isListed: the scan would have kept such a file, so if it did not, it does not know it either.
   void removePath(std::wstring_view path, bool isFolder, std::uint64_t bytes, std::uint64_t files,
-                  const TypeTotals& types);
+                  const TypeTotals& types, bool isListed);
 
   // Replaces a folder's contents by those of a new scan of it. typesBefore: its types before the
   // change. Remaining folders keep their index. Returns by how many bytes the folder shrank, 0
@@ -44,6 +45,10 @@ public:
 
 private:
   using FileKey = std::pair<std::uint32_t, std::wstring>; // folder index, lower-case name
+  struct GoneFile {
+    TypeTotal total;
+    bool isListed = false; // and was not met in the list yet
+  };
 
   void addToAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files);
   void takeFromAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files);
@@ -56,7 +61,7 @@ private:
   ScanResult& result_;
   DiskUpdate disk_;
   std::vector<bool> emptied_; // by folder: its kept files leave the list
-  std::map<FileKey, TypeTotal> goneFiles_;
+  std::map<FileKey, GoneFile> goneFiles_;
   TypeTotals goneTypes_;
   TypeTotals newTypes_;
   std::vector<FileEntry> newFiles_;
