@@ -110,10 +110,10 @@ void detachLink(ScanResult& result, const LinkedFile& file) { shareOut(result, f
 
 void orderNames(ScanResult& result, const LinkedFile& file) {
   LinkTable& links = result.links;
-  if (links.complete) return;
   const auto first = links.names.begin() + static_cast<std::ptrdiff_t>(file.first);
   std::sort(first, first + static_cast<std::ptrdiff_t>(file.count),
             [&result](const LinkName& a, const LinkName& b) {
+              if (result.links.complete) return a.nameAt < b.nameAt;
               return a.folder != b.folder ? isBefore(result.folders, a.folder, b.folder)
                                           : a.nameHash < b.nameHash;
             });

@@ -20,7 +20,7 @@ void sumScan(ScanResult& result, ScanProgress& progress);
 // Adds the bytes of a file with several names to the folders and the type that they count in, or takes
 // them away again. In between, its names may change.
 void attachLink(ScanResult& result, const LinkedFile& file);
-// Sorts the names of a file by path, unless their order is known. While it is detached.
+// Sorts the names of a file by path, or as turbo found them. While it is detached.
 void orderNames(ScanResult& result, const LinkedFile& file);
 void detachLink(ScanResult& result, const LinkedFile& file);
 

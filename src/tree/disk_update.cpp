@@ -19,7 +19,48 @@ std::uint64_t part(std::uint64_t bytes, double share) {
 
 void take(std::uint64_t& from, std::uint64_t count) { from -= std::min(from, count); }
 
+// Takes a file out of the sizes of a folder and of those around it, the outermost last.
+void takeSize(FolderTable& folders, std::uint32_t folder, std::uint32_t outermost,
+              std::uint64_t size) {
+  take(folders[folder].ownBytes, size);
+  take(folders[folder].ownFiles, 1);
+  for (std::uint32_t at = folder; at != kNoFolder; at = folders[at].parent) {
+    take(folders[at].totalBytes, size);
+    take(folders[at].totalFiles, 1);
+    if (at == outermost) break;
+  }
+}
+
 } // namespace
+
+// Adds a file with several names to the sizes, where they count at its first name only.
+void DiskUpdate::countSize(const LinkedFile& file) {
+  const LinkTable& links = result_.links;
+  if (!links.complete || file.count == 0) return;
+  const LinkName& first = links.names[file.first];
+  ++result_.folders[first.folder].ownFiles;
+  result_.folders[first.folder].ownBytes += file.size;
+  for (std::uint32_t at = first.folder; at != kNoFolder; at = result_.folders[at].parent) {
+    ++result_.folders[at].totalFiles;
+    result_.folders[at].totalBytes += file.size;
+  }
+  ++result_.fileCount;
+  result_.byteCount += file.size;
+  result_.types[links.types[first.type]].add({file.size, 1});
+}
+
+void DiskUpdate::uncountSize(const LinkedFile& file) {
+  const LinkTable& links = result_.links;
+  if (!links.complete || file.count == 0) return;
+  const LinkName& first = links.names[file.first];
+  takeSize(result_.folders, first.folder, 0, file.size);
+  take(result_.fileCount, 1);
+  take(result_.byteCount, file.size);
+  const auto type = result_.types.find(links.types[first.type]);
+  if (type == result_.types.end()) return;
+  take(type->second.files, 1);
+  take(type->second.bytes, file.size);
+}
 
 void DiskUpdate::indexNames() {
   if (indexed_) return;
@@ -38,6 +79,7 @@ template <typename Goes> void DiskUpdate::release(std::uint32_t link, Goes goes)
   LinkedFile& file = result_.links.files[link];
   if (!isReleased_[link]) {
     detachLink(result_, file);
+    uncountSize(file);
     isReleased_[link] = true;
     released_.push_back(link);
   }
@@ -86,20 +128,25 @@ void DiskUpdate::removeFolder(const std::vector<std::uint32_t>& gone) {
   for (const std::uint32_t folder : gone) result_.disk[folder] = FolderDisk{};
 }
 
-void DiskUpdate::removeFile(std::uint32_t folder, std::wstring_view name, std::uint64_t disk,
-                            std::uint64_t cloud) {
-  if (result_.disk.empty()) return;
+bool DiskUpdate::removeFile(std::uint32_t folder, std::wstring_view name, TypeTotal& gone) {
+  if (result_.disk.empty()) return false;
   indexNames();
   const std::uint32_t hash = foldedHash(name);
   if (const std::uint32_t link = linkOf(folder, hash); link != kNoLink) {
     release(link, [folder, hash](const LinkName& one) {
       return one.folder == folder && one.nameHash == hash;
     });
-    return;
+    const LinkedFile& file = result_.links.files[link];
+    gone.disk = gone.back = file.disk;
+    gone.cloud = file.cloud;
+    if (!result_.links.complete) return false;
+    gone.bytes = file.size;
+    gone.files = 1;
+    return true;
   }
   FolderDisk& sums = result_.disk[folder];
-  disk = std::min(disk, sums.ownDisk);
-  cloud = std::min(cloud, sums.ownCloud);
+  const std::uint64_t disk = std::min(gone.disk, sums.ownDisk);
+  const std::uint64_t cloud = std::min(gone.cloud, sums.ownCloud);
   take(sums.ownDisk, disk);
   take(sums.ownBack, disk);
   take(sums.ownCloud, cloud);
@@ -108,6 +155,7 @@ void DiskUpdate::removeFile(std::uint32_t folder, std::wstring_view name, std::u
                 -static_cast<std::int64_t>(cloud)});
   goneDisk_ += disk;
   goneCloud_ += cloud;
+  return false;
 }
 
 void DiskUpdate::releaseContents(const std::vector<std::uint32_t>& before) {
@@ -141,6 +189,9 @@ void DiskUpdate::setContents(const std::vector<std::uint32_t>& places, const Sca
     take(folder.ownDisk, file.disk);
     take(folder.ownBack, file.disk);
     take(folder.ownCloud, file.cloud ? file.size - std::min(file.size, file.disk) : 0);
+    if (result_.links.complete) {
+      takeSize(result_.folders, places[file.folder], places.front(), file.size);
+    }
     if (link == kNoLink || !isReleased_[link]) continue;
     const auto name = std::find_if(goneNames_.begin(), goneNames_.end(), [&](const auto& gone) {
       return gone.first == link && gone.second.nameHash == file.nameHash;
@@ -193,6 +244,10 @@ void DiskUpdate::takeFromTypes(TypeTotals& types, const NameOfLink& name) const 
   const auto at = types.find(result_.links.types[name.second.type]);
   if (at == types.end()) return;
   const LinkedFile& file = result_.links.files[name.first];
+  if (result_.links.complete) {
+    take(at->second.bytes, file.size);
+    take(at->second.files, 1);
+  }
   take(at->second.disk, file.disk);
   take(at->second.back, file.disk);
   take(at->second.cloud, file.cloud);
@@ -210,6 +265,11 @@ void DiskUpdate::finish(TypeTotals& goneTypes, TypeTotals& newTypes) {
     LinkedFile& file = result_.links.files[link];
     // In the bin it is still a name of the file.
     if (bin_ == kNoFolder || share_ < 1) continue;
+    if (result_.links.complete) { // and what came into the bin counts with the file
+      takeSize(result_.folders, bin_, 0, file.size);
+      take(result_.fileCount, 1);
+      take(result_.byteCount, file.size);
+    }
     LinkName binned = name;
     binned.folder = bin_;
     binned.nameAt = kNoText; // the bin renames it
@@ -217,6 +277,7 @@ void DiskUpdate::finish(TypeTotals& goneTypes, TypeTotals& newTypes) {
   }
   for (const std::uint32_t link : released_) {
     orderNames(result_, result_.links.files[link]);
+    countSize(result_.links.files[link]);
     attachLink(result_, result_.links.files[link]);
   }
   if (bin_ == kNoFolder) return;

@@ -1,7 +1,8 @@
 // Keeps the bytes on disk of a finished scan right while TreeUpdate changes its tree.
 //
 // Files with several names are taken out of all sums as soon as one of their names goes, and put back by
-// finish() with the names that are left. Does nothing for a result without disk figures.
+// finish() with the names that are left. Where sizes count at the first name only (turbo), that is done to
+// the sizes as well. Does nothing for a result without disk figures.
 #pragma once
 
 #include "scan/scan_result.h"
@@ -22,9 +23,9 @@ public:
   // are cleared.
   void removeFolder(const std::vector<std::uint32_t>& gone);
 
-  // A file goes. disk and cloud: if it has only one name.
-  void removeFile(std::uint32_t folder, std::wstring_view name, std::uint64_t disk,
-                  std::uint64_t cloud);
+  // A file goes. gone: its figures if it has only one name; of one with several names they are set.
+  // Returns whether its size is dealt with.
+  bool removeFile(std::uint32_t folder, std::wstring_view name, TypeTotal& gone);
 
   // A folder has other contents than before: before lists its folders, places the folders of the
   // survey in this tree. The second call follows when the tree has been changed.
@@ -50,6 +51,8 @@ public:
 private:
   // The names of a link in these folders, or with this name in a folder, go.
   template <typename Goes> void release(std::uint32_t link, Goes goes);
+  void countSize(const LinkedFile& file);
+  void uncountSize(const LinkedFile& file);
   void releaseIn(const std::vector<std::uint32_t>& folders);
   void indexNames();
   std::uint32_t linkOf(std::uint32_t folder, std::uint32_t hash) const;

@@ -95,11 +95,11 @@ void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t
   FolderTable& folders = result_.folders;
   if (const auto folder = findFolder(folders, result_.rootPath, path)) {
     if (*folder == 0) return; // the root itself is never deleted
+    const std::vector<std::uint32_t> gone = withDescendants(*folder);
+    goneBytes_ += folders[*folder].totalBytes;
+    disk_.removeFolder(gone);
     takeFromAncestors(folders[*folder].parent, folders[*folder].totalBytes,
                       folders[*folder].totalFiles);
-    const std::vector<std::uint32_t> gone = withDescendants(*folder);
-    disk_.removeFolder(gone);
-    goneBytes_ += folders[*folder].totalBytes;
     unlink(*folder);
     for (const std::uint32_t one : gone) clear(one);
     mergeTypes(goneTypes_, types);
@@ -155,8 +155,8 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
   if (!folder || survey.folders.empty()) return 0;
   const std::uint64_t oldBytes = folders[*folder].totalBytes;
   const std::vector<std::uint32_t> before = withDescendants(*folder);
-  takeFromAncestors(*folder, oldBytes, folders[*folder].totalFiles);
   disk_.releaseContents(before);
+  takeFromAncestors(*folder, folders[*folder].totalBytes, folders[*folder].totalFiles);
 
   const std::vector<std::uint32_t> places = placesOf(survey.folders, *folder);
   std::vector<bool> there(folders.size(), false);
@@ -192,7 +192,11 @@ std::uint64_t TreeUpdate::replaceFolder(std::wstring_view path, const ScanResult
   disk_.linkKept(survey, kept);
   for (FileEntry& file : kept) {
     file.folder = places[file.folder];
-    newFiles_.push_back(std::move(file));
+    if (result_.links.complete && file.link != kNoLink) {
+      relisted_.emplace(file.link, std::move(file));
+    } else {
+      newFiles_.push_back(std::move(file));
+    }
   }
   mergeTypes(goneTypes_, typesBefore);
   mergeTypes(newTypes_, survey.types);
@@ -218,18 +222,37 @@ void TreeUpdate::moveIntoBin(std::wstring_view bin, std::wstring_view userFolder
   binned_ = {folder, bytes, whole};
 }
 
+// Turbo lists a file with several names by the first of them.
+void TreeUpdate::listAgain() {
+  if (relisted_.empty()) return;
+  for (const FileEntry& file : result_.files) relisted_.erase(file.link);
+  for (auto& [link, file] : relisted_) {
+    const LinkedFile& linked = result_.links.files[link];
+    if (linked.count == 0) continue;
+    const LinkName& first = result_.links.names[linked.first];
+    const std::wstring_view name = result_.links.nameOf(first);
+    if (name.empty()) continue; // in the bin
+    file.folder = first.folder;
+    file.name = name;
+    result_.files.push_back(std::move(file));
+  }
+}
+
 void TreeUpdate::finish() {
   TypeTotals keptTypes; // of kept files whose folder was emptied
   std::vector<FileEntry>& files = result_.files;
   std::erase_if(files, [this, &keptTypes](const FileEntry& file) {
+    const bool relisted = result_.links.complete && file.link != kNoLink;
     if (file.folder < emptied_.size() && emptied_[file.folder]) {
       addToType(keptTypes, file.name, {file.size, 1, file.disk, file.disk, file.cloud});
+      if (relisted) relisted_.insert_or_assign(file.link, file);
       return true;
     }
     if (goneFiles_.empty()) return false;
     const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
     if (gone == goneFiles_.end()) return false;
     gone->second = {{file.size, 1, file.disk, file.disk, file.cloud}, false};
+    if (relisted) relisted_.insert_or_assign(file.link, file);
     return true;
   });
   files.insert(files.end(), newFiles_.begin(), newFiles_.end());
@@ -246,12 +269,13 @@ void TreeUpdate::finish() {
     gone.cloud = std::max(gone.cloud, total.cloud);
   }
   for (const auto& [key, file] : goneFiles_) {
-    const TypeTotal gone = file.isListed ? TypeTotal() : file.total;
-    FolderEntry& folder = result_.folders[key.first];
-    take(folder.ownBytes, gone.bytes);
-    take(folder.ownFiles, gone.files);
-    takeFromAncestors(key.first, gone.bytes, gone.files);
-    disk_.removeFile(key.first, key.second, gone.disk, gone.cloud);
+    TypeTotal gone = file.isListed ? TypeTotal() : file.total;
+    if (!disk_.removeFile(key.first, key.second, gone)) {
+      FolderEntry& folder = result_.folders[key.first];
+      take(folder.ownBytes, gone.bytes);
+      take(folder.ownFiles, gone.files);
+      takeFromAncestors(key.first, gone.bytes, gone.files);
+    }
     goneBytes_ += gone.bytes;
     addToType(goneTypes_, key.second, {gone.bytes, gone.files, gone.disk, gone.disk, gone.cloud});
   }
@@ -261,6 +285,7 @@ void TreeUpdate::finish() {
     disk_.moveInto(binned_.folder, std::min(share, 1.0));
   }
   disk_.finish(goneTypes_, newTypes_);
+  listAgain();
   if (typesStay_) return; // the bin renames files but keeps their extension
   takeTypes(result_.types, goneTypes_);
   mergeTypes(result_.types, newTypes_);

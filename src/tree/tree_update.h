@@ -57,6 +57,7 @@ private:
   std::vector<std::uint32_t> withDescendants(std::uint32_t folder) const;
   void clear(std::uint32_t folder);
   std::vector<std::uint32_t> placesOf(const FolderTable& survey, std::uint32_t folder);
+  void listAgain();
 
   ScanResult& result_;
   DiskUpdate disk_;
@@ -65,6 +66,7 @@ private:
   TypeTotals goneTypes_;
   TypeTotals newTypes_;
   std::vector<FileEntry> newFiles_;
+  std::map<std::uint32_t, FileEntry> relisted_; // by link: a name of it left the list, or came
   bool typesStay_ = false;
   std::uint64_t goneBytes_ = 0; // of paths that were removed
   struct {

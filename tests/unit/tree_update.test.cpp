@@ -1,15 +1,60 @@
 #include "support/fresh_scan.h"
+#include "support/turbo_reading.h"
 
 #include <doctest/doctest.h>
+
+#include <random>
 
 using namespace vorda;
 using test::App;
 using test::checkLikeFreshScan;
 using test::DiskNode;
+using test::TestRecord;
+using test::TestVolume;
 
 namespace {
 
 constexpr std::uint64_t kMiB = 1ULL << 20;
+
+// The master file table of a drive in memory: each file and folder is the record of its number.
+void addRecords(TestVolume& volume, const DiskNode& folder, std::uint64_t parent) {
+  for (const auto& node : folder.children) {
+    const auto number = static_cast<std::uint32_t>(node->id);
+    const auto known = volume.records.find(number);
+    if (node->folder) {
+      volume.add(number, TestRecord(true).name(node->name, parent));
+      addRecords(volume, *node, test::reference(number, 1));
+    } else if (known != volume.records.end()) {
+      known->second.name(node->name, parent);
+    } else {
+      volume.add(number, TestRecord().file(node->name, parent, node->size));
+    }
+  }
+}
+
+// Scans with turbo. Nothing takes bytes on disk.
+struct TurboApp : App {
+  TurboApp() {
+    disk->cluster = 512;
+    for (int i = 0; i < 24; ++i) disk->add(L"X:\\" + std::to_wstring(i)); // takes these numbers
+    disk->volume(L"C:");
+    state.steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
+    state.steps.turbo = [this](ScanProgress& progress, const ScanOptions& options,
+                               ScanResult& result) {
+      TestVolume volume;
+      volume.tableRecords = 512;
+      volume.extents = {{1024, 64}};
+      addRecords(volume, *disk->at(L"C:\\"), test::kRoot);
+      return turboScan(test::opens(volume.image()), progress, options, result);
+    };
+  }
+
+  DiskNode& file(const std::wstring& path, std::uint64_t size) {
+    DiskNode& node = disk->add(path, size);
+    node.disk = 0;
+    return node;
+  }
+};
 
 } // namespace
 
@@ -38,4 +83,91 @@ TEST_CASE("a listed file that looks like a link leaves the list when it goes") {
   app.disk->at(L"C:\\r\\a\\old.bin")->link = L"C:\\store";
   app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5Ca%5Cold.bin");
   checkLikeFreshScan(app, *job);
+}
+
+TEST_CASE("after turbo, a file with several names counts at the first that is left") {
+  const std::vector<std::vector<std::string>> rows = {
+      {"b%5Ctwo.iso", "a%5Cone.iso", "c%5Cthree.bin"},
+      {"a%5Cone.iso", "b%5Ctwo.iso", "c%5Cthree.bin"},
+      {"a", "b", "c"},
+      {"c%5Cthree.bin", "b", "a%5Cone.iso"},
+      {"b", "a%5Cone.iso"},
+      {"a%5Cone.iso&p=C:%5Cb%5Ctwo.iso"},
+      {"a%5Cone.iso&p=C:%5Cb"},
+      {"held", "a"}};
+  for (const std::uint64_t size : {60 * kMiB, std::uint64_t{9}}) {
+    for (const auto& row : rows) {
+      TurboApp app;
+      const DiskNode& first = app.file(L"C:\\a\\one.iso", size);
+      for (const wchar_t* path :
+           {L"C:\\b\\two.iso", L"C:\\c\\three.bin", L"C:\\held\\in\\four.iso"}) {
+        app.disk->hardLink(path, first);
+      }
+      app.disk->at(L"C:\\held\\in\\four.iso")->locked = true;
+      for (const wchar_t* path :
+           {L"C:\\a\\x.iso", L"C:\\b\\x.iso", L"C:\\c\\x.bin", L"C:\\held\\x"}) {
+        app.file(path, 70 * kMiB);
+      }
+      const auto job = app.scanJob("C:%5C");
+      for (const std::string& paths : row) {
+        CAPTURE(paths);
+        app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5C" + paths);
+        checkLikeFreshScan(app, *job);
+      }
+    }
+  }
+}
+
+TEST_CASE("after turbo, a name in the bin is still one of its file's") {
+  TurboApp app;
+  const DiskNode& first = app.file(L"C:\\a\\one.iso", 60 * kMiB);
+  app.disk->hardLink(L"C:\\b\\two.iso", first);
+  app.file(L"C:\\b\\x.iso", 70 * kMiB);
+  app.file(L"C:\\$Recycle.Bin\\S-1\\$Rold.iso", 5);
+  const auto job = app.scanJob("C:%5C");
+  for (const char* path : {"b%5Ctwo.iso", "a%5Cone.iso"}) {
+    app.told("POST", "/api/delete", std::string("job=1&p=C:%5C") + path);
+    const auto fresh = app.scanJob("C:%5C");
+    // Files in the bin have new names, so the list does not have them.
+    const auto sums = [](test::Facts facts) {
+      std::erase_if(facts, [](const std::string& one) {
+        return one.starts_with("file C:\\$Recycle.Bin") || one.starts_with("\"exts\"");
+      });
+      return facts;
+    };
+    CHECK(test::firstDifference(sums(test::factsOf(*job)), sums(test::factsOf(*fresh))) == "");
+  }
+}
+
+TEST_CASE("any sequence of deletions leaves a correct tree of a turbo scan") {
+  std::mt19937 random(21);
+  for (int round = 0; round < 25; ++round) {
+    TurboApp app;
+    std::vector<std::wstring> paths;
+    std::vector<DiskNode*> files;
+    for (int i = 0; i < 100; ++i) {
+      std::wstring path = L"C:";
+      for (auto depth = random() % 4; depth-- > 0;) {
+        path += L"\\d" + std::to_wstring(random() % 4);
+        paths.push_back(path);
+      }
+      path += L"\\f" + std::to_wstring(i) + (i % 3 == 0 ? L".iso" : L".txt");
+      const bool again = i > 30 && i % 3 == 0; // the others have one name only
+      DiskNode& file =
+          again ? app.disk->hardLink(path, *files[random() % 30])
+                : app.file(path, random() % 3 == 0 ? (random() % 3 + 50) * kMiB : random() % 1000);
+      file.locked = random() % 40 == 0;
+      files.push_back(&file);
+      paths.push_back(path);
+    }
+    const auto job = app.scanJob("C:%5C");
+    for (int step = 0; step < 6; ++step) {
+      std::string fields = "job=1&permanent=1";
+      for (auto n = random() % 6 + 1; n-- > 0;) {
+        fields += "&p=" + toUtf8(paths[random() % paths.size()]);
+      }
+      app.told("POST", "/api/delete", fields);
+      checkLikeFreshScan(app, *job);
+    }
+  }
 }
