@@ -202,10 +202,11 @@ test('a connection that breaks, and cancelling while find is silent or never sto
   t.diagnostic(`cancelled before the first line: ended after ${Date.now() - asked} ms`);
   await ended({ run: began });
   assert.deepEqual(await partOf(mute), stopped);
-  await post(target(`${folder}/tree`), server);
-  await until(() => runs.at(-1) !== began, 'ssh to be started');
-  // An ssh left behind has inherited nothing that outlives the server, such as the port.
+  // One that will never write again ends with the program, however that ends, and nothing keeps its port.
+  find(`seq 4096 | sed 's|^|${line}|'; exec tail --pid=${process.pid} -f /dev/null`);
+  const left = await halfway();
   server.child.kill('SIGKILL');
   await server.ended;
+  await ended(left);
   await until(() => canListen(server.port), 'the port of the server to be free');
 });

@@ -79,7 +79,7 @@ std::wstring findSsh() {
 
 class Child final : public SshProcess {
 public:
-  explicit Child(KernelHandle output) : output_(std::move(output)) {}
+  Child(KernelHandle output, KernelHandle job) : output_(std::move(output)), job_(std::move(job)) {}
   void runs(KernelHandle process) { process_ = std::move(process); }
 
   Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
@@ -110,6 +110,7 @@ public:
     DWORD code = 0;
     if (GetExitCodeProcess(process_.get(), &code) == FALSE) code = STILL_ACTIVE;
     process_.reset();
+    job_.reset(); // an ssh that its host keeps from ending goes with it
     return code;
   }
 
@@ -126,32 +127,48 @@ private:
 
   KernelHandle output_;
   KernelHandle process_;
+  KernelHandle job_;
 };
 
-// Restricts the handles a child process inherits.
-class InheritedHandles {
+// Ends the processes in it when its only handle is closed, and so also with this process, however that
+// ends: an ssh whose host is silent would stay for ever, and keep the password in its environment.
+KernelHandle makeJob() {
+  KernelHandle job(CreateJobObjectW(nullptr, nullptr));
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  const bool set = SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits,
+                                           sizeof limits) != FALSE;
+  return set ? std::move(job) : KernelHandle();
+}
+
+// The handles a child process inherits, and the job it is in.
+class ChildAttributes {
 public:
-  explicit InheritedHandles(std::array<HANDLE, 2> handles) : handles_(handles) {
+  ChildAttributes(std::array<HANDLE, 2> handles, HANDLE job) : handles_(handles), job_(job) {
     SIZE_T size = 0;
-    InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    InitializeProcThreadAttributeList(nullptr, 2, 0, &size);
     memory_.resize(size);
     auto* list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
-    if (InitializeProcThreadAttributeList(list, 1, 0, &size) == FALSE) return;
+    if (InitializeProcThreadAttributeList(list, 2, 0, &size) == FALSE) return;
     list_ = list;
-    complete_ =
-        UpdateProcThreadAttribute(list_, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(),
-                                  sizeof handles_, nullptr, nullptr) != FALSE;
+    complete_ = set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(), sizeof handles_) &&
+                set(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof job_);
   }
-  InheritedHandles(const InheritedHandles&) = delete;
-  InheritedHandles& operator=(const InheritedHandles&) = delete;
-  ~InheritedHandles() {
+  ChildAttributes(const ChildAttributes&) = delete;
+  ChildAttributes& operator=(const ChildAttributes&) = delete;
+  ~ChildAttributes() {
     if (list_ != nullptr) DeleteProcThreadAttributeList(list_);
   }
 
   LPPROC_THREAD_ATTRIBUTE_LIST get() const { return complete_ ? list_ : nullptr; }
 
 private:
+  bool set(DWORD_PTR attribute, void* value, SIZE_T size) {
+    return UpdateProcThreadAttribute(list_, 0, attribute, value, size, nullptr, nullptr) != FALSE;
+  }
+
   std::array<HANDLE, 2> handles_;
+  HANDLE job_;
   std::vector<char> memory_;
   LPPROC_THREAD_ATTRIBUTE_LIST list_ = nullptr;
   bool complete_ = false;
@@ -164,23 +181,24 @@ WideSecret environmentWith(const Secret& password) {
   return environment;
 }
 
-// Starts ssh with stdout and stderr connected to pipeEnd. Invalid if it cannot be started.
-KernelHandle startProcess(std::wstring commandLine, HANDLE pipeEnd, const Secret& password) {
+// Starts ssh in a job, with stdout and stderr connected to pipeEnd. Invalid if it cannot be started.
+KernelHandle startProcess(std::wstring commandLine, HANDLE pipeEnd, HANDLE job,
+                          const Secret& password) {
   const std::wstring program = findSsh();
   if (program.empty()) return KernelHandle();
   SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
   const FileHandle nothing(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                        &inheritable, OPEN_EXISTING, 0, nullptr));
   if (!nothing.valid()) return KernelHandle();
-  const InheritedHandles inherited({pipeEnd, nothing.get()});
-  if (inherited.get() == nullptr) return KernelHandle();
+  const ChildAttributes attributes({pipeEnd, nothing.get()}, job);
+  if (attributes.get() == nullptr) return KernelHandle();
   STARTUPINFOEXW startup = {};
   startup.StartupInfo.cb = sizeof startup;
   startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
   startup.StartupInfo.hStdInput = nothing.get();
   startup.StartupInfo.hStdOutput = pipeEnd;
   startup.StartupInfo.hStdError = pipeEnd;
-  startup.lpAttributeList = inherited.get();
+  startup.lpAttributeList = attributes.get();
   WideSecret environment = password.empty() ? WideSecret() : environmentWith(password);
   PROCESS_INFORMATION process = {};
   const DWORD flags = CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
@@ -204,12 +222,15 @@ std::unique_ptr<SshProcess> start(const std::wstring& commandLine, const Secret&
   }
   KernelHandle output(readEnd);
   const KernelHandle pipeEnd(writeEnd);
-  if (SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0) == FALSE) {
+  KernelHandle job = makeJob();
+  if (!job.valid() || SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0) == FALSE) {
     failure = kSshPipe;
     return nullptr;
   }
-  auto child = std::make_unique<Child>(std::move(output)); // first: what runs has to be held
-  KernelHandle process = startProcess(commandLine, writeEnd, password);
+  const HANDLE jobHandle = job.get();
+  // First: what runs has to be held.
+  auto child = std::make_unique<Child>(std::move(output), std::move(job));
+  KernelHandle process = startProcess(commandLine, writeEnd, jobHandle, password);
   if (!process.valid()) {
     failure = kSshMissing;
     return nullptr;
