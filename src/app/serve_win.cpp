@@ -91,7 +91,7 @@ int serveUntilClosed(AppState& state, const CommandLineOptions& options, const C
     return state.operations.any();
   };
   if (runHiddenWindow(state.server, start, beforeClosing)) {
-    state.operations.waitUntilNone(kWaitForOperations);
+    state.operations.close(kWaitForOperations);
     return kExitDone;
   }
   const std::wstring failure = startFailureText(request, reason);

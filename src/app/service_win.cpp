@@ -19,7 +19,7 @@ constexpr std::chrono::seconds kReportEach{1};
 
 class Service {
 public:
-  Service(ServerState& server, const RunningOperations& operations, std::int32_t port)
+  Service(ServerState& server, RunningOperations& operations, std::int32_t port)
       : server_(server), operations_(operations), port_(port) {}
 
   void run(); // on a thread of the service dispatcher
@@ -32,7 +32,7 @@ private:
   void report(DWORD state, DWORD accepted, DWORD waitHintMs, DWORD checkPoint) const;
 
   ServerState& server_;
-  const RunningOperations& operations_;
+  RunningOperations& operations_;
   std::int32_t port_;
   SERVICE_STATUS_HANDLE status_ = nullptr;
   KernelHandle stopped_;
@@ -67,7 +67,7 @@ void Service::run() {
     report(SERVICE_RUNNING, SERVICE_ACCEPT_STOP, 0, 0);
     WaitForSingleObject(stopped_.get(), INFINITE);
     for (auto left = kWaitForOperations; left > kReportEach; left -= kReportEach) {
-      if (operations_.waitUntilNone(kReportEach)) break;
+      if (operations_.close(kReportEach)) break;
       reportPending(SERVICE_STOP_PENDING, 0, kStopHintMs);
     }
   }
@@ -83,7 +83,7 @@ void Service::control(DWORD code) {
 
 } // namespace
 
-bool runService(ServerState& server, const RunningOperations& operations, std::int32_t port) {
+bool runService(ServerState& server, RunningOperations& operations, std::int32_t port) {
   // Never destroyed: the dispatcher may return before its threads do.
   theService = std::make_unique<Service>(server, operations, port).release();
   std::wstring name = kAgentServiceName; // the table needs a writable string

@@ -10,6 +10,6 @@ namespace vorda {
 
 // Serves the network on this port until the service is stopped. If the port is invalid or in
 // use, the service stops at once. False if the service manager did not start this process.
-bool runService(ServerState& server, const RunningOperations& operations, std::int32_t port);
+bool runService(ServerState& server, RunningOperations& operations, std::int32_t port);
 
 } // namespace vorda

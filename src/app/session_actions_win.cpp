@@ -43,11 +43,12 @@ std::string page() {
   return bytes.empty() ? kPageMissing : bytes;
 }
 
-void quitSoon(const RunningOperations& operations) {
+void quitSoon(RunningOperations& operations) {
   startDetached([&operations] {
+    const bool running = !operations.close(std::chrono::milliseconds(0));
     Sleep(kAnswerSentMs);
-    if (operations.any()) {
-      operations.waitUntilNone(kWaitForOperations);
+    if (running) {
+      operations.close(kWaitForOperations);
       Sleep(kAnswerSentMs); // for the answer to the operation's request
     }
     ExitProcess(0);
@@ -85,7 +86,10 @@ SessionActions makeSessionActions(AppState& state) {
       if (prompting->exchange(true)) return;
       const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> whileOpen(
           prompting.get(), [](std::atomic<bool>* open) { *open = false; });
-      state.operations.waitUntilNone(kWaitForOperations);
+      const std::unique_ptr<RunningOperations, void (*)(RunningOperations*)> whileClosed(
+          &state.operations, [](RunningOperations* all) { all->reopen(); });
+      // One that takes longer is not cut off for this: the user may ask again.
+      if (!state.operations.close(kWaitForOperations)) return;
       relaunchElevated(state.server, state.key, owner);
     });
   };

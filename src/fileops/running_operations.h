@@ -1,5 +1,5 @@
-// Counts the file operations that run, so that the process does not end in the middle of one.
-// Thread-safe.
+// Counts the file operations that run, so that the process does not end in the middle of one: before it
+// ends it closes this, and then none begins. Thread-safe.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,8 @@ inline constexpr std::chrono::seconds kWaitForOperations{60};
 
 class RunningOperations {
 public:
-  // An operation runs from begin() until the result is destroyed.
+  // An operation runs from begin() until the result is destroyed. While this is closed, begin() waits:
+  // what is asked for then is done after reopen(), or not at all.
   class Operation {
   public:
     explicit Operation(RunningOperations& all) : all_(all) {}
@@ -25,7 +26,8 @@ public:
     RunningOperations& all_;
   };
   [[nodiscard]] Operation begin() {
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !closed_; });
     ++count_;
     return Operation(*this);
   }
@@ -35,22 +37,30 @@ public:
     return count_ > 0;
   }
 
-  // False if some still run when the time is over.
-  bool waitUntilNone(std::chrono::milliseconds most) const {
+  // Lets none begin any more, and waits for those that run. False if some still do when the time is over.
+  bool close(std::chrono::milliseconds most) {
     std::unique_lock lock(mutex_);
-    return none_.wait_for(lock, most, [this] { return count_ == 0; });
+    closed_ = true;
+    return changed_.wait_for(lock, most, [this] { return count_ == 0; });
+  }
+
+  void reopen() {
+    const std::lock_guard lock(mutex_);
+    closed_ = false;
+    changed_.notify_all();
   }
 
 private:
   void end() {
     const std::lock_guard lock(mutex_);
     --count_;
-    none_.notify_all();
+    changed_.notify_all();
   }
 
   mutable std::mutex mutex_;
-  mutable std::condition_variable none_;
+  std::condition_variable changed_;
   unsigned count_ = 0;
+  bool closed_ = false;
 };
 
 } // namespace vorda

@@ -329,9 +329,9 @@ test('killed at any moment of a deletion, the log accounts for every file that i
   }
 });
 
-test('quitting waits for a running deletion', needs('ownMachine'), async (t) => {
+test('quitting waits for a running deletion and lets no other one begin', needs('ownMachine'), async (t) => {
   const names = Array.from({ length: 1500 }, (_, i) => `f${i}`);
-  makeFiles(`${drive}/waits/many`, Object.fromEntries(names.map((name) => [name, 'x'])));
+  makeFiles(`${drive}/waits`, { ...Object.fromEntries(names.map((name) => [`many/${name}`, 'x'])), 'next.txt': 'x' });
   const server = await serve(t, [], wine);
   assert.deepEqual((await server.json('/api/hello')).status, 200);
   const removal = server.post('/api/delete', { p: 'C:\\waits\\many', permanent: 1 });
@@ -339,6 +339,9 @@ test('quitting waits for a running deletion', needs('ownMachine'), async (t) => 
   const asked = await server.json('/api/quit');
   assert.deepEqual(asked.body, { ok: true, waiting: true });
   assert.equal((await removal).body.deleted, 1);
+  // The page asks for one deletion after the other.
+  const next = await server.post('/api/delete', { p: 'C:\\waits\\next.txt', permanent: 1 }).catch(() => 'closed');
   await server.ended;
+  assert.deepEqual([next, fs.existsSync(`${drive}/waits/next.txt`)], ['closed', true]);
   assert.equal(log(), 'AT  definitief  1500  C:\\waits\\many\r\n');
 });

@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <future>
 #include <thread>
 
 using namespace vorda;
@@ -13,11 +14,37 @@ TEST_CASE("whoever waits for the running operations goes on as soon as the last 
   {
     const auto first = operations.begin();
     const auto second = operations.begin();
-    waiting = std::thread([&] { none = operations.waitUntilNone(std::chrono::hours(1)); });
-    CHECK_FALSE(operations.waitUntilNone(std::chrono::milliseconds(50)));
+    waiting = std::thread([&] { none = operations.close(std::chrono::hours(1)); });
+    CHECK_FALSE(operations.close(std::chrono::milliseconds(50)));
     CHECK(operations.any());
   }
   waiting.join();
   CHECK(none);
   CHECK_FALSE(operations.any());
+}
+
+TEST_CASE("while the process is about to end, running file operations go on and none begins") {
+  using namespace std::chrono_literals;
+  RunningOperations operations;
+  std::promise<void> release;
+  std::promise<void> begun;
+  std::thread first([&] {
+    const RunningOperations::Operation running = operations.begin();
+    begun.set_value();
+    release.get_future().wait();
+  });
+  begun.get_future().wait();
+  CHECK_FALSE(operations.close(0ms));
+  const auto second = std::async(std::launch::async, [&operations] {
+    const RunningOperations::Operation running = operations.begin();
+  });
+  CHECK(second.wait_for(50ms) == std::future_status::timeout);
+  release.set_value();
+  CHECK(operations.close(1min));
+  CHECK(second.wait_for(50ms) == std::future_status::timeout);
+  CHECK_FALSE(operations.any());
+  operations.reopen(); // it does not end after all
+  CHECK(second.wait_for(1min) == std::future_status::ready);
+  first.join();
+  CHECK(operations.close(0ms));
 }
