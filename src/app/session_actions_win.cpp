@@ -64,11 +64,11 @@ bool fitsInQuotes(std::wstring_view path) {
 // On its own thread: the shell can be slow and needs more stack than a connection's thread has.
 void reveal(const std::wstring& path) {
   if (!fitsInQuotes(path)) return;
-  startDetached([path] { shellOpen(L"explorer.exe", L"/select,\"" + path + L"\""); });
+  startDetached([path] { openExplorer(L"/select,\"" + path + L"\""); });
 }
 
 void openBin() {
-  startDetached([] { shellOpen(L"explorer.exe", L"shell:RecycleBinFolder"); });
+  startDetached([] { openExplorer(L"shell:RecycleBinFolder"); });
 }
 
 } // namespace

@@ -14,4 +14,11 @@ void shellOpen(const std::wstring& target, const std::wstring& parameters) {
                 nullptr, SW_SHOWNORMAL);
 }
 
+void openExplorer(const std::wstring& parameters) {
+  wchar_t windows[MAX_PATH] = {};
+  const UINT length = GetSystemWindowsDirectoryW(windows, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return;
+  shellOpen(std::wstring(windows) + L"\\explorer.exe", parameters);
+}
+
 } // namespace vorda

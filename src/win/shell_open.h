@@ -5,8 +5,11 @@
 
 namespace vorda {
 
-// target: a program, a document or a URL. parameters: the arguments of a program. Failures are
-// ignored.
+// target: a URL, or the full path of a program or document; the shell would look for a bare name in the
+// current folder first. parameters: the arguments of a program. Failures are ignored.
 void shellOpen(const std::wstring& target, const std::wstring& parameters = {});
+
+// Starts Windows' own Explorer.
+void openExplorer(const std::wstring& parameters);
 
 } // namespace vorda

@@ -1,5 +1,5 @@
-// What anyone who reaches the port can do without a key, and what a planted library can do: nothing that
-// keeps others from being served, or the program from going on.
+// What anyone who reaches the port can do without a key, and what a planted library or program can do:
+// nothing that keeps others from being served, or the program from going on.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
@@ -9,7 +9,7 @@ import { ATTACKS, startAttacks } from './support/attacks.mjs';
 import { lastFirst } from './support/ends.mjs';
 import { exchange, serve, until } from './support/server.mjs';
 import { home, needs, testProgram } from './support/home.mjs';
-import { exe, output, processFacts, scratch, winPath } from './support/vorda.mjs';
+import { exe, output, ownWine, processFacts, scratch, winPath } from './support/vorda.mjs';
 
 const KEY = 'open sesame';
 // Of Windows, used by the program. Wine's own shell would take others, such as version.dll, from there.
@@ -140,4 +140,26 @@ test('a library planted beside the program is not loaded', async (t) => {
   assert.match((await server.json('/api/targets')).body.version, /^\d/);
   await server.post('/api/update', {});
   assert.deepEqual(fs.readdirSync(folder).filter((name) => name.endsWith('.loaded')), []);
+});
+
+test('Explorer is the one of Windows, wherever else a program of that name lies', needs('prefixes'), async (t) => {
+  const folder = scratch(t);
+  const wine = ownWine(t);
+  fs.copyFileSync(exe, `${folder}/vorda.exe`);
+  const server = await serve(t, [], { ...wine, program: `${folder}/vorda.exe`, cwd: folder });
+  const started = `${folder}/started`;
+  fs.writeFileSync(started, '');
+  const plant = (file, name) => {
+    fs.rmSync(file, { force: true }); // the prefix has it as a link
+    fs.writeFileSync(file, `#!/bin/sh\necho ${name} >>'${started}'\n`, { mode: 0o755 });
+  };
+  const windows = `${wine.env.VORDA_WINEPREFIX}/drive_c/windows`;
+  plant(`${windows}/explorer.exe`, 'right');
+  // Windows looks for a bare name in the current folder first, and Wine in this one.
+  for (const place of [folder, `${windows}/system32`]) plant(`${place}/explorer.exe`, 'wrong');
+  assert.equal((await server.json('/api/reveal?p=C%3A%5CWindows')).status, 200);
+  assert.equal((await server.post('/api/openbin', {})).status, 200);
+  const names = () => fs.readFileSync(started, 'utf8').split('\n').slice(0, -1);
+  await until(() => names().length === 2, 'Explorer to be started twice');
+  assert.deepEqual(names(), ['right', 'right']);
 });
