@@ -14,7 +14,7 @@ namespace vorda {
 inline constexpr std::uint64_t kUnknownDisk = std::numeric_limits<std::uint64_t>::max();
 
 struct FolderItem {
-  std::wstring_view name;      // valid until the next call on the reader
+  std::wstring_view name;      // one part of a path; valid until the next call on the reader
   std::uint64_t size = 0;      // bytes, for a file
   std::uint64_t lastWrite = 0; // FILETIME (100 ns since 1601, UTC); 0: unknown
   bool folder = false;

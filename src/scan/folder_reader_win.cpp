@@ -1,5 +1,6 @@
 #include "scan/folder_reader.h"
 
+#include "base/one_name.h"
 #include "base/paths.h"
 #include "scan/listing_buffer.h"
 #include "win/full_path.h"
@@ -139,7 +140,10 @@ public:
   }
 
   bool next(FolderItem& item) override {
-    return listing_.isOpen() ? listing_.next(item, endedEarly_) : find_.valid() && found(item);
+    const bool more =
+        listing_.isOpen() ? listing_.next(item, endedEarly_) : find_.valid() && found(item);
+    if (more && leadsElsewhere(item.name)) item.name = oneName_ = asOneName(item.name);
+    return more;
   }
 
   bool endedEarly() const override { return endedEarly_; }
@@ -171,6 +175,7 @@ private:
   FindHandle find_;
   WIN32_FIND_DATAW data_{};
   std::wstring pattern_;
+  std::wstring oneName_;
   bool fresh_ = false; // data_ holds an item not yet returned
   bool endedEarly_ = false;
 };

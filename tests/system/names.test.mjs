@@ -41,6 +41,16 @@ test('folders whose names Windows would trim or mix up keep their own content', 
   assert.equal(expected.folders.size, 1 + 4 * names.length);
 });
 
+test('names that Windows would read as paths lead nowhere', needs('anyName'), async (t) => {
+  const folder = scratch(t);
+  makeFiles(folder, { 'outside/y.bin': 'y'.repeat(1000), 'r/a/x.bin': 'x'.repeat(10), 'r/a\\x.bin': 'x'.repeat(5) });
+  for (const name of ['a\\.', '..\\outside']) fs.mkdirSync(`${folder}/r/${name}`);
+  const { meta, files } = readJson(await output(['--scan', `${folder}/r`, '--out', '-', '--find', '*']));
+  assert.deepEqual([meta.files, meta.used, meta.dirs, meta.denied], [2, 15, 4, 2]);
+  const root = winPath(`${folder}/r`);
+  assert.deepEqual(files.map(({ p }) => p), [`${root}\\a\\x.bin`, `${root}\\a\uFFFDx.bin`]);
+});
+
 // Under Wine a path and the prefix in front of it share 4,095 bytes, so this stays below the system's limit.
 test('400 levels, and paths of up to 3,900 characters', async (t) => {
   const folder = scratch(t);

@@ -1,3 +1,4 @@
+#include "base/one_name.h"
 #include "base/paths.h"
 
 #include <doctest/doctest.h>
@@ -49,4 +50,16 @@ TEST_CASE("a path lies below a folder by whole names only") {
   CHECK(liesBelow(L"C:\\data", L"C:\\"));
   CHECK_FALSE(liesBelow(L"C:\\data", L"C:\\data"));
   CHECK_FALSE(liesBelow(L"C:\\database", L"C:\\data"));
+}
+
+TEST_CASE("a name that another system has put into a folder stays one name") {
+  CHECK_FALSE(leadsElsewhere(L"..a:b"));
+  for (const std::wstring& name :
+       {std::wstring(L"a\\.."), std::wstring(L"a/b"), std::wstring(L"a\0", 2)}) {
+    CHECK(leadsElsewhere(name));
+    CHECK_FALSE(leadsElsewhere(asOneName(name)));
+  }
+  CHECK(asOneName(std::wstring(L"\0a/.\\b ", 7)) == L"\xFFFD"
+                                                    L"a\xFFFD.\xFFFD"
+                                                    L"b ");
 }
