@@ -22,12 +22,14 @@ RegistryKey openSettings() {
   return RegistryKey::open(HKEY_LOCAL_MACHINE, kSettingsPath, KEY_READ | KEY_WOW64_64KEY);
 }
 
-bool storeSetting(const wchar_t* name, const std::wstring& text) {
+// withKey: the agent key is among the settings, or is the one to store. Without it everybody may read them,
+// since every user's copy listens on the port that is set there.
+bool storeSetting(const wchar_t* name, const std::wstring& text, bool withKey) {
   const RegistryKey settings = RegistryKey::create(HKEY_LOCAL_MACHINE, kSettingsPath,
                                                    KEY_SET_VALUE | WRITE_DAC | KEY_WOW64_64KEY);
   // First, so that nobody can read the key in between. Where the rights cannot be set, as on an old
   // key of another owner, storing is still better than an agent whose key nobody knows.
-  settings.restrictToAdministrators();
+  if (withKey) settings.restrictToAdministrators();
   return settings.setText(name, text);
 }
 
@@ -60,9 +62,11 @@ std::wstring getOrCreateKey() {
   std::wstring key = readStoredKey();
   if (!key.empty()) return key;
   key = generateAgentKey();
-  return !key.empty() && storeSetting(kTokenSetting, key) ? key : std::wstring();
+  return !key.empty() && storeSetting(kTokenSetting, key, true) ? key : std::wstring();
 }
 
-void noteUpdate() { storeSetting(kLastUpdateSetting, toUtf16(secondText(localNow()))); }
+void noteUpdate() {
+  storeSetting(kLastUpdateSetting, toUtf16(secondText(localNow())), !readStoredKey().empty());
+}
 
 } // namespace vorda

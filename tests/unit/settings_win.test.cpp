@@ -28,6 +28,23 @@ private:
   RegistryKey root_ = RegistryKey::create(HKEY_CURRENT_USER, kRoot, KEY_ALL_ACCESS);
 };
 
+constexpr const wchar_t* kSettings = L"Software\\Brixmoor\\Vorda";
+constexpr const wchar_t* kRestricted = L"D:P(A;CI;KA;;;SY)(A;CI;KA;;;BA)(A;CI;KR;;;SU)";
+
+std::wstring rightsOfSettings() {
+  const RegistryKey key =
+      RegistryKey::open(HKEY_LOCAL_MACHINE, kSettings, READ_CONTROL | KEY_WOW64_64KEY);
+  BYTE bytes[1024];
+  DWORD size = sizeof bytes;
+  REQUIRE(RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, bytes, &size) == ERROR_SUCCESS);
+  wchar_t* text = nullptr;
+  REQUIRE(ConvertSecurityDescriptorToStringSecurityDescriptorW(
+      bytes, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr));
+  std::wstring rights(text);
+  LocalFree(text);
+  return rights;
+}
+
 } // namespace
 
 TEST_CASE("settings: stored, missing, invalid and of the wrong type") {
@@ -39,8 +56,8 @@ TEST_CASE("settings: stored, missing, invalid and of the wrong type") {
   CHECK(getOrCreateKey() == made);
   CHECK(generateAgentKey() != made);
 
-  const RegistryKey key = RegistryKey::open(HKEY_LOCAL_MACHINE, L"Software\\Brixmoor\\Vorda",
-                                            KEY_READ | KEY_WRITE | KEY_WOW64_64KEY);
+  const RegistryKey key =
+      RegistryKey::open(HKEY_LOCAL_MACHINE, kSettings, KEY_READ | KEY_WRITE | KEY_WOW64_64KEY);
   REQUIRE(key.text(L"Token") == made);
   const auto set = [&key](const wchar_t* name, DWORD type, const void* bytes, DWORD count) {
     REQUIRE(RegSetValueExW(key.get(), name, 0, type, static_cast<const BYTE*>(bytes), count) == 0);
@@ -69,15 +86,20 @@ TEST_CASE("stored keys can be read by administrators and services only") {
   const EmptyMachine machine;
   REQUIRE_FALSE(getOrCreateKey().empty());
   CHECK(mayReadStoredKey());
-  const RegistryKey key = RegistryKey::open(HKEY_LOCAL_MACHINE, L"Software\\Brixmoor\\Vorda",
-                                            READ_CONTROL | KEY_WOW64_64KEY);
-  BYTE bytes[1024];
-  DWORD size = sizeof bytes;
-  REQUIRE(RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, bytes, &size) == ERROR_SUCCESS);
-  wchar_t* text = nullptr;
-  REQUIRE(ConvertSecurityDescriptorToStringSecurityDescriptorW(
-      bytes, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr));
-  const std::wstring rights(text);
-  LocalFree(text);
-  CHECK(rights == L"D:P(A;CI;KA;;;SY)(A;CI;KA;;;BA)(A;CI;KR;;;SU)");
+  CHECK(rightsOfSettings() == kRestricted);
+}
+
+TEST_CASE("an update leaves the ports to every user, unless there is a key among the settings") {
+  const EmptyMachine machine;
+  noteUpdate();
+  const std::wstring rights = rightsOfSettings();
+  CHECK(rights != kRestricted);
+  {
+    const RegistryKey key =
+        RegistryKey::open(HKEY_LOCAL_MACHINE, kSettings, KEY_SET_VALUE | KEY_WOW64_64KEY);
+    REQUIRE(key.setText(L"Token", L"stored by an earlier version"));
+  }
+  CHECK(rightsOfSettings() == rights);
+  noteUpdate();
+  CHECK(rightsOfSettings() == kRestricted);
 }
