@@ -4,6 +4,7 @@
 #include "app/option_names.h"
 #include "app/port_choice.h"
 #include "app/std_output_win.h"
+#include "base/quote_argument.h"
 #include "base/text.h"
 #include "win/com_apartment.h"
 #include "win/port_in_use.h"
@@ -41,7 +42,7 @@ void relaunchElevated(ServerState& server, const std::string& sessionKey, HWND o
   parameters.append(L" ").append(std::to_wstring(port)).append(L" ").append(kNoOpenOption);
   if (!sessionKey.empty()) {
     parameters.append(L" ").append(kLockOption).append(L" ").append(kTokenOption);
-    parameters.append(L" \"").append(toUtf16(sessionKey)).append(L"\"");
+    parameters.append(L" ").append(quoteArgument(toUtf16(sessionKey)));
   }
   const std::wstring program = programPath();
   Sleep(kAnswerSentMs);
