@@ -213,15 +213,17 @@ test('a deletion of several requests can be stopped between them', async (t) => 
   await says(tab.getByRole('main'), '1 item selected');
 });
 
+// The advice about two groups of two possible duplicates.
+function advise(faults, paths) {
+  const each = (value) => paths.map(() => value);
+  const advice = [{ code: 'duplicates', level: 'serious', bytes: 7, n1: 2, n2: 0, target: '', paths, pathBytes: each(4), pathFiles: each(1), pathGroup: [1, 1, 2, 2], pathLock: each(''), notes: [] }];
+  faults.answers['/api/result'] = async ({ real }) => ({ ...await real(), advice });
+}
+
 test('possible duplicates of the advice are compared before they go', async (t) => {
   const { faults, folder, tab } = await opened(t, { files: { 'a/film.mkv': 'same', 'b/film.mkv': 'same', 'a/photo.raw': 'one', 'b/photo.raw': 'two', 'c/big.iso': 60 * MiB } });
   const root = winPath(folder);
-  faults.answers['/api/result'] = async ({ real }) => {
-    const doc = await real();
-    const paths = ['a\\film.mkv', 'b\\film.mkv', 'a\\photo.raw', 'b\\photo.raw'].map((name) => `${root}\\${name}`);
-    const each = (value) => paths.map(() => value);
-    return { ...doc, advice: [{ code: 'duplicates', level: 'serious', bytes: 7, n1: 2, n2: 0, target: '', paths, pathBytes: each(4), pathFiles: each(1), pathGroup: [1, 1, 2, 2], pathLock: each(''), notes: [] }] };
-  };
+  advise(faults, ['a\\film.mkv', 'b\\film.mkv', 'a\\photo.raw', 'b\\photo.raw'].map((name) => `${root}\\${name}`));
   await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
   await tab.getByRole('heading', { name: 'Overview' }).waitFor();
   await goTo(tab, 'explorer', 'Folders');
@@ -298,4 +300,37 @@ test('About tells about the build, the last crash and the diagnostic log', async
   await open(CUT); // the rest is there without it
   const real = await server.json('/api/about');
   assert.deepEqual(real.body, { version: real.body.version, signed: false, log: '' });
+});
+
+test('the menu compares possible duplicates too; who marks one for itself has it deleted as it is', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'first/film.mkv': 'same', 'second/film.mkv': 'same', 'first/photo.raw': 'one', 'second/photo.raw': 'two' } });
+  const root = winPath(folder);
+  advise(faults, ['first\\film.mkv', 'second\\film.mkv', 'first\\photo.raw', 'second\\photo.raw'].map((name) => `${root}\\${name}`));
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'advice', 'Advice');
+  const box = (name) => tab.getByRole('checkbox', { name: `${root}\\${name}` });
+  for (const name of ['first\\film.mkv', 'second\\photo.raw']) await box(name).check();
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  await row(tree, 'first').first().click();
+  await tree.press('ArrowRight');
+  await row(tree, 'film.mkv').click({ button: 'right' });
+  await tab.getByRole('menuitem', { name: 'Delete…' }).click();
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  const would = () => pathsIn(dialog, GOING);
+  await becomes(would, [`${root}\\first\\film.mkv`]);
+  await says(dialog, '1 file is no longer equal to one that stays, and is left alone.');
+  await tab.keyboard.press('Escape');
+
+  await goTo(tab, 'advice', 'Advice');
+  for (const name of ['first\\film.mkv', 'second\\photo.raw']) await box(name).uncheck();
+  await goTo(tab, 'explorer', 'Folders');
+  for (const [name, key] of [['first', 'ArrowLeft'], ['second', 'ArrowRight']]) {
+    await row(tree, name).first().click();
+    await tree.press(key);
+  }
+  await mark(tree, 'photo.raw');
+  await openDialog(tab);
+  await becomes(would, [`${root}\\second\\photo.raw`]);
 });

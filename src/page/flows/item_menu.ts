@@ -11,13 +11,12 @@ import { openMenu, type MenuItem, type MenuPlace } from '../ui/menu';
 import { toastFailure } from '../ui/toast';
 import { openDeletion } from './deletion';
 import { copyPaths, copyTable, mayOpen, openWith } from './item_actions';
-import { toggleMark } from './marks';
+import { deleteMarks, toggleMark } from './marks';
 import { openInExplorer, openInMap, reveal } from './places';
 
 export interface MenuExtras {
   open?: MenuItem; // opens the item where it is listed
   below?: MenuItem; // opens everything in it
-  delete?: (permanent: boolean) => void; // instead of the item alone
 }
 
 async function scanFolder(path: string): Promise<void> {
@@ -44,8 +43,9 @@ export function openItemMenu(job: Job, entry: Entry, place: MenuPlace, extras: M
   const local = !isRemote(job);
   const isRoot = path === treeOf(job.id)?.root.path;
   const items = meant(entry);
-  const remove = extras.delete ?? ((permanent: boolean): void => openDeletion(items.map((item) => item.path), { fallback: () => place.from, permanent }));
   const marked = state.selection.has(path);
+  const fallback = (): HTMLElement => place.from;
+  const remove = (permanent: boolean): void => (marked ? deleteMarks(fallback, permanent) : openDeletion([path], { fallback, permanent }));
   const windows: MenuItem[] = !local ? [] : [
     ...(mayOpen() ? [{ label: t('miOpen'), icon: isFile(entry) ? 'file' : 'folder', act: () => void openWith('open', path) }] : []),
     { label: t('reveal'), icon: 'reveal', act: () => void reveal(path) },

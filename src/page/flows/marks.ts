@@ -4,7 +4,7 @@ import { size, t } from '../core/i18n';
 import { topmost } from '../core/paths';
 import { Selection } from '../core/selection';
 import { FINDING } from '../core/words';
-import { changed, resultOnView, state, viewOf } from '../data/state';
+import { changed, listen, resultOnView, state, viewOf } from '../data/state';
 import { button, el, setText } from '../ui/dom';
 import { toast } from '../ui/toast';
 import { openDeletion } from './deletion';
@@ -66,7 +66,7 @@ const possibleCopies = (doc: ResultDoc | undefined): Copies[] =>
 
 // What was marked as a possible duplicate only goes if it is one. It comes last: what goes before may be the
 // copy that was to stay.
-function deleteMarks(fallback: () => HTMLElement | null, permanent: boolean): void {
+export function deleteMarks(fallback: () => HTMLElement | null, permanent: boolean): void {
   const { selection, copies } = viewOf(state.view);
   const others = [...selection.keys].filter((path) => !copies.has(path));
   if (others.length > 0) {
@@ -79,6 +79,13 @@ function deleteMarks(fallback: () => HTMLElement | null, permanent: boolean): vo
   if (groups.some((group) => group.files.some((file) => compared.has(file.p)))) void verifyAndDelete(groups, compared, fallback);
   else toast(t('acVerifyNone'));
 }
+
+// A file that is no longer marked as a copy may be marked for itself next time.
+listen((changes) => {
+  if (!changes.has('selection')) return;
+  const { selection, copies } = viewOf(state.view);
+  for (const path of copies) if (!selection.has(path)) copies.delete(path);
+});
 
 export function toggleMark(path: string, bytes: number, asCopy = false): void {
   state.selection.toggle(-1, path);

@@ -62,8 +62,9 @@ export async function verifyAndDelete(groups: readonly Copies[], marks: Selectio
       toast(t('acVerifyNone'));
       return;
     }
-    if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
     openDeletion(sure.keys(), { fallback, proofs: sure, after: (gone) => marks.keepOnly((path) => !gone(path)) });
+    // Said in the dialog, which covers everything else.
+    if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
   } catch (error) {
     verification.reading = false;
     fill(dialog.body, failureNotice(messageOf(error), null, paths.join('\n')));
