@@ -273,3 +273,37 @@ test('pictures among duplicates have a preview, other files with such names have
   await tab.mouse.up();
   await image.waitFor();
 });
+
+test('marks that were cleared stay cleared when a scan is made again; a reload meanwhile loses none', async (t) => {
+  const { server, tab } = await scanned(t, MEDIA);
+  const list = tab.getByRole('grid');
+  const marked = () => tab.locator('.selection-bar strong').innerText();
+  const scanAgain = async () => {
+    await goTo(tab, 'overview', 'Overview');
+    await tab.getByRole('button', { name: 'Scan again' }).click();
+  };
+  await goTo(tab, 'largest', 'Largest files');
+  for (const name of ['a.mkv', 'b.mkv']) await mark(list, name);
+  await tab.reload();
+  await becomes(marked, '2 items selected, 130 MB');
+  await mark(list, 'b.mkv');
+  await scanAgain();
+  await goTo(tab, 'largest', 'Largest files');
+  await row(list, 'b.mkv').waitFor();
+  await becomes(marked, '1 item selected, 70.0 MB');
+
+  let running = true;
+  await tab.route('**/api/jobs', async (route) => {
+    const jobs = (await server.json('/api/jobs')).body;
+    await route.fulfill({ json: running ? jobs.map((job) => ({ ...job, state: 'scanning' })) : jobs });
+  });
+  await scanAgain();
+  await tab.getByRole('main').getByRole('button', { name: 'Stop this scan' }).waitFor();
+  await tab.reload();
+  await tab.getByRole('main').getByRole('button', { name: 'Stop this scan' }).waitFor();
+  await tab.reload();
+  running = false;
+  await goTo(tab, 'largest', 'Largest files');
+  await row(list, 'b.mkv').waitFor();
+  await becomes(marked, '1 item selected, 70.0 MB');
+});

@@ -22,14 +22,15 @@ interface Stored {
   views: Kept[];
 }
 
-const waiting = { timer: 0, taken: new Set<number>(), stored: null as Stored | null };
+const waiting = { timer: 0, stored: null as Stored | null };
 
 function keep(): void {
   clearTimeout(waiting.timer);
   waiting.timer = 0;
-  const views = state.jobs.filter((job) => state.results.has(job.id)).map((job): Kept => {
+  // A scan that still runs has the view of the one before it, or none as yet.
+  const views = state.jobs.map((job): Kept => {
     const { expanded, selection, weights, copies, openFolder, scroll, type } = viewOf(job.id);
-    return {
+    return notTaken(job.path) ?? {
       path: job.path, expanded: [...expanded].slice(0, MOST_FOLDERS), marks: [...selection.keys].slice(0, MOST_MARKS).map((path) => [path, weights.get(path) ?? 0]),
       copies: [...copies].slice(0, MOST_MARKS), openFolder, scroll, type,
     };
@@ -55,14 +56,16 @@ function read(): Stored {
 
 const stored = (): Stored => (waiting.stored ??= read());
 
-// Gives each finished scan the view that this tab had of its target, once.
+const notTaken = (target: string): Kept | undefined => stored().views.find((one) => sameTarget(one.path, target));
+
+// Gives each finished scan the view that this tab had of its target. A later scan of it does not get it again.
 function takeBack(): void {
   for (const job of state.jobs) {
-    if (!state.results.has(job.id) || waiting.taken.has(job.id)) continue;
-    waiting.taken.add(job.id);
-    const kept = stored().views.find((one) => sameTarget(one.path, job.path));
+    const kept = state.results.has(job.id) && notTaken(job.path);
+    if (!kept) continue;
+    stored().views.splice(stored().views.indexOf(kept), 1);
     const view = viewOf(job.id);
-    if (!kept || view.expanded.size > 0) continue;
+    if (view.expanded.size > 0) continue;
     for (const path of texts(kept.expanded)) view.expanded.add(path);
     for (const path of texts(kept.copies)) view.copies.add(path);
     if (Array.isArray(kept.marks)) {
