@@ -307,3 +307,30 @@ test('marks that were cleared stay cleared when a scan is made again; a reload m
   await row(list, 'b.mkv').waitFor();
   await becomes(marked, '1 item selected, 70.0 MB');
 });
+
+test('Back leads on, past a folder that is gone and a scan that was made again', async (t) => {
+  const { server, tab } = await scanned(t, MEDIA);
+  const title = () => tab.locator('h1').innerText();
+  const back = async (wanted) => {
+    await settled(tab);
+    await tab.goBack();
+    await becomes(title, wanted);
+  };
+  await goTo(tab, 'map', 'Map');
+  const list = tab.getByRole('grid');
+  await row(list, 'photos').dblclick();
+  await row(list, 'd.raw').waitFor();
+  await tab.getByRole('listbox').press('Backspace');
+  await row(list, 'photos').click();
+  await list.press('Delete');
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  for (const wanted of ['Map', 'Map', 'Overview']) await back(wanted);
+
+  for (const [section, name] of [['explorer', 'Folders'], ['overview', 'Overview']]) await goTo(tab, section, name);
+  await tab.getByRole('button', { name: 'Scan again' }).click();
+  await becomes(async () => (await server.json('/api/jobs')).body.map(({ id, state }) => [id, state]), [[2, 'done']]);
+  await tab.getByRole('button', { name: 'Scan again' }).waitFor();
+  for (const wanted of ['Folders', 'Overview']) await back(wanted);
+});

@@ -1,7 +1,7 @@
 // The frame around the sections: navigation, header, the section on view and its details pane.
 import { t } from '../core/i18n';
 import { sameStep, stepOf } from '../core/steps';
-import { isSection, listen, state, type Change, type Section } from '../data/state';
+import { isSection, jobById, listen, state, type Change, type Section } from '../data/state';
 import { addressOf, goToStep, stepNow, stepOfFragment } from '../data/steps';
 import { openAbout } from '../flows/about';
 import { detailsPane } from '../flows/details';
@@ -46,7 +46,7 @@ function showSection(focus: boolean): void {
   if (focus) frame.content.querySelector<HTMLElement>('h1')?.focus();
 }
 
-const mirrored = { once: false };
+const mirrored = { once: false, returned: false };
 
 const showTitle = (): void => {
   document.title = `${titleOf(state.section)} - Vorda`;
@@ -60,10 +60,13 @@ function mirrorStep(): void {
   const now = stepNow();
   const first = !mirrored.once;
   mirrored.once = true;
-  if (sameStep(stepOf(history.state), now)) return;
+  const before = stepOf(history.state);
+  if (sameStep(before, now)) return;
   const address = addressOf(now.section, now.at);
-  // The first place replaces the step that opened the page, and a link has made a step already.
-  if (first || history.state === null) history.replaceState(now, '', address);
+  // The first place replaces the step that opened the page, and a link has made a step already. A step that can't be
+  // shown as it is any more is replaced too: going back to it would add another one each time, and lead no further.
+  const stale = before !== null && before.scan > 0 && !jobById(before.scan);
+  if (first || before === null || stale || mirrored.returned) history.replaceState(now, '', address);
   else history.pushState(now, '', address);
 }
 
@@ -101,6 +104,7 @@ function onChange(changes: ReadonlySet<Change>): void {
   if (frame.section !== state.section) showSection(true);
   else frame.screen.update?.(changes);
   mirrorStep();
+  mirrored.returned = false;
 }
 
 // Back, Forward, and addresses that were typed or are links.
@@ -108,6 +112,7 @@ function onHistory(): void {
   const step = stepOf(history.state);
   const wanted = location.hash.slice(1);
   if (step) {
+    mirrored.returned = true;
     goToStep(step);
   } else if (wanted === ABOUT) {
     openAbout();
