@@ -334,3 +334,36 @@ test('Back leads on, past a folder that is gone and a scan that was made again',
   await tab.getByRole('button', { name: 'Scan again' }).waitFor();
   for (const wanted of ['Folders', 'Overview']) await back(wanted);
 });
+
+test('who moves on in the tree stays there, whatever is loaded meanwhile', async (t) => {
+  const many = Object.fromEntries(Array.from({ length: 130 }, (_, i) => [`many/f${100 + i}.txt`, 'x'.repeat(300 - i)]));
+  const { tab } = await scanned(t, { ...MEDIA, ...many });
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  const active = () => tree.locator('.trow.active .cell-name').innerText();
+  await row(tree, 'note.txt').click();
+  await goTo(tab, 'overview', 'Overview');
+  await goTo(tab, 'explorer', 'Folders');
+  await becomes(active, 'note.txt');
+  await row(tree, 'films').first().locator('.twist').click();
+  await row(tree, 'a.mkv').waitFor();
+  await settled(tab);
+  assert.equal(await active(), 'films');
+
+  // After a deletion all open folders are loaded again.
+  await row(tree, 'many').first().locator('.twist').click();
+  await row(tree, 'f100.txt').waitFor();
+  await tab.keyboard.type('f227');
+  await becomes(active, 'f227.txt');
+  await tab.route('**/api/dirs*', async (route) => {
+    if (route.request().url().endsWith('many&more=1')) await new Promise((resolve) => setTimeout(resolve, 300));
+    await route.continue();
+  });
+  await tree.press('Delete');
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await row(tree, 'f227.txt').waitFor({ state: 'detached' });
+  await row(tree, 'f229.txt').waitFor();
+  assert.equal(await active(), 'f228.txt');
+});

@@ -35,8 +35,8 @@ class Explorer implements ResultScreen {
   private readonly bar = scanMarksBar(() => this.table.root);
   private rows: TreeRow[] = [];
   private typed = { text: '', at: 0 };
-  private completing = false;
-  // A path opened from another section may have to be loaded first.
+  private completing = 0; // how many times at once
+  // A path opened from another section may have to be loaded first; who moves on does not wait for it.
   private wanted: string;
   private readonly view: ScanView;
   private readonly settings = tableSettings(TABLE);
@@ -69,7 +69,7 @@ class Explorer implements ResultScreen {
   update(changes: Changes): void {
     if (changes.has('results')) void this.complete();
     else if (changes.has('measure')) this.reorder();
-    else if (changes.has('tree') && !this.completing) this.settle();
+    else if (changes.has('tree') && this.completing === 0) this.settle();
     if (changes.has('selection')) {
       this.bar.update();
       this.table.refresh();
@@ -133,6 +133,7 @@ class Explorer implements ResultScreen {
       onCopy: (rows) => copyPaths(rows.filter((row) => isItem(row.entry)).map((row) => row.entry.path)),
       onMarked: () => this.weighMarks(),
       onActive: (row) => {
+        this.wanted = '';
         this.view.openFolder = row.entry.path;
         showDetails(row.entry);
       },
@@ -246,13 +247,12 @@ class Explorer implements ResultScreen {
   // Loads what expanded folders lack after a deletion, outer ones first. The rows are only rebuilt when all
   // are there, so that none of them disappears for a moment.
   private async complete(): Promise<void> {
-    this.completing = true;
+    ++this.completing;
     for (const path of [...this.view.expanded].sort((a, b) => a.length - b.length)) {
       const tree = treeOf(this.job.id);
       if (tree?.find(path) && tree.needsLoading(path)) await loadFolder(this.job.id, path);
     }
-    this.completing = false;
-    if (this.table.root.isConnected && treeOf(this.job.id)) this.settle();
+    if (--this.completing === 0 && this.table.root.isConnected && treeOf(this.job.id)) this.settle();
   }
 
   private settle(): void {
