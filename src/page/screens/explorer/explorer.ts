@@ -152,9 +152,7 @@ class Explorer implements ResultScreen {
   }
 
   private weighMarks(): void {
-    for (const path of this.view.selection.keys) {
-      if (!this.view.weights.has(path)) this.view.weights.set(path, this.rows.find((row) => row.entry.path === path)?.entry.s ?? 0);
-    }
+    for (const { entry: { path, s } } of this.rows) if (this.view.selection.has(path)) this.view.weights.set(path, s);
     changed('selection');
   }
 
