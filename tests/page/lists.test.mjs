@@ -371,3 +371,20 @@ test('who moves on in the tree stays there, whatever is loaded meanwhile', async
   await row(tree, 'f229.txt').waitFor();
   assert.equal(await active(), 'f228.txt');
 });
+
+test('a range goes on from its row, wherever that is by now, and not from a row of another list', async (t) => {
+  const { tab } = await scanned(t, MEDIA);
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  const marked = () => tab.locator('.selection-bar strong').innerText();
+  await row(tree, 'photos').first().click();
+  await row(tree, 'films').first().locator('.twist').click();
+  await row(tree, 'b.mkv').waitFor();
+  await row(tree, 'note.txt').click({ modifiers: ['Shift'] });
+  await becomes(marked, '2 items selected, 100 MB');
+  await tab.getByRole('button', { name: 'Clear selection' }).click();
+  await row(tree, 'note.txt').click();
+  await goTo(tab, 'largest', 'Largest files');
+  await row(tab.getByRole('grid'), 'a.mkv').click({ modifiers: ['Shift'] });
+  await becomes(marked, '1 item selected, 70.0 MB');
+});

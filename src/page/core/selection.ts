@@ -3,7 +3,7 @@
 
 export class Selection {
   readonly keys = new Set<string>();
-  private anchor = -1;
+  anchor = -1; // the row where a range starts, or -1
 
   clear(): void {
     this.keys.clear();

@@ -84,6 +84,7 @@ export class Table<R> {
   active = 0;
 
   constructor(private readonly options: TableOptions<R>) {
+    options.selection?.startAt(-1); // a range that was begun in another table
     this.head = el('div', { class: 'head-row', role: 'rowgroup' });
     this.root = el('div', {
       class: options.grows ? 'table grows' : 'table', role: options.role, tabindex: '0', 'aria-label': options.label,
@@ -230,14 +231,19 @@ export class Table<R> {
   }
 
   setRows(rows: readonly R[]): void {
-    const activeKey = this.rows[this.active] === undefined ? null : this.options.keyOf(this.rows[this.active]!);
+    const { keyOf, selection } = this.options;
+    // Where a row of before is now, or -1.
+    const placeOf = (index: number): number => {
+      const row = this.rows[index];
+      const key = row === undefined ? null : keyOf(row);
+      return key === null ? -1 : rows[index] !== undefined && keyOf(rows[index]) === key ? index : rows.findIndex((one) => keyOf(one) === key);
+    };
+    const active = placeOf(this.active);
+    // If the active row is gone, its neighbour becomes active.
+    this.active = active >= 0 ? active : Math.max(0, Math.min(this.active, rows.length - 1));
+    selection?.startAt(placeOf(selection.anchor));
     this.rows = rows;
     setAttribute(this.root, 'aria-rowcount', rows.length + 1);
-    if (activeKey !== null && (rows[this.active] === undefined || this.options.keyOf(rows[this.active]!) !== activeKey)) {
-      const again = rows.findIndex((row) => this.options.keyOf(row) === activeKey);
-      // If the active row is gone, its neighbour becomes active.
-      this.active = again >= 0 ? again : Math.max(0, Math.min(this.active, rows.length - 1));
-    }
     this.setHeight();
     this.draw(true);
   }
