@@ -234,6 +234,7 @@ test('searches and hosts are remembered until the user has them forgotten', asyn
   await tab.reload();
   await tab.getByRole('button', { name: '.mkv', exact: true }).click();
   await says(tab.getByRole('main'), '1 file found');
+  assert.equal(await tab.getByLabel('Extensions').inputValue(), '.mkv', 'the form says what was asked');
   await tab.getByRole('button', { name: 'Remove this saved search: .mkv' }).click();
   await tab.reload();
   await tab.getByRole('button', { name: 'Save this search' }).waitFor();

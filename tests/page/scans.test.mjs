@@ -115,3 +115,25 @@ test('the Del key asks about what is marked, or else about the active item', nee
   await asked('1.dat');
   assert.deepEqual(fs.readdirSync(`${place}/two`), ['1.dat', '2.dat']);
 });
+
+test('the searches list the scans that there are, and leave out the same ones when those are made again', needs('drives'), async (t) => {
+  const server = await serve(t, [], wine);
+  const tab = await openTab(t);
+  await tab.goto(server.base);
+  await scan(tab, 'D:\\');
+  await goTo(tab, 'find', 'Find files');
+  const choices = tab.getByRole('group', { name: 'In these scans' });
+  const listed = async () => (await choices.getByRole('checkbox').evaluateAll((boxes) => boxes.map((box) => [box.closest('label').innerText, box.checked]))).sort();
+  await becomes(listed, [['D:\\', true]]);
+  await server.post('/api/scan', { path: 'E:\\', kind: 'drive', label: 'E:\\' });
+  await tab.getByLabel('Name').fill('iso');
+  await tab.keyboard.press('F5');
+  await becomes(listed, [['D:\\', true], ['E:\\', true]]);
+  assert.equal(await tab.getByLabel('Name').inputValue(), 'iso');
+  await choices.getByLabel('D:').uncheck();
+  await tab.keyboard.press('F5');
+  await becomes(async () => (await server.json('/api/jobs')).body.map(({ path, id, state }) => [path, id, state]), [['E:\\', 2, 'done'], ['D:\\', 4, 'done']]);
+  await becomes(listed, [['D:\\', false], ['E:\\', true]]);
+  await tab.getByLabel('Name').press('Enter');
+  await says(tab.getByRole('main'), '1 file found');
+});

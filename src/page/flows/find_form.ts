@@ -15,7 +15,7 @@ const STORED = 'vorda-searches';
 // Orders in which the program can return hits.
 export const ORDERS: readonly string[] = [BY_SIZE, 'new', 'old', 'name'];
 
-export const entered = { ...NO_QUESTION, without: new Set<number>() };
+export const entered = { ...NO_QUESTION, without: new Set<string>() };
 export const findMarks = { selection: new Selection(), weights: new Map<string, number>() };
 
 // What the scans themselves know of the answer, until the disk has been searched.
@@ -54,7 +54,7 @@ export const findAll = (type: string): void => ask({ exts: type });
 // The files that the advice calls old, all of them.
 export function findOld(job: number): void {
   const day = new Date(Date.now() - YEAR_MS);
-  entered.without = new Set([...state.results.keys()].filter((id) => id !== job));
+  entered.without = new Set(state.jobs.filter((one) => one.id !== job).map((one) => one.path));
   ask({ min: '50', before: `${day.getFullYear()}-${String(day.getMonth() + 1).padStart(2, '0')}-${String(day.getDate()).padStart(2, '0')}` });
 }
 

@@ -6,20 +6,20 @@ import { shown } from '../core/paths';
 import { searchable } from '../data/jobs';
 import { choice, el, inert, onEnter } from '../ui/dom';
 
-// Checkboxes for the finished scans; the unticked ones are kept in `without`.
-export function scanChoices(without: Set<number>): HTMLElement {
+// Checkboxes for the finished scans; the targets of the unticked ones are kept in `without`.
+export function scanChoices(without: Set<string>): HTMLElement {
   return el('fieldset', {}, el('legend', {}, t('fiWhere')), el('div', { class: 'line' }, searchable().map((job) =>
     choice('checkbox', inert(nameOf(job)), {
-      checked: !without.has(job.id), on: {
+      checked: !without.has(job.path), on: {
         change: (event) => {
-          if ((event.target as HTMLInputElement).checked) without.delete(job.id);
-          else without.add(job.id);
+          if ((event.target as HTMLInputElement).checked) without.delete(job.path);
+          else without.add(job.path);
         },
       },
     }))));
 }
 
-export const chosenScans = (without: Set<number>): number[] => searchable().map((job) => job.id).filter((id) => !without.has(id));
+export const chosenScans = (without: Set<string>): number[] => searchable().filter((job) => !without.has(job.path)).map((job) => job.id);
 
 // A text field bound to `values`, which keep the text when the section is left; Enter starts the search.
 export function boundInput<N extends string>(values: Record<N, string>, name: N, begin: () => void, props: Record<string, string>): HTMLInputElement {

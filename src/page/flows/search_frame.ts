@@ -2,6 +2,7 @@
 // is there while there are any.
 import type { Running } from '../core/answers';
 import { failure, t } from '../core/i18n';
+import { nameOf } from '../core/job';
 import { searchable } from '../data/jobs';
 import type { BackgroundRun } from '../data/runs';
 import { goTo } from '../data/state';
@@ -26,7 +27,8 @@ export interface Search<A extends Running, H> {
   run: BackgroundRun<A>;
   answer: () => A | null;
   start: () => Promise<string>; // returns the text of a problem, or ''
-  form: (go: HTMLElement, begin: () => void) => Child;
+  form: (go: HTMLElement, begin: () => void, scans: HTMLElement) => Child;
+  scans: () => HTMLElement; // the choice of scans, made again when there are others
   bar: HTMLElement; // the progress bar
   running: (answer: A) => string; // updates the bar, returns the status
   found: (answer: A) => string;
@@ -50,6 +52,8 @@ export class SearchFrame<A extends Running, H> implements Screen {
   private readonly go: HTMLButtonElement;
   private shownHits: readonly H[] | undefined;
   private listOpen = false;
+  private readonly scans = el('div', {});
+  private scansShown = '';
   private formShown: boolean | null = null;
   private wasRunning = false;
 
@@ -65,7 +69,9 @@ export class SearchFrame<A extends Running, H> implements Screen {
   }
 
   update(changes: Changes): void {
-    if (changes.has(this.search.run.change) || changes.has('jobs') || changes.has('results')) this.showAll();
+    // A saved search or another section has filled in the form.
+    if (changes.has('section')) this.formShown = null;
+    if (changes.has('section') || changes.has(this.search.run.change) || changes.has('jobs') || changes.has('results')) this.showAll();
   }
 
   leave(): void {
@@ -85,10 +91,16 @@ export class SearchFrame<A extends Running, H> implements Screen {
   }
 
   private showForm(): void {
-    const possible = searchable().length > 0;
+    const scans = searchable();
+    const named = JSON.stringify(scans.map((job) => [job.id, nameOf(job)]));
+    if (named !== this.scansShown) fill(this.scans, this.search.scans());
+    this.scansShown = named;
+    const possible = scans.length > 0;
     if (possible === this.formShown) return;
     this.formShown = possible;
-    fill(this.formPlace, possible ? el('section', { class: 'panel stack' }, this.search.form(this.go, () => void this.begin()), this.problem) : nothingToSearch());
+    const focused = this.formPlace.contains(document.activeElement);
+    fill(this.formPlace, possible ? el('section', { class: 'panel stack' }, this.search.form(this.go, () => void this.begin(), this.scans), this.problem) : nothingToSearch());
+    if (focused) this.formPlace.querySelector('button')?.focus();
   }
 
   private showStatus(answer: A | null): void {

@@ -14,7 +14,7 @@ import { GroupList, marks } from './groups';
 const MEBI = 1024 * 1024;
 
 // The values of the form outlive the section.
-const entered = { names: '', exts: '', min: '1', without: new Set<number>() };
+const entered = { names: '', exts: '', min: '1', without: new Set<string>() };
 
 async function start(): Promise<string> {
   const ids = chosenScans(entered.without);
@@ -24,12 +24,12 @@ async function start(): Promise<string> {
   return duplicates.start({ ids: ids.join(','), names: entered.names.trim(), exts: entered.exts.trim(), min });
 }
 
-const form = (go: HTMLElement, begin: () => void): Child => [
+const form = (go: HTMLElement, begin: () => void, scans: HTMLElement): Child => [
   el('div', { class: 'form' },
     field(t('colName'), boundInput(entered, 'names', begin, { placeholder: t('fiNamesHint') })),
     field(t('fiExts'), boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') })),
     field(`${t('fiMin')} (MB)`, boundInput(entered, 'min', begin, { inputmode: 'decimal' }), { class: 'narrow' }), go),
-  scanChoices(entered.without),
+  scans,
 ];
 
 function showProgress(bar: HTMLElement, done: HTMLElement, answer: AcrossAnswer): string {
@@ -64,7 +64,7 @@ export function across(): Screen {
   const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('secAcross') }, done);
   return new SearchFrame<AcrossAnswer, CopyGroup>({
     title: 'secAcross', intro: 'acIntro', go: { text: 'acStart', icon: 'across' },
-    run: duplicates, answer: () => state.across, start, form, bar, found, notes,
+    run: duplicates, answer: () => state.across, start, form, scans: () => scanChoices(entered.without), bar, found, notes,
     running: (answer) => showProgress(bar, done, answer),
     hitsOf: (answer) => answer.groups,
     list: new GroupList(),

@@ -37,7 +37,7 @@ function savedList(): HTMLElement {
   return list;
 }
 
-function form(go: HTMLElement, begin: () => void): Child {
+function form(go: HTMLElement, begin: () => void, scans: HTMLElement): Child {
   const exts = boundInput(entered, 'exts', begin, { placeholder: t('fiExtsHint') });
   const listOf = (group: TypeGroup): string => extensionsOf(group).join(' ');
   const chosen: { kind: TypeGroup | '' } = { kind: GROUPS.find((group) => listOf(group) === entered.exts.trim()) ?? '' };
@@ -58,7 +58,7 @@ function form(go: HTMLElement, begin: () => void): Child {
     el('details', { open: more }, el('summary', {}, t('fiMore')), el('div', { class: 'form' },
       field(t('fiKind'), kind, { class: 'natural' }), bound('max', 'maxUnit', t('fiMax')), day('before', t('fiBefore')), day('after', t('fiAfter')),
       field(t('fiIn'), boundInput(entered, 'in', begin, { placeholder: t('folderHint') })))),
-    scanChoices(entered.without), savedList(),
+    scans, savedList(),
   ];
 }
 
@@ -75,7 +75,7 @@ export function find(): Screen {
   const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('fiTitle') }, done);
   return new SearchFrame<FindAnswer, Hit>({
     title: 'fiTitle', intro: 'fiIntro', go: { text: 'secFind', icon: 'find' },
-    run: finder, answer: () => state.find, start: startFinding, form, bar, found,
+    run: finder, answer: () => state.find, start: startFinding, form, scans: () => scanChoices(entered.without), bar, found,
     running: (answer) => {
       const share = shareDone(answer);
       const words = t('fiRunning', { found: answer.found ?? 0, seen: answer.seen ?? 0, percent: percent(share) });
