@@ -211,6 +211,13 @@ test('all types; tapping one on a narrow screen leads to it; a stopped scan says
   await says(tab, 'The scan was stopped: sizes and counts are of the part read until then.');
   await row(list, '.t1').first().click();
   await becomes(() => tab.locator('.columns.types h2').evaluate((title) => [title.innerText, document.activeElement === title, title.getBoundingClientRect().top < innerHeight - 60]), ['.t1', true, true]);
+  const title = () => tab.locator('.columns.types h2').innerText();
+  await list.press('End');
+  await becomes(title, '.t29');
+  await goTo(tab, 'overview', 'Overview');
+  await tab.goBack();
+  await says(tab.getByRole('main'), '71 B, 1 file');
+  assert.equal(await title(), '.t29', 'though the result does not list it among the largest');
 });
 
 test('in a server, nothing is offered that would open on its own screen', async (t) => {

@@ -6,6 +6,7 @@ import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, row, rowsOf, 
 import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve } from '../system/support/server.mjs';
+import { settled } from './support/settled.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
@@ -136,4 +137,26 @@ test('the searches list the scans that there are, and leave out the same ones wh
   await becomes(listed, [['D:\\', false], ['E:\\', true]]);
   await tab.getByLabel('Name').press('Enter');
   await says(tab.getByRole('main'), '1 file found');
+});
+
+test('a late answer about the types of another scan is dropped', needs('drives'), async (t) => {
+  const { base } = await serve(t, [], wine);
+  const tab = await openTab(t);
+  await tab.goto(base);
+  for (const drive of ['D:\\', 'E:\\']) await scan(tab, drive);
+  const choose = (name) => tab.getByRole('list', { name: 'Scans' }).getByRole('button', { name: new RegExp(`^${name}`) }).click();
+  const files = tab.getByRole('grid', { name: 'Large files of this type' });
+  await goTo(tab, 'types', 'Types');
+  await row(files, 'z.iso').waitFor();
+  const held = [];
+  await tab.route('**/api/ext?id=1&*', (route) => held.push(route));
+  await choose('D:');
+  await becomes(() => held.length, 1);
+  await choose('E:');
+  await row(files, 'z.iso').waitFor();
+  const answered = tab.waitForResponse('**/api/ext?id=1&*');
+  await held[0].continue();
+  await (await answered).finished();
+  await settled(tab);
+  assert.deepEqual([await row(files, 'z.iso').count(), await row(files, 'y.iso').count()], [1, 0]);
 });

@@ -24,11 +24,14 @@ import { Table, type Column } from '../ui/table';
 const MAX_ROWS = 14; // visible rows of the table of files
 
 async function load(job: number, type: string): Promise<void> {
+  let answer: ExtAnswer | string;
   try {
-    state.types.set(type, await api<ExtAnswer>(query('/api/ext', { id: job, e: type, more: 1 })));
+    answer = await api<ExtAnswer>(query('/api/ext', { id: job, e: type, more: 1 }));
   } catch (error) {
-    state.types.set(type, messageOf(error));
+    answer = messageOf(error);
   }
+  if (state.view !== job) return; // the user looks at another scan by now
+  state.types.set(type, answer);
   changed('types');
 }
 
@@ -55,7 +58,7 @@ class Types implements ResultScreen {
       if (this.place.offsetTop > this.list.root.offsetTop) this.goToDetail();
     });
     this.arrange();
-    if (!this.all.some((one) => one.e === state.type)) state.type = this.all[0]?.e ?? '';
+    state.type ||= this.all[0]?.e ?? '';
     this.goToType();
     void this.loadAll();
   }
@@ -82,7 +85,8 @@ class Types implements ResultScreen {
       if (!Array.isArray(types) || !this.list.root.isConnected) return;
       this.all = types;
       this.arrange();
-      this.goToType();
+      if (types.some((one) => one.e === state.type)) this.goToType();
+      else this.choose(types[0]?.e ?? '');
     } catch {
       // Those of the result are there.
     }
