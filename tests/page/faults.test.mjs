@@ -334,3 +334,50 @@ test('the menu compares possible duplicates too; who marks one for itself has it
   await openDialog(tab);
   await becomes(would, [`${root}\\second\\photo.raw`]);
 });
+
+test('after a deletion nothing of what went stays marked, counted or listed', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 90 * MiB, 'rest/c.txt': 'c', 'copies/1.dat': 'same', 'copies/2.dat': 'same', 'copies/3.dat': 'same' } });
+  const root = winPath(folder);
+  const copies = ['1.dat', '2.dat', '3.dat'].map((name) => ({ p: `${root}\\copies\\${name}`, m: 1e12, job: 1 }));
+  faults.answers['/api/dupsacross'] = { running: false, groups: [{ s: 2 ** 20, c: 3, waste: 2 ** 21, files: copies }], shown: 1, count: 5000, waste: 2 ** 30, capped: true };
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'across', 'Duplicates');
+  await says(tab.getByRole('main'), '5,000 groups found, 1.00 GB could be freed');
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByLabel('Extensions').fill('.mkv');
+  await tab.keyboard.press('Enter');
+  await says(tab.getByRole('main'), '2 files found');
+
+  await goTo(tab, 'explorer', 'Folders');
+  const tree = tab.getByRole('treegrid');
+  const marked = () => tab.locator('.selection-bar strong').innerText();
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  const confirm = async () => {
+    await dialog.getByRole('button', { name: /^Move/ }).click();
+    await dialog.getByRole('button', { name: 'Close' }).click();
+  };
+  await tree.press('*');
+  await row(tree, '1.dat').waitFor();
+  await mark(tree, 'films');
+  await becomes(marked, '1 item selected, 160 MB');
+  for (const name of ['1.dat', 'a.mkv']) {
+    await row(tree, name).click({ button: 'right' });
+    await tab.getByRole('menuitem', { name: 'Delete…' }).click();
+    await confirm();
+    await row(tree, name).waitFor({ state: 'detached' });
+  }
+  await becomes(marked, '1 item selected, 90.0 MB');
+
+  for (const name of ['b.mkv', 'rest']) await mark(tree, name);
+  await becomes(marked, '2 items selected, 90.0 MB');
+  await openDialog(tab);
+  fs.writeFileSync(`${folder}/rest/new.txt`, 'nobody saw this');
+  await confirm();
+  await row(tree, 'b.mkv').waitFor({ state: 'detached' });
+  await becomes(marked, '1 item selected, 1 B');
+  await goTo(tab, 'find', 'Find files');
+  await says(tab.getByRole('main'), 'No files found.');
+  await goTo(tab, 'across', 'Duplicates');
+  await says(tab.getByRole('main'), '5,000 groups found, 1023 MB could be freed');
+});

@@ -218,6 +218,7 @@ export async function refreshResults(ids: Iterable<number>): Promise<void> {
     try {
       state.results.set(id, await askResult(id));
       state.trees.delete(id);
+      weighAgain(id);
     } catch (error) {
       stale ||= wordOf(error) === FAILURE.offline;
       // What is on view would show what is no longer there.

@@ -1,6 +1,6 @@
 // Searches that run in the background of the program, one of each kind at a time: starting, following
 // and stopping them.
-import type { AcrossAnswer, FindAnswer, Running } from '../core/answers';
+import type { AcrossAnswer, CopyGroup, FindAnswer, Running } from '../core/answers';
 import { Failure, messageOf, wordOf } from '../core/failure';
 import { t } from '../core/i18n';
 import { FAILURE } from '../core/words';
@@ -115,6 +115,8 @@ function dropHits(gone: Gone): void {
   changed('find');
 }
 
+const wasteOf = (groups: readonly CopyGroup[]): number => groups.reduce((sum, group) => sum + group.waste, 0);
+
 // A group of fewer than two copies is no group.
 function dropCopies(gone: Gone): void {
   const { across } = state;
@@ -126,7 +128,7 @@ function dropCopies(gone: Gone): void {
   }).filter((group) => group.files.length > 1);
   state.across = {
     ...across, groups, emptied: groups.length === 0, shown: groups.length, count: Math.max(groups.length, (across.count ?? 0) - (across.groups.length - groups.length)),
-    waste: groups.reduce((sum, group) => sum + group.waste, 0),
+    waste: Math.max(0, (across.waste ?? 0) - wasteOf(across.groups) + wasteOf(groups)), // there may be more than are listed
   };
   changed('across');
 }

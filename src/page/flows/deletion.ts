@@ -290,8 +290,7 @@ function forget(gone: (path: string) => boolean, options: DeletionOptions): void
 async function forgetMissing(paths: string[], options: DeletionOptions): Promise<void> {
   try {
     const { refused } = await dryRun(partsByJob(paths, scanRoots(), state.view), {});
-    const missing = new Set(refused.filter((one) => one.why === MISSING).map((one) => one.p));
-    forget((path) => missing.has(path), options);
+    forget(below(refused.filter((one) => one.why === MISSING).map((one) => one.p)), options);
   } catch {
     // The lists keep showing deleted paths; deleting those again is refused as missing.
   }
