@@ -381,3 +381,22 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   await goTo(tab, 'across', 'Duplicates');
   await says(tab.getByRole('main'), '5,000 groups found, 1023 MB could be freed');
 });
+
+test('the advice about a host offers nothing that only works on this machine', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'a/old.iso': 'old' } });
+  const paths = [`${winPath(folder)}\\a\\old.iso`];
+  const finding = { level: 'serious', bytes: 3, n1: 100, n2: 0, target: '', paths, pathBytes: [3], pathFiles: [1], pathGroup: [1], pathLock: [''], notes: [] };
+  let remote = false;
+  faults.answers['/api/jobs'] = async ({ real }) => (await real()).map((job) => ({ ...job, ...(remote && { kind: 'ssh', method: 'ssh' }) }));
+  faults.answers['/api/result'] = async ({ real }) => ({ ...await real(), advice: ['oldfiles', 'duplicates', 'denied'].map((code) => ({ ...finding, code })) });
+  faults.answers['/api/targets'] = async ({ real }) => ({ ...await real(), elevated: false });
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await goTo(tab, 'advice', 'Advice');
+  const offered = () => tab.locator('article > details > .actions').getByRole('button').allInnerTexts();
+  await becomes(offered, ['Show all 100', 'Search for duplicates', 'Restart as administrator']);
+  remote = true;
+  await tab.reload();
+  await tab.getByRole('heading', { name: 'Advice' }).waitFor();
+  await becomes(offered, []);
+});

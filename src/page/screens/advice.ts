@@ -65,7 +65,9 @@ function placeRow(place: Place, places: Place[], largest: number, canMark: boole
     locked ? el('span', { class: 'why small muted' }, t('locked', { why: phrase('r_', place.lock) })) : null);
 }
 
+// What is on another machine can be looked at only.
 function actionsOf(job: Job, finding: Finding): HTMLElement[] {
+  if (isRemote(job)) return [];
   switch (finding.code) {
     case FINDING.recycleBin:
     case FINDING.tempFiles:
