@@ -400,3 +400,22 @@ test('the advice about a host offers nothing that only works on this machine', a
   await tab.getByRole('heading', { name: 'Advice' }).waitFor();
   await becomes(offered, []);
 });
+
+test('a double click on Stop stops a scan and does not close it', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'a/one.iso': 'one' } });
+  let stopped = false;
+  faults.answers['/api/jobs'] = async ({ real }) => (await real()).map((job) => (stopped ? job : { ...job, state: 'scanning' }));
+  faults.answers['/api/cancel'] = () => {
+    stopped = true;
+    return { ok: true };
+  };
+  const closed = requestsOf(tab, '/api/forget');
+  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
+  const stop = tab.getByRole('banner').getByRole('button', { name: /^Stop the scan/ });
+  await stop.click({ clickCount: 2, delay: 300 });
+  const close = tab.getByRole('banner').getByRole('button', { name: /^Close the scan/ });
+  await close.waitFor();
+  assert.equal(closed.length, 0);
+  await close.click();
+  await close.waitFor({ state: 'detached' });
+});

@@ -24,7 +24,11 @@ function makeChip(job: Job): Chip {
     viewJob(job.id);
     if (isChoosing()) goTo('overview');
   } } }, icon(isHost(job) ? 'ssh' : isDrive(job) ? 'drive' : 'folder'), el('span', { class: 'name' }, inert(nameOf(job))), figure);
-  const act = iconButton('stop', '', () => void (act.dataset['does'] === 'stop' ? cancelScan(job.id) : forgetScan(job.id)));
+  const act = iconButton('stop', '', (event) => {
+    if (act.dataset['does'] === 'stop') void cancelScan(job.id);
+    // The second half of a double click was to stop the scan, which has ended meanwhile.
+    else if (event.detail < 2) void forgetScan(job.id);
+  });
   const root = el('li', { class: 'chip' }, view, act);
   const update = (now: Job): void => {
     const doc = state.results.get(now.id);
