@@ -44,7 +44,10 @@ export class Legend {
       shares.set(colour, share);
     });
     if (colouring === 'folder') for (const tile of tiles) if (tile.level === 0 && !tile.joined && tile.branch >= 0 && tile.branch < COLOURS && !tile.rest) shares.get(tile.branch)!.name ||= tile.item.name;
-    if (!shares.has(this.pinned)) this.pinned = -1;
+    if (this.pinned >= 0 && !shares.has(this.pinned)) {
+      this.pinned = -1;
+      this.highlight(-1);
+    }
     const last = colouring === 'age' ? AGES.length : COLOURS;
     const order = [...Array(last).keys(), OTHER].filter((colour) => shares.has(colour));
     const focused = this.root.contains(document.activeElement) ? (document.activeElement as HTMLElement).dataset['colour'] : undefined;

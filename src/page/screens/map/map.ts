@@ -68,6 +68,7 @@ class MapSection implements ResultScreen {
   update(changes: Changes): void {
     if (changes.has('results')) {
       this.folder = this.nearestFolder(this.folder.path);
+      this.fetched = 0; // nothing is known of the folders in it any more
       this.load();
       this.show();
     } else if (changes.has('step') && state.openFolder !== this.folder.path) {
