@@ -14,7 +14,7 @@ TEST_CASE("the journal of an operation that ends is never taken for one that was
   std::size_t found = 0;
   std::thread other([&] {
     while (!ended) {
-      for (const FoundJournal& one : abandonedJournalFiles()) found += one.bytes == kText ? 1 : 0;
+      for (const FoundJournal& one : abandonedJournalFiles()) found += one.bytes == kText ? 1U : 0U;
     }
   });
   for (int i = 0; i < 1000; ++i) {

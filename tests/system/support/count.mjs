@@ -63,16 +63,18 @@ function findEntries(root, { through = [] } = {}) {
 // - a link to a file looks like a file with the size and time of its target;
 // - a broken or circular link is not shown at all;
 // - pipes, sockets, devices and links to them look like files of 0 bytes.
+// And a scan shows a separator in a name as U+FFFD.
 export function countTree(root, options) {
   const { entries, denied } = home === 'wine' ? findEntries(root, options) : listEntries(root);
   const files = [];
   const folders = new Map();
   const types = new Map();
   let bytes = 0;
-  for (const { kind, target, device, size, ms, path } of entries) {
+  for (const { kind, target, device, size, ms, path: found } of entries) {
+    const path = home === 'wine' ? found.replaceAll('\\', '\uFFFD') : found;
     if (kind === 'd' && device === entries[0].device) folders.set(path, { s: 0, f: 0 });
     if (kind === 'd' || (kind === 'l' && 'dNL?'.includes(target))) continue;
-    const facts = kind === 'l' ? fs.statSync(path) : { size, mtimeMs: ms };
+    const facts = kind === 'l' ? fs.statSync(found) : { size, mtimeMs: ms };
     const file = { path, size: target === 'f' ? facts.size : 0, ms: Math.floor(facts.mtimeMs) };
     files.push(file);
     bytes += file.size;
