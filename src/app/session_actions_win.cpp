@@ -86,10 +86,10 @@ SessionActions makeSessionActions(AppState& state) {
       if (prompting->exchange(true)) return;
       const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> whileOpen(
           prompting.get(), [](std::atomic<bool>* open) { *open = false; });
-      const std::unique_ptr<RunningOperations, void (*)(RunningOperations*)> whileClosed(
-          &state.operations, [](RunningOperations* all) { all->reopen(); });
+      const std::unique_ptr<RunningOperations, void (*)(RunningOperations*)> whilePaused(
+          &state.operations, [](RunningOperations* all) { all->resume(); });
       // One that takes longer is not cut off for this: the user may ask again.
-      if (!state.operations.close(kWaitForOperations)) return;
+      if (!state.operations.pause(kWaitForOperations)) return;
       relaunchElevated(state.server, state.key, owner);
     });
   };

@@ -13,8 +13,8 @@ inline constexpr std::chrono::seconds kWaitForOperations{60};
 
 class RunningOperations {
 public:
-  // An operation runs from begin() until the result is destroyed. While this is closed, begin() waits:
-  // what is asked for then is done after reopen(), or not at all.
+  // An operation runs from begin() until the result is destroyed. While this is paused or closed, begin()
+  // waits: what is asked for then is done after resume(), or not at all.
   class Operation {
   public:
     explicit Operation(RunningOperations& all) : all_(all) {}
@@ -27,7 +27,7 @@ public:
   };
   [[nodiscard]] Operation begin() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return !closed_; });
+    changed_.wait(lock, [this] { return !paused_ && !closed_; });
     ++count_;
     return Operation(*this);
   }
@@ -37,20 +37,32 @@ public:
     return count_ > 0;
   }
 
-  // Lets none begin any more, and waits for those that run. False if some still do when the time is over.
-  bool close(std::chrono::milliseconds most) {
+  // Lets none begin until resume(), and waits for those that run. False if some still run when the time is
+  // over. One thread at a time.
+  bool pause(std::chrono::milliseconds most) {
     std::unique_lock lock(mutex_);
-    closed_ = true;
-    return changed_.wait_for(lock, most, [this] { return count_ == 0; });
+    paused_ = true;
+    return waitForAll(lock, most);
   }
 
-  void reopen() {
+  void resume() {
     const std::lock_guard lock(mutex_);
-    closed_ = false;
+    paused_ = false;
     changed_.notify_all();
   }
 
+  // The same for good.
+  bool close(std::chrono::milliseconds most) {
+    std::unique_lock lock(mutex_);
+    closed_ = true;
+    return waitForAll(lock, most);
+  }
+
 private:
+  bool waitForAll(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds most) {
+    return changed_.wait_for(lock, most, [this] { return count_ == 0; });
+  }
+
   void end() {
     const std::lock_guard lock(mutex_);
     --count_;
@@ -60,6 +72,7 @@ private:
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   unsigned count_ = 0;
+  bool paused_ = false;
   bool closed_ = false;
 };
 

@@ -2,7 +2,9 @@
 
 #include <doctest/doctest.h>
 
+#include <atomic>
 #include <future>
+#include <memory>
 #include <thread>
 
 using namespace vorda;
@@ -34,17 +36,36 @@ TEST_CASE("while the process is about to end, running file operations go on and 
     release.get_future().wait();
   });
   begun.get_future().wait();
-  CHECK_FALSE(operations.close(0ms));
+  CHECK_FALSE(operations.pause(0ms));
   const auto second = std::async(std::launch::async, [&operations] {
     const RunningOperations::Operation running = operations.begin();
   });
   CHECK(second.wait_for(50ms) == std::future_status::timeout);
   release.set_value();
-  CHECK(operations.close(1min));
+  CHECK(operations.pause(1min));
   CHECK(second.wait_for(50ms) == std::future_status::timeout);
   CHECK_FALSE(operations.any());
-  operations.reopen(); // it does not end after all
+  operations.resume(); // it does not end after all
   CHECK(second.wait_for(1min) == std::future_status::ready);
   first.join();
   CHECK(operations.close(0ms));
+}
+
+TEST_CASE("what is closed for good stays closed, whoever paused it before or meanwhile") {
+  using namespace std::chrono_literals;
+  for (const bool before : {false, true}) {
+    // Never destroyed: what waits in it does so until the process ends.
+    RunningOperations& operations = *std::make_unique<RunningOperations>().release();
+    if (before) CHECK(operations.pause(0ms));
+    CHECK(operations.close(0ms));
+    if (!before) CHECK(operations.pause(0ms));
+    operations.resume();
+    std::atomic<bool>& begun = *std::make_unique<std::atomic<bool>>().release();
+    std::thread([&] {
+      const RunningOperations::Operation running = operations.begin();
+      begun = true;
+    }).detach();
+    std::this_thread::sleep_for(50ms);
+    CHECK_FALSE(begun);
+  }
 }
