@@ -12,13 +12,14 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <thread>
 
 namespace vorda {
 
 namespace {
 
-constexpr DWORD kAnswerSentMs = 300;
 constexpr std::uint32_t kMaxPageFileBytes = 268'435'456;
 
 // Part of the interface, the Dutch words included.
@@ -45,12 +46,9 @@ std::string page() {
 
 void quitSoon(RunningOperations& operations) {
   startDetached([&operations] {
-    const bool running = !operations.close(std::chrono::milliseconds(0));
-    Sleep(kAnswerSentMs);
-    if (running) {
-      operations.close(kWaitForOperations);
-      Sleep(kAnswerSentMs); // for the answer to the operation's request
-    }
+    const auto answered = std::chrono::steady_clock::now() + kAnswerSent;
+    operations.close(kWaitForOperations);
+    std::this_thread::sleep_until(answered);
     ExitProcess(0);
   });
 }

@@ -5,11 +5,14 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace vorda {
 
 // How long a process that was asked to end waits for its file operations.
 inline constexpr std::chrono::seconds kWaitForOperations{60};
+// How long the answer to a request may take until it is sent.
+inline constexpr std::chrono::milliseconds kAnswerSent{300};
 
 class RunningOperations {
 public:
@@ -37,8 +40,8 @@ public:
     return count_ > 0;
   }
 
-  // Lets none begin until resume(), and waits for those that run. False if some still run when the time is
-  // over. One thread at a time.
+  // Lets none begin until resume(), and waits for those that run and for their answers to be sent. False
+  // if some still run when the time is over. One thread at a time.
   bool pause(std::chrono::milliseconds most) {
     std::unique_lock lock(mutex_);
     paused_ = true;
@@ -60,18 +63,24 @@ public:
 
 private:
   bool waitForAll(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds most) {
-    return changed_.wait_for(lock, most, [this] { return count_ == 0; });
+    if (!changed_.wait_for(lock, most, [this] { return count_ == 0; })) return false;
+    const auto answered = lastEnd_ + kAnswerSent;
+    lock.unlock();
+    std::this_thread::sleep_until(answered);
+    return true;
   }
 
   void end() {
     const std::lock_guard lock(mutex_);
     --count_;
+    lastEnd_ = std::chrono::steady_clock::now();
     changed_.notify_all();
   }
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   unsigned count_ = 0;
+  std::chrono::steady_clock::time_point lastEnd_;
   bool paused_ = false;
   bool closed_ = false;
 };

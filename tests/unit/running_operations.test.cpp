@@ -69,3 +69,14 @@ TEST_CASE("what is closed for good stays closed, whoever paused it before or mea
     CHECK_FALSE(begun);
   }
 }
+
+TEST_CASE("whoever waits for the operations gives the last one time to be answered") {
+  RunningOperations operations;
+  std::chrono::steady_clock::time_point end;
+  {
+    const RunningOperations::Operation running = operations.begin();
+    end = std::chrono::steady_clock::now();
+  }
+  CHECK(operations.close(std::chrono::milliseconds(0)));
+  CHECK(std::chrono::steady_clock::now() >= end + kAnswerSent);
+}
