@@ -25,6 +25,14 @@ LogLevel levelOf(int status) {
   return status >= 400 ? LogLevel::warning : LogLevel::info;
 }
 
+// What was done has to be answered, even where there is no memory for its line.
+template <typename Line> void writeIfPossible(DiagnosticLog& log, int status, Line line) {
+  try {
+    log.write(levelOf(status), line());
+  } catch (...) { // NOLINT(bugprone-empty-catch): only the line is lost
+  }
+}
+
 } // namespace
 
 RequestGate loggedGate(RequestGate gate, DiagnosticLog& log) {
@@ -32,7 +40,9 @@ RequestGate loggedGate(RequestGate gate, DiagnosticLog& log) {
             Admission admission = admit(request);
             if (admission.refusal) {
               const int status = admission.refusal->status;
-              log.write(levelOf(status), nameOf(request) + " refused, " + std::to_string(status));
+              writeIfPossible(log, status, [&] {
+                return nameOf(request) + " refused, " + std::to_string(status);
+              });
             }
             return admission;
           },
@@ -42,10 +52,11 @@ RequestGate loggedGate(RequestGate gate, DiagnosticLog& log) {
             HttpResponse response = handle(request);
             const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(
                 std::chrono::steady_clock::now() - begin);
-            log.write(levelOf(response.status),
-                      name + " " + std::to_string(response.status) + ", " +
-                          std::to_string(response.payload().size()) + " bytes, " +
-                          std::to_string(time.count()) + " ms");
+            writeIfPossible(log, response.status, [&] {
+              return name + " " + std::to_string(response.status) + ", " +
+                     std::to_string(response.payload().size()) + " bytes, " +
+                     std::to_string(time.count()) + " ms";
+            });
             return response;
           }};
 }

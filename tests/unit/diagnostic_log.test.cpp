@@ -91,3 +91,20 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
     CHECK((ms >= 2 && ms < 60'000));
   }
 }
+
+TEST_CASE("a request whose line cannot be written is answered all the same") {
+  test::App app;
+  app.disk->addFile(L"C:\\r", L"a.txt", 5);
+  DiagnosticLog log([](std::string_view) { throw std::bad_alloc(); }, false,
+                    [] { return std::uint64_t{0}; });
+  const RequestGate gate = loggedGate(makeGate(app.state), log);
+  HttpRequest request;
+  request.method = "POST";
+  request.body = "permanent=1&p=C:%5Cr%5Ca.txt";
+  parseTarget("/api/delete", request);
+  CHECK_FALSE(gate.admit(request).refusal);
+  CHECK(test::holds(gate.handle(request).payload(), "{\"deleted\":1,"));
+  CHECK(app.disk->at(L"C:\\r\\a.txt") == nullptr);
+  parseTarget("/api/none", request);
+  CHECK(gate.admit(request).refusal->status == 404);
+}
