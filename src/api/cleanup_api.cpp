@@ -59,7 +59,7 @@ HttpResponse cleanFolders(const Job& job, std::string_view what, TouchedScans& s
     logged = logged && result.logged;
     deleted += result.deleted;
     skipped += result.skipped;
-    bytes += updateAfter(result, path, scans, folders);
+    if (!result.outOfReach) bytes += updateAfter(result, path, scans, folders);
     if (result.outOfMemory) return errorAnswer(500, kNoMemory);
   }
   JsonWriter json;

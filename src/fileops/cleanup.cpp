@@ -87,8 +87,15 @@ bool removeAll(Machine& machine, FolderSource& folders, std::vector<Entry>& entr
   return true;
 }
 
-// names: how many entries there were, with those that were left alone.
-void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, std::size_t names,
+// A folder that may be emptied, held so that it cannot be replaced.
+struct Opened {
+  std::wstring folder;
+  std::shared_ptr<void> held;
+  std::vector<std::wstring> names;
+  CleanupFailure failure = CleanupFailure::none;
+};
+
+void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, const Opened& opened,
                   CleanupResult& result) {
   std::uint32_t deleted = 0;
   std::uint64_t bytes = 0;
@@ -99,18 +106,13 @@ void countRemoved(FolderSource& folders, const std::vector<Entry>& entries, std:
     // A folder with a file in use goes except for that file.
     bytes += lossBetween(doomed.measure, measurePath(folders, doomed.real)).bytes;
   }
+  // The folder is held, so it is missing only if its drive or share is.
+  result.outOfReach = !folders.facts(opened.folder).exists;
+  if (result.outOfReach) deleted = 0;
   result.deleted = deleted;
-  result.skipped = static_cast<std::uint32_t>(names) - deleted;
-  result.bytes = bytes;
+  result.skipped = static_cast<std::uint32_t>(opened.names.size()) - deleted; // or left alone
+  result.bytes = result.outOfReach ? 0 : bytes;
 }
-
-// A folder that may be emptied, held so that it cannot be replaced.
-struct Opened {
-  std::wstring folder;
-  std::shared_ptr<void> held;
-  std::vector<std::wstring> names;
-  CleanupFailure failure = CleanupFailure::none;
-};
 
 Opened openFolder(Machine& machine, FolderSource& folders, const std::wstring& path) {
   Opened opened = {normalisePath(path), {}, {}, CleanupFailure::none};
@@ -163,7 +165,8 @@ CleanupResult cleanFolder(Machine& machine, FolderSource& folders, const std::ws
   result.outOfMemory = !removeAll(machine, folders, entries);
   // What is gone is gone: from here on nothing may fail.
   try {
-    withReserve(reserve, [&] { countRemoved(folders, entries, opened.names.size(), result); });
+    withReserve(reserve, [&] { countRemoved(folders, entries, opened, result); });
+    if (result.outOfReach && journal) return result; // the line is written when it is back
     withReserve(reserve, [&] {
       result.logged = machine.appendToLog(
           cleanedLine(machine.now(), {false, result.bytes, result.deleted, result.skipped}, path));

@@ -25,6 +25,7 @@ struct CleanupResult {
   std::uint64_t bytes = 0;   // of the deleted entries, and of what went from inside skipped ones
   bool logged = true;        // false if the log could not be written
   bool outOfMemory = false;  // meanwhile: not all was tried, or the figures are not known
+  bool outOfReach = false;   // its drive is not there any more: nobody knows what went
   CleanupFailure failure = CleanupFailure::none;
   PathMeasure before; // of the whole folder
 };

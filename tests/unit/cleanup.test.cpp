@@ -204,6 +204,34 @@ TEST_CASE("a cleanup that is cut off gets its line later") {
         "(1 weg, 2 overgeslagen)\r\n");
 }
 
+TEST_CASE("of a drive that went during a cleanup nothing is claimed, and its line comes later") {
+  for (const bool withJournal : {true, false}) {
+    App app;
+    MemoryDisk& disk = *app.disk;
+    disk.journalFails = !withJournal;
+    disk.add(L"E:\\Windows\\Temp\\a", 1100 * kMiB);
+    disk.add(L"E:\\Windows\\Temp\\b\\c", 20);
+    disk.volume(L"F:", L"E:\\");
+    const auto job = app.scanJob("E:%5CWindows");
+    disk.beforeShell = [&disk] {
+      if (disk.shellCalls > 0) return;
+      disk.removeNode(*disk.at(L"E:\\Windows\\Temp\\a"));
+      disk.volume(L"E:", L"E:\\none");
+    };
+    CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
+          R"(200 {"ok":true,"deleted":0,"skipped":2,"folders":1,"bytes":0})");
+    CHECK(job->result.byteCount == 1100 * kMiB + 20);
+    CHECK(job->freed == 0);
+    CHECK_FALSE(job->rootGone);
+    CHECK(disk.log.empty() == withJournal);
+    if (!withJournal) continue;
+    disk.volume(L"E:", L"F:\\");
+    finishInterrupted(disk, disk);
+    CHECK(disk.log == "2026-01-02 03:04:05  LEEGGEMAAKT (onderbroken)  1153433600  "
+                      "E:\\Windows\\Temp  (1 weg, 1 overgeslagen)\r\n");
+  }
+}
+
 TEST_CASE("a cleanup is seen in all scans") {
   App app;
   app.disk->add(L"C:\\Windows\\Temp\\in\\a.bin", 1100 * kMiB);
