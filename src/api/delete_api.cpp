@@ -200,7 +200,7 @@ HttpResponse deleteFiles(HttpRequest& request, const JobTable& jobs, Machine& ma
   if (!fields) return errorAnswer(400, words::kIncomplete);
   const std::shared_ptr<Job> job = usableJob(jobs, *fields);
   DeleteRequest wanted;
-  if (job) wanted.root = job->result.rootPath;
+  if (job) wanted.root = job->rootPath();
   // An empty root would disable the check that paths lie inside the scan.
   if (fields->has("job") && wanted.root.empty()) return errorAnswer(404, words::kNoJob);
   wanted.permanent = fields->get("permanent") == "1";

@@ -35,7 +35,7 @@ bool isScanned(const JobTable& jobs, std::wstring_view path) {
     return false;
   const auto all = jobs.all();
   return std::any_of(all.begin(), all.end(), [path](const std::shared_ptr<Job>& job) {
-    return isUsable(*job) && !job->overSsh() && liesIn(job->result.rootPath, path);
+    return isUsable(*job) && !job->overSsh() && liesIn(job->rootPath(), path);
   });
 }
 

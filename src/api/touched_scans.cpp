@@ -58,14 +58,18 @@ struct TouchedScans::Share {
 TouchedScans::TouchedScans(const JobTable& jobs, Machine& machine, FolderSource& folders,
                            const Job* named)
     : machine_(machine), folders_(folders) {
-  const std::wstring around = named ? finalRootOf(machine, named->result.rootPath) : std::wstring();
+  const std::wstring around = named ? finalRootOf(machine, named->rootPath()) : std::wstring();
   // Locked in order of job number, so that two operations cannot deadlock.
   for (const std::shared_ptr<Job>& job : jobs.all()) {
-    if (!isUsable(*job) || job->overSsh() || job->result.rootPath.empty()) continue;
-    std::wstring root = finalRootOf(machine, job->result.rootPath);
+    if (!isUsable(*job) || job->overSsh()) continue;
+    std::wstring scanned = job->rootPath();
+    std::wstring root = finalRootOf(machine, scanned);
     const bool touches =
         !named || job.get() == named || isSameOrBelow(root, around) || isSameOrBelow(around, root);
-    if (touches) scans_.push_back({job, std::move(root), std::unique_lock(job->fileOperation)});
+    if (!touches) continue;
+    std::unique_lock lock(job->fileOperation);
+    if (!isUsable(*job)) continue; // it failed meanwhile
+    scans_.push_back({job, std::move(scanned), std::move(root), std::move(lock)});
   }
 }
 
@@ -86,7 +90,7 @@ ScanResult TouchedScans::survey(const Scan& scan, const std::wstring& real) cons
 
 void TouchedScans::addPath(Scan& scan, const DeletedPath& one, bool deleted, Share& share) {
   if (one.outOfReach) return;
-  const std::wstring& scanned = scan.job->result.rootPath;
+  const std::wstring& scanned = scan.scanned;
   if (isSameOrBelow(scan.root, one.real)) { // the whole scan lies in it
     share.rootGone = deleted;
     share.any = true;
@@ -152,7 +156,7 @@ void TouchedScans::updateCleaned(Scan& scan, const std::wstring& real,
   const bool inside = isSameOrBelow(scan.root, real);
   if (!inside && !liesBelow(real, scan.root)) return;
   Job& job = *scan.job;
-  const std::wstring& scanned = job.result.rootPath;
+  const std::wstring& scanned = scan.scanned;
   const std::wstring path = inside ? scanned : inTree(scanned, scan.root, real);
   const ScanResult now = survey(scan, inside ? scan.root : real);
   const bool gone = inside && !folders_.facts(scan.root).exists;

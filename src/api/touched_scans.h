@@ -32,7 +32,8 @@ public:
 private:
   struct Scan {
     std::shared_ptr<Job> job;
-    std::wstring root; // the final path of its root
+    std::wstring scanned; // its root
+    std::wstring root;    // the final path of it
     std::unique_lock<std::mutex> lock;
   };
   struct Share; // of one scan in a deletion

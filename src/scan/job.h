@@ -53,6 +53,12 @@ struct Job {
   std::shared_ptr<const std::string> fullDocument;
 
   bool overSsh() const { return kind == kSshKind; }
+
+  // Of a finished job; empty if it failed, which it may do at any time.
+  std::wstring rootPath() const {
+    const std::lock_guard lock(resultMutex);
+    return result.rootPath;
+  }
 };
 
 using LocalScan = std::function<bool(ScanProgress&, const ScanOptions&, ScanResult&)>;
