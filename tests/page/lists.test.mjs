@@ -161,6 +161,39 @@ test('a reload brings back folders, marks and the scan; Back and Forward are exa
   assert.equal(new URL(link).origin, server.base);
 });
 
+test('the map stays in a small folder far down, after a deletion, a reload, by a link and from a hit', async (t) => {
+  const deep = ['1', '2', '3', '4', '5', '6', '7', '8', 'end'];
+  const { root, tab } = await scanned(t, { ...MEDIA, [`${deep.join('/')}/a.txt`]: 'a', [`${deep.join('/')}/b.txt`]: 'bb' });
+  const at = [root, ...deep].join('\\');
+  const crumbs = () => tab.getByRole('navigation', { name: 'Where the map is' }).getByRole('listitem').allInnerTexts();
+  const list = tab.getByRole('grid');
+  const there = async () => {
+    await becomes(crumbs, [root, ...deep]);
+    await row(list, 'b.txt').waitFor();
+  };
+  await tab.goto(`${new URL(tab.url()).origin}/#map/${encodeURIComponent(at)}`);
+  await there();
+  await tab.reload();
+  await there();
+  await row(list, 'a.txt').click();
+  await list.press('Delete');
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await row(list, 'a.txt').waitFor({ state: 'detached' });
+  await there();
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByLabel('Name').fill('b.txt');
+  await tab.keyboard.press('Enter');
+  await says(tab.getByRole('main'), '1 file found');
+  await tab.reload(); // with a tree of which nothing is loaded
+  await row(list, 'b.txt').click();
+  await tab.getByRole('button', { name: 'Open in the map' }).click();
+  await there();
+  await tab.getByRole('listbox').press('Backspace');
+  await becomes(crumbs, [root, ...deep.slice(0, -1)]);
+});
+
 test('a new tab does not show that another one found nothing', async (t) => {
   const { server, tab } = await scanned(t, MEDIA);
   await server.post('/api/findfiles', { ids: '1', names: 'no such name', exts: '', min: '0', sort: 'size' });

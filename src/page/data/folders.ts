@@ -3,6 +3,7 @@ import type { DirsAnswer, FilesAnswer } from '../core/answers';
 import { wordOf } from '../core/failure';
 import { isRemote } from '../core/job';
 import { parentOf, trimEnd } from '../core/paths';
+import type { ScanTree } from '../core/tree';
 import { api, query } from './api';
 import { toastFailure } from '../ui/toast';
 import { changed, jobById, treeOf, viewOf } from './state';
@@ -24,10 +25,20 @@ function firstPage(id: number, path: string): Promise<FilesAnswer> {
   return page;
 }
 
+// Several may wait for the same folder.
+const loads = new WeakMap<ScanTree, Map<string, Promise<void>>>();
+
 // Loads the subfolders as scanned and, on this machine, the current files.
 export async function loadFolder(id: number, path: string, quiet = false): Promise<void> {
   const tree = treeOf(id);
-  if (!tree?.needsLoading(path)) return;
+  if (!tree) return;
+  const started = loads.get(tree) ?? new Map<string, Promise<void>>();
+  loads.set(tree, started);
+  if (tree.needsLoading(path)) started.set(path, fetchFolder(tree, id, path, quiet));
+  await started.get(path);
+}
+
+async function fetchFolder(tree: ScanTree, id: number, path: string, quiet: boolean): Promise<void> {
   tree.startLoading(path);
   if (!quiet) changed('tree');
   const files = isRemote(jobById(id)) || tree.filesOf(path) ? null : firstPage(id, path).catch(() => null);
@@ -108,13 +119,17 @@ export function chainTo(root: string, path: string): string[] {
   return [root, ...chain];
 }
 
+// Loads the folders above a path.
+export async function loadAbove(id: number, path: string): Promise<void> {
+  const root = treeOf(id)?.root.path;
+  if (root !== undefined) await Promise.all(chainTo(root, path).slice(0, -1).map((folder) => loadFolder(id, folder, true)));
+}
+
 // Expands every folder above a path, loading what is missing.
 export async function expandTo(id: number, path: string): Promise<void> {
   const tree = treeOf(id);
   if (!tree) return;
-  for (const folder of chainTo(tree.root.path, path).slice(0, -1)) {
-    viewOf(id).expanded.add(folder);
-    if (tree.needsLoading(folder)) await loadFolder(id, folder);
-  }
+  for (const folder of chainTo(tree.root.path, path).slice(0, -1)) viewOf(id).expanded.add(folder);
+  await loadAbove(id, path);
   changed('tree');
 }

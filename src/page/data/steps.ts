@@ -20,6 +20,12 @@ export function stepNow(): Step {
 
 export const addressOf = (section: string, at: string): string => fragmentOf(section, at === treeOf(state.view)?.root.path ? '' : at);
 
+// Makes the step that the browser is at lead to where the page is.
+export const replaceStep = (): void => {
+  const now = stepNow();
+  history.replaceState(now, '', addressOf(now.section, now.at));
+};
+
 // Goes where a step or an address says. A scan that is no longer there is left out. A link to the map without a
 // folder shows the one that was looked at last; a step without one is that of the whole scan.
 export function goToStep({ section, scan, at }: Step, byLink = false): void {

@@ -2,7 +2,7 @@
 import { t } from '../core/i18n';
 import { sameStep, stepOf } from '../core/steps';
 import { isSection, jobById, listen, state, type Change, type Section } from '../data/state';
-import { addressOf, goToStep, stepNow, stepOfFragment } from '../data/steps';
+import { addressOf, goToStep, replaceStep, stepNow, stepOfFragment } from '../data/steps';
 import { openAbout } from '../flows/about';
 import { detailsPane } from '../flows/details';
 import { updateElevateButtons } from '../flows/elevate';
@@ -62,12 +62,11 @@ function mirrorStep(): void {
   mirrored.once = true;
   const before = stepOf(history.state);
   if (sameStep(before, now)) return;
-  const address = addressOf(now.section, now.at);
   // The first place replaces the step that opened the page, and a link has made a step already. A step that can't be
   // shown as it is any more is replaced too: going back to it would add another one each time, and lead no further.
   const stale = before !== null && before.scan > 0 && !jobById(before.scan);
-  if (first || before === null || stale || mirrored.returned) history.replaceState(now, '', address);
-  else history.pushState(now, '', address);
+  if (first || before === null || stale || mirrored.returned) replaceStep();
+  else history.pushState(now, '', addressOf(now.section, now.at));
 }
 
 function rebuild(): void {
@@ -116,7 +115,7 @@ function onHistory(): void {
     goToStep(step);
   } else if (wanted === ABOUT) {
     openAbout();
-    history.replaceState(stepNow(), '', addressOf(state.section, stepNow().at));
+    replaceStep();
   } else if (isSection(stepOfFragment(wanted).section)) {
     goToStep(stepOfFragment(wanted), true);
   }

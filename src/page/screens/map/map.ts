@@ -10,10 +10,10 @@ import { baseName, shown } from '../../core/paths';
 import { isFailed, isFolder, isItem, isMore, type Entry } from '../../core/entry';
 import type { ScanTree } from '../../core/tree';
 import { shareOf } from '../../core/units';
-import { chainTo, loadFolder, loadMoreFiles } from '../../data/folders';
+import { chainTo, loadAbove, loadFolder, loadMoreFiles } from '../../data/folders';
 import { changeMap, LEAST_DEPTH, LEAST_SHARE, mapSettings, MOST_DEPTH, MOST_SHARE } from '../../data/map_settings';
 import { changed, measure, state, treeOf } from '../../data/state';
-import { addressOf } from '../../data/steps';
+import { addressOf, replaceStep } from '../../data/steps';
 import { detailsButton, showDetails } from '../../flows/details';
 import { openItemMenu } from '../../flows/item_menu';
 import { scanMarksBar, toggleMark } from '../../flows/marks';
@@ -51,31 +51,31 @@ class MapSection implements ResultScreen {
   private fetching = 0;
   private waiting: string[] = [];
   private timer = 0;
+  private sought: object | null = null; // a folder that is shown once those above it are known
 
   constructor(private readonly job: Job) {
-    this.folder = this.nearestFolder(state.openFolder);
-    state.openFolder = this.folder.path;
+    this.folder = this.tree.root;
     this.canvas = this.makeCanvas();
     this.table = this.makeTable();
     this.depthButtons = [iconButton('minus', t('mapShallower'), () => this.deepen(-1)), iconButton('plus', t('mapDeeper'), () => this.deepen(1))];
     this.top = [iconButton('up', t('mapUp'), () => this.up()), this.crumbs, this.controls()];
     this.content = [this.bar.root, this.empty, this.area()];
-    this.load();
-    this.show();
-    showDetails(this.folder);
+    this.seek(state.openFolder, (entry) => this.goInto(entry));
   }
 
   update(changes: Changes): void {
     if (changes.has('results')) {
-      this.folder = this.nearestFolder(this.folder.path);
-      this.fetched = 0; // nothing is known of the folders in it any more
-      this.load();
-      this.show();
+      this.seek(state.openFolder, (entry) => {
+        this.folder = entry;
+        this.fetched = 0; // nothing is known of the folders in it any more
+        this.load();
+        this.show();
+      });
     } else if (changes.has('step') && state.openFolder !== this.folder.path) {
-      this.goInto(this.nearestFolder(state.openFolder));
+      this.seek(state.openFolder, (entry) => this.goInto(entry));
     } else if (changes.has('measure')) {
       this.show();
-    } else if (changes.has('tree')) {
+    } else if (changes.has('tree') && !this.sought) {
       // Folders arrive one after the other; the map is not drawn again for each.
       clearTimeout(this.timer);
       this.timer = window.setTimeout(() => this.show(), REDRAW_MS);
@@ -88,6 +88,7 @@ class MapSection implements ResultScreen {
 
   leave(): void {
     clearTimeout(this.timer);
+    this.sought = null;
     this.waiting = [];
     this.canvas.leave();
     this.table.leave();
@@ -111,11 +112,33 @@ class MapSection implements ResultScreen {
   // The folder with this path, or the nearest one above it that still exists and has contents.
   private nearestFolder(path: string): Entry {
     const { tree } = this;
-    for (let at = path.split('\0')[0]!; at !== '' && at !== tree.root.path; at = tree.folderOf(at)) {
+    for (let at = path; at !== '' && at !== tree.root.path; at = tree.folderOf(at)) {
       const entry = tree.find(at);
       if (entry && tree.opens(entry)) return entry;
     }
     return tree.root;
+  }
+
+  // Finds the folder with this path, or the nearest one, after loading what is not known of those above it.
+  private seek(target: string, arrive: (entry: Entry) => void): void {
+    const path = target.split('\0')[0]!; // what stands for a rest names it after its folder
+    const found = (): void => {
+      this.sought = null;
+      const entry = this.nearestFolder(path);
+      state.openFolder = entry.path;
+      arrive(entry);
+    };
+    if (path === '' || chainTo(this.tree.root.path, path).every((one) => this.tree.find(one))) {
+      found();
+      return;
+    }
+    clearTimeout(this.timer);
+    const sought = this.sought = {};
+    void loadAbove(this.job.id, path).then(() => {
+      if (this.sought !== sought) return; // the user went on
+      found();
+      replaceStep(); // it may lead to a folder that is gone
+    });
   }
 
   private canMark(entry: Entry): boolean {
@@ -296,6 +319,7 @@ class MapSection implements ResultScreen {
   }
 
   private goInto(entry: Entry): void {
+    this.sought = null;
     this.folder = entry;
     this.fetched = 0;
     state.openFolder = entry.path;
