@@ -31,6 +31,7 @@ test('paths: parent and name, joining, owning scan, topmost', needs('esbuild'), 
   const roots = [{ id: 1, root: 'D:\\Data' }, { id: 2, root: 'D:\\' }, { id: 3, root: 'd:\\data\\deep\\' }];
   const owner = (path) => paths.owningJob(path, roots);
   assert.deepEqual(['D:\\Data2\\x', 'd:\\DATA\\x', 'D:\\Data', 'D:\\Data\\Deep\\x', 'E:\\x'].map(owner), [2, 1, 1, 3, 0]);
+  assert.deepEqual(['\\\\srv\\share\\x', '/x'].map((path) => paths.owningJob(path, [{ id: 4, root: '/' }])), [0, 4]);
   assert.deepEqual(paths.topmost(['C:\\a\\b', 'C:\\A', 'C:\\ab', 'C:\\a\\b\\c', 'C:\\A']), ['C:\\A', 'C:\\ab']);
   assert.ok(paths.sameTarget('C:\\', 'c:') && paths.sameTarget('/a/', '/A') && !paths.sameTarget('C:\\a', 'C:\\ab'));
 });

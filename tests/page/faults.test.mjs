@@ -401,6 +401,26 @@ test('the advice about a host offers nothing that only works on this machine', a
   await becomes(offered, []);
 });
 
+test('hits on a share are never deleted for the scan of a host that is on view', async (t) => {
+  const { faults, tab } = await opened(t, { expected: /404/ });
+  const share = '\\\\nas\\public';
+  const paths = [`${share}\\x.iso`, 'D:\\gone.iso'];
+  const job = (id, path, kind, method) => ({ id, path, kind, method, label: path, state: 'done', files: 1, bytes: 9, dirs: 1, phase: 3, seconds: 1, status: '', current: '', error: '', noTurbo: '' });
+  const roots = { 1: share, 2: '/' };
+  Object.assign(faults.answers, {
+    '/api/jobs': [job(1, share, 'unc', 'walk'), job(2, 'me@host:/', 'ssh', 'ssh')],
+    '/api/result': ({ url }) => ({ meta: { path: roots[url.searchParams.get('id')], seconds: 0, files: 1, dirs: 1, denied: 0, skipped: 0, used: 9, volumeSize: 10, volumeFree: 1, freed: 0, binned: 0 }, tree: null, exts: [], files: [], advice: [] }),
+    '/api/findfiles': { running: false, files: paths.map((p) => ({ p, s: 9, m: 1, job: 1 })), shown: 2, count: 2, bytes: 18, opts: {} },
+    '/api/delete': ({ body }) => ({ deleted: 0, bytes: 9, error: '', dryRun: true, refused: [], wouldDelete: body.getAll('p'), noBin: [] }),
+  });
+  const sent = requestsOf(tab, '/api/delete');
+  await tab.goto(`${faults.base}/#find`);
+  await tab.getByRole('grid').focus();
+  await tab.keyboard.press('Control+a');
+  await openDialog(tab);
+  assert.deepEqual(sent.map((body) => [body.get('job'), ...body.getAll('p')]), [['1', paths[0]], ['0', paths[1]]]);
+});
+
 test('a double click on Stop stops a scan and does not close it', async (t) => {
   const { faults, folder, tab } = await opened(t, { files: { 'a/one.iso': 'one' } });
   let stopped = false;

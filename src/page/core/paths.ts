@@ -33,7 +33,7 @@ export function parentOf(path: string): string {
 function isWithin(root: string, path: string): boolean {
   const outer = trimEnd(root).toLowerCase();
   const inner = path.toLowerCase();
-  if (!inner.startsWith(outer)) return false;
+  if (!inner.startsWith(outer || '/')) return false; // the root of a host has nothing of a share
   return inner.length === outer.length || /[\\/]/.test(inner[outer.length]!) || trimEnd(inner) === outer;
 }
 

@@ -4,6 +4,7 @@ import type { DeleteAnswer } from '../core/answers';
 import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
 import { failure, percent, phrase, size, t } from '../core/i18n';
+import { isRemote } from '../core/job';
 import { trimEnd } from '../core/paths';
 import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Gain, type Outcome, type Part, type Plan } from '../core/plan';
 import { goingOf, requestsFor, type Going } from '../core/review';
@@ -11,7 +12,7 @@ import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
 import { poll, refreshResults } from '../data/jobs';
 import { dropFromSearches } from '../data/runs';
-import { changed, scanRoots, state, unmarkEverywhere } from '../data/state';
+import { changed, jobById, jobOnView, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
 import { append, button, choice, el, field, fill, icon, onEnter, rest, setText, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
@@ -40,6 +41,10 @@ interface Offer {
   tooLong: Plan;
 }
 
+// Never for the scan of a host: what is there can't be deleted from here.
+const partsOf = (paths: Iterable<string>): Part[] =>
+  partsByJob(paths, scanRoots().filter(({ id }) => !isRemote(jobById(id))), isRemote(jobOnView()) ? 0 : state.view);
+
 type Progress = (done: number, all: number) => void;
 
 async function dryRun(parts: Part[], fields: Record<string, string>, progress: Progress = () => {}): Promise<Plan> {
@@ -55,7 +60,7 @@ async function dryRun(parts: Part[], fields: Record<string, string>, progress: P
 async function lookAt(parts: Part[], progress: Progress): Promise<Offer> {
   const plan = await dryRun(parts, { seen: '1', more: '1' }, progress);
   const long = plan.refused.filter((one) => one.why === TOO_LONG).map((one) => one.p);
-  const tooLong = await dryRun(long.length > 0 ? partsByJob(long, scanRoots(), state.view) : [], { seen: '1', more: '1', permanent: '1' });
+  const tooLong = await dryRun(long.length > 0 ? partsOf(long) : [], { seen: '1', more: '1', permanent: '1' });
   return { plan: { ...plan, refused: [...plan.refused.filter((one) => one.why !== TOO_LONG), ...tooLong.refused] }, tooLong };
 }
 
@@ -77,7 +82,7 @@ function outcomeText(outcome: Outcome): string {
 }
 
 export function openDeletion(paths: Iterable<string>, options: DeletionOptions = {}): void {
-  const parts = partsByJob(paths, scanRoots(), state.view);
+  const parts = partsOf(paths);
   if (parts.length === 0) return;
   const stay = button(t('cancel'), () => dialog.close());
   const dialog = openDialog({
@@ -289,7 +294,7 @@ function forget(gone: (path: string) => boolean, options: DeletionOptions): void
 
 async function forgetMissing(paths: string[], options: DeletionOptions): Promise<void> {
   try {
-    const { refused } = await dryRun(partsByJob(paths, scanRoots(), state.view), {});
+    const { refused } = await dryRun(partsOf(paths), {});
     forget(below(refused.filter((one) => one.why === MISSING).map((one) => one.p)), options);
   } catch {
     // The lists keep showing deleted paths; deleting those again is refused as missing.
