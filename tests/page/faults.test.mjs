@@ -5,6 +5,7 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
+import { settled } from './support/settled.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
 
@@ -203,7 +204,8 @@ test('a deletion of several requests can be stopped between them', async (t) => 
   };
   await dialog.getByRole('button', { name: /permanently$/ }).click();
   await dialog.getByRole('button', { name: 'Stop' }).click();
-  await tab.keyboard.press('Escape');
+  for (let i = 0; i < 3; ++i) await tab.keyboard.press('Escape');
+  await settled(tab);
   assert.ok(await dialog.isVisible(), 'it stays until its request has ended');
   release();
   await says(dialog, '1 item deleted permanently');

@@ -83,8 +83,7 @@ function show(dialog: Dialog, stay: HTMLButtonElement, sources: readonly Source[
 }
 
 async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sources: readonly Source[]): Promise<void> {
-  const keepOpen = (event: Event): void => event.preventDefault();
-  dialog.element.addEventListener('cancel', keepOpen);
+  dialog.busy = true;
   rest(stay, true);
   stay.focus();
   go.remove();
@@ -101,7 +100,7 @@ async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sou
   }
   work.end();
   await Promise.all([refreshResults([state.view, ...state.results.keys()]), poll()]);
-  dialog.element.removeEventListener('cancel', keepOpen);
+  dialog.busy = false;
   fill(dialog.body, el('div', { role: 'status', class: 'stack' }, lines.map((line, index) => el('p', { class: index === 0 ? 'answer' : '' }, line))));
   afterwards(dialog.body, false);
   announce(lines.join(' '));

@@ -206,8 +206,7 @@ async function deleteParts(plan: Plan, permanent: boolean, proofs: DeletionOptio
 }
 
 async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permanent: boolean, go: HTMLElement): Promise<void> {
-  const keepOpen = (event: Event): void => event.preventDefault();
-  dialog.element.addEventListener('cancel', keepOpen);
+  dialog.busy = true;
   const stopping: Stopping = { stopped: false };
   const stop = button(t('fiStop'), () => {
     stopping.stopped = true;
@@ -229,7 +228,7 @@ async function carryOut({ dialog, stay, options }: Deletion, plan: Plan, permane
   await refreshResults([state.view]);
   await Promise.all([refreshResults([...state.results.keys()].filter((id) => id !== state.view)), poll()]);
   removeGone(plan, outcomeOf(done.answers).deleted, done.problem !== '', options);
-  dialog.element.removeEventListener('cancel', keepOpen);
+  dialog.busy = false;
   rest(stay, false);
   setText(stay, t('close'));
   stay.focus();

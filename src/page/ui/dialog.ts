@@ -17,6 +17,7 @@ export interface Dialog {
   element: HTMLDialogElement;
   body: HTMLElement;
   ends: HTMLElement;
+  busy: boolean; // it stays open whatever is pressed
   close(): void;
 }
 
@@ -30,7 +31,15 @@ export function openDialog(options: DialogOptions): Dialog {
   const element = el('dialog', { class: options.small ? 'small-dialog' : '', 'aria-labelledby': id },
     el('div', { class: 'sheet' }, el('div', { class: 'title' }, title), body, ends));
   document.body.append(element);
+  element.addEventListener('cancel', (event) => {
+    if (dialog.busy) event.preventDefault();
+  });
   element.addEventListener('close', () => {
+    // The browser closes it at the second Escape without asking.
+    if (dialog.busy) {
+      element.showModal();
+      return;
+    }
     // Toasts shown in the dialog outlive it.
     element.querySelectorAll('.toasts').forEach((toasts) => document.body.append(toasts));
     element.remove();
@@ -41,7 +50,8 @@ export function openDialog(options: DialogOptions): Dialog {
       if (next instanceof HTMLElement) next.focus();
     }
   });
+  const dialog: Dialog = { element, body, ends, busy: false, close: () => element.close() };
   element.showModal();
   (options.first ?? title).focus();
-  return { element, body, ends, close: () => element.close() };
+  return dialog;
 }
