@@ -194,6 +194,24 @@ test('the map stays in a small folder far down, after a deletion, a reload, by a
   await becomes(crumbs, [root, ...deep.slice(0, -1)]);
 });
 
+test('a rest of the map is not taken for its largest tile', async (t) => {
+  const { root, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB });
+  const small = Array.from({ length: 10_000 }, (_, i) => ({ n: `d${i}`, s: 1024, f: 1 }));
+  await tab.route('**/api/dirs?*', (route) => (new URL(route.request().url()).searchParams.get('p') !== root ? route.continue()
+    : route.fulfill({ json: { path: root, s: 80 * MiB, f: 10_001, dirs: [{ n: 'films', s: 70 * MiB, f: 1 }, ...small] } })));
+  await tab.reload();
+  await goTo(tab, 'map', 'Map');
+  const rest = tab.getByRole('option', { name: /smaller items/ });
+  await rest.waitFor();
+  const box = await rest.boundingBox();
+  await tab.mouse.click(box.x + box.width / 2, box.y + box.height / 2);
+  const ring = await tab.locator('.ring:not(.hover)').boundingBox();
+  assert.deepEqual([Math.round(ring.width), Math.round(ring.height)], [Math.round(box.width), Math.round(box.height)]);
+  await tab.keyboard.press('Delete');
+  await settled(tab);
+  assert.equal(await tab.getByRole('dialog').count(), 0);
+});
+
 test('a new tab does not show that another one found nothing', async (t) => {
   const { server, tab } = await scanned(t, MEDIA);
   await server.post('/api/findfiles', { ids: '1', names: 'no such name', exts: '', min: '0', sort: 'size' });

@@ -37,6 +37,9 @@ export interface MapLook {
 
 let maps = 0;
 
+// A rest is told from its folder.
+const keyOf = (tile: Tile<Entry>): string => (tile.rest ? `${tile.item.path}\0` : tile.item.path);
+
 export class MapCanvas {
   readonly root: HTMLElement;
   private readonly canvas = el('canvas', { 'aria-hidden': 'true' });
@@ -55,7 +58,7 @@ export class MapCanvas {
   private hovered = -1;
   private active = 0;
   private moved = false; // by arrow keys
-  private chosen = '';
+  private chosen = ''; // the key of a tile
   private box: DOMRect | null = null; // the map's place in the window; null if it may have changed
   private frame = 0;
 
@@ -106,9 +109,9 @@ export class MapCanvas {
     this.frame = requestAnimationFrame(() => this.draw());
   }
 
-  choose(path: string): void {
-    this.chosen = path;
-    const index = this.own.findIndex((tile) => tile.item.path === path && !tile.rest);
+  choose(key: string): void {
+    this.chosen = key;
+    const index = this.own.findIndex((tile) => keyOf(tile) === key);
     if (index >= 0) this.active = index;
     this.showChosen();
   }
@@ -168,11 +171,10 @@ export class MapCanvas {
 
   private showChosen(): void {
     const focused = document.activeElement === this.options;
-    const tile = this.chosen ? this.tiles.find((one) => one.item.path === this.chosen && !one.rest) : focused ? this.own[this.active] : undefined;
-    this.place(this.chosenRing, tile);
+    this.place(this.chosenRing, this.chosen || focused ? this.chosenTile() : undefined);
     this.own.forEach((one, index) => {
       const option = this.options.children[index];
-      if (option) setAttribute(option, 'aria-selected', !one.rest && one.item.path === this.chosen ? 'true' : 'false');
+      if (option) setAttribute(option, 'aria-selected', keyOf(one) === this.chosen ? 'true' : 'false');
     });
     setAttribute(this.options, 'aria-activedescendant', this.own.length > 0 ? `${this.prefix}-${Math.min(this.active, this.own.length - 1)}` : null);
   }
@@ -218,14 +220,9 @@ export class MapCanvas {
     this.box = null;
     const tile = this.tiles[this.indexAt(event)];
     if (!tile) return;
-    if (tile.rest) {
-      this.choose('');
-      this.hooks.onChoose(tile.item);
-      return;
-    }
-    this.choose(tile.item.path);
+    this.choose(keyOf(tile));
     this.hooks.onChoose(tile.item);
-    if (event.ctrlKey || event.metaKey) this.hooks.onMark(tile.item);
+    if (!tile.rest && (event.ctrlKey || event.metaKey)) this.hooks.onMark(tile.item);
   }
 
   // Opens the innermost folder under the pointer.
@@ -238,7 +235,7 @@ export class MapCanvas {
 
   private menuAt(x: number, y: number, tile: Tile<Entry> | undefined): void {
     if (!tile) return;
-    if (!tile.rest) this.choose(tile.item.path);
+    this.choose(keyOf(tile));
     this.hooks.onChoose(tile.item);
     this.hooks.onMenu(tile.item, x, y);
   }
@@ -266,7 +263,7 @@ export class MapCanvas {
 
   // A click may have chosen a tile inside another one.
   private chosenTile(): Tile<Entry> | undefined {
-    return this.tiles.find((one) => !one.rest && one.item.path === this.chosen) ?? this.own[this.active];
+    return this.chosen ? this.tiles.find((one) => keyOf(one) === this.chosen) : this.own[this.active];
   }
 
   private key(event: KeyboardEvent): void {
@@ -302,7 +299,7 @@ export class MapCanvas {
     if (!target) return;
     this.active = next;
     this.moved = true;
-    this.choose(target.rest ? '' : target.item.path);
+    this.choose(keyOf(target));
     this.hooks.onChoose(target.item);
   }
 
