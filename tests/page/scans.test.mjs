@@ -112,8 +112,19 @@ test('the Del key asks about what is marked, or else about the active item', nee
   await grid.press('Delete');
   assert.equal(await tab.getByRole('dialog').count(), 0);
   await mark(grid, '1.dat');
-  await grid.press('Delete');
+  await grid.press('Shift+Delete');
+  await becomes(() => dialog.getByLabel('Delete permanently').isChecked(), true);
   await asked('1.dat');
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByLabel('Name').fill('1.dat');
+  await tab.keyboard.press('Enter');
+  const hits = tab.getByRole('grid');
+  for (const press of [() => row(hits, '1.dat').click(), () => mark(hits, '1.dat')]) {
+    await press();
+    await hits.press('Shift+Delete');
+    await becomes(() => dialog.getByLabel('Delete permanently').isChecked(), true);
+    await asked('1.dat');
+  }
   assert.deepEqual(fs.readdirSync(`${place}/two`), ['1.dat', '2.dat']);
 });
 

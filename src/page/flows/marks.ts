@@ -76,7 +76,7 @@ export function deleteMarks(fallback: () => HTMLElement | null, permanent: boole
   const compared = new Selection();
   for (const path of selection.keys) compared.keys.add(path);
   const groups = possibleCopies(resultOnView());
-  if (groups.some((group) => group.files.some((file) => compared.has(file.p)))) void verifyAndDelete(groups, compared, fallback);
+  if (groups.some((group) => group.files.some((file) => compared.has(file.p)))) void verifyAndDelete(groups, compared, fallback, permanent);
   else toast(t('acVerifyNone'));
 }
 

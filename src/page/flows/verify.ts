@@ -47,7 +47,7 @@ function openVerification(fallback: () => HTMLElement | null): Verification {
   return verification;
 }
 
-export async function verifyAndDelete(groups: readonly Copies[], marks: Selection, fallback: () => HTMLElement | null): Promise<void> {
+export async function verifyAndDelete(groups: readonly Copies[], marks: Selection, fallback: () => HTMLElement | null, permanent = false): Promise<void> {
   const chosen = new Set(marks.keys);
   const paths = groups.filter((group) => group.files.some((file) => chosen.has(file.p))).flatMap((group) => group.files.map((file) => file.p));
   const verification = openVerification(fallback);
@@ -62,7 +62,7 @@ export async function verifyAndDelete(groups: readonly Copies[], marks: Selectio
       toast(t('acVerifyNone'));
       return;
     }
-    openDeletion(sure.keys(), { fallback, proofs: sure, after: (gone) => marks.keepOnly((path) => !gone(path)) });
+    openDeletion(sure.keys(), { fallback, permanent, proofs: sure, after: (gone) => marks.keepOnly((path) => !gone(path)) });
     // Said in the dialog, which covers everything else.
     if (sure.size < chosen.size) toast(t('acVerifyLess', { n: chosen.size - sure.size }));
   } catch (error) {

@@ -75,7 +75,7 @@ export class GroupList implements ResultList<CopyGroup> {
         marks.clear();
         this.refresh();
       },
-      onDelete: () => void verifyAndDelete(this.groups, marks, fallback),
+      onDelete: (permanent) => void verifyAndDelete(this.groups, marks, fallback, permanent),
     });
   }
 
@@ -163,7 +163,7 @@ export class GroupList implements ResultList<CopyGroup> {
       mayMark: (row) => row.copy !== null && mayChoose(row.group, marks.keys, row.copy.p),
       onRefused: () => toast(t('acLast')),
       onMarked: () => this.bar.update(),
-      onDelete: () => this.bar.delete(), // what is marked only: one copy must stay
+      onDelete: (_path, permanent) => this.bar.delete(undefined, permanent), // what is marked only: one copy must stay
       onActive: (row) => {
         if (row.copy) showHit({ ...row.copy, names: row.copy.names ?? [] }, row.group.s);
       },

@@ -70,7 +70,7 @@ export class HitList implements ResultList<Hit> {
         this.table?.refresh();
         this.bar.update();
       },
-      onDelete: () => openDeletion(this.marks.keys, { fallback, after: (gone) => this.marks.keepOnly((path) => !gone(path)) }),
+      onDelete: (permanent) => openDeletion(this.marks.keys, { fallback, permanent, after: (gone) => this.marks.keepOnly((path) => !gone(path)) }),
     });
   }
 
@@ -112,7 +112,7 @@ export class HitList implements ResultList<Hit> {
       onMarked: () => this.bar.update(),
       onActive: (hit) => showHit(hit, hit.s),
       onEnter: (hit) => void reveal(hit.p),
-      onDelete: (path) => this.bar.delete(path),
+      onDelete: (path, permanent) => this.bar.delete(path, permanent),
       onKey: (event, index) => this.copy(event, index),
       onSort: (word) => this.sortBy(word),
       decorate: (element, hit) => setAttribute(element, 'title', title(hit)),
