@@ -423,6 +423,26 @@ test('hits on a share are never deleted for the scan of a host that is on view',
   assert.deepEqual(sent.map((body) => [body.get('job'), ...body.getAll('p')]), [['1', paths[0]], ['0', paths[1]]]);
 });
 
+test('a host is remembered when its scan ends, and not again at a reload', async (t) => {
+  const { faults, folder, server, tab } = await opened(t, { files: { 'a.iso': 'a' } });
+  await server.post('/api/scan', { path: winPath(folder), kind: 'folder', label: 'x' });
+  let over = {};
+  faults.answers['/api/jobs'] = async ({ real }) => (await real()).map((job) => ({ ...job, path: 'ssh://nas/data', kind: 'ssh', method: 'ssh', ...over }));
+  over = { state: 'scanning' };
+  await tab.goto(`${faults.base}/#picker`);
+  const kept = () => tab.evaluate(() => JSON.parse(localStorage['vorda-hosts'] ?? '[]').map((host) => host.path));
+  await tab.getByRole('banner').getByRole('button', { name: /^Stop the scan/ }).waitFor();
+  over = {};
+  await becomes(kept, ['ssh://nas/data']);
+  await goTo(tab, 'picker', 'What do');
+  await tab.getByRole('button', { name: 'Forget: ssh://nas/data' }).click();
+  await becomes(kept, []);
+  await tab.reload();
+  await tab.getByRole('banner').getByRole('button', { name: /^Close the scan/ }).waitFor();
+  await settled(tab);
+  assert.deepEqual(await kept(), []);
+});
+
 test('a double click on Stop stops a scan and does not close it', async (t) => {
   const { faults, folder, tab } = await opened(t, { files: { 'a/one.iso': 'one' } });
   let stopped = false;

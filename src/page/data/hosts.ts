@@ -1,7 +1,7 @@
 // Remembers the hosts that were scanned over ssh, in this browser.
 import type { Job } from '../core/answers';
 import { hostAndFolder, hostsOf, withHost, type Host } from '../core/hosts';
-import { isHost } from '../core/job';
+import { isHost, isRunning } from '../core/job';
 import { changed, listen, state } from './state';
 
 const STORED = 'vorda-hosts';
@@ -31,14 +31,15 @@ export const forgetHost = (path: string): void => store(hosts().filter((one) => 
 // What a host's scan is called: as the user named it, or by host and folder.
 export const labelOf = (job: Job): string => (isHost(job) && (job.label === '' || job.label === job.path) ? known(job.path)?.name || hostAndFolder(job.path) : job.label);
 
-const seen = new Set<number>();
+const running = new Set<number>();
 
 listen((changes) => {
-  if (!changes.has('results')) return;
+  if (!changes.has('results') && !changes.has('jobs')) return;
   for (const job of state.jobs) {
+    if (isHost(job) && isRunning(job)) running.add(job.id);
     const doc = state.results.get(job.id);
-    if (!doc || !isHost(job) || seen.has(job.id)) continue;
-    seen.add(job.id);
+    // A scan that was there before the page says nothing about now.
+    if (!doc || !running.delete(job.id)) continue;
     store(withHost(hosts(), { path: job.path, name: known(job.path)?.name ?? '', scanned: Date.now(), free: doc.meta.volumeFree }));
   }
 });
