@@ -423,7 +423,7 @@ test('hits on a share are never deleted for the scan of a host that is on view',
   assert.deepEqual(sent.map((body) => [body.get('job'), ...body.getAll('p')]), [['1', paths[0]], ['0', paths[1]]]);
 });
 
-test('a host is remembered when its scan ends, and not again at a reload', async (t) => {
+test('a host is remembered when its scan ends, what is typed stays, and not again at a reload', async (t) => {
   const { faults, folder, server, tab } = await opened(t, { files: { 'a.iso': 'a' } });
   await server.post('/api/scan', { path: winPath(folder), kind: 'folder', label: 'x' });
   let over = {};
@@ -432,9 +432,12 @@ test('a host is remembered when its scan ends, and not again at a reload', async
   await tab.goto(`${faults.base}/#picker`);
   const kept = () => tab.evaluate(() => JSON.parse(localStorage['vorda-hosts'] ?? '[]').map((host) => host.path));
   await tab.getByRole('banner').getByRole('button', { name: /^Stop the scan/ }).waitFor();
+  await goTo(tab, 'picker', 'What do');
+  await tab.getByLabel('Path of a folder').fill('D:\\half');
   over = {};
   await becomes(kept, ['ssh://nas/data']);
-  await goTo(tab, 'picker', 'What do');
+  await tab.getByRole('button', { name: 'Forget: ssh://nas/data' }).waitFor();
+  assert.equal(await tab.getByLabel('Path of a folder').inputValue(), 'D:\\half');
   await tab.getByRole('button', { name: 'Forget: ssh://nas/data' }).click();
   await becomes(kept, []);
   await tab.reload();
