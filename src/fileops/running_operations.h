@@ -66,7 +66,8 @@ private:
     if (!changed_.wait_for(lock, most, [this] { return count_ == 0; })) return false;
     const auto answered = lastEnd_ + kAnswerSent;
     lock.unlock();
-    std::this_thread::sleep_until(answered);
+    // A thread may wake up a little early.
+    while (std::chrono::steady_clock::now() < answered) std::this_thread::sleep_until(answered);
     return true;
   }
 
