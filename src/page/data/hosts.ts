@@ -20,7 +20,7 @@ function store(list: Host[]): void {
   } catch {
     // Without storage they are forgotten with the tab.
   }
-  changed('jobs'); // the picker lists them anew, and keeps what is typed in it
+  changed('jobs'); // the picker lists them again and keeps what is typed in it
 }
 
 const known = (path: string): Host | undefined => hosts().find((one) => one.path === path);
