@@ -113,7 +113,7 @@ void TreeUpdate::removePath(std::wstring_view path, bool isFolder, std::uint64_t
   gone.files = files;
   // A link is in no scan, but turbo lists files whose contents are kept by a reparse point.
   goneFiles_.emplace(FileKey{*parent, lowerCase(lastName(path))},
-                     GoneFile{gone, isListed || files == 0});
+                     GoneFile{std::wstring(lastName(path)), gone, isListed || files == 0});
 }
 
 // The index in this tree of each surveyed folder, added if missing. A survey lists the
@@ -238,23 +238,41 @@ void TreeUpdate::listAgain() {
   }
 }
 
-void TreeUpdate::finish() {
-  TypeTotals keptTypes; // of kept files whose folder was emptied
-  std::vector<FileEntry>& files = result_.files;
-  std::erase_if(files, [this, &keptTypes](const FileEntry& file) {
-    const bool relisted = result_.links.complete && file.link != kNoLink;
+TreeUpdate::GoneFile* TreeUpdate::goneFileOf(const FileEntry& file) {
+  if (goneFiles_.empty()) return nullptr;
+  const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
+  return gone == goneFiles_.end() ? nullptr : &gone->second;
+}
+
+// Takes the entries of what is gone out of the list, and their figures from there. Of names that differ
+// only in case, the one as it was deleted goes, or else the first.
+void TreeUpdate::unlist(TypeTotals& keptTypes) {
+  for (const FileEntry& file : result_.files) {
+    GoneFile* gone = goneFileOf(file);
+    if (gone != nullptr && gone->name == file.name) gone->isExact = true;
+  }
+  std::erase_if(result_.files, [this, &keptTypes](const FileEntry& file) {
+    const TypeTotal total = {file.size, 1, file.disk, file.disk, file.cloud};
     if (file.folder < emptied_.size() && emptied_[file.folder]) {
-      addToType(keptTypes, file.name, {file.size, 1, file.disk, file.disk, file.cloud});
-      if (relisted) relisted_.insert_or_assign(file.link, file);
-      return true;
+      addToType(keptTypes, file.name, total);
+    } else {
+      GoneFile* gone = goneFileOf(file);
+      if (gone == nullptr || gone->isMet) return false;
+      if (gone->isExact && gone->name != file.name) return false;
+      gone->total = total;
+      gone->isMet = true;
     }
-    if (goneFiles_.empty()) return false;
-    const auto gone = goneFiles_.find({file.folder, lowerCase(file.name)});
-    if (gone == goneFiles_.end()) return false;
-    gone->second = {{file.size, 1, file.disk, file.disk, file.cloud}, false};
-    if (relisted) relisted_.insert_or_assign(file.link, file);
+    if (result_.links.complete && file.link != kNoLink) {
+      relisted_.insert_or_assign(file.link, file);
+    }
     return true;
   });
+}
+
+void TreeUpdate::finish() {
+  TypeTotals keptTypes; // of kept files whose folder was emptied
+  unlist(keptTypes);
+  std::vector<FileEntry>& files = result_.files;
   files.insert(files.end(), newFiles_.begin(), newFiles_.end());
 
   // Subtracts what was measured, and at least what the list of kept files contained. Files that
@@ -269,7 +287,7 @@ void TreeUpdate::finish() {
     gone.cloud = std::max(gone.cloud, total.cloud);
   }
   for (const auto& [key, file] : goneFiles_) {
-    TypeTotal gone = file.isListed ? TypeTotal() : file.total;
+    TypeTotal gone = file.isListed && !file.isMet ? TypeTotal() : file.total;
     if (!disk_.removeFile(key.first, key.second, gone)) {
       FolderEntry& folder = result_.folders[key.first];
       take(folder.ownBytes, gone.bytes);

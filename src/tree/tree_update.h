@@ -46,8 +46,11 @@ public:
 private:
   using FileKey = std::pair<std::uint32_t, std::wstring>; // folder index, lower-case name
   struct GoneFile {
+    std::wstring name; // as it was deleted
     TypeTotal total;
-    bool isListed = false; // and was not met in the list yet
+    bool isListed = false; // if the scan knew it
+    bool isExact = false;  // the list has it in the same case
+    bool isMet = false;    // and its entry left the list
   };
 
   void addToAncestors(std::uint32_t folder, std::uint64_t bytes, std::uint64_t files);
@@ -57,6 +60,8 @@ private:
   std::vector<std::uint32_t> withDescendants(std::uint32_t folder) const;
   void clear(std::uint32_t folder);
   std::vector<std::uint32_t> placesOf(const FolderTable& survey, std::uint32_t folder);
+  GoneFile* goneFileOf(const FileEntry& file);
+  void unlist(TypeTotals& keptTypes);
   void listAgain();
 
   ScanResult& result_;

@@ -85,6 +85,22 @@ TEST_CASE("a listed file that looks like a link leaves the list when it goes") {
   checkLikeFreshScan(app, *job);
 }
 
+TEST_CASE("of two files whose names differ only in case, the one that went leaves the list") {
+  for (const bool first : {true, false}) {
+    App app;
+    DiskNode* stays = &app.disk->add(L"C:\\r\\Film.iso", 60 * kMiB);
+    DiskNode* goes = &app.disk->add(L"C:\\r\\other", 70 * kMiB);
+    goes->name = L"film.ISO";
+    const auto job = app.scanJob("C:%5Cr");
+    if (first) std::swap(stays, goes);
+    // The system finds the one that is spelled alike.
+    const std::wstring name = std::exchange(stays->name, L"aside");
+    app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5C" + toUtf8(goes->name));
+    stays->name = name;
+    checkLikeFreshScan(app, *job);
+  }
+}
+
 TEST_CASE("after turbo, a file with several names counts at the first that is left") {
   const std::vector<std::vector<std::string>> rows = {
       {"b%5Ctwo.iso", "a%5Cone.iso", "c%5Cthree.bin"},
