@@ -170,6 +170,7 @@ HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& fold
   // Locked in order of job number, so that two of these requests cannot deadlock.
   std::vector<std::unique_lock<std::mutex>> locks;
   for (const auto& job : touched) locks.emplace_back(job->fileOperation);
+  std::erase_if(touched, [](const auto& job) { return !isUsable(*job); }); // failed meanwhile
   BinsOfDrives bins(machine, folders);
   for (const auto& job : touched) bins.measure(job->result.rootPath);
   BinFigures figures;

@@ -389,23 +389,27 @@ TEST_CASE("all scans that hold a deleted path are brought up to date") {
   }
 }
 
-TEST_CASE("a scan that fails while a deletion waits for it is left alone") {
-  App app;
-  fill(*app.disk);
-  const auto job = app.scanJob("C:%5Cr");
-  std::string told;
-  std::unique_lock other(job->fileOperation);
-  std::thread waiting(
-      [&] { told = app.told("POST", "/api/delete", "permanent=1&job=1&p=C:%5Cr%5Ctop.bin"); });
-  while (!app.state.operations.any()) std::this_thread::yield();
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  failJob(*job);
-  other.unlock();
-  waiting.join();
-  CHECK(told.starts_with("200 {\"deleted\":1,"));
-  CHECK(app.disk->at(L"C:\\r\\top.bin") == nullptr);
-  CHECK(job->document == nullptr);
-  CHECK(job->freed == 0);
+TEST_CASE("a scan that fails while a file operation waits for it is left alone") {
+  for (const char* path : {"/api/delete", "/api/emptybin"}) {
+    CAPTURE(path);
+    App app;
+    fill(*app.disk);
+    const auto job = app.scanJob("C:%5Cr");
+    app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Cb");
+    std::string told;
+    std::unique_lock other(job->fileOperation);
+    std::thread waiting(
+        [&] { told = app.told("POST", path, "permanent=1&job=1&p=C:%5Cr%5Ctop.bin"); });
+    while (!app.state.operations.any()) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    failJob(*job);
+    other.unlock();
+    waiting.join();
+    CHECK(told.starts_with("200 "));
+    CHECK((app.disk->at(L"C:\\r\\top.bin") == nullptr) == (path == std::string("/api/delete")));
+    CHECK(job->document == nullptr);
+    CHECK(job->freed == 0);
+  }
 }
 
 TEST_CASE("what stays is named with its reason, if that is asked for") {
