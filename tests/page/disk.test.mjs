@@ -204,8 +204,12 @@ test('duplicates on two drives: one copy stays, the others are compared again an
 });
 
 test('emptying temporary folders, then the recycle bin', needs('prefixes'), async (t) => {
-  const { tab, server, d, trash, lastLogged } = await machine(t, { d: { ...TEMP, 'a.raw': 70 * MiB }, section: 'advice', title: 'Advice' });
+  const { tab, server, d, trash, lastLogged } = await machine(t, { d: { ...TEMP, 'a.raw': 70 * MiB }, section: 'largest', title: 'Largest files' });
   await server.post('/api/delete', { p: 'D:\\a.raw', job: '1', permanent: '0' });
+  await mark(tab.getByRole('grid'), 'setup.log');
+  await goTo(tab, 'advice', 'Advice');
+  const marked = tab.getByText('1 item selected');
+  await marked.waitFor();
   const card = tab.getByRole('article', { name: 'Temporary files' });
   await says(card, 'D:\\Windows\\Temp');
   assert.deepEqual([await card.getByRole('checkbox').count(), await card.locator('[href="#i-lock"]').count()], [0, 0], 'emptied as a whole, and not locked');
@@ -220,6 +224,7 @@ test('emptying temporary folders, then the recycle bin', needs('prefixes'), asyn
   assert.deepEqual([namesIn(`${d}/Windows/Temp`), namesIn(`${d}/Windows`)], [[], ['Temp', 'win.ini']]);
   assert.equal(lastLogged(), 'LEEGGEMAAKT  1263534080  D:\\Windows\\Temp  (2 weg, 0 overgeslagen)');
   await says(tab, 'Nothing stands out in this scan.');
+  await marked.waitFor({ state: 'hidden' });
 
   await goTo(tab, 'overview', 'Overview');
   const binned = tab.getByText('Of it in the recycle bin since the scan');

@@ -13,6 +13,7 @@ import { openDialog, type Dialog } from '../ui/dialog';
 import { button, el, fill, icon, rest, setText } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
 import { announce } from '../ui/toast';
+import { forgetInside } from './deletion';
 import { afterwards, freeLine, goingTable, renewDrives, stayingTable, working, type Staying } from './review';
 
 // What is emptied: the recycle bin of all drives, or the folders that a finding of a scan lists.
@@ -59,14 +60,15 @@ async function check(dialog: Dialog, stay: HTMLButtonElement, sources: readonly 
     const looks = [];
     for (const source of sources) looks.push(await (isBin(source) ? lookInBins() : lookInFolders(source)));
     await renewDrives();
-    if (dialog.element.isConnected) show(dialog, stay, sources, { rows: looks.flatMap((look) => look.rows), stays: looks.flatMap((look) => look.stays) });
+    if (dialog.element.isConnected) show(dialog, stay, sources, looks);
   } catch (error) {
     fill(dialog.body, failureNotice(messageOf(error), () => void check(dialog, stay, sources), ''));
   }
 }
 
-function show(dialog: Dialog, stay: HTMLButtonElement, sources: readonly Source[], { rows, stays }: Look): void {
-  rows.sort((a, b) => b.bytes - a.bytes);
+function show(dialog: Dialog, stay: HTMLButtonElement, sources: readonly Source[], looks: readonly Look[]): void {
+  const rows = looks.flatMap((look) => look.rows).sort((a, b) => b.bytes - a.bytes);
+  const stays = looks.flatMap((look) => look.stays);
   const files = rows.reduce((sum, row) => sum + row.files, 0);
   const amount = { items: t('nItems', { n: files }), size: size(rows.reduce((sum, row) => sum + row.bytes, 0)) };
   fill(dialog.body,
@@ -78,11 +80,11 @@ function show(dialog: Dialog, stay: HTMLButtonElement, sources: readonly Source[
     setText(stay, t('close'));
     return;
   }
-  const go = button(t('cleanGo', amount), () => void run(dialog, stay, go, sources), { icon: 'broom', class: 'danger first' });
+  const go = button(t('cleanGo', amount), () => void run(dialog, stay, go, sources, looks), { icon: 'broom', class: 'danger first' });
   dialog.ends.append(go);
 }
 
-async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sources: readonly Source[]): Promise<void> {
+async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sources: readonly Source[], looks: readonly Look[]): Promise<void> {
   dialog.busy = true;
   rest(stay, true);
   stay.focus();
@@ -93,7 +95,7 @@ async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sou
   for (const [at, source] of sources.entries()) {
     work.at(phrase('a_', source.what), sources.length > 1 ? at / sources.length : undefined);
     try {
-      lines.push(...await empty(source));
+      lines.push(...await empty(source, looks[at]!.rows));
     } catch (error) {
       lines.push(`${phrase('a_', source.what)}: ${messageOf(error)}`);
     }
@@ -109,7 +111,7 @@ async function run(dialog: Dialog, stay: HTMLButtonElement, go: HTMLElement, sou
   stay.focus();
 }
 
-async function empty(source: Source): Promise<string[]> {
+async function empty(source: Source, rows: readonly Going[]): Promise<string[]> {
   if (isBin(source)) {
     const { items, bytes } = await form<{ bytes: number; items: number }>('/api/emptybin', {});
     return [items > 0 ? t('emptyBinDone', { n: items, size: size(bytes) }) : t('emptyBinEmpty')];
@@ -117,6 +119,7 @@ async function empty(source: Source): Promise<string[]> {
   const answer = await form<CleanupAnswer>('/api/cleanup', { ...source });
   const lines = [`${phrase('a_', source.what)}: ${t('adCleanDone', { n: answer.deleted, size: size(answer.bytes) })}`];
   if (answer.skipped > 0) lines.push(t('adCleanSkipped', { n: answer.skipped }));
+  else forgetInside(rows.map((row) => row.path));
   if (answer.logged === false) lines.push(t('delNotLogged'));
   return lines;
 }

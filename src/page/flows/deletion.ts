@@ -5,7 +5,7 @@ import { missedBin } from '../core/bin';
 import { messageOf } from '../core/failure';
 import { failure, percent, phrase, size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
-import { trimEnd } from '../core/paths';
+import { liesBelow, trimEnd } from '../core/paths';
 import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Gain, type Outcome, type Part, type Plan } from '../core/plan';
 import { goingOf, requestsFor, type Going } from '../core/review';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
@@ -284,11 +284,16 @@ function removeGone(plan: Plan, deleted: number, problem: boolean, options: Dele
   else void forgetMissing(plan.wouldDelete, options);
 }
 
-function forget(gone: (path: string) => boolean, options: DeletionOptions): void {
+function forget(gone: (path: string) => boolean, { after }: DeletionOptions): void {
   unmarkEverywhere(gone);
-  options.after?.(gone);
+  after?.(gone);
   dropFromSearches(gone);
   changed('selection');
+}
+
+// The same for everything inside folders that were emptied.
+export function forgetInside(folders: readonly string[]): void {
+  forget((path) => folders.some((folder) => liesBelow(folder, path)), {});
 }
 
 async function forgetMissing(paths: string[], options: DeletionOptions): Promise<void> {
