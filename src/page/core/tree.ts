@@ -65,12 +65,12 @@ function fromScan(path: string, node: TreeNode | undefined): Contents {
 
 export class ScanTree {
   readonly root: Entry;
-  private readonly nodes = new Map<string, TreeNode>();
-  private readonly keptFiles = new Map<string, FileItem[]>();
-  private readonly fetched = new Map<string, Fetched>();
-  private readonly made = new Map<string, Entry[]>();
-  private readonly arranged = new Map<string, Entry[]>();
-  private order = SIZE_ORDER;
+  readonly #nodes = new Map<string, TreeNode>();
+  readonly #keptFiles = new Map<string, FileItem[]>();
+  readonly #fetched = new Map<string, Fetched>();
+  readonly #made = new Map<string, Entry[]>();
+  readonly #arranged = new Map<string, Entry[]>();
+  #order = SIZE_ORDER;
 
   constructor(doc: ResultDoc) {
     const top = doc.tree ?? { n: doc.meta.path, s: doc.meta.used, f: doc.meta.files };
@@ -78,16 +78,16 @@ export class ScanTree {
     const waiting: [TreeNode, string][] = [[top, top.n]];
     for (let next = waiting.pop(); next; next = waiting.pop()) {
       const [node, path] = next;
-      this.nodes.set(path, node);
+      this.#nodes.set(path, node);
       for (const child of node.c ?? []) {
         if (!child.rest) waiting.push([child, joinPath(path, child.n)]);
       }
     }
     for (const file of doc.files) {
       const folder = this.folderOf(file.p);
-      const list = this.keptFiles.get(folder);
+      const list = this.#keptFiles.get(folder);
       if (list) list.push(file);
-      else this.keptFiles.set(folder, [file]);
+      else this.#keptFiles.set(folder, [file]);
     }
   }
 
@@ -98,71 +98,71 @@ export class ScanTree {
     return trimEnd(folder) === trimEnd(this.root.path) ? this.root.path : folder;
   }
 
-  private update(path: string, change: Partial<Fetched>): void {
-    this.fetched.set(path, { ...this.fetched.get(path), ...change });
-    this.made.delete(path);
-    this.arranged.delete(path);
+  #update(path: string, change: Partial<Fetched>): void {
+    this.#fetched.set(path, { ...this.#fetched.get(path), ...change });
+    this.#made.delete(path);
+    this.#arranged.delete(path);
   }
 
   startLoading(path: string): void {
-    this.update(path, { loading: true, failed: undefined });
+    this.#update(path, { loading: true, failed: undefined });
   }
 
   setFolders(path: string, dirs: DirsAnswer): void {
-    this.update(path, dirs.error ? { loading: false, failed: dirs.error } : { loading: false, dirs });
+    this.#update(path, dirs.error ? { loading: false, failed: dirs.error } : { loading: false, dirs });
   }
 
   // A page of a folder's files, which continues what is known of them or replaces it.
   setFiles(path: string, files: FilesAnswer, from = 0): void {
-    const known = this.fetched.get(path)?.files;
+    const known = this.#fetched.get(path)?.files;
     if (from > 0 && known?.files.length !== from) return;
-    this.update(path, { files: from > 0 && known ? { ...files, files: [...known.files, ...files.files] } : files });
+    this.#update(path, { files: from > 0 && known ? { ...files, files: [...known.files, ...files.files] } : files });
   }
 
   setFailed(path: string, word: string): void {
-    this.update(path, { loading: false, failed: word });
+    this.#update(path, { loading: false, failed: word });
   }
 
   // Whether this folder's children should be requested from the server.
   needsLoading(path: string): boolean {
-    const known = this.fetched.get(path);
+    const known = this.#fetched.get(path);
     return !known?.dirs && !known?.loading;
   }
 
   filesOf(path: string): FilesAnswer | undefined {
-    return this.fetched.get(path)?.files;
+    return this.#fetched.get(path)?.files;
   }
 
   // The known contents of a folder, largest first.
   entries(path: string): readonly Entry[] {
-    let list = this.made.get(path);
+    let list = this.#made.get(path);
     if (!list) {
-      list = this.make(path);
-      this.made.set(path, list);
+      list = this.#make(path);
+      this.#made.set(path, list);
     }
     return list;
   }
 
   // The same in an order of the user's choice.
   arrangedEntries(path: string, order: Order): readonly Entry[] {
-    if (order !== this.order) {
-      this.order = order;
-      this.arranged.clear();
+    if (order !== this.#order) {
+      this.#order = order;
+      this.#arranged.clear();
     }
-    let list = this.arranged.get(path);
+    let list = this.#arranged.get(path);
     if (!list) {
       list = sortEntries([...this.entries(path)], order);
-      this.arranged.set(path, list);
+      this.#arranged.set(path, list);
     }
     return list;
   }
 
-  private make(path: string): Entry[] {
-    const known = this.fetched.get(path);
-    const { list, loose, looseFiles } = known?.dirs ? fromServer(path, known.dirs) : fromScan(path, this.nodes.get(path));
-    const files = this.filesIn(path);
+  #make(path: string): Entry[] {
+    const known = this.#fetched.get(path);
+    const { list, loose, looseFiles } = known?.dirs ? fromServer(path, known.dirs) : fromScan(path, this.#nodes.get(path));
+    const files = this.#filesIn(path);
     for (const file of files) list.push(file);
-    const rest = loose && this.restOf(path, without(loose, files), Math.max(0, looseFiles - files.length));
+    const rest = loose && this.#restOf(path, without(loose, files), Math.max(0, looseFiles - files.length));
     if (rest) list.push(rest);
     sortEntries(list, SIZE_ORDER);
     if (known?.failed) list.push(restEntry('failed', path, { s: 0 }, 0));
@@ -171,8 +171,8 @@ export class ScanTree {
   }
 
   // What stands for the files of a folder that are not listed by name.
-  private restOf(path: string, sizes: Sized, number: number): Entry | null {
-    const live = this.fetched.get(path)?.files;
+  #restOf(path: string, sizes: Sized, number: number): Entry | null {
+    const live = this.#fetched.get(path)?.files;
     const unlisted = live ? live.total - live.files.length : 0;
     if (unlisted > 0) return restEntry('more', path, sizes, unlisted, unlisted);
     if (sizes.s === 0 && !sizes.a && !sizes.x) return null;
@@ -180,15 +180,15 @@ export class ScanTree {
   }
 
   // The files directly in a folder: the current ones if they were fetched, else those that the scan kept.
-  private filesIn(path: string): Entry[] {
-    const live = this.fetched.get(path)?.files;
+  #filesIn(path: string): Entry[] {
+    const live = this.#fetched.get(path)?.files;
     if (live) return live.files.map((file) => fileEntry(joinPath(path, file.n), file.n, file));
-    return (this.keptFiles.get(path) ?? []).map((file) => fileEntry(file.p, file.p.slice(joinPath(path, '').length), file));
+    return (this.#keptFiles.get(path) ?? []).map((file) => fileEntry(file.p, file.p.slice(joinPath(path, '').length), file));
   }
 
   // Whether a folder can be opened, that is, has any contents.
   opens(item: Entry): boolean {
-    return isFolder(item) && (item.f > 0 || item.s > 0 || (this.nodes.get(item.path)?.c?.length ?? 0) > 0);
+    return isFolder(item) && (item.f > 0 || item.s > 0 || (this.#nodes.get(item.path)?.c?.length ?? 0) > 0);
   }
 
   // The entry with this path, if it is known.

@@ -12,34 +12,36 @@ const interval = (): number => (document.hidden ? HIDDEN_POLL_MS : POLL_MS);
 export const pollPause = (): Promise<void> => new Promise((resolve) => setTimeout(resolve, interval()));
 
 export class Poller {
-  private timer = 0;
-  private failures = 0; // rounds in a row in which the server could not be reached
-  private busy = false;
-  private again = false;
+  #timer = 0;
+  #failures = 0; // rounds in a row in which the server could not be reached
+  #busy = false;
+  #again = false;
+  readonly #ask: () => Promise<boolean>;
 
   // `ask` makes the request and deals with its failure; it returns whether to go on.
-  constructor(private readonly ask: () => Promise<boolean>) {
+  constructor(ask: () => Promise<boolean>) {
+    this.#ask = ask;
     document.addEventListener('visibilitychange', () => {
-      if (!document.hidden && this.timer !== 0) void this.poll();
+      if (!document.hidden && this.#timer !== 0) void this.poll();
     });
   }
 
   // Asks now. During a request, asks once more as soon as that has ended.
   async poll(): Promise<void> {
-    clearTimeout(this.timer);
-    this.timer = 0;
-    this.again = this.busy;
-    if (this.busy) return;
-    this.busy = true;
+    clearTimeout(this.#timer);
+    this.#timer = 0;
+    this.#again = this.#busy;
+    if (this.#busy) return;
+    this.#busy = true;
     let goOn: boolean;
     do {
-      this.again = false;
-      goOn = await this.ask();
-    } while (this.again);
-    this.busy = false;
-    this.failures = state.offline ? this.failures + 1 : 0;
+      this.#again = false;
+      goOn = await this.#ask();
+    } while (this.#again);
+    this.#busy = false;
+    this.#failures = state.offline ? this.#failures + 1 : 0;
     if (!goOn || state.ended) return;
-    const wait = Math.min(MAX_WAIT_MS, interval() * 2 ** Math.min(MAX_DOUBLINGS, this.failures));
-    this.timer = window.setTimeout(() => void this.poll(), wait);
+    const wait = Math.min(MAX_WAIT_MS, interval() * 2 ** Math.min(MAX_DOUBLINGS, this.#failures));
+    this.#timer = window.setTimeout(() => void this.poll(), wait);
   }
 }

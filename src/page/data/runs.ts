@@ -10,20 +10,27 @@ import { Poller, pollPause } from './poller';
 import { changed, state, type Change } from './state';
 
 export class BackgroundRun<A extends Running> {
-  private readonly poller = new Poller(() => this.ask());
-  private asked = false;
-  private own = false; // started or seen running in this tab
+  readonly #poller = new Poller(() => this.#ask());
+  #asked = false;
+  #own = false; // started or seen running in this tab
+  readonly #path: string;
+  readonly #keep: (answer: A) => void;
+  readonly #empty: (answer: A) => boolean;
 
   // `empty` tells whether an answer found nothing.
-  constructor(private readonly path: string, readonly change: Change, private readonly keep: (answer: A) => void, private readonly empty: (answer: A) => boolean) {}
+  constructor(path: string, readonly change: Change, keep: (answer: A) => void, empty: (answer: A) => boolean) {
+    this.#path = path;
+    this.#keep = keep;
+    this.#empty = empty;
+  }
 
-  private async ask(): Promise<boolean> {
+  async #ask(): Promise<boolean> {
     try {
-      const answer = await api<A>(this.path);
-      this.own ||= answer.running;
+      const answer = await api<A>(this.#path);
+      this.#own ||= answer.running;
       // That another tab found nothing says nothing here.
-      if (!this.own && this.empty(answer)) return false;
-      this.keep(answer);
+      if (!this.#own && this.#empty(answer)) return false;
+      this.#keep(answer);
       changed(this.change);
       return answer.running;
     } catch (error) {
@@ -33,23 +40,23 @@ export class BackgroundRun<A extends Running> {
 
   // Asks for the state of the search, and goes on asking while it runs.
   follow(): Promise<void> {
-    this.asked = true;
-    return this.poller.poll();
+    this.#asked = true;
+    return this.#poller.poll();
   }
 
   // A search may already be there when the page opens.
   async followOnce(): Promise<void> {
-    if (!this.asked) await this.follow();
+    if (!this.#asked) await this.follow();
   }
 
   // Starts the search; if another one is running, that one is followed instead. Returns the text of the
   // failure, or ''.
   async start(fields: Record<string, FieldValue>): Promise<string> {
     try {
-      const answer = await form<A>(this.path, fields);
+      const answer = await form<A>(this.#path, fields);
       if (answer.started === false) toast(t('fiBusy'));
-      this.own = true;
-      this.keep({ running: true } as A);
+      this.#own = true;
+      this.#keep({ running: true } as A);
       changed(this.change);
       await this.follow();
       return '';
@@ -60,7 +67,7 @@ export class BackgroundRun<A extends Running> {
 
   async stop(): Promise<void> {
     try {
-      await form(this.path, { cancel: '1' });
+      await form(this.#path, { cancel: '1' });
       await this.follow();
     } catch (error) {
       toastFailure(error);

@@ -69,14 +69,18 @@ function noResult(job: Job, lost: string | undefined): HTMLElement {
 
 class ResultSection implements Screen {
   readonly root: HTMLElement;
-  private readonly top = el('div', { class: 'top' });
-  private shownFor = '';
-  private shownDoc: ResultDoc | undefined;
-  private inner: ResultScreen | null = null;
-  private panel: ProgressPanel | null = null;
+  readonly #top = el('div', { class: 'top' });
+  #shownFor = '';
+  #shownDoc: ResultDoc | undefined;
+  #inner: ResultScreen | null = null;
+  #panel: ProgressPanel | null = null;
+  readonly #title: PlainKey;
+  readonly #make: MakeResultScreen;
 
-  constructor(private readonly title: PlainKey, private readonly make: MakeResultScreen, fills: boolean, readonly detailed: boolean, readonly drawer: boolean) {
-    this.root = el('div', { class: fills ? 'screen fills' : 'screen' }, this.top);
+  constructor(title: PlainKey, make: MakeResultScreen, fills: boolean, readonly detailed: boolean, readonly drawer: boolean) {
+    this.#title = title;
+    this.#make = make;
+    this.root = el('div', { class: fills ? 'screen fills' : 'screen' }, this.#top);
     this.update(new Set());
   }
 
@@ -86,55 +90,55 @@ class ResultSection implements Screen {
     const lost = state.resultErrors.get(state.view);
     const kind = !job ? 'none' : doc ? 'result' : hasFailed(job) || lost !== undefined ? 'lost' : 'waiting';
     const wanted = `${kind} ${state.view} ${kind === 'lost' ? lost : ''} ${job?.gone ?? ''}`;
-    if (wanted === this.shownFor && (doc === this.shownDoc || this.inner?.keeps)) {
-      this.shownDoc = doc;
-      if (job) this.panel?.update(job);
-      if (doc) this.inner?.update?.(changes, doc);
+    if (wanted === this.#shownFor && (doc === this.#shownDoc || this.#inner?.keeps)) {
+      this.#shownDoc = doc;
+      if (job) this.#panel?.update(job);
+      if (doc) this.#inner?.update?.(changes, doc);
       return;
     }
     this.leave();
-    this.shownFor = wanted;
-    this.shownDoc = doc;
-    if (!job) this.show(noScan());
-    else if (doc) this.showResult(job, doc);
-    else if (kind === 'lost') this.show(noResult(job, lost));
-    else this.showProgress(job);
+    this.#shownFor = wanted;
+    this.#shownDoc = doc;
+    if (!job) this.#show(noScan());
+    else if (doc) this.#showResult(job, doc);
+    else if (kind === 'lost') this.#show(noResult(job, lost));
+    else this.#showProgress(job);
   }
 
   leave(): void {
-    this.inner?.leave?.();
-    this.inner = null;
-    this.panel = null;
+    this.#inner?.leave?.();
+    this.#inner = null;
+    this.#panel = null;
   }
 
-  private showResult(job: Job, doc: ResultDoc): void {
+  #showResult(job: Job, doc: ResultDoc): void {
     try {
-      this.inner = this.make(job, doc);
+      this.#inner = this.#make(job, doc);
     } catch (error) {
-      this.show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
+      this.#show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
       return;
     }
     const warning = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
-    this.show([
+    this.#show([
       job.gone ? warning(t('rootGone')) : null,
       doc.meta.partial ? warning(phrase('ovPartial_', doc.meta.partial)) : null,
-      this.inner.content,
-    ], this.inner.top);
+      this.#inner.content,
+    ], this.#inner.top);
   }
 
-  private showProgress(job: Job): void {
-    this.panel = progressPanel(job);
-    this.show(this.panel.root);
+  #showProgress(job: Job): void {
+    this.#panel = progressPanel(job);
+    this.#show(this.#panel.root);
   }
 
   // The focus stays on the same control, or else goes to the heading.
-  private show(content: Child, beside?: Child): void {
+  #show(content: Child, beside?: Child): void {
     const active = this.root.contains(document.activeElement) ? document.activeElement : null;
     const key = active && (active.id || active.getAttribute('data-key'));
-    const title = heading(t(this.title));
-    this.top.replaceChildren(title);
-    append(this.top, beside);
-    this.root.replaceChildren(this.top);
+    const title = heading(t(this.#title));
+    this.#top.replaceChildren(title);
+    append(this.#top, beside);
+    this.root.replaceChildren(this.#top);
     append(this.root, content);
     if (active) (this.root.querySelector<HTMLElement>(`[data-key="${CSS.escape(key ?? '')}"]`) ?? title).focus();
   }

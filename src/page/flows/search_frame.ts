@@ -43,87 +43,89 @@ const nothingToSearch = (): HTMLElement =>
 export class SearchFrame<A extends Running, H> implements Screen {
   readonly root: HTMLElement;
   readonly detailed = true;
-  private readonly problem = el('p', { class: 'wrong', role: 'alert' });
-  private readonly status = el('p');
-  private readonly notes = el('div', { class: 'stack small muted' });
-  private readonly formPlace = el('div', {});
-  private readonly results = el('div', { class: 'stack results' });
-  private readonly stop: HTMLButtonElement;
-  private readonly go: HTMLButtonElement;
-  private shownHits: readonly H[] | undefined;
-  private listOpen = false;
-  private readonly scans = el('div', {});
-  private scansShown = '';
-  private formShown: boolean | null = null;
-  private wasRunning = false;
+  readonly #problem = el('p', { class: 'wrong', role: 'alert' });
+  readonly #status = el('p');
+  readonly #notes = el('div', { class: 'stack small muted' });
+  readonly #formPlace = el('div', {});
+  readonly #results = el('div', { class: 'stack results' });
+  readonly #stop: HTMLButtonElement;
+  readonly #go: HTMLButtonElement;
+  #shownHits: readonly H[] | undefined;
+  #listOpen = false;
+  readonly #scans = el('div', {});
+  #scansShown = '';
+  #formShown: boolean | null = null;
+  #wasRunning = false;
+  readonly #search: Search<A, H>;
 
-  constructor(private readonly search: Search<A, H>) {
+  constructor(search: Search<A, H>) {
+    this.#search = search;
     const { title, intro, go, run, bar } = search;
-    this.stop = button(t('fiStop'), () => void run.stop(), { icon: 'stop' });
-    this.go = button(t(go.text), () => void this.begin(), { icon: go.icon, class: 'first' });
+    this.#stop = button(t('fiStop'), () => void run.stop(), { icon: 'stop' });
+    this.#go = button(t(go.text), () => void this.#begin(), { icon: go.icon, class: 'first' });
     this.root = el('div', { class: 'screen fills' },
       el('div', { class: 'top' }, heading(t(title)), el('span', { class: 'muted' }, t(intro)), detailsButton()),
-      this.formPlace, el('div', { class: 'line' }, this.status, el('span', { class: 'push' }, this.stop)), bar, this.notes, this.results);
-    this.showAll();
+      this.#formPlace, el('div', { class: 'line' }, this.#status, el('span', { class: 'push' }, this.#stop)), bar, this.#notes, this.#results);
+    this.#showAll();
     void run.followOnce();
   }
 
   update(changes: Changes): void {
     // A saved search or another section has filled in the form.
-    if (changes.has('section')) this.formShown = null;
-    if (changes.has('section') || changes.has(this.search.run.change) || changes.has('jobs') || changes.has('results')) this.showAll();
+    if (changes.has('section')) this.#formShown = null;
+    if (changes.has('section') || changes.has(this.#search.run.change) || changes.has('jobs') || changes.has('results')) this.#showAll();
   }
 
   leave(): void {
-    this.search.list.leave();
+    this.#search.list.leave();
   }
 
-  private async begin(): Promise<void> {
-    setText(this.problem, await this.search.start());
+  async #begin(): Promise<void> {
+    setText(this.#problem, await this.#search.start());
   }
 
-  private showAll(): void {
-    const answer = this.search.answer();
-    this.showForm();
-    this.showStatus(answer);
-    fill(this.notes, this.search.notes(answer));
-    this.showHits(answer ? this.search.hitsOf(answer) : undefined);
+  #showAll(): void {
+    const answer = this.#search.answer();
+    this.#showForm();
+    this.#showStatus(answer);
+    fill(this.#notes, this.#search.notes(answer));
+    this.#showHits(answer ? this.#search.hitsOf(answer) : undefined);
   }
 
-  private showForm(): void {
+  #showForm(): void {
     const scans = searchable();
     const named = JSON.stringify(scans.map((job) => [job.id, nameOf(job)]));
-    if (named !== this.scansShown) fill(this.scans, this.search.scans());
-    this.scansShown = named;
+    if (named !== this.#scansShown) fill(this.#scans, this.#search.scans());
+    this.#scansShown = named;
     const possible = scans.length > 0;
-    if (possible === this.formShown) return;
-    this.formShown = possible;
-    const focused = this.formPlace.contains(document.activeElement);
-    fill(this.formPlace, possible ? el('section', { class: 'panel stack' }, this.search.form(this.go, () => void this.begin(), this.scans), this.problem) : nothingToSearch());
-    if (focused) this.formPlace.querySelector('button')?.focus();
+    if (possible === this.#formShown) return;
+    this.#formShown = possible;
+    const focused = this.#formPlace.contains(document.activeElement);
+    fill(this.#formPlace, possible ? el('section', { class: 'panel stack' }, this.#search.form(this.#go, () => void this.#begin(), this.#scans), this.#problem) : nothingToSearch());
+    if (focused) this.#formPlace.querySelector('button')?.focus();
   }
 
-  private showStatus(answer: A | null): void {
-    const { search, stop, go, status } = this;
+  #showStatus(answer: A | null): void {
+    const [search, status] = [this.#search, this.#status];
     const running = answer?.running === true;
-    rest(go, running);
-    if (!running && document.activeElement === stop) go.focus();
-    search.bar.hidden = stop.hidden = !running;
+    rest(this.#go, running);
+    if (!running && document.activeElement === this.#stop) this.#go.focus();
+    search.bar.hidden = this.#stop.hidden = !running;
     if (!answer) setText(status, '');
     else if (running) setText(status, search.running(answer));
     else if (answer.error) setText(status, failure(answer.error));
     else setText(status, search.hitsOf(answer) ? search.found(answer) : '');
-    if (this.wasRunning && !running && status.textContent && !answer?.error) announce(status.textContent);
-    this.wasRunning = running;
+    if (this.#wasRunning && !running && status.textContent && !answer?.error) announce(status.textContent);
+    this.#wasRunning = running;
   }
 
-  private showHits(hits: readonly H[] | undefined): void {
-    if (hits === this.shownHits) return;
-    this.shownHits = hits;
-    const { list } = this.search;
+  #showHits(hits: readonly H[] | undefined): void {
+    if (hits === this.#shownHits) return;
+    this.#shownHits = hits;
+    const { list } = this.#search;
     const any = hits !== undefined && hits.length > 0;
-    if (any !== this.listOpen) fill(this.results, any ? list.open() : null);
-    this.listOpen = any;
+    if (any !== this.#listOpen) fill(this.#results, any ? list.open() : null);
+    this.#listOpen = any;
     if (any) list.show(hits);
     else list.close();
   }

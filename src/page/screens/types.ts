@@ -40,134 +40,138 @@ const panel = (...content: Child[]): HTMLElement => el('section', { class: 'pane
 class Types implements ResultScreen {
   readonly top: HTMLElement[];
   readonly content: Child;
-  private readonly bar: MarksBar = scanMarksBar(() => this.files?.table.root ?? this.list.root);
-  private readonly place = el('div', { class: 'stack' });
-  private readonly settings = tableSettings('types');
-  private readonly list: Table<TypeItem>;
-  private all: readonly TypeItem[];
-  private files: FileTable | null = null;
-  private wanted = 0;
+  readonly #bar: MarksBar = scanMarksBar(() => this.#files?.table.root ?? this.#list.root);
+  readonly #place = el('div', { class: 'stack' });
+  readonly #settings = tableSettings('types');
+  readonly #list: Table<TypeItem>;
+  #all: readonly TypeItem[];
+  #files: FileTable | null = null;
+  #wanted = 0;
+  readonly #job: Job;
+  readonly #doc: ResultDoc;
 
-  constructor(private readonly job: Job, private readonly doc: ResultDoc) {
-    this.all = doc.exts;
-    this.list = this.makeList();
+  constructor(job: Job, doc: ResultDoc) {
+    this.#job = job;
+    this.#doc = doc;
+    this.#all = doc.exts;
+    this.#list = this.#makeList();
     this.top = [el('div', { class: 'line push' }, measureSwitch(job.id))].filter((line) => line.firstChild);
-    this.content = [this.bar.root, el('div', { class: 'columns types' }, this.list.root, this.place)];
+    this.content = [this.#bar.root, el('div', { class: 'columns types' }, this.#list.root, this.#place)];
     // Where the detail is below the list, a tap leads to it.
-    this.list.root.addEventListener('click', () => {
-      if (this.place.offsetTop > this.list.root.offsetTop) this.goToDetail();
+    this.#list.root.addEventListener('click', () => {
+      if (this.#place.offsetTop > this.#list.root.offsetTop) this.#goToDetail();
     });
-    this.arrange();
-    state.type ||= this.all[0]?.e ?? '';
-    this.goToType();
-    void this.loadAll();
+    this.#arrange();
+    state.type ||= this.#all[0]?.e ?? '';
+    this.#goToType();
+    void this.#loadAll();
   }
 
   leave(): void {
-    this.list.leave();
-    this.files?.table.leave();
+    this.#list.leave();
+    this.#files?.table.leave();
   }
 
   update(changes: Changes): void {
-    if (changes.has('measure')) this.arrange();
-    if (changes.has('step')) state.type ||= this.doc.exts[0]?.e ?? '';
-    if (changes.has('types') || changes.has('step') || changes.has('measure')) this.goToType();
+    if (changes.has('measure')) this.#arrange();
+    if (changes.has('step')) state.type ||= this.#doc.exts[0]?.e ?? '';
+    if (changes.has('types') || changes.has('step') || changes.has('measure')) this.#goToType();
     if (changes.has('selection')) {
-      this.bar.update();
-      this.files?.table.refresh();
+      this.#bar.update();
+      this.#files?.table.refresh();
     }
   }
 
   // The result lists the largest types only.
-  private async loadAll(): Promise<void> {
+  async #loadAll(): Promise<void> {
     try {
-      const { types } = await api<TypesAnswer>(query('/api/types', { id: this.job.id, more: 1 }));
-      if (!Array.isArray(types) || !this.list.root.isConnected) return;
-      this.all = types;
-      this.arrange();
-      if (types.some((one) => one.e === state.type)) this.goToType();
-      else this.choose(types[0]?.e ?? '');
+      const { types } = await api<TypesAnswer>(query('/api/types', { id: this.#job.id, more: 1 }));
+      if (!Array.isArray(types) || !this.#list.root.isConnected) return;
+      this.#all = types;
+      this.#arrange();
+      if (types.some((one) => one.e === state.type)) this.#goToType();
+      else this.#choose(types[0]?.e ?? '');
     } catch {
       // Those of the result are there.
     }
   }
 
-  private readonly value = (one: TypeItem): number => valueOf(one, measure(this.job.id));
+  readonly #value = (one: TypeItem): number => valueOf(one, measure(this.#job.id));
 
-  private columns(): Column<TypeItem>[] {
+  #columns(): Column<TypeItem>[] {
     return [
       { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeName(row.e)) },
-      { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.value(row))) },
-      { id: 'share', title: 'colShare', width: '4rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.value(row), this.whole()))) },
+      { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.#value(row))) },
+      { id: 'share', title: 'colShare', width: '4rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.#value(row), this.#whole()))) },
       { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, count(row.c)) },
     ];
   }
 
-  private whole(): number {
-    const { tree, meta } = this.doc;
-    return tree ? valueOf(tree, measure(this.job.id)) : meta.used;
+  #whole(): number {
+    const { tree, meta } = this.#doc;
+    return tree ? valueOf(tree, measure(this.#job.id)) : meta.used;
   }
 
-  private makeList(): Table<TypeItem> {
+  #makeList(): Table<TypeItem> {
     return new Table<TypeItem>({
-      label: t('secTypes'), role: 'grid', keyOf: (row) => row.e, columns: this.columns(), layout: { ...this.settings, keep: () => keepTable('types') },
-      onActive: (row) => this.choose(row.e),
-      onEnter: () => this.goToDetail(),
+      label: t('secTypes'), role: 'grid', keyOf: (row) => row.e, columns: this.#columns(), layout: { ...this.#settings, keep: () => keepTable('types') },
+      onActive: (row) => this.#choose(row.e),
+      onEnter: () => this.#goToDetail(),
       onSort: (word) => {
-        const { sort } = this.settings;
-        this.settings.sort = { word, down: sort?.word === word ? !sort.down : word !== 'name' };
+        const { sort } = this.#settings;
+        this.#settings.sort = { word, down: sort?.word === word ? !sort.down : word !== 'name' };
         keepTable('types');
-        this.arrange();
+        this.#arrange();
       },
     });
   }
 
-  private goToDetail(): void {
-    queueMicrotask(() => this.place.querySelector<HTMLElement>('h2')?.focus());
+  #goToDetail(): void {
+    queueMicrotask(() => this.#place.querySelector<HTMLElement>('h2')?.focus());
   }
 
-  private arrange(): void {
-    const { word, down } = this.settings.sort ?? { word: 'size', down: true };
-    const by = word === 'name' ? (a: TypeItem, b: TypeItem) => (a.e < b.e ? -1 : a.e > b.e ? 1 : 0) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.value(a) - this.value(b);
-    this.list.showSort(word, down);
-    this.list.setRows([...this.all].sort((a, b) => (down ? -1 : 1) * by(a, b)));
+  #arrange(): void {
+    const { word, down } = this.#settings.sort ?? { word: 'size', down: true };
+    const by = word === 'name' ? (a: TypeItem, b: TypeItem) => (a.e < b.e ? -1 : a.e > b.e ? 1 : 0) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.#value(a) - this.#value(b);
+    this.#list.showSort(word, down);
+    this.#list.setRows([...this.#all].sort((a, b) => (down ? -1 : 1) * by(a, b)));
   }
 
-  private choose(type: string): void {
-    if (state.type === type && this.place.firstChild) return;
+  #choose(type: string): void {
+    if (state.type === type && this.#place.firstChild) return;
     state.type = type;
     changed('step');
   }
 
   // Loads a type that is looked at, but not every one that the arrow keys pass by.
-  private goToType(): void {
+  #goToType(): void {
     const { type } = state;
-    for (let index = 0; index < this.list.length; ++index) {
-      if (this.list.row(index)?.e === type && this.list.active !== index) this.list.moveTo(index, true);
+    for (let index = 0; index < this.#list.length; ++index) {
+      if (this.#list.row(index)?.e === type && this.#list.active !== index) this.#list.moveTo(index, true);
     }
-    clearTimeout(this.wanted);
-    if (type && state.types.get(type) === undefined) this.wanted = window.setTimeout(() => void load(this.job.id, type), 120);
-    this.showDetail();
+    clearTimeout(this.#wanted);
+    if (type && state.types.get(type) === undefined) this.#wanted = window.setTimeout(() => void load(this.#job.id, type), 120);
+    this.#showDetail();
   }
 
-  private showDetail(): void {
-    this.files?.table.leave();
-    this.files = null;
-    const focused = this.place.querySelector('h2') === document.activeElement && document.activeElement !== null;
-    fill(this.place, state.type ? this.detail(state.type) : null);
-    if (focused) this.place.querySelector<HTMLElement>('h2')?.focus();
+  #showDetail(): void {
+    this.#files?.table.leave();
+    this.#files = null;
+    const focused = this.#place.querySelector('h2') === document.activeElement && document.activeElement !== null;
+    fill(this.#place, state.type ? this.#detail(state.type) : null);
+    if (focused) this.#place.querySelector<HTMLElement>('h2')?.focus();
   }
 
-  private title(type: string): HTMLElement {
-    const known = this.all.find((one) => one.e === type);
+  #title(type: string): HTMLElement {
+    const known = this.#all.find((one) => one.e === type);
     return el('div', { class: 'line' }, el('h2', { tabindex: '-1' }, el('bdi', {}, typeName(type))),
-      known ? el('span', { class: 'muted' }, `${size(this.value(known))}, ${t('nFiles', { n: known.c })}`) : null,
-      type.startsWith('.') && !isRemote(this.job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
+      known ? el('span', { class: 'muted' }, `${size(this.#value(known))}, ${t('nFiles', { n: known.c })}`) : null,
+      type.startsWith('.') && !isRemote(this.#job) ? button(t('tyFind'), () => findAll(type), { icon: 'find', class: 'push' }) : null);
   }
 
-  private detail(type: string): HTMLElement {
+  #detail(type: string): HTMLElement {
     const answer = state.types.get(type);
-    const title = this.title(type);
+    const title = this.#title(type);
     if (answer === undefined) return panel(title, loading());
     if (typeof answer === 'string') {
       const retry = (): void => {
@@ -177,16 +181,16 @@ class Types implements ResultScreen {
       return panel(title, failureNotice(answer, retry, `${type}\n${answer}`));
     }
     if (answer.files.length === 0) return panel(title, el('p', { class: 'muted' }, t('tyNoBig')));
-    return this.filesAndFolders(title, answer);
+    return this.#filesAndFolders(title, answer);
   }
 
-  private filesAndFolders(title: HTMLElement, { files, folders, total }: ExtAnswer): HTMLElement {
+  #filesAndFolders(title: HTMLElement, { files, folders, total }: ExtAnswer): HTMLElement {
     // What comes back is not known of a folder's files of one type.
-    const bytesOf = ({ s, a }: ExtAnswer['folders'][number]): number => (measure(this.job.id) === 's' ? s : a ?? s);
+    const bytesOf = ({ s, a }: ExtAnswer['folders'][number]): number => (measure(this.#job.id) === 's' ? s : a ?? s);
     const largest = Math.max(0, ...folders.map(bytesOf));
-    this.files = fileTable(this.job, 'typefiles', t('tyFiles'), () => this.bar);
-    const { table } = this.files;
-    this.files.show(files);
+    this.#files = fileTable(this.#job, 'typefiles', t('tyFiles'), () => this.#bar);
+    const { table } = this.#files;
+    this.#files.show(files);
     table.root.classList.add('grows');
     table.root.style.height = `calc(var(--row) * ${Math.min(files.length, MAX_ROWS)} + 2.25rem)`;
     return el('section', { class: 'panel stack wide' }, title,

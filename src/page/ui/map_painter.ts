@@ -98,44 +98,47 @@ function cutToFit(pen: CanvasRenderingContext2D, words: string, room: number): s
 export class MapPainter {
   // Where headings were drawn, by tile, so that a click on one chooses its folder.
   readonly headings = new Map<number, Area>();
-  private colours: Colours = { tiles: [], ink: '', line: '', pill: '', pillInk: '' };
+  #colours: Colours = { tiles: [], ink: '', line: '', pill: '', pillInk: '' };
+  readonly #canvas: HTMLCanvasElement;
 
-  constructor(private readonly canvas: HTMLCanvasElement) {}
+  constructor(canvas: HTMLCanvasElement) {
+    this.#canvas = canvas;
+  }
 
   draw(look: Look): void {
     const { width, height, tiles } = look;
     const ratio = Math.min(devicePixelRatio || 1, 2);
     const [w, h] = [Math.round(width * ratio), Math.round(height * ratio)];
     // Setting the size clears the canvas and allocates it again, which takes longer than drawing over it.
-    if (this.canvas.width !== w || this.canvas.height !== h) {
-      this.canvas.width = w;
-      this.canvas.height = h;
+    if (this.#canvas.width !== w || this.#canvas.height !== h) {
+      this.#canvas.width = w;
+      this.#canvas.height = h;
     }
-    const pen = this.canvas.getContext('2d', { alpha: false });
+    const pen = this.#canvas.getContext('2d', { alpha: false });
     if (!pen) return;
-    this.colours = coloursOf(look.ramp);
+    this.#colours = coloursOf(look.ramp);
     pen.setTransform(ratio, 0, 0, ratio, 0, 0);
     pen.globalAlpha = 1;
-    pen.fillStyle = this.colours.line;
+    pen.fillStyle = this.#colours.line;
     pen.fillRect(0, 0, width, height);
     this.headings.clear();
-    this.fill(pen, look, ratio);
-    this.frame(pen, look, ratio);
+    this.#fill(pen, look, ratio);
+    this.#frame(pen, look, ratio);
     pen.textBaseline = 'middle';
-    pen.font = `${LABEL_SIZE * look.textScale}px ${getComputedStyle(this.canvas).fontFamily}`;
+    pen.font = `${LABEL_SIZE * look.textScale}px ${getComputedStyle(this.#canvas).fontFamily}`;
     tiles.forEach((tile, index) => {
-      if (tile.inside && !tile.joined) this.heading(pen, look, index);
+      if (tile.inside && !tile.joined) this.#heading(pen, look, index);
     });
-    pen.fillStyle = this.colours.ink;
+    pen.fillStyle = this.#colours.ink;
     tiles.forEach((tile, index) => {
-      if (!tile.inside && !isFaded(look, index)) this.label(pen, look, tile);
+      if (!tile.inside && !isFaded(look, index)) this.#label(pen, look, tile);
     });
   }
 
   // One pass for each colour: changing the colour costs more than filling a small tile. And drawing a cushion
   // costs ten times as much, so small tiles are shaded by strips.
-  private fill(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
-    const byColour: Tile<Entry>[][] = this.colours.tiles.map(() => []);
+  #fill(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
+    const byColour: Tile<Entry>[][] = this.#colours.tiles.map(() => []);
     const rests: Tile<Entry>[] = [];
     const small: Area[] = [];
     const faded: Tile<Entry>[] = [];
@@ -147,8 +150,8 @@ export class MapPainter {
     });
     byColour.forEach((list, colour) => {
       if (list.length === 0) return;
-      pen.fillStyle = this.colours.tiles[colour]!;
-      const shaded = look.shaded ? cushion(this.colours.tiles[colour]!) : null;
+      pen.fillStyle = this.#colours.tiles[colour]!;
+      const shaded = look.shaded ? cushion(this.#colours.tiles[colour]!) : null;
       for (const tile of list) {
         const { x, y, w, h } = filled(tile, ratio);
         if (w <= 0 || h <= 0) continue;
@@ -166,8 +169,8 @@ export class MapPainter {
         pen.fillRect(x, y + top, w, Math.round(h * to) - top);
       }
     }
-    this.hatch(pen, rests, ratio);
-    pen.fillStyle = this.colours.line;
+    this.#hatch(pen, rests, ratio);
+    pen.fillStyle = this.#colours.line;
     pen.globalAlpha = 0.72;
     for (const tile of faded) {
       const { x, y, w, h } = filled(tile, ratio);
@@ -177,13 +180,13 @@ export class MapPainter {
   }
 
   // Rests are hatched, since they are no single thing.
-  private hatch(pen: CanvasRenderingContext2D, rests: readonly Tile<Entry>[], ratio: number): void {
+  #hatch(pen: CanvasRenderingContext2D, rests: readonly Tile<Entry>[], ratio: number): void {
     if (rests.length === 0) return;
     const square = document.createElement('canvas');
     square.width = square.height = 8;
     const small = square.getContext('2d');
     if (!small) return;
-    small.strokeStyle = this.colours.ink;
+    small.strokeStyle = this.#colours.ink;
     small.lineWidth = 1;
     small.beginPath();
     for (const at of [-8, 0, 8]) {
@@ -201,8 +204,8 @@ export class MapPainter {
   }
 
   // The outer folders have a wider line around them.
-  private frame(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
-    pen.fillStyle = this.colours.line;
+  #frame(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
+    pen.fillStyle = this.#colours.line;
     for (const tile of look.tiles) {
       if (!tile.inside || tile.joined || tile.level > 1) continue;
       const { x, y, w, h } = filled(tile, ratio);
@@ -216,7 +219,7 @@ export class MapPainter {
   }
 
   // The headings that a tile must not cover: those of the folders around it.
-  private headingsAround(look: Look, tile: Tile<Entry>): Area[] {
+  #headingsAround(look: Look, tile: Tile<Entry>): Area[] {
     const around: Area[] = [];
     for (let at = tile.parent; at >= 0; at = look.tiles[at]!.parent) {
       const area = this.headings.get(at);
@@ -226,8 +229,8 @@ export class MapPainter {
   }
 
   // The highest place in a tile that no heading covers.
-  private topOf(look: Look, tile: Tile<Entry>, width: number): number {
-    const around = this.headingsAround(look, tile);
+  #topOf(look: Look, tile: Tile<Entry>, width: number): number {
+    const around = this.#headingsAround(look, tile);
     let top = tile.y;
     for (let again = true; again;) {
       again = false;
@@ -242,7 +245,7 @@ export class MapPainter {
   }
 
   // A folder's name stands on the corner of what is in it, which takes nothing away from the tiles' areas.
-  private heading(pen: CanvasRenderingContext2D, look: Look, index: number): void {
+  #heading(pen: CanvasRenderingContext2D, look: Look, index: number): void {
     const tile = look.tiles[index]!;
     const scale = look.textScale;
     const height = HEADING * scale;
@@ -250,22 +253,22 @@ export class MapPainter {
     const words = cutToFit(pen, look.nameOf(tile), tile.w - 2 * PADDING - 4);
     if (!words) return;
     const width = Math.ceil(pen.measureText(words).width) + 2 * PADDING;
-    const y = Math.round(this.topOf(look, tile, width));
+    const y = Math.round(this.#topOf(look, tile, width));
     if (y + height > tile.y + tile.h - height / 2) return;
     const area = { x: Math.round(tile.x), y, w: width, h: height };
     this.headings.set(index, area);
-    pen.fillStyle = this.colours.pill;
+    pen.fillStyle = this.#colours.pill;
     pen.fillRect(area.x, area.y, area.w, area.h);
-    pen.fillStyle = this.colours.pillInk;
+    pen.fillStyle = this.#colours.pillInk;
     pen.fillText(words, area.x + PADDING, area.y + height / 2 + 0.5);
   }
 
-  private label(pen: CanvasRenderingContext2D, look: Look, tile: Tile<Entry>): void {
+  #label(pen: CanvasRenderingContext2D, look: Look, tile: Tile<Entry>): void {
     const scale = look.textScale;
     const line = LABEL_HEIGHT * scale;
     if (tile.w < LABEL_WIDTH * scale || tile.h < line) return;
     const room = tile.w - 2 * PADDING;
-    const top = this.topOf(look, tile, room);
+    const top = this.#topOf(look, tile, room);
     if (top + line > tile.y + tile.h) return;
     const words = cutToFit(pen, look.nameOf(tile), room);
     if (!words) return;

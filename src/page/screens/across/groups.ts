@@ -62,119 +62,119 @@ const columns = (fold: (group: CopyGroup) => void): Column<Row>[] => [
 ];
 
 export class GroupList implements ResultList<CopyGroup> {
-  private readonly bar: MarksBar;
-  private groups: readonly CopyGroup[] = [];
-  private bytes = new Map<string, number>();
-  private table: Table<Row> | null = null;
+  readonly #bar: MarksBar;
+  #groups: readonly CopyGroup[] = [];
+  #bytes = new Map<string, number>();
+  #table: Table<Row> | null = null;
 
   constructor() {
-    const fallback = (): HTMLElement | null => this.table?.root ?? null;
-    this.bar = marksBar({
-      selection: marks, bytesOf: (path) => this.bytes.get(path) ?? 0, deleteLabel: t('acVerify'), fallback,
+    const fallback = (): HTMLElement | null => this.#table?.root ?? null;
+    this.#bar = marksBar({
+      selection: marks, bytesOf: (path) => this.#bytes.get(path) ?? 0, deleteLabel: t('acVerify'), fallback,
       clear: () => {
         marks.clear();
-        this.refresh();
+        this.#refresh();
       },
-      onDelete: (permanent) => void verifyAndDelete(this.groups, marks, fallback, permanent),
+      onDelete: (permanent) => void verifyAndDelete(this.#groups, marks, fallback, permanent),
     });
   }
 
   open(): Child {
     const rule = boundSelect(chosen, 'rule', KEEP_RULES, (one) => phrase('keep_', one));
     const sort = boundSelect(chosen, 'sort', SORTS, (one) => phrase('acSort_', one), { 'aria-label': t('fiSort') });
-    sort.addEventListener('change', () => this.arrange());
+    sort.addEventListener('change', () => this.#arrange());
     const filter = el('input', { type: 'search', class: 'input filter', value: chosen.filter, placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => {
       chosen.filter = filter.value;
-      this.arrange();
+      this.#arrange();
     } } });
-    this.table = this.makeTable();
+    this.#table = this.#makeTable();
     return [
       el('div', { class: 'form keep' }, field(t('acKeep'), rule, { class: 'natural' }),
-        field(t('acPrefer'), boundInput(chosen, 'prefer', () => this.markOthers(), {})),
-        button(t('acApply'), () => this.markOthers(), { icon: 'check' }),
+        field(t('acPrefer'), boundInput(chosen, 'prefer', () => this.#markOthers(), {})),
+        button(t('acApply'), () => this.#markOthers(), { icon: 'check' }),
         el('span', { class: 'small muted' }, `${t('acLast')} ${t('acPreferHint')}`)),
-      el('div', { class: 'line' }, filter, sort, button(t('acFold'), () => this.foldAll(), { class: 'plain' }),
-        button(t('exportGroups'), () => this.save(), { icon: 'download', class: 'plain push' })),
-      this.bar.root, this.table.root,
+      el('div', { class: 'line' }, filter, sort, button(t('acFold'), () => this.#foldAll(), { class: 'plain' }),
+        button(t('exportGroups'), () => this.#save(), { icon: 'download', class: 'plain push' })),
+      this.#bar.root, this.#table.root,
     ];
   }
 
   show(groups: readonly CopyGroup[]): void {
-    this.groups = groups;
-    this.bytes = new Map(groups.flatMap((group) => group.files.map((file): [string, number] => [file.p, group.s])));
-    marks.keepOnly((path) => this.bytes.has(path));
-    this.arrange();
+    this.#groups = groups;
+    this.#bytes = new Map(groups.flatMap((group) => group.files.map((file): [string, number] => [file.p, group.s])));
+    marks.keepOnly((path) => this.#bytes.has(path));
+    this.#arrange();
   }
 
-  private arrange(): void {
-    this.table?.setRows(rowsOf(groupsShown(this.groups, chosen.filter, chosen.sort), (group) => closed.has(group)));
-    this.bar.update();
+  #arrange(): void {
+    this.#table?.setRows(rowsOf(groupsShown(this.#groups, chosen.filter, chosen.sort), (group) => closed.has(group)));
+    this.#bar.update();
   }
 
-  private fold(group: CopyGroup): void {
+  #fold(group: CopyGroup): void {
     if (!closed.delete(group)) closed.add(group);
-    this.arrange();
+    this.#arrange();
   }
 
   // All groups, or if they are collapsed already, none.
-  private foldAll(): void {
-    const all = this.groups.every((group) => closed.has(group));
+  #foldAll(): void {
+    const all = this.#groups.every((group) => closed.has(group));
     closed.clear();
-    if (!all) for (const group of this.groups) closed.add(group);
-    this.arrange();
+    if (!all) for (const group of this.#groups) closed.add(group);
+    this.#arrange();
   }
 
-  private save(): void {
-    const rows = this.groups.flatMap((group, index) => group.files.map((file) => [index + 1, file.p, group.s, utcDate(file.m)]));
-    const scans = [...new Set(this.groups.flatMap((group) => group.files.map((file) => file.job)))].map((id) => jobById(id)).filter((job) => job !== undefined).map(nameOf);
+  #save(): void {
+    const rows = this.#groups.flatMap((group, index) => group.files.map((file) => [index + 1, file.p, group.s, utcDate(file.m)]));
+    const scans = [...new Set(this.#groups.flatMap((group) => group.files.map((file) => file.job)))].map((id) => jobById(id)).filter((job) => job !== undefined).map(nameOf);
     download(`vorda-${fileNameOf([...scans, t('secAcross')].join(' '))}.csv`, csvOf(['group', 'path', 'bytes', 'modified'], rows));
   }
 
   close(): void {
-    this.groups = [];
+    this.#groups = [];
     this.leave();
   }
 
   leave(): void {
-    this.table?.leave();
-    this.table = null;
+    this.#table?.leave();
+    this.#table = null;
   }
 
-  private refresh(): void {
-    this.table?.refresh();
-    this.bar.update();
+  #refresh(): void {
+    this.#table?.refresh();
+    this.#bar.update();
   }
 
   // Marks all copies but the one that the rule keeps.
-  private markOthers(): void {
+  #markOthers(): void {
     marks.clear();
     const folders = foldersOf(chosen.prefer);
-    for (const group of this.groups) {
+    for (const group of this.#groups) {
       const kept = keeper(group, chosen.rule, folders);
       for (const file of group.files) if (file !== kept && !file.lock) marks.keys.add(file.p);
     }
-    this.refresh();
+    this.#refresh();
   }
 
-  private makeTable(): Table<Row> {
+  #makeTable(): Table<Row> {
     return new Table<Row>({
-      label: t('acTable'), role: 'grid', selection: marks, keyOf, columns: columns((group) => this.fold(group)),
+      label: t('acTable'), role: 'grid', selection: marks, keyOf, columns: columns((group) => this.#fold(group)),
       markable: (row) => row.copy !== null && !row.copy.lock,
       mayMark: (row) => row.copy !== null && mayChoose(row.group, marks.keys, row.copy.p),
       onRefused: () => toast(t('acLast')),
-      onMarked: () => this.bar.update(),
-      onDelete: (_path, permanent) => this.bar.delete(undefined, permanent), // what is marked only: one copy must stay
+      onMarked: () => this.#bar.update(),
+      onDelete: (_path, permanent) => this.#bar.delete(undefined, permanent), // what is marked only: one copy must stay
       onActive: (row) => {
         if (row.copy) showHit({ ...row.copy, names: row.copy.names ?? [] }, row.group.s);
       },
       onEnter: (row) => {
         if (row.copy) void reveal(row.copy.p);
-        else this.fold(row.group);
+        else this.#fold(row.group);
       },
       onKey: (event, index) => {
-        const row = this.table?.row(index);
+        const row = this.#table?.row(index);
         if (!row || row.copy || (event.key !== 'ArrowRight' && event.key !== 'ArrowLeft') || row.open === (event.key === 'ArrowRight')) return false;
-        this.fold(row.group);
+        this.#fold(row.group);
         return true;
       },
       decorate: (element, row) => {

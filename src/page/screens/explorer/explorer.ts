@@ -31,118 +31,120 @@ class Explorer implements ResultScreen {
   readonly keeps = true;
   readonly top: HTMLElement[];
   readonly content: HTMLElement[];
-  private readonly table: Table<TreeRow>;
-  private readonly bar = scanMarksBar(() => this.table.root);
-  private rows: TreeRow[] = [];
-  private typed = { text: '', at: 0 };
-  private completing = 0; // how many times at once
+  readonly #table: Table<TreeRow>;
+  readonly #bar = scanMarksBar(() => this.#table.root);
+  #rows: TreeRow[] = [];
+  #typed = { text: '', at: 0 };
+  #completing = 0; // how many times at once
   // A path opened from another section may have to be loaded first; who moves on does not wait for it.
-  private wanted: string;
-  private readonly view: ScanView;
-  private readonly settings = tableSettings(TABLE);
-  private order: Order;
+  #wanted: string;
+  readonly #view: ScanView;
+  readonly #settings = tableSettings(TABLE);
+  #order: Order;
+  readonly #job: Job;
 
-  constructor(private readonly job: Job) {
-    this.view = viewOf(job.id);
-    this.wanted = this.view.openFolder;
-    if (this.view.expanded.size === 0) this.view.expanded.add(this.tree.root.path);
-    this.order = this.chosenOrder();
-    this.table = this.makeTable();
-    this.table.showSort(this.order.by, this.order.down);
-    this.top = [el('div', { class: 'line push' }, measureSwitch(job.id), columnsButton(() => this.table, () => [{
-      label: t('foldersFirst'), checked: this.order.foldersFirst, act: () => {
-        this.settings.foldersFirst = !this.order.foldersFirst;
-        this.reorder();
+  constructor(job: Job) {
+    this.#job = job;
+    this.#view = viewOf(job.id);
+    this.#wanted = this.#view.openFolder;
+    if (this.#view.expanded.size === 0) this.#view.expanded.add(this.#tree.root.path);
+    this.#order = this.#chosenOrder();
+    this.#table = this.#makeTable();
+    this.#table.showSort(this.#order.by, this.#order.down);
+    this.top = [el('div', { class: 'line push' }, measureSwitch(job.id), columnsButton(() => this.#table, () => [{
+      label: t('foldersFirst'), checked: this.#order.foldersFirst, act: () => {
+        this.#settings.foldersFirst = !this.#order.foldersFirst;
+        this.#reorder();
       },
     }]), detailsButton())];
-    this.content = [this.bar.root, this.table.root];
-    this.rebuild();
-    void this.complete();
-    const { scroll } = this.view;
+    this.content = [this.#bar.root, this.#table.root];
+    this.#rebuild();
+    void this.#complete();
+    const { scroll } = this.#view;
     requestAnimationFrame(() => {
-      this.goToOpenFolder();
-      if (!this.wanted || this.has(this.wanted)) this.table.scrollToRow(scroll);
+      this.#goToOpenFolder();
+      if (!this.#wanted || this.#has(this.#wanted)) this.#table.scrollToRow(scroll);
     });
-    if (this.wanted && !this.has(this.wanted)) void expandTo(job.id, this.wanted);
+    if (this.#wanted && !this.#has(this.#wanted)) void expandTo(job.id, this.#wanted);
   }
 
   update(changes: Changes): void {
-    if (changes.has('results')) void this.complete();
-    else if (changes.has('measure')) this.reorder();
-    else if (changes.has('tree') && this.completing === 0) this.settle();
+    if (changes.has('results')) void this.#complete();
+    else if (changes.has('measure')) this.#reorder();
+    else if (changes.has('tree') && this.#completing === 0) this.#settle();
     if (changes.has('selection')) {
-      this.bar.update();
-      this.table.refresh();
+      this.#bar.update();
+      this.#table.refresh();
     }
   }
 
   leave(): void {
-    this.table.leave();
+    this.#table.leave();
   }
 
-  private get tree(): ScanTree {
-    return treeOf(this.job.id)!;
+  get #tree(): ScanTree {
+    return treeOf(this.#job.id)!;
   }
 
-  private has(path: string): boolean {
-    return this.rows.some((row) => row.entry.path === path);
+  #has(path: string): boolean {
+    return this.#rows.some((row) => row.entry.path === path);
   }
 
-  private canMark(row: TreeRow): boolean {
-    return !isRemote(this.job) && row.depth > 0 && isItem(row.entry);
+  #canMark(row: TreeRow): boolean {
+    return !isRemote(this.#job) && row.depth > 0 && isItem(row.entry);
   }
 
-  private chosenOrder(): Order {
-    const { sort, foldersFirst } = this.settings;
-    const by = isSort(sort?.word) && (sort.word !== 'disk' || knowsDisk(this.job.id)) ? sort.word : 'size';
-    return { by, down: sort && by === sort.word ? sort.down : startsDown(by), foldersFirst: foldersFirst ?? !startsDown(by), measure: measure(this.job.id) };
+  #chosenOrder(): Order {
+    const { sort, foldersFirst } = this.#settings;
+    const by = isSort(sort?.word) && (sort.word !== 'disk' || knowsDisk(this.#job.id)) ? sort.word : 'size';
+    return { by, down: sort && by === sort.word ? sort.down : startsDown(by), foldersFirst: foldersFirst ?? !startsDown(by), measure: measure(this.#job.id) };
   }
 
-  private reorder(): void {
+  #reorder(): void {
     keepTable(TABLE);
-    this.order = this.chosenOrder();
-    this.table.showSort(this.order.by, this.order.down);
-    this.rebuild();
+    this.#order = this.#chosenOrder();
+    this.#table.showSort(this.#order.by, this.#order.down);
+    this.#rebuild();
   }
 
-  private sortBy(word: string): void {
+  #sortBy(word: string): void {
     if (!isSort(word)) return;
-    this.settings.sort = { word, down: this.order.by === word ? !this.order.down : startsDown(word) };
-    this.reorder();
+    this.#settings.sort = { word, down: this.#order.by === word ? !this.#order.down : startsDown(word) };
+    this.#reorder();
   }
 
-  private makeTable(): Table<TreeRow> {
-    const canMark = (row: TreeRow): boolean => this.canMark(row);
+  #makeTable(): Table<TreeRow> {
+    const canMark = (row: TreeRow): boolean => this.#canMark(row);
     return new Table<TreeRow>({
-      label: t('exTree'), role: 'treegrid', selection: this.view.selection, keyOf: (row) => row.entry.path, markable: canMark,
+      label: t('exTree'), role: 'treegrid', selection: this.#view.selection, keyOf: (row) => row.entry.path, markable: canMark,
       columns: columns({
-        whole: () => this.tree.root.s, value: (row) => this.value(row), parentSize: (row) => this.valueAt(row.parent), canMark, knowsDisk: knowsDisk(this.job.id),
-        menu: (index, button) => this.table.menuOf(index, button),
-        retry: (row) => this.enter(row),
+        whole: () => this.#tree.root.s, value: (row) => this.#value(row), parentSize: (row) => this.#valueAt(row.parent), canMark, knowsDisk: knowsDisk(this.#job.id),
+        menu: (index, button) => this.#table.menuOf(index, button),
+        retry: (row) => this.#enter(row),
         toggle: (index) => {
-          this.setOpen(index, !this.rows[index]?.open);
-          this.table.moveTo(index);
+          this.#setOpen(index, !this.#rows[index]?.open);
+          this.#table.moveTo(index);
         },
       }),
-      layout: { ...this.settings, keep: () => keepTable(TABLE) },
-      onSort: (word) => this.sortBy(word),
+      layout: { ...this.#settings, keep: () => keepTable(TABLE) },
+      onSort: (word) => this.#sortBy(word),
       onScroll: (row) => {
-        this.view.scroll = row;
+        this.#view.scroll = row;
       },
-      onMenu: (row, x, y) => this.menu(row, x, y),
+      onMenu: (row, x, y) => this.#menu(row, x, y),
       onCopy: (rows) => copyPaths(rows.filter((row) => isItem(row.entry)).map((row) => row.entry.path)),
-      onMarked: () => this.weighMarks(),
+      onMarked: () => this.#weighMarks(),
       onActive: (row) => {
-        this.wanted = '';
-        this.view.openFolder = row.entry.path;
+        this.#wanted = '';
+        this.#view.openFolder = row.entry.path;
         showDetails(row.entry);
       },
-      onEnter: (row) => this.enter(row),
-      onDelete: (path, permanent) => this.bar.delete(path, permanent),
-      onKey: (event, index) => this.key(event, index),
+      onEnter: (row) => this.#enter(row),
+      onDelete: (path, permanent) => this.#bar.delete(path, permanent),
+      onKey: (event, index) => this.#key(event, index),
       decorate: (element, row) => {
         // What is not listed yet is loaded as soon as one gets to it.
-        if (isMore(row.entry)) this.loadMore(row);
+        if (isMore(row.entry)) this.#loadMore(row);
         setAttribute(element, 'aria-level', row.depth + 1);
         setAttribute(element, 'aria-setsize', row.siblings);
         setAttribute(element, 'aria-posinset', row.place);
@@ -151,120 +153,120 @@ class Explorer implements ResultScreen {
     });
   }
 
-  private weighMarks(): void {
-    for (const { entry: { path, s } } of this.rows) if (this.view.selection.has(path)) this.view.weights.set(path, s);
+  #weighMarks(): void {
+    for (const { entry: { path, s } } of this.#rows) if (this.#view.selection.has(path)) this.#view.weights.set(path, s);
     changed('selection');
   }
 
-  private setOpen(index: number, open: boolean): void {
-    const row = this.rows[index];
+  #setOpen(index: number, open: boolean): void {
+    const row = this.#rows[index];
     if (!row?.opens) return;
     if (open) {
-      this.view.expanded.add(row.entry.path);
-      void loadFolder(this.job.id, row.entry.path);
+      this.#view.expanded.add(row.entry.path);
+      void loadFolder(this.#job.id, row.entry.path);
     } else {
-      this.view.expanded.delete(row.entry.path);
+      this.#view.expanded.delete(row.entry.path);
     }
-    this.rebuild();
+    this.#rebuild();
   }
 
-  private value(row: TreeRow): number {
-    return valueOf(row.entry, this.order.measure);
+  #value(row: TreeRow): number {
+    return valueOf(row.entry, this.#order.measure);
   }
 
-  private valueAt(index: number): number {
-    const row = this.rows[index];
-    return row ? this.value(row) : 0;
+  #valueAt(index: number): number {
+    const row = this.#rows[index];
+    return row ? this.#value(row) : 0;
   }
 
   // Opens or closes a folder, retries a failed one, or goes to the parent of a rest.
-  private enter(row: TreeRow): void {
-    if (isFailed(row.entry)) void loadFolder(this.job.id, this.rows[row.parent]!.entry.path);
-    else if (isMore(row.entry)) this.loadMore(row);
-    else if (isFolder(row.entry)) this.setOpen(this.rows.indexOf(row), !row.open);
-    else if (!isItem(row.entry) && row.parent >= 0) this.table.moveTo(row.parent);
+  #enter(row: TreeRow): void {
+    if (isFailed(row.entry)) void loadFolder(this.#job.id, this.#rows[row.parent]!.entry.path);
+    else if (isMore(row.entry)) this.#loadMore(row);
+    else if (isFolder(row.entry)) this.#setOpen(this.#rows.indexOf(row), !row.open);
+    else if (!isItem(row.entry) && row.parent >= 0) this.#table.moveTo(row.parent);
   }
 
-  private loadMore(row: TreeRow): void {
-    const folder = this.rows[row.parent]?.entry.path;
-    if (folder !== undefined) void loadMoreFiles(this.job.id, folder);
+  #loadMore(row: TreeRow): void {
+    const folder = this.#rows[row.parent]?.entry.path;
+    if (folder !== undefined) void loadMoreFiles(this.#job.id, folder);
   }
 
-  private async openBelow(path: string): Promise<void> {
-    if (!await expandBelow(this.job.id, path)) toast(t('exTooMany'));
+  async #openBelow(path: string): Promise<void> {
+    if (!await expandBelow(this.#job.id, path)) toast(t('exTooMany'));
   }
 
-  private menu(row: TreeRow, x: number, y: number): void {
+  #menu(row: TreeRow, x: number, y: number): void {
     const { path } = row.entry;
-    openItemMenu(this.job, row.entry, { x, y, from: this.table.root }, row.opens ? {
-      open: { label: row.open ? t('miCollapse') : t('miExpand'), icon: row.open ? 'up' : 'down', keys: t('keyEnter'), act: () => this.enter(row) },
-      below: { label: t('miExpandAll'), icon: 'explorer', keys: '*', act: () => void this.openBelow(path) },
+    openItemMenu(this.#job, row.entry, { x, y, from: this.#table.root }, row.opens ? {
+      open: { label: row.open ? t('miCollapse') : t('miExpand'), icon: row.open ? 'up' : 'down', keys: t('keyEnter'), act: () => this.#enter(row) },
+      below: { label: t('miExpandAll'), icon: 'explorer', keys: '*', act: () => void this.#openBelow(path) },
     } : {});
   }
 
-  private key(event: KeyboardEvent, index: number): boolean {
-    const row = this.rows[index];
+  #key(event: KeyboardEvent, index: number): boolean {
+    const row = this.#rows[index];
     if (!row) return false;
     if (event.ctrlKey || event.metaKey) {
       if (event.key.toLowerCase() !== 'm' || !isItem(row.entry)) return false;
       openInMap(row.entry.path);
     } else if (event.key === '*' && row.opens) {
-      void this.openBelow(row.entry.path);
+      void this.#openBelow(row.entry.path);
     } else if (event.key === KEYS.backspace) {
-      if (row.parent >= 0) this.table.moveTo(row.parent);
+      if (row.parent >= 0) this.#table.moveTo(row.parent);
     } else if (event.key === 'ArrowRight') {
-      if (row.opens && !row.open) this.setOpen(index, true);
-      else if (row.open && this.rows[index + 1]?.parent === index) this.table.moveTo(index + 1);
+      if (row.opens && !row.open) this.#setOpen(index, true);
+      else if (row.open && this.#rows[index + 1]?.parent === index) this.#table.moveTo(index + 1);
     } else if (event.key === 'ArrowLeft') {
-      if (row.open) this.setOpen(index, false);
-      else if (row.parent >= 0) this.table.moveTo(row.parent);
+      if (row.open) this.#setOpen(index, false);
+      else if (row.parent >= 0) this.#table.moveTo(row.parent);
     } else if (event.key.length === 1 && event.key !== KEYS.space && event.key !== '?' && event.key !== '/') {
-      this.goToTyped(event, index);
+      this.#goToTyped(event, index);
     } else {
       return false;
     }
     return true;
   }
 
-  private goToTyped(event: KeyboardEvent, index: number): void {
-    const fresh = event.timeStamp - this.typed.at > TYPING_MS;
-    const text = fresh ? event.key : this.typed.text + event.key;
-    this.typed = { text, at: event.timeStamp };
-    const found = findTyped(this.rows, text.length === 1 ? index + 1 : index, text);
-    if (found >= 0) this.table.moveTo(found);
+  #goToTyped(event: KeyboardEvent, index: number): void {
+    const fresh = event.timeStamp - this.#typed.at > TYPING_MS;
+    const text = fresh ? event.key : this.#typed.text + event.key;
+    this.#typed = { text, at: event.timeStamp };
+    const found = findTyped(this.#rows, text.length === 1 ? index + 1 : index, text);
+    if (found >= 0) this.#table.moveTo(found);
   }
 
-  private rebuild(): void {
-    this.rows = treeRows(this.tree, this.view.expanded, this.order);
-    this.table.setRows(this.rows);
+  #rebuild(): void {
+    this.#rows = treeRows(this.#tree, this.#view.expanded, this.#order);
+    this.#table.setRows(this.#rows);
     // The largest files are listed first; another order needs all of them.
-    if (this.order.by === 'size' && this.order.down) return;
-    for (const row of this.rows) if (isMore(row.entry)) void loadMoreFiles(this.job.id, this.rows[row.parent]!.entry.path, true);
+    if (this.#order.by === 'size' && this.#order.down) return;
+    for (const row of this.#rows) if (isMore(row.entry)) void loadMoreFiles(this.#job.id, this.#rows[row.parent]!.entry.path, true);
   }
 
   // Loads what expanded folders lack after a deletion, outer ones first. The rows are only rebuilt when all
   // are there, so that none of them disappears for a moment.
-  private async complete(): Promise<void> {
-    ++this.completing;
-    for (const path of [...this.view.expanded].sort((a, b) => a.length - b.length)) {
-      const tree = treeOf(this.job.id);
-      if (tree?.find(path) && tree.needsLoading(path)) await loadFolder(this.job.id, path);
+  async #complete(): Promise<void> {
+    ++this.#completing;
+    for (const path of [...this.#view.expanded].sort((a, b) => a.length - b.length)) {
+      const tree = treeOf(this.#job.id);
+      if (tree?.find(path) && tree.needsLoading(path)) await loadFolder(this.#job.id, path);
     }
-    if (--this.completing === 0 && this.table.root.isConnected && treeOf(this.job.id)) this.settle();
+    if (--this.#completing === 0 && this.#table.root.isConnected && treeOf(this.#job.id)) this.#settle();
   }
 
-  private settle(): void {
-    this.rebuild();
-    if (!this.wanted || !this.has(this.wanted)) return;
-    this.view.openFolder = this.wanted;
-    this.wanted = '';
-    this.goToOpenFolder();
+  #settle(): void {
+    this.#rebuild();
+    if (!this.#wanted || !this.#has(this.#wanted)) return;
+    this.#view.openFolder = this.#wanted;
+    this.#wanted = '';
+    this.#goToOpenFolder();
   }
 
-  private goToOpenFolder(): void {
-    const index = this.rows.findIndex((row) => row.entry.path === this.view.openFolder);
-    if (index >= 0 && index !== this.table.active) this.table.moveTo(index, true);
-    const row = this.rows[this.table.active];
+  #goToOpenFolder(): void {
+    const index = this.#rows.findIndex((row) => row.entry.path === this.#view.openFolder);
+    if (index >= 0 && index !== this.#table.active) this.#table.moveTo(index, true);
+    const row = this.#rows[this.#table.active];
     if (row) showDetails(row.entry);
   }
 }

@@ -50,105 +50,105 @@ const columns = (): Column<Hit>[] => [
 ];
 
 export class HitList implements ResultList<Hit> {
-  private readonly marks = findMarks.selection;
-  private readonly filter = el('input', { type: 'search', class: 'input filter', placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => this.arrange() } });
-  private readonly filtered = el('span', { class: 'small muted' });
-  private readonly bar: MarksBar;
-  private all: readonly Hit[] = [];
-  private rows: Hit[] = [];
-  private order: Order | null = null; // null: as the program sorted them
-  private table: Table<Hit> | null = null;
+  readonly #marks = findMarks.selection;
+  readonly #filter = el('input', { type: 'search', class: 'input filter', placeholder: t('filterHint'), 'aria-label': t('filter'), on: { input: () => this.#arrange() } });
+  readonly #filtered = el('span', { class: 'small muted' });
+  readonly #bar: MarksBar;
+  #all: readonly Hit[] = [];
+  #rows: Hit[] = [];
+  #order: Order | null = null; // null: as the program sorted them
+  #table: Table<Hit> | null = null;
 
   constructor() {
-    const fallback = (): HTMLElement | null => this.table?.root ?? null;
-    this.bar = marksBar({
-      selection: this.marks, bytesOf: (path) => findMarks.weights.get(path) ?? 0, fallback,
-      hidden: () => this.hiddenMarks(),
-      all: () => this.table?.markAll(),
+    const fallback = (): HTMLElement | null => this.#table?.root ?? null;
+    this.#bar = marksBar({
+      selection: this.#marks, bytesOf: (path) => findMarks.weights.get(path) ?? 0, fallback,
+      hidden: () => this.#hiddenMarks(),
+      all: () => this.#table?.markAll(),
       clear: () => {
-        this.marks.clear();
-        this.table?.refresh();
-        this.bar.update();
+        this.#marks.clear();
+        this.#table?.refresh();
+        this.#bar.update();
       },
-      onDelete: (permanent) => openDeletion(this.marks.keys, { fallback, permanent, after: (gone) => this.marks.keepOnly((path) => !gone(path)) }),
+      onDelete: (permanent) => openDeletion(this.#marks.keys, { fallback, permanent, after: (gone) => this.#marks.keepOnly((path) => !gone(path)) }),
     });
   }
 
   open(): Child {
-    this.table = this.makeTable();
-    if (this.order) this.table.showSort(this.order.word, this.order.down);
-    return [el('div', { class: 'line' }, this.filter, this.filtered, button(t('exportHits'), () => this.save(), { icon: 'download', class: 'plain push' })), this.bar.root, this.table.root];
+    this.#table = this.#makeTable();
+    if (this.#order) this.#table.showSort(this.#order.word, this.#order.down);
+    return [el('div', { class: 'line' }, this.#filter, this.#filtered, button(t('exportHits'), () => this.#save(), { icon: 'download', class: 'plain push' })), this.#bar.root, this.#table.root];
   }
 
   // The rows as they are shown, named by scan and question.
-  private save(): void {
-    const scans = [...new Set(this.rows.map((hit) => hit.job))].map((id) => jobById(id)).filter((job) => job !== undefined).map(nameOf);
+  #save(): void {
+    const scans = [...new Set(this.#rows.map((hit) => hit.job))].map((id) => jobById(id)).filter((job) => job !== undefined).map(nameOf);
     download(`vorda-${fileNameOf([...scans, questionText(known.asked)].join(' '))}.csv`,
-      csvOf(['path', 'bytes', 'modified'], this.rows.map((hit) => [hit.p, hit.s, utcDate(hit.m)])));
+      csvOf(['path', 'bytes', 'modified'], this.#rows.map((hit) => [hit.p, hit.s, utcDate(hit.m)])));
   }
 
   show(hits: readonly Hit[]): void {
-    this.all = hits;
+    this.#all = hits;
     const there = new Set(hits.map((hit) => hit.p));
-    this.marks.keepOnly((path) => there.has(path));
+    this.#marks.keepOnly((path) => there.has(path));
     for (const hit of hits) findMarks.weights.set(hit.p, hit.s);
-    this.arrange();
+    this.#arrange();
   }
 
   close(): void {
-    this.all = [];
-    this.marks.clear();
+    this.#all = [];
+    this.#marks.clear();
     this.leave();
   }
 
   leave(): void {
-    this.table?.leave();
-    this.table = null;
+    this.#table?.leave();
+    this.#table = null;
   }
 
-  private makeTable(): Table<Hit> {
+  #makeTable(): Table<Hit> {
     return new Table<Hit>({
-      label: t('fiTable'), role: 'grid', selection: this.marks, keyOf: (hit) => hit.p, markable: (hit) => !hit.lock, columns: columns(),
-      onMarked: () => this.bar.update(),
+      label: t('fiTable'), role: 'grid', selection: this.#marks, keyOf: (hit) => hit.p, markable: (hit) => !hit.lock, columns: columns(),
+      onMarked: () => this.#bar.update(),
       onActive: (hit) => showHit(hit, hit.s),
       onEnter: (hit) => void reveal(hit.p),
-      onDelete: (path, permanent) => this.bar.delete(path, permanent),
-      onKey: (event, index) => this.copy(event, index),
-      onSort: (word) => this.sortBy(word),
+      onDelete: (path, permanent) => this.#bar.delete(path, permanent),
+      onKey: (event, index) => this.#copy(event, index),
+      onSort: (word) => this.#sortBy(word),
       decorate: (element, hit) => setAttribute(element, 'title', title(hit)),
     });
   }
 
   // Ctrl+C copies the marked paths, or else the active one.
-  private copy(event: KeyboardEvent, index: number): boolean {
-    const hit = this.rows[index];
+  #copy(event: KeyboardEvent, index: number): boolean {
+    const hit = this.#rows[index];
     if (event.key.toLowerCase() !== 'c' || !(event.ctrlKey || event.metaKey) || !hit) return false;
-    const { keys } = this.marks;
+    const { keys } = this.#marks;
     void copyText(keys.size > 0 ? [...keys].join('\n') : hit.p, t('copied'));
     return true;
   }
 
-  private sortBy(word: string): void {
+  #sortBy(word: string): void {
     // Numbers start with the largest.
-    const down = this.order?.word === word ? !this.order.down : word in BY_NUMBER;
-    this.order = { word, down };
-    this.table?.showSort(word, down);
-    this.arrange();
-    this.table?.toTop();
+    const down = this.#order?.word === word ? !this.#order.down : word in BY_NUMBER;
+    this.#order = { word, down };
+    this.#table?.showSort(word, down);
+    this.#arrange();
+    this.#table?.toTop();
   }
 
-  private hiddenMarks(): number {
-    if (!this.filter.value) return 0;
-    const visible = new Set(this.rows.map((hit) => hit.p));
-    return [...this.marks.keys].filter((path) => !visible.has(path)).length;
+  #hiddenMarks(): number {
+    if (!this.#filter.value) return 0;
+    const visible = new Set(this.#rows.map((hit) => hit.p));
+    return [...this.#marks.keys].filter((path) => !visible.has(path)).length;
   }
 
-  private arrange(): void {
-    const wanted = this.filter.value.trim().toLowerCase();
-    const rows = wanted ? this.all.filter((hit) => hit.p.toLowerCase().includes(wanted)) : this.all.slice();
-    this.rows = this.order ? sortHits(rows, this.order) : rows;
-    this.table?.setRows(this.rows);
-    setText(this.filtered, wanted ? t('rowsFiltered', { shown: this.rows.length, n: this.all.length }) : '');
-    this.bar.update();
+  #arrange(): void {
+    const wanted = this.#filter.value.trim().toLowerCase();
+    const rows = wanted ? this.#all.filter((hit) => hit.p.toLowerCase().includes(wanted)) : this.#all.slice();
+    this.#rows = this.#order ? sortHits(rows, this.#order) : rows;
+    this.#table?.setRows(this.#rows);
+    setText(this.#filtered, wanted ? t('rowsFiltered', { shown: this.#rows.length, n: this.#all.length }) : '');
+    this.#bar.update();
   }
 }

@@ -23,10 +23,12 @@ function labelOf(colour: number, colouring: Colouring, name: string): string {
 
 export class Legend {
   readonly root = el('ul', { class: 'map-legend' });
-  private pinned = -1;
+  #pinned = -1;
+  readonly #highlight: (colour: number) => void;
 
   // `highlight` is told the colour to highlight, or -1.
-  constructor(private readonly highlight: (colour: number) => void) {
+  constructor(highlight: (colour: number) => void) {
+    this.#highlight = highlight;
     this.root.setAttribute('aria-label', t('mapLegend'));
   }
 
@@ -44,28 +46,28 @@ export class Legend {
       shares.set(colour, share);
     });
     if (colouring === 'folder') for (const tile of tiles) if (tile.level === 0 && !tile.joined && tile.branch >= 0 && tile.branch < COLOURS && !tile.rest) shares.get(tile.branch)!.name ||= tile.item.name;
-    if (this.pinned >= 0 && !shares.has(this.pinned)) {
-      this.pinned = -1;
-      this.highlight(-1);
+    if (this.#pinned >= 0 && !shares.has(this.#pinned)) {
+      this.#pinned = -1;
+      this.#highlight(-1);
     }
     const last = colouring === 'age' ? AGES.length : COLOURS;
     const order = [...Array(last).keys(), OTHER].filter((colour) => shares.has(colour));
     const focused = this.root.contains(document.activeElement) ? (document.activeElement as HTMLElement).dataset['colour'] : undefined;
-    fill(this.root, order.map((colour) => this.row(colour, shares.get(colour)!, colouring)));
+    fill(this.root, order.map((colour) => this.#row(colour, shares.get(colour)!, colouring)));
     if (focused !== undefined) this.root.querySelector<HTMLElement>(`[data-colour="${focused}"]`)?.focus();
   }
 
-  private row(colour: number, share: Share, colouring: Colouring): HTMLElement {
+  #row(colour: number, share: Share, colouring: Colouring): HTMLElement {
     const largest = [...share.extensions].filter(([name]) => name !== '').sort((a, b) => b[1] - a[1]).slice(0, MOST_EXTENSIONS).map(([name]) => name).join(' ');
-    const point = (on: boolean) => (): void => this.highlight(on ? colour : this.pinned);
+    const point = (on: boolean) => (): void => this.#highlight(on ? colour : this.#pinned);
     const label = labelOf(colour, colouring, share.name);
     const button = el('button', {
-      type: 'button', 'data-colour': colour, 'aria-pressed': String(this.pinned === colour), on: {
+      type: 'button', 'data-colour': colour, 'aria-pressed': String(this.#pinned === colour), on: {
         pointerenter: point(true), pointerleave: point(false), focus: point(true), blur: point(false),
         click: () => {
-          this.pinned = this.pinned === colour ? -1 : colour;
-          this.root.querySelectorAll('button').forEach((one) => setAttribute(one, 'aria-pressed', String(one.dataset['colour'] === String(this.pinned))));
-          this.highlight(this.pinned);
+          this.#pinned = this.#pinned === colour ? -1 : colour;
+          this.root.querySelectorAll('button').forEach((one) => setAttribute(one, 'aria-pressed', String(one.dataset['colour'] === String(this.#pinned))));
+          this.#highlight(this.#pinned);
         },
       },
     },
@@ -81,6 +83,6 @@ export class Legend {
   }
 
   get highlighted(): number {
-    return this.pinned;
+    return this.#pinned;
   }
 }

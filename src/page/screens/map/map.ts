@@ -38,80 +38,82 @@ class MapSection implements ResultScreen {
   readonly keeps = true;
   readonly top: HTMLElement[];
   readonly content: HTMLElement[];
-  private readonly crumbs = el('nav', { class: 'crumbs', 'aria-label': t('mapCrumbs') });
-  private readonly empty = el('p', { class: 'muted', hidden: true }, t('mapEmpty'));
-  private readonly bar = scanMarksBar(() => this.table.root);
-  private readonly legend = new Legend((colour) => this.canvas.repaint(this.look(colour)));
-  private readonly canvas: MapCanvas;
-  private readonly table: Table<Entry>;
-  private readonly depthButtons: [HTMLButtonElement, HTMLButtonElement];
-  private folder: Entry;
-  private now = Date.now();
-  private fetched = 0;
-  private fetching = 0;
-  private waiting: string[] = [];
-  private timer = 0;
-  private sought: object | null = null; // a folder that is shown once those above it are known
+  readonly #crumbs = el('nav', { class: 'crumbs', 'aria-label': t('mapCrumbs') });
+  readonly #empty = el('p', { class: 'muted', hidden: true }, t('mapEmpty'));
+  readonly #bar = scanMarksBar(() => this.#table.root);
+  readonly #legend = new Legend((colour) => this.#canvas.repaint(this.#look(colour)));
+  readonly #canvas: MapCanvas;
+  readonly #table: Table<Entry>;
+  readonly #depthButtons: [HTMLButtonElement, HTMLButtonElement];
+  #folder: Entry;
+  #now = Date.now();
+  #fetched = 0;
+  #fetching = 0;
+  #waiting: string[] = [];
+  #timer = 0;
+  #sought: object | null = null; // a folder that is shown once those above it are known
+  readonly #job: Job;
 
-  constructor(private readonly job: Job) {
-    this.folder = this.tree.root;
-    this.canvas = this.makeCanvas();
-    this.table = this.makeTable();
-    this.depthButtons = [iconButton('minus', t('mapShallower'), () => this.deepen(-1)), iconButton('plus', t('mapDeeper'), () => this.deepen(1))];
-    this.top = [iconButton('up', t('mapUp'), () => this.up()), this.crumbs, this.controls()];
-    this.content = [this.bar.root, this.empty, this.area()];
-    this.seek(state.openFolder, (entry) => this.goInto(entry));
+  constructor(job: Job) {
+    this.#job = job;
+    this.#folder = this.#tree.root;
+    this.#canvas = this.#makeCanvas();
+    this.#table = this.#makeTable();
+    this.#depthButtons = [iconButton('minus', t('mapShallower'), () => this.#deepen(-1)), iconButton('plus', t('mapDeeper'), () => this.#deepen(1))];
+    this.top = [iconButton('up', t('mapUp'), () => this.#up()), this.#crumbs, this.#controls()];
+    this.content = [this.#bar.root, this.#empty, this.#area()];
+    this.#seek(state.openFolder, (entry) => this.#goInto(entry));
   }
 
   update(changes: Changes): void {
     if (changes.has('results')) {
-      this.seek(state.openFolder, (entry) => {
-        this.folder = entry;
-        this.fetched = 0; // nothing is known of the folders in it any more
-        this.load();
-        this.show();
+      this.#seek(state.openFolder, (entry) => {
+        this.#folder = entry;
+        this.#fetched = 0; // nothing is known of the folders in it any more
+        this.#load();
+        this.#show();
       });
-    } else if (changes.has('step') && state.openFolder !== this.folder.path) {
-      this.seek(state.openFolder, (entry) => this.goInto(entry));
+    } else if (changes.has('step') && state.openFolder !== this.#folder.path) {
+      this.#seek(state.openFolder, (entry) => this.#goInto(entry));
     } else if (changes.has('measure')) {
-      this.show();
-    } else if (changes.has('tree') && !this.sought) {
+      this.#show();
+    } else if (changes.has('tree') && !this.#sought) {
       // Folders arrive one after the other; the map is not drawn again for each.
-      clearTimeout(this.timer);
-      this.timer = window.setTimeout(() => this.show(), REDRAW_MS);
+      clearTimeout(this.#timer);
+      this.#timer = window.setTimeout(() => this.#show(), REDRAW_MS);
     }
     if (changes.has('selection')) {
-      this.bar.update();
-      this.table.refresh();
+      this.#bar.update();
+      this.#table.refresh();
     }
   }
 
   leave(): void {
-    clearTimeout(this.timer);
-    this.sought = null;
-    this.waiting = [];
-    this.canvas.leave();
-    this.table.leave();
+    clearTimeout(this.#timer);
+    this.#sought = null;
+    this.#waiting = [];
+    this.#canvas.leave();
+    this.#table.leave();
   }
 
-  private get tree(): ScanTree {
-    return treeOf(this.job.id)!;
+  get #tree(): ScanTree {
+    return treeOf(this.#job.id)!;
   }
 
-  private get rows(): readonly Entry[] {
-    return this.tree.entries(this.folder.path);
+  get #rows(): readonly Entry[] {
+    return this.#tree.entries(this.#folder.path);
   }
 
-  private readonly value = (entry: Entry): number => valueOf(entry, measure(this.job.id));
+  readonly #value = (entry: Entry): number => valueOf(entry, measure(this.#job.id));
 
-  private look(highlighted = this.legend.highlighted): MapLook {
+  #look(highlighted = this.#legend.highlighted): MapLook {
     const { depth, shaded, colouring } = mapSettings();
     return { depth, shaded, ramp: colouring === 'age', highlighted };
   }
 
   // The folder with this path, or the nearest one above it that still exists and has contents.
-  private nearestFolder(path: string): Entry {
-    const { tree } = this;
+  #nearestFolder(path: string): Entry {
+    const tree = this.#tree;
     for (let at = path; at !== '' && at !== tree.root.path; at = tree.folderOf(at)) {
       const entry = tree.find(at);
       if (entry && tree.opens(entry)) return entry;
@@ -120,58 +122,58 @@ class MapSection implements ResultScreen {
   }
 
   // Finds the folder with this path, or the nearest one, after loading what is not known of those above it.
-  private seek(target: string, arrive: (entry: Entry) => void): void {
+  #seek(target: string, arrive: (entry: Entry) => void): void {
     const path = target.split('\0')[0]!; // what stands for a rest names it after its folder
     const found = (): void => {
-      this.sought = null;
-      const entry = this.nearestFolder(path);
+      this.#sought = null;
+      const entry = this.#nearestFolder(path);
       state.openFolder = entry.path;
       arrive(entry);
     };
-    if (path === '' || chainTo(this.tree.root.path, path).every((one) => this.tree.find(one))) {
+    if (path === '' || chainTo(this.#tree.root.path, path).every((one) => this.#tree.find(one))) {
       found();
       return;
     }
-    clearTimeout(this.timer);
-    const sought = this.sought = {};
-    void loadAbove(this.job.id, path).then(() => {
-      if (this.sought !== sought) return; // the user went on
+    clearTimeout(this.#timer);
+    const sought = this.#sought = {};
+    void loadAbove(this.#job.id, path).then(() => {
+      if (this.#sought !== sought) return; // the user went on
       found();
       replaceStep(); // it may lead to a folder that is gone
     });
   }
 
-  private canMark(entry: Entry): boolean {
-    return !isRemote(this.job) && isItem(entry) && entry.path !== this.tree.root.path;
+  #canMark(entry: Entry): boolean {
+    return !isRemote(this.#job) && isItem(entry) && entry.path !== this.#tree.root.path;
   }
 
   // ---- the controls ----
 
-  private controls(): HTMLElement {
+  #controls(): HTMLElement {
     const { colouring, shaded } = mapSettings();
     const select = el('select', { class: 'input', 'aria-label': t('mapColour'), on: { change: () => {
       changeMap({ colouring: select.value as Colouring });
-      this.show();
+      this.#show();
     } } }, COLOURINGS.map((one) => el('option', { value: one, selected: one === colouring }, text(`by_${one}`))));
     const shading = iconButton('shade', t('mapShading'), () => {
       const next = changeMap({ shaded: !mapSettings().shaded });
       setAttribute(shading, 'aria-pressed', String(next.shaded));
-      this.canvas.repaint(this.look());
+      this.#canvas.repaint(this.#look());
     }, { 'aria-pressed': String(shaded) });
-    return el('div', { class: 'line push map-controls' }, measureSwitch(this.job.id), select, this.depthButtons, shading, detailsButton());
+    return el('div', { class: 'line push map-controls' }, measureSwitch(this.#job.id), select, this.#depthButtons, shading, detailsButton());
   }
 
-  private deepen(by: number): void {
+  #deepen(by: number): void {
     const { depth } = mapSettings();
     const next = Math.min(MOST_DEPTH, Math.max(LEAST_DEPTH, depth + by));
     if (next === depth) return;
     changeMap({ depth: next });
-    this.show();
+    this.#show();
   }
 
-  private area(): HTMLElement {
-    const side = el('div', { class: 'map-side' }, this.table.root, this.legend.root);
-    const area = el('div', { class: 'map-area' }, this.canvas.root);
+  #area(): HTMLElement {
+    const side = el('div', { class: 'map-side' }, this.#table.root, this.#legend.root);
+    const area = el('div', { class: 'map-area' }, this.#canvas.root);
     const handle = splitter(area, {
       label: t('mapSplitter'), least: LEAST_SHARE, most: MOST_SHARE, share: mapSettings().share,
       onMove: (share) => area.style.setProperty('--map-share', `${share * 100}%`),
@@ -183,166 +185,166 @@ class MapSection implements ResultScreen {
 
   // ---- the map ----
 
-  private readonly tileColour = (tile: Tile<Entry>): number => colourOf(tile.item, tile.rest, tile.branch, this.contentsOf, mapSettings().colouring, this.now);
-  private readonly contentsOf = (entry: Entry): readonly Entry[] => this.tree.entries(entry.path);
+  readonly #tileColour = (tile: Tile<Entry>): number => colourOf(tile.item, tile.rest, tile.branch, this.#contentsOf, mapSettings().colouring, this.#now);
+  readonly #contentsOf = (entry: Entry): readonly Entry[] => this.#tree.entries(entry.path);
 
-  private tileName(tile: Tile<Entry>): string {
+  #tileName(tile: Tile<Entry>): string {
     if (!tile.rest) return entryName(tile.item);
     return tile.count > 0 ? t('mapSmaller', { n: tile.count }) : t('mapRest', { name: baseName(tile.item.path) });
   }
 
-  private tooltip(tile: Tile<Entry>): string[] {
-    const share = percent(shareOf(tile.size, this.value(this.folder)));
-    const name = tile.rest ? this.tileName(tile) : isItem(tile.item) ? shown(tile.item.path.slice(0, 400)) : entryName(tile.item);
+  #tooltip(tile: Tile<Entry>): string[] {
+    const share = percent(shareOf(tile.size, this.#value(this.#folder)));
+    const name = tile.rest ? this.#tileName(tile) : isItem(tile.item) ? shown(tile.item.path.slice(0, 400)) : entryName(tile.item);
     const changedAt = !tile.rest && tile.item.m > 0 ? ` · ${t('mapChanged', { date: date(tile.item.m) })}` : '';
     return [name, `${size(tile.size)} · ${share}${changedAt}`];
   }
 
-  private makeCanvas(): MapCanvas {
+  #makeCanvas(): MapCanvas {
     const chosen = (entry: Entry): void => {
-      this.moveTo(entry.path);
+      this.#moveTo(entry.path);
       showDetails(isItem(entry) ? entry : null);
     };
     return new MapCanvas({
-      source: { childrenOf: (entry) => this.childrenOf(entry), sizeOf: this.value, isFolder },
-      nameOf: (tile) => this.tileName(tile),
-      headingOf: (tiles) => tiles.map((tile) => entryName(tile.item)).join(this.job.path.startsWith('/') ? '/' : '\\'),
+      source: { childrenOf: (entry) => this.#childrenOf(entry), sizeOf: this.#value, isFolder },
+      nameOf: (tile) => this.#tileName(tile),
+      headingOf: (tiles) => tiles.map((tile) => entryName(tile.item)).join(this.#job.path.startsWith('/') ? '/' : '\\'),
       sizeText: (_entry, bytes) => size(bytes),
-      optionName: (tile) => t('mapTile', { name: this.tileName(tile), size: size(tile.size), percent: percent(shareOf(tile.size, this.value(this.folder))) }),
-      colourOf: this.tileColour, tooltip: (tile) => this.tooltip(tile),
+      optionName: (tile) => t('mapTile', { name: this.#tileName(tile), size: size(tile.size), percent: percent(shareOf(tile.size, this.#value(this.#folder))) }),
+      colourOf: this.#tileColour, tooltip: (tile) => this.#tooltip(tile),
       onTiles: (tiles, colours) => {
-        this.legend.show(tiles, colours, mapSettings().colouring);
-        this.fetchFor(tiles);
+        this.#legend.show(tiles, colours, mapSettings().colouring);
+        this.#fetchFor(tiles);
       },
       onChoose: chosen,
-      onEnter: (entry) => this.enter(entry),
-      onLeave: () => this.up(),
-      onHover: (colour) => this.legend.point(colour),
-      onDelete: (entry, permanent) => this.bar.delete(this.canMark(entry) ? entry.path : undefined, permanent),
+      onEnter: (entry) => this.#enter(entry),
+      onLeave: () => this.#up(),
+      onHover: (colour) => this.#legend.point(colour),
+      onDelete: (entry, permanent) => this.#bar.delete(this.#canMark(entry) ? entry.path : undefined, permanent),
       onMark: (entry) => {
-        if (this.canMark(entry)) toggleMark(entry.path, entry.s);
+        if (this.#canMark(entry)) toggleMark(entry.path, entry.s);
       },
-      onMenu: (entry, x, y) => openItemMenu(this.job, entry, { x, y, from: this.canvas.root.querySelector<HTMLElement>('.options')! }),
-      onDepth: (by) => this.deepen(by),
+      onMenu: (entry, x, y) => openItemMenu(this.#job, entry, { x, y, from: this.#canvas.root.querySelector<HTMLElement>('.options')! }),
+      onDepth: (by) => this.#deepen(by),
     });
   }
 
   // What has a figure, largest first; the entries are in the order of their lengths.
-  private childrenOf(entry: Entry): Entry[] {
-    const list = this.tree.entries(entry.path).filter((child) => this.value(child) > 0);
-    return measure(this.job.id) === 's' ? list : list.sort((a, b) => this.value(b) - this.value(a));
+  #childrenOf(entry: Entry): Entry[] {
+    const list = this.#tree.entries(entry.path).filter((child) => this.#value(child) > 0);
+    return measure(this.#job.id) === 's' ? list : list.sort((a, b) => this.#value(b) - this.#value(a));
   }
 
   // Looks into the folders that are large on the map and not known yet, largest first.
-  private fetchFor(tiles: readonly Tile<Entry>[]): void {
-    const large = tiles.filter((tile) => !tile.rest && isFolder(tile.item) && tile.w * tile.h >= LARGE_AREA && tile.level + 1 < mapSettings().depth && this.tree.needsLoading(tile.item.path));
-    this.waiting = large.sort((a, b) => b.w * b.h - a.w * a.h).map((tile) => tile.item.path);
-    while (this.fetching < AT_ONCE) if (!this.fetchNext()) break;
+  #fetchFor(tiles: readonly Tile<Entry>[]): void {
+    const large = tiles.filter((tile) => !tile.rest && isFolder(tile.item) && tile.w * tile.h >= LARGE_AREA && tile.level + 1 < mapSettings().depth && this.#tree.needsLoading(tile.item.path));
+    this.#waiting = large.sort((a, b) => b.w * b.h - a.w * a.h).map((tile) => tile.item.path);
+    while (this.#fetching < AT_ONCE) if (!this.#fetchNext()) break;
   }
 
-  private fetchNext(): boolean {
-    const path = this.waiting.shift();
-    if (path === undefined || this.fetched >= MOST_FETCHED) return false;
-    ++this.fetched;
-    ++this.fetching;
-    void loadFolder(this.job.id, path, true).then(() => {
-      --this.fetching;
-      this.fetchNext();
+  #fetchNext(): boolean {
+    const path = this.#waiting.shift();
+    if (path === undefined || this.#fetched >= MOST_FETCHED) return false;
+    ++this.#fetched;
+    ++this.#fetching;
+    void loadFolder(this.#job.id, path, true).then(() => {
+      --this.#fetching;
+      this.#fetchNext();
     });
     return true;
   }
 
   // ---- the table ----
 
-  private makeTable(): Table<Entry> {
-    const markable = (row: Entry): boolean => this.canMark(row);
+  #makeTable(): Table<Entry> {
+    const markable = (row: Entry): boolean => this.#canMark(row);
     return new Table<Entry>({
       label: '', role: 'grid', selection: state.selection, keyOf: (row) => row.path, markable,
-      columns: columns({ canMark: markable, value: this.value, retry: () => this.load() }),
+      columns: columns({ canMark: markable, value: this.#value, retry: () => this.#load() }),
       onMarked: () => {
-        for (const row of this.rows) if (state.selection.has(row.path)) state.weights.set(row.path, row.s);
+        for (const row of this.#rows) if (state.selection.has(row.path)) state.weights.set(row.path, row.s);
         changed('selection');
       },
       onActive: (row) => {
-        this.canvas.choose(row.path);
+        this.#canvas.choose(row.path);
         showDetails(isItem(row) ? row : null);
       },
-      onEnter: (row) => this.enter(row),
-      onDelete: (path, permanent) => this.bar.delete(path, permanent),
-      onMenu: (row, x, y) => openItemMenu(this.job, row, { x, y, from: this.table.root }),
+      onEnter: (row) => this.#enter(row),
+      onDelete: (path, permanent) => this.#bar.delete(path, permanent),
+      onMenu: (row, x, y) => openItemMenu(this.#job, row, { x, y, from: this.#table.root }),
       onKey: (event) => {
         if (event.key !== KEYS.backspace) return false;
-        this.up();
+        this.#up();
         return true;
       },
     });
   }
 
-  private moveTo(path: string): void {
-    const index = this.rows.findIndex((row) => row.path === path);
-    if (index >= 0) this.table.moveTo(index, true);
+  #moveTo(path: string): void {
+    const index = this.#rows.findIndex((row) => row.path === path);
+    if (index >= 0) this.#table.moveTo(index, true);
   }
 
-  private show(): void {
-    clearTimeout(this.timer);
-    this.now = Date.now();
-    const name = shown(this.folder.path);
-    this.table.root.setAttribute('aria-label', t('mapTable', { path: name }));
-    this.table.setRows(measure(this.job.id) === 's' ? this.rows : [...this.rows].sort((a, b) => this.value(b) - this.value(a)));
-    this.canvas.show(this.folder, t('mapOf', { path: name }), this.look());
-    this.empty.hidden = this.rows.length > 0;
+  #show(): void {
+    clearTimeout(this.#timer);
+    this.#now = Date.now();
+    const name = shown(this.#folder.path);
+    this.#table.root.setAttribute('aria-label', t('mapTable', { path: name }));
+    this.#table.setRows(measure(this.#job.id) === 's' ? this.#rows : [...this.#rows].sort((a, b) => this.#value(b) - this.#value(a)));
+    this.#canvas.show(this.#folder, t('mapOf', { path: name }), this.#look());
+    this.#empty.hidden = this.#rows.length > 0;
     const { depth } = mapSettings();
-    setAttribute(this.depthButtons[0], 'aria-disabled', depth <= LEAST_DEPTH);
-    setAttribute(this.depthButtons[1], 'aria-disabled', depth >= MOST_DEPTH);
-    this.showCrumbs();
+    setAttribute(this.#depthButtons[0], 'aria-disabled', depth <= LEAST_DEPTH);
+    setAttribute(this.#depthButtons[1], 'aria-disabled', depth >= MOST_DEPTH);
+    this.#showCrumbs();
   }
 
-  private showCrumbs(): void {
-    const chain = chainTo(this.tree.root.path, this.folder.path);
-    fill(this.crumbs, el('ol', {}, chain.map((path, index) => {
+  #showCrumbs(): void {
+    const chain = chainTo(this.#tree.root.path, this.#folder.path);
+    fill(this.#crumbs, el('ol', {}, chain.map((path, index) => {
       const label = inert(index === 0 ? path : baseName(path));
-      return el('li', {}, index === chain.length - 1 ? el('span', { 'aria-current': 'location' }, label) : this.crumb(path, label));
+      return el('li', {}, index === chain.length - 1 ? el('span', { 'aria-current': 'location' }, label) : this.#crumb(path, label));
     })));
   }
 
-  private crumb(path: string, label: HTMLElement): HTMLElement {
+  #crumb(path: string, label: HTMLElement): HTMLElement {
     return el('a', { href: addressOf('map', path), on: { click: (event) => {
       if (event.ctrlKey || event.metaKey || event.shiftKey) return; // the browser opens it elsewhere
       event.preventDefault();
-      const entry = this.tree.find(path);
-      if (entry) this.enter(entry);
+      const entry = this.#tree.find(path);
+      if (entry) this.#enter(entry);
     } } }, label);
   }
 
-  private load(): void {
-    void loadFolder(this.job.id, this.folder.path);
+  #load(): void {
+    void loadFolder(this.#job.id, this.#folder.path);
   }
 
-  private goInto(entry: Entry): void {
-    this.sought = null;
-    this.folder = entry;
-    this.fetched = 0;
+  #goInto(entry: Entry): void {
+    this.#sought = null;
+    this.#folder = entry;
+    this.#fetched = 0;
     state.openFolder = entry.path;
-    this.table.active = 0;
-    this.table.root.scrollTop = 0;
-    this.load();
-    this.show();
+    this.#table.active = 0;
+    this.#table.root.scrollTop = 0;
+    this.#load();
+    this.#show();
     showDetails(entry);
     changed('details'); // the frame makes a step of it
   }
 
-  private enter(entry: Entry): void {
-    if (isFailed(entry)) this.load();
-    else if (isMore(entry)) void loadMoreFiles(this.job.id, this.folder.path);
-    else if (isFolder(entry) && this.tree.opens(entry) && entry.path !== this.folder.path) this.goInto(entry);
+  #enter(entry: Entry): void {
+    if (isFailed(entry)) this.#load();
+    else if (isMore(entry)) void loadMoreFiles(this.#job.id, this.#folder.path);
+    else if (isFolder(entry) && this.#tree.opens(entry) && entry.path !== this.#folder.path) this.#goInto(entry);
   }
 
-  private up(): void {
-    const left = this.folder.path;
-    if (left === this.tree.root.path) return;
-    this.goInto(this.nearestFolder(this.tree.folderOf(left)));
-    this.moveTo(left);
-    this.canvas.choose(left);
+  #up(): void {
+    const left = this.#folder.path;
+    if (left === this.#tree.root.path) return;
+    this.#goInto(this.#nearestFolder(this.#tree.folderOf(left)));
+    this.#moveTo(left);
+    this.#canvas.choose(left);
   }
 }
 

@@ -75,73 +75,73 @@ function otherScans(): Job[] {
 
 class Picker implements Screen {
   readonly root: HTMLElement;
-  private readonly search = el('input', { type: 'search', class: 'input filter', placeholder: t('pickSearch'), 'aria-label': t('pickSearch'), on: { input: () => this.filter() } });
-  private readonly none = el('p', { class: 'muted', role: 'status' });
-  private readonly groups = el('div', { class: 'stack wide' });
-  private readonly folders = el('ul', { class: 'targets' });
-  private readonly hosts = el('ul', { class: 'targets' });
-  private targets: Target[] = [];
-  private othersShown = ''; // ids of the scans listed besides the targets
+  readonly #search = el('input', { type: 'search', class: 'input filter', placeholder: t('pickSearch'), 'aria-label': t('pickSearch'), on: { input: () => this.#filter() } });
+  readonly #none = el('p', { class: 'muted', role: 'status' });
+  readonly #groups = el('div', { class: 'stack wide' });
+  readonly #folders = el('ul', { class: 'targets' });
+  readonly #hosts = el('ul', { class: 'targets' });
+  #targets: Target[] = [];
+  #othersShown = ''; // ids of the scans listed besides the targets
 
   constructor() {
-    this.root = el('div', { class: 'screen' }, el('div', { class: 'top' }, heading(t('pickTitle')), el('span', { class: 'push' }, this.search)), this.none, this.groups);
-    this.build();
+    this.root = el('div', { class: 'screen' }, el('div', { class: 'top' }, heading(t('pickTitle')), el('span', { class: 'push' }, this.#search)), this.#none, this.#groups);
+    this.#build();
   }
 
   update(changes: Changes): void {
-    if (changes.has('targets') || changes.has('session')) this.build();
+    if (changes.has('targets') || changes.has('session')) this.#build();
     if (!changes.has('jobs')) return;
-    this.listOthers();
-    for (const one of this.targets) one.update();
+    this.#listOthers();
+    for (const one of this.#targets) one.update();
   }
 
-  private build(): void {
-    if (state.targets) this.buildGroups(state.targets);
-    else fill(this.groups, state.hello.auth ? keyMissing() : loading());
+  #build(): void {
+    if (state.targets) this.#buildGroups(state.targets);
+    else fill(this.#groups, state.hello.auth ? keyMissing() : loading());
   }
 
-  private buildGroups(known: Targets): void {
+  #buildGroups(known: Targets): void {
     const drives = known.drives.map(driveTarget);
     const wsl = known.wsl.map((one) => target({ icon: 'wsl', name: one.name, path: one.path, kind: KIND.wsl, under: [] }));
     const home = known.home ? [target({ icon: 'folder', name: t('homeFolder'), path: known.home, kind: KIND.folder, under: [el('p', { class: 'small muted' }, inert(known.home))] })] : [];
-    this.targets = [...drives, ...wsl, ...home];
+    this.#targets = [...drives, ...wsl, ...home];
     const slow = mayElevate() && known.drives.some((drive) => drive.turboReason === NO_RIGHTS);
     const { proposed } = state;
     const remote = kindOf(proposed) === KIND.ssh;
-    fill(this.groups,
+    fill(this.#groups,
       group(t('drives'), drives, t('drivesNone')),
       slow ? rightsNotice() : null,
       wsl.length > 0 ? group(t('wsl'), wsl) : null,
-      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), listOf(home), folderPart(remote ? '' : proposed), this.folders),
-      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(remote ? proposed : ''), this.hosts));
+      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), listOf(home), folderPart(remote ? '' : proposed), this.#folders),
+      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(remote ? proposed : ''), this.#hosts));
     // After the layout, which comes with the section.
-    requestAnimationFrame(() => this.groups.querySelector('.proposal')?.scrollIntoView({ block: 'center' }));
-    this.othersShown = '';
-    this.listOthers();
-    this.filter();
+    requestAnimationFrame(() => this.#groups.querySelector('.proposal')?.scrollIntoView({ block: 'center' }));
+    this.#othersShown = '';
+    this.#listOthers();
+    this.#filter();
   }
 
-  private listOthers(): void {
+  #listOthers(): void {
     const others = otherScans();
     const ids = JSON.stringify([others.map((job) => [job.id, job.label]), hosts()]);
-    if (ids === this.othersShown) return;
-    this.othersShown = ids;
-    this.targets = this.targets.filter((one) => !this.folders.contains(one.root) && !this.hosts.contains(one.root));
-    for (const [list, remote] of [[this.folders, false], [this.hosts, true]] as const) {
+    if (ids === this.#othersShown) return;
+    this.#othersShown = ids;
+    this.#targets = this.#targets.filter((one) => !this.#folders.contains(one.root) && !this.#hosts.contains(one.root));
+    for (const [list, remote] of [[this.#folders, false], [this.#hosts, true]] as const) {
       const added = others.filter((job) => isHost(job) === remote)
         .map((job) => target({ icon: remote ? 'ssh' : 'folder', name: job.label, path: job.path, kind: job.kind, under: remote ? [hostFacts(job.path)] : [] }));
       if (remote) added.push(...hosts().filter((host) => !others.some((job) => job.path === host.path)).map(hostTarget));
       fill(list, added.map((one) => one.root));
-      this.targets.push(...added);
+      this.#targets.push(...added);
     }
-    this.filter();
+    this.#filter();
   }
 
-  private filter(): void {
-    const wanted = this.search.value.trim().toLowerCase();
-    for (const one of this.targets) one.root.hidden = !one.words.includes(wanted);
-    const any = this.targets.some((one) => !one.root.hidden);
-    setText(this.none, any || !wanted ? '' : t('pickNone', { text: this.search.value.trim() }));
+  #filter(): void {
+    const wanted = this.#search.value.trim().toLowerCase();
+    for (const one of this.#targets) one.root.hidden = !one.words.includes(wanted);
+    const any = this.#targets.some((one) => !one.root.hidden);
+    setText(this.#none, any || !wanted ? '' : t('pickNone', { text: this.#search.value.trim() }));
   }
 }
 
