@@ -127,7 +127,7 @@ export class MapCanvas {
     this.#own = this.#tiles.filter((tile) => tile.parent < 0).slice(0, MOST_OPTIONS);
     this.#colours = this.#tiles.map((tile) => (tile.inside ? -1 : this.#hooks.colourOf(tile)));
     performance.mark('map-draw');
-    performance.measure('map-layout', 'map-layout', 'map-draw');
+    performance.measure('map-layout', { start: 'map-layout', end: 'map-draw', detail: this.#tiles.length });
     this.#draw();
     this.#makeOptions();
     this.#setHovered(-1);

@@ -2,6 +2,7 @@
 import type { Tile } from '../core/map_layout';
 import { COLOURS } from '../core/map_colours';
 import type { Entry } from '../core/entry';
+import { MapPixels, shadesOf, type Box, type Shades } from './map_pixels';
 
 // In pixels at the default text size.
 const HEADING = 17;
@@ -9,11 +10,7 @@ const LABEL_WIDTH = 36;
 const LABEL_HEIGHT = 16;
 const LABEL_SIZE = 12;
 const PADDING = 4;
-const CUSHION = 32; // pixels of the shaded square that is stretched over each tile
-const SMALLEST_CUSHION = 40;
-const SMALLEST_SHADE = 5;
-// What is laid over a small tile: from which part of its height to which, and in what colour.
-const SHADES = [[0, 0.4, 'rgb(255 255 255 / 13%)'], [0.75, 1, 'rgb(0 0 0 / 9%)']] as const;
+const FADED = 0.72; // the part that the colour of the lines has in a faded tile
 
 export interface Look {
   tiles: readonly Tile<Entry>[];
@@ -51,30 +48,10 @@ function coloursOf(ramp: boolean): Colours {
   return { tiles: [...tiles, value('--tile-other')], ink: value('--tile-ink'), line: value('--tile-line'), pill: value('--tile-pill'), pillInk: value('--tile-pill-ink') };
 }
 
-// A square of one colour that is lighter at the top left and darker at the bottom right.
-function cushion(colour: string): HTMLCanvasElement {
-  const canvas = document.createElement('canvas');
-  canvas.width = canvas.height = CUSHION;
-  const pen = canvas.getContext('2d');
-  if (!pen) return canvas;
-  pen.fillStyle = colour;
-  pen.fillRect(0, 0, CUSHION, CUSHION);
-  const shade = pen.createRadialGradient(CUSHION * 0.35, CUSHION * 0.3, 0, CUSHION * 0.35, CUSHION * 0.3, CUSHION);
-  shade.addColorStop(0, 'rgb(255 255 255 / 30%)');
-  shade.addColorStop(0.5, 'rgb(255 255 255 / 4%)');
-  shade.addColorStop(1, 'rgb(0 0 0 / 14%)');
-  pen.fillStyle = shade;
-  pen.fillRect(0, 0, CUSHION, CUSHION);
-  return canvas;
-}
-
-// The rectangle of whole pixels that a tile fills, without the line at its right and lower edge.
-function filled({ x, y, w, h }: Area, ratio: number): Area {
-  const snap = (value: number): number => Math.round(value * ratio) / ratio;
-  const left = snap(x);
-  const top = snap(y);
-  const line = 1 / Math.min(ratio, 1);
-  return { x: left, y: top, w: Math.max(0, snap(x + w) - left - line), h: Math.max(0, snap(y + h) - top - line) };
+// The pixels that a tile fills, without the line at its right and lower edge.
+function boxOf({ x, y, w, h }: Area, ratio: number): Box {
+  const line = Math.max(1, Math.round(ratio));
+  return { left: Math.round(x * ratio), top: Math.round(y * ratio), right: Math.round((x + w) * ratio) - line, bottom: Math.round((y + h) * ratio) - line };
 }
 
 const isFaded = ({ highlighted, colours }: Look, index: number): boolean => highlighted >= 0 && colours[index] !== highlighted;
@@ -95,11 +72,27 @@ function cutToFit(pen: CanvasRenderingContext2D, words: string, room: number): s
   return cut < 2 ? '' : `${words.slice(0, cut).trimEnd()}…`;
 }
 
+// The outer folders have a wider line around them.
+function frame(pixels: MapPixels, { tiles }: Look, ratio: number): void {
+  for (const tile of tiles) {
+    if (!tile.inside || tile.joined || tile.level > 1) continue;
+    const box = boxOf(tile, ratio);
+    const { left, top, right, bottom } = box;
+    const wide = (tile.level === 0 ? 2 : 1) * Math.max(1, Math.round(ratio));
+    if (right - left < 4 * wide || bottom - top < 4 * wide) continue;
+    pixels.clear({ ...box, left: right - wide });
+    pixels.clear({ ...box, top: bottom - wide });
+    if (left > 0) pixels.clear({ ...box, right: left + wide });
+    if (top > 0) pixels.clear({ ...box, bottom: top + wide });
+  }
+}
+
 export class MapPainter {
   // Where headings were drawn, by tile, so that a click on one chooses its folder.
   readonly headings = new Map<number, Area>();
   #colours: Colours = { tiles: [], ink: '', line: '', pill: '', pillInk: '' };
   readonly #canvas: HTMLCanvasElement;
+  readonly #pixels = new MapPixels();
 
   constructor(canvas: HTMLCanvasElement) {
     this.#canvas = canvas;
@@ -117,13 +110,12 @@ export class MapPainter {
     const pen = this.#canvas.getContext('2d', { alpha: false });
     if (!pen) return;
     this.#colours = coloursOf(look.ramp);
-    pen.setTransform(ratio, 0, 0, ratio, 0, 0);
-    pen.globalAlpha = 1;
-    pen.fillStyle = this.#colours.line;
-    pen.fillRect(0, 0, width, height);
     this.headings.clear();
-    this.#fill(pen, look, ratio);
-    this.#frame(pen, look, ratio);
+    this.#pixels.start(w, h, ratio, this.#colours.line);
+    this.#fill(look, ratio);
+    frame(this.#pixels, look, ratio);
+    pen.putImageData(this.#pixels.image, 0, 0);
+    pen.setTransform(ratio, 0, 0, ratio, 0, 0);
     pen.textBaseline = 'middle';
     pen.font = `${LABEL_SIZE * look.textScale}px ${getComputedStyle(this.#canvas).fontFamily}`;
     tiles.forEach((tile, index) => {
@@ -135,87 +127,15 @@ export class MapPainter {
     });
   }
 
-  // One pass for each colour: changing the colour costs more than filling a small tile. And drawing a cushion
-  // costs ten times as much, so small tiles are shaded by strips.
-  #fill(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
-    const byColour: Tile<Entry>[][] = this.#colours.tiles.map(() => []);
-    const rests: Tile<Entry>[] = [];
-    const small: Area[] = [];
-    const faded: Tile<Entry>[] = [];
-    look.tiles.forEach((tile, index) => {
-      if (tile.inside) return;
-      byColour[look.colours[index]!]!.push(tile);
-      if (tile.rest) rests.push(tile);
-      if (isFaded(look, index)) faded.push(tile);
-    });
-    byColour.forEach((list, colour) => {
-      if (list.length === 0) return;
-      pen.fillStyle = this.#colours.tiles[colour]!;
-      const shaded = look.shaded ? cushion(this.#colours.tiles[colour]!) : null;
-      for (const tile of list) {
-        const { x, y, w, h } = filled(tile, ratio);
-        if (w <= 0 || h <= 0) continue;
-        if (shaded && w >= SMALLEST_CUSHION && h >= SMALLEST_CUSHION) pen.drawImage(shaded, x, y, w, h);
-        else {
-          pen.fillRect(x, y, w, h);
-          if (shaded && w >= SMALLEST_SHADE && h >= SMALLEST_SHADE) small.push({ x, y, w, h });
-        }
-      }
-    });
-    for (const [from, to, colour] of SHADES) {
-      pen.fillStyle = colour;
-      for (const { x, y, w, h } of small) {
-        const top = Math.round(h * from);
-        pen.fillRect(x, y + top, w, Math.round(h * to) - top);
-      }
-    }
-    this.#hatch(pen, rests, ratio);
-    pen.fillStyle = this.#colours.line;
-    pen.globalAlpha = 0.72;
-    for (const tile of faded) {
-      const { x, y, w, h } = filled(tile, ratio);
-      pen.fillRect(x, y, w, h);
-    }
-    pen.globalAlpha = 1;
-  }
-
   // Rests are hatched, since they are no single thing.
-  #hatch(pen: CanvasRenderingContext2D, rests: readonly Tile<Entry>[], ratio: number): void {
-    if (rests.length === 0) return;
-    const square = document.createElement('canvas');
-    square.width = square.height = 8;
-    const small = square.getContext('2d');
-    if (!small) return;
-    small.strokeStyle = this.#colours.ink;
-    small.lineWidth = 1;
-    small.beginPath();
-    for (const at of [-8, 0, 8]) {
-      small.moveTo(at - 1, 9);
-      small.lineTo(at + 9, -1);
-    }
-    small.stroke();
-    pen.globalAlpha = 0.3;
-    pen.fillStyle = pen.createPattern(square, 'repeat') ?? 'transparent';
-    for (const tile of rests) {
-      const { x, y, w, h } = filled(tile, ratio);
-      pen.fillRect(x, y, w, h);
-    }
-    pen.globalAlpha = 1;
-  }
-
-  // The outer folders have a wider line around them.
-  #frame(pen: CanvasRenderingContext2D, look: Look, ratio: number): void {
-    pen.fillStyle = this.#colours.line;
-    for (const tile of look.tiles) {
-      if (!tile.inside || tile.joined || tile.level > 1) continue;
-      const { x, y, w, h } = filled(tile, ratio);
-      const wide = tile.level === 0 ? 2 : 1;
-      if (w < 4 * wide || h < 4 * wide) continue;
-      pen.fillRect(x + w - wide, y, wide, h);
-      pen.fillRect(x, y + h - wide, w, wide);
-      if (x > 0) pen.fillRect(x, y, wide, h);
-      if (y > 0) pen.fillRect(x, y, w, wide);
-    }
+  #fill(look: Look, ratio: number): void {
+    const { tiles: colours, ink, line } = this.#colours;
+    const shades = (faded: number): Shades[] => colours.map((colour) => shadesOf(colour, { shaded: look.shaded, faded, ink, line }));
+    const plain = shades(0);
+    const faded = look.highlighted < 0 ? [] : shades(FADED);
+    look.tiles.forEach((tile, index) => {
+      if (!tile.inside) this.#pixels.shade(boxOf(tile, ratio), (isFaded(look, index) ? faded : plain)[look.colours[index]!]!, tile.rest);
+    });
   }
 
   // The headings that a tile must not cover: those of the folders around it.

@@ -1,0 +1,113 @@
+// The areas of the map as pixels, with a soft light on them. Writing each pixel here is quicker than having the
+// browser draw thousands of small rectangles.
+
+// In pixels of the screen; right and bottom are the first ones that do not belong to it.
+export interface Box {
+  left: number;
+  top: number;
+  right: number;
+  bottom: number;
+}
+
+// Red, green and blue, 0 to 255.
+type Rgb = readonly [number, number, number];
+
+// One colour from the place with most light to the one with least, as it is and where it is hatched.
+export interface Shades {
+  plain: Uint32Array;
+  hatched: Uint32Array;
+}
+
+const WHITE: Rgb = [255, 255, 255];
+const BLACK: Rgb = [0, 0, 0];
+// The place with most light, in parts of a tile's width and height.
+const LIGHT = { x: 0.35, y: 0.3 };
+const STEPS = 160; // from there to the farthest corner, by the square of the distance
+const STEP = ((1 - LIGHT.x) ** 2 + (1 - LIGHT.y) ** 2) / STEPS;
+const SMALLEST_SHADED = 5;
+const HATCHING = 8; // pixels from one line to the next, at the default size
+const HATCHED = 0.3; // the part of ink in them
+
+// Colours of style sheets, such as "#59baff".
+const rgbOf = (colour: string): Rgb => [1, 3, 5].map((at) => parseInt(colour.slice(at, at + 2), 16)) as unknown as Rgb;
+const mix = (a: Rgb, b: Rgb, share: number): Rgb => [0, 1, 2].map((i) => a[i]! + (b[i]! - a[i]!) * share) as unknown as Rgb;
+// As the canvas has it in memory, on little-endian machines.
+const wordOf = ([r, g, b]: Rgb): number => ((255 << 24) | (Math.round(b) << 16) | (Math.round(g) << 8) | Math.round(r)) >>> 0;
+
+// A colour at this distance from the light, in parts of a tile: first lighter, then darker.
+function lit(colour: Rgb, distance: number): Rgb {
+  if (distance < 0.5) return mix(colour, WHITE, 0.3 - 0.52 * distance);
+  const share = 0.04 - 0.36 * (distance - 0.5);
+  return share > 0 ? mix(colour, WHITE, share) : mix(colour, BLACK, -share);
+}
+
+export interface Shading {
+  shaded: boolean;
+  faded: number; // the part that the colour of the lines has
+  ink: string;
+  line: string;
+}
+
+const known = new Map<string, Shades>(); // one takes as long as some hundred tiles
+
+export function shadesOf(colour: string, look: Shading): Shades {
+  const key = `${colour} ${look.shaded} ${look.faded} ${look.ink} ${look.line}`;
+  let shades = known.get(key);
+  if (!shades) {
+    known.set(key, shades = { plain: new Uint32Array(STEPS + 2), hatched: new Uint32Array(STEPS + 2) });
+    const [flat, ink, line] = [rgbOf(colour), rgbOf(look.ink), rgbOf(look.line)];
+    for (let i = 0; i < STEPS + 2; ++i) {
+      const one = look.shaded ? lit(flat, Math.sqrt(i * STEP)) : flat;
+      shades.plain[i] = wordOf(mix(one, line, look.faded));
+      shades.hatched[i] = wordOf(mix(mix(one, ink, HATCHED), line, look.faded));
+    }
+  }
+  return shades;
+}
+
+export class MapPixels {
+  image = new ImageData(1, 1);
+  #buffer = new ArrayBuffer(0);
+  #words = new Uint32Array(0);
+  #across = new Uint8Array(0);
+  #ratio = 1;
+  #line = 0;
+
+  // Makes all of it one line. Memory that has the size already is used again: new memory takes longer than drawing.
+  start(width: number, height: number, ratio: number, colour: string): void {
+    const bytes = 4 * width * height;
+    if (this.#buffer.byteLength < bytes) this.#buffer = new ArrayBuffer(bytes);
+    this.image = new ImageData(new Uint8ClampedArray(this.#buffer, 0, bytes), width, height);
+    this.#words = new Uint32Array(this.#buffer, 0, width * height);
+    this.#across = new Uint8Array(width);
+    this.#ratio = ratio;
+    this.#line = wordOf(rgbOf(colour));
+    this.#words.fill(this.#line);
+  }
+
+  // A line, or a part of one.
+  clear({ left, top, right, bottom }: Box): void {
+    const { width } = this.image;
+    for (let y = top; y < bottom; ++y) for (let x = left; x < right; ++x) this.#words[y * width + x] = this.#line;
+  }
+
+  // hatched: with lines from the lower left to the upper right.
+  shade({ left, top, right, bottom }: Box, { plain, hatched }: Shades, hatch: boolean): void {
+    const { width } = this.image;
+    const [words, across] = [this.#words, this.#across];
+    const [w, h] = [right - left, bottom - top];
+    const soft = w >= SMALLEST_SHADED && h >= SMALLEST_SHADED;
+    for (let x = 0; x < w; ++x) across[x] = soft ? ((x + 0.5) / w - LIGHT.x) ** 2 / STEP : STEPS / 3;
+    const apart = Math.round(HATCHING * this.#ratio);
+    for (let y = 0; y < h; ++y) {
+      const down = soft ? Math.round(((y + 0.5) / h - LIGHT.y) ** 2 / STEP) : 0;
+      const row = (top + y) * width + left;
+      for (let x = 0; x < w; ++x) words[row + x] = plain[across[x]! + down]!;
+      if (!hatch) continue;
+      const first = apart - 1 - ((left + top + y) % apart);
+      for (let line = 0; line < this.#ratio; ++line) {
+        for (let x = (first + line) % apart; x < w; x += apart) words[row + x] = hatched[across[x]! + down]!;
+      }
+    }
+  }
+}
