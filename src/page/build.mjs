@@ -9,7 +9,8 @@ import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { minify } from 'terser';
-import { packed } from './lang/forms.mjs';
+import { checkNumbered, numberedKeys } from './keys.mjs';
+import { BETWEEN_TEXTS, packed } from './lang/forms.mjs';
 
 const MOST_BYTES = 340 * 1000;
 const MOST_GZIPPED = 103.5 * 1000;
@@ -40,20 +41,22 @@ async function sortedEnglish() {
   return Object.fromEntries(Object.entries(texts).sort(([, a], [, b]) => (order(a) < order(b) ? -1 : 1)));
 }
 
-// The texts of all languages. Their keys stand there once, apart from the texts: in each language they would
-// be a tenth of the page.
-const dictionaries = (pseudo) => ({
+const isSource = (name) => name.endsWith('.ts') && !/^lang\b/.test(name);
+const sources = () => fs.readdirSync(here, { recursive: true }).filter(isSource).map(source);
+
+// The texts of all languages, and numbers instead of their keys in the sources. The keys that have no number stand
+// there once, apart from the texts.
+const dictionaries = (english, { keys, named, replaced }, pseudo) => ({
   name: 'dictionaries',
-  async setup(bundle) {
-    const english = await sortedEnglish();
-    const keys = Object.keys(english);
-    const written = (texts, french) => JSON.stringify(packed(keys.map((key) => texts[key]), french));
+  setup(bundle) {
+    const all = [...keys, ...named];
+    const written = (texts, french) => JSON.stringify(packed(all.map((key) => texts[key]), french));
     bundle.onLoad({ filter: /[/\\]lang[/\\][a-z]{2}\.ts$/ }, async ({ path: file }) => {
       const lang = path.basename(file, '.ts');
       if (lang === 'en') {
         return {
-          contents: `import { unpacked } from './forms.mjs';
-            export const en = unpacked(${JSON.stringify(keys.join('~'))}.split('~'), ${written(pseudo ? longerTexts(english) : english)});`,
+          contents: `import { numbersAnd, unpacked } from './forms.mjs';
+            export const en = unpacked(numbersAnd(${keys.length}, ${JSON.stringify(named.join(BETWEEN_TEXTS))}), ${written(pseudo ? longerTexts(english) : english)});`,
           loader: 'js', resolveDir: path.dirname(file),
         };
       }
@@ -64,14 +67,19 @@ const dictionaries = (pseudo) => ({
         loader: 'js', resolveDir: path.dirname(file),
       };
     });
+    bundle.onLoad({ filter: /\.ts$/ }, ({ path: file }) => (
+      isSource(path.relative(here, file)) ? { contents: replaced(fs.readFileSync(file, 'utf8')), loader: 'ts' } : undefined));
   },
 });
 
 async function bundledScript(pseudo) {
-  const result = await build({ ...common, plugins: [dictionaries(pseudo)], entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
+  const english = await sortedEnglish();
+  const numbered = numberedKeys(Object.keys(english), sources());
+  const result = await build({ ...common, plugins: [dictionaries(english, numbered, pseudo)], entryPoints: [path.join(here, 'main.ts')], format: 'iife', charset: 'utf8' });
   // What esbuild has bundled gets 3 % smaller by this.
   const { code } = await minify(result.outputFiles[0].text, { ecma: 2020, toplevel: true, compress: { passes: 3 } });
   const text = code.trim();
+  checkNumbered(numbered.keys, text);
   // The script is inlined, so it must not contain anything that ends the script element.
   if (/<\/script|<!--/i.test(text)) throw new Error('the script holds "</script" or "<!--"');
   return text;

@@ -3,6 +3,8 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { needs } from '../system/support/home.mjs';
+import { checkNumbered, numberedKeys } from '../../src/page/keys.mjs';
+import { BETWEEN_TEXTS, numbersAnd, packed, unpacked } from '../../src/page/lang/forms.mjs';
 import { page } from './support/modules.mjs';
 
 const {
@@ -95,7 +97,7 @@ test('failure words: what figures stand in them, unknown ones as they are, and w
 test('no dictionary contains English text', needs('esbuild'), () => {
   // Texts that are the same in both languages.
   const alike = {
-    nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'nScans', 'filter', 'details', 'adNotes', 'acRunning'],
+    nl: ['colType', 'colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'g_video', 'scansList', 'nItems', 'filter', 'details', 'adNotes', 'acRunning'],
     fr: ['colType', 'colMenu', 'g_documents', 'g_archives', 'sections', 'secTypes', 'exportTypes', 'fiExts', 'abVersion'],
     es: ['a_oldfiles_returns', 'a_duplicates_returns', 'acRunning'],
     pt: ['colMenu', 'keyShift', 'keyEnter', 'keyDelete', 'acRunning'],
@@ -104,6 +106,29 @@ test('no dictionary contains English text', needs('esbuild'), () => {
   for (const [lang, keys] of Object.entries(alike)) {
     const left = Object.keys(page.en).filter((key) => JSON.stringify(page[lang][key]) === JSON.stringify(page.en[key]));
     assert.deepEqual(left.filter((key) => !keys.includes(key) && !everywhere.includes(key)), [], lang);
+  }
+});
+
+test('a key has a number in the built page unless something may look for it by its name', () => {
+  const source = `t('one'); parts('one', x); t(yes ? 'camelOne' : 'camelTwo'); const camelTwo = 1; el('x', { class: 'both' }, t('both')); text(\`r_\${why}\`);`;
+  const { keys, named, replaced } = numberedKeys(['one', 'camelOne', 'camelTwo', 'both', 'r_why', 'unused'], [source, "title: 'camelOne'"]);
+  assert.deepEqual([keys, named], [['one', 'camelOne', 'unused'], ['camelTwo', 'both', 'r_why']]);
+  assert.match(replaced(source), /^t\(1\); parts\(1, x\); t\(yes \? 2 : 'camelTwo'\).*t\('both'\)/);
+  checkNumbered(keys, replaced(source));
+  assert.throws(() => checkNumbered(keys, 'f("camelOne")'), /camelOne/);
+});
+
+test('each language finds its texts under the numbers and names of the English ones', needs('esbuild'), () => {
+  const names = Object.keys(page.en).reverse();
+  const [numbered, named] = [names.slice(0, 300), names.slice(300)];
+  const inPage = (lang, keys) => unpacked(keys, packed([...numbered, ...named].map((key) => page[lang][key]), lang === 'fr'), lang === 'fr');
+  const english = inPage('en', numbersAnd(numbered.length, named.join(BETWEEN_TEXTS)));
+  for (const lang of ['nl', 'fr', 'es', 'pt']) {
+    const texts = inPage(lang, Object.keys(english));
+    // A text may have a form for millions that its language never asks for.
+    const same = (key, at) => assert.deepEqual(texts[at], typeof texts[at] === 'string' ? page[lang][key] : { ...texts[at], ...page[lang][key] }, `${lang} ${key}`);
+    numbered.forEach((key, i) => same(key, i + 1));
+    for (const key of named) same(key, key);
   }
 });
 

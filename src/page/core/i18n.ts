@@ -46,6 +46,10 @@ function formFor(forms: Forms, count: unknown): string {
   return forms[rules.select(Number(count) || 0)] ?? forms['other'] ?? '';
 }
 
+// Keys that are put together at run time. All others stand in the sources as they are, since the built page has
+// numbers instead of them.
+type Composed = `${string}_${string}`;
+
 // Splits a text at its placeholders; each placeholder becomes an object with its name.
 function pieces(key: string, vars: Record<string, unknown>): (string | { name: string })[] {
   const entry = chosen.texts[key as Key];
@@ -60,13 +64,15 @@ export type Args<K extends Key> = keyof Vars<K> extends never ? [] : [vars: Vars
 
 // The text for a key with its placeholders filled in; numbers are formatted for the locale.
 export function t<K extends Key>(key: K, ...args: Args<K>): string {
-  return text(key, args[0]);
+  return filled(key, args[0]);
 }
 
-// The same for keys built at run time. An unknown key is shown as it is.
-export function text(key: string, vars: Record<string, unknown> = {}): string {
+function filled(key: string, vars: Record<string, unknown> = {}): string {
   return pieces(key, vars).map((part) => (typeof part === 'string' ? part : part.name in vars ? written(vars[part.name]) : `{${part.name}}`)).join('');
 }
+
+// The same for keys put together at run time. An unknown key is shown as it is.
+export const text: (key: Composed, vars?: Record<string, unknown>) => string = filled;
 
 // The same with arbitrary placeholder values, such as elements; returns the parts in order.
 export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, string | number | V>): (string | V)[] {
@@ -77,15 +83,18 @@ export function parts<K extends Key, V>(key: K, vars: Record<keyof Vars<K>, stri
   });
 }
 
-export const known = (key: string): key is Key => Object.hasOwn(en, key);
+export const known = (key: Composed): boolean => Object.hasOwn(en, key);
 
 // The phrase for a word of the program, or the word itself if there is none.
-export const phrase = (prefix: string, word: string): string => (known(prefix + word) ? text(prefix + word) : shown(word));
+export function phrase(prefix: `${string}_`, word: string): string {
+  const key: Composed = `${prefix}${word}`;
+  return known(key) ? text(key) : shown(word);
+}
 
 // The sentence for a failure word.
 export function failure(word: string): string {
   const { key, code } = wordingOf(word);
-  return key === null ? shown(word) : text(key, { code });
+  return key === null ? shown(word) : filled(key, { code });
 }
 
 export const size = (bytes: number): string => units.formatSize(bytes, locale());

@@ -1,6 +1,6 @@
 // The account of a drive: what its used space consists of, row by row, and what of it is not explained.
 import type { AccountAnswer, AccountRow, Job } from '../core/answers';
-import { known, percent, size, t, text } from '../core/i18n';
+import { percent, phrase, size, t } from '../core/i18n';
 import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { goTo } from '../data/state';
@@ -24,7 +24,7 @@ function figureOf(row: AccountRow): string {
 }
 
 function line(row: AccountRow, whole: number): HTMLElement {
-  const label = known(`acc_${row.code}`) ? text(`acc_${row.code}`) : shown(row.code);
+  const label = phrase('acc_', row.code);
   const go = where(row);
   const parts = row.parts ?? [];
   const name: Child = go ? el('button', { type: 'button', class: 'link', on: { click: go } }, label) : label;

@@ -1,7 +1,7 @@
 // Restarts the program with administrator rights, or ends it. The new process takes over the port, so
 // this tab goes on with it.
 import { wordOf } from '../core/failure';
-import { text, t } from '../core/i18n';
+import { t } from '../core/i18n';
 import { FAILURE } from '../core/words';
 import { api, markEnded } from '../data/api';
 import { changed, state } from '../data/state';
@@ -15,7 +15,7 @@ const ASK_FROM = 8;
 const RELOAD_FROM = 15;
 const BUSY_ROUNDS = 150; // as long as the program waits for its deletions
 
-const progress = { words: '' };
+const progress = { words: '' as '' | 'elevateWait' | 'elevateAsk' | 'elevateBusy' };
 
 const pause = (milliseconds: number): Promise<void> => new Promise((resolve) => setTimeout(resolve, milliseconds));
 
@@ -57,13 +57,13 @@ export const mayElevate = (): boolean => state.hello.canQuit && state.targets !=
 
 // The text of the button follows the progress of the restart.
 export const elevateButton = (): HTMLButtonElement =>
-  button(progress.words ? text(progress.words) : t('elevate'), () => void elevate(), { icon: 'shield', class: 'elevates' });
+  button(progress.words ? t(progress.words) : t('elevate'), () => void elevate(), { icon: 'shield', class: 'elevates' });
 
 export function updateElevateButtons(): void {
   if (!progress.words) return;
   for (const made of document.querySelectorAll<HTMLButtonElement>('.elevates')) {
     const words = made.lastChild;
-    if (words instanceof Text) words.data = text(progress.words);
+    if (words instanceof Text) words.data = t(progress.words);
     made.setAttribute('aria-disabled', 'true');
   }
 }

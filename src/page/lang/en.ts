@@ -49,7 +49,6 @@ export const en = {
   // ---- units and counts ----
   nFiles: { one: '{n} file', other: '{n} files' },
   nItems: { one: '{n} item', other: '{n} items' },
-  nScans: { one: '{n} scan', other: '{n} scans' },
   free: 'free',
   used: 'used',
   freeOf: '{free} free of {size}',

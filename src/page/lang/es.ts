@@ -49,7 +49,6 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
 
   nFiles: { one: '{n} archivo', many: '{n} de archivos', other: '{n} archivos' },
   nItems: { one: '{n} elemento', many: '{n} de elementos', other: '{n} elementos' },
-  nScans: { one: '{n} análisis', many: '{n} de análisis', other: '{n} análisis' },
   free: 'libre',
   used: 'en uso',
   freeOf: '{free} libres de {size}',

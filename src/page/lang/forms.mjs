@@ -2,7 +2,7 @@
 // that is taken apart when its language is chosen. A text that counts has the forms one, other and,
 // where it does not follow from these, many.
 
-const BETWEEN_TEXTS = '~';
+export const BETWEEN_TEXTS = '~';
 const BETWEEN_FORMS = '|';
 
 // French, Spanish and Portuguese say "1 million of files": the form for millions of a text that counts.
@@ -21,6 +21,9 @@ export function packed(texts, french) {
   if (wrong !== undefined) throw new Error(`a text has ${BETWEEN_TEXTS} or ${BETWEEN_FORMS} in it: ${wrong}`);
   return forms.map((list) => list.join(BETWEEN_FORMS)).join(BETWEEN_TEXTS);
 }
+
+// The keys of all texts: the numbers and then the names, an order that objects keep.
+export const numbersAnd = (count, names) => [...Array.from({ length: count }, (_, i) => i + 1), ...names.split(BETWEEN_TEXTS)];
 
 // And back, as a dictionary with these keys.
 export const unpacked = (keys, text, french) => Object.fromEntries(text.split(BETWEEN_TEXTS).map((forms, i) => {

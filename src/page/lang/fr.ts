@@ -48,7 +48,6 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
 
   nFiles: { one: '{n} fichier', many: '{n} de fichiers', other: '{n} fichiers' },
   nItems: { one: '{n} élément', many: '{n} d’éléments', other: '{n} éléments' },
-  nScans: { one: '{n} analyse', many: '{n} d’analyses', other: '{n} analyses' },
   free: 'libre',
   used: 'utilisé',
   freeOf: '{free} libres sur {size}',

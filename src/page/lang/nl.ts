@@ -48,7 +48,6 @@ export const nl = dictionary<'one' | 'other'>()({
 
   nFiles: { one: '{n} bestand', other: '{n} bestanden' },
   nItems: { one: '{n} item', other: '{n} items' },
-  nScans: { one: '{n} scan', other: '{n} scans' },
   free: 'vrij',
   used: 'in gebruik',
   freeOf: '{free} vrij van {size}',

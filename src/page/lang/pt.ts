@@ -49,7 +49,6 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
 
   nFiles: { one: '{n} ficheiro', many: '{n} de ficheiros', other: '{n} ficheiros' },
   nItems: { one: '{n} item', many: '{n} de itens', other: '{n} itens' },
-  nScans: { one: '{n} análise', many: '{n} de análises', other: '{n} análises' },
   free: 'livre',
   used: 'em uso',
   freeOf: '{free} livres de {size}',

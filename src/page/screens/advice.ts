@@ -89,7 +89,7 @@ function card(job: Job, finding: Finding, times: ReadonlyMap<string, number>): H
   const canMark = !isRemote(job) && !EMPTIED.includes(finding.code);
   const title = phrase('a_', finding.code);
   const line = (label: string, part: string): HTMLElement[] => {
-    const key = `a_${finding.code}_${part}`;
+    const key = `a_${finding.code}_${part}` as const;
     if (!known(key)) return part === 'what' ? [el('dt', {}, label), el('dd', {}, t('a_unknown_what'))] : [];
     return [el('dt', {}, label), el('dd', {}, text(key, { n: finding.n1 }))];
   };

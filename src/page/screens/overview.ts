@@ -1,6 +1,6 @@
 // The overview of a scan: where the space went, and what could be freed.
 import type { Job, ResultDoc } from '../core/answers';
-import { count, parts, percent, phrase, seconds, size, text, t, known } from '../core/i18n';
+import { count, parts, percent, phrase, seconds, size, t } from '../core/i18n';
 import { isDrive, isRemote, nameOf, turboReason } from '../core/job';
 import { typeName } from '../core/names';
 import { fileNameOf, shown } from '../core/paths';
@@ -97,12 +97,11 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
 function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
-  const how = known(`how_${meta.method}`) ? text(`how_${meta.method}`) : shown(meta.method);
   const why = job.noTurbo && meta.method === METHOD.walk && (isDrive(job) || job.noTurbo.startsWith(FILE_TABLE)) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
   return el('section', { class: 'panel stack' },
     el('dl', { class: 'figures' },
       fact(t('colSize'), size(meta.used)), fact(t('colFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
-      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), how), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
+      fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), phrase('how_', meta.method)), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
     why ? el('p', { class: 'small muted' }, why) : null,
     meta.denied > 0 ? el('details', {}, el('summary', {}, t('ovDeniedText', { n: meta.denied })), el('p', { class: 'small muted' }, t('ovDeniedWhy'))) : null,
     meta.skipped > 0 ? el('p', { class: 'small muted' }, t(isRemote(job) ? 'ovSkippedHost' : 'ovSkipped', { n: meta.skipped })) : null);

@@ -1,6 +1,6 @@
 // Files with equal contents, across all scans: a form, its progress, and the groups.
 import type { AcrossAnswer, CopyGroup } from '../../core/answers';
-import { known, percent, size, t, text } from '../../core/i18n';
+import { percent, phrase, size, t } from '../../core/i18n';
 import { typedNumber } from '../../core/question';
 import { shareOf } from '../../core/units';
 import { duplicates } from '../../data/runs';
@@ -33,9 +33,8 @@ const form = (go: HTMLElement, begin: () => void, scans: HTMLElement): Child => 
 ];
 
 function showProgress(bar: HTMLElement, done: HTMLElement, answer: AcrossAnswer): string {
-  const phaseKey = `acPhase_${answer.phase ?? 'listing'}`;
   const share = shareOf(answer.percent ?? 0, 100);
-  const words = t('acRunning', { phase: known(phaseKey) ? text(phaseKey) : answer.phase ?? '', percent: percent(share) });
+  const words = t('acRunning', { phase: phrase('acPhase_', answer.phase ?? 'listing'), percent: percent(share) });
   done.style.width = `${share * 100}%`;
   setAttribute(bar, 'aria-valuenow', Math.round(share * 100));
   setAttribute(bar, 'aria-valuetext', words);
