@@ -8,9 +8,9 @@ import { extensionOf } from '../core/type_groups';
 import type { Entry } from '../core/entry';
 import { changed, knowsDisk, measure, state } from '../data/state';
 import { keepTable, tableSettings } from '../data/table_settings';
-import { cutPath, el, setAttribute, setText } from '../ui/dom';
+import { cutPath, setAttribute } from '../ui/dom';
 import { Table, type Column } from '../ui/table';
-import { markColumn, menuColumn } from '../ui/table_columns';
+import { figureCell, markColumn, menuColumn, textCell } from '../ui/table_columns';
 import { showDetails } from './details';
 import { copyPaths } from './item_actions';
 import { openItemMenu } from './item_menu';
@@ -36,12 +36,12 @@ function columns(job: Job, menu: (index: number, button: HTMLElement) => void): 
   const remote = isRemote(job);
   return [
     markColumn(() => (remote ? 'none' : 'open')),
-    { id: 'name', title: 'colName', width: 'minmax(7rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, shown(baseName(row.p).slice(0, 300))) },
+    { id: 'name', title: 'colName', width: 'minmax(7rem, 3fr)', sort: 'name', ...textCell((row) => shown(baseName(row.p).slice(0, 300))) },
     { id: 'folder', optional: true, title: 'folder', width: 'minmax(8rem, 4fr)', sort: 'folder', extra: true, fill: (cell, row) => cell.replaceChildren(cutPath(parentOf(row.p))) },
-    { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(valueOf(row, measure(job.id)))) },
-    ...(knowsDisk(job.id) ? [{ id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', number: true, extra: true, fill: (cell: HTMLElement, row: FileItem) => setText(cell, row.a === undefined ? '' : size(row.a)) } as const] : []),
-    { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.m)) },
-    { id: 'type', optional: true, off: true, title: 'colType', width: '5rem', sort: 'type', extra: true, make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, shown(extensionOf(baseName(row.p)).slice(0, 30))) },
+    { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', ...figureCell((row) => size(valueOf(row, measure(job.id)))) },
+    ...(knowsDisk(job.id) ? [{ id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', extra: true, ...figureCell((row: FileItem) => (row.a === undefined ? '' : size(row.a))) } as const] : []),
+    { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', extra: true, ...figureCell((row) => date(row.m)) },
+    { id: 'type', optional: true, off: true, title: 'colType', width: '5rem', sort: 'type', extra: true, ...textCell((row) => shown(extensionOf(baseName(row.p)).slice(0, 30))) },
     menuColumn(() => true, menu),
   ];
 }

@@ -17,9 +17,10 @@ import { measureSwitch } from '../flows/measure_switch';
 import { openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Changes, Screen } from '../flows/screen';
-import { button, cutPath, el, fill, loading, meter, setText, type Child } from '../ui/dom';
+import { button, cutPath, el, fill, loading, meter, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
 import { Table, type Column } from '../ui/table';
+import { figureCell, textCell } from '../ui/table_columns';
 
 const MAX_ROWS = 14; // visible rows of the table of files
 
@@ -100,10 +101,10 @@ class Types implements ResultScreen {
 
   #columns(): Column<TypeItem>[] {
     return [
-      { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeName(row.e)) },
-      { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, size(this.#value(row))) },
-      { id: 'share', title: 'colShare', width: '4rem', number: true, fill: (cell, row) => setText(cell, percent(shareOf(this.#value(row), this.#whole()))) },
-      { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, count(row.c)) },
+      { id: 'name', title: 'colType', width: 'minmax(5rem, 2fr)', sort: 'name', ...textCell((row) => typeName(row.e)) },
+      { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', ...figureCell((row) => size(this.#value(row))) },
+      { id: 'share', title: 'colShare', width: '4rem', ...figureCell((row) => percent(shareOf(this.#value(row), this.#whole()))) },
+      { id: 'files', title: 'colFiles', width: '4.5rem', sort: 'files', extra: true, ...figureCell((row) => count(row.c)) },
     ];
   }
 

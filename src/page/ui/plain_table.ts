@@ -1,8 +1,9 @@
 // Tables that only show: columns of text, all rows, nothing to mark.
 import { shown } from '../core/paths';
 import type { PlainKey } from '../lang/shape';
-import { el, setAttribute, setText } from './dom';
+import { setAttribute } from './dom';
 import { Table, type Column } from './table';
+import { figureCell, textCell } from './table_columns';
 
 const LONGEST = 1000;
 
@@ -10,10 +11,10 @@ const LONGEST = 1000;
 export const cut = (text: string): string => shown(text.slice(0, LONGEST));
 
 export const textColumn = <R>(title: PlainKey, width: string, text: (row: R) => string, extra = false): Column<R> =>
-  ({ title, width, extra, make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, text(row)) });
+  ({ title, width, extra, ...textCell(text) });
 
 export const numberColumn = <R>(title: PlainKey, width: string, text: (row: R) => string, extra = false): Column<R> =>
-  ({ title, width, extra, number: true, fill: (cell, row) => setText(cell, text(row)) });
+  ({ title, width, extra, ...figureCell(text) });
 
 // `keyOf` is also the tooltip of a row.
 export function plainTable<R>(label: string, columns: Column<R>[], keyOf: (row: R) => string, rows: readonly R[]): HTMLElement {

@@ -1,7 +1,14 @@
 // Columns and cells that several tables have.
 import { t } from '../core/i18n';
-import { el, icon, setAttribute } from './dom';
+import { el, icon, setAttribute, setText } from './dom';
 import type { Column } from './table';
+
+// A cell with a text, which may be a name in any script.
+export const textCell = <R>(text: (row: R) => string): Pick<Column<R>, 'make' | 'fill'> =>
+  ({ make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, text(row)) });
+
+export const figureCell = <R>(text: (row: R) => string): Pick<Column<R>, 'number' | 'fill'> =>
+  ({ number: true, fill: (cell, row) => setText(cell, text(row)) });
 
 // In a row that stands for what could not be loaded. The keyboard has Enter for it.
 export const retryButton = (): HTMLButtonElement => el('button', { type: 'button', class: 'link again', tabindex: '-1', hidden: true }, t('retry'));

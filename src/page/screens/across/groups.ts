@@ -17,7 +17,7 @@ import { verifyAndDelete } from '../../flows/verify';
 import { button, cutPath, el, field, icon, setAttribute, setIcon, setText, type Child } from '../../ui/dom';
 import { download } from '../../ui/download';
 import { Table, type Column } from '../../ui/table';
-import { markColumn } from '../../ui/table_columns';
+import { figureCell, markColumn } from '../../ui/table_columns';
 import { toast } from '../../ui/toast';
 import { groupsShown, keyOf, rowsOf, SORTS, type GroupSort, type Row } from './rows';
 
@@ -57,8 +57,8 @@ const columns = (fold: (group: CopyGroup) => void): Column<Row>[] => [
     title: 'colName', width: 'minmax(8rem, 6fr)', fill: (cell, row) => fillName(cell, row, fold),
     make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('file'), el('span', { class: 'line-part' }), el('span', { class: 'tag', hidden: true })),
   },
-  { title: 'colSize', width: '5.5rem', number: true, fill: (cell, row) => setText(cell, row.copy ? size(row.group.s) : size(row.group.waste)) },
-  { title: 'colDate', width: '6.5rem', number: true, extra: true, fill: (cell, row) => setText(cell, row.copy ? date(row.copy.m) : '') },
+  { title: 'colSize', width: '5.5rem', ...figureCell((row) => size(row.copy ? row.group.s : row.group.waste)) },
+  { title: 'colDate', width: '6.5rem', extra: true, ...figureCell((row) => (row.copy ? date(row.copy.m) : '')) },
 ];
 
 export class GroupList implements ResultList<CopyGroup> {

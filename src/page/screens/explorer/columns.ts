@@ -8,7 +8,7 @@ import { extensionOf } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
 import type { Column } from '../../ui/table';
-import { markColumn, menuColumn, retryButton } from '../../ui/table_columns';
+import { figureCell, markColumn, menuColumn, retryButton, textCell } from '../../ui/table_columns';
 
 const INDENT = 6;
 const STEP = 14;
@@ -79,14 +79,14 @@ export const columns = (context: TreeContext): Column<TreeRow>[] => [
     id: 'name', title: 'colName', width: 'minmax(9rem, 6fr)', sort: 'name', fill: (cell, row, index) => fillName(cell, row, () => context.toggle(index), () => context.retry(row)),
     make: () => el('div', { class: 'name-cell' }, el('span', { class: 'twist', 'aria-hidden': 'true' }, icon('right')), icon('folder'), el('bdi', { class: 'cell-name' }), retryButton()),
   },
-  { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', number: true, fill: (cell, row) => setText(cell, hasFigures(row) ? size(context.value(row)) : '') },
+  { id: 'size', title: 'colSize', width: '5.5rem', sort: 'size', ...figureCell((row) => (hasFigures(row) ? size(context.value(row)) : '')) },
   ...(context.knowsDisk ? [{
-    id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', number: true, extra: true,
-    fill: (cell: HTMLElement, row: TreeRow) => setText(cell, row.entry.a === undefined ? '' : size(row.entry.a)),
+    id: 'disk', optional: true, off: true, title: 'colDisk', width: '5.5rem', sort: 'disk', extra: true,
+    ...figureCell((row: TreeRow) => (row.entry.a === undefined ? '' : size(row.entry.a))),
   } as const] : []),
   shareColumn(context),
-  { id: 'files', optional: true, title: 'colFiles', width: '5rem', sort: 'files', number: true, extra: true, fill: (cell, row) => setText(cell, isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f)) },
-  { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', number: true, extra: true, fill: (cell, row) => setText(cell, date(row.entry.m)) },
-  { id: 'type', optional: true, off: true, title: 'colType', width: '5rem', sort: 'type', extra: true, make: () => el('div', {}, el('bdi')), fill: (cell, row) => setText(cell.firstElementChild!, typeText(row)) },
+  { id: 'files', optional: true, title: 'colFiles', width: '5rem', sort: 'files', extra: true, ...figureCell((row) => (isFile(row.entry) || row.entry.f === 0 ? '' : count(row.entry.f))) },
+  { id: 'date', optional: true, title: 'colDate', width: '6.5rem', sort: 'date', extra: true, ...figureCell((row) => date(row.entry.m)) },
+  { id: 'type', optional: true, off: true, title: 'colType', width: '5rem', sort: 'type', extra: true, ...textCell(typeText) },
   menuColumn((row) => isItem(row.entry), context.menu),
 ];

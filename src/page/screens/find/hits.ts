@@ -15,7 +15,7 @@ import type { ResultList } from '../../flows/search_frame';
 import { button, el, setAttribute, setText, type Child } from '../../ui/dom';
 import { download } from '../../ui/download';
 import { Table, type Column } from '../../ui/table';
-import { markColumn } from '../../ui/table_columns';
+import { figureCell, markColumn, textCell } from '../../ui/table_columns';
 import { copyText } from '../../ui/toast';
 
 interface Order {
@@ -43,10 +43,10 @@ const title = (hit: Hit): string => shown(hit.p.slice(0, 1000)) + (hit.lock ? ` 
 
 const columns = (): Column<Hit>[] => [
   markColumn((hit) => (hit.lock ? 'locked' : 'open')),
-  { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, shown(baseName(hit.p).slice(0, 300))) },
-  { title: 'folder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', make: () => el('div', {}, el('bdi')), fill: (cell, hit) => setText(cell.firstElementChild!, folderText(hit)) },
-  { title: 'colSize', width: '5.5rem', number: true, sort: 'size', fill: (cell, hit) => setText(cell, size(hit.s)) },
-  { title: 'colDate', width: '7.5rem', number: true, extra: true, sort: 'date', fill: (cell, hit) => setText(cell, date(hit.m)) },
+  { title: 'colName', width: 'minmax(8rem, 3fr)', sort: 'name', ...textCell((hit) => shown(baseName(hit.p).slice(0, 300))) },
+  { title: 'folder', width: 'minmax(6rem, 4fr)', extra: true, sort: 'folder', ...textCell(folderText) },
+  { title: 'colSize', width: '5.5rem', sort: 'size', ...figureCell((hit) => size(hit.s)) },
+  { title: 'colDate', width: '7.5rem', extra: true, sort: 'date', ...figureCell((hit) => date(hit.m)) },
 ];
 
 export class HitList implements ResultList<Hit> {

@@ -4,7 +4,7 @@ import { entryName } from '../../core/names';
 import { isFailed, isItem, isLoading, type Entry } from '../../core/entry';
 import { el, icon, setIcon, setText } from '../../ui/dom';
 import type { Column } from '../../ui/table';
-import { markColumn, retryButton } from '../../ui/table_columns';
+import { figureCell, markColumn, retryButton } from '../../ui/table_columns';
 
 interface Context {
   canMark: (row: Entry) => boolean;
@@ -24,5 +24,5 @@ export const columns = ({ canMark, value, retry }: Context): Column<Entry>[] => 
       again.onclick = retry;
     },
   },
-  { id: 'size', title: 'colSize', width: '4.5rem', number: true, fill: (cell, row) => setText(cell, isFailed(row) || isLoading(row) ? '' : size(value(row))) },
+  { id: 'size', title: 'colSize', width: '4.5rem', ...figureCell((row) => (isFailed(row) || isLoading(row) ? '' : size(value(row)))) },
 ];
