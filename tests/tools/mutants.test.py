@@ -1,7 +1,6 @@
 """Proves on a small made-up program that scripts/mutate finds the lines no test would miss, and only
 those, and that its table of explained ones cannot go stale unseen."""
 import pathlib
-import re
 import subprocess
 import sys
 import tempfile
@@ -17,7 +16,6 @@ struct Weight {
   explicit Weight(int grams) : grams(grams) {}
   int grams; // and no weight without them
 };
-bool isHeavy(const Weight& weight);
 Weight sum(const std::vector<int>& all);
 std::string_view wordOf(int number);
 int rest(int number);
@@ -27,13 +25,8 @@ int count();
 SOURCE = """#include "rules/made_up.h"
 #include <mutex>
 namespace vorda {
-constexpr int twice(int number) { return number + number; }
-static_assert(twice(2) == 4);
 struct Word { int number; std::string_view word; };
 constexpr Word kWords[] = {{1, "one"}, {2, "two"}, {3, "three"}};
-bool isHeavy(const Weight& weight) {
-  return weight.grams > twice(500);
-}
 Weight sum(const std::vector<int>& all) {
   int grams = 0;
   for (const int one : all) {
@@ -65,10 +58,7 @@ TEST = """#include "rules/made_up.h"
 #include <doctest/doctest.h>
 #include <thread>
 using namespace vorda;
-TEST_CASE("weights, in grams") {
-  CHECK(isHeavy(sum({600, -5, 500})));
-  CHECK_FALSE(isHeavy(Weight(999)));
-}
+TEST_CASE("weights, in grams") { CHECK(sum({600, 500}).grams == 1100); }
 TEST_CASE("words") {
   CHECK(wordOf(1) == "one");
   CHECK(wordOf(3) == "three");
@@ -90,12 +80,11 @@ FILES = {
     "tests/unit/main.cpp": "#define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN\n#include <doctest/doctest.h>\n",
 }
 UNNOTICED = [
-    'src/rules/made_up.cpp:7: row: {2, "two"}',
-    "src/rules/made_up.cpp:9: boundary: weight.grams > twice(500)",
-    "src/rules/made_up.cpp:14: never: one < 0",
-    "src/rules/made_up.cpp:14: boundary: one < 0",
-    "src/rules/made_up.cpp:14: taken out: continue",
-    "src/rules/made_up.cpp:29: nothing: return number [not reached]",
+    'src/rules/made_up.cpp:5: row: {2, "two"}',
+    "src/rules/made_up.cpp:9: never: one < 0",
+    "src/rules/made_up.cpp:9: boundary: one < 0",
+    "src/rules/made_up.cpp:9: taken out: continue",
+    "src/rules/made_up.cpp:24: nothing: return number [not reached]",
 ]
 EXPLAINED = """@ src/rules/made_up.cpp
 - {2, "two"},
@@ -105,10 +94,6 @@ EXPLAINED = """@ src/rules/made_up.cpp
 ~ never
 ~ boundary: one<0
 ~ taken out: continue
-= Made up.
-- return weight.grams >
-  twice(500);
-~ boundary
 = Made up.
 - int unused(int number) {
 - return number; }
@@ -143,20 +128,19 @@ class Mutants(unittest.TestCase):
         self.assertEqual(shown, UNNOTICED, complaint)
         self.assertEqual(code, 1)
         summary = next(line for line in lines if line.startswith("rules:"))
-        self.assertIn("(1 by a hang), 0 explained, 6 unnoticed", summary)
+        self.assertIn("(1 by a hang), 0 explained, 5 unnoticed", summary)
         self.assertIn("1 more do not compile", summary)  # no weight without grams
         self.assertIn("1 files for Windows left out", lines[-1])
 
         self.explain(EXPLAINED)
         code, lines, complaint = mutate(self.root, "rules")
         self.assertEqual(code, 0, lines)
-        self.assertTrue(any("6 explained, 0 unnoticed" in line for line in lines), lines)
+        self.assertTrue(any("5 explained, 0 unnoticed" in line for line in lines), lines)
 
     def test_the_table_of_explained_ones_must_fit_the_sources(self):
         for text, wrong in {
                 EXPLAINED: "",
                 "@ src/rules/made_up.cpp\n- if (two < 0) continue;\n~ never\n= Why.\n": "stand 0 times",
-                "@ src/rules/other.cpp\n- number\n~ never\n= Why.\n": "there is no src/rules/other.cpp",
                 "@ src/rules/made_up.cpp\n- namespace\n~ never\n": "a reason",
                 "@ src/rules/made_up.cpp\n- namespace\n~ broken\n= Why.\n": "kinds of change",
         }.items():
@@ -165,18 +149,5 @@ class Mutants(unittest.TestCase):
                 code, lines, complaint = mutate(self.root, "--check")
                 self.assertEqual(code, 1 if wrong else 0, lines + [complaint])
                 self.assertIn(wrong, "\n".join(lines))
-
-    def test_every_rule_about_paths_is_among_the_changes(self):
-        code, lines, complaint = mutate(ROOT, "--list", "rules")
-        self.assertEqual(code, 0, complaint)
-        listed = "\n".join(lines)
-        text = (ROOT / "src/rules/safety_rules.cpp").read_text(encoding="utf-8")
-        rows = re.findall(r'\{L"[^"]+", Refusal::\w+, (?:true|false)\}', text)
-        returns = re.findall(r'return Refusal::(?!none)\w+', text)
-        self.assertGreater(len(rows), 10)
-        self.assertGreater(len(returns), 6)
-        for kind, places in {"row": rows, "nothing": returns}.items():
-            for place in places:
-                self.assertEqual(listed.count(f": {kind}: {place}"), text.count(place), place)
 
 unittest.main()
