@@ -10,7 +10,7 @@ import { setTimeout as pause } from 'node:timers/promises';
 import { lastFirst } from './support/ends.mjs';
 import { has, home, needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
-import { makeFiles, ownWine, scratch, startSilent, winPath } from './support/vorda.mjs';
+import { makeFiles, ownWine, startSilent, winPath } from './support/vorda.mjs';
 
 const kMiB = 2 ** 20;
 // S: is a substituted drive.
@@ -213,7 +213,7 @@ test('temporary files are removed, except those in use', needs('prefixes'), asyn
   assert.equal(meta.freed, 1100 * kMiB + 5);
 });
 
-test('two copies share one log and write whole lines; without a log, files are deleted all the same', needs('ownMachine'), async (t) => {
+test('two copies share one log and write whole lines', needs('ownMachine'), async (t) => {
   const names = Array.from({ length: 60 }, (_, i) => `f${i}`);
   for (const folder of ['one', 'two']) makeFiles(`${drive}/${folder}`, Object.fromEntries(names.map((name) => [name, 'x'])));
   const servers = [await serveHere(t), await serveHere(t)];
@@ -221,37 +221,6 @@ test('two copies share one log and write whole lines; without a log, files are d
   const lines = log().split('\r\n');
   assert.equal(lines.pop(), '');
   assert.deepEqual(lines.sort(), ['one', 'two'].flatMap((folder) => names.map((name) => `AT  definitief  1  C:\\${folder}\\${name}`)).sort());
-  fs.rmSync(logFile);
-  fs.mkdirSync(logFile);
-  makeFiles(`${drive}/one`, { last: 'x' });
-  assert.equal((await servers[0].remove(['C:\\one\\last'], { permanent: 1 })).deleted, 1);
-});
-
-test('other requests are answered while a large folder is being deleted', async (t) => {
-  const folder = scratch(t);
-  for (let i = 0; i < 2000; ++i) makeFiles(`${folder}/many/${i % 40}`, { [`${i}`]: '' });
-  const server = await serveHere(t);
-  const job = await server.scan(winPath(folder));
-  const left = () => {
-    try {
-      return fs.readdirSync(`${folder}/many`).length;
-    } catch {
-      return 0; // all gone
-    }
-  };
-  let told = null;
-  const removal = server.remove([`${winPath(folder)}\\many`], { job, permanent: 1 }).then((body) => { told = body; });
-  // A request counts if some folders were gone before it and others were still there after its answer.
-  let answered = 0;
-  while (!told && answered < 5) {
-    const before = left();
-    await server.json('/api/jobs');
-    if (before < 40 && left() > 0) ++answered;
-  }
-  await removal;
-    assert.equal(answered, 5, 'requests answered during the deletion');
-  assert.equal(told.deleted, 1);
-  assert.deepEqual(fs.readdirSync(folder), []);
 });
 
 // A file whose path on this drive has that many characters, in a folder called `name` in its root.

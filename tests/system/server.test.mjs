@@ -1,18 +1,15 @@
 // The program as a server, as seen by a browser, curl, scripts and attackers.
 import assert from 'node:assert/strict';
-import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
 import path from 'node:path';
 import { test } from 'node:test';
-import { setTimeout as pause } from 'node:timers/promises';
 import { lastFirst } from './support/ends.mjs';
-import { home, needs, testProgram } from './support/home.mjs';
+import { home } from './support/home.mjs';
 import { exchange, freePort, serve, until } from './support/server.mjs';
-import { exe, makeFiles, output, processFacts, readCsv, readJson, scratch, start, startSilent, winPath } from './support/vorda.mjs';
+import { exe, makeFiles, output, readCsv, readJson, scratch, startSilent, winPath } from './support/vorda.mjs';
 
 const page = fs.readFileSync(path.join(path.dirname(exe), 'page/page.html'), 'utf8');
-const threadsOf = (child) => processFacts(child).threads;
 
 test('scan, browse, download and quit', async (t) => {
   const folder = scratch(t);
@@ -58,29 +55,6 @@ test('scan, browse, download and quit', async (t) => {
   assert.equal((await server.ended).code, 0);
 });
 
-test('510 connections that wait for their client hold no threads, and others are served', needs('fast'), async (t) => {
-  const { child, port, json } = await serve(t);
-  const sockets = [];
-  // In parts that fit into the listen queue, and all before the first is dropped for its silence.
-  while (sockets.length < 510) {
-    const batch = Array.from({ length: 30 }, () => net.connect(port, '127.0.0.1').on('error', () => {}));
-    await Promise.all(batch.map((socket) => once(socket, 'connect')));
-    batch.slice(0, 10).forEach((socket) => socket.write('GET /api/jobs'));
-    batch.slice(10, 20).forEach((socket) => socket.write('POST /api/jobs H\r\nContent-Length: 9\r\n\r\nbody'));
-    sockets.push(...batch);
-  }
-  assert.deepEqual(await json('/api/jobs'), { status: 200, body: [] });
-  assert.ok(threadsOf(child) < 60, `${threadsOf(child)} threads`);
-  assert.equal(sockets.filter((socket) => socket.destroyed || socket.readableEnded).length, 0);
-  // What comes late is answered all the same.
-  const late = sockets.slice(0, 20);
-  const answers = late.map((socket) => once(socket, 'data'));
-  late.forEach((socket, i) => socket.write(i < 10 ? ' H\r\n\r\n' : ' late'));
-  for (const [bytes] of await Promise.all(answers)) assert.match(bytes.toString(), /^HTTP\/1\.1 200 OK\r\n[^]*\r\n\r\n\[\]$/);
-  for (const socket of sockets) socket.destroy();
-  await until(() => threadsOf(child) < 40, 'the threads to end');
-});
-
 test('an agent requires its key, cannot be quit by a page, and ends on --stop', async (t) => {
   const { ended, port, base, json } = await serve(t, ['--agent', '--token', 'sésame open']);
   assert.deepEqual((await json('/api/hello')).body, { auth: true, server: false, canQuit: false });
@@ -113,35 +87,4 @@ test('if its port is taken, the page moves on to another after a while', async (
     return false;
   }, 'one of the next ports');
   assert.ok(Date.now() - began >= 14 * 200, 'it tried its own port first');
-});
-
-test('a port that the system refuses although nobody uses it is waited for', async (t) => {
-  const port = await freePort();
-  const holder = start(['hold-port', String(port)], { program: testProgram('system_helper_win.exe') });
-  await once(holder.child.stdout, 'data');
-  const { child, ended } = startSilent(['--port', String(port), '--no-open']);
-  lastFirst(t).after(() => {
-    child.kill('SIGKILL');
-    return ended;
-  });
-  const answers = (one) => fetch(`http://127.0.0.1:${one}/api/hello`).then((answer) => answer.ok, () => false);
-  await pause(6000); // twice as long as for a port that is in use
-  assert.equal(await answers(port + 1), false, 'it moved on');
-  holder.child.kill('SIGKILL');
-  await until(() => answers(port), 'the port to be taken');
-});
-
-test('the service runs under the service manager', needs('ownMachine'), async (t) => {
-  const sc = async (...args) => (await output(args, { program: 'sc.exe' })).toString();
-  const port = await freePort();
-  const program = winPath(exe);
-  const state = async () => /STATE\s*:\s*(\d+)/.exec(await sc('query', 'VordaAgent'))?.[1];
-  await sc('create', 'VordaAgent', 'binPath=', `"${program}" --service --port ${port} --token k1`);
-  lastFirst(t).after(() => sc('delete', 'VordaAgent'));
-  await sc('start', 'VordaAgent');
-  await until(() => fetch(`http://127.0.0.1:${port}/api/jobs?token=k1`).then((answer) => answer.ok, () => false), 'the service');
-  assert.equal(await state(), '4');
-  await sc('stop', 'VordaAgent');
-  await until(async () => await state() === '1', 'the service to stop');
-  await assert.rejects(fetch(`http://127.0.0.1:${port}/`));
 });

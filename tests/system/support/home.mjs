@@ -83,7 +83,6 @@ const CAPABILITIES = {
   caseSensitive: ['folders that mind the case', () => real && inNewFolder((folder) => succeeds('fsutil.exe', 'file', 'setCaseSensitiveInfo', folder, 'enable'))],
   cloudFiles: ['placeholders of files in the cloud', () => real && fs.existsSync(`${process.env.SystemRoot}\\System32\\cldapi.dll`)],
   com: ['vorda.com beside vorda.exe', () => windows && fs.existsSync(exe.replace(/exe$/, 'com'))],
-  excel: ['Excel', () => real && succeeds('reg.exe', 'query', 'HKCR\\Excel.Application')],
 };
 
 // How the tests of the page start a browser.

@@ -88,22 +88,6 @@ bool hold(const Arguments& values) {
   return true;
 }
 
-// PORT: takes it without serving it, until the process is ended, as if connections were left on it.
-bool holdPort(const Arguments& values) {
-  WSADATA data;
-  WSAStartup(MAKEWORD(2, 2), &data);
-  const SocketHandle owner(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<u_short>(std::stoul(values[0])));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (bind(owner.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-    return failed(L"bind");
-  say(L"ready");
-  Sleep(INFINITE);
-  return true;
-}
-
 // Files in the cloud, as cldapi.dll of Windows 10 1709 and later has them.
 struct CloudProvider {
   DWORD size;
@@ -202,7 +186,6 @@ constexpr Verb kVerbs[] = {{L"sparse", makeSparse},
                            {L"no-drive", removeDrive},
                            {L"process", describeProcess},
                            {L"hold", hold},
-                           {L"hold-port", holdPort},
                            {L"cloud", makeCloud},
                            {L"no-cloud", removeCloud},
                            {L"on-disk", sizeOnDisk}};
