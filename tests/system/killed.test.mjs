@@ -8,14 +8,6 @@ import { makeFiles, output, readCsv, scratch, start } from './support/vorda.mjs'
 const kFiles = 20_000;
 const kRuns = 40;
 const old = Buffer.from('the old output\n'.repeat(1000));
-const seed = Number(process.env.VORDA_SEED ?? Date.now() % 1_000_000);
-
-function makeRandom(state) {
-  return () => {
-    state = (Math.imul(state, 1_664_525) + 1_013_904_223) >>> 0;
-    return state / 2 ** 32;
-  };
-}
 
 // Long paths make the output so large that writing it takes a good part of the run. All files differ in
 // size, so there is one right order.
@@ -40,8 +32,6 @@ function watch(folder, onTemporary, onReplaced) {
 }
 
 test('killed at any moment: the old output or the new one, never a part', needs('fast'), async (t) => {
-  t.diagnostic(`VORDA_SEED=${seed}`);
-  const random = makeRandom(seed);
   const folder = scratch(t);
   makeTree(`${folder}/tree`);
   fs.mkdirSync(`${folder}/at`);
@@ -64,7 +54,7 @@ test('killed at any moment: the old output or the new one, never a part', needs(
     fs.writeFileSync(out, old);
     const { child, ended } = start(args);
     const kill = () => child.kill('SIGKILL');
-    const killWithin = (ms) => setTimeout(kill, random() * ms);
+    const killWithin = (ms) => setTimeout(kill, Math.random() * ms);
     // A quarter of them anywhere in the run, a quarter as the new output appears, the others while it is
     // being written.
     const kind = run % 4;

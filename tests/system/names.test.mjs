@@ -4,7 +4,7 @@ import fs from 'node:fs';
 import { test } from 'node:test';
 import { needs } from './support/home.mjs';
 import { compareWithCount } from './support/count.mjs';
-import { makeFiles, output, readCsv, readJson, scratch, winPath } from './support/vorda.mjs';
+import { makeFiles, output, readJson, scratch, winPath } from './support/vorda.mjs';
 
 // Creates a file under each path, all of different sizes so that a mix-up shows.
 function makeDistinct(folder, paths) {
@@ -71,24 +71,4 @@ test('400 levels, and paths of up to 3,900 characters', async (t) => {
   const { files } = await compareWithCount(folder);
   const lengths = files.map(({ path }) => winPath(path).length);
   assert.ok([1500, 3900].every((length) => lengths.includes(length)), `made ${lengths}`);
-});
-
-test('advice about hostile names, as CSV and as JSON', needs('anyName'), async (t) => {
-  const folder = scratch(t);
-  const temp = "Anna's, 😀; é";
-  const gib = 2 ** 30;
-  const old = ['old "file", 😀;.iso', "a | b\n'c'.iso"];
-  makeFiles(folder, { [`${temp}/AppData/Local/Temp/t`]: 1.5 * gib, [old[0]]: 4 * gib, [old[1]]: 3 * gib });
-  for (const name of old) fs.utimesSync(`${folder}/${name}`, 1e9, 1e9);
-  const scan = (...args) => output(['--scan', folder, '--out', '-', ...args]);
-  const { columns, rows } = readCsv(await scan('--format', 'csv', '--what', 'advice'));
-  assert.equal(columns, 'finding,level,bytes,paths');
-  const oldPaths = old.map((name) => winPath(`${folder}/${name}`));
-  const tempPath = winPath(`${folder}/${temp}/AppData/Local/Temp`);
-  assert.deepEqual(rows, [
-    ['oldfiles', 'serious', String(7 * gib), oldPaths.join(' | ')],
-    ['tempfiles', 'warning', String(1.5 * gib), tempPath],
-  ]);
-  const { advice } = readJson(await scan());
-  assert.deepEqual(advice.map(({ paths }) => paths), [oldPaths, [tempPath]]);
 });

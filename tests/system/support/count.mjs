@@ -64,7 +64,7 @@ function findEntries(root, { through = [] } = {}) {
 // - a broken or circular link is not shown at all;
 // - pipes, sockets, devices and links to them look like files of 0 bytes.
 // And a scan shows a separator in a name as U+FFFD.
-export function countTree(root, options) {
+function countTree(root, options) {
   const { entries, denied } = home === 'wine' ? findEntries(root, options) : listEntries(root);
   const files = [];
   const folders = new Map();
