@@ -7,10 +7,9 @@ import os from 'node:os';
 import path from 'node:path';
 import { after, beforeEach, test } from 'node:test';
 import { setTimeout as pause } from 'node:timers/promises';
-import { lastFirst } from './support/ends.mjs';
 import { has, home, needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
-import { makeFiles, ownWine, startSilent, winPath } from './support/vorda.mjs';
+import { holdOpen, makeFiles, ownWine, winPath } from './support/vorda.mjs';
 
 const kMiB = 2 ** 20;
 // S: is a substituted drive.
@@ -84,16 +83,9 @@ async function serveHere(t) {
   return { ...server, scan, result, remove, likeFresh };
 }
 
-// Another program holds a file open until the returned function is called, or the test ends.
-async function holdOpen(t, file) {
-  const { child } = startSilent(['/c', `set /p x= > ${file}`], { ...wine, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
-  lastFirst(t).after(() => child.kill('SIGKILL'));
-  await until(() => fs.existsSync(`${drive}/${file.slice(3).replaceAll('\\', '/')}`), 'the file in use');
-}
-
 test('dry run, deletion to the bin and for good, in part, and emptying the bin; the log and the scan follow', needs('prefixes'), async (t) => {
   makeFiles(`${drive}/kept`, { 'a/big.iso': 70 * kMiB, 'a/deep/é/s.txt': 'abc', 'b/x.bin': 65 * kMiB, 'b/y & z.txt': 'hello', 'b/in/use/free.bin': 80 * kMiB, 'c/keep.txt': '1', 'loose.bin': 66 * kMiB });
-  await holdOpen(t, 'C:\\kept\\b\\in\\use\\held.txt');
+  await holdOpen(t, `${drive}/kept/b/in/use/held.txt`, 'C:\\kept\\b\\in\\use\\held.txt', wine);
   const server = await serveHere(t);
   const job = await server.scan('C:\\kept');
   const paths = ['C:\\kept\\a', 'C:\\kept\\b\\y & z.txt', 'c:/KEPT/a/deep'];
@@ -199,7 +191,7 @@ test('no spelling of a path leads to what must stay', needs('prefixes'), async (
 
 test('temporary files are removed, except those in use', needs('prefixes'), async (t) => {
   makeFiles(`${drive}/windows/temp`, { 'big.bin': 1100 * kMiB, 'old/deep/a.tmp': 'abc', 'é.tmp': '12' });
-  await holdOpen(t, 'C:\\windows\\temp\\held.tmp');
+  await holdOpen(t, `${drive}/windows/temp/held.tmp`, 'C:\\windows\\temp\\held.tmp', wine);
   const server = await serveHere(t);
   const job = await server.scan('C:\\windows');
   let told;

@@ -11,7 +11,7 @@ import { exe, makeFiles, output, readCsv, readJson, scratch, startSilent, winPat
 
 const page = fs.readFileSync(path.join(path.dirname(exe), 'page/page.html'), 'utf8');
 
-test('scan, browse, download and quit', async (t) => {
+test('scan, download and quit', async (t) => {
   const folder = scratch(t);
   makeFiles(folder, { 'b/big.iso': 60_000_000, 'b/deep/c.txt': 'abc', 'é 10/x.bin': 70_000_000, 'é 9/y': '' });
   const server = await serve(t);
@@ -26,11 +26,6 @@ test('scan, browse, download and quit', async (t) => {
   assert.match(targets.logPath, /\\Vorda\\verwijderd\.log$/);
 
   const root = winPath(folder);
-  const browsed = (await server.json(`/api/browse?p=${encodeURIComponent(root)}`)).body;
-  assert.deepEqual(browsed.dirs.map((dir) => dir.n), ['b', 'é 9', 'é 10']);
-  const files = (await server.json(`/api/files?p=${encodeURIComponent(`${root}\\b`)}`)).body;
-  assert.deepEqual([files.files[0].n, files.files[0].s, files.total, files.dirs], ['big.iso', 60_000_000, 1, 1]);
-
   assert.deepEqual(await server.post('/api/scan', { path: root, kind: 'folder', label: 'Mine & yours' }), { status: 200, body: { id: 1, ok: true } });
   const job = await until(async () => (await server.json('/api/jobs')).body.find((one) => one.state === 'done'), 'the scan to finish');
   assert.deepEqual([job.label, job.files, job.dirs, job.bytes, job.phase], ['Mine & yours', 4, 5, 130_000_003, 3]);
@@ -38,9 +33,6 @@ test('scan, browse, download and quit', async (t) => {
   const byCommand = readJson(await output(['--scan', root, '--out', '-']));
   const steady = ({ meta, ...rest }) => ({ ...rest, tree: { ...rest.tree, c: null }, meta: { ...meta, seconds: 0, volumeFree: 0 } });
   assert.deepEqual(steady(byPage), steady(byCommand));
-  const dirs = (await server.json(`/api/dirs?id=1&p=${encodeURIComponent(root)}`)).body;
-  assert.deepEqual(dirs.dirs.map((dir) => [dir.n, dir.s, dir.f]), [['é 10', 70_000_000, 1], ['b', 60_000_003, 2], ['é 9', 0, 1]]);
-  assert.equal((await server.json('/api/ext?id=1&e=.iso')).body.files[0].p, `${root}\\b\\big.iso`);
   const csv = readCsv(Buffer.from(await (await fetch(`${server.base}/api/export?id=1&what=files`)).arrayBuffer()));
   assert.deepEqual(csv.rows.map((row) => row[1]), ['70000000', '60000000']);
 

@@ -1,10 +1,11 @@
 // Runs vorda.exe as a user does, in any home, and reads its output strictly.
 import assert from 'node:assert/strict';
-import { spawn, spawnSync } from 'node:child_process';
+import { execFileSync, spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
+import { setTimeout as pause } from 'node:timers/promises';
 import { parse } from 'csv-parse/sync';
 import { lastFirst } from './ends.mjs';
 import { exe, has, home, repo, testProgram } from './home.mjs';
@@ -41,8 +42,8 @@ function substitute(t, drives) {
   if (!has('drives')) return {}; // for what a file sets up before its tests, which are left out
   for (const [name, target] of Object.entries(drives)) {
     assert.match(name, /^[a-z]:$/, 'only a Wine prefix has such a drive');
-    ask('drive', name, winPath(target));
-    lastFirst(t).after(() => ask('no-drive', name));
+    execFileSync('subst.exe', [name, winPath(target)], { windowsHide: true });
+    lastFirst(t).after(() => execFileSync('subst.exe', [name, '/d'], { windowsHide: true }));
   }
   return {};
 }
@@ -104,6 +105,15 @@ export function start(args, { program = exe, ...options } = {}) {
 export function startSilent(args, { program = exe, stdio = 'ignore', ...options } = {}) {
   const child = startProgram([program, ...args], { ...options, stdio });
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
+}
+
+// Another program has a file open, under this Windows name, until it is ended or the test ends.
+export async function holdOpen(t, file, name, options = {}) {
+  const { child, ended } = startSilent(['/c', `set /p x= > ${name}`], { ...options, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
+  const end = () => child.kill('SIGKILL') && ended;
+  lastFirst(t).after(end);
+  while (!fs.existsSync(file) || fs.statSync(file).size > 0) await pause(50);
+  return end;
 }
 
 export const vorda = (args, options) => start(args, options).ended;
