@@ -8,7 +8,7 @@ import { BETWEEN_TEXTS, numbersAnd, packed, unpacked } from '../../src/page/lang
 import { page } from './support/modules.mjs';
 
 const {
-  bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, selection, squarify, steps, tree, units, failure_texts, review, keeping, question, csv, hosts,
+  bin, winnable, address, i18n, job, map_colours, map_layout, paths, plan, squarify, steps, tree, units, failure_texts, review, keeping, question, csv, hosts,
 } = page;
 const MiB = 2 ** 20;
 
@@ -418,15 +418,4 @@ test('duplicates: one copy of each group stays, and only verified copies are del
   const seen = new Map([['a', 'x'], ['c', 'y']]);
   assert.deepEqual(plan.expectations(['a', 'b', 'c'], seen, null), { p: ['a', 'b', 'c'], seen: ['x', '', 'y'] });
   assert.deepEqual(plan.expectations(['c', 'a'], seen, new Map([['a', proof]])), { p: ['a'], seen: ['saw a'], keep: ['b'], keepseen: ['saw b'] }, 'without a proof, a copy stays');
-});
-
-test('marking a range in both directions', needs('esbuild'), () => {
-  const marks = new selection.Selection();
-  const keyAt = (i) => (i === 3 ? null : `k${i}`);
-  marks.toggle(5, 'k5');
-  marks.extendTo(2, keyAt);
-  assert.deepEqual([...marks.keys].sort(), ['k2', 'k4', 'k5']);
-  marks.extendTo(6, keyAt);
-  marks.keepOnly((key) => key !== 'k4');
-  assert.deepEqual([...marks.keys].sort(), ['k2', 'k5', 'k6']);
 });

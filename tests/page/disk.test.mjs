@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, mark, openDialog, pathsIn, requestsOf, row, rowsOf, says, scan } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, pathsIn, requestsOf, row, rowsOf, says } from './support/browser.mjs';
 import { machine } from './support/machine.mjs';
 import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
@@ -28,22 +28,6 @@ async function confirm(dialog) {
   await dialog.getByRole('button', { name: 'Close' }).click();
   return words;
 }
-
-test('scanning a drive again replaces the old scan, in any spelling', needs('prefixes'), async (t) => {
-  const many = Object.fromEntries(Array.from({ length: 300 }, (_, i) => [`Many/${i % 3}/${i}.dat`, 'x'.repeat(100)]));
-  const { tab, ask, d } = await machine(t, { d: { ...TEMP, ...PHOTOS, 'Films/film.mkv': 300 * MiB, ...many }, scans: [], title: 'What do you want to scan?' });
-  await scan(tab, 'd:');
-  const files = allFiles(d);
-  const bytes = files.reduce((sum, one) => sum + fs.statSync(`${one.parentPath ?? one.path}/${one.name}`).size, 0);
-  const facts = (jobs) => jobs.map((job) => [job.path, job.kind, job.files, job.bytes]);
-  const [old] = await ask('/api/jobs');
-  assert.deepEqual(facts([old]), [['d:', 'drive', files.length, bytes]]);
-  await scan(tab, 'D:\\');
-  assert.deepEqual(facts(await ask('/api/jobs')), [['D:\\', 'drive', files.length, bytes]]);
-  assert.deepEqual(await ask(`/api/result?id=${old.id}`), { error: 'opdracht onbekend' });
-  assert.equal(await tab.getByRole('list', { name: 'Scans' }).getByRole('listitem').count(), 1);
-  await says(tab, 'Most of the space is in Windows: 1.18 GB, 70% of what was scanned.');
-});
 
 test('moving to the bin, and deleting permanently once the word is typed', needs('prefixes'), async (t) => {
   const { tab, d, trash, logPath, lastLogged } = await machine(t, { d: PHOTOS, section: 'explorer', title: 'Folders' });

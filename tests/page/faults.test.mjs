@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, requestsOf, row, says } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, openDialog, openScan, openTab, pathsIn, requestsOf, row, says, toBin } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { settled } from './support/settled.mjs';
 import { serve, until } from '../system/support/server.mjs';
@@ -98,8 +98,7 @@ test('late and truncated answers lose nothing', async (t) => {
   await tab.goto(`${faults.base}/?scan=Z:%5Cnowhere`);
   await says(tab.getByRole('main'), 'Failed: This path does not exist');
   await tab.getByRole('button', { name: /^Close the scan/ }).click();
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, faults.base, winPath(folder));
   await tab.getByRole('button', { name: 'Scan again' }).click();
   faults.answers['/api/result'] = CUT;
   await says(tab.getByRole('alert'), 'Vorda does not answer.');
@@ -146,17 +145,18 @@ test('late and truncated answers lose nothing', async (t) => {
   await says(dialog, '1 item will be deleted, 70.0 MB.');
 });
 
-test('items that the recycle bin does not take need the confirmation word', async (t) => {
+test('what the recycle bin does not take needs the confirmation word; what missed it, though it was to go there, is said', async (t) => {
   const { faults, folder, tab } = await opened(t, { files: { 'a/x': 80 * MiB, 'b/y': 70 * MiB } });
+  let beyondBin = ['a'];
+  let done = { deleted: 0, bytes: 0, freed: 0, binned: 0, error: 'failed:124' };
   faults.answers['/api/delete'] = async ({ body, real }) => {
-    if (body.get('dryrun') === '1') return { ...await real(), noBin: body.getAll('p').filter((path) => !path.endsWith('b')) };
-    return { deleted: 0, bytes: 0, freed: 0, binned: 0, error: 'failed:124', dryRun: false, refused: [], wouldDelete: body.getAll('p') };
+    if (body.get('dryrun') === '1') return { ...await real(), noBin: body.getAll('p').filter((path) => beyondBin.includes(path.at(-1))) };
+    return { ...done, dryRun: false, refused: [], wouldDelete: body.getAll('p') };
   };
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, faults.base, winPath(folder));
   await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
-  for (const name of ['a', 'b']) await tree.locator('.trow', { hasText: new RegExp(`^${name}`) }).locator('.mark-cell').click();
+  await tab.getByRole('treegrid').focus();
+  await tab.keyboard.press('Control+a');
   const dialog = await openDialog(tab);
   const go = dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB), 1 of them permanently' });
   assert.ok(await go.isDisabled());
@@ -164,18 +164,11 @@ test('items that the recycle bin does not take need the confirmation word', asyn
   await go.click();
   await says(dialog, 'Windows did not delete everything (code 124).');
   await says(dialog, '2 items are still there.');
-});
+  await dialog.getByRole('button', { name: 'Close' }).click();
 
-test('what did not go into the bin, though it was to, is said', async (t) => {
-  const { faults, folder, tab } = await opened(t, { files: { 'a/x': 80 * MiB, 'b/y': 70 * MiB } });
-  faults.answers['/api/delete'] = async ({ body, real }) =>
-    (body.get('dryrun') === '1' ? real() : { deleted: 2, bytes: 150 * MiB, freed: 80 * MiB, binned: 70 * MiB, error: '', dryRun: false, refused: [], wouldDelete: body.getAll('p') });
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
-  await goTo(tab, 'explorer', 'Folders');
-  await tab.getByRole('treegrid').focus();
-  await tab.keyboard.press('Control+a');
-  const dialog = await openDialog(tab);
+  beyondBin = [];
+  done = { deleted: 2, bytes: 150 * MiB, freed: 80 * MiB, binned: 70 * MiB, error: '' };
+  await openDialog(tab);
   await dialog.getByRole('button', { name: 'Move 2 items (2 files, 150 MB) to the recycle bin' }).click();
   await says(dialog, '2 items deleted: 80.0 MB permanently, 70.0 MB in the recycle bin.');
   await says(dialog, '80.0 MB did not go into the recycle bin: Windows deleted it permanently.');
@@ -215,39 +208,55 @@ test('a deletion of several requests can be stopped between them', async (t) => 
   await says(tab.getByRole('main'), '1 item selected');
 });
 
-// The advice about two groups of two possible duplicates.
-function advise(faults, paths) {
+test('possible duplicates of the advice are compared before they go, also by the menu; who marks one for itself has it deleted as it is', async (t) => {
+  const { faults, folder, tab } = await opened(t, { files: { 'first/film.mkv': 'same', 'second/film.mkv': 'same', 'first/photo.raw': 'one', 'second/photo.raw': 'two', 'third/big.iso': 60 * MiB } });
+  const root = winPath(folder);
+  const [film, photo] = [`${root}\\first\\film.mkv`, `${root}\\second\\photo.raw`];
+  // The advice about two groups of two possible duplicates.
+  const paths = [film, `${root}\\second\\film.mkv`, `${root}\\first\\photo.raw`, photo];
   const each = (value) => paths.map(() => value);
   const advice = [{ code: 'duplicates', level: 'serious', bytes: 7, n1: 2, n2: 0, target: '', paths, pathBytes: each(4), pathFiles: each(1), pathGroup: [1, 1, 2, 2], pathLock: each(''), notes: [] }];
   faults.answers['/api/result'] = async ({ real }) => ({ ...await real(), advice });
-}
-
-test('possible duplicates of the advice are compared before they go', async (t) => {
-  const { faults, folder, tab } = await opened(t, { files: { 'a/film.mkv': 'same', 'b/film.mkv': 'same', 'a/photo.raw': 'one', 'b/photo.raw': 'two', 'c/big.iso': 60 * MiB } });
-  const root = winPath(folder);
-  advise(faults, ['a\\film.mkv', 'b\\film.mkv', 'a\\photo.raw', 'b\\photo.raw'].map((name) => `${root}\\${name}`));
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, faults.base, root);
   await goTo(tab, 'explorer', 'Folders');
-  await tab.getByRole('treegrid').locator('.trow', { hasText: /^c/ }).locator('.mark-cell').click();
+  const tree = tab.getByRole('treegrid');
+  await mark(tree, 'third');
   await goTo(tab, 'advice', 'Advice');
-  const box = (name) => tab.getByRole('checkbox', { name: `${root}\\${name}` });
-  await box('a\\film.mkv').check();
-  await box('b\\photo.raw').check();
+  const box = (name) => tab.getByRole('checkbox', { name });
+  for (const name of [film, photo]) await box(name).check();
   const dialog = await openDialog(tab);
   const would = () => pathsIn(dialog, GOING);
-  await becomes(would, [`${root}\\c`], 'first what was not marked as a copy');
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
+  await becomes(would, [`${root}\\third`], 'first what was not marked as a copy');
+  await toBin(tab);
   await says(tab, '2 items selected, 8 B');
   await openDialog(tab);
   await says(tab, '1 file is no longer equal to one that stays, and is left alone.');
-  await becomes(would, [`${root}\\a\\film.mkv`]);
+  await becomes(would, [film]);
   await tab.keyboard.press('Escape');
-  await box('a\\film.mkv').uncheck();
-  await box('b\\photo.raw').press('Delete');
+
+  await goTo(tab, 'explorer', 'Folders');
+  await row(tree, 'first').first().click();
+  await tree.press('ArrowRight');
+  await row(tree, 'film.mkv').click({ button: 'right' });
+  await tab.getByRole('menuitem', { name: 'Delete…' }).click();
+  await becomes(would, [film]);
+  await says(dialog, '1 file is no longer equal to one that stays, and is left alone.');
+  await tab.keyboard.press('Escape');
+
+  await goTo(tab, 'advice', 'Advice');
+  await box(film).uncheck();
+  await box(photo).press('Delete');
   await says(tab, 'None of the selected files is still equal to one that stays. Nothing is deleted.');
   assert.equal(await dialog.count(), 0);
+  await box(photo).uncheck();
+  await goTo(tab, 'explorer', 'Folders');
+  for (const [name, key] of [['first', 'ArrowLeft'], ['second', 'ArrowRight']]) {
+    await row(tree, name).first().click();
+    await tree.press(key);
+  }
+  await mark(tree, 'photo.raw');
+  await openDialog(tab);
+  await becomes(would, [photo]);
 });
 
 test('administrator rights: requested, refused, granted', async (t) => {
@@ -304,46 +313,12 @@ test('About tells about the build, the last crash and the diagnostic log', async
   assert.deepEqual(real.body, { version: real.body.version, signed: false, log: '' });
 });
 
-test('the menu compares possible duplicates too; who marks one for itself has it deleted as it is', async (t) => {
-  const { faults, folder, tab } = await opened(t, { files: { 'first/film.mkv': 'same', 'second/film.mkv': 'same', 'first/photo.raw': 'one', 'second/photo.raw': 'two' } });
-  const root = winPath(folder);
-  advise(faults, ['first\\film.mkv', 'second\\film.mkv', 'first\\photo.raw', 'second\\photo.raw'].map((name) => `${root}\\${name}`));
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
-  await goTo(tab, 'advice', 'Advice');
-  const box = (name) => tab.getByRole('checkbox', { name: `${root}\\${name}` });
-  for (const name of ['first\\film.mkv', 'second\\photo.raw']) await box(name).check();
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
-  await row(tree, 'first').first().click();
-  await tree.press('ArrowRight');
-  await row(tree, 'film.mkv').click({ button: 'right' });
-  await tab.getByRole('menuitem', { name: 'Delete…' }).click();
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  const would = () => pathsIn(dialog, GOING);
-  await becomes(would, [`${root}\\first\\film.mkv`]);
-  await says(dialog, '1 file is no longer equal to one that stays, and is left alone.');
-  await tab.keyboard.press('Escape');
-
-  await goTo(tab, 'advice', 'Advice');
-  for (const name of ['first\\film.mkv', 'second\\photo.raw']) await box(name).uncheck();
-  await goTo(tab, 'explorer', 'Folders');
-  for (const [name, key] of [['first', 'ArrowLeft'], ['second', 'ArrowRight']]) {
-    await row(tree, name).first().click();
-    await tree.press(key);
-  }
-  await mark(tree, 'photo.raw');
-  await openDialog(tab);
-  await becomes(would, [`${root}\\second\\photo.raw`]);
-});
-
 test('after a deletion nothing of what went stays marked, counted or listed', async (t) => {
   const { faults, folder, tab } = await opened(t, { files: { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 90 * MiB, 'rest/c.txt': 'c', 'copies/1.dat': 'same', 'copies/2.dat': 'same', 'copies/3.dat': 'same' } });
   const root = winPath(folder);
   const copies = ['1.dat', '2.dat', '3.dat'].map((name) => ({ p: `${root}\\copies\\${name}`, m: 1e12, job: 1 }));
   faults.answers['/api/dupsacross'] = { running: false, groups: [{ s: 2 ** 20, c: 3, waste: 2 ** 21, files: copies }], shown: 1, count: 5000, waste: 2 ** 30, capped: true };
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(root)}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, faults.base, root);
   await goTo(tab, 'across', 'Duplicates');
   await says(tab.getByRole('main'), '5,000 groups found, 1.00 GB could be freed');
   await goTo(tab, 'find', 'Find files');
@@ -354,11 +329,6 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   await goTo(tab, 'explorer', 'Folders');
   const tree = tab.getByRole('treegrid');
   const marked = () => tab.locator('.selection-bar strong').innerText();
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  const confirm = async () => {
-    await dialog.getByRole('button', { name: /^Move/ }).click();
-    await dialog.getByRole('button', { name: 'Close' }).click();
-  };
   await tree.press('*');
   await row(tree, '1.dat').waitFor();
   await mark(tree, 'films');
@@ -366,7 +336,7 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   for (const name of ['1.dat', 'a.mkv']) {
     await row(tree, name).click({ button: 'right' });
     await tab.getByRole('menuitem', { name: 'Delete…' }).click();
-    await confirm();
+    await toBin(tab);
     await row(tree, name).waitFor({ state: 'detached' });
   }
   await becomes(marked, '1 item selected, 90.0 MB');
@@ -375,7 +345,7 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   await becomes(marked, '2 items selected, 90.0 MB');
   await openDialog(tab);
   fs.writeFileSync(`${folder}/rest/new.txt`, 'nobody saw this');
-  await confirm();
+  await toBin(tab);
   await row(tree, 'b.mkv').waitFor({ state: 'detached' });
   await becomes(marked, '1 item selected, 1 B');
   await goTo(tab, 'find', 'Find files');
@@ -392,8 +362,7 @@ test('the advice about a host offers nothing that only works on this machine', a
   faults.answers['/api/jobs'] = async ({ real }) => (await real()).map((job) => ({ ...job, ...(remote && { kind: 'ssh', method: 'ssh' }) }));
   faults.answers['/api/result'] = async ({ real }) => ({ ...await real(), advice: ['oldfiles', 'duplicates', 'denied'].map((code) => ({ ...finding, code })) });
   faults.answers['/api/targets'] = async ({ real }) => ({ ...await real(), elevated: false });
-  await tab.goto(`${faults.base}/?scan=${encodeURIComponent(winPath(folder))}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, faults.base, winPath(folder));
   await goTo(tab, 'advice', 'Advice');
   const offered = () => tab.locator('article > details > .actions').getByRole('button').allInnerTexts();
   await becomes(offered, ['Show all 100', 'Search for duplicates', 'Restart as administrator']);

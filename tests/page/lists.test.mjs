@@ -2,14 +2,14 @@
 // and the browser's history bring back.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { becomes, goTo, mark, requestsOf, row, rowsOf, says, scanned } from './support/browser.mjs';
+import { becomes, goTo, mark, requestsOf, row, rowsOf, says, scanned, toBin } from './support/browser.mjs';
 import { settled } from './support/settled.mjs';
 
 const MiB = 2 ** 20;
 const MEDIA = { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'photos/2019/c.raw': 80 * MiB, 'photos/d.raw': 20 * MiB, 'note.txt': 'n' };
 const names = async (table) => (await rowsOf(table)).map((cells) => cells[1]);
 
-test('a folder of 100,000 files: loaded as one gets to it, few nodes, quick to scroll, sorted as a whole', async (t) => {
+test('a folder of 100,000 files: loaded as one gets to it, few nodes, sorted as a whole', async (t) => {
   const { root, tab } = await scanned(t, { 'many/x': 'x', 'b.iso': 70 * MiB }, { viewport: { width: 1440, height: 900 } });
   const count = 100_000;
   const asked = [];
@@ -32,20 +32,7 @@ test('a folder of 100,000 files: loaded as one gets to it, few nodes, quick to s
     await tree.press('End');
     await becomes(() => tree.getAttribute('aria-rowcount'), String(rows));
   }
-  const { times, nodes } = await tab.evaluate(async () => {
-    const table = document.querySelector('main .table');
-    const times = [];
-    for (let i = 0; i < 200; ++i) {
-      await new Promise((resolve) => requestAnimationFrame(resolve));
-      const start = performance.now();
-      table.scrollTop = (i * 7919 * 997) % (100_000 * 32);
-      table.dispatchEvent(new Event('scroll'));
-      table.getBoundingClientRect();
-      times.push(performance.now() - start);
-    }
-    return { times: times.sort((a, b) => a - b), nodes: document.querySelectorAll('*').length };
-  });
-  t.diagnostic(`scrolling: p50 ${times[100].toFixed(2)} ms, p95 ${times[190].toFixed(2)} ms; ${nodes} elements`);
+  const nodes = await tab.locator('*').count();
   assert.ok(nodes <= 1500, `${nodes} elements`);
   await tab.getByRole('button', { name: 'Sort by Name' }).click();
   await tree.press('Home');
@@ -177,9 +164,7 @@ test('the map stays in a small folder far down, after a deletion, a reload, by a
   await there();
   await row(list, 'a.txt').click();
   await list.press('Delete');
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
+  await toBin(tab);
   await row(list, 'a.txt').waitFor({ state: 'detached' });
   await there();
   await goTo(tab, 'find', 'Find files');
@@ -228,8 +213,18 @@ test('the map fills its section, and its colours, depth and width are remembered
   assert.ok(await box() >= 0.55, `${await box()} of the window`);
   const legend = tab.getByRole('list', { name: 'What the colours mean' });
   await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.replace(/\s+/g, ' ')), ['Pictures .raw 100 MB', 'Video .mkv 130 MB', 'Music and sound .mp3 40.0 MB'], 'the folders in it were looked into');
+  const painted = async () => {
+    await row(tab.getByRole('grid'), 'photos').first().dblclick();
+    await tab.getByRole('listbox', { name: /photos$/ }).waitFor();
+    await settled(tab);
+    const picture = await tab.locator('.map canvas').evaluate((one) => one.toDataURL());
+    await tab.getByRole('listbox').press('Backspace');
+    return picture;
+  };
+  const plain = await painted();
   await legend.getByRole('button', { name: 'Video' }).click();
   await becomes(() => legend.getByRole('button', { name: 'Video' }).getAttribute('aria-pressed'), 'true');
+  await becomes(async () => await painted() === plain, true, 'a colour that was picked out fades nothing where it does not occur');
   const tip = tab.locator('.map-tip');
   await tab.locator('.map').hover({ position: { x: 20, y: 200 } });
   await becomes(async () => /\\.*\d%/s.test(await tip.innerText()), true);
@@ -282,7 +277,7 @@ test('in a server, nothing is offered that would open on its own screen', async 
   await tab.getByRole('menuitem', { name: 'Copy path' }).waitFor();
 });
 
-test('searches and hosts are remembered until the user has them forgotten', async (t) => {
+test('searches are remembered until the user has them forgotten, and hosts by their names', async (t) => {
   const { tab } = await scanned(t, { 'film.mkv': 'a', 'b.txt': 'b' });
   await goTo(tab, 'find', 'Find files');
   await tab.getByRole('button', { name: 'Save this search' }).click();
@@ -306,9 +301,6 @@ test('searches and hosts are remembered until the user has them forgotten', asyn
   await tab.keyboard.press('Enter');
   await tab.reload();
   await tab.getByRole('button', { name: 'Scan: Cellar' }).waitFor();
-  await tab.getByRole('button', { name: 'Forget: ssh://nas/data' }).click();
-  await tab.getByRole('button', { name: 'Scan: Cellar' }).waitFor({ state: 'detached' });
-  assert.equal(await tab.evaluate(() => localStorage.getItem('vorda-hosts')), '[]');
 });
 
 test('pictures among duplicates have a preview, other files with such names have none', async (t) => {
@@ -386,9 +378,7 @@ test('Back leads on, past a folder that is gone and a scan that was made again',
   await tab.getByRole('listbox').press('Backspace');
   await row(list, 'photos').click();
   await list.press('Delete');
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
+  await toBin(tab);
   for (const wanted of ['Map', 'Map', 'Overview']) await back(wanted);
 
   for (const [section, name] of [['explorer', 'Folders'], ['overview', 'Overview']]) await goTo(tab, section, name);
@@ -423,9 +413,7 @@ test('who moves on in the tree stays there, whatever is loaded meanwhile', async
     await route.continue();
   });
   await tree.press('Delete');
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
+  await toBin(tab);
   await row(tree, 'f227.txt').waitFor({ state: 'detached' });
   await row(tree, 'f229.txt').waitFor();
   assert.equal(await active(), 'f228.txt');
@@ -446,53 +434,4 @@ test('a range goes on from its row, wherever that is by now, and not from a row 
   await goTo(tab, 'largest', 'Largest files');
   await row(tab.getByRole('grid'), 'a.mkv').click({ modifiers: ['Shift'] });
   await becomes(marked, '1 item selected, 70.0 MB');
-});
-
-test('a colour that was picked out fades nothing where it does not occur; after a deletion the map looks into folders again', async (t) => {
-  const { tab } = await scanned(t, { ...MEDIA, 'many/all.bin': 70 * MiB, 'many/gone/x.txt': 'x' }, { viewport: { width: 1440, height: 900 } });
-  // As many folders as the map looks into, answered for in the page, which is quicker.
-  await tab.addInitScript(() => {
-    const ask = window.fetch;
-    window.looked = 0;
-    window.fetch = (address, options) => {
-      const url = new URL(address, location.href);
-      const path = url.searchParams.get('p') ?? '';
-      const dirs = url.pathname === '/api/dirs';
-      const numbers = [...Array(800).keys()];
-      let made = null;
-      if (dirs && path.endsWith('many')) made = { s: 70 * 2 ** 20 + 1 + 800 * 2 ** 17, f: 802, dirs: [{ n: 'gone', s: 1, f: 1 }, ...numbers.map((n) => ({ n: `m${n}`, s: 2 ** 17, f: 1 }))] };
-      else if (/many.m\d+$/.test(path)) made = dirs ? { s: 2 ** 17, f: 1, dirs: [] } : { files: [{ n: 'x.bin', s: 2 ** 17, m: 0 }], total: 1, dirs: 0 };
-      if (made && dirs) ++window.looked;
-      return made ? Promise.resolve(new Response(JSON.stringify(made))) : ask(address, options);
-    };
-  });
-  await tab.reload();
-  const looked = () => tab.evaluate(() => window.looked);
-  await goTo(tab, 'map', 'Map');
-  const list = tab.getByRole('grid');
-  const painted = () => tab.locator('.map canvas').evaluate((one) => one.toDataURL());
-  const enter = async (name) => {
-    await row(list, name).first().dblclick();
-    await tab.getByRole('listbox', { name: new RegExp(`${name}$`) }).waitFor();
-    await settled(tab);
-  };
-  await enter('photos');
-  const plain = await painted();
-  await tab.getByRole('listbox').press('Backspace');
-  await tab.getByRole('list', { name: 'What the colours mean' }).getByRole('button', { name: 'Video' }).click();
-  await enter('photos');
-  await becomes(async () => await painted() === plain, true);
-  await tab.getByRole('listbox').press('Backspace');
-
-  await enter('many');
-  await becomes(async () => await looked() > 700, true);
-  await settled(tab);
-  const before = await looked();
-  await list.press('End');
-  await becomes(() => list.locator('.trow.active .cell-name').innerText(), 'gone');
-  await list.press('Delete');
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
-  await becomes(async () => await looked() > before + 700, true);
 });

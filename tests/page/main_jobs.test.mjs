@@ -4,7 +4,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { describe, test } from 'node:test';
-import { becomes, openTab, rowsOf, says } from './support/browser.mjs';
+import { becomes, openScan, openTab, rowsOf, says } from './support/browser.mjs';
 import { machine } from './support/machine.mjs';
 import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
@@ -116,8 +116,7 @@ for (const by of ['mouse', 'keys']) {
       const server = await serve(t, [], { env: { ...env, WINEPATH: winPath(`${folder}/bin`) } });
       makeFiles(folder, { 'here/a': 'x' });
       const tab = await openTab(t);
-      await tab.goto(`${server.base}/?scan=${encodeURIComponent(winPath(`${folder}/here`))}`);
-      await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+      await openScan(tab, server.base, winPath(`${folder}/here`));
       const { act, type, atMost } = user(t, tab, by);
       await act(sectionLink(tab, 'picker'));
       await type(tab.getByLabel('Host and path'), `ssh://127.0.0.1:${port}${folder}/data`);

@@ -73,9 +73,14 @@ export async function scanned(t, files, { args, ...options } = {}) {
   const server = await serve(t, args, { env: { VORDA_XDG_DATA_HOME: scratch(t) } });
   const tab = await openTab(t, options);
   const root = winPath(folder);
-  await tab.goto(`${server.base}/?scan=${encodeURIComponent(root)}`);
-  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
+  await openScan(tab, server.base, root);
   return { folder, root, server, tab };
+}
+
+// Opens the address that scans a path, and waits for its overview.
+export async function openScan(tab, base, path) {
+  await tab.goto(`${base}/?scan=${encodeURIComponent(path)}`);
+  await tab.getByRole('heading', { name: 'Overview' }).waitFor();
 }
 
 export const goTo = async (tab, section, title) => {
@@ -89,6 +94,13 @@ export async function openDialog(tab, button = 'Delete selected') {
   const dialog = tab.getByRole('dialog', { name: 'Delete' });
   await dialog.getByText(/will be deleted,|None of this/).waitFor();
   return dialog;
+}
+
+// Moves what the open dialog shows into the bin.
+export async function toBin(tab) {
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  await dialog.getByRole('button', { name: /^Move/ }).click();
+  await dialog.getByRole('button', { name: 'Close' }).click();
 }
 
 // Waits until `read` gives what is wanted, and says what it gave instead if it never does: what a click or

@@ -3,7 +3,7 @@ import { fileURLToPath } from 'node:url';
 import { has } from '../../system/support/home.mjs';
 
 const names = [
-  'address', 'i18n', 'job', 'paths', 'plan', 'selection', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable', 'review', 'keeping', 'question', 'csv', 'hosts',
+  'address', 'i18n', 'job', 'paths', 'plan', 'squarify', 'map_layout', 'map_colours', 'steps', 'tree', 'tree_order', 'units', 'failure_texts', 'bin', 'winnable', 'review', 'keeping', 'question', 'csv', 'hosts',
 ];
 
 const bundle = async () => (await import('esbuild')).build({
