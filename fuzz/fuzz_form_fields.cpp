@@ -2,19 +2,14 @@
 #include "http/form_fields.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
 
 std::string encoded(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
   std::string out;
-  for (const char c : text) {
-    char escape[4];
-    std::snprintf(escape, sizeof escape, "%%%02x",
-                  static_cast<unsigned>(static_cast<unsigned char>(c)));
-    out += escape;
-  }
+  for (const unsigned char c : text) out += {'%', kDigits[c / 16], kDigits[c % 16]};
   return out;
 }
 

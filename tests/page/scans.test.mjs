@@ -76,15 +76,6 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await becomes(() => pathsIn(dialog, GOING), ['D:\\photos']);
 });
 
-test('a small tree: the sentence and the largest folders, the name of a download', needs('drives'), async (t) => {
-  const { folder: place, tab } = await scanned(t, { 'alpha/one.bin': 40 * MiB, 'beta/two.bin': 5 * MiB, 'gamma/three.bin': 3 * MiB, 'note.txt': 'n' });
-  await says(tab, 'Most of the space is in alpha: 40.0 MB, 83% of what was scanned.');
-  const largest = tab.locator('section', { has: tab.getByRole('heading', { name: 'Largest folders' }) });
-  await becomes(() => largest.getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\n')[0])), ['alpha', 'beta', 'gamma']);
-  const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
-  assert.equal(download.suggestedFilename(), `vorda-Z${place.replaceAll('/', '-')}-types.csv`);
-});
-
 test('the Del key asks about what is marked, or else about the active item', needs('drives'), async (t) => {
   const { folder: place, tab } = await scanned(t, { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'two/1.dat': 'same', 'two/2.dat': 'same' });
   const dialog = tab.getByRole('dialog', { name: 'Delete' });

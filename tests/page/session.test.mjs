@@ -60,6 +60,7 @@ test('a key in the address is used, removed, and kept by this tab only', needs('
   assert.equal(await tab.getByRole('button', { name: 'Quit Vorda' }).count(), 0);
   const [download] = await Promise.all([tab.waitForEvent('download'), tab.getByRole('link', { name: 'Types (CSV)' }).click()]);
   assert.match(fs.readFileSync(await download.path(), 'utf8'), /\.mkv/, 'links contain the key');
+  assert.equal(download.suggestedFilename(), 'vorda-D-types.csv');
   await tab.reload();
   await heading(tab, 'Overview');
   await tab.goBack();

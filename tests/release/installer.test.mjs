@@ -21,12 +21,13 @@ const FOLDER = 'C:\\Program Files\\Vorda für жизнь';
 const inFolder = `/D=${FOLDER}`.split(' ');
 const uninstallKey = 'Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Vorda';
 
-// A prefix of its own: { run(program, ...args) → exit code, out(program, ...args) → text, drive: its C: }.
+// A prefix of its own: { run(program, ...args) → exit code, out(program, ...args) → text, drive: its C:, folder: the
+// program's in it }.
 function machine(t) {
   const options = ownWine(t);
   const drive = `${options.env.VORDA_WINEPREFIX}/drive_c`;
   return {
-    options, drive,
+    options, drive, folder: `${drive}/${FOLDER.slice(3).replaceAll('\\', '/')}`,
     run: async (program, ...args) => (await startSilent(args, { ...options, program }).ended).code,
     out: async (program, ...args) => (await vorda(args, { ...options, program: `${program}.exe` })).out.toString(),
   };
@@ -58,12 +59,6 @@ function added(before, now) {
   return now.filter((one) => !known.has(one));
 }
 
-async function uninstall({ run, drive }, ...options) {
-  const folder = `${drive}/${FOLDER.slice(3).replaceAll('\\', '/')}`;
-  assert.equal(await run(`${folder}/uninstall.exe`, '/S', ...options), 0);
-  await until(() => !fs.existsSync(folder), 'the folder to go');
-}
-
 const version = (port, key) => fetch(`http://127.0.0.1:${port}/api/about`, { headers: { 'X-Vorda-Token': key } }).then(async (answer) => (await answer.json()).version, () => null);
 
 test('install, upgrade over a running service, downgrade, and remove', async (t) => {
@@ -71,7 +66,7 @@ test('install, upgrade over a running service, downgrade, and remove', async (t)
   const before = snapshot(pc);
   // An installer of the older version first, silently, with everything.
   assert.equal(await pc.run(setups[projectVersion], '/S', '/ALLUSERS', '/SERVICE', '/EXPLORER', ...inFolder), 0);
-  const folder = `${pc.drive}/${FOLDER.slice(3).replaceAll('\\', '/')}`;
+  const { folder } = pc;
   const installed = filesOf(folder);
   assert.deepEqual(installed, ['CHANGELOG.md', 'LICENCE.txt', 'THIRD-PARTY-NOTICES.txt', 'api/API.md', 'api/Vorda.postman_collection.json', 'api/openapi.yaml', 'troubleshooting.md', 'uninstall.exe', 'vorda.com', 'vorda.exe'].sort());
   const exe = `${folder}/vorda.exe`;
@@ -97,7 +92,8 @@ test('install, upgrade over a running service, downgrade, and remove', async (t)
   assert.equal(await pc.run(setups[projectVersion], '/S', '/ALLUSERS', '/DOWNGRADE'), 0);
   assert.equal(await until(() => version(7777, key), 'the service of the old version'), projectVersion);
 
-  await uninstall(pc);
+  assert.equal(await pc.run(`${folder}/uninstall.exe`, '/S'), 0);
+  await until(() => !fs.existsSync(folder), 'the folder to go');
   // The uninstaller goes on for a moment after its folder is gone.
   await until(async () => !(await pc.out('reg', 'query', 'HKLM\\Software\\Brixmoor')).includes('HKEY'), 'the settings to go');
   const then = snapshot(pc);
@@ -108,7 +104,7 @@ test('install, upgrade over a running service, downgrade, and remove', async (t)
 test('what is to stay stays, and a folder of the user is left alone', async (t) => {
   const pc = machine(t);
   assert.equal(await pc.run(setups[projectVersion], '/S', '/CURRENTUSER', ...inFolder), 0);
-  const folder = `${pc.drive}/${FOLDER.slice(3).replaceAll('\\', '/')}`;
+  const { folder } = pc;
   assert.match(await pc.out('reg', 'query', `HKCU\\${uninstallKey}`, '/v', 'InstallLocation'), /Program Files.Vorda f/);
   assert.doesNotMatch(await pc.out('reg', 'query', 'HKCU\\Software\\Classes\\Directory\\shell'), /Vorda/);
   await pc.out('reg', 'add', 'HKLM\\Software\\Brixmoor\\Vorda', '/v', 'Port', '/t', 'REG_DWORD', '/d', '7700', '/f');

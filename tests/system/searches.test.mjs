@@ -103,13 +103,3 @@ test('files that change, vanish or cannot be read while duplicates are looked fo
   assert.deepEqual(namesOf(changed.groups), [['small', 'small 2'].map((name) => `${app.folder}/${name}`)]);
   assert.deepEqual(changed.skipped, { cloud: 0, unreadable: 2, changed: 2 });
 });
-
-test('a comparison can be cancelled while it reads', async (t) => {
-  const size = 2_000_000_000;
-  const app = await searching(t, { '1': size, '2': size });
-  await app.start('/api/verifydups', new URLSearchParams(['1', '2'].map((name) => ['p', `${winPath(app.folder)}\\${name}`])));
-  await until(async () => (await app.status('/api/verifydups')).read > 0, 'the reading');
-  assert.deepEqual((await app.post('/api/verifydups', { cancel: '1' })).body, { ok: true });
-  const { cancelled, duplicates, files } = await app.finished('/api/verifydups');
-  assert.deepEqual([cancelled, duplicates, files.map((file) => file.error)], [true, [], ['cancelled', 'cancelled']]);
-});

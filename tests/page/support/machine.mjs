@@ -6,9 +6,7 @@ import { makeFiles, ownWine, scratch } from '../../system/support/vorda.mjs';
 
 const DRIVES = { 'D:\\': 'drive', 'E:\\': 'drive', '\\\\nas\\public': 'unc' };
 
-
-// A machine with the drives D: and E: and a share, with these files, further names of files on D:, some of them
-// last changed long ago, and these scans finished, and a tab on a section.
+// The drives and the share have these files, D: further names of some, and others were last changed long ago.
 export async function machine(t, { d = {}, e = {}, share = {}, names = {}, changed = {}, scans = ['D:\\'], section = '', title = 'Overview' }) {
   const folder = scratch(t);
   for (const [name, files] of Object.entries({ d, e, share })) {
