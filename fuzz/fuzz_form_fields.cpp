@@ -9,7 +9,10 @@ namespace {
 std::string encoded(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   std::string out;
-  for (const unsigned char c : text) out += {'%', kDigits[c / 16], kDigits[c % 16]};
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    out += {'%', kDigits[byte / 16], kDigits[byte % 16]};
+  }
   return out;
 }
 

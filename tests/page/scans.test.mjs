@@ -61,6 +61,8 @@ test('marks, open folders and types belong to one scan, and outlive another scan
   await becomes(() => row(files, 'z.iso').count(), 0);
 
   await goTo(tab, 'overview', 'Overview');
+  const largest = tab.locator('section', { has: tab.getByRole('heading', { name: 'Largest folders' }) });
+  await becomes(() => largest.getByRole('listitem').allInnerTexts().then((texts) => texts.map((text) => text.split('\n')[0])), ['photos', 'films']);
   // Names of files right below the root are shown whole.
   const cut = () => tab.locator('.bars .cut').evaluateAll((all) => all.filter((one) => [...one.children].some((part) => part.className !== 'heard' && part.scrollWidth > part.clientWidth)).map((one) => one.innerText));
   await becomes(() => tab.locator('.bars .cut', { hasText: 'root.iso' }).count(), 1);

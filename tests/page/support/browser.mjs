@@ -50,7 +50,6 @@ export async function openTab(t, { expected = null, measure = 's', ...options } 
   });
   const tab = await context.newPage();
   lastFirst(t).after(async () => {
-    if (process.env.PICTURES) await tab.screenshot({ path: `${process.env.PICTURES}/${t.name.replaceAll(/\W+/g, '-')}.png` });
     await context.close();
     assert.deepEqual(complaints, []);
   });
