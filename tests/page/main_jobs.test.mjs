@@ -9,7 +9,7 @@ import { machine } from './support/machine.mjs';
 import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
 import { freePort, serve } from '../system/support/server.mjs';
-import { bridge, makeKey, relay, startSshd } from '../system/support/ssh.mjs';
+import { makeKey, relay, startSshd } from '../system/support/ssh.mjs';
 import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
@@ -107,13 +107,11 @@ for (const by of ['mouse', 'keys']) {
     test('another host', needs('sshd'), async (t) => {
       const folder = scratch(t);
       makeFiles(`${folder}/data`, { 'home/film.mkv': 90 * MiB });
-      fs.mkdirSync(`${folder}/bin`);
-      fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
       const { env } = await relay(t, folder, (await ownWine(t)).env);
       const port = await freePort();
       makeKey(`${folder}/id`);
       await startSshd(t, folder, port, [`HostKey ${makeKey(`${folder}/host`)}`, `AuthorizedKeysFile ${folder}/id.pub`]);
-      const server = await serve(t, [], { env: { ...env, WINEPATH: winPath(`${folder}/bin`) } });
+      const server = await serve(t, [], { env });
       makeFiles(folder, { 'here/a': 'x' });
       const tab = await openTab(t);
       await openScan(tab, server.base, winPath(`${folder}/here`));

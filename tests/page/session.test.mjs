@@ -6,8 +6,8 @@ import { becomes, goTo, openTab, mark, requestsOf, row, says, scan, scanned } fr
 import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
-import { bridge, makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
-import { makeFiles, ownWine, scratch, startSilent, winPath } from '../system/support/vorda.mjs';
+import { makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
+import { makeFiles, ownWine, scratch, startSilent } from '../system/support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const TITLES = { overview: 'Overview', explorer: 'Folders', advice: 'Advice', types: 'Types', map: 'Map', find: 'Find files', across: 'Duplicates', picker: 'What do you want to scan?' };
@@ -191,11 +191,9 @@ test('a lost program leaves its data on the page; a new one starts empty; quitti
 test('an SSH host with a password', needs('drives', 'sshd'), async (t) => {
   const ssh = `${folder}/ssh`;
   makeFiles(ssh, { 'home/big/film.mkv': 90 * MiB, 'home/note': 'x' });
-  fs.mkdirSync(`${ssh}/bin`);
-  fs.symlinkSync(bridge, `${ssh}/bin/ssh.exe`);
   const { env } = await relay(t, ssh, wine.env);
   const port = await passwordServer(t, makeKey(`${ssh}/host`), 's3cret pass');
-  const own = await serve(t, [], { ...wine, env: { ...env, WINEPATH: winPath(`${ssh}/bin`) } });
+  const own = await serve(t, [], { ...wine, env });
   const tab = await openTab(t, { expected: /400/ });
   const sent = requestsOf(tab, '/api/scan');
   await tab.goto(own.base);

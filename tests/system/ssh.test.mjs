@@ -18,10 +18,9 @@ let sshd = null;
 async function setUp() {
   const wine = confinedWine(here);
   const { runs, config, env } = await relay(here, folder, wine.env);
-  for (const name of ['bin', 'server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
-  fs.symlinkSync(bridge, `${folder}/bin/ssh.exe`);
+  for (const name of ['server-bin', 'planted']) fs.mkdirSync(`${folder}/${name}`);
   const withPath = (...folders) => ({ ...wine, env: { ...env, WINEPATH: folders.join(';') } });
-  const options = withPath(winPath(`${folder}/bin`));
+  const options = { ...wine, env };
   const port = await freePort();
   const hostKeys = ['host', 'host2'].map((name) => makeKey(`${folder}/${name}`));
   makeKey(`${folder}/id`);

@@ -8,6 +8,7 @@ import ssh2 from 'ssh2';
 import { lastFirst } from './ends.mjs';
 import { exe, testProgram } from './home.mjs';
 import { until } from './server.mjs';
+import { winPath } from './vorda.mjs';
 import { wineScript } from './wine.mjs';
 
 export const bridge = testProgram('ssh_bridge_win.exe');
@@ -31,10 +32,12 @@ function toldBy(bytes) {
   return end !== undefined && { input, args, env: Object.fromEntries(block.split('\0').map((entry) => /^(.[^=]*)=([^]*)$/.exec(entry).slice(1))) };
 }
 
-// Runs the real ssh for every bridge that connects. `runs` lists what each was started with and its process;
-// `env` is the environment that vorda.exe needs for this.
+// Puts a bridge into the folder's bin, and runs the real ssh for every bridge that connects. `runs` lists what each
+// was started with and its process; `env` is the environment that vorda.exe needs for this.
 export async function relay(hooks, folder, wineEnv) {
-  const [config, askpass] = [`${folder}/ssh_config`, `${folder}/askpass`];
+  const [config, askpass, bin] = [`${folder}/ssh_config`, `${folder}/askpass`, `${folder}/bin`];
+  fs.mkdirSync(bin);
+  fs.symlinkSync(bridge, `${bin}/ssh.exe`);
   fs.writeFileSync(config, `GlobalKnownHostsFile /dev/null\nUserKnownHostsFile ${folder}/known_hosts\nIdentitiesOnly yes\nIdentityFile ${folder}/id\n`);
   const settings = Object.entries(wineEnv).map(([name, value]) => `${name}='${value}'`).join(' ');
   writeScript(askpass, `echo "$1" >>${folder}/asked; ${settings} exec '${wineScript}' '${exe}' "$@"`);
@@ -58,7 +61,7 @@ export async function relay(hooks, folder, wineEnv) {
   const server = net.createServer((socket) => serve(socket.on('error', () => {})).catch(() => {}));
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   lastFirst(hooks).after(() => server.close());
-  return { runs, config, env: { ...wineEnv, VORDA_SSH_RELAY: String(server.address().port) } };
+  return { runs, config, env: { ...wineEnv, WINEPATH: winPath(bin), VORDA_SSH_RELAY: String(server.address().port) } };
 }
 
 const greets = (port) => new Promise((resolve) => {
