@@ -2,8 +2,8 @@
 #include "app/exit_code.h"
 #include "app/scan_run.h"
 #include "fileops/journal.h"
-#include "http/connection.h"
 #include "every_allocation.h"
+#include "support/fake_stream.h"
 
 #include <sstream>
 
@@ -57,7 +57,7 @@ struct World {
   // A scan is up to date or has failed; it never shows what is not there.
   void checkScan(int id) {
     const auto job = app.state.jobs.find(id);
-    const std::string result = app.told("GET", "/api/result?id=" + std::to_string(id));
+    const std::string result = app.get("/api/result?id=" + std::to_string(id));
     if (!job->progress.texts().error.empty()) {
       CHECK(result == R"(400 {"error":"noMemory"})");
       CHECK(job->result.folders.empty());
@@ -124,69 +124,29 @@ TEST_CASE("emptying folders without memory: the log has all that is gone") {
   checkOperation("cleanup", {"POST", "/api/cleanup", "what=tempfiles&job=1"}, 7'054'322);
 }
 
-namespace {
-
-struct Exchange {
-  std::string_view request;
-  std::string sent;
-  std::size_t reads = std::string::npos; // so many bytes of what is sent, and then no more
-};
-
-class OneRequest final : public ByteStream {
-public:
-  explicit OneRequest(Exchange& exchange) : exchange_(exchange) {}
-  std::optional<std::size_t> receive(char* buffer, std::size_t size) override {
-    const std::size_t count = exchange_.request.copy(buffer, std::min<std::size_t>(size, 100));
-    exchange_.request.remove_prefix(count);
-    return count;
-  }
-  std::optional<std::size_t> send(std::string_view bytes) override {
-    bytes = bytes.substr(0, exchange_.reads - exchange_.sent.size());
-    if (bytes.empty()) return std::nullopt;
-    exchange_.sent += bytes;
-    return bytes.size();
-  }
-  void endSending() override {}
-
-private:
-  Exchange& exchange_;
-};
-
-void serve(Connection& connection) {
-  const auto now = std::chrono::steady_clock::now();
-  while (true) {
-    const Connection::Need need = connection.advance(now);
-    if (need == Connection::Need::over) return;
-    if (need == Connection::Need::thread) connection.compute(now);
-  }
-}
-
-} // namespace
-
 TEST_CASE("a connection without memory is answered or closed, and its place is free again") {
   App app;
   const RequestGate gate = makeGate(app.state);
-  app.told("GET", "/api/jobs"); // makes what is made once
+  app.get("/api/jobs"); // makes what is made once
   const std::string body = "what=tempfiles&job=1&filler=" + std::string(300, 'x');
-  const std::string request = "POST /api/cleanup?a=long&parameter=of-the-address HTTP/1.1\r\n"
-                              "Host: 127.0.0.1:7666\r\nContent-Length: " +
-                              std::to_string(body.size()) + "\r\n\r\n" + body;
+  const std::vector<std::string> pieces = {
+      "POST /api/cleanup?a=long&parameter=of-the-address HTTP/1.1\r\nHost: 127.0.0.1:7666\r\n",
+      "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body.substr(0, 100),
+      body.substr(100)};
   ConnectionTable connections;
   forEveryAllocation("connection", [&](std::uint64_t n, Failing how) {
     CAPTURE(n);
-    Exchange exchange{request, {}};
-    exchange.sent.reserve(65'536);
+    FakeClient client{.pieces = pieces};
+    client.sent.reserve(65'536);
     const std::int64_t before = blocksInUse();
     try {
       const FailingMemory failing(n, how);
-      Connection connection(std::make_unique<OneRequest>(exchange), gate,
-                            connections.enter(kLoopbackAddress), std::chrono::steady_clock::now());
-      serve(connection);
+      serve(client, gate, connections.enter(kLoopbackAddress));
     } catch (const std::bad_alloc&) { // as the server does: the connection is closed
     }
-    const bool right = exchange.sent.ends_with("\r\n\r\n{\"error\":\"noJob\"}");
-    const bool told = exchange.sent.ends_with("\r\n\r\n{\"error\":\"noMemory\"}");
-    CHECK((exchange.sent.empty() || right || told));
+    const bool right = client.sent.ends_with("\r\n\r\n{\"error\":\"noJob\"}");
+    const bool told = client.sent.ends_with("\r\n\r\n{\"error\":\"noMemory\"}");
+    CHECK((client.sent.empty() || right || told));
     CHECK(connections.heldBytes() == 0);
     CHECK(blocksInUse() == before);
   });
@@ -194,20 +154,20 @@ TEST_CASE("a connection without memory is answered or closed, and its place is f
 
 TEST_CASE("a client that reads its answer slowly holds nothing of its request") {
   const RequestGate gate{{}, [](HttpRequest&) { return okAnswer(); }};
-  const std::string request = "POST /" + std::string(9'000, 'p') +
-                              " H\r\nContent-Length: 100000\r\n\r\n" + std::string(100'000, 'x');
   ConnectionTable connections;
-  Exchange exchange{request, {}, 10};
-  const auto now = std::chrono::steady_clock::now();
-  Connection connection(std::make_unique<OneRequest>(exchange), gate,
-                        connections.enter(kLoopbackAddress), now);
+  FakeClient client{.pieces = {"POST /" + std::string(9'000, 'p') +
+                               " H\r\nContent-Length: 100000\r\n\r\n" + std::string(100'000, 'x')},
+                    .reads = 10,
+                    .perRead = std::chrono::hours(1)};
+  Connection connection(std::make_unique<FakeStream>(client), gate,
+                        connections.enter(kLoopbackAddress), client.now);
   const std::int64_t before = bytesInUse();
-  while (connection.advance(now) != Connection::Need::thread || !connection.isComplete()) {
-    connection.compute(now);
+  while (connection.advance(client.now) != Connection::Need::thread || !connection.isComplete()) {
+    connection.compute(client.now);
   }
   CHECK(bytesInUse() > before + 100'000);
-  connection.compute(now);
-  CHECK(connection.advance(now) == Connection::Need::space);
+  connection.compute(client.now);
+  CHECK(connection.advance(client.now) == Connection::Need::space);
   CHECK(bytesInUse() < before + 1'000);
 }
 

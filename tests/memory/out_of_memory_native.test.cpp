@@ -185,7 +185,7 @@ TEST_CASE("a search without memory fails as such, and the next one finds everyth
                        "seen=1&p=D:%5Canother%20folder%5Ca%20file%20with%20a%20long%20name%200",
                        app.state.verification}};
   for (const Row& row : rows) {
-    app.told("POST", row.path, row.fields);
+    app.post(row.path, row.fields);
     const auto facts = [&row](std::string document) { // without the time of reading
       const std::size_t seen = document.find("\"seen\":");
       return row.fields[0] == 's' ? document.substr(0, seen) : document;
@@ -199,11 +199,11 @@ TEST_CASE("a search without memory fails as such, and the next one finds everyth
       });
       const bool started = answer == R"(200 {"started":true,"running":true})";
       CHECK((started || answer == kNoMemoryAnswer));
-      const std::string left = app.told("GET", row.path);
+      const std::string left = app.get(row.path);
       CHECK((facts(left) == expected || left == kNoMemoryRun ||
              (!started && left == R"(200 {"running":false})")));
     });
-    CHECK(app.told("POST", row.path, row.fields) == R"(200 {"started":true,"running":true})");
+    CHECK(app.post(row.path, row.fields) == R"(200 {"started":true,"running":true})");
     CHECK(facts(app.resultOf(row.path)) == expected);
     CHECK(comesBackTo(before + 4)); // the document and what it is kept in
   }
@@ -222,7 +222,7 @@ TEST_CASE("a scan that could not be noted as forgotten is in no result either") 
       reached = true;
       while (shut) std::this_thread::yield();
     };
-    app.told("POST", "/api/findfiles", "min=1&names=one&ids=" + std::to_string(id));
+    app.post("/api/findfiles", "min=1&names=one&ids=" + std::to_string(id));
     while (!reached) std::this_thread::yield();
     const std::string answer =
         askWithout(app, n, how, {"GET", "/api/forget?id=" + std::to_string(id), ""});
@@ -235,7 +235,7 @@ TEST_CASE("a scan that could not be noted as forgotten is in no result either") 
     const bool failed = left == R"({"running":false,"error":"noMemory"})" ||
                         left == R"(200 {"running":false,"error":"noMemory"})";
     CHECK((left.find("one.txt") == std::string::npos) == (forgotten || failed));
-    app.told("GET", "/api/forget?id=" + std::to_string(id));
+    app.get("/api/forget?id=" + std::to_string(id));
   });
 }
 
@@ -282,7 +282,7 @@ TEST_CASE("every request without memory is answered as such or right") {
       for (const auto& job : app.state.jobs.all()) {
         if (job->id == 1) continue;
         app.waitUntilDone(job->id);
-        app.told("GET", "/api/forget?id=" + std::to_string(job->id));
+        app.get("/api/forget?id=" + std::to_string(job->id));
       }
       while (app.state.duplicates.running()) std::this_thread::yield();
     };

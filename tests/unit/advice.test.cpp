@@ -5,7 +5,7 @@
 #include <doctest/doctest.h>
 
 using namespace vorda;
-using test::TableBuilder;
+using namespace vorda::test;
 
 namespace {
 

@@ -30,9 +30,9 @@ struct Race {
 
   // Later results must not contain the scan.
   void forget(const std::string& id) {
-    app.told("GET", "/api/forget?id=" + id);
+    app.get("/api/forget?id=" + id);
     for (const char* path : {"/api/findfiles", "/api/dupsacross"}) {
-      if (app.told("GET", path).find("\"job\":" + id + "}") != std::string::npos) ++stale;
+      if (app.get(path).find("\"job\":" + id + "}") != std::string::npos) ++stale;
     }
   }
 
@@ -56,9 +56,9 @@ struct Race {
       } else if (action > 3) {
         if (ask("GET", path).find("\"running\":false,") != std::string::npos) ++results;
         for (const char* part : {"result?id=", "dirs?p=C%3A&id=", "cancel?id="}) {
-          app.told("GET", std::string("/api/") + part + (id.empty() ? "1" : id));
+          app.get(std::string("/api/") + part + (id.empty() ? "1" : id));
         }
-        if (!app.told("GET", "/api/jobs").ends_with("]")) ++torn;
+        if (!app.get("/api/jobs").ends_with("]")) ++torn;
       }
     }
   }

@@ -5,11 +5,8 @@
 #include "support/fresh_scan.h"
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::App;
-using test::MemoryDisk;
+using namespace vorda::test;
 
 namespace {
 
@@ -126,14 +123,13 @@ TEST_CASE("temporary folders are emptied as far as possible") {
   disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
   disk.link(L"C:\\Users\\eve\\AppData", L"C:\\Users\\anna\\Documents\\AppData");
 
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
-  CHECK(app.told("POST", "/api/cleanup", "what=downloads&job=1") ==
-        R"(400 {"error":"notAllowed"})");
+  CHECK(app.post("/api/cleanup", "what=tempfiles&job=7") == R"(404 {"error":"noJob"})");
+  CHECK(app.post("/api/cleanup", "what=downloads&job=1") == R"(400 {"error":"notAllowed"})");
   const std::string none = R"(200 {"ok":true,"deleted":0,"skipped":0,"folders":0,"bytes":0})";
-  CHECK(app.told("POST", "/api/cleanup", "what=updates&job=1") == none);
+  CHECK(app.post("/api/cleanup", "what=updates&job=1") == none);
   disk.removeNode(*disk.at(L"C:\\Users\\anna"));
   disk.add(L"C:\\Users\\anna\\Documents\\AppData\\Local\\Temp\\thesis", 8).locked = true;
-  const std::string told = app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
+  const std::string told = app.post("/api/cleanup", "what=tempfiles&job=1");
   // In Temp two entries were deleted, one is in use and five are skipped; Anna's folder, which
   // the advice lists, only has one in use; Eve's is skipped.
   CHECK(told == R"(200 {"ok":true,"deleted":2,"skipped":8,"folders":2,"bytes":1153433630})");
@@ -146,12 +142,12 @@ TEST_CASE("temporary folders are emptied as far as possible") {
   CHECK(disk.at(L"C:\\Windows\\Temp")->children.size() == 6);
   CHECK(job->freed == 1153433630);
   disk.lies = true;
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == none);
+  CHECK(app.post("/api/cleanup", "what=tempfiles&job=1") == none);
   CHECK(cleanFolder(disk, disk, L"C:\\Windows\\Temp").deleted == 0);
   // Undo the link, which the scan does not know.
   disk.removeNode(*disk.at(L"C:\\Users\\eve\\AppData"));
   disk.add(L"C:\\Users\\eve\\AppData\\Local\\Temp\\e.tmp", 7);
-  test::checkLikeFreshScan(app, *job);
+  checkLikeFreshScan(app, *job);
 }
 
 TEST_CASE("a link in a temporary folder is not followed, and a log that fails is told") {
@@ -167,14 +163,14 @@ TEST_CASE("a link in a temporary folder is not followed, and a log that fails is
     disk.add(L"C:\\Windows\\Temp\\big.bin").size *= 2;
     throw std::bad_alloc();
   };
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") == R"(500 {"error":"noMemory"})");
+  CHECK(app.post("/api/cleanup", "what=tempfiles&job=1") == R"(500 {"error":"noMemory"})");
   CHECK(job->freed == 0);
   disk.beforeShell = nullptr;
   disk.mayDelete = [&disk](const std::wstring& path) {
     disk.logFails = !path.ends_with(L"e"); // for the first of the two folders
     return true;
   };
-  CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
+  CHECK(app.post("/api/cleanup", "what=tempfiles&job=1") ==
         R"(200 {"ok":true,"deleted":4,"skipped":0,"folders":2,"bytes":2306867212,"logged":false})");
   CHECK(disk.handed.front() == L"C:\\Windows\\Temp\\big.bin");
   CHECK(disk.handed.size() == 2);
@@ -195,7 +191,7 @@ TEST_CASE("a cleanup that is cut off gets its line later") {
     if (disk.dead) disk.at(path)->size = 1; // by somebody else
     return !disk.dead;
   };
-  app.told("POST", "/api/cleanup", "what=tempfiles&job=1");
+  app.post("/api/cleanup", "what=tempfiles&job=1");
   disk.dead = false;
   CHECK(disk.log.empty());
   finishInterrupted(disk, disk);
@@ -218,7 +214,7 @@ TEST_CASE("of a drive that went during a cleanup nothing is claimed, and its lin
       disk.removeNode(*disk.at(L"E:\\Windows\\Temp\\a"));
       disk.volume(L"E:", L"E:\\none");
     };
-    CHECK(app.told("POST", "/api/cleanup", "what=tempfiles&job=1") ==
+    CHECK(app.post("/api/cleanup", "what=tempfiles&job=1") ==
           R"(200 {"ok":true,"deleted":0,"skipped":2,"folders":1,"bytes":0})");
     CHECK(job->result.byteCount == 1100 * kMiB + 20);
     CHECK(job->freed == 0);
@@ -248,8 +244,8 @@ TEST_CASE("a cleanup is seen in all scans") {
   const auto besides = app.scanJob("C:%5CWindows%5Csub");
   const std::string before = *besides->document;
   app.disk->at(L"C:\\Windows\\Temp\\half\\b.log")->size = 13; // of which only the cleanup knows
-  app.told("POST", "/api/cleanup", "what=tempfiles&job=3");
-  for (const auto& one : {outer, named, half}) test::checkLikeFreshScan(app, *one);
+  app.post("/api/cleanup", "what=tempfiles&job=3");
+  for (const auto& one : {outer, named, half}) checkLikeFreshScan(app, *one);
   CHECK(outer->freed == 1100 * kMiB + 13);
   CHECK(half->freed == 4);
   CHECK_FALSE((outer->rootGone || half->rootGone));
@@ -268,7 +264,7 @@ TEST_CASE("what would be emptied can be seen before") {
   app.scanned("C:%5C");
   const std::string path = "/api/cleanable?what=tempfiles&job=";
   const auto before = app.disk->snapshot();
-  CHECK(app.told("GET", path + "1") ==
+  CHECK(app.get(path + "1") ==
         R"(200 {"folders":[{"p":"C:\\Windows\\Temp","s":1258291200,"f":2,"entries":2},)"
         R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","s":5,"f":1,"entries":1}]})");
   CHECK(app.disk->snapshot() == before);
@@ -278,17 +274,17 @@ TEST_CASE("what would be emptied can be seen before") {
   app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp"));
   app.disk->link(L"C:\\Windows\\Temp", L"C:\\other");
   app.disk->unreadable = {L"C:\\Users\\anna\\AppData\\Local\\Temp"};
-  CHECK(app.told("GET", path + "1") ==
+  CHECK(app.get(path + "1") ==
         R"(200 {"folders":[{"p":"C:\\Windows\\Temp","why":"notAllowed"},)"
         R"({"p":"C:\\Users\\anna\\AppData\\Local\\Temp","why":"unreadable"}]})");
 
-  CHECK(app.told("GET", path + "2") == R"(404 {"error":"noJob"})");
-  CHECK(app.told("GET", path) == R"(404 {"error":"noJob"})");
-  CHECK(app.told("GET", "/api/cleanable?job=1&what=caches") == R"(400 {"error":"notAllowed"})");
+  CHECK(app.get(path + "2") == R"(404 {"error":"noJob"})");
+  CHECK(app.get(path) == R"(404 {"error":"noJob"})");
+  CHECK(app.get("/api/cleanable?job=1&what=caches") == R"(400 {"error":"notAllowed"})");
 
   app.disk->binBytes = 9;
   app.disk->binItems = 2;
-  CHECK(app.told("GET", "/api/bins") ==
+  CHECK(app.get("/api/bins") ==
         R"(200 {"bytes":9,"items":2,"bins":[{"p":"C:\\","bytes":9,"items":2}]})");
   app.state.targets = [one = app.state.targets] {
     TargetList list = one();
@@ -296,15 +292,15 @@ TEST_CASE("what would be emptied can be seen before") {
     list.drives.back().path = L"D:\\";
     return list;
   };
-  CHECK(app.told("GET", "/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
+  CHECK(app.get("/api/bins") == R"(200 {"bytes":9,"items":2,"bins":[]})"); // shared
   app.disk->noBins = {L"D:\\"};
   app.disk->binBytes = 0; // of empty files
-  CHECK(app.told("GET", "/api/bins") ==
+  CHECK(app.get("/api/bins") ==
         R"(200 {"bytes":0,"items":2,"bins":[{"p":"C:\\","bytes":0,"items":2}]})");
   CHECK(app.disk->binItems == 2);
 
-  CHECK(app.told("POST", "/api/openbin") == R"(200 {"ok":true})");
+  CHECK(app.post("/api/openbin") == R"(200 {"ok":true})");
   app.state.remote = true;
-  CHECK(app.told("POST", "/api/openbin") == R"(400 {"error":"notAllowed"})");
+  CHECK(app.post("/api/openbin") == R"(400 {"error":"notAllowed"})");
   CHECK(app.binsOpened == 1);
 }

@@ -26,8 +26,7 @@ std::string serve(FakeClient& client, const RequestGate& gate = {{}, echo}) {
 }
 
 std::string servePieces(std::vector<std::string> pieces) {
-  FakeClient client;
-  client.pieces = std::move(pieces);
+  FakeClient client{.pieces = std::move(pieces)};
   return serve(client);
 }
 
@@ -54,9 +53,7 @@ const std::string kRequest = "POST /a?b=1 HTTP/1.1\r\nHost: x\r\nContent-Length:
 
 TEST_CASE("responses, with and without a handler") {
   CHECK(servePieces({"GET / H\r\n\r\n"}).ends_with("\r\nConnection: close\r\n\r\n<GET / >"));
-  FakeClient stream;
-  stream.pieces = {kRequest};
-  stream.reads = 7;
+  FakeClient stream{.pieces = {kRequest}, .reads = 7};
   serve(stream, {});
   CHECK(stream.sent.starts_with(
       "HTTP/1.1 500 Internal Server Error\r\nContent-Type: text/plain\r\n"));
@@ -71,10 +68,9 @@ TEST_CASE("where a request ends, however it arrives") {
   CHECK(servePieces({kRequest + "more", "late"}).ends_with("<POST /a bodymore>"));
   CHECK(servePieces({kRequest.substr(0, kRequest.size() - 1)}).ends_with("<POST /a bod>"));
   // A blank line within the body ends nothing, and nobody waits for more than was announced.
-  FakeClient whole;
-  whole.pieces = {"POST / H\r\nContent-Length: 27\r\n\r\nContent-Length:99\r\n", "ab\r\n",
-                  "\r\ncd"};
-  whole.silent = true;
+  FakeClient whole{
+      .pieces = {"POST / H\r\nContent-Length: 27\r\n\r\nContent-Length:99\r\n", "ab\r\n", "\r\ncd"},
+      .silent = true};
   CHECK(serve(whole).ends_with("<POST / Content-Length:99\r\nab\r\n\r\ncd>"));
   CHECK(whole.now.time_since_epoch() == 0ms);
   CHECK(servePieces({"GET / H\r\n\r"}).empty());
@@ -83,28 +79,21 @@ TEST_CASE("where a request ends, however it arrives") {
 
 TEST_CASE("limits on time and on buffered bytes") {
   // Something every 10 s: each is in time, the head as a whole is not.
-  FakeClient trickle;
-  trickle.pieces = {"GET", " ", "/ H\r", "\n", "\r", "\n"};
-  trickle.perPiece = 10s;
+  FakeClient trickle{.pieces = {"GET", " ", "/ H\r", "\n", "\r", "\n"}, .perPiece = 10s};
   CHECK(serve(trickle).empty());
   CHECK(trickle.now.time_since_epoch() == kHeadWait);
-  FakeClient slow;
-  slow.pieces = {"GET / H\r", "\n\r", "\n"};
-  slow.perPiece = 14s;
+  FakeClient slow{.pieces = {"GET / H\r", "\n\r", "\n"}, .perPiece = 14s};
   CHECK_FALSE(serve(slow).empty());
-  FakeClient silent;
-  silent.silent = true;
+  FakeClient silent{.silent = true};
   CHECK(serve(silent).empty());
   CHECK(silent.now.time_since_epoch() == kReceiveWait);
 
   // What has come of a body is passed on when no more comes, or when ten minutes are over.
-  FakeClient body;
-  body.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1", "2", "3", "4", "5", "6", "7", "8"};
-  body.perPiece = 14s;
+  FakeClient body{
+      .pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1", "2", "3", "4", "5", "6", "7", "8"},
+      .perPiece = 14s};
   CHECK(serve(body).ends_with("<POST / 12345678>"));
-  FakeClient held;
-  held.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1"};
-  held.silent = true;
+  FakeClient held{.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1"}, .silent = true};
   CHECK(serve(held).ends_with("<POST / 1>"));
   CHECK(held.now.time_since_epoch() == kReceiveWait);
   FakeClient endless;
@@ -114,16 +103,14 @@ TEST_CASE("limits on time and on buffered bytes") {
   CHECK(serve(endless).ends_with("<POST / " + std::string(42, 'x') + ">"));
 
   // Only received bytes are held, not announced ones.
-  FakeClient promise;
-  promise.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"};
+  FakeClient promise{.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"}};
   CHECK(serve(promise).ends_with("<POST / abc>"));
   for (const std::size_t over : {0U, 1U}) {
-    FakeClient large;
-    large.pieces = {"POST / H\r\nContent-Length: 99999999\r\n\r\n",
-                    std::string(kMaxConnectionBytes + over, 'x')};
+    FakeClient large{.pieces = {"POST / H\r\nContent-Length: 99999999\r\n\r\n",
+                                std::string(kMaxConnectionBytes + over, 'x')}};
     CHECK(serve(large).empty() == (over == 1));
-    FakeClient head;
-    head.pieces = {"GET / H\r\n" + std::string(kMaxHeadBuffer - 13 + over, 'x') + "\r\n\r\n"};
+    FakeClient head{
+        .pieces = {"GET / H\r\n" + std::string(kMaxHeadBuffer - 13 + over, 'x') + "\r\n\r\n"}};
     CHECK(serve(head).empty() == (over == 1));
   }
 }
@@ -162,24 +149,16 @@ TEST_CASE(
 TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
   const std::string large(3 * 1'048'576, 'v');
   const auto answers = [&large](HttpRequest&) { return answer(200, large); };
-  FakeClient steady;
-  steady.pieces = {"GET / H\r\n\r\n"};
-  steady.reads = 100'000;
+  FakeClient steady{.pieces = {"GET / H\r\n\r\n"}, .reads = 100'000};
   steady.perRead = 10s; // eleven in the time for a MiB
   CHECK(serve(steady, {{}, answers}).ends_with("\r\n\r\n" + large));
   CHECK_FALSE(steady.ended); // a complete request leaves nothing to drain
-  FakeClient slow;
-  slow.pieces = steady.pieces;
-  slow.reads = 100'000;
-  slow.perRead = 13s;
+  FakeClient slow{.pieces = steady.pieces, .reads = 100'000, .perRead = 13s};
   CHECK(serve(slow, {{}, answers}).size() < 1'048'576);
   CHECK(slow.now.time_since_epoch() == kSendWait);
   // Without the key all of it has what is left of the minute.
-  FakeClient stranger;
-  stranger.pieces = {"GET / H\r", "\n\r\n"};
-  stranger.perPiece = 10s;
-  stranger.reads = 100'000;
-  stranger.perRead = 10s;
+  FakeClient stranger{
+      .pieces = {"GET / H\r", "\n\r\n"}, .perPiece = 10s, .reads = 100'000, .perRead = 10s};
   serve(stranger, {kNoKey, answers});
   CHECK(stranger.now.time_since_epoch() == kHeadWait);
   CHECK(stranger.sent.size() < 500'000);
@@ -215,21 +194,17 @@ TEST_CASE("a body is read only for a request that was admitted, and a refusal re
     CHECK(request.queryValue("token") == "k");
     return Admission{Trust::none, errorAnswer(401, "no")};
   };
-  FakeClient refused;
-  refused.pieces = {head, std::string(1'000'000, 'x')};
+  FakeClient refused{.pieces = {head, std::string(1'000'000, 'x')}};
   CHECK(serve(refused, {refuse, count}).ends_with(R"({"error":"no"})"));
   CHECK(handled == 0);
   CHECK(refused.ended);
   CHECK(refused.unread() == 1'000'000 - kDrainedBytes);
   // One that neither sends nor closes has a second.
-  FakeClient waiting;
-  waiting.pieces = {head};
-  waiting.silent = true;
+  FakeClient waiting{.pieces = {head}, .silent = true};
   serve(waiting, {refuse, count});
   CHECK(waiting.now.time_since_epoch() == kDrainWait);
 
-  FakeClient open;
-  open.pieces = {"POST / H\r", "\nContent-Length: 9\r\n\r\n", "123456789"};
+  FakeClient open{.pieces = {"POST / H\r", "\nContent-Length: 9\r\n\r\n", "123456789"}};
   CHECK(serve(open, {kNoKey, count}).ends_with("<POST / >"));
   CHECK(handled == 1);
 }

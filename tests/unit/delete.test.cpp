@@ -1,12 +1,7 @@
 #include "support/deletion_world.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::DiskNode;
-using test::makeWorld;
-using test::MemoryDisk;
-using test::remove;
+using namespace vorda::test;
 
 namespace {
 
@@ -34,18 +29,18 @@ TEST_CASE("every spelling of a path is refused, or deletes only what it names") 
   std::string without = "@without ";
   int refused = 0;
   int deleted = 0;
-  test::eachRow("deletion_spellings.txt", [&](const std::string& line) {
+  eachRow("deletion_spellings.txt", [&](const std::string& line) {
     CAPTURE(line);
     if (line.starts_with("@without")) without = line + " ";
     if (line.starts_with("@root")) {
-      root = line.size() > 6 ? test::withUnits(line.substr(6)) : L"";
+      root = line.size() > 6 ? withUnits(line.substr(6)) : L"";
     }
     if (line[0] == '@') return;
     const auto knows = [&without](const char* what) {
       return without.find(std::string(" ") + what + " ") == std::string::npos;
     };
     const std::string word = line.substr(0, line.find(' '));
-    const std::wstring path = test::withUnits(line.substr(word.size() + 1));
+    const std::wstring path = withUnits(line.substr(word.size() + 1));
     // The result must not depend on long paths unless the table says so.
     for (const bool longPaths : {knows("long"), knows("long") && without.size() > 10}) {
       const std::unique_ptr<MemoryDisk> disk = makeWorld();

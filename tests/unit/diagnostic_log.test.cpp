@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 using namespace vorda;
+using namespace vorda::test;
 
 namespace {
 
@@ -47,7 +48,7 @@ TEST_CASE("a diagnostic log does not grow without end") {
 TEST_CASE("what requests and scans leave in the log names no file and no key") {
   for (const bool withNames : {false, true}) {
     Kept kept(withNames);
-    test::App app;
+    App app;
     app.state.keyRequired = true;
     app.disk->addFile(L"C:\\private", L"a.txt", 5);
     app.state.steps = loggedSteps(app.state.steps, kept.log);
@@ -85,7 +86,7 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
           "info    POST /api/scan 200, ", "info    no turbo: notlocal\n", "info    GET / 200, ",
           "info    GET /index.html 200, ", "error   GET /api/targets 500, 25 bytes, ",
           "info    scan by walk begins\n", "info    scan by walk ends: 1 files, "}) {
-      CHECK(text.find(said) != std::string::npos);
+      CHECK(holds(text, said));
     }
     const int ms = std::stoi(text.substr(text.find(" 25 bytes, ") + 11));
     CHECK((ms >= 2 && ms < 60'000));
@@ -93,7 +94,7 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
 }
 
 TEST_CASE("a request whose line cannot be written is answered all the same") {
-  test::App app;
+  App app;
   app.disk->addFile(L"C:\\r", L"a.txt", 5);
   DiagnosticLog log([](std::string_view) { throw std::bad_alloc(); }, false,
                     [] { return std::uint64_t{0}; });
@@ -103,7 +104,7 @@ TEST_CASE("a request whose line cannot be written is answered all the same") {
   request.body = "permanent=1&p=C:%5Cr%5Ca.txt";
   parseTarget("/api/delete", request);
   CHECK_FALSE(gate.admit(request).refusal);
-  CHECK(test::holds(gate.handle(request).payload(), "{\"deleted\":1,"));
+  CHECK(holds(gate.handle(request).payload(), "{\"deleted\":1,"));
   CHECK(app.disk->at(L"C:\\r\\a.txt") == nullptr);
   parseTarget("/api/none", request);
   CHECK(gate.admit(request).refusal->status == 404);

@@ -1,21 +1,17 @@
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::App;
-using test::holds;
-using test::MemoryDisk;
+using namespace vorda::test;
 
 namespace {
 
 constexpr std::uint64_t kMiB = 1ULL << 20;
 
 void fill(MemoryDisk& disk) {
-  const test::DiskNode& shared = disk.add(L"C:\\r\\a\\one.iso", 60 * kMiB);
+  const DiskNode& shared = disk.add(L"C:\\r\\a\\one.iso", 60 * kMiB);
   disk.hardLink(L"C:\\r\\b\\two.iso", shared);
   disk.add(L"C:\\r\\a\\sparse.bin", 70 * kMiB).disk = kMiB;
-  test::DiskNode& away = disk.add(L"C:\\r\\a\\away.bin", 80 * kMiB);
+  DiskNode& away = disk.add(L"C:\\r\\a\\away.bin", 80 * kMiB);
   away.disk = 0;
   away.attributes = kAttributeRecallOnDataAccess;
   disk.add(L"C:\\r\\b\\small.txt", 100);
@@ -40,37 +36,36 @@ TEST_CASE("bytes on disk are told only to those who ask") {
                            "/api/files?id=1&p=C:%5Cr%5Ca", "/api/types?id=1",
                            "/api/result?id=1&more=0", "/api/dirs?id=1&p=C:%5Cr&more="}) {
     CAPTURE(path);
-    CHECK(withoutSeconds(app.told("GET", path)) == withoutSeconds(plain.told("GET", path)));
+    CHECK(withoutSeconds(app.get(path)) == withoutSeconds(plain.get(path)));
     // A scan that does not know them says nothing either.
     const std::string more = std::string(path) + "&more=1";
-    CHECK(withoutSeconds(plain.told("GET", more)) == withoutSeconds(plain.told("GET", path)));
+    CHECK(withoutSeconds(plain.get(more)) == withoutSeconds(plain.get(path)));
   }
-  CHECK(plain.told("GET", "/api/account?id=1") == R"(200 {"rows":[]})");
+  CHECK(plain.get("/api/account?id=1") == R"(200 {"rows":[]})");
   CHECK(
-      plain.told("GET", "/api/file?id=1&p=C:%5Cr%5Ca%5Cone.iso") ==
+      plain.get("/api/file?id=1&p=C:%5Cr%5Ca%5Cone.iso") ==
       R"(200 {"p":"C:\\r\\a\\one.iso","s":62914560,"names":["C:\\r\\a\\one.iso"],"allNames":false})");
-  CHECK(plain.told("POST", "/api/delete", "job=1&more=1&dryrun=1&p=C:%5Cr%5Ca")
-            .ends_with(R"("noBin":[]})"));
+  CHECK(
+      plain.post("/api/delete", "job=1&more=1&dryrun=1&p=C:%5Cr%5Ca").ends_with(R"("noBin":[]})"));
 
   CHECK(
-      app.told("GET", "/api/dirs?id=1&more=1&p=C:%5Cr") ==
+      app.get("/api/dirs?id=1&more=1&p=C:%5Cr") ==
       R"(200 {"path":"C:\\r","s":283115620,"f":5,"a":63967232,"x":63967232,"cl":83886080,"dirs":[)"
       R"({"n":"a","s":220200960,"f":3,"a":63963136,"x":1048576,"cl":83886080},)"
       R"({"n":"b","s":62914660,"f":2,"a":4096,"x":4096}],"total":2,"xs":1})");
-  CHECK(app.told("GET", "/api/files?id=1&more=1&p=C:%5Cr%5Ca") ==
+  CHECK(app.get("/api/files?id=1&more=1&p=C:%5Cr%5Ca") ==
         R"(200 {"path":"C:\\r\\a","files":[)"
         R"({"n":"away.bin","s":83886080,"m":0,"a":0,"x":0,"cl":83886080},)"
         R"({"n":"sparse.bin","s":73400320,"m":0,"a":1048576,"x":1048576},)"
         R"({"n":"one.iso","s":62914560,"m":0,"a":62914560,"x":0}],"total":3,"xs":1,"dirs":0})");
-  CHECK(holds(app.told("GET", "/api/ext?id=1&e=.iso&more=1"),
+  CHECK(holds(app.get("/api/ext?id=1&e=.iso&more=1"),
               R"("folders":[{"p":"C:\\r\\a","s":62914560,"c":1,"a":62914560},)"));
-  CHECK(holds(app.told("GET", "/api/ext?id=1&e=.bin&more=1"),
-              R"("c":2,"a":1048576,"cl":83886080}],)"));
-  CHECK(app.told("GET", "/api/ext?id=1&e=.bin&more=1").ends_with(R"("total":2,"xs":1})"));
-  CHECK(app.told("GET", "/api/types?id=1&more=1").ends_with(R"("total":3,"xs":1})"));
-  CHECK(holds(app.told("GET", "/api/types?id=1&more=1"),
+  CHECK(holds(app.get("/api/ext?id=1&e=.bin&more=1"), R"("c":2,"a":1048576,"cl":83886080}],)"));
+  CHECK(app.get("/api/ext?id=1&e=.bin&more=1").ends_with(R"("total":2,"xs":1})"));
+  CHECK(app.get("/api/types?id=1&more=1").ends_with(R"("total":3,"xs":1})"));
+  CHECK(holds(app.get("/api/types?id=1&more=1"),
               R"({"e":".iso","s":125829120,"c":2,"a":62914560,"x":62914560})"));
-  const std::string document = app.told("GET", "/api/result?id=1&more=1");
+  const std::string document = app.get("/api/result?id=1&more=1");
   CHECK(holds(document, R"("xs":1},"tree":{"n":"C:\\r","s":283115620,"f":5,"a":63967232,)"
                         R"("x":63967232,"cl":83886080,"i":0,"c":[)"));
   // What is loose in a folder, and types: .iso files come back only together.
@@ -86,9 +81,8 @@ TEST_CASE("advice says when its files were changed to those who ask") {
   app.disk->addFile(app.disk->addFolder(L"C:", L"r"), L"old.iso", 6000 * kMiB,
                     116'444'736'000'000'000 + 50'000); // 5 ms after 1970
   app.scanned("C%3A%5Cr");
-  CHECK(holds(app.told("GET", "/api/result?id=1&more=1"),
-              R"("pathLock":[""],"pathTimes":[5],"notes")"));
-  CHECK(app.told("GET", "/api/result?id=1").find("pathTimes") == std::string::npos);
+  CHECK(holds(app.get("/api/result?id=1&more=1"), R"("pathLock":[""],"pathTimes":[5],"notes")"));
+  CHECK(app.get("/api/result?id=1").find("pathTimes") == std::string::npos);
 }
 
 TEST_CASE("a dry run promises what comes back, and one of two names frees nothing") {
@@ -100,7 +94,7 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   app.disk->at(L"C:\\r\\a\\one.iso")->shortName = L"ONE~1";
   app.scanned("T:%5C");
   const auto promise = [&app](const std::string& paths) {
-    const std::string told = app.told("POST", "/api/delete", "job=1&more=1&dryrun=1" + paths);
+    const std::string told = app.post("/api/delete", "job=1&more=1&dryrun=1" + paths);
     return told.substr(told.find(R"("noBin":[])") + 11);
   };
   CHECK(promise("&p=T:%5Ca~1") == R"("x":1048576,"xs":1,"shared":62914560})");
@@ -108,17 +102,17 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
         R"("x":4096,"xs":1,"shared":62914560})");
   CHECK(promise("&p=T:%5Ca&p=T:%5Cb%5Ctwo.iso") == R"("x":63963136,"xs":1,"shared":0})");
   // The document is kept until something is deleted.
-  const std::string before = app.told("GET", "/api/result?id=1&more=1");
+  const std::string before = app.get("/api/result?id=1&more=1");
   const auto kept = app.state.jobs.find(1)->fullDocument;
-  CHECK(app.told("GET", "/api/result?id=1&more=1") == before);
+  CHECK(app.get("/api/result?id=1&more=1") == before);
   CHECK(app.state.jobs.find(1)->fullDocument == kept);
   // Nothing is promised for what came after the scan, nor where the system does not say.
   app.disk->add(L"C:\\r\\new\\file");
   CHECK(promise("&p=T:%5Cnew&p=T:%5Cnew%5Cfile&p=T:%5Cb%5Csmall.txt") ==
         R"("x":4096,"xs":1,"shared":0})");
-  CHECK(app.told("POST", "/api/delete", "more=1&dryrun=1&p=T:%5Ca").ends_with(R"("noBin":[]})"));
-  CHECK(app.told("GET", "/api/files?id=1&more=1&p=T:%5Cnew")
-            .ends_with(R"("a":4096}],"total":1,"dirs":0})"));
+  CHECK(app.post("/api/delete", "more=1&dryrun=1&p=T:%5Ca").ends_with(R"("noBin":[]})"));
+  CHECK(
+      app.get("/api/files?id=1&more=1&p=T:%5Cnew").ends_with(R"("a":4096}],"total":1,"dirs":0})"));
   app.disk->cluster = 0;
   CHECK(promise("&p=T:%5Cb%5Csmall.txt") == R"("x":0,"xs":1,"shared":0})");
   app.disk->cluster = 4096;
@@ -128,7 +122,7 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
       return std::exchange(was, is);
     };
     const std::string told =
-        app.told("POST", "/api/delete", std::string("job=1&permanent=1&p=T:%5C") + fields);
+        app.post("/api/delete", std::string("job=1&permanent=1&p=T:%5C") + fields);
     return told.substr(told.find(']', told.find("wouldDelete")));
   };
   CHECK(space("none&more=1", {9, 0, L""}, {9, 5, L""}) == R"(],"freeBefore":0,"freeAfter":5})");
@@ -136,12 +130,11 @@ TEST_CASE("a dry run promises what comes back, and one of two names frees nothin
   CHECK(space("none&more=1", {9, 5, L""}, {0, 0, L""}) == "]}");
   CHECK(space("a%5Cone.iso", {9, 5, L""}, {9, 5, L""}) == "]}");
   app.state.steps.driveFigures = nullptr;
-  CHECK(app.told("POST", "/api/delete", "job=1&more=1&p=T:%5Cnone").ends_with("]}"));
-  CHECK(app.told("GET", "/api/result?id=1&more=1").find(R"("f":4,"a":63967232,"x":63967232,)") !=
-        std::string::npos);
-  CHECK(holds(app.told("GET", "/api/files?id=1&more=1&p=T:%5Cb"),
+  CHECK(app.post("/api/delete", "job=1&more=1&p=T:%5Cnone").ends_with("]}"));
+  CHECK(holds(app.get("/api/result?id=1&more=1"), R"("f":4,"a":63967232,"x":63967232,)"));
+  CHECK(holds(app.get("/api/files?id=1&more=1&p=T:%5Cb"),
               R"("n":"two.iso","s":62914560,"m":0,"a":62914560,"x":62914560)"));
-  CHECK(holds(app.told("GET", "/api/dirs?id=1&more=1&p=T:%5C"),
+  CHECK(holds(app.get("/api/dirs?id=1&more=1&p=T:%5C"),
               R"({"n":"b","s":62914660,"f":2,"a":62918656,"x":62918656})"));
 }
 
@@ -161,7 +154,7 @@ TEST_CASE("the account of a walked drive follows deletions") {
     return DriveReserves{2 * kMiB, std::nullopt};
   };
   app.scanned("C%3A%5C");
-  const std::string before = app.told("GET", "/api/account?id=1");
+  const std::string before = app.get("/api/account?id=1");
   CHECK(
       before ==
       R"(200 {"used":104857600,"source":"drive","unexplained":22016000,"rows":[)"
@@ -174,18 +167,18 @@ TEST_CASE("the account of a walked drive follows deletions") {
       R"({"code":"cloud","bytes":83886080,"exact":true,"info":true},)"
       R"({"code":"twice","bytes":62914560,"exact":true,"count":1,"info":true},)"
       R"({"code":"unlisted","bytes":0,"exact":true,"count":0,"info":true}]})");
-  app.told("POST", "/api/delete", "job=1&p=C:%5Cr%5Ca%5Csparse.bin");
-  const std::string binned = app.told("GET", "/api/account?id=1");
+  app.post("/api/delete", "job=1&p=C:%5Cr%5Ca%5Csparse.bin");
+  const std::string binned = app.get("/api/account?id=1");
   CHECK(holds(binned, R"("used":104857600,)"));
   CHECK(holds(binned, R"("code":"bin","bytes":6291456)"));
-  app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5Ca%5Cone.iso&p=C:%5Cr%5Cb");
-  const std::string after = app.told("GET", "/api/account?id=1");
+  app.post("/api/delete", "job=1&permanent=1&p=C:%5Cr%5Ca%5Cone.iso&p=C:%5Cr%5Cb");
+  const std::string after = app.get("/api/account?id=1");
   CHECK(holds(after, R"("used":41938944,"source":"drive","unexplained":22016000)"));
   CHECK(holds(after, R"("code":"twice","bytes":0)"));
   VolumeFacts& volume = app.state.jobs.find(1)->result.volume;
   volume.counted = volume.fromBitmap = true;
   volume.cluster = 512;
-  CHECK(app.told("GET", "/api/account?id=1").find(R"("bitmap","cluster":512)") < after.size());
+  CHECK(app.get("/api/account?id=1").find(R"("bitmap","cluster":512)") < after.size());
 }
 
 TEST_CASE("what is known of one file, by the scan and by the system") {
@@ -193,7 +186,7 @@ TEST_CASE("what is known of one file, by the scan and by the system") {
   app.disk->cluster = 4096;
   fill(*app.disk);
   app.disk->hardLink(L"C:\\r\\a\\two.iso", app.disk->add(L"C:\\r\\b\\one.iso", 55 * kMiB));
-  test::DiskNode& tiny = app.disk->add(L"C:\\r\\a\\tiny", 100);
+  DiskNode& tiny = app.disk->add(L"C:\\r\\a\\tiny", 100);
   tiny.disk = 704; // lies in its record
   app.disk->hardLink(L"C:\\r\\b\\tiny", tiny).attributes = kAttributeRecallOnDataAccess;
   app.disk->at(L"C:\\r\\a\\sparse.bin")->lastWrite = 116'444'736'000'050'000; // 5 ms after 1970
@@ -207,7 +200,7 @@ TEST_CASE("what is known of one file, by the scan and by the system") {
   // The answer without the path, also as the only name.
   const auto told = [&](const std::string& name, const FileDetails& now) {
     details = now;
-    std::string text = app.told("GET", "/api/file?id=1&p=C:%5Cr%5C" + name);
+    std::string text = app.get("/api/file?id=1&p=C:%5Cr%5C" + name);
     const std::string own = R"("names":[)" + text.substr(9, text.find(',') - 9) + "],";
     if (text.find(own) != std::string::npos) text.erase(text.find(own), own.size());
     return text.substr(text.find(',') + 1);
@@ -258,26 +251,25 @@ TEST_CASE("what is known of one file, by the scan and by the system") {
   CHECK(told("a%5Cone.iso", {}) == two + "false}");
   links.files[0].count = 1;
   CHECK(told("a%5Cone.iso", {}).starts_with(one + R"("x":0,"links":1,)"));
-  const std::string files = app.told("GET", "/api/files?id=1&more=1&p=C:%5Cr%5Ca");
+  const std::string files = app.get("/api/files?id=1&more=1&p=C:%5Cr%5Ca");
   CHECK(files.find(R"("n":"one.iso","s":62914560,"m":0,"a":62914560,"x":0})") < files.size());
   CHECK(files.ends_with(R"("a":0,"x":0}],"total":5,"dirs":0})"));
   links.files[0].stays = false;
   CHECK(told("a%5Cone.iso", {}).starts_with(one + R"("x":62914560,"links":1,)"));
   const std::string small = "job=1&more=1&dryrun=1&p=C:%5Cr%5Cb%5Csmall.txt";
-  CHECK(app.told("POST", "/api/delete", small).ends_with(R"("x":4096,"shared":0})"));
+  CHECK(app.post("/api/delete", small).ends_with(R"("x":4096,"shared":0})"));
 
   asked.clear();
   for (const char* path : {"C:%5Cother%5Cx", "C:%5Cr%5Ca%5C..", "C:%5Cr%5Ca%5C.", "C:%5Cr%5Ca%5C",
                            "C:%5C", "%5C%5Ch%5Cs%5Cx", "x"}) {
-    CHECK(app.told("GET", std::string("/api/file?id=1&p=") + path) ==
-          R"(404 {"error":"notScanned"})");
+    CHECK(app.get(std::string("/api/file?id=1&p=") + path) == R"(404 {"error":"notScanned"})");
   }
   app.scanned("C:%5Cnone"); // fails
   for (const char* query : {"file?id=9&p=x", "file?id=2&p=x", "account?id=2"}) {
-    CHECK(app.told("GET", std::string("/api/") + query) == R"(404 {"error":"noJob"})");
+    CHECK(app.get(std::string("/api/") + query) == R"(404 {"error":"noJob"})");
   }
-  CHECK(app.told("GET", "/api/file?id=1").starts_with("400"));
-  CHECK(app.told("GET", "/api/file?p=x").starts_with("400"));
+  CHECK(app.get("/api/file?id=1").starts_with("400"));
+  CHECK(app.get("/api/file?p=x").starts_with("400"));
   job->kind = kSshKind; // its paths are none of this machine
   CHECK(told("b%5Csmall.txt", {.found = true}) == R"("allNames":true})");
   CHECK(asked.empty());

@@ -25,38 +25,38 @@ TEST_CASE("the duplicate search, from form fields to document") {
   }
   app.scanned("C:");
   app.scanned("D:");
-  CHECK(app.told("GET", "/api/dupsacross") == R"(200 {"running":false})");
+  CHECK(app.get("/api/dupsacross") == R"(200 {"running":false})");
   CHECK(runToEnd(app, "/api/dupsacross", "ids=1,2&exts=dll") == expectedDocument("duplicates"));
-  CHECK(runToEnd(app, "/api/dupsacross", "ids=1&exts=x").find("d\":false") != std::string::npos);
+  CHECK(holds(runToEnd(app, "/api/dupsacross", "ids=1&exts=x"), "d\":false"));
   std::string listing;
   app.disk->onOpen = [&](const std::wstring& folder) {
-    if (folder.size() < 4 && folder[0] == L'C') listing = app.told("GET", "/api/dupsacross");
+    if (folder.size() < 4 && folder[0] == L'C') listing = app.get("/api/dupsacross");
   };
   const std::string all = runToEnd(app, "/api/dupsacross", "ids=2,1&min=0");
-  CHECK(listing.find(R"("percent":5,"phase":"listing")") != std::string::npos);
-  CHECK(all.find(R"("shown":2,"count":2,"waste":1048584,"capped":false,)"
-                 R"("skipped":{"cloud":1,"unreadable":2,"changed":3})") != std::string::npos);
+  CHECK(holds(listing, R"("percent":5,"phase":"listing")"));
+  CHECK(holds(all, R"("shown":2,"count":2,"waste":1048584,"capped":false,)"
+                   R"("skipped":{"cloud":1,"unreadable":2,"changed":3})"));
   CHECK(all.find("one.dll") < all.find("a.txt"));
-  CHECK(all.find(R"({"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt",)") != std::string::npos);
+  CHECK(holds(all, R"({"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt",)"));
 
   // A forgotten scan disappears from the groups; the rest of a group may remain.
   app.addContent(L"E:\\", L"same.txt", "text");
   app.scanned("E:");
   OpenGate gate(app);
-  CHECK(app.told("POST", "/api/dupsacross", "ids=1,2,3&min=1") == kStarted);
+  CHECK(app.post("/api/dupsacross", "ids=1,2,3&min=1") == kStarted);
   gate.waitUntilReached();
-  CHECK(app.told("GET", "/api/dupsacross") ==
+  CHECK(app.get("/api/dupsacross") ==
         R"(200 {"running":true,"total":0,"read":0,"files":0,"files_done":0,"percent":0,)"
         R"("phase":"listing","seen":0})");
-  CHECK(app.told("POST", "/api/dupsacross", "ids=2") == R"(200 {"started":false,"running":true})");
-  app.told("GET", "/api/forget?id=1");
-  app.told("GET", "/api/forget?id=3");
+  CHECK(app.post("/api/dupsacross", "ids=2") == R"(200 {"started":false,"running":true})");
+  app.get("/api/forget?id=1");
+  app.get("/api/forget?id=3");
   gate.shut = false;
   const std::string left = app.resultOf("/api/dupsacross");
   CHECK(left.starts_with(R"(200 {"groups":[{"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt")"));
   CHECK(numberIn(left, "count") == 1);
-  app.told("GET", "/api/forget?id=2");
-  CHECK(app.told("GET", "/api/dupsacross") == R"(200 {"running":false})");
+  app.get("/api/forget?id=2");
+  CHECK(app.get("/api/dupsacross") == R"(200 {"running":false})");
 }
 
 TEST_CASE("a result shows the most wasteful groups up to its limits") {
@@ -65,8 +65,7 @@ TEST_CASE("a result shows the most wasteful groups up to its limits") {
     app.addContent(L"C:\\", std::to_wstring(i), std::to_string(i / 2 + 1'000'000));
   app.scanned("C:");
   const std::string groups = runToEnd(app, "/api/dupsacross", "ids=1&min=1");
-  CHECK(groups.find(R"(,"shown":2000,"count":2100,"waste":14700,"capped":true,)") !=
-        std::string::npos);
+  CHECK(holds(groups, R"(,"shown":2000,"count":2100,"waste":14700,"capped":true,)"));
   CHECK(groups.starts_with(
       R"(200 {"groups":[{"s":7,"c":2,"waste":7,"files":[{"p":"C:\\0","m":0,"job":1})"));
   CHECK(groups.find(R"("C:\\10")") < groups.find(R"("C:\\100")"));
@@ -75,6 +74,6 @@ TEST_CASE("a result shows the most wasteful groups up to its limits") {
   const std::string files = runToEnd(app, "/api/dupsacross", "ids=1,2&min=1");
   CHECK(files.starts_with(R"(200 {"groups":[{"s":2,"c":25000,"waste":49998,)"));
   CHECK(numberIn(files, "shown") == 1);
-  CHECK(files.find(R"("capped":true)") != std::string::npos);
-  CHECK(files.find("19999\"") != std::string::npos);
+  CHECK(holds(files, R"("capped":true)"));
+  CHECK(holds(files, "19999\""));
 }

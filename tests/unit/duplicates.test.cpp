@@ -2,12 +2,10 @@
 #include "support/cases.h"
 #include "support/memory_contents.h"
 
-#include <doctest/doctest.h>
-
 #include <set>
 
 using namespace vorda;
-using test::MemoryContents;
+using namespace vorda::test;
 
 namespace {
 
@@ -108,7 +106,7 @@ TEST_CASE("files that change, disappear or cannot be read") {
       }
     });
   };
-  for (const auto& row : test::cases("changing_files.txt", 4)) {
+  for (const auto& row : cases("changing_files.txt", 4)) {
     Fixture fixture;
     for (const wchar_t* path : {L"C:\\1", L"C:\\2", L"D:\\3"}) fixture.add(path, content(200'000));
     int times = 0;

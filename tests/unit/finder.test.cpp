@@ -2,12 +2,8 @@
 #include "support/cases.h"
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::App;
-using test::numberIn;
-using test::OpenGate;
+using namespace vorda::test;
 
 namespace {
 
@@ -38,16 +34,16 @@ TEST_CASE("the finder, from form fields to document") {
   unfinished->target = L"C:";
   app.state.jobs.add(unfinished);
   for (const int id : {1, 2}) app.state.jobs.find(id)->label = L"label";
-  CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
-  for (const auto& row : test::cases("finder.txt", 2)) {
+  CHECK(app.get("/api/findfiles") == R"(200 {"running":false})");
+  for (const auto& row : cases("finder.txt", 2)) {
     CAPTURE(row[0]);
-    const std::string started = app.told("POST", "/api/findfiles", row[0]);
+    const std::string started = app.post("/api/findfiles", row[0]);
     const bool runs = started == R"(200 {"started":true,"running":true})";
     const std::string answer = runs ? app.resultOf("/api/findfiles") : started;
     CHECK_MESSAGE(answer.find(row[1]) != std::string::npos, answer);
   }
-  app.told("GET", "/api/forget?id=6");
-  CHECK(app.told("GET", "/api/findfiles") == R"(200 {"running":false})");
+  app.get("/api/forget?id=6");
+  CHECK(app.get("/api/findfiles") == R"(200 {"running":false})");
 }
 
 TEST_CASE("a finder run: second start, forgotten scans, cancel") {
@@ -60,26 +56,25 @@ TEST_CASE("a finder run: second start, forgotten scans, cancel") {
   for (const char* drive : {"C:", "D:", "E:"}) app.scanned(drive);
   {
     OpenGate gate(app);
-    app.told("POST", "/api/findfiles", "ids=1,2,3&names=*");
+    app.post("/api/findfiles", "ids=1,2,3&names=*");
     gate.waitUntilReached();
-    CHECK(app.told("POST", "/api/findfiles", "ids=2&exts=txt") ==
+    CHECK(app.post("/api/findfiles", "ids=2&exts=txt") ==
           R"(200 {"started":false,"running":true})");
-    CHECK(app.told("GET", "/api/findfiles") ==
+    CHECK(app.get("/api/findfiles") ==
           R"(200 {"running":true,"scans":3,"scans_done":0,"found":0,"percent":0,"seen":0})");
-    app.told("GET", "/api/forget?id=2");
+    app.get("/api/forget?id=2");
     gate.shut = false;
     const std::string capped = app.resultOf("/api/findfiles");
     CHECK(capped.starts_with(R"(200 {"files":[{"p":"C:\\24999.txt","s":24999,)"));
-    CHECK(capped.find(R"(,"shown":20000,"count":25001,"bytes":312487502,"capped":true,)") !=
-          std::string::npos);
+    CHECK(holds(capped, R"(,"shown":20000,"count":25001,"bytes":312487502,"capped":true,)"));
     CHECK(capped.find("d.txt") == std::string::npos);
   }
   {
     // Forgetting the scan with most hits brings back the hits of the others.
     OpenGate gate(app);
-    app.told("POST", "/api/findfiles", "ids=1,3&names=*&more=1");
+    app.post("/api/findfiles", "ids=1,3&names=*&more=1");
     gate.waitUntilReached();
-    app.told("GET", "/api/forget?id=1");
+    app.get("/api/forget?id=1");
     gate.shut = false;
     const std::string left = app.resultOf("/api/findfiles");
     CHECK(left.starts_with(R"(200 {"files":[{"p":"E:\\e.txt","s":2,"m":0,"job":3}],"shown":1,)"));
@@ -87,15 +82,15 @@ TEST_CASE("a finder run: second start, forgotten scans, cancel") {
   {
     CHECK(app.scanned("C:") == 4);
     OpenGate gate(app);
-    app.told("POST", "/api/findfiles", "ids=4,3&names=*");
+    app.post("/api/findfiles", "ids=4,3&names=*");
     gate.waitUntilReached();
-    CHECK(app.told("POST", "/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
+    CHECK(app.post("/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
     gate.shut = false;
     const std::string cancelled = app.resultOf("/api/findfiles");
-    CHECK(cancelled.find(R"("cancelled":true})") != std::string::npos);
+    CHECK(holds(cancelled, R"("cancelled":true})"));
     CHECK(cancelled.find("e.txt") == std::string::npos);
     CHECK(numberIn(cancelled, "count") < 25'000);
-    CHECK(app.told("POST", "/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
+    CHECK(app.post("/api/findfiles", "cancel=1") == R"(200 {"ok":true})");
   }
 }
 
@@ -127,7 +122,7 @@ TEST_CASE("the finder with bounds on size and time") {
   for (const auto& [asked, names] : rows) {
     const std::string fields = asked;
     CAPTURE(fields);
-    const std::string answer = test::runToEnd(app, "/api/findfiles", "ids=1&" + fields);
+    const std::string answer = runToEnd(app, "/api/findfiles", "ids=1&" + fields);
     std::string found;
     for (std::size_t at = 0; (at = answer.find("C:\\\\d\\\\", at)) != std::string::npos; at += 7) {
       found += answer[at + 7];
@@ -135,8 +130,8 @@ TEST_CASE("the finder with bounds on size and time") {
     CHECK(found == names);
   }
   const std::string bounded =
-      test::runToEnd(app, "/api/findfiles", "ids=1&names=*&min=5&max=30&after=7&before=" + second);
-  CHECK(bounded.find(R"("min":5,"max":30,"after":7,"before":)" + second) != std::string::npos);
+      runToEnd(app, "/api/findfiles", "ids=1&names=*&min=5&max=30&after=7&before=" + second);
+  CHECK(holds(bounded, R"("min":5,"max":30,"after":7,"before":)" + second));
   // In one folder: of the scans around it that part, of those in it everything, the others not at all.
   app.disk->addFile(app.disk->addFolder(L"C:\\d", L"in"), L"e", 1);
   app.disk->addFile(L"D:\\", L"f", 1);
@@ -153,22 +148,21 @@ TEST_CASE("the finder with bounds on size and time") {
            {"in=E:&ids=1,2,3", R"("scans":0,"exts":"","names":"*","min":0,"in":"E:\\","sort")"}}) {
     const std::string fields = asked;
     CAPTURE(fields);
-    const std::string told = test::runToEnd(app, "/api/findfiles", "ids=1&names=*&" + fields);
+    const std::string told = runToEnd(app, "/api/findfiles", "ids=1&names=*&" + fields);
     CHECK_MESSAGE(told.find(hits) != std::string::npos, told);
   }
   // A bound on the time is a filter of its own, one on the size is none.
-  CHECK(app.told("POST", "/api/findfiles", "ids=1&max=30") == R"(400 {"error":"needFilter"})");
-  CHECK(app.told("POST", "/api/findfiles", "ids=1&before=0&after=x") ==
-        R"(400 {"error":"needFilter"})");
+  CHECK(app.post("/api/findfiles", "ids=1&max=30") == R"(400 {"error":"needFilter"})");
+  CHECK(app.post("/api/findfiles", "ids=1&before=0&after=x") == R"(400 {"error":"needFilter"})");
 }
 
 TEST_CASE("the finder tells bytes on disk to those who ask") {
   App app;
   app.disk->cluster = 4096;
   app.disk->add(L"C:\\r\\plain", 100);
-  test::DiskNode& shared = app.disk->add(L"C:\\r\\shared", 5000);
+  DiskNode& shared = app.disk->add(L"C:\\r\\shared", 5000);
   app.disk->hardLink(L"C:\\r\\second", shared);
-  test::DiskNode& away = app.disk->add(L"C:\\r\\away", 9000);
+  DiskNode& away = app.disk->add(L"C:\\r\\away", 9000);
   away.disk = 0;
   away.attributes = kAttributeRecallOnDataAccess;
   app.disk->add(L"D:\\plain", 100);
@@ -176,9 +170,8 @@ TEST_CASE("the finder tells bytes on disk to those who ask") {
   app.scanned("D:");
   app.state.jobs.find(2)->result.links.complete = true;
   app.disk->add(L"C:\\r\\late", 1); // the scan does not know it
-  CHECK(test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*").find("\"a\"") ==
-        std::string::npos);
-  const std::string told = test::runToEnd(app, "/api/findfiles", "ids=1,2&names=*&more=1");
+  CHECK(runToEnd(app, "/api/findfiles", "ids=1,2&names=*").find("\"a\"") == std::string::npos);
+  const std::string told = runToEnd(app, "/api/findfiles", "ids=1,2&names=*&more=1");
   CHECK(told.starts_with(
       R"(200 {"files":[{"p":"C:\\r\\away","s":9000,"m":0,"a":0,"x":0,"cl":9000,"xs":1,"job":1},)"
       R"({"p":"C:\\r\\second","s":5000,"m":0,"a":8192,"x":0,"xs":1,"job":1},)"
@@ -190,7 +183,7 @@ TEST_CASE("the finder tells bytes on disk to those who ask") {
   LinkedFile& linked = app.state.jobs.find(1)->result.links.files.front();
   linked.count = 1;
   const auto freed = [&app] {
-    const std::string both = test::runToEnd(app, "/api/findfiles", "ids=1&names=s*&more=1");
+    const std::string both = runToEnd(app, "/api/findfiles", "ids=1&names=s*&more=1");
     return both.substr(both.find(R"("x":)"), 8);
   };
   CHECK(freed() == R"("x":8192)");
@@ -200,17 +193,17 @@ TEST_CASE("the finder tells bytes on disk to those who ask") {
   app.scanned("C:%5Cr");
   std::string listing;
   app.disk->onOpen = [&](const std::wstring& folder) {
-    if (folder[0] == L'D') listing = app.told("GET", "/api/findfiles");
+    if (folder[0] == L'D') listing = app.get("/api/findfiles");
   };
-  test::runToEnd(app, "/api/findfiles", "ids=1,3,2&names=*");
+  runToEnd(app, "/api/findfiles", "ids=1,3,2&names=*");
   app.disk->onOpen = nullptr;
   CHECK(listing ==
         R"(200 {"running":true,"scans":3,"scans_done":2,"found":5,"percent":66,"seen":5})");
-  CHECK(finderProgress({}).find(R"("percent":0)") != std::string::npos);
+  CHECK(holds(finderProgress({}), R"("percent":0)"));
   // The root is that of the result, or of the target where there is none.
   const auto other = app.state.jobs.find(2);
   const auto count = [&app](const std::string& ids = "2") {
-    return numberIn(test::runToEnd(app, "/api/findfiles", "names=*&ids=" + ids), "count");
+    return numberIn(runToEnd(app, "/api/findfiles", "names=*&ids=" + ids), "count");
   };
   other->target = L"X:";
   CHECK(count() == 1);
@@ -220,7 +213,6 @@ TEST_CASE("the finder tells bytes on disk to those who ask") {
   app.scanned("D:");
   CHECK(count("2,4") == 1); // both are the same
   app.state.steps.walk = [](ScanProgress&, const ScanOptions&, ScanResult&) { return false; };
-  CHECK(test::runToEnd(app, "/api/findfiles", "ids=2,1&names=*")
-            .find(R"("failed":[{"id":2,"label":"D:","error":"scanFailed"},{"id":1,)") !=
-        std::string::npos);
+  CHECK(holds(runToEnd(app, "/api/findfiles", "ids=2,1&names=*"),
+              R"("failed":[{"id":2,"label":"D:","error":"scanFailed"},{"id":1,)"));
 }

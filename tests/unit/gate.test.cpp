@@ -8,8 +8,7 @@
 #include <map>
 
 using namespace vorda;
-using test::App;
-using test::TextMap;
+using namespace vorda::test;
 
 namespace {
 
@@ -63,11 +62,11 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
     CAPTURE(path);
     REQUIRE(kBareAnswers.contains(path));
     App page;
-    CHECK(page.told("POST", path, "", {{"host", "evil.example"}}) == kForeign);
+    CHECK(page.post(path, "", {{"host", "evil.example"}}) == kForeign);
     CHECK(page.quits == 0);
     for (const std::string& other : {path + "/", path + "%20", "/" + path, "/API" + path.substr(4),
                                      path.substr(1), path + ";x", path + "#"}) {
-      CHECK(page.told("POST", other) == kUnknown);
+      CHECK(page.post(other) == kUnknown);
     }
     const auto rows = std::count_if(routes().begin(), routes().end(),
                                     [&path](const Route& one) { return one.path == path; });
@@ -75,12 +74,12 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
       const bool unknown = page.told(method, path) == kUnknown;
       CHECK(unknown == (!route.method.empty() && rows == 1));
     }
-    CHECK(App().told("POST", path).starts_with(kBareAnswers.at(path)));
+    CHECK(App().post(path).starts_with(kBareAnswers.at(path)));
 
     App agent;
     agent.state.remote = agent.state.keyRequired = true;
-    CHECK((agent.told("POST", path) == kNoKey) == (path != "/api/hello"));
-    const std::string withKey = agent.told("POST", path, "", {{"x-vorda-token", "KEY23"}});
+    CHECK((agent.post(path) == kNoKey) == (path != "/api/hello"));
+    const std::string withKey = agent.post(path, "", {{"x-vorda-token", "KEY23"}});
     // These are about the machine that somebody sits at.
     const bool local = path == "/api/quit" || path == "/api/elevate" || path == "/api/openbin" ||
                        path == "/api/preview";
@@ -130,7 +129,7 @@ TEST_CASE("who counts as foreign, with and without a key") {
   agent.state.remote = agent.state.keyRequired = true;
   const auto foreign = [](App& app, TextMap headers) {
     headers["x-vorda-token"] = "KEY23";
-    return app.told("GET", "/api/jobs", "", headers) == kForeign;
+    return app.get("/api/jobs", headers) == kForeign;
   };
   for (const char* name : {"host", "origin"}) {
     CHECK(foreign(page, {{name, "evil.example"}}));
@@ -156,28 +155,28 @@ TEST_CASE("who counts as foreign, with and without a key") {
   // Of what no site seems to have caused, only the action is refused when it is navigated to.
   const TextMap redirect = {{"sec-fetch-site", "none"}, {"sec-fetch-mode", "Navigate"}};
   for (const char* path : {"quit", "elevate", "forget?id=1", "cancel?id=1", "reveal?p=C%3A"}) {
-    CHECK(page.told("GET", std::string("/api/") + path, "", redirect) == kForeign);
+    CHECK(page.get(std::string("/api/") + path, redirect) == kForeign);
   }
   CHECK(page.quits == 0);
   CHECK_FALSE(foreign(page, redirect));
   CHECK(foreign(page, {{"sec-fetch-site", "none"}, {"sec-purpose", "prefetch;prerender"}}));
   CHECK(foreign(page, {{"origin", "http://127.0.0.1:1"}, {"sec-websocket-key", "x"}}));
   const TextMap own = {{"sec-fetch-site", "same-origin"}, {"sec-fetch-mode", "navigate"}};
-  CHECK(page.told("GET", "/api/quit", "", own) == R"(200 {"ok":true})");
+  CHECK(page.get("/api/quit", own) == R"(200 {"ok":true})");
 }
 
 TEST_CASE("only the exact key opens, in the header or the query") {
   App agent;
   agent.state.remote = agent.state.keyRequired = true;
-  CHECK(agent.told("GET", "/api/jobs?token=KEY23") == "200 []");
-  CHECK(agent.told("GET", "/api/jobs?token=KEY23", "", {{"x-vorda-token", ""}}) == "200 []");
+  CHECK(agent.get("/api/jobs?token=KEY23") == "200 []");
+  CHECK(agent.get("/api/jobs?token=KEY23", {{"x-vorda-token", ""}}) == "200 []");
   for (const char* key : {"key23", "KEY2", "KEY234", "\vKEY23", "KEY23 ", "KEY24", "KEY23KEY23"}) {
-    CHECK(agent.told("GET", std::string("/api/jobs?token=") + key) == kNoKey);
-    CHECK(agent.told("GET", "/api/jobs?token=KEY23", "", {{"x-vorda-token", key}}) == kNoKey);
+    CHECK(agent.get(std::string("/api/jobs?token=") + key) == kNoKey);
+    CHECK(agent.get("/api/jobs?token=KEY23", {{"x-vorda-token", key}}) == kNoKey);
   }
   agent.state.key.clear();
-  CHECK(agent.told("GET", "/api/jobs?token=") == kNoKey);
-  CHECK(agent.told("GET", "/api/nothing") == kNoKey);
+  CHECK(agent.get("/api/jobs?token=") == kNoKey);
+  CHECK(agent.get("/api/nothing") == kNoKey);
 }
 
 TEST_CASE("what a request may do is known from its head") {
@@ -192,22 +191,21 @@ TEST_CASE("what a request may do is known from its head") {
   app.state.keyRequired = true; // as with --lock: the rules for hosts stay
   CHECK(trust("/api/jobs") == Trust::none);
   CHECK(trust("/") == Trust::none);
-  CHECK(app.told("GET", "/") == "200 <p>page</p>");
+  CHECK(app.get("/") == "200 <p>page</p>");
   CHECK(trust("/api/hello") == Trust::none);
   CHECK(trust("/api/jobs?token=KEY23") == Trust::key);
   CHECK(trust("/api/hello", "X-Vorda-Token: KEY23") == Trust::key);
-  CHECK(app.told("GET", "/api/jobs", "", {{"host", "evil"}, {"x-vorda-token", "KEY23"}}) ==
-        kForeign);
-  CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":true})");
+  CHECK(app.get("/api/jobs", {{"host", "evil"}, {"x-vorda-token", "KEY23"}}) == kForeign);
+  CHECK(app.get("/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":true})");
 }
 
 TEST_CASE("too many fields are refused before they are decoded") {
   App app;
   const std::string kTooMany = R"(400 {"error":"tooManyFields"})";
-  CHECK(app.told("GET", "/api/jobs?" + std::string(kMaxQueryFields - 1, '&')) == "200 []");
-  CHECK(app.told("GET", "/api/jobs?" + std::string(kMaxQueryFields, '&')) == kTooMany);
-  CHECK(app.told("POST", "/api/jobs", std::string(kMaxBodyFields - 1, '&')) == "200 []");
-  CHECK(app.told("POST", "/api/jobs", std::string(kMaxBodyFields, '&')) == kTooMany);
+  CHECK(app.get("/api/jobs?" + std::string(kMaxQueryFields - 1, '&')) == "200 []");
+  CHECK(app.get("/api/jobs?" + std::string(kMaxQueryFields, '&')) == kTooMany);
+  CHECK(app.post("/api/jobs", std::string(kMaxBodyFields - 1, '&')) == "200 []");
+  CHECK(app.post("/api/jobs", std::string(kMaxBodyFields, '&')) == kTooMany);
 }
 
 TEST_CASE("guessing keys over the network is refused for a minute, from that address only") {
@@ -263,14 +261,14 @@ TEST_CASE("guessing keys over the network is refused for a minute, from that add
   CHECK(admitRequest(agent.state, guess).trust == Trust::none);
   guess.address = kGuesser + 1; // whose minute is over
   CHECK_FALSE(admitRequest(agent.state, guess).refusal);
-  CHECK(agent.told("GET", "/api/jobs?token=KEY23") == "200 []");
+  CHECK(agent.get("/api/jobs?token=KEY23") == "200 []");
 }
 
 TEST_CASE("a handler that throws answers 500, and the next request is served") {
   App app;
   app.state.targets = []() -> TargetList { throw std::bad_alloc(); };
-  CHECK(app.told("GET", "/api/targets") == R"(500 {"error":"noMemory"})");
+  CHECK(app.get("/api/targets") == R"(500 {"error":"noMemory"})");
   app.state.targets = []() -> TargetList { throw std::runtime_error("any other"); };
-  CHECK(app.told("GET", "/api/targets") == R"(500 {"error":"internalError"})");
-  CHECK(app.told("GET", "/api/jobs") == "200 []");
+  CHECK(app.get("/api/targets") == R"(500 {"error":"internalError"})");
+  CHECK(app.get("/api/jobs") == "200 []");
 }

@@ -2,8 +2,6 @@
 #include "support/cases.h"
 #include "update/installer_steps.h"
 
-#include <doctest/doctest.h>
-
 #include <algorithm>
 
 using namespace vorda;

@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 
 using namespace vorda;
-using test::App;
+using namespace vorda::test;
 
 TEST_CASE("a job from start to result, and forgotten while running") {
   App app;
@@ -17,33 +17,31 @@ TEST_CASE("a job from start to result, and forgotten while running") {
     reading = true;
     while (!gate) std::this_thread::yield();
   };
-  CHECK(app.told("POST", "/api/scan", "kind=map&path=") == R"(400 {"error":"geen pad opgegeven"})");
-  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":1,"ok":true})");
-  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cnone&kind=drive&label=L+1") ==
+  CHECK(app.post("/api/scan", "kind=map&path=") == R"(400 {"error":"geen pad opgegeven"})");
+  CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":1,"ok":true})");
+  CHECK(app.post("/api/scan", "path=M%3A%5Cnone&kind=drive&label=L+1") ==
         R"(200 {"id":2,"ok":true})");
   app.waitUntilDone(2);
-  CHECK(app.told("GET", "/api/result?id=1") == R"(400 {"error":"nog niet klaar"})");
-  CHECK(app.told("GET", "/api/result?id=2") == R"(400 {"error":"noSuchDir"})");
-  CHECK(app.told("GET", "/api/export?id=2") == R"(400 {"error":"noSuchDir"})");
+  CHECK(app.get("/api/result?id=1") == R"(400 {"error":"nog niet klaar"})");
+  CHECK(app.get("/api/result?id=2") == R"(400 {"error":"noSuchDir"})");
+  CHECK(app.get("/api/export?id=2") == R"(400 {"error":"noSuchDir"})");
   for (const char* id : {"", "x", "3", "1x", "-1", " 1", "99999999999999999999"}) {
-    CHECK(app.told("GET", std::string("/api/result?id=") + id) ==
-          R"(404 {"error":"opdracht onbekend"})");
+    CHECK(app.get(std::string("/api/result?id=") + id) == R"(404 {"error":"opdracht onbekend"})");
   }
-  CHECK(app.told("GET", "/api/dirs?id=1&p=M%3A") == R"(404 {"error":"noJob"})");
-  CHECK(app.told("GET", "/api/ext?id=1&e=.iso") == R"(400 {"error":"noJob"})");
-  CHECK(app.told("GET", "/api/export?id=1") == R"(400 {"error":"nopath"})");
+  CHECK(app.get("/api/dirs?id=1&p=M%3A") == R"(404 {"error":"noJob"})");
+  CHECK(app.get("/api/ext?id=1&e=.iso") == R"(400 {"error":"noJob"})");
+  CHECK(app.get("/api/export?id=1") == R"(400 {"error":"nopath"})");
   while (!reading) std::this_thread::yield();
-  const std::string jobs = app.told("GET", "/api/jobs");
+  const std::string jobs = app.get("/api/jobs");
   CHECK(jobs.starts_with(R"(200 [{"id":1,"path":"M:\\ré","kind":"map","label":"M:\\ré",)"
                          R"("state":"scanning","files":0,"bytes":0,"dirs":0,"phase":1,)"
                          R"("seconds":0,"status":"reading","current":"","error":"",)"
                          R"("method":"walk","noTurbo":"notlocal","elapsed":)"));
-  CHECK(jobs.find(R"("kind":"drive","label":"L 1","state":"error")") != std::string::npos);
+  CHECK(holds(jobs, R"("kind":"drive","label":"L 1","state":"error")"));
   gate = true;
   app.waitUntilDone(1);
-  CHECK(app.told("GET", "/api/jobs")
-            .find(R"("state":"done","files":20,"bytes":100,"dirs":21,"phase":3)") !=
-        std::string::npos);
+  CHECK(
+      holds(app.get("/api/jobs"), R"("state":"done","files":20,"bytes":100,"dirs":21,"phase":3)"));
   app.state.jobs.find(1)->document = nullptr; // as a change leaves it for want of memory
   const auto first = app.ask("GET", "/api/result?id=1");
   CHECK(first.status == 200);
@@ -54,24 +52,23 @@ TEST_CASE("a job from start to result, and forgotten while running") {
 
   // A scan that was stopped says so in the list, in its document and in its CSV.
   gate = reading = false;
-  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
+  CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
   while (!reading) std::this_thread::yield();
-  CHECK(app.told("GET", "/api/cancel?id=3") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/cancel?id=3") == R"(200 {"ok":true})");
   gate = true;
   app.waitUntilDone(3);
-  CHECK(app.told("GET", "/api/jobs").ends_with(R"("noTurbo":"notlocal","partial":"cancelled"}])"));
-  CHECK(app.told("GET", "/api/result?id=3").find(R"("binned":0,"partial":"cancelled"},"tree")") !=
-        std::string::npos);
-  const std::string csv = app.told("GET", "/api/export?id=3");
+  CHECK(app.get("/api/jobs").ends_with(R"("noTurbo":"notlocal","partial":"cancelled"}])"));
+  CHECK(holds(app.get("/api/result?id=3"), R"("binned":0,"partial":"cancelled"},"tree")"));
+  const std::string csv = app.get("/api/export?id=3");
   CHECK(csv.substr(0, csv.find("\r\n")).ends_with("  partial: cancelled"));
 
-  CHECK(app.told("GET", "/api/forget?id=1") == R"(200 {"ok":true})");
-  CHECK(app.told("GET", "/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
+  CHECK(app.get("/api/forget?id=1") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
   // Forgetting a running scan stops it.
   gate = false;
-  CHECK(app.told("POST", "/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":4,"ok":true})");
+  CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":4,"ok":true})");
   std::shared_ptr<Job> forgotten = app.state.jobs.find(4);
-  CHECK(app.told("GET", "/api/forget?id=4") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/forget?id=4") == R"(200 {"ok":true})");
   gate = true;
   while (!forgotten->done) std::this_thread::yield();
   CHECK(forgotten->result.fileCount < 20);
@@ -87,7 +84,7 @@ TEST_CASE("what the list says of a scan that runs") {
   app.state.jobs.add(job);
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
   const auto says = [&app](const char* text) {
-    return app.told("GET", "/api/jobs").find(text) != std::string::npos;
+    return app.get("/api/jobs").find(text) != std::string::npos;
   };
   CHECK(says(R"("path":"C:\\x","kind":"","label":"","state":"scanning")"));
   CHECK_FALSE(says("top"));
@@ -97,7 +94,7 @@ TEST_CASE("what the list says of a scan that runs") {
   job->progress.cancelRequested = job->rootGone = job->resultReady = true;
   CHECK(says(R"("state":"cancelled")"));
   CHECK(says(R"("top")"));
-  CHECK(app.told("GET", "/api/dirs?id=1&p=C%3A") == R"(404 {"error":"noJob"})");
+  CHECK(app.get("/api/dirs?id=1&p=C%3A") == R"(404 {"error":"noJob"})");
   job->resultReady = false;
-  CHECK(app.told("GET", "/api/cleanable?job=1") == R"(404 {"error":"noJob"})");
+  CHECK(app.get("/api/cleanable?job=1") == R"(404 {"error":"noJob"})");
 }

@@ -4,13 +4,8 @@
 #include "support/app.h"
 #include "support/deletion_world.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::App;
-using test::makeWorld;
-using test::MemoryDisk;
-using test::remove;
+using namespace vorda::test;
 
 TEST_CASE("the log records of each outcome") {
   struct Row {
@@ -100,7 +95,7 @@ TEST_CASE("of a drive that went meanwhile nothing is claimed, and its lines come
     disk.volume(L"E:", L"E:\\none");
   };
   const std::string told =
-      app.told("POST", "/api/delete", "job=1&permanent=1&why=1&p=E:%5Ca%5Cfile&p=E:%5Ca%5Cfolder");
+      app.post("/api/delete", "job=1&permanent=1&why=1&p=E:%5Ca%5Cfile&p=E:%5Ca%5Cfolder");
   CHECK(told.starts_with(R"(200 {"deleted":0,"bytes":0,"freed":0,"binned":0,)"));
   CHECK(told.ends_with(R"("stayed":[{"p":"E:\\a\\file","why":"unknown"},)"
                        R"({"p":"E:\\a\\folder","why":"unknown"}]})"));

@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 
 using namespace vorda;
-using test::App;
+using namespace vorda::test;
 
 TEST_CASE("live listings: order, links, limits and failures") {
   App app;
@@ -14,31 +14,31 @@ TEST_CASE("live listings: order, links, limits and failures") {
     app.disk->addFile(root, L"f" + std::to_wstring(i), static_cast<unsigned>(i / 2),
                       116'444'736'000'050'000);
   CHECK(
-      app.told("GET", "/api/browse?p=M%3A/r/") ==
+      app.get("/api/browse?p=M%3A/r/") ==
       R"(200 {"path":"M:\\r","parent":"M:\\","dirs":[{"n":"a","p":"M:\\r\\a","hidden":false},)"
       R"({"n":"B9","p":"M:\\r\\B9","hidden":false},{"n":"b010","p":"M:\\r\\b010","hidden":false},)"
       R"({"n":"b10","p":"M:\\r\\b10","hidden":false},)"
       R"({"n":"link","p":"M:\\r\\link","hidden":false,"link":true}]})");
-  CHECK(app.told("GET", "/api/browse?p=") ==
+  CHECK(app.get("/api/browse?p=") ==
         R"(200 {"path":"","parent":"","dirs":[{"n":"C:\\","p":"C:\\","hidden":false},)"
         R"({"n":"Debian","p":"\\\\wsl.localhost\\Debian","hidden":false}]})");
-  CHECK(app.told("GET", "/api/browse?p=M%3A%5Cnone") ==
+  CHECK(app.get("/api/browse?p=M%3A%5Cnone") ==
         R"(200 {"path":"M:\\none","parent":"M:\\","dirs":[],"error":"noSuchDir"})");
   // What a relative path means depends on where the program was started.
   for (const char* path : {"r", "M%3Ar", "%5Cr", "%2Fr", ".%5Cr", "%5C%5C", "1%3A%5Cr"}) {
     for (const char* route : {"/api/browse?p=", "/api/files?p="}) {
       CAPTURE(path);
-      CHECK(app.told("GET", std::string(route) + path) == R"(400 {"error":"notabsolute"})");
+      CHECK(app.get(std::string(route) + path) == R"(400 {"error":"notabsolute"})");
     }
   }
-  CHECK(app.told("GET", "/api/browse?p=M%3A").starts_with(R"(200 {"path":"M:\\","parent":"",)"));
-  const std::string files = app.told("GET", "/api/files?p=M%3A%5Cr");
+  CHECK(app.get("/api/browse?p=M%3A").starts_with(R"(200 {"path":"M:\\","parent":"",)"));
+  const std::string files = app.get("/api/files?p=M%3A%5Cr");
   CHECK(files.starts_with(
       R"(200 {"path":"M:\\r","files":[{"n":"f2498","s":1249,"m":5},{"n":"f2499",)"));
   CHECK(files.ends_with(R"({"n":"f1501","s":750,"m":5}],"total":2500,"dirs":5})"));
   // Pages continue each other, and none has more than there is.
   const auto page = [&app](const char* part) {
-    return app.told("GET", std::string("/api/files?p=M%3A%5Cr") + part);
+    return app.get(std::string("/api/files?p=M%3A%5Cr") + part);
   };
   CHECK(page("&from=1000&most=2") ==
         R"(200 {"path":"M:\\r","files":[{"n":"f1498","s":749,"m":5},{"n":"f1499","s":749,"m":5}],)"
@@ -53,9 +53,9 @@ TEST_CASE("live listings: order, links, limits and failures") {
     CHECK(page(odd) == files);
   const std::wstring odd = app.disk->addFolder(L"M:", L"odd."); // not what such a name is read as
   for (int i = 0; i <= 200'000; ++i) app.disk->addFile(odd, L"", 1);
-  CHECK(app.told("GET", "/api/files?p=M:%5Codd.&from=199999&most=9") ==
+  CHECK(app.get("/api/files?p=M:%5Codd.&from=199999&most=9") ==
         R"(200 {"path":"M:\\odd.","files":[{"n":"","s":1,"m":0}],"total":200001,"dirs":0})");
   app.disk->onOpen = [](const std::wstring& path) { CHECK(!path.empty()); };
-  CHECK(app.told("GET", "/api/files?p=") ==
+  CHECK(app.get("/api/files?p=") ==
         R"(200 {"path":"","files":[],"total":0,"dirs":0,"error":"noSuchDir"})");
 }

@@ -3,10 +3,8 @@
 #include "support/app.h"
 #include "support/cases.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
-using test::App;
+using namespace vorda::test;
 
 namespace {
 
@@ -84,7 +82,7 @@ TEST_CASE("lines that are no records are passed on as text, and cut records are 
   CHECK(document(app) == R"({"entries":[{"kind":"other","p":"<script>\u0001"},)"
                          "{\"kind\":\"other\",\"p\":\"\uFFFD\uFFFD\\\"\\\\\"}],\"more\":false}");
   app.disk->logFails = true;
-  CHECK(app.told("GET", "/api/log") == R"(500 {"error":"logUnreadable"})");
+  CHECK(app.get("/api/log") == R"(500 {"error":"logUnreadable"})");
 }
 
 TEST_CASE("of a long log the newest entries are read, and of a huge one its end") {

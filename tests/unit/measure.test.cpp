@@ -10,6 +10,7 @@
 #include <vector>
 
 using namespace vorda;
+using namespace vorda::test;
 
 namespace {
 
@@ -18,7 +19,7 @@ using Numbers = std::vector<std::uint64_t>;
 } // namespace
 
 TEST_CASE("measuring does not follow links") {
-  test::MemoryDisk folders;
+  MemoryDisk folders;
   const std::wstring root = folders.addFolder(L"M:", L"r");
   folders.addFile(root, L"a", 3);
   folders.addFile(folders.addFolder(folders.addFolder(root, L"b"), L"c"), L"d", 40);
@@ -43,7 +44,7 @@ TEST_CASE("measuring does not follow links") {
 }
 
 TEST_CASE("types get what their files take on the disk, one file measured alone as well") {
-  test::MemoryDisk disk;
+  MemoryDisk disk;
   disk.cluster = 4096;
   disk.add(L"M:\\r\\thin.bin", 900'000).disk = 8192;
   disk.add(L"M:\\r\\tiny.md", 700).disk = 704; // lies in its record
@@ -87,7 +88,7 @@ TEST_CASE("what went from a folder that is still there") {
 }
 
 TEST_CASE("the longest path inside a folder") {
-  test::MemoryDisk folders;
+  MemoryDisk folders;
   folders.add(L"M:\\r\\a\\");
   const auto longest = [&folders] { return measurePath(folders, L"M:\\r").longest; };
   CHECK(longest() == 6);
@@ -100,34 +101,34 @@ TEST_CASE("the longest path inside a folder") {
 }
 
 TEST_CASE("the mark of a folder changes with everything in it, and with nothing else") {
-  const auto mark = [](const std::function<void(test::MemoryDisk&)>& change) {
-    test::MemoryDisk disk;
+  const auto mark = [](const std::function<void(MemoryDisk&)>& change) {
+    MemoryDisk disk;
     disk.add(L"M:\\r\\a\\f", 3).lastWrite = 9;
     disk.add(L"M:\\r\\a\\g", 4).lastWrite = 8;
     disk.add(L"M:\\r\\b\\");
     change(disk);
     return measurePath(disk, L"M:\\r").mark;
   };
-  const std::uint64_t before = mark([](test::MemoryDisk&) {});
-  CHECK(mark([](test::MemoryDisk& disk) {
+  const std::uint64_t before = mark([](MemoryDisk&) {});
+  CHECK(mark([](MemoryDisk& disk) {
           auto& files = disk.at(L"M:\\r\\a")->children;
           std::swap(files[0], files[1]);
         }) == before);
-  const std::vector<std::function<void(test::MemoryDisk&)>> changes = {
-      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->size = 4; },
-      [](test::MemoryDisk& disk) { ++disk.at(L"M:\\r\\a\\f")->lastWrite; },
-      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->name = L"h"; },
-      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->link = L"M:\\x"; },
-      [](test::MemoryDisk& disk) {
+  const std::vector<std::function<void(MemoryDisk&)>> changes = {
+      [](MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->size = 4; },
+      [](MemoryDisk& disk) { ++disk.at(L"M:\\r\\a\\f")->lastWrite; },
+      [](MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->name = L"h"; },
+      [](MemoryDisk& disk) { disk.at(L"M:\\r\\a\\f")->link = L"M:\\x"; },
+      [](MemoryDisk& disk) {
         std::swap(disk.at(L"M:\\r\\a\\f")->name, disk.at(L"M:\\r\\a\\g")->name);
       },
-      [](test::MemoryDisk& disk) {
+      [](MemoryDisk& disk) {
         std::swap(disk.at(L"M:\\r\\a\\f")->size, disk.at(L"M:\\r\\a\\f")->lastWrite);
       },
-      [](test::MemoryDisk& disk) { disk.removeNode(*disk.at(L"M:\\r\\a\\f")); },
-      [](test::MemoryDisk& disk) { disk.add(L"M:\\r\\b\\c\\"); },
-      [](test::MemoryDisk& disk) { disk.at(L"M:\\r\\b")->name = L"c"; },
-      [](test::MemoryDisk& disk) {
+      [](MemoryDisk& disk) { disk.removeNode(*disk.at(L"M:\\r\\a\\f")); },
+      [](MemoryDisk& disk) { disk.add(L"M:\\r\\b\\c\\"); },
+      [](MemoryDisk& disk) { disk.at(L"M:\\r\\b")->name = L"c"; },
+      [](MemoryDisk& disk) {
         auto& folders = disk.at(L"M:\\r")->children;
         std::swap(folders[0]->name, folders[1]->name);
       },
@@ -138,7 +139,7 @@ TEST_CASE("the mark of a folder changes with everything in it, and with nothing 
 }
 
 TEST_CASE("a survey lists a folder as a scan would") {
-  test::MemoryDisk disk;
+  MemoryDisk disk;
   disk.addFile(L"M:\\r", L"a.txt", 3, 116'444'736'000'000'000 + 50'000); // 5 ms after 1970
   disk.add(L"M:\\r\\d\\b.TXT", 40);
   disk.add(L"M:\\r\\d\\big.iso", 900);
@@ -162,10 +163,10 @@ TEST_CASE("a survey lists a folder as a scan would") {
   CHECK(survey.met.empty()); // nobody knows which files they are
 
   disk.cluster = 4096;
-  test::DiskNode& cloud = disk.add(L"M:\\r\\d\\cloud.bin", 9000);
+  DiskNode& cloud = disk.add(L"M:\\r\\d\\cloud.bin", 9000);
   cloud.disk = 4096;
   cloud.attributes = kAttributeRecallOnDataAccess;
-  test::DiskNode& data = disk.add(L"M:\\r\\data.bin", 70);
+  DiskNode& data = disk.add(L"M:\\r\\data.bin", 70);
   data.tag = 0x8000'0013; // no link: only its bytes on disk count
   options.fileListThreshold = 0;
   options.bounds.most = 9000;

@@ -6,7 +6,7 @@
 #include <sstream>
 
 using namespace vorda;
-using test::App;
+using namespace vorda::test;
 
 TEST_CASE("only what a scan on this machine has is opened, and only by its own user") {
   App app;
@@ -23,7 +23,7 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
   remote->result.rootPath = L"F:\\"; // a host that is called like a drive
   remote->resultReady = true;
   app.state.jobs.add(remote);
-  const auto ask = [&app](const std::string& body) { return app.told("POST", "/api/open", body); };
+  const auto ask = [&app](const std::string& body) { return app.post("/api/open", body); };
   CHECK(ask("what=open&p=C%3A%2Fdata%2Fa.txt") == R"(200 {"ok":true})");
   CHECK(ask("what=terminal&p=c%3A%5CDATA") == R"(200 {"ok":true})");
   CHECK(ask("what=properties&p=C%3A%5Cdata%5Cx%5Cy") == R"(200 {"ok":true})");
@@ -50,13 +50,13 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
                            "what=open&p=", "what=open&p=C%3A%5Cdata&p=C%3A%5Cdata"}) {
     CHECK(ask(body) == R"(400 {"error":"niets opgegeven"})");
   }
-  CHECK(app.told("POST", "/api/open", "what=open&p=E%3A%5Cb", {{"content-length", "99"}}) ==
+  CHECK(app.post("/api/open", "what=open&p=E%3A%5Cb", {{"content-length", "99"}}) ==
         R"(400 {"error":"incomplete"})");
   CHECK(app.opened.empty());
   app.state.session.open = [](Opening, const std::wstring&) { return std::string_view("program"); };
   CHECK(ask("what=open&p=E%3A%5Cb.txt") == R"(400 {"error":"program"})");
   app.state.remote = app.state.keyRequired = true;
-  CHECK(app.told("POST", "/api/open", "what=open&p=C%3A%5Cdata", {{"x-vorda-token", "KEY23"}}) ==
+  CHECK(app.post("/api/open", "what=open&p=C%3A%5Cdata", {{"x-vorda-token", "KEY23"}}) ==
         R"(400 {"error":"notAllowed"})");
   CHECK(app.opened.empty());
 }

@@ -2,15 +2,11 @@
 #include "search/image_kind.h"
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 #include <span>
 
 using namespace vorda;
+using namespace vorda::test;
 using namespace std::string_literals;
-using test::App;
-using test::MemoryContents;
-using test::MemoryFile;
 
 namespace {
 
@@ -35,7 +31,7 @@ struct Pictures {
   }
   void search() {
     app.scanned("C:");
-    test::runToEnd(app, "/api/dupsacross", "ids=1&min=1");
+    runToEnd(app, "/api/dupsacross", "ids=1&min=1");
   }
   HttpResponse preview(const std::string& path) {
     return app.ask("GET", "/api/preview?p=" + percent(path));
@@ -101,7 +97,7 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
   for (const char* line :
        {"X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
         "Content-Security-Policy: default-src 'none'; sandbox\r\n"}) {
-    CHECK(head.find(line) != std::string::npos);
+    CHECK(holds(head, line));
   }
   CHECK(responseHead(app.ask("GET", "/api/hello")).find("nosniff") == std::string::npos);
   CHECK(own.status("C:\\e\\x\",\"p\":\"y.png") == 200);
@@ -114,7 +110,7 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
     CAPTURE(path);
     CHECK(own.status(path) == 404);
   }
-  CHECK(app.told("GET", "/api/preview") == R"(404 {"error":"noPreview"})");
+  CHECK(app.get("/api/preview") == R"(404 {"error":"noPreview"})");
 
   // Between two looks at it the file grows, goes, shrinks, becomes another or cannot be read any more.
   int looks = 0;
@@ -155,11 +151,11 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
 
   // Another search forgets these, an agent shows none, and other sites get nothing.
   app.state.remote = true;
-  CHECK(app.told("GET", "/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png")) ==
+  CHECK(app.get("/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png")) ==
         R"(400 {"error":"notAllowed"})");
   app.state.remote = false;
-  CHECK(app.told("GET", "/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png"), "",
-                 {{"sec-fetch-site", "cross-site"}}) == R"(403 {"error":"foreignOrigin"})");
-  app.told("GET", "/api/forget?id=1");
+  CHECK(app.get("/api/preview?p=" + percent("C:\\e\\x\",\"p\":\"y.png"),
+                {{"sec-fetch-site", "cross-site"}}) == R"(403 {"error":"foreignOrigin"})");
+  app.get("/api/forget?id=1");
   CHECK(own.status("C:\\e\\x\",\"p\":\"y.png") == 404);
 }

@@ -2,16 +2,15 @@
 #include "rules/safety_rules.h"
 #include "support/cases.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
+using namespace vorda::test;
 
 TEST_CASE("safety rules by the spelling of a path") {
   std::size_t rows = 0;
-  test::eachRow("safety_rules.txt", [&rows](const std::string& line) {
+  eachRow("safety_rules.txt", [&rows](const std::string& line) {
     CAPTURE(line);
     const std::string word = line.substr(0, line.find(' '));
-    CHECK(wordOf(deleteRefusal(test::withUnits(line.substr(word.size() + 1)))) ==
+    CHECK(wordOf(deleteRefusal(withUnits(line.substr(word.size() + 1)))) ==
           (word == "-" ? "" : word));
     ++rows;
   });

@@ -2,23 +2,13 @@
 #include "base/seen.h"
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 #include <cstdlib>
 #include <random>
 
 using namespace vorda;
-using test::App;
-using test::holds;
+using namespace vorda::test;
 
 namespace {
-
-std::string encoded(std::string text) {
-  for (std::size_t at = 0; (at = text.find('\\', at)) != std::string::npos; at += 3) {
-    text.replace(at, 1, "%5C");
-  }
-  return text;
-}
 
 // The texts of the list with this name in an answer. None of them contains a bracket.
 std::vector<std::string> listIn(const std::string& answer, const std::string& name) {
@@ -50,29 +40,29 @@ struct World {
   }
 
   void write(const std::wstring& path, const std::string& content) {
-    test::DiskNode& node = app.disk->add(path, content.size());
+    DiskNode& node = app.disk->add(path, content.size());
     node.size = content.size();
     node.lastWrite = ++clock;
     app.contents->add(path, content, node.id);
-    app.contents->edit(path, [this](test::MemoryFile& file) { file.state.lastWrite = clock; });
+    app.contents->edit(path, [this](MemoryFile& file) { file.state.lastWrite = clock; });
   }
 
   void remove(const std::wstring& path) {
-    if (test::DiskNode* node = app.disk->at(path)) app.disk->removeNode(*node);
+    if (DiskNode* node = app.disk->at(path)) app.disk->removeNode(*node);
     app.contents->remove(path);
   }
 
   std::string contentOf(const std::wstring& path) {
     std::string content;
-    app.contents->edit(path, [&](test::MemoryFile& file) { content = file.content; });
+    app.contents->edit(path, [&](MemoryFile& file) { content = file.content; });
     return content;
   }
 
   // What the comparison saw of these paths.
   std::vector<std::string> compare(const std::vector<std::string>& paths) {
     std::string fields = "seen=1";
-    for (const std::string& path : paths) fields += "&p=" + encoded(path);
-    const std::string answer = test::runToEnd(app, "/api/verifydups", fields);
+    for (const std::string& path : paths) fields += "&p=" + path;
+    const std::string answer = runToEnd(app, "/api/verifydups", fields);
     std::vector<std::string> seen;
     for (std::size_t at = answer.find("\"seen\":\""); at != std::string::npos;
          at = answer.find("\"seen\":\"", at + 1)) {
@@ -83,9 +73,8 @@ struct World {
 
   std::string removeCopy(const std::string& path, const std::string& seen, const std::string& keep,
                          const std::string& keepSeen) {
-    return app.told("POST", "/api/delete",
-                    "permanent=1&p=" + encoded(path) + "&seen=" + seen + "&keep=" + encoded(keep) +
-                        "&keepseen=" + keepSeen);
+    return app.post("/api/delete", "permanent=1&p=" + path + "&seen=" + seen +
+                                       "&keep=" + keep + "&keepseen=" + keepSeen);
   }
 };
 
@@ -144,15 +133,15 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
     world.remove(L"C:\\r\\file");
     world.write(L"C:\\r\\file", "x");
     const std::string fields = "job=1&p=T:%5Cfile&p=T:/D~1/";
-    const std::string dry = world.app.told("POST", "/api/delete", fields + "&dryrun=1&seen=1");
+    const std::string dry = world.app.post("/api/delete", fields + "&dryrun=1&seen=1");
     CHECK(dry.starts_with(
         R"(200 {"deleted":0,"bytes":4,"error":"","dryRun":true,"refused":[],"wouldDelete":["T:\\file","T:\\D~1"],"noBin":["T:\\file","T:\\D~1"],"seen":[)"));
     CHECK(dry.ends_with(R"("items":[{"s":1,"f":1,"m":5},{"s":3,"f":1,"m":0,"dir":true}]})"));
     const std::vector<std::string> seen = listIn(dry, "seen");
     REQUIRE(seen.size() == 2);
     change(world);
-    const std::string told = world.app.told(
-        "POST", "/api/delete", fields + "&permanent=1&seen=" + seen[0] + "&seen=" + seen[1]);
+    const std::string told =
+        world.app.post("/api/delete", fields + "&permanent=1&seen=" + seen[0] + "&seen=" + seen[1]);
     const bool same = std::string(what) == "nothing";
     const bool file = std::string(what).find("folder") == std::string::npos;
     CHECK(holds(told, same ? R"("deleted":2,)" : R"("deleted":1,)"));
@@ -167,12 +156,12 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
 TEST_CASE("a link that is not the one that was seen stays") {
   for (const bool changes : {true, false}) {
     World world;
-    test::DiskNode& link = world.app.disk->link(L"C:\\link", L"C:\\none");
-    const std::string dry = world.app.told("POST", "/api/delete", "p=C:%5Clink&dryrun=1&seen=1");
+    DiskNode& link = world.app.disk->link(L"C:\\link", L"C:\\none");
+    const std::string dry = world.app.post("/api/delete", "p=C:%5Clink&dryrun=1&seen=1");
     CHECK(dry.ends_with(R"("items":[{"s":0,"f":0,"m":0}]})")); // no folder
     if (changes) ++link.lastWrite;
-    const std::string told = world.app.told(
-        "POST", "/api/delete", "permanent=1&p=C:%5Clink&seen=" + listIn(dry, "seen").at(0));
+    const std::string told =
+        world.app.post("/api/delete", "permanent=1&p=C:%5Clink&seen=" + listIn(dry, "seen").at(0));
     CHECK(holds(told, changes ? R"("why":"changed")" : R"("deleted":1,)"));
   }
 }
@@ -182,10 +171,9 @@ TEST_CASE("what a client sends about a path cannot slip to another one") {
   world.write(L"C:\\a", "x");
   world.write(L"C:\\b", "x");
   const auto told = [&world](const std::string& fields) {
-    return world.app.told("POST", "/api/delete", "permanent=1&" + fields);
+    return world.app.post("/api/delete", "permanent=1&" + fields);
   };
-  const std::string dry =
-      world.app.told("POST", "/api/delete", "p=C:%5Ca&p=C:%5Cb&dryrun=1&seen=1");
+  const std::string dry = world.app.post("/api/delete", "p=C:%5Ca&p=C:%5Cb&dryrun=1&seen=1");
   const std::vector<std::string> seen = listIn(dry, "seen");
   const std::string both = "p=C:%5Ca&p=C:%5Cb&seen=";
   CHECK(told(both + seen[0]) == R"(400 {"error":"incomplete"})");
@@ -212,21 +200,13 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
   const std::vector<Row> rows = {
       {"nothing", [](World&) {}, true, 0},
       {"copied over itself", [](World& w) { w.write(L"C:\\x\\copy", "same"); }, true, 8},
-      {"the other copied over itself", [](World& w) { w.write(L"C:\\kept", "same"); }, true, 8},
       {"changed", [](World& w) { w.write(L"C:\\x\\copy", "news"); }, false, 8},
       {"the other changed", [](World& w) { w.write(L"C:\\kept", "news"); }, false, 8},
-      {"both changed alike",
-       [](World& w) {
-         w.write(L"C:\\x\\copy", "news");
-         w.write(L"C:\\kept", "news");
-       },
-       false, 8},
-      {"the other is longer", [](World& w) { w.write(L"C:\\kept", "same!"); }, false, 0},
       {"the other is gone", [](World& w) { w.remove(L"C:\\kept"); }, false, 0},
       {"the other is open for writing",
        [](World& w) {
-         w.app.contents->edit(
-             L"C:\\kept", [](test::MemoryFile& file) { file.failure = FileFailure::unreadable; });
+         w.app.contents->edit(L"C:\\kept",
+                              [](MemoryFile& file) { file.failure = FileFailure::unreadable; });
        },
        false, 0},
       {"the other is a name of this one",
@@ -234,8 +214,8 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
          w.remove(L"C:\\kept");
          w.write(L"C:\\kept", "same");
          std::uint64_t number = 0;
-         w.app.contents->edit(L"C:\\x\\copy", [&](test::MemoryFile& f) { number = f.number; });
-         w.app.contents->edit(L"C:\\kept", [&](test::MemoryFile& f) { f.number = number; });
+         w.app.contents->edit(L"C:\\x\\copy", [&](MemoryFile& f) { number = f.number; });
+         w.app.contents->edit(L"C:\\kept", [&](MemoryFile& f) { f.number = number; });
        },
        false, 0}};
   for (const Row& row : rows) {
@@ -285,32 +265,13 @@ TEST_CASE(
   }
 }
 
-TEST_CASE("contents that were read a minute ago are read again") {
-  for (const std::uint64_t age : {0ULL, 30'000ULL, 61'000ULL}) {
-    World world;
-    world.write(L"C:\\x\\copy", "same");
-    world.write(L"C:\\kept", "same");
-    const auto seen = world.compare({"C:\\x\\copy", "C:\\kept"});
-    const auto aged = [age](const std::string& text, const wchar_t* path) {
-      Seen one = parseSeen(text, path).value();
-      one.contents->readAtMs -= age;
-      return seenText(one, path);
-    };
-    world.app.contents->bytesRead = 0;
-    CHECK(holds(world.removeCopy("C:\\x\\copy", aged(seen[0], L"C:\\x\\copy"), "C:\\kept",
-                                 aged(seen[1], L"C:\\kept")),
-                R"("deleted":1,)"));
-    CHECK(world.app.contents->bytesRead == (age > 60'000 ? 8 : 0));
-  }
-}
-
 TEST_CASE("the copy that stays does not go in the same request") {
   World world;
   for (const wchar_t* path : {L"C:\\a", L"C:\\b", L"C:\\d\\c"}) world.write(path, "same");
   const auto seen = world.compare({"C:\\a", "C:\\b", "C:\\d\\c"});
   REQUIRE(seen.size() == 3);
   const auto told = [&](const std::string& fields) {
-    return world.app.told("POST", "/api/delete", "permanent=1&" + fields);
+    return world.app.post("/api/delete", "permanent=1&" + fields);
   };
   CHECK(holds(told("p=C:%5Ca&p=C:%5Cb&seen=" + seen[0] + "&seen=" + seen[1] +
                    "&keep=C:%5Cb&keep=C:%5CA&keepseen=" + seen[1] + "&keepseen="),
@@ -339,7 +300,7 @@ TEST_CASE("files that change at any moment of a deletion") {
     for (const std::string& name : names) world.write(toUtf16(name), "same");
     const auto seen = world.compare({names[0], names[1], names[2]});
     const std::string dry =
-        world.app.told("POST", "/api/delete", "p=" + encoded(names[3]) + "&dryrun=1&seen=1");
+        world.app.post("/api/delete", "p=" + names[3] + "&dryrun=1&seen=1");
     const std::string plainSeen = listIn(dry, "seen").at(0);
 
     unsigned step = 0;
@@ -362,7 +323,7 @@ TEST_CASE("files that change at any moment of a deletion") {
         world.remove(path);
         world.write(path, "else");
         world.app.disk->at(path)->lastWrite = time;
-        world.app.contents->edit(path, [&](test::MemoryFile& f) { f.state.lastWrite = time; });
+        world.app.contents->edit(path, [&](MemoryFile& f) { f.state.lastWrite = time; });
       }
     };
     const auto atPath = [&moment](const std::wstring&) { moment(); };
@@ -379,12 +340,11 @@ TEST_CASE("files that change at any moment of a deletion") {
       ++gone;
       return take(path);
     };
-    const std::string told = world.app.told(
-        "POST", "/api/delete",
-        "permanent=1&p=" + encoded(names[0]) + "&p=" + encoded(names[1]) +
-            "&p=" + encoded(names[3]) + "&seen=" + seen[0] + "&seen=" + seen[1] +
-            "&seen=" + plainSeen + "&keep=C:%5C3&keep=C:%5C3&keep=&keepseen=" + seen[2] +
-            "&keepseen=" + seen[2] + "&keepseen=");
+    const std::string told = world.app.post(
+        "/api/delete", "permanent=1&p=" + names[0] + "&p=" + names[1] +
+                           "&p=" + names[3] + "&seen=" + seen[0] + "&seen=" + seen[1] +
+                           "&seen=" + plainSeen + "&keep=C:%5C3&keep=C:%5C3&keep=&keepseen=" +
+                           seen[2] + "&keepseen=" + seen[2] + "&keepseen=");
     CHECK(told.starts_with("200"));
     if (holds(told, "\"why\"")) ++refused;
   }

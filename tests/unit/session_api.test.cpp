@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 
 using namespace vorda;
-using test::App;
+using namespace vorda::test;
 
 TEST_CASE("page, handshake, quit, elevate and reveal") {
   App app;
@@ -15,32 +15,32 @@ TEST_CASE("page, handshake, quit, elevate and reveal") {
   }
   CHECK(app.ask("GET", "/favicon.ico").status == 404);
   app.state.about = [] { return AboutFacts{L"1", false, L"C:\\l", L"", 0}; };
-  CHECK(app.told("GET", "/api/about") == R"(200 {"version":"1","signed":false,"log":"C:\\l"})");
-  CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":false,"server":false,"canQuit":true})");
-  CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/about") == R"(200 {"version":"1","signed":false,"log":"C:\\l"})");
+  CHECK(app.get("/api/hello") == R"(200 {"auth":false,"server":false,"canQuit":true})");
+  CHECK(app.get("/api/quit") == R"(200 {"ok":true})");
   CHECK(app.quits == 1);
   {
     const RunningOperations::Operation running = app.state.operations.begin();
-    CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true,"waiting":true})");
+    CHECK(app.get("/api/quit") == R"(200 {"ok":true,"waiting":true})");
   }
-  CHECK(app.told("GET", "/api/quit") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/quit") == R"(200 {"ok":true})");
   app.quits = 1;
   app.elevated = false;
-  CHECK(app.told("GET", "/api/elevate") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/elevate") == R"(200 {"ok":true})");
   CHECK(app.elevations == 1);
-  CHECK(app.told("GET", "/api/reveal?p=C%3A%5C%C3%A9") == R"(200 {"ok":true})");
-  CHECK(app.told("GET", "/api/reveal?p=%2Fvar") == R"(200 {"ok":true})"); // a remote path
-  CHECK(app.told("GET", "/api/reveal?p=C%3A%2Fa%2Fb.txt") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/reveal?p=C%3A%5C%C3%A9") == R"(200 {"ok":true})");
+  CHECK(app.get("/api/reveal?p=%2Fvar") == R"(200 {"ok":true})"); // a remote path
+  CHECK(app.get("/api/reveal?p=C%3A%2Fa%2Fb.txt") == R"(200 {"ok":true})");
   CHECK(app.revealed == std::vector<std::wstring>{L"C:\\\u00E9", L"C:\\a\\b.txt"});
   app.state.remote = app.state.keyRequired = true;
-  const test::TextMap key = {{"x-vorda-token", "KEY23"}};
-  CHECK(app.told("GET", "/api/quit", "", key) == R"(400 {"error":"quitRefused"})");
-  CHECK(app.told("GET", "/api/elevate", "", key) == R"(400 {"error":"elevateRefused"})");
+  const TextMap key = {{"x-vorda-token", "KEY23"}};
+  CHECK(app.get("/api/quit", key) == R"(400 {"error":"quitRefused"})");
+  CHECK(app.get("/api/elevate", key) == R"(400 {"error":"elevateRefused"})");
   CHECK(app.elevations == 1);
   CHECK(app.quits == 1);
-  CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":false})");
+  CHECK(app.get("/api/hello") == R"(200 {"auth":true,"server":false,"canQuit":false})");
   app.state.serverMode = true;
-  CHECK(app.told("GET", "/api/hello") == R"(200 {"auth":true,"server":true,"canQuit":false})");
+  CHECK(app.get("/api/hello") == R"(200 {"auth":true,"server":true,"canQuit":false})");
 }
 
 TEST_CASE("the path the program was started with is told once, and to its own page only") {
@@ -52,6 +52,6 @@ TEST_CASE("the path the program was started with is told once, and to its own pa
   app.state.targets = []() -> TargetList { throw std::bad_alloc(); };
   CHECK(app.ask("GET", "/api/targets").status == 500);
   app.state.targets = list;
-  CHECK(app.told("GET", "/api/targets").ends_with(R"("logPath":"","startPath":"\\\\nas\\shé"})"));
-  CHECK(app.told("GET", "/api/targets").ends_with(R"("logPath":""})"));
+  CHECK(app.get("/api/targets").ends_with(R"("logPath":"","startPath":"\\\\nas\\shé"})"));
+  CHECK(app.get("/api/targets").ends_with(R"("logPath":""})"));
 }

@@ -8,7 +8,7 @@
 #include <random>
 
 using namespace vorda;
-using test::TableBuilder;
+using namespace vorda::test;
 
 namespace {
 

@@ -9,11 +9,10 @@
 #include "support/cases.h"
 #include "tree/size_tree.h"
 
-#include <doctest/doctest.h>
-
 #include <sstream>
 
 using namespace vorda;
+using namespace vorda::test;
 
 namespace {
 
@@ -117,7 +116,7 @@ struct PlayedScan {
 } // namespace
 
 TEST_CASE("targets are parsed or refused, and quoted on the command line") {
-  for (const auto& row : test::cases("ssh_targets.txt", 4)) {
+  for (const auto& row : cases("ssh_targets.txt", 4)) {
     CAPTURE(row[0]);
     const auto target = parseSshTarget(toUtf16(row[0]));
     CHECK(target.has_value() == (row[1] != "refused"));
@@ -151,7 +150,7 @@ TEST_CASE("targets are parsed or refused, and quoted on the command line") {
 }
 
 TEST_CASE("listings parse the same however they are split") {
-  const std::vector<std::string> lines = test::linesOf("ssh_listings.txt", false);
+  const std::vector<std::string> lines = linesOf("ssh_listings.txt", false);
   for (auto at = lines.begin(); at != lines.end();) {
     CAPTURE(*at);
     std::string input;
@@ -379,7 +378,7 @@ TEST_CASE("only a question for the account's password is answered with it") {
 }
 
 TEST_CASE("an ssh job drops its password; its paths cannot be deleted or revealed") {
-  test::App app;
+  App app;
   std::string given;
   app.state.steps.ssh = [&](ScanProgress&, const ScanOptions& options, Secret password,
                             ScanResult& result, SshFacts& facts) {
@@ -393,19 +392,17 @@ TEST_CASE("an ssh job drops its password; its paths cannot be deleted or reveale
     return true;
   };
   app.state.steps.driveFigures = [](const std::wstring&) -> DriveFigures { throw 0; };
-  app.told("POST", "/api/scan", "path=h%3A%2F&kind=ssh&password=p%C3%A9+%26");
+  app.post("/api/scan", "path=h%3A%2F&kind=ssh&password=p%C3%A9+%26");
   app.waitUntilDone(1);
   CHECK(given == "p\xC3\xA9 &");
-  const std::string result = app.told("GET", "/api/result?id=1");
+  const std::string result = app.get("/api/result?id=1");
   CHECK(result.find(R"("path":"h:/","method":"","host":"me@h","kind":"ssh")") < 20);
-  CHECK(result.find(R"("volumeSize":1024,"volumeFree":512)") != std::string::npos);
-  const auto dirs = [&app](const std::string& p) {
-    return app.told("GET", "/api/dirs?id=1&p=" + p);
-  };
+  CHECK(holds(result, R"("volumeSize":1024,"volumeFree":512)"));
+  const auto dirs = [&app](const std::string& p) { return app.get("/api/dirs?id=1&p=" + p); };
   CHECK(dirs("/b/data/").starts_with(R"(200 {"path":"/b/data/","s":3000000005,"f":1,)"));
   CHECK(dirs("/b/DATA").find("notScanned") == std::string::npos);
   CHECK(dirs("/b/x%5Cy").find("notScanned") == std::string::npos);
-  CHECK(dirs("%5Cb").find("notScanned") != std::string::npos);
+  CHECK(holds(dirs("%5Cb"), "notScanned"));
   // Not even paths that look like shares.
   const ScanResult& scanned = app.state.jobs.find(1)->result;
   CHECK(scanned.files.size() == 4);
@@ -413,13 +410,13 @@ TEST_CASE("an ssh job drops its password; its paths cannot be deleted or reveale
     const std::wstring path = filePath(scanned, file);
     CHECK(deleteRefusal(path) == Refusal::notAbsolute);
     CHECK_FALSE(isInsideRoot(L"/", path));
-    const std::string told = app.told("POST", "/api/delete", "dryrun=1&p=" + toUtf8(path));
-    CHECK(told.find(R"("why":"notabsolute"}],"wouldDelete":[])") != std::string::npos);
-    app.told("GET", "/api/reveal?p=" + toUtf8(path));
+    const std::string told = app.post("/api/delete", "dryrun=1&p=" + toUtf8(path));
+    CHECK(holds(told, R"("why":"notabsolute"}],"wouldDelete":[])"));
+    app.get("/api/reveal?p=" + toUtf8(path));
   }
   CHECK(app.revealed.empty());
   // Other kinds of jobs do not keep a password.
-  app.told("POST", "/api/scan", "path=h%3A%2F&password=p");
+  app.post("/api/scan", "path=h%3A%2F&password=p");
   app.waitUntilDone(2);
   CHECK(app.state.jobs.find(2)->password.empty());
 }

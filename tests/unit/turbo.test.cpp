@@ -6,8 +6,6 @@
 #include "support/app.h"
 #include "support/turbo_reading.h"
 
-#include <doctest/doctest.h>
-
 #include <atomic>
 #include <chrono>
 #include <map>

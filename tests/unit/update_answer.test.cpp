@@ -1,8 +1,6 @@
 #include "support/cases.h"
 #include "update/update_answer.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 
 TEST_CASE("answers with and without a version, truncated, and of another status") {

@@ -20,7 +20,7 @@ TEST_CASE("verification reads files again") {
   app.contents->onRead = [&app](const std::wstring& path) {
     if (path == L"C:\\torn") app.contents->rewrite(path, "tore");
   };
-  CHECK(app.told("POST", "/api/verifydups", "x=1") == R"(400 {"error":"niets opgegeven"})");
+  CHECK(app.post("/api/verifydups", "x=1") == R"(400 {"error":"niets opgegeven"})");
   std::string checked =
       runToEnd(app, "/api/verifydups",
                "p=C:%5Ca&p=C:%5Cb&p=C:%5Clink&p=C:%5Cc&p=C:%5Clocked&p=C:%5CWindows%5Cd&p=C:%5Ctorn"
@@ -37,17 +37,17 @@ TEST_CASE("verification reads files again") {
 
   // After a cancel, only files that were read count as equal.
   app.contents->onRead = [&app](const std::wstring& path) {
-    if (path == L"C:\\c") app.told("POST", "/api/verifydups", "cancel=1");
+    if (path == L"C:\\c") app.post("/api/verifydups", "cancel=1");
   };
   const std::string cut = runToEnd(app, "/api/verifydups", "p=C:%5Ca&p=C:%5Cc&p=C:%5Cb&p=C:%5Ca");
-  CHECK(cut.find(R"("error":"cancelled"},{"p":"C:\\a","size":4)") != std::string::npos);
+  CHECK(holds(cut, R"("error":"cancelled"},{"p":"C:\\a","size":4)"));
   CHECK(cut.ends_with(R"("duplicates":[],"lock":["","","",""],"read":8,"files_checked":3,)"
                       R"("running":false,"cancelled":true})"));
 
   // While it runs: what cannot be looked at, and what is known already, is not to be read.
   std::string steps;
   app.contents->onLook = [&](const std::wstring&) {
-    steps += app.told("GET", "/api/verifydups").substr(20) + "\n";
+    steps += app.get("/api/verifydups").substr(20) + "\n";
   };
   app.contents->onRead = [&](const std::wstring& path) {
     CHECK(!app.contents->isWritable(path));
@@ -75,10 +75,10 @@ TEST_CASE("verification reads files again") {
   const std::size_t last = twice.rfind("\"seen\":");
   CHECK(twice.substr(first, twice.find('}', first) - first) ==
         twice.substr(last, twice.find(",\"same\"", last) - last));
-  CHECK(twice.find(R"("duplicates":[[0,2]])") != std::string::npos);
+  CHECK(holds(twice, R"("duplicates":[[0,2]])"));
   // Two names of one file that are told apart by what is known of them cannot both be right.
   app.contents->onLook = app.contents->onRead = nullptr;
   app.contents->edit(L"C:\\link", [](auto& file) { ++file.state.lastWrite; });
-  CHECK(runToEnd(app, "/api/verifydups", "p=C:%5Cb&p=C:%5Clink")
-            .find(R"({"p":"C:\\link","error":"changed","same":0})") != std::string::npos);
+  CHECK(holds(runToEnd(app, "/api/verifydups", "p=C:%5Cb&p=C:%5Clink"),
+              R"({"p":"C:\\link","error":"changed","same":0})"));
 }

@@ -1,8 +1,6 @@
 #include "support/cases.h"
 #include "update/version_text.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 
 TEST_CASE("valid and invalid versions, and which one is newer") {

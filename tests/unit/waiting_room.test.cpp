@@ -50,8 +50,7 @@ public:
 TEST_CASE("who waits gets a thread when the head is there, as soon as there is one") {
   Room room;
   CHECK_FALSE(room.room.patience(room.now)); // nobody to wake for
-  FakeClient silent;
-  silent.silent = true;
+  FakeClient silent{.silent = true};
   FakeClient first;
   FakeClient second;
   for (FakeClient* client : {&first, &second}) {

@@ -10,7 +10,7 @@
 #include <thread>
 
 using namespace vorda;
-using test::MemoryDisk;
+using namespace vorda::test;
 
 namespace {
 
@@ -241,26 +241,26 @@ TEST_CASE("bytes on disk of a walk: names met, placeholders, and what it leaves 
   disk.cluster = 4096;
   disk.add(L"M:\\r\\a\\small", 700).disk = 704; // in the file's own record
   disk.add(L"M:\\r\\a\\plain.bin", 5000);
-  test::DiskNode& cloud = disk.add(L"M:\\r\\a\\cloud.bin", 90'000);
+  DiskNode& cloud = disk.add(L"M:\\r\\a\\cloud.bin", 90'000);
   cloud.disk = 0;
   cloud.attributes = kAttributeRecallOnDataAccess;
   disk.add(L"M:\\r\\sparse.bin", 1'000'000).disk = 8192;
-  const test::DiskNode& file = disk.add(L"M:\\r\\b\\x\\one.bin", 10'000);
+  const DiskNode& file = disk.add(L"M:\\r\\b\\x\\one.bin", 10'000);
   disk.hardLink(L"M:\\r\\b\\y\\two.txt", file);
   disk.hardLink(L"M:\\r\\b\\y\\three.txt", file);
-  const test::DiskNode& other = disk.add(L"M:\\r\\b\\x\\other", 4096);
+  const DiskNode& other = disk.add(L"M:\\r\\b\\x\\other", 4096);
   disk.hardLink(L"M:\\r\\a\\other", other);
   disk.hardLink(L"M:\\elsewhere\\name", disk.add(L"M:\\r\\outside", 4096)); // looks like one name
   // Reparse points that are no links, in a folder that is one as well.
-  test::DiskNode& packed = disk.add(L"M:\\r\\a\\packed", 50'000);
+  DiskNode& packed = disk.add(L"M:\\r\\a\\packed", 50'000);
   packed.tag = 0x8000'0017;
   packed.disk = 12'288;
   disk.add(L"M:\\r\\synced\\").tag = 0x9000'001A;
-  test::DiskNode& away = disk.add(L"M:\\r\\synced\\deep\\away", 70'000);
+  DiskNode& away = disk.add(L"M:\\r\\synced\\deep\\away", 70'000);
   away.tag = 0x9000'001A;
   away.disk = 0;
   disk.add(L"M:\\r\\synced\\deep\\here", 4096);
-  test::DiskNode& never = disk.add(L"M:\\r\\never\\");
+  DiskNode& never = disk.add(L"M:\\r\\never\\");
   never.tag = 0x9000'001A;
   never.attributes = kAttributeRecallOnOpen;
   disk.add(L"M:\\r\\never\\fetched", 4096);

@@ -104,6 +104,14 @@ struct App {
     return std::to_string(response.status) + " " + std::string(response.payload());
   }
 
+  std::string get(const std::string& target, const TextMap& headers = {}) {
+    return told("GET", target, {}, headers);
+  }
+  std::string post(const std::string& target, const std::string& body = {},
+                   const TextMap& headers = {}) {
+    return told("POST", target, body, headers);
+  }
+
   // Adds a file that is listed in its folder and has this content.
   void addContent(const std::wstring& folder, const std::wstring& name, std::string content,
                   std::uint64_t number = 0) {
@@ -113,7 +121,7 @@ struct App {
 
   // Scans a folder to completion and returns the id of the job.
   int scanned(const std::string& path) {
-    const std::string started = told("POST", "/api/scan", "path=" + path);
+    const std::string started = post("/api/scan", "path=" + path);
     const int id = std::stoi(started.substr(started.find("\"id\":") + 5));
     waitUntilDone(id);
     return id;
@@ -123,8 +131,8 @@ struct App {
 
   // Waits for the result of a run.
   std::string resultOf(const std::string& path) {
-    while (told("GET", path).starts_with("200 {\"running\":true")) std::this_thread::yield();
-    return told("GET", path);
+    while (get(path).starts_with("200 {\"running\":true")) std::this_thread::yield();
+    return get(path);
   }
 
   void waitUntilDone(int id) {

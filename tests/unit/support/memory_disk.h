@@ -48,7 +48,6 @@ public:
   std::vector<std::wstring> unreadable;              // folders that cannot be listed
   std::vector<std::wstring> endingEarly;             // folders whose listing fails at the end
   std::function<void(const std::wstring&)> onRemove; // called before an entry is removed by handle
-  std::vector<std::wstring> removedByHandle;
   bool linksAreStuck = false;    // the system cannot open a link as such
   std::set<std::wstring> denied; // paths that this account may not delete
   std::string log;
@@ -283,7 +282,6 @@ public:
     if (!same || (expected.link && linksAreStuck)) return kNotAsExpected;
     if (node->locked || isHeld(path)) return 32;
     if (node->link.empty() && !node->children.empty()) return 145;
-    removedByHandle.push_back(path);
     removeNode(*node);
     return 0;
   }

@@ -12,7 +12,7 @@ constexpr const char* kStarted = R"(200 {"started":true,"running":true})";
 
 // The result of a run with these form fields.
 inline std::string runToEnd(App& app, const std::string& path, const std::string& fields) {
-  REQUIRE(app.told("POST", path, fields) == kStarted);
+  REQUIRE(app.post(path, fields) == kStarted);
   return app.resultOf(path);
 }
 
