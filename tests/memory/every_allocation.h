@@ -1,10 +1,8 @@
 // Repeats work with each of its allocations failing.
 #pragma once
 
-#include "support/app.h"
+#include "support/runs.h"
 #include "failing_memory.h"
-
-#include <doctest/doctest.h>
 
 #include <algorithm>
 #include <chrono>

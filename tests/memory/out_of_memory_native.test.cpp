@@ -6,6 +6,7 @@
 #include "support/app.h"
 #include "every_allocation.h"
 #include "support/mft_volume.h"
+#include "support/played_ssh.h"
 
 #include <doctest/doctest.h>
 
@@ -106,47 +107,24 @@ TEST_CASE("a scan without memory fails as such, whichever allocation it is: walk
   checkJobs("turbo", steps, [] { return jobOf(L"C:\\"); });
 }
 
-namespace {
-
-struct PlayedHost final : SshProcess {
-  explicit PlayedHost(bool& ended, bool& closed) : ended_(ended), closed_(closed) {}
-  Read read(char* buffer, std::size_t size, std::chrono::milliseconds,
-            std::size_t& count) override {
-    count = std::min(size, text_.size());
-    text_.copy(buffer, count);
-    text_.remove_prefix(count);
-    return count == 0 ? Read::end : Read::bytes;
-  }
-  void end() override { ended_ = true; }
-  std::uint32_t close(std::chrono::milliseconds) override {
-    closed_ = true;
-    return 0;
-  }
-
-private:
-  std::string_view text_ = "Welcome to this machine\nVORDA-DF\n"
-                           "Filesystem     1024-blocks      Used Available Capacity Mounted on\n"
-                           "/dev/sda1        102400000  51200000   2048 50% /\nVORDA-FIND\n"
-                           "d\t4096\t1700000000.5\t/data\n"
-                           "f\t5\t1700000000.1\t/data/a folder with a long name/a long name.txt\n"
-                           "f\t60000000\t1700000001\t/data/a folder with a long name/deep/b.iso\n"
-                           "f\t7\t1700000001\t/data/another folder with a long name/none\n";
-  bool& ended_;
-  bool& closed_;
-};
-
-} // namespace
-
 TEST_CASE("a scan over ssh without memory fails as such and ends ssh") {
   App app;
   ScanSteps steps = stepsOf(app);
   bool started = false;
-  bool ended = false;
-  bool closed = false;
+  std::string trace;
   steps.ssh = [&](ScanProgress& progress, const ScanOptions& options, Secret password,
                   ScanResult& result, SshFacts& facts) {
     const SshStart start = [&](const std::wstring&, const Secret&, std::string_view&) {
-      auto host = std::make_unique<PlayedHost>(ended, closed);
+      auto host = std::make_unique<Played>();
+      host->texts = {"Welcome to this machine\nVORDA-DF\n"
+                     "Filesystem     1024-blocks      Used Available Capacity Mounted on\n"
+                     "/dev/sda1        102400000  51200000   2048 50% /\nVORDA-FIND\n"
+                     "d\t4096\t1700000000.5\t/data\n"
+                     "f\t5\t1700000000.1\t/data/a folder with a long name/a long name.txt\n"
+                     "f\t60000000\t1700000001\t/data/a folder with a long name/deep/b.iso\n"
+                     "f\t7\t1700000001\t/data/another folder with a long name/none\n"};
+      host->exitCode = 0;
+      host->trace = &trace;
       started = true;
       return host;
     };
@@ -155,13 +133,14 @@ TEST_CASE("a scan over ssh without memory fails as such and ends ssh") {
   checkJobs(
       "ssh", steps,
       [&] {
-        started = ended = closed = false;
+        started = false;
+        trace.clear();
         auto job = jobOf(L"user@host.example:/data");
         job->kind = kSshKind;
         job->password = Secret("a password that is long enough");
         return job;
       },
-      [&](const Job&) { CHECK((!started || ended || closed)); });
+      [&](const Job&) { CHECK((!started || !trace.empty())); });
 }
 
 TEST_CASE("a search without memory fails as such, and the next one finds everything") {
@@ -216,19 +195,13 @@ TEST_CASE("a scan that could not be noted as forgotten is in no result either") 
   forEveryAllocation("forget", [&](std::uint64_t n, Failing how) {
     CAPTURE(n);
     const int id = app.scanned("C:");
-    std::atomic<bool> shut{true};
-    std::atomic<bool> reached{false};
-    app.disk->onOpen = [&](const std::wstring&) {
-      reached = true;
-      while (shut) std::this_thread::yield();
-    };
+    OpenGate gate(app);
     app.post("/api/findfiles", "min=1&names=one&ids=" + std::to_string(id));
-    while (!reached) std::this_thread::yield();
+    gate.waitUntilReached();
     const std::string answer =
         askWithout(app, n, how, {"GET", "/api/forget?id=" + std::to_string(id), ""});
-    shut = false;
+    gate.shut = false;
     const std::string left = app.resultOf("/api/findfiles");
-    app.disk->onOpen = nullptr;
     const bool forgotten = answer == R"(200 {"ok":true})";
     CHECK((forgotten || answer == kNoMemoryAnswer));
     // A search that could not take it out fails as a whole.

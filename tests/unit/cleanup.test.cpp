@@ -8,12 +8,6 @@
 using namespace vorda;
 using namespace vorda::test;
 
-namespace {
-
-constexpr std::uint64_t kMiB = 1ULL << 20;
-
-} // namespace
-
 TEST_CASE("only the ends of these paths are cleanable") {
   CHECK(isCleanableFolder(L"C:\\Windows\\Temp\\"));
   CHECK(isCleanableFolder(L"c:/windows/temp"));

@@ -5,8 +5,6 @@ using namespace vorda::test;
 
 namespace {
 
-constexpr std::uint64_t kMiB = 1ULL << 20;
-
 void fill(MemoryDisk& disk) {
   const DiskNode& shared = disk.add(L"C:\\r\\a\\one.iso", 60 * kMiB);
   disk.hardLink(L"C:\\r\\b\\two.iso", shared);

@@ -262,18 +262,16 @@ TEST_CASE("extension records are applied in order, and only to the record they b
   const auto extend = [&](std::uint32_t record, std::uint32_t base, std::uint16_t sequence,
                           const RecordClusters& clusters, std::uint16_t names, std::uint8_t rank,
                           std::uint32_t nameAt) {
-    RecordExtension one;
-    one.size = 1000 + record;
-    one.clusters = clusters;
-    one.record = record;
-    one.base = base;
-    one.baseSequence = sequence;
-    one.fileNames = names;
-    one.nameRank = rank;
-    one.name = {nameAt, static_cast<std::uint8_t>(nameAt == 0 ? 0 : 3)};
-    one.parent = 60 + record;
-    one.parentSequence = static_cast<std::uint16_t>(70 + record);
-    extensions.push_back(one);
+    extensions.push_back({.size = 1000 + record,
+                          .clusters = clusters,
+                          .record = record,
+                          .base = base,
+                          .name = {nameAt, static_cast<std::uint8_t>(nameAt == 0 ? 0 : 3)},
+                          .parent = 60 + record,
+                          .parentSequence = static_cast<std::uint16_t>(70 + record),
+                          .baseSequence = sequence,
+                          .fileNames = names,
+                          .nameRank = rank});
   };
   extend(30, 4, 4, {9, 4, 2, true}, 1, 0, 300);
   extend(20, 4, 4, {5, 3, 1, true}, 2, 0, 200);

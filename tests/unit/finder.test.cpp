@@ -5,11 +5,7 @@
 using namespace vorda;
 using namespace vorda::test;
 
-namespace {
-
 constexpr std::uint64_t kYear2001 = 126'227'808'000'000'000ULL; // FILETIME units
-
-} // namespace
 
 TEST_CASE("the finder, from form fields to document") {
   App app;

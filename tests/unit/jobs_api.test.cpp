@@ -1,6 +1,4 @@
-#include "support/app.h"
-
-#include <doctest/doctest.h>
+#include "support/runs.h"
 
 using namespace vorda;
 using namespace vorda::test;
@@ -11,12 +9,7 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   for (int i = 0; i < 20; ++i) {
     app.disk->addFile(app.disk->addFolder(root, std::to_wstring(i)), L"f", 5);
   }
-  std::atomic<bool> gate{false};
-  std::atomic<bool> reading{false};
-  app.disk->onOpen = [&gate, &reading](const std::wstring&) {
-    reading = true;
-    while (!gate) std::this_thread::yield();
-  };
+  OpenGate gate(app);
   CHECK(app.post("/api/scan", "kind=map&path=") == R"(400 {"error":"geen pad opgegeven"})");
   CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":1,"ok":true})");
   CHECK(app.post("/api/scan", "path=M%3A%5Cnone&kind=drive&label=L+1") ==
@@ -31,14 +24,14 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(app.get("/api/dirs?id=1&p=M%3A") == R"(404 {"error":"noJob"})");
   CHECK(app.get("/api/ext?id=1&e=.iso") == R"(400 {"error":"noJob"})");
   CHECK(app.get("/api/export?id=1") == R"(400 {"error":"nopath"})");
-  while (!reading) std::this_thread::yield();
+  gate.waitUntilReached();
   const std::string jobs = app.get("/api/jobs");
   CHECK(jobs.starts_with(R"(200 [{"id":1,"path":"M:\\ré","kind":"map","label":"M:\\ré",)"
                          R"("state":"scanning","files":0,"bytes":0,"dirs":0,"phase":1,)"
                          R"("seconds":0,"status":"reading","current":"","error":"",)"
                          R"("method":"walk","noTurbo":"notlocal","elapsed":)"));
   CHECK(holds(jobs, R"("kind":"drive","label":"L 1","state":"error")"));
-  gate = true;
+  gate.shut = false;
   app.waitUntilDone(1);
   CHECK(
       holds(app.get("/api/jobs"), R"("state":"done","files":20,"bytes":100,"dirs":21,"phase":3)"));
@@ -47,15 +40,15 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(first.status == 200);
   CHECK(first.body == app.ask("GET", "/api/result?id=1").body); // shared, not copied
   CHECK(first.payload().starts_with(R"({"meta":{"path":"M:\\ré",)"));
-
   CHECK(first.payload().find("partial") == std::string::npos);
 
   // A scan that was stopped says so in the list, in its document and in its CSV.
-  gate = reading = false;
+  gate.reached = 0;
+  gate.shut = true;
   CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
-  while (!reading) std::this_thread::yield();
+  gate.waitUntilReached();
   CHECK(app.get("/api/cancel?id=3") == R"(200 {"ok":true})");
-  gate = true;
+  gate.shut = false;
   app.waitUntilDone(3);
   CHECK(app.get("/api/jobs").ends_with(R"("noTurbo":"notlocal","partial":"cancelled"}])"));
   CHECK(holds(app.get("/api/result?id=3"), R"("binned":0,"partial":"cancelled"},"tree")"));
@@ -65,11 +58,11 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(app.get("/api/forget?id=1") == R"(200 {"ok":true})");
   CHECK(app.get("/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
   // Forgetting a running scan stops it.
-  gate = false;
+  gate.shut = true;
   CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":4,"ok":true})");
   std::shared_ptr<Job> forgotten = app.state.jobs.find(4);
   CHECK(app.get("/api/forget?id=4") == R"(200 {"ok":true})");
-  gate = true;
+  gate.shut = false;
   while (!forgotten->done) std::this_thread::yield();
   CHECK(forgotten->result.fileCount < 20);
   const std::weak_ptr<Job> freed = forgotten;

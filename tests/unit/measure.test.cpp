@@ -12,11 +12,7 @@
 using namespace vorda;
 using namespace vorda::test;
 
-namespace {
-
 using Numbers = std::vector<std::uint64_t>;
-
-} // namespace
 
 TEST_CASE("measuring does not follow links") {
   MemoryDisk folders;
@@ -62,19 +58,18 @@ TEST_CASE("types get what their files take on the disk, one file measured alone 
 }
 
 TEST_CASE("what went from a folder that is still there") {
-  const auto loss = [](std::uint64_t bytes, std::uint64_t files, std::uint64_t folders,
-                       std::uint64_t links) {
-    PathMeasure before;
-    before.bytes = 50;
-    before.files = 3;
-    before.folders = 2;
-    before.links = 1;
-    PathMeasure after;
-    after.bytes = bytes;
-    after.files = files;
-    after.folders = folders;
-    after.links = links;
-    const Loss one = lossBetween(before, after);
+  const auto measured = [](std::uint64_t bytes, std::uint64_t files, std::uint64_t folders,
+                           std::uint64_t links) {
+    PathMeasure one;
+    one.bytes = bytes;
+    one.files = files;
+    one.folders = folders;
+    one.links = links;
+    return one;
+  };
+  const auto loss = [&](std::uint64_t bytes, std::uint64_t files, std::uint64_t folders,
+                        std::uint64_t links) {
+    const Loss one = lossBetween(measured(50, 3, 2, 1), measured(bytes, files, folders, links));
     return Numbers{one.bytes, one.files, one.any ? 1U : 0U};
   };
   CHECK(loss(50, 3, 2, 1) == Numbers{0, 0, 0});

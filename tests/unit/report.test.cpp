@@ -61,10 +61,7 @@ TEST_CASE("possible duplicates in the document and in the CSV") {
   builder.file(L"a", L"one.zip", 5);
   builder.file(L"a", L"two.txt", 4);
   job.result = std::move(builder.summed());
-  TreeOptions options;
-  options.maxTypes = 1;
-  options.maxFiles = 2;
-  const std::string document = buildResultDocument(job, options, 0);
+  const std::string document = buildResultDocument(job, {.maxFiles = 2, .maxTypes = 1}, 0);
   CHECK(document.substr(document.find("\"exts\"")) ==
         R"("exts":[{"e":".iso","s":6442450944,"c":3}],)"
         R"("files":[{"p":"C:\\a\\same.iso","s":2147483648,"m":0},)"
@@ -73,8 +70,7 @@ TEST_CASE("possible duplicates in the document and in the CSV") {
         R"("target":"","paths":["C:\\a\\same.iso","C:\\b\\same.iso","C:\\c\\same.iso"],)"
         R"("pathBytes":[2147483648,2147483648,2147483648],"pathFiles":[1,1,1],)"
         R"("pathGroup":[1,1,1],"pathLock":["","",""],"notes":["3x  same.iso  -  2,0 GB"]}]})");
-  options.maxTypes = options.maxFiles = -1;
-  const std::string none = buildResultDocument(job, options, 0);
+  const std::string none = buildResultDocument(job, {.maxFiles = -1, .maxTypes = -1}, 0);
   CHECK(none.find(R"("exts":[],"files":[],)") != std::string::npos);
   CHECK(buildCsvReport(job, CsvKind::advice, {2026, 1, 2, 3, 4, 5}, 0)
             .ends_with("\"duplicates\",\"serious\",4294967296,"

@@ -73,8 +73,8 @@ struct World {
 
   std::string removeCopy(const std::string& path, const std::string& seen, const std::string& keep,
                          const std::string& keepSeen) {
-    return app.post("/api/delete", "permanent=1&p=" + path + "&seen=" + seen +
-                                       "&keep=" + keep + "&keepseen=" + keepSeen);
+    return app.post("/api/delete", "permanent=1&p=" + path + "&seen=" + seen + "&keep=" + keep +
+                                       "&keepseen=" + keepSeen);
   }
 };
 
@@ -299,8 +299,7 @@ TEST_CASE("files that change at any moment of a deletion") {
     const std::vector<std::string> names = {"C:\\a\\1", "C:\\b\\2", "C:\\3", "C:\\plain"};
     for (const std::string& name : names) world.write(toUtf16(name), "same");
     const auto seen = world.compare({names[0], names[1], names[2]});
-    const std::string dry =
-        world.app.post("/api/delete", "p=" + names[3] + "&dryrun=1&seen=1");
+    const std::string dry = world.app.post("/api/delete", "p=" + names[3] + "&dryrun=1&seen=1");
     const std::string plainSeen = listIn(dry, "seen").at(0);
 
     unsigned step = 0;
@@ -341,10 +340,10 @@ TEST_CASE("files that change at any moment of a deletion") {
       return take(path);
     };
     const std::string told = world.app.post(
-        "/api/delete", "permanent=1&p=" + names[0] + "&p=" + names[1] +
-                           "&p=" + names[3] + "&seen=" + seen[0] + "&seen=" + seen[1] +
-                           "&seen=" + plainSeen + "&keep=C:%5C3&keep=C:%5C3&keep=&keepseen=" +
-                           seen[2] + "&keepseen=" + seen[2] + "&keepseen=");
+        "/api/delete", "permanent=1&p=" + names[0] + "&p=" + names[1] + "&p=" + names[3] +
+                           "&seen=" + seen[0] + "&seen=" + seen[1] + "&seen=" + plainSeen +
+                           "&keep=C:%5C3&keep=C:%5C3&keep=&keepseen=" + seen[2] +
+                           "&keepseen=" + seen[2] + "&keepseen=");
     CHECK(told.starts_with("200"));
     if (holds(told, "\"why\"")) ++refused;
   }

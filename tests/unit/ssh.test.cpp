@@ -7,6 +7,7 @@
 #include "scan/ssh/ssh_target.h"
 #include "support/app.h"
 #include "support/cases.h"
+#include "support/played_ssh.h"
 #include "tree/size_tree.h"
 
 #include <sstream>
@@ -43,34 +44,6 @@ struct Listing {
       out << toUtf8(filePath(result, file)) << ' ' << file.size << ' ' << file.modified << '\n';
     }
     return out.str();
-  }
-};
-
-// Plays back texts, then ends; "" stands for a read without output.
-struct Played final : SshProcess {
-  std::vector<std::string> texts;
-  std::function<void()> onSilence;
-  std::function<void()> onClose;
-  std::uint32_t exitCode = 1;
-  std::string* trace = nullptr; // how the process was stopped
-
-  Read read(char* buffer, std::size_t size, std::chrono::milliseconds wait,
-            std::size_t& count) override {
-    CHECK(wait.count() <= 100);
-    if (texts.empty()) return Read::end;
-    const std::string text = texts.front();
-    texts.erase(texts.begin());
-    if (text.empty()) onSilence();
-    count = text.copy(buffer, size);
-    return text.empty() ? Read::silence : Read::bytes;
-  }
-  void end() override {
-    if (trace != nullptr) *trace += " ended";
-  }
-  std::uint32_t close(std::chrono::milliseconds) override {
-    if (trace != nullptr) *trace += " closed";
-    if (onClose) onClose();
-    return exitCode;
   }
 };
 

@@ -141,9 +141,7 @@ TEST_CASE("parts of a stream, wherever its extents lie") {
     image[i] = static_cast<std::uint8_t>(i / 512 * 3 + i % 7);
   }
   MemoryVolume volume(image);
-  MftLayout layout;
-  layout.sectorBytes = 512;
-  layout.clusterBytes = 2048;
+  const MftLayout layout{.sectorBytes = 512, .clusterBytes = 2048};
   const std::vector<Extent> extents = {{10, 2}, {30, 1}, {5, 3}};
   Bytes whole;
   for (const Extent& one : extents) {

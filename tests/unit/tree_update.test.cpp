@@ -8,8 +8,6 @@ using namespace vorda::test;
 
 namespace {
 
-constexpr std::uint64_t kMiB = 1ULL << 20;
-
 // The master file table of a drive in memory: each file and folder is the record of its number.
 void addRecords(TestVolume& volume, const DiskNode& folder, std::uint64_t parent) {
   for (const auto& node : folder.children) {

@@ -14,14 +14,14 @@ namespace vorda {
 struct FakeClient {
   using TimePoint = Connection::TimePoint;
 
-  std::vector<std::string> pieces; // then the stream ends, unless it is silent
+  std::vector<std::string> pieces{}; // then the stream ends, unless it is silent
   bool silent = false;
   std::chrono::milliseconds perPiece{0}; // how long each takes to arrive, and the end
   std::size_t reads = std::numeric_limits<std::size_t>::max(); // so many bytes each perRead
   std::chrono::milliseconds perRead{0};
 
   TimePoint now{};
-  std::string sent;
+  std::string sent{};
   bool ended = false;
   bool closed = false;
 

@@ -17,6 +17,8 @@
 
 namespace vorda::test {
 
+inline constexpr std::uint64_t kMiB = 1ULL << 20;
+
 struct DiskNode {
   std::wstring name;
   std::wstring shortName;
@@ -48,8 +50,8 @@ public:
   std::vector<std::wstring> unreadable;              // folders that cannot be listed
   std::vector<std::wstring> endingEarly;             // folders whose listing fails at the end
   std::function<void(const std::wstring&)> onRemove; // called before an entry is removed by handle
-  bool linksAreStuck = false;    // the system cannot open a link as such
-  std::set<std::wstring> denied; // paths that this account may not delete
+  bool linksAreStuck = false;                        // the system cannot open a link as such
+  std::set<std::wstring> denied;                     // paths that this account may not delete
   std::string log;
   bool logFails = false;
   bool journalFails = false;
