@@ -89,8 +89,6 @@ struct World {
 
 void checkOperation(const char* what, const Question& question, std::uint64_t left) {
   const std::uint64_t count = forEveryAllocation(what, [&](std::uint64_t n, Failing how) {
-    CAPTURE(what);
-    CAPTURE(n);
     World world;
     const std::string answer = askWithout(world.app, n, how, question);
     CHECK((answer == kNoMemoryAnswer || answer.starts_with("200 {")));
@@ -135,7 +133,6 @@ TEST_CASE("a connection without memory is answered or closed, and its place is f
       body.substr(100)};
   ConnectionTable connections;
   forEveryAllocation("connection", [&](std::uint64_t n, Failing how) {
-    CAPTURE(n);
     FakeClient client{.pieces = pieces};
     client.sent.reserve(65'536);
     const std::int64_t before = blocksInUse();
@@ -179,7 +176,6 @@ TEST_CASE("the command line without memory writes its whole result or says why n
         L"C:\\r", L"a result with a long name.out", format, CsvKind::files, L"txt", L""};
     const std::string_view end = format == std::string_view("json") ? "}" : "\r\n";
     forEveryAllocation(format, [&](std::uint64_t n, Failing how) {
-      CAPTURE(n);
       std::string written;
       bool told = false;
       written.reserve(65'536);

@@ -28,6 +28,8 @@ forEveryAllocation(const char* what, const std::function<void(std::uint64_t, Fai
   const std::uint64_t step = all ? 1 : std::max<std::uint64_t>(count / kTried, 1);
   for (const Failing how : {Failing::once, Failing::on}) {
     std::uint64_t n = how == Failing::once ? 0 : step / 2;
+    CAPTURE(what);
+    CAPTURE(n);
     for (attempt(n, how); FailingMemory::failed(); attempt(n, how)) n += step;
     MESSAGE(std::string(what), ": every ", step, "th of ", n, " allocations");
   }

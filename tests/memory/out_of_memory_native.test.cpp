@@ -50,7 +50,6 @@ void checkJobs(const char* what, const ScanSteps& steps,
       FailingMemory failing(n, how);
       runJob(*job, steps);
       failing.end();
-      CAPTURE(n);
       const ProgressTexts texts = job->progress.texts();
       CHECK((job->done && job->resultReady && job->password.empty()));
       if (texts.error.empty()) {
@@ -172,7 +171,6 @@ TEST_CASE("a search without memory fails as such, and the next one finds everyth
     const std::string expected = facts(app.resultOf(row.path));
     const std::int64_t before = blocksInUse();
     forEveryAllocation(row.path, [&](std::uint64_t n, Failing how) {
-      CAPTURE(n);
       const std::string answer = askWithout(app, n, how, {"POST", row.path, row.fields}, [&row] {
         while (row.run.running()) std::this_thread::yield();
       });
@@ -193,7 +191,6 @@ TEST_CASE("a scan that could not be noted as forgotten is in no result either") 
   app.addContent(L"C:\\", L"one.txt", "text");
   app.scanned("C:");
   forEveryAllocation("forget", [&](std::uint64_t n, Failing how) {
-    CAPTURE(n);
     const int id = app.scanned("C:");
     OpenGate gate(app);
     app.post("/api/findfiles", "min=1&names=one&ids=" + std::to_string(id));
@@ -261,8 +258,6 @@ TEST_CASE("every request without memory is answered as such or right") {
     };
     tidy();
     forEveryAllocation(path.c_str(), [&](std::uint64_t n, Failing how) {
-      CAPTURE(path);
-      CAPTURE(n);
       if (path == "/api/targets") setStartPath();
       const std::string answer = untimed(askWithout(app, n, how, question));
       CHECK((answer == expected || answer == kNoMemoryAnswer ||

@@ -216,8 +216,6 @@ TEST_CASE("a name is kept as it is, but for what would change the meaning of a p
         std::wstring wanted = name;
         const bool replaced = unit == L'\0' || unit == L'/' || unit == L'\\' || name == L".";
         if (replaced) wanted[at] = kReplacement;
-        CAPTURE(length);
-        CAPTURE(at);
         PooledName pooled;
         REQUIRE(added(writer, name, pooled));
         CHECK(pooled.narrow == (!replaced && unit < 0x100));

@@ -17,43 +17,21 @@ constexpr const char* kForeign = R"(403 {"error":"foreignOrigin"})";
 constexpr const char* kNoKey = R"(401 {"error":"onjuiste of ontbrekende sleutel"})";
 constexpr const char* kUnknown = R"(404 {"error":"onbekend eindpunt"})";
 
-// How the response of each route to a POST with an empty body begins. A new route needs a
-// row here.
+// How routes answer a POST with an empty body, where nothing else shows it.
 const std::map<std::string, std::string> kBareAnswers = {
-    {"/api/hello", "200 {\"auth\":"},
     {"/api/about",
      R"(200 {"version":"1.9.0","signed":true,"log":"","crash":{"path":"C:\\r\\crash.dmp","time":7}})"},
     {"/api/openapi.json", R"(200 {"openapi":1})"},
-    {"/api/targets", "200 {\"drives\":[{"},
-    {"/api/browse", "200 {\"path\":\"\",\"parent\":\"\",\"dirs\":[{"},
-    {"/api/jobs", "200 ["},
     {"/api/files", R"(400 {"error":"nopath"})"},
-    {"/api/account", R"(404 {"error":"noJob"})"},
     {"/api/file", R"(400 {"error":"nopath"})"},
     {"/api/dirs", R"(400 {"error":"nopath"})"},
-    {"/api/scan", R"(400 {"error":"geen pad opgegeven"})"},
     {"/api/ext", R"(400 {"error":"nopath"})"},
     {"/api/types", R"(400 {"error":"nopath"})"},
-    {"/api/open", R"(400 {"error":"niets opgegeven"})"},
-    {"/api/export", R"(400 {"error":"nopath"})"},
-    {"/api/result", R"(404 {"error":"opdracht onbekend"})"},
     {"/api/cancel", R"(200 {"ok":true})"},
     {"/api/forget", R"(200 {"ok":true})"},
-    {"/api/update", R"(502 {"ok":false,)"},
-    {"/api/findfiles", R"(400 {"error":"needFilter"})"},
-    {"/api/emptybin", R"(200 {"ok":true,"bytes":0,"items":0})"},
-    {"/api/cleanup", R"(404 {"error":"noJob"})"},
-    {"/api/delete", R"(400 {"error":"niets opgegeven"})"},
-    {"/api/dupsacross", R"(200 {"started":true,"running":true})"},
-    {"/api/verifydups", R"(400 {"error":"niets opgegeven"})"},
-    {"/api/elevate", R"(200 {"ok":true,"already":true})"},
-    {"/api/quit", "200 {\"ok\":true}"},
     {"/api/reveal", R"(200 {"ok":true})"},
-    {"/api/cleanable", R"(404 {"error":"noJob"})"},
-    {"/api/bins", R"(200 {"bytes":0,"items":0,"bins":[]})"},
-    {"/api/log", R"(200 {"entries":[],"more":false})"},
-    {"/api/preview", R"(404 {"error":"noPreview"})"},
-    {"/api/openbin", R"(200 {"ok":true})"}};
+    {"/api/elevate", R"(200 {"ok":true,"already":true})"},
+    {"/api/log", R"(200 {"entries":[],"more":false})"}};
 
 } // namespace
 
@@ -61,7 +39,6 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
   for (const Route& route : routes()) {
     const std::string path(route.path);
     CAPTURE(path);
-    REQUIRE(kBareAnswers.contains(path));
     App page;
     CHECK(page.post(path, "", {{"host", "evil.example"}}) == kForeign);
     CHECK(page.quits == 0);
@@ -75,23 +52,18 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
       const bool unknown = page.told(method, path) == kUnknown;
       CHECK(unknown == (!route.method.empty() && rows == 1));
     }
-    CHECK(App().post(path).starts_with(kBareAnswers.at(path)));
+    const std::string bare = App().post(path);
+    CHECK(bare != kUnknown);
 
     App agent;
     agent.state.remote = agent.state.keyRequired = true;
     CHECK((agent.post(path) == kNoKey) == (path != "/api/hello"));
-    const std::string withKey = agent.post(path, "", {{"x-vorda-token", "KEY23"}});
-    // These are about the machine that somebody sits at.
+    // These are about the machine that somebody sits at, and the key.
     const bool local = path == "/api/quit" || path == "/api/elevate" || path == "/api/openbin" ||
-                       path == "/api/preview";
-    if (!local) {
-      CHECK(withKey.starts_with(kBareAnswers.at(path)));
-    }
+                       path == "/api/preview" || path == "/api/hello";
+    CHECK((agent.post(path, "", {{"x-vorda-token", "KEY23"}}) == bare) == !local);
   }
-  for (const auto& row : kBareAnswers) {
-    CHECK(std::any_of(routes().begin(), routes().end(),
-                      [&row](const Route& one) { return one.path == row.first; }));
-  }
+  for (const auto& [path, bare] : kBareAnswers) CHECK(App().post(path) == bare);
 }
 
 TEST_CASE("who counts as foreign, with and without a key") {

@@ -18,8 +18,6 @@ TEST_CASE("what a listing says is allocated, in clusters or in the file's record
       {100, 104, 0, 104},          {0, 0, 0, 0},
   };
   for (const Row& row : rows) {
-    CAPTURE(row.allocated);
-    CAPTURE(row.cluster);
     FolderItem item;
     item.size = row.size;
     item.disk = row.allocated;

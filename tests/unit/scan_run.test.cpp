@@ -8,6 +8,11 @@ using namespace vorda;
 
 namespace {
 
+ScanRunRequest asked(const wchar_t* target, const wchar_t* file = L"o", const char* format = "json",
+                     const wchar_t* extensions = L"", const wchar_t* names = L"") {
+  return {target, file, format, CsvKind::files, extensions, names};
+}
+
 struct Run {
   std::string messages;
   std::string output;
@@ -15,14 +20,11 @@ struct Run {
   int code = -1;
   ScanRunStop stop;
 
-  // duringScan: what happens while the scan runs.
-  Run(
-      const ScanRunRequest& request, const ScanResult& found, std::string_view failure = {},
-      const std::function<void(Run&)>& duringScan = [](Run&) {},
-      const TurboVerdict& verdict = {false, kNotLocal}) {
+  Run(const ScanRunRequest& request, const ScanResult& found, std::string_view failure = {},
+      bool stopped = false, const TurboVerdict& verdict = {false, kNotLocal}) {
     ScanSteps steps;
     const auto method = [&](ScanProgress& progress, ScanResult& result) {
-      duringScan(*this);
+      if (stopped) stop.request();
       result = found;
       if (progress.cancelRequested) result.partial = Partial::cancelled;
       progress.edit([&](ProgressTexts& texts) { texts.failure = failure; });
@@ -63,8 +65,7 @@ TEST_CASE("the summary says why turbo was not used") {
       {"notfixed", "  turbo mode unavailable: notfixed"},
       {"", ""}};
   for (const auto& [word, said] : rows) {
-    const Run run({L"D:", L"o", "json", CsvKind::files, L"", L""}, found, {}, [](Run&) {},
-                  {false, word});
+    const Run run(asked(L"D:"), found, {}, false, {false, word});
     CHECK(run.code == 0);
     CHECK(run.output == "Vorda: D:\\  0 files  1.0 KB  0.3 s  ()  2 folders could not be read" +
                             std::string(said) + "\n  -> o\n");
@@ -74,7 +75,7 @@ TEST_CASE("the summary says why turbo was not used") {
 }
 
 TEST_CASE("what cannot be written is not scanned") {
-  const Run run({L"C:\\x", L"full", "json", CsvKind::files, L"", L""}, {});
+  const Run run(asked(L"C:\\x", L"full"), {});
   CHECK(run.code == 1);
   CHECK(run.messages == "Vorda: could not write full: no room\n");
   CHECK((run.output + run.written).empty());
@@ -82,42 +83,39 @@ TEST_CASE("what cannot be written is not scanned") {
 
 TEST_CASE("the summary says what the result lacks") {
   ScanResult found;
-  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L""}, found).rest() == ")\n  -> o\n");
+  CHECK(Run(asked(L"C:\\x"), found).rest() == ")\n  -> o\n");
   found.skippedFolders = 5;
-  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L""}, found).rest() ==
-        ")  5 entries skipped\n  -> o\n");
+  CHECK(Run(asked(L"C:\\x"), found).rest() == ")  5 entries skipped\n  -> o\n");
   found.skippedFolders = 1;
   found.partial = Partial::cancelled;
-  CHECK(Run({L"C:\\x", L"o", "csv", CsvKind::files, L"", L""}, found).rest() ==
+  CHECK(Run(asked(L"C:\\x", L"o", "csv"), found).rest() ==
         ")  1 entry skipped  partial: cancelled\n  -> o\n");
   // A filter's hits are counted, and the JSON document does not list all of them.
   found = {};
   found.folders.emplace_back().name = L"C:\\x";
   found.files.resize(121, {0, L"f", 1, 0});
-  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L"f"}, found).rest() ==
+  CHECK(Run(asked(L"C:\\x", L"o", "json", L"", L"f"), found).rest() ==
         ")  121 files match, JSON lists the largest 120\n  -> o\n");
-  CHECK(Run({L"C:\\x", L"o", "csv", CsvKind::files, L".f", L""}, found).rest() ==
+  CHECK(Run(asked(L"C:\\x", L"o", "csv", L".f", L""), found).rest() ==
         ")  121 files match\n  -> o\n");
   found.files.resize(1);
-  CHECK(Run({L"C:\\x", L"o", "json", CsvKind::files, L"", L"f"}, found).rest() ==
+  CHECK(Run(asked(L"C:\\x", L"o", "json", L"", L"f"), found).rest() ==
         ")  1 file matches\n  -> o\n");
 }
 
 TEST_CASE("a broken scan is written and fails; a failed one tells the code of ssh") {
   ScanResult found;
   found.partial = Partial::broken;
-  const Run broken({L"me@h:/x", L"o", "json", CsvKind::files, L"", L""}, found);
+  const Run broken(asked(L"me@h:/x"), found);
   CHECK(broken.code == 1);
   CHECK(broken.written.find(R"("partial":"broken"})") != std::string::npos);
   CHECK(broken.rest() == ")  partial: broken\n  -> o\n");
   CHECK(broken.messages == "Vorda: scanning me@h:/x\nVorda: the connection broke; the result is "
                            "only a part\n");
-  const Run toOutput({L"me@h:/x", L"-", "json", CsvKind::files, L"", L""}, found);
+  const Run toOutput(asked(L"me@h:/x", L"-"), found);
   CHECK(toOutput.code == 1);
   CHECK(toOutput.output.ends_with("}"));
-  const auto said = [](std::string_view word) {
-    return Run({L"me@h:/x", L"o", "json", CsvKind::files, L"", L""}, {}, word).messages;
-  };
+  const auto said = [](std::string_view word) { return Run(asked(L"me@h:/x"), {}, word).messages; };
   CHECK(said("sshFailed:1").ends_with("or host key changed (exit code 1)\n"));
   CHECK(said("sshEmpty").ends_with("does the path exist?\n"));
   CHECK(said("sshDenied").ends_with("the account Vorda runs as\n"));
@@ -125,8 +123,7 @@ TEST_CASE("a broken scan is written and fails; a failed one tells the code of ss
 
 TEST_CASE("a run that the user stops writes nothing") {
   const auto stopped = [](const wchar_t* file, const char* format, std::string_view failure = {}) {
-    return Run({L"C:\\x", file, format, CsvKind::files, L"", L""}, {}, failure,
-               [](Run& run) { run.stop.request(); });
+    return Run(asked(L"C:\\x", file, format), {}, failure, true);
   };
   for (const Run& run : {stopped(L"o", "json"), stopped(L"o", "csv"), stopped(L"-", "json")}) {
     CHECK(run.code == 1);

@@ -117,7 +117,6 @@ TEST_CASE("after turbo, a file with several names counts at the first that is le
       }
       const auto job = app.scanJob("C:%5C");
       for (const std::string& paths : row) {
-        CAPTURE(paths);
         app.post("/api/delete", "job=1&permanent=1&p=C:%5C" + paths);
         checkLikeFreshScan(app, *job);
       }

@@ -5,7 +5,6 @@ using namespace vorda;
 
 TEST_CASE("valid and invalid versions, and which one is newer") {
   for (const auto& row : test::cases("versions.txt", 3)) {
-    CAPTURE(row[1]);
     if (row[0].ends_with("valid")) {
       CHECK(isVersionText(row[1]) == (row[0] == "valid"));
     } else {
