@@ -19,6 +19,11 @@ struct OnDisk {
   bool looks = true;
   bool readable = true;
   int reads = 0;
+
+  void becomes(std::uint8_t other) {
+    ++state.mark;
+    content = other;
+  }
 };
 
 SeenContents contentsOf(std::uint8_t content, std::uint64_t readAtMs) {
@@ -119,11 +124,7 @@ TEST_CASE("contents that were seen count for a minute, while the file looks the 
           {"another time", "yes 10", [](World& one) { ++one.go().state.mark; }},
           {"another file", "yes 10", [](World& one) { one.go().state.identity->volume = 9; }},
           {"another kind", "yes 10", [](World& one) { one.expected.seen->kind = SeenKind::link; }},
-          {"other contents", "no 10",
-           [](World& one) {
-             ++one.go().state.mark;
-             one.go().content = 'y';
-           }},
+          {"other contents", "no 10", [](World& one) { one.go().becomes('y'); }},
           {"cannot be read", "no 10",
            [](World& one) {
              ++one.go().state.mark;
@@ -145,16 +146,12 @@ TEST_CASE("a copy goes only while an equal one stays") {
            [](World& one) { one.expected.keepSeen.reset(); }},
           {"nothing seen of the one that goes", "yes 11",
            [](World& one) { one.expected.seen.reset(); }},
-          {"the one that stays has changed", "no 11",
-           [](World& one) {
-             ++one.stay().state.mark;
-             one.stay().content = 'y';
-           }},
+          {"the one that stays has changed", "no 11", [](World& one) { one.stay().becomes('y'); }},
           {"another size", "no 00", [](World& one) { ++one.stay().state.bytes; }},
           {"both changed alike", "no 11",
            [](World& one) {
-             ++one.go().state.mark;
-             one.go().content = one.stay().content = 'y';
+             one.go().becomes('y');
+             one.stay().content = 'y';
            }},
           {"both changed alike, unseen", "yes 11",
            [](World& one) {

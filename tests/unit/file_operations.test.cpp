@@ -31,9 +31,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
       {"p=c:/R/loose.TXT&p=C:%5Cr%5Cempty&p=C:%5Cr%5Clink", R"("deleted":3,"bytes":100,)"},
       {"p=C:%5Cr%5Cb&p=C:%5Cr%5CLocked&p=C:%5Cr%5Cstuck",
        R"("deleted":1,"bytes":157286603,"freed":157286603,"binned":0,)"}};
-  for (const auto& row : rows) {
-    const std::string& fields = row.first;
-    CAPTURE(fields);
+  for (const auto& [fields, outcome] : rows) {
     App app;
     fill(*app.disk);
     app.disk->add(L"C:\\r\\locked\\in\\use.bin", 70 * kMiB).locked = true;
@@ -45,7 +43,7 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
     const std::string dry = app.post("/api/delete", fields + "&job=1&permanent=1&dryrun=1");
     CHECK(job->freed == 0);
     const std::string told = app.post("/api/delete", fields + "&job=1&permanent=1");
-    CHECK(holds(told, row.second));
+    CHECK(holds(told, outcome));
     CHECK(app.disk->shellCalls == 1);
     const std::string refused = told.substr(told.find("\"refused\""));
     std::string partial;
@@ -261,25 +259,22 @@ TEST_CASE("during a deletion queries are answered and only operations on the sam
       while (!gate) std::this_thread::yield();
     }
   };
-  const auto remove = [&app, &done](const char* fields) {
-    return std::thread([&app, &done, fields] {
-      app.post("/api/delete", fields);
+  std::vector<std::thread> threads;
+  const auto begin = [&](const char* path, const char* fields) {
+    threads.emplace_back([&app, &done, path, fields] {
+      app.post(path, fields);
       ++done;
     });
   };
-  std::vector<std::thread> threads;
-  threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Ca"));
+  begin("/api/delete", "job=1&permanent=1&p=C:%5Cr%5Ca");
   while (inShell == 0) std::this_thread::yield();
   CHECK(app.get("/api/jobs").starts_with("200 [{\"id\":1,"));
   CHECK(holds(app.get("/api/result?id=1"), "big.iso"));
   CHECK(holds(app.get("/api/dirs?id=1&p=C:%5Cr"), "\"n\":\"a\""));
-  threads.push_back(remove("job=2&permanent=1&p=D:%5Cx")); // another scan's
+  begin("/api/delete", "job=2&permanent=1&p=D:%5Cx"); // another scan's
   while (done == 0) std::this_thread::yield();
-  threads.push_back(remove("job=1&permanent=1&p=C:%5Cr%5Cb"));
-  threads.emplace_back([&app, &done] {
-    app.post("/api/emptybin");
-    ++done;
-  });
+  begin("/api/delete", "job=1&permanent=1&p=C:%5Cr%5Cb");
+  begin("/api/emptybin", "");
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   CHECK(inShell == 2);
   CHECK(done == 1);

@@ -84,32 +84,31 @@ TEST_CASE("what one record says") {
   const auto from64 = [](std::uint64_t size) { return size | 64ULL << 32U; };
   const std::vector<Row> rows = {
       // Times, and attributes of files in the cloud, only from values that hold them.
-      {"0 5" + nameless, TestRecord().resident(kStandardInformation, bytesOf(32, {{8, time, 8}}))},
-      {nothing, TestRecord().resident(kStandardInformation, bytesOf(31, {{8, time, 8}}))},
+      {"0 5" + nameless, TestRecord().resident(kStandardInformation, bytesWith(32, 8, time, 8))},
+      {nothing, TestRecord().resident(kStandardInformation, bytesWith(31, 8, time, 8))},
       {nothing,
        TestRecord().nonResident(kStandardInformation, 0, {0}, from24(32)),
        {{256 + 34, time >> 16U, 6}}},
-      {nothing, TestRecord().resident(kStandardInformation, bytesOf(72, {{64, 2, 1}}))},
+      {nothing, TestRecord().resident(kStandardInformation, bytesWith(72, 64, 2, 1))},
       {nothing + " cloud", TestRecord().reparse(kCloud)},
       {nothing + " believed",
        TestRecord().nonResident(kReparsePoint, 0, {0x1A, 0x60, 0x00, 0x90}, from64(4))},
       {"4" + nothing.substr(1), TestRecord().resident(kData, {0x1A, 0x60, 0x00, 0x90})},
       // Of several names the one of the lowest rank, and of those the first.
-      {"0 0 | 0/0/0 | b@20/7, 5/4 : a b c d",
-       TestRecord()
-           .name(L"a", reference(9, 9), 9)
-           .name(L"A~1", reference(9, 9), 2)
-           .name(L"b", home, 3)
-           .name(L"c", reference(9, 9), 9)
-           .name(L"d", reference(9, 9), 3)},
+      {"0 0 | 0/0/0 | b@20/7, 5/4 : a b c d", TestRecord()
+                                                  .name(L"a", reference(9, 9), 9)
+                                                  .name(L"A~1", reference(9, 9), 2)
+                                                  .name(L"b", home, 3)
+                                                  .name(L"c", reference(9, 9), 9)
+                                                  .name(L"d", reference(9, 9), 3)},
       {"0 0 | 0/0/0 | p@20/7, 2/2 : l p",
        TestRecord().name(L"l", reference(9, 9), 3).name(L"p", home, 0)},
       {"0 0 | 0/0/0 | A~1@20/7, 1/0", TestRecord().name(L"A~1", home, 2)},
       {"0 0 | 0/0/0 | f@4294967295/7, 1/1 : f", TestRecord().name(L"f", reference(1ULL << 32U, 7))},
       // No names: too short, empty, beyond the attribute, or not resident.
-      {nothing, TestRecord().resident(kFileName, bytesOf(65, {{64, 1, 1}}))},
+      {nothing, TestRecord().resident(kFileName, bytesWith(65, 64, 1, 1))},
       {"0 0 | 0/0/0 | x@0/0, 1/1 : x",
-       TestRecord().resident(kFileName, bytesOf(66, {{64, 1, 1}})),
+       TestRecord().resident(kFileName, bytesWith(66, 64, 1, 1)),
        {{256 + 24 + 66, 'x', 2}}},
       {nothing, TestRecord().name(L"beyond", home), {{256 + 24 + 64, 200, 1}}},
       {nothing,

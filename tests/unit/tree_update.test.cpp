@@ -86,41 +86,9 @@ TEST_CASE("of two files whose names differ only in case, the one that went leave
     if (first) std::swap(stays, goes);
     // The system finds the one that is spelled alike.
     const std::wstring name = std::exchange(stays->name, L"aside");
-    app.told("POST", "/api/delete", "job=1&permanent=1&p=C:%5Cr%5C" + toUtf8(goes->name));
+    app.post("/api/delete", "job=1&permanent=1&p=C:%5Cr%5C" + toUtf8(goes->name));
     stays->name = name;
     checkLikeFreshScan(app, *job);
-  }
-}
-
-TEST_CASE("after turbo, a file with several names counts at the first that is left") {
-  const std::vector<std::vector<std::string>> rows = {
-      {"b%5Ctwo.iso", "a%5Cone.iso", "c%5Cthree.bin"},
-      {"a%5Cone.iso", "b%5Ctwo.iso", "c%5Cthree.bin"},
-      {"a", "b", "c"},
-      {"c%5Cthree.bin", "b", "a%5Cone.iso"},
-      {"b", "a%5Cone.iso"},
-      {"a%5Cone.iso&p=C:%5Cb%5Ctwo.iso"},
-      {"a%5Cone.iso&p=C:%5Cb"},
-      {"held", "a"}};
-  for (const std::uint64_t size : {60 * kMiB, std::uint64_t{9}}) {
-    for (const auto& row : rows) {
-      TurboApp app;
-      const DiskNode& first = app.file(L"C:\\a\\one.iso", size);
-      for (const wchar_t* path :
-           {L"C:\\b\\two.iso", L"C:\\c\\three.bin", L"C:\\held\\in\\four.iso"}) {
-        app.disk->hardLink(path, first);
-      }
-      app.disk->at(L"C:\\held\\in\\four.iso")->locked = true;
-      for (const wchar_t* path :
-           {L"C:\\a\\x.iso", L"C:\\b\\x.iso", L"C:\\c\\x.bin", L"C:\\held\\x"}) {
-        app.file(path, 70 * kMiB);
-      }
-      const auto job = app.scanJob("C:%5C");
-      for (const std::string& paths : row) {
-        app.post("/api/delete", "job=1&permanent=1&p=C:%5C" + paths);
-        checkLikeFreshScan(app, *job);
-      }
-    }
   }
 }
 

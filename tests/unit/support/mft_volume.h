@@ -25,6 +25,13 @@ inline void put(Bytes& bytes, std::size_t at, std::uint64_t value, std::size_t c
   }
 }
 
+// So many bytes, with a number at one place.
+inline Bytes bytesWith(std::size_t size, std::size_t at, std::uint64_t value, std::size_t count) {
+  Bytes bytes(size);
+  put(bytes, at, value, count);
+  return bytes;
+}
+
 inline std::uint64_t reference(std::uint64_t record, std::uint64_t sequence) {
   return record | sequence << 48U;
 }
@@ -115,21 +122,15 @@ public:
   }
 
   TestRecord& attributes(std::uint32_t flags) {
-    Bytes value(48);
-    put(value, 32, flags, 4);
-    return resident(kStandardInformation, value);
+    return resident(kStandardInformation, bytesWith(48, 32, flags, 4));
   }
 
   TestRecord& reparse(std::uint32_t tag) {
-    Bytes value(16);
-    put(value, 0, tag, 4);
-    return resident(kReparsePoint, value);
+    return resident(kReparsePoint, bytesWith(16, 0, tag, 4));
   }
 
   TestRecord& modified(std::uint64_t fileTime) {
-    Bytes value(32);
-    put(value, 8, fileTime, 8);
-    return resident(kStandardInformation, value);
+    return resident(kStandardInformation, bytesWith(32, 8, fileTime, 8));
   }
 
   TestRecord& name(const std::wstring& name, std::uint64_t parent, std::uint8_t nameSpace = 1) {
