@@ -331,8 +331,7 @@ TEST_CASE("a scan that fails while a file operation waits for it is left alone")
     app.post("/api/delete", "job=1&p=C:%5Cr%5Cb");
     std::string told;
     std::unique_lock other(job->fileOperation);
-    std::thread waiting(
-        [&] { told = app.post(path, "permanent=1&job=1&p=C:%5Cr%5Ctop.bin"); });
+    std::thread waiting([&] { told = app.post(path, "permanent=1&job=1&p=C:%5Cr%5Ctop.bin"); });
     while (!app.state.operations.any()) std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     failJob(*job);
