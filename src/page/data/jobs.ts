@@ -5,7 +5,7 @@ import { failure, size, t } from '../core/i18n';
 import { hasFailed, isDone, isRemote, isRunning, isScanning, isStopping, nameOf } from '../core/job';
 import { sameTarget } from '../core/paths';
 import { FAILURE, JOB_STATE, KIND } from '../core/words';
-import { announce, toast, toastFailure } from '../ui/toast';
+import { announce, reported, toast } from '../ui/toast';
 import { api, form, query } from './api';
 import { labelOf } from './hosts';
 import { Poller } from './poller';
@@ -166,23 +166,12 @@ export async function startScan(path: string, kind: string, label: string): Prom
   return id;
 }
 
-export async function rescan(job: Job): Promise<void> {
-  try {
-    await startScan(job.path, job.kind, job.label);
-  } catch (error) {
-    toastFailure(error);
-  }
-}
+export const rescan = (job: Job): Promise<void> => reported(startScan(job.path, job.kind, job.label));
 
-export async function cancelScan(id: number): Promise<void> {
-  try {
-    await api(query('/api/cancel', { id }));
-    state.stopped.add(id);
-    await poll();
-  } catch (error) {
-    toastFailure(error);
-  }
-}
+export const cancelScan = (id: number): Promise<void> => reported(api(query('/api/cancel', { id })).then(() => {
+  state.stopped.add(id);
+  return poll();
+}));
 
 function drop(id: number): void {
   state.jobs = state.jobs.filter((job) => job.id !== id);
@@ -194,20 +183,15 @@ function drop(id: number): void {
   dropFromSearches((_path, job) => job === id);
 }
 
-export async function forgetScan(id: number): Promise<void> {
-  try {
-    await api(query('/api/forget', { id }));
-    ++list.changes;
-    drop(id);
-    if (state.view === id) {
-      viewLast();
-      if (state.jobs.length === 0 && !isSearch(state.section)) state.section = 'picker';
-    }
-    changed('jobs', 'results', 'view', 'section');
-  } catch (error) {
-    toastFailure(error);
+export const forgetScan = (id: number): Promise<void> => reported(api(query('/api/forget', { id })).then(() => {
+  ++list.changes;
+  drop(id);
+  if (state.view === id) {
+    viewLast();
+    if (state.jobs.length === 0 && !isSearch(state.section)) state.section = 'picker';
   }
-}
+  changed('jobs', 'results', 'view', 'section');
+}));
 
 // Fetches the results again after a file operation. Expanded folders stay expanded.
 export async function refreshResults(ids: Iterable<number>): Promise<void> {

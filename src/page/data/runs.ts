@@ -4,7 +4,7 @@ import type { AcrossAnswer, CopyGroup, FindAnswer, Running } from '../core/answe
 import { Failure, messageOf, wordOf } from '../core/failure';
 import { t } from '../core/i18n';
 import { FAILURE } from '../core/words';
-import { toast, toastFailure } from '../ui/toast';
+import { reported, toast } from '../ui/toast';
 import { api, form, type FieldValue } from './api';
 import { Poller, pollPause } from './poller';
 import { changed, state, type Change } from './state';
@@ -65,13 +65,8 @@ export class BackgroundRun<A extends Running> {
     }
   }
 
-  async stop(): Promise<void> {
-    try {
-      await form(this.#path, { cancel: '1' });
-      await this.follow();
-    } catch (error) {
-      toastFailure(error);
-    }
+  stop(): Promise<void> {
+    return reported(form(this.#path, { cancel: '1' }).then(() => this.follow()));
   }
 }
 

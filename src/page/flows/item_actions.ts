@@ -3,20 +3,14 @@ import { isFile, type Entry } from '../core/entry';
 import { date, t } from '../core/i18n';
 import { form } from '../data/api';
 import { state } from '../data/state';
-import { copyText, toastFailure } from '../ui/toast';
+import { copyText, reported } from '../ui/toast';
 
 export type Opening = 'open' | 'terminal' | 'properties';
 
 // Only the program that runs for its own user opens anything; a server would do it on another screen.
 export const mayOpen = (): boolean => state.hello.canQuit;
 
-export async function openWith(what: Opening, path: string): Promise<void> {
-  try {
-    await form('/api/open', { what, p: path });
-  } catch (error) {
-    toastFailure(error);
-  }
-}
+export const openWith = (what: Opening, path: string): Promise<void> => reported(form('/api/open', { what, p: path }));
 
 type Item = Pick<Entry, 'kind' | 'path' | 'name' | 's' | 'f' | 'm' | 'a'>;
 

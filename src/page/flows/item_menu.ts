@@ -8,7 +8,7 @@ import { KIND } from '../core/words';
 import { startScan } from '../data/jobs';
 import { goTo, state, treeOf, viewOf } from '../data/state';
 import { openMenu, type MenuItem, type MenuPlace } from '../ui/menu';
-import { toastFailure } from '../ui/toast';
+import { reported } from '../ui/toast';
 import { openDeletion } from './deletion';
 import { copyPaths, copyTable, mayOpen, openWith } from './item_actions';
 import { deleteMarks, toggleMark } from './marks';
@@ -19,13 +19,9 @@ export interface MenuExtras {
   below?: MenuItem; // opens everything in it
 }
 
-async function scanFolder(path: string): Promise<void> {
-  try {
-    goTo('picker');
-    await startScan(path, KIND.folder, path);
-  } catch (error) {
-    toastFailure(error);
-  }
+function scanFolder(path: string): Promise<void> {
+  goTo('picker');
+  return reported(startScan(path, KIND.folder, path));
 }
 
 // The marked items, if this is one of them: then the commands are about all of them.

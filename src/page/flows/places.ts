@@ -4,7 +4,7 @@ import { isFolder } from '../core/entry';
 import { api, query } from '../data/api';
 import { expandTo } from '../data/folders';
 import { changed, goTo, state, treeOf, viewOf } from '../data/state';
-import { toast, toastFailure } from '../ui/toast';
+import { reported, toast } from '../ui/toast';
 
 // Shows a path in the tree; openPath expands it as well.
 export function openPath(path: string): void {
@@ -28,11 +28,5 @@ export function openInMap(path: string): void {
   goTo('map');
 }
 
-export async function reveal(path: string): Promise<void> {
-  try {
-    await api(query('/api/reveal', { p: path }));
-    toast(t('revealed'));
-  } catch (error) {
-    toastFailure(error);
-  }
-}
+export const reveal = (path: string): Promise<void> =>
+  reported(api(query('/api/reveal', { p: path })).then(() => toast(t('revealed'))));

@@ -9,7 +9,7 @@ import { changed, state } from '../data/state';
 import { append, button, el, icon, setIcon, setText, type Child } from '../ui/dom';
 import { cut, numberColumn, plainTable, textColumn } from '../ui/plain_table';
 import type { Column } from '../ui/table';
-import { toastFailure } from '../ui/toast';
+import { reported } from '../ui/toast';
 import { openLog } from './log';
 
 const FIRST_ELAPSED_MS = 2000;
@@ -92,17 +92,9 @@ export function working(): Working {
   };
 }
 
-async function openBin(): Promise<void> {
-  try {
-    await form('/api/openbin', {});
-  } catch (error) {
-    toastFailure(error);
-  }
-}
-
 // What can be looked at afterwards.
 export function afterwards(place: HTMLElement, binned: boolean, more: Child = null): void {
   append(place, el('div', { class: 'actions' }, more,
-    binned && state.hello.canQuit ? button(t('openBin'), () => void openBin(), { icon: 'bin' }) : null,
+    binned && state.hello.canQuit ? button(t('openBin'), () => void reported(form('/api/openbin', {})), { icon: 'bin' }) : null,
     button(t('showLog'), openLog, { icon: 'info' })));
 }

@@ -26,6 +26,9 @@ export function toastFailure(error: unknown): void {
   if (wordOf(error) !== FAILURE.key) toast(messageOf(error));
 }
 
+// Waits for what the user asked for, and tells its failure.
+export const reported = (action: Promise<unknown>): Promise<void> => action.then(() => {}, toastFailure);
+
 export function announce(message: string): void {
   places.heard.textContent = message;
 }

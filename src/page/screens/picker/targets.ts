@@ -8,7 +8,7 @@ import { KIND } from '../../core/words';
 import { rescan, startScan } from '../../data/jobs';
 import { state } from '../../data/state';
 import { button, el, icon, inert, meter, rest, setText } from '../../ui/dom';
-import { toastFailure } from '../../ui/toast';
+import { reported } from '../../ui/toast';
 
 export interface Target {
   root: HTMLElement;
@@ -28,12 +28,7 @@ const jobOf = (path: string): Job | undefined => state.jobs.find((job) => sameTa
 
 export async function scan(path: string, kind: string, label: string): Promise<void> {
   const before = jobOf(path);
-  if (before && isRunning(before)) return;
-  try {
-    await startScan(path, kind, label);
-  } catch (error) {
-    toastFailure(error);
-  }
+  if (!before || !isRunning(before)) await reported(startScan(path, kind, label));
 }
 
 export function target(options: TargetOptions): Target {
