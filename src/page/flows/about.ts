@@ -5,7 +5,7 @@ import { date, t } from '../core/i18n';
 import { api, form } from '../data/api';
 import { state } from '../data/state';
 import { openDialog } from '../ui/dialog';
-import { button, el, fill, rest, wholePath } from '../ui/dom';
+import { button, el, fact, fill, rest, wholePath } from '../ui/dom';
 import { openLog } from './log';
 
 // Only web addresses become links.
@@ -23,8 +23,6 @@ async function check(into: HTMLElement, asking: HTMLButtonElement): Promise<void
   }
   rest(asking, false);
 }
-
-const fact = (label: string, ...value: (Node | string)[]): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
 
 // What only the program knows about its build and its last crash. Without an answer the dialog goes without.
 async function describeBuild(signature: HTMLElement, facts: HTMLElement): Promise<void> {

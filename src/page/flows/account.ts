@@ -4,7 +4,8 @@ import { percent, phrase, size, t } from '../core/i18n';
 import { shown } from '../core/paths';
 import { shareOf } from '../core/units';
 import { goTo } from '../data/state';
-import { el, icon, type Child } from '../ui/dom';
+import { el, linkButton, panel, type Child } from '../ui/dom';
+import { warningNotice } from '../ui/notices';
 import { openPath } from './places';
 
 const SHARPEST = 0.001; // what is less of the whole has no part of the bar
@@ -27,7 +28,7 @@ function line(row: AccountRow, whole: number): HTMLElement {
   const label = phrase('acc_', row.code);
   const go = where(row);
   const parts = row.parts ?? [];
-  const name: Child = go ? el('button', { type: 'button', class: 'link', on: { click: go } }, label) : label;
+  const name: Child = go ? linkButton(label, go) : label;
   return el('li', {}, el('span', { class: `key ${row.info ? 'none' : partKey(row)}` }),
     parts.length > 0 ? el('details', {}, el('summary', {}, name), el('ul', { class: 'small' }, parts.map((part) => el('li', { class: 'line' }, el('bdi', {}, shown(part.n)), el('span', { class: 'push' }, size(part.bytes)))))) : el('span', {}, name),
     el('strong', { class: 'number' }, figureOf(row)),
@@ -48,12 +49,12 @@ export function accountPanel(job: Job, { used, unexplained, source, rows }: Acco
   const told = rows.filter((row) => row.told === false || (row.count ?? 0) > 0 || (row.bytes ?? 0) > 0);
   // On turbo's own map of the drive nothing may be left over.
   const wrong = source === 'bitmap' && rest !== 0;
-  return el('section', { class: 'panel stack' },
+  return panel(
     el('div', { class: 'line' }, el('h2', {}, t('accTitle')), used === undefined ? null : el('span', { class: 'muted push' }, t('accUsed', { size: size(used) }))),
     bar,
     el('ul', { class: 'account-rows' }, told.map((row) => line(row, whole)),
       unexplained === undefined ? null : el('li', {}, el('span', { class: 'key part-unexplained' }), el('span', {}, t('acc_unexplained')),
         el('strong', { class: 'number' }, rest < 0 ? `−${size(-rest)}` : size(rest)), el('span', {}))),
-    wrong ? el('p', { class: 'notice warning' }, icon('warning'), t('accCheck', { name: job.label || job.path })) : null,
+    wrong ? warningNotice(t('accCheck', { name: job.label || job.path })) : null,
     rest < 0 && !wrong ? el('p', { class: 'small muted' }, t('accNegative')) : null);
 }

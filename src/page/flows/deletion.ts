@@ -15,7 +15,7 @@ import { dropFromSearches } from '../data/runs';
 import { changed, jobById, jobOnView, scanRoots, state, unmarkEverywhere } from '../data/state';
 import { openDialog, type Dialog } from '../ui/dialog';
 import { append, button, choice, el, field, fill, icon, onEnter, rest, setText, type Child } from '../ui/dom';
-import { failureNotice } from '../ui/notices';
+import { failureNotice, warningNotice } from '../ui/notices';
 import { announce } from '../ui/toast';
 import { afterwards, freeLine, goingTable, renewDrives, stayingTable, working, type Staying, type Working } from './review';
 
@@ -108,8 +108,6 @@ async function check(deletion: Deletion, parts: Part[]): Promise<void> {
   }
 }
 
-const notice = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
-
 // How many files and bytes; items that are folders have files inside.
 function amountOf(rows: readonly Going[]): string {
   const bytes = size(rows.reduce((sum, row) => sum + row.bytes, 0));
@@ -137,8 +135,8 @@ function showPlan(deletion: Deletion, { plan, tooLong }: Offer): void {
       promise(plan.gains),
       freeLine([...plan.gains, ...tooLong.gains])),
     rows.length > 0 ? goingTable(rows) : null,
-    noBin.length > 0 ? notice(t('delNoBin', { n: noBin.length })) : null,
-    tooLong.wouldDelete.length > 0 ? notice(t('delTooLong', { n: tooLong.wouldDelete.length })) : null,
+    noBin.length > 0 ? warningNotice(t('delNoBin', { n: noBin.length })) : null,
+    tooLong.wouldDelete.length > 0 ? warningNotice(t('delTooLong', { n: tooLong.wouldDelete.length })) : null,
     refused.length > 0 ? el('div', { class: 'stack' }, el('p', { class: 'line' }, icon('lock'), t('delRefused', { n: refused.length })),
       stayingTable(t('delRefused', { n: refused.length }), stayingOf(refused))) : null);
   // Where nothing would go into the bin, the bin is not offered.
@@ -254,12 +252,12 @@ function showOutcome(dialog: Dialog, plan: Plan, { answers, problem }: Done, { p
   fill(dialog.body,
     el('p', { class: 'answer', role: 'status' }, partial ?? words),
     partial ? el('p', {}, words) : null,
-    missed > 0 ? notice(t('delNotBinned', { size: size(missed) })) : null,
+    missed > 0 ? warningNotice(t('delNotBinned', { size: size(missed) })) : null,
     inside && inside !== words ? el('p', {}, inside) : null,
     outcome.gained !== null && outcome.bytes > outcome.binned ? el('p', {}, outcome.gained > 0 ? t('delGained', { size: size(outcome.gained) }) : t('delNoGain')) : null,
     left > 0 ? el('p', {}, t('delStill', { n: left })) : null,
     stays.length > 0 ? el('div', { class: 'stack' }, el('p', {}, t('delStays')), stayingTable(t('delStays'), stays)) : null,
-    outcome.logged ? logNote() : notice(t('delNotLogged')), end);
+    outcome.logged ? logNote() : warningNotice(t('delNotLogged')), end);
   announce(partial ?? words);
 }
 

@@ -10,7 +10,7 @@ import { viewJob } from '../data/jobs';
 import { jobOnView, knowsDisk, listen, state, treeOf } from '../data/state';
 import { fileFacts, ownSizes } from './file_facts';
 import { mayOpen, openWith } from './item_actions';
-import { button, choice, el, fill, inert, iconButton, wholePath } from '../ui/dom';
+import { button, choice, el, fact, fill, inert, iconButton, wholePath } from '../ui/dom';
 import { copyText } from '../ui/toast';
 import { openDeletion } from './deletion';
 import { toggleMark } from './marks';
@@ -104,8 +104,6 @@ export function toggleDrawer(): void {
 }
 
 export const detailsButton = (): HTMLElement => button(t('details'), toggleDrawer, { icon: 'info', class: 'shut push' });
-
-const fact = (label: string, value: Node | string): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
 
 function filesOf(entry: Entry): HTMLElement | null {
   const files = treeOf(pane.job)?.filesOf(entry.path);

@@ -4,13 +4,11 @@ import { isFolder, type Entry } from '../core/entry';
 import { date, phrase, size, t } from '../core/i18n';
 import { shown } from '../core/paths';
 import { api, query } from '../data/api';
-import { el, fill, wholePath } from '../ui/dom';
+import { el, fact, fill, wholePath } from '../ui/dom';
 
 const LISTED = 30;
 const FETCH_MS = 200;
 const SHARED = 0.9; // less than this comes back: the rest is told
-
-const fact = (label: string, value: Node | string): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
 
 // The figures of the scan, as far as it has them.
 export function ownSizes({ a, x, cl, ...entry }: Entry): HTMLElement[] {

@@ -7,8 +7,8 @@ import { shareOf } from '../core/units';
 import { cancelScan, fetchResult, rescan } from '../data/jobs';
 import { goTo, jobOnView, resultOnView, state } from '../data/state';
 import type { PlainKey } from '../lang/shape';
-import { append, button, el, fill, heading, icon, inert, meter, rest, setAttribute, setText, type Child } from '../ui/dom';
-import { emptyState, failureNotice } from '../ui/notices';
+import { append, button, el, fill, heading, inert, meter, rest, setAttribute, setText, type Child } from '../ui/dom';
+import { emptyState, failureNotice, warningNotice } from '../ui/notices';
 import type { Changes, Screen } from './screen';
 
 export interface ResultScreen {
@@ -118,10 +118,9 @@ class ResultSection implements Screen {
       this.#show(failureNotice(t('unexpected'), () => void fetchResult(job.id), `${job.path}\n${String(error)}`));
       return;
     }
-    const warning = (text: string): HTMLElement => el('div', { class: 'notice warning' }, icon('warning'), el('p', {}, text));
     this.#show([
-      job.gone ? warning(t('rootGone')) : null,
-      doc.meta.partial ? warning(phrase('ovPartial_', doc.meta.partial)) : null,
+      job.gone ? warningNotice(t('rootGone')) : null,
+      doc.meta.partial ? warningNotice(phrase('ovPartial_', doc.meta.partial)) : null,
       this.#inner.content,
     ], this.#inner.top);
   }

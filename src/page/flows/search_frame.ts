@@ -7,7 +7,7 @@ import { searchable } from '../data/jobs';
 import type { BackgroundRun } from '../data/runs';
 import { goTo } from '../data/state';
 import type { PlainKey } from '../lang/shape';
-import { button, el, fill, heading, rest, setText, type Child } from '../ui/dom';
+import { button, el, fill, heading, panel, rest, setText, type Child } from '../ui/dom';
 import { emptyState } from '../ui/notices';
 import { announce } from '../ui/toast';
 import { detailsButton } from './details';
@@ -101,7 +101,7 @@ export class SearchFrame<A extends Running, H> implements Screen {
     if (possible === this.#formShown) return;
     this.#formShown = possible;
     const focused = this.#formPlace.contains(document.activeElement);
-    fill(this.#formPlace, possible ? el('section', { class: 'panel stack' }, this.#search.form(this.#go, () => void this.#begin(), this.#scans), this.#problem) : nothingToSearch());
+    fill(this.#formPlace, possible ? panel(this.#search.form(this.#go, () => void this.#begin(), this.#scans), this.#problem) : nothingToSearch());
     if (focused) this.#formPlace.querySelector('button')?.focus();
   }
 

@@ -14,7 +14,7 @@ import { scanMarksBar, toggleMark } from '../flows/marks';
 import { openInExplorer } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
-import { button, cutPath, el, icon, iconButton, inert, meter } from '../ui/dom';
+import { button, cutPath, el, fact, icon, iconButton, inert, meter } from '../ui/dom';
 import { KEYS } from '../ui/keys';
 import { emptyState } from '../ui/notices';
 import { toast } from '../ui/toast';
@@ -90,8 +90,8 @@ function card(job: Job, finding: Finding, times: ReadonlyMap<string, number>): H
   const title = phrase('a_', finding.code);
   const line = (label: string, part: string): HTMLElement[] => {
     const key = `a_${finding.code}_${part}` as const;
-    if (!known(key)) return part === 'what' ? [el('dt', {}, label), el('dd', {}, t('a_unknown_what'))] : [];
-    return [el('dt', {}, label), el('dd', {}, text(key, { n: finding.n1 }))];
+    if (!known(key)) return part === 'what' ? fact(label, t('a_unknown_what')) : [];
+    return fact(label, text(key, { n: finding.n1 }));
   };
   const heading = el('h2', { tabindex: '-1', id: `finding-${finding.code}` }, title);
   return el('article', { class: 'panel', 'aria-labelledby': heading.id }, el('details', { class: 'finding', open: !state.folded.has(finding.code), on: { toggle: (event) => {

@@ -17,7 +17,7 @@ import { openEmptyBin } from '../flows/cleaning';
 import { openInExplorer, openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Screen } from '../flows/screen';
-import { button, cutPath, el, fill, icon, inert, meter, type Child } from '../ui/dom';
+import { button, cutPath, el, fill, icon, inert, linkButton, meter, panel } from '../ui/dom';
 
 const LISTED = 5;
 
@@ -65,7 +65,7 @@ function answer(job: Job, doc: ResultDoc): HTMLElement {
   if (doc.meta.used === 0) return el('p', { class: 'answer' }, parts('ovAnswerEmpty', all));
   if (spread > Math.max(largest?.s ?? 0, loose)) return el('p', { class: 'answer' }, parts('ovAnswerSpread', all));
   if (!largest || largest.s * 2 < root.s && loose > largest.s) return el('p', { class: 'answer' }, parts('ovAnswerFlat', all));
-  const link = el('button', { type: 'button', class: 'link', on: { click: () => openPath(largest.path) } }, inert(largest.name));
+  const link = linkButton(inert(largest.name), () => openPath(largest.path));
   const nowFree = space.free + space.freed;
   return el('p', { class: 'answer' }, space.size > 0 && nowFree * 10 < space.size && isDrive(job)
     ? parts(largest.s * 2 >= doc.meta.used ? 'ovAnswerTight' : 'ovAnswerTightLargest', { free: size(nowFree), size: size(space.size), path: link, used: size(largest.s) })
@@ -88,7 +88,7 @@ function capacity(doc: ResultDoc, remote: boolean): HTMLElement | null {
     part.style.width = `${shareOf(bytes, space.size) * 100}%`;
     return part;
   }));
-  return el('section', { class: 'panel stack' },
+  return panel(
     el('div', { class: 'line' }, el('h2', {}, t('ovCapacity')), el('span', { class: 'muted push' }, t('freeOf', { free: size(space.free + space.freed), size: size(space.size) }))),
     bar, el('ul', { class: 'legend small' }, seen.map(([name, label, , real]) => el('li', {}, el('span', { class: `key ${name}` }), label, ' ', el('strong', {}, size(real))))),
     remote ? null : el('div', { class: 'actions' }, button(t('emptyBin'), openEmptyBin, { icon: 'broom' })));
@@ -98,7 +98,7 @@ function figures(job: Job, doc: ResultDoc): HTMLElement {
   const { meta } = doc;
   const fact = (label: string, value: string): HTMLElement => el('div', {}, el('dt', {}, label), el('dd', {}, value));
   const why = job.noTurbo && meta.method === METHOD.walk && (isDrive(job) || job.noTurbo.startsWith(FILE_TABLE)) ? t('turboOff', { why: turboReason(job.noTurbo) }) : null;
-  return el('section', { class: 'panel stack' },
+  return panel(
     el('dl', { class: 'figures' },
       fact(t('colSize'), size(meta.used)), fact(t('colFiles'), count(meta.files)), fact(t('ovFolders'), count(meta.dirs)),
       fact(t('ovTime'), seconds(meta.seconds)), fact(t('ovHow'), phrase('how_', meta.method)), isRemote(job) ? fact(t('ovHost'), shown(meta.host)) : null),
@@ -113,19 +113,17 @@ interface Bar {
   open: () => void;
 }
 
-const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
-
 function bars(title: string, list: Bar[], whole: number, all: () => void, key: string): HTMLElement[] {
   if (list.length === 0) return [];
   return [
     el('div', { class: 'line' }, el('h2', {}, title), button(t('ovAll'), all, { class: 'plain push', label: `${t('ovAll')}: ${title}` })),
     el('ol', { class: 'bars' }, list.map((bar, index) => el('li', {},
-      el('button', { type: 'button', class: 'link', 'data-key': `${key}${index}`, on: { click: bar.open } }, bar.label), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole)))))];
+      linkButton(bar.label, bar.open, { 'data-key': `${key}${index}` }), el('span', { class: 'number' }, size(bar.bytes)), meter(shareOf(bar.bytes, whole)))))];
 }
 
 function make(job: Job, doc: ResultDoc): ResultScreen {
   const found = el('div', {});
-  const largest = el('section', { class: 'panel stack' });
+  const largest = panel();
   let shownEntries: readonly Entry[] | null = null;
   const showFolders = (): void => {
     const { entries } = rootOf(job);

@@ -17,7 +17,7 @@ import { measureSwitch } from '../flows/measure_switch';
 import { openPath } from '../flows/places';
 import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Changes, Screen } from '../flows/screen';
-import { button, cutPath, el, fill, loading, meter, type Child } from '../ui/dom';
+import { button, cutPath, el, fill, linkButton, loading, meter, panel, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
 import { Table, type Column } from '../ui/table';
 import { figureCell, textCell } from '../ui/table_columns';
@@ -35,8 +35,6 @@ async function load(job: number, type: string): Promise<void> {
   state.types.set(type, answer);
   changed('types');
 }
-
-const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
 
 class Types implements ResultScreen {
   readonly top: HTMLElement[];
@@ -196,7 +194,7 @@ class Types implements ResultScreen {
     table.root.style.height = `calc(var(--row) * ${Math.min(files.length, MAX_ROWS)} + 2.25rem)`;
     return el('section', { class: 'panel stack wide' }, title,
       el('div', { class: 'stack' }, el('h3', {}, t('tyFolders')), el('ol', { class: 'bars' }, folders.map((folder) => el('li', {},
-        el('button', { type: 'button', class: 'link', on: { click: () => openPath(folder.p) } }, cutPath(folder.p)),
+        linkButton(cutPath(folder.p), () => openPath(folder.p)),
         el('span', { class: 'number' }, size(bytesOf(folder))), meter(shareOf(bytesOf(folder), largest)))))),
       el('div', { class: 'stack' }, el('div', { class: 'line' }, el('h3', {}, t('tyFiles')),
         total > files.length ? el('span', { class: 'small muted' }, t('tyShown', { shown: files.length, n: total })) : null,

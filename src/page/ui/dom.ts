@@ -150,6 +150,15 @@ export function onEnter(input: HTMLInputElement, action: () => void): void {
   });
 }
 
+// A button that looks like a link.
+export const linkButton = (content: Child, action: () => void, props: Props = {}): HTMLButtonElement =>
+  el('button', { type: 'button', class: 'link', ...props, on: { click: action } }, content);
+
+export const panel = (...content: Child[]): HTMLElement => el('section', { class: 'panel stack' }, content);
+
+// A line of a list of facts.
+export const fact = (label: string, ...value: Child[]): HTMLElement[] => [el('dt', {}, label), el('dd', {}, value)];
+
 export const heading = (text: string): HTMLHeadingElement => el('h1', { tabindex: '-1' }, text);
 
 export const loading = (): HTMLElement => el('p', { class: 'muted', role: 'status' }, `${t('loading')}…`);

@@ -10,7 +10,7 @@ import { ask, entered, forgetQuestion, known, ORDERS, savedQuestions, saveQuesti
 import type { Screen } from '../../flows/screen';
 import { boundInput, boundSelect, chosenScans, leftOut, scanChoices } from '../../flows/search_form';
 import { SearchFrame } from '../../flows/search_frame';
-import { button, el, field, fill, iconButton, inert, setAttribute, type Child } from '../../ui/dom';
+import { button, el, field, fill, iconButton, inert, linkButton, setAttribute, type Child } from '../../ui/dom';
 import { toast } from '../../ui/toast';
 import { HitList } from './hits';
 
@@ -19,9 +19,7 @@ const ALL_UNITS = Object.keys(UNITS) as Unit[];
 function savedList(): HTMLElement {
   const list = el('div', { class: 'line saved' });
   const show = (): void => fill(list, savedQuestions().map((asked) => el('span', { class: 'tag' },
-    el('button', { type: 'button', class: 'link', on: { click: () => {
-      ask(asked);
-    } } }, inert(questionText(asked))),
+    linkButton(inert(questionText(asked)), () => ask(asked)),
     iconButton('remove', `${t('fiForget')}: ${questionText(asked)}`, () => {
       forgetQuestion(asked);
       show();

@@ -10,8 +10,8 @@ import { state } from '../../data/state';
 import { elevateButton, mayElevate } from '../../flows/elevate';
 import { keyText } from '../../flows/key_dialog';
 import type { Changes, Screen } from '../../flows/screen';
-import { button, el, field, fill, heading, icon, inert, loading, onEnter, setText } from '../../ui/dom';
-import { emptyState } from '../../ui/notices';
+import { button, el, field, fill, heading, icon, inert, loading, onEnter, panel, setText } from '../../ui/dom';
+import { emptyState, warningNotice } from '../../ui/notices';
 import { folderBrowser } from './browser';
 import { hostFacts, hostTarget } from './hosts';
 import { driveTarget, scan, target, type Target } from './targets';
@@ -32,7 +32,7 @@ function typed(label: string, hint: string, input: HTMLInputElement, words: stri
 
 // Says that the path in the field below was not entered by the user.
 const proposal = (path: string): HTMLElement | null =>
-  path ? el('div', { class: 'notice warning proposal' }, icon('warning'), el('p', {}, parts('proposed', { path: inert(path) }))) : null;
+  path ? warningNotice(parts('proposed', { path: inert(path) })) : null;
 
 function folderPart(proposed: string): HTMLElement {
   const input = el('input', { type: 'text', class: 'input', autocomplete: 'off', spellcheck: 'false', value: proposed });
@@ -59,7 +59,7 @@ function sshPart(proposed: string): HTMLElement {
 const listOf = (targets: Target[]): HTMLElement => el('ul', { class: 'targets' }, targets.map((one) => one.root));
 
 const group = (title: string, targets: Target[], empty?: string): HTMLElement =>
-  el('section', { class: 'panel stack' }, el('h2', {}, title), listOf(targets), empty && targets.length === 0 ? el('p', { class: 'muted' }, empty) : null);
+  panel(el('h2', {}, title), listOf(targets), empty && targets.length === 0 ? el('p', { class: 'muted' }, empty) : null);
 
 const keyMissing = (): HTMLElement =>
   emptyState(t('keyTitle'), keyText(), button(t('keyGo'), () => onKeyNeeded.ask(false), { icon: 'key' }));
@@ -112,10 +112,10 @@ class Picker implements Screen {
       group(t('drives'), drives, t('drivesNone')),
       slow ? rightsNotice() : null,
       wsl.length > 0 ? group(t('wsl'), wsl) : null,
-      el('section', { class: 'panel stack' }, el('h2', {}, t('folder')), listOf(home), folderPart(remote ? '' : proposed), this.#folders),
-      el('section', { class: 'panel stack' }, el('h2', {}, t('ssh')), sshPart(remote ? proposed : ''), this.#hosts));
+      panel(el('h2', {}, t('folder')), listOf(home), folderPart(remote ? '' : proposed), this.#folders),
+      panel(el('h2', {}, t('ssh')), sshPart(remote ? proposed : ''), this.#hosts));
     // After the layout, which comes with the section.
-    requestAnimationFrame(() => this.#groups.querySelector('.proposal')?.scrollIntoView({ block: 'center' }));
+    requestAnimationFrame(() => this.#groups.querySelector('.notice.warning')?.scrollIntoView({ block: 'center' }));
     this.#othersShown = '';
     this.#listOthers();
     this.#filter();
