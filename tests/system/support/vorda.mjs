@@ -107,9 +107,10 @@ export function startSilent(args, { program = exe, stdio = 'ignore', ...options 
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
-// Another program has a file open, under this Windows name, until it is ended or the test ends.
-export async function holdOpen(t, file, name, options = {}) {
-  const { child, ended } = startSilent(['/c', `set /p x= > ${name}`], { ...options, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
+// Another program has a file open until the returned function is called, or the test ends.
+export async function holdOpen(t, file, options = {}) {
+  const command = ['/c', `set /p x= > ${path.basename(file)}`];
+  const { child, ended } = startSilent(command, { ...options, program: 'cmd.exe', cwd: path.dirname(file), stdio: ['pipe', 'ignore', 'ignore'] });
   const end = () => child.kill('SIGKILL') && ended;
   lastFirst(t).after(end);
   while (!fs.existsSync(file) || fs.statSync(file).size > 0) await pause(50);
