@@ -1,13 +1,14 @@
 // What only the file systems of Windows have: junctions, streams, short names, folders that mind the case, files
-// that are elsewhere. Everything happens below the temporary folder.
+// in the cloud. Everything happens below the temporary folder.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import { test } from 'node:test';
+import { lastFirst } from './support/ends.mjs';
 import { compareWithCount } from './support/count.mjs';
 import { needs } from './support/home.mjs';
 import { serve, until } from './support/server.mjs';
-import { holdOpen, makeFiles, output, ownWine, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
+import { ask, holdOpen, makeFiles, output, ownWine, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
 
 const scan = async (root, ...args) => readJson(await output(['--scan', winPath(root), '--out', '-', '--find', '*', ...args]));
 const namesIn = (folder) => fs.readdirSync(folder).sort();
@@ -153,10 +154,29 @@ test('the bin holds what went into it, and nothing once it is emptied', needs('w
   assert.deepEqual((await server.post('/api/emptybin', {})).body, { ok: true, bytes: 0, items: 0 });
 });
 
-test('files that are marked as being elsewhere are counted and not read', needs('windows'), async (t) => {
+test('with long paths switched off and on, a deep tree is scanned and written into', needs('windows', 'ownMachine'), async (t) => {
+  const [key, name] = ['HKLM\\SYSTEM\\CurrentControlSet\\Control\\FileSystem', 'LongPathsEnabled'];
+  const before = / 0x(\d)/.exec(run('reg.exe', 'query', key, '/v', name))[1];
+  lastFirst(t).after(() => run('reg.exe', 'add', key, '/v', name, '/t', 'REG_DWORD', '/d', before, '/f'));
   const folder = scratch(t);
-  makeFiles(folder, { 'one.bin': 5_000_000, 'two.bin': 5_000_000 });
-  run('attrib.exe', '+o', winPath(`${folder}/*.bin`));
+  const deep = `tree/${'d'.repeat(200)}/${'e'.repeat(200)}`;
+  makeFiles(folder, { [`${deep}/file`]: '123' });
+  for (const value of ['0', '1']) {
+    run('reg.exe', 'add', key, '/v', name, '/t', 'REG_DWORD', '/d', value, '/f');
+    const { meta } = await scan(`${folder}/tree`);
+    assert.deepEqual([meta.files, meta.used, meta.denied], [1, 3, 0], `LongPathsEnabled ${value}`);
+    const out = `${folder}/${deep}/out ${value}.json`;
+    await output(['--scan', winPath(`${folder}/tree`), '--out', winPath(out)]);
+    assert.ok(readJson(fs.readFileSync(out)).meta.files > 0);
+    fs.rmSync(out);
+  }
+});
+
+test('files in the cloud are counted and not fetched', needs('cloudFiles'), async (t) => {
+  const folder = `${scratch(t)}/cloud`;
+  fs.mkdirSync(folder);
+  ask('cloud', winPath(folder), 'one.bin', 5_000_000, 'two.bin', 5_000_000);
+  lastFirst(t).after(() => ask('no-cloud', winPath(folder)));
   const { meta } = await scan(folder);
   assert.deepEqual([meta.files, meta.used], [2, 10_000_000]);
   const server = await serve(t);
@@ -165,4 +185,5 @@ test('files that are marked as being elsewhere are counted and not read', needs(
   await server.post('/api/dupsacross', { ids: id, min: 1 });
   const found = await until(async () => ((body) => !body.running && body)((await server.json('/api/dupsacross')).body), 'the search');
   assert.deepEqual([found.skipped.cloud, found.groups], [2, []]);
+  assert.equal(Number(ask('on-disk', winPath(`${folder}/one.bin`))), 0);
 });

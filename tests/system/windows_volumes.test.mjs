@@ -6,7 +6,7 @@ import { test } from 'node:test';
 import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { serve } from './support/server.mjs';
-import { makeFiles, output, readCsv, readJson, scratch, winPath } from './support/vorda.mjs';
+import { makeFiles, output, readCsv, readJson, scratch, vorda, winPath } from './support/vorda.mjs';
 
 const MiB = 2 ** 20;
 const FILES = { 'a/big.bin': 3 * MiB, 'a/b/é 漢.txt': 'hello', 'c/empty': '', 'Documents/x.jpg': 'x'.repeat(70_000) };
@@ -77,4 +77,27 @@ test('a volume in a folder: a scan does not enter it, and deleting the folder le
   const told = (await server.post('/api/delete', [['p', winPath(`${folder}/tree`)], ['permanent', '1']])).body;
   t.diagnostic(JSON.stringify(told));
   assert.ok(fs.existsSync(`${at}/a/big.bin`), 'the volume lost its files');
+});
+
+test('a result that does not fit leaves what was there', needs('vhdx'), async (t) => {
+  const at = volume(t, 'fat32', { size: 40 });
+  const folder = scratch(t);
+  makeFiles(folder, Object.fromEntries(Array.from({ length: 1000 }, (_, i) => [`tree/${i}-${'x'.repeat(100)}`, '1'])));
+  makeFiles(at, { 'old.csv': 'old' });
+  let filler = 0;
+  for (let size = 16 * MiB; size >= 4096; size /= 2) {
+    for (;;) {
+      try {
+        fs.writeFileSync(`${at}/filler ${++filler}`, Buffer.alloc(size));
+      } catch (error) {
+        assert.equal(error.code, 'ENOSPC');
+        fs.rmSync(`${at}/filler ${filler}`, { force: true });
+        break;
+      }
+    }
+  }
+  const { code, err } = await vorda(['--scan', winPath(`${folder}/tree`), '--find', '*', '--out', `${at}\\old.csv`]);
+  assert.equal(code, 1, err);
+  assert.match(err, /could not write V:\\old\.csv: Disk full\./);
+  assert.equal(fs.readFileSync(`${at}/old.csv`, 'utf8'), 'old');
 });

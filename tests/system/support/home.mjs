@@ -81,6 +81,7 @@ const CAPABILITIES = {
   console: ['cmd, PowerShell and a console of Windows', () => real],
   vhdx: ['virtual disks that diskpart attaches', () => real && elevated() && disposable()],
   caseSensitive: ['folders that mind the case', () => real && inNewFolder((folder) => succeeds('fsutil.exe', 'file', 'setCaseSensitiveInfo', folder, 'enable'))],
+  cloudFiles: ['placeholders of files in the cloud', () => real && fs.existsSync(`${process.env.SystemRoot}\\System32\\cldapi.dll`)],
   com: ['vorda.com beside vorda.exe', () => windows && fs.existsSync(exe.replace(/exe$/, 'com'))],
 };
 

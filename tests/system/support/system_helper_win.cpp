@@ -9,6 +9,8 @@
 #include <tlhelp32.h>
 #include <winioctl.h>
 
+#include <bit>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -65,6 +67,94 @@ bool describeProcess(const Arguments& values) {
   return say(std::to_wstring(threads) + L" " + std::to_wstring(memory.PeakWorkingSetSize));
 }
 
+// Files in the cloud, as cldapi.dll of Windows 10 1709 and later has them.
+struct CloudProvider {
+  DWORD size;
+  const wchar_t* name;
+  const wchar_t* version;
+  const void* identity;
+  DWORD identityLength;
+  const void* fileIdentity;
+  DWORD fileIdentityLength;
+  GUID id;
+};
+struct CloudPolicies {
+  DWORD size;
+  USHORT hydration, hydrationModifier, population, populationModifier;
+  DWORD inSync, hardLinks, placeholders;
+};
+struct CloudFile {
+  const wchar_t* name;
+  FILE_BASIC_INFO basic;
+  LARGE_INTEGER size;
+  const void* identity;
+  DWORD identityLength;
+  DWORD flags;
+  HRESULT result;
+  LONGLONG usn;
+};
+constexpr USHORT kHydrateFully = 2;
+constexpr USHORT kAlwaysPopulated = 3;
+constexpr DWORD kInSync = 2;
+
+template <typename Function> Function cloudFunction(const char* name) {
+  const HMODULE library = LoadLibraryExW(L"cldapi.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+  return library == nullptr ? nullptr : std::bit_cast<Function>(GetProcAddress(library, name));
+}
+
+// FOLDER NAME SIZE...: makes the folder one that is kept in a cloud, with these files, which have no
+// contents here and are provided by nobody.
+bool makeCloud(const Arguments& values) {
+  const auto enroll = cloudFunction<HRESULT(WINAPI*)(
+      const wchar_t*, const CloudProvider*, const CloudPolicies*, DWORD)>("CfRegisterSyncRoot");
+  const auto create =
+      cloudFunction<HRESULT(WINAPI*)(const wchar_t*, CloudFile*, DWORD, DWORD, DWORD*)>(
+          "CfCreatePlaceholders");
+  if (enroll == nullptr || create == nullptr) return failed(L"cldapi.dll");
+  CloudProvider provider{};
+  provider.size = sizeof provider;
+  provider.name = L"Vorda tests";
+  provider.version = L"1";
+  provider.id = {0x6f1f4d5b, 0x9d0a, 0x4c5e, {0x8a, 0x11, 0x5b, 0x7e, 0x21, 0x4c, 0x90, 0x3d}};
+  CloudPolicies policies{};
+  policies.size = sizeof policies;
+  policies.hydration = kHydrateFully;
+  policies.population = kAlwaysPopulated;
+  HRESULT result = enroll(values[0].c_str(), &provider, &policies, 0);
+  std::vector<CloudFile> files;
+  for (std::size_t i = 1; i + 1 < values.size(); i += 2) {
+    CloudFile file{};
+    file.name = values[i].c_str();
+    file.basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    file.size.QuadPart = std::stoll(values[i + 1]);
+    file.identity = "vorda";
+    file.identityLength = 5;
+    file.flags = kInSync;
+    files.push_back(file);
+  }
+  DWORD made = 0;
+  if (SUCCEEDED(result))
+    result = create(values[0].c_str(), files.data(), static_cast<DWORD>(files.size()), 0, &made);
+  SetLastError(static_cast<DWORD>(result));
+  return (SUCCEEDED(result) && made == files.size()) || failed(L"making files in the cloud");
+}
+
+// FOLDER: ends that.
+bool removeCloud(const Arguments& values) {
+  const auto leave = cloudFunction<HRESULT(WINAPI*)(const wchar_t*)>("CfUnregisterSyncRoot");
+  return (leave != nullptr && SUCCEEDED(leave(values[0].c_str()))) ||
+         failed(L"CfUnregisterSyncRoot");
+}
+
+// FILE: prints how many bytes it takes on the disk.
+bool sizeOnDisk(const Arguments& values) {
+  DWORD high = 0;
+  const DWORD low = GetCompressedFileSizeW(values[0].c_str(), &high);
+  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
+    return failed(L"GetCompressedFileSize");
+  return say(std::to_wstring((std::uint64_t{high} << 32) + low));
+}
+
 } // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -72,6 +162,9 @@ int wmain(int argc, wchar_t** argv) {
   const Arguments values(argv + (argc < 2 ? argc : 2), argv + argc);
   if (verb == L"sparse") return makeSparse(values) ? 0 : 1;
   if (verb == L"process") return describeProcess(values) ? 0 : 1;
+  if (verb == L"cloud") return makeCloud(values) ? 0 : 1;
+  if (verb == L"no-cloud") return removeCloud(values) ? 0 : 1;
+  if (verb == L"on-disk") return sizeOnDisk(values) ? 0 : 1;
   say(L"no such verb");
   return 2;
 }
