@@ -40,13 +40,12 @@ export function openAbout(): void {
   const { targets } = state;
   const answer = el('p', { role: 'status' });
   const ask = button(t('upCheck'), () => void check(answer, ask), { icon: 'refresh' });
-  const close = button(t('close'), () => dialog.close());
   const signature = el('p', { class: 'muted' });
   const facts = el('dl', { class: 'stack' }, targets ? [
     fact(t('abRights'), t(targets.elevated ? 'abElevated' : 'abNotElevated')),
     fact(t('abLog'), wholePath(targets.logPath))] : []);
   const dialog = openDialog({
-    title: t('about'), small: true, ends: close, first: close,
+    title: t('about'), width: 'small',
     body: [
       targets ? el('div', { class: 'stack' },
         el('p', {}, t('abVersion', { version: targets.version }), '. ', t('abBy', { vendor: targets.vendor }), '.'),

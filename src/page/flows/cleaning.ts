@@ -50,8 +50,7 @@ const isBin = ({ what }: Source): boolean => what === FINDING.recycleBin;
 
 export function openCleaning(title: string, sources: readonly Source[]): void {
   const stay = button(t('cancel'), () => dialog.close());
-  const dialog = openDialog({ title, body: el('p', { role: 'status' }, `${t('delChecking')}…`), ends: stay, first: stay });
-  dialog.element.classList.add('wide-dialog');
+  const dialog = openDialog({ title, width: 'wide', body: el('p', { role: 'status' }, `${t('delChecking')}…`), ends: stay, first: stay });
   void check(dialog, stay, sources);
 }
 

@@ -86,10 +86,9 @@ export function openDeletion(paths: Iterable<string>, options: DeletionOptions =
   if (parts.length === 0) return;
   const stay = button(t('cancel'), () => dialog.close());
   const dialog = openDialog({
-    title: t('delete'), first: stay, ends: stay, fallback: options.fallback,
+    title: t('delete'), width: 'wide', first: stay, ends: stay, fallback: options.fallback,
     body: el('p', { role: 'status' }, `${t('delChecking')}…`),
   });
-  dialog.element.classList.add('wide-dialog');
   void check({ dialog, stay, options }, parts);
 }
 

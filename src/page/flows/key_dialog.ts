@@ -30,7 +30,7 @@ export function askForKey(wrong: boolean, then: () => void): void {
   };
   onEnter(input, enter);
   const dialog = openDialog({
-    title: t('keyTitle'), small: true, first: input,
+    title: t('keyTitle'), width: 'small', first: input,
     body: [el('p', {}, keyText()), field(t('keyLabel'), input, { hint: t('keyHint') }), problem],
     ends: [button(t('cancel'), () => dialog.close()), button(t('keyGo'), enter, { class: 'first', icon: 'key' })],
     onClose: () => {

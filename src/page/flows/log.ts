@@ -5,7 +5,7 @@ import { phrase, size, t, time } from '../core/i18n';
 import { api } from '../data/api';
 import { state } from '../data/state';
 import { openDialog } from '../ui/dialog';
-import { append, button, el, fill, loading, wholePath } from '../ui/dom';
+import { append, el, fill, loading, wholePath } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
 import { cut, numberColumn, plainTable, textColumn } from '../ui/plain_table';
 
@@ -25,10 +25,7 @@ const tableOf = (entries: readonly LogEntry[]): HTMLElement => plainTable<LogEnt
 ], ({ p = '' }) => p, entries);
 
 export function openLog(): void {
-  const close = button(t('close'), () => dialog.close());
-  const dialog = openDialog({ title: t('abLog'), body: loading(), ends: close, first: close });
-  dialog.element.classList.add('wide-dialog');
-  void show(dialog.body);
+  void show(openDialog({ title: t('abLog'), width: 'wide', body: loading() }).body);
 }
 
 async function show(body: HTMLElement): Promise<void> {

@@ -7,7 +7,7 @@ import { searchable } from '../data/jobs';
 import type { BackgroundRun } from '../data/runs';
 import { goTo } from '../data/state';
 import type { PlainKey } from '../lang/shape';
-import { button, el, fill, heading, panel, rest, setText, type Child } from '../ui/dom';
+import { button, el, fill, heading, panel, rest, setAttribute, setText, type Child } from '../ui/dom';
 import { emptyState } from '../ui/notices';
 import { announce } from '../ui/toast';
 import { detailsButton } from './details';
@@ -20,6 +20,12 @@ export interface ResultList<H> {
   leave: () => void;
 }
 
+export interface Progress {
+  share: number;
+  words: string;
+  more: string; // what is not read out with the bar
+}
+
 export interface Search<A extends Running, H> {
   title: PlainKey;
   intro: PlainKey;
@@ -29,8 +35,7 @@ export interface Search<A extends Running, H> {
   start: () => Promise<string>; // returns the text of a problem, or ''
   form: (go: HTMLElement, begin: () => void, scans: HTMLElement) => Child;
   scans: () => HTMLElement; // the choice of scans, made again when there are others
-  bar: HTMLElement; // the progress bar
-  running: (answer: A) => string; // updates the bar, returns the status
+  progress: (answer: A) => Progress;
   found: (answer: A) => string;
   notes: (answer: A | null) => Child;
   hitsOf: (answer: A) => readonly H[] | undefined;
@@ -46,6 +51,8 @@ export class SearchFrame<A extends Running, H> implements Screen {
   readonly #problem = el('p', { class: 'wrong', role: 'alert' });
   readonly #status = el('p');
   readonly #notes = el('div', { class: 'stack small muted' });
+  readonly #done = el('span', { class: 'moves' });
+  readonly #bar: HTMLElement;
   readonly #formPlace = el('div', {});
   readonly #results = el('div', { class: 'stack results' });
   readonly #stop: HTMLButtonElement;
@@ -60,12 +67,13 @@ export class SearchFrame<A extends Running, H> implements Screen {
 
   constructor(search: Search<A, H>) {
     this.#search = search;
-    const { title, intro, go, run, bar } = search;
+    const { title, intro, go, run } = search;
+    this.#bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t(title) }, this.#done);
     this.#stop = button(t('fiStop'), () => void run.stop(), { icon: 'stop' });
     this.#go = button(t(go.text), () => void this.#begin(), { icon: go.icon, class: 'first' });
     this.root = el('div', { class: 'screen fills' },
       el('div', { class: 'top' }, heading(t(title)), el('span', { class: 'muted' }, t(intro)), detailsButton()),
-      this.#formPlace, el('div', { class: 'line' }, this.#status, el('span', { class: 'push' }, this.#stop)), bar, this.#notes, this.#results);
+      this.#formPlace, el('div', { class: 'line' }, this.#status, el('span', { class: 'push' }, this.#stop)), this.#bar, this.#notes, this.#results);
     this.#showAll();
     void run.followOnce();
   }
@@ -110,13 +118,20 @@ export class SearchFrame<A extends Running, H> implements Screen {
     const running = answer?.running === true;
     rest(this.#go, running);
     if (!running && document.activeElement === this.#stop) this.#go.focus();
-    search.bar.hidden = this.#stop.hidden = !running;
+    this.#bar.hidden = this.#stop.hidden = !running;
     if (!answer) setText(status, '');
-    else if (running) setText(status, search.running(answer));
+    else if (running) setText(status, this.#showProgress(search.progress(answer)));
     else if (answer.error) setText(status, failure(answer.error));
     else setText(status, search.hitsOf(answer) ? search.found(answer) : '');
     if (this.#wasRunning && !running && status.textContent && !answer?.error) announce(status.textContent);
     this.#wasRunning = running;
+  }
+
+  #showProgress({ share, words, more }: Progress): string {
+    this.#done.style.width = `${share * 100}%`;
+    setAttribute(this.#bar, 'aria-valuenow', Math.round(share * 100));
+    setAttribute(this.#bar, 'aria-valuetext', words);
+    return more ? `${words}, ${more}` : words;
   }
 
   #showHits(hits: readonly H[] | undefined): void {

@@ -31,7 +31,7 @@ function openVerification(fallback: () => HTMLElement | null): Verification {
   const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('acVerifying') }, done);
   const stay = button(t('cancel'), () => verification.dialog.close());
   const dialog = openDialog({
-    title: t('acVerify'), small: true, body: [el('p', { role: 'status' }, `${t('acVerifying')}…`), bar], ends: stay, first: stay, fallback,
+    title: t('acVerify'), width: 'small', body: [el('p', { role: 'status' }, `${t('acVerifying')}…`), bar], ends: stay, first: stay, fallback,
     onClose: () => {
       verification.open = false;
       if (verification.reading) void stopRun(PATH);

@@ -29,7 +29,7 @@ function themeSelect(): HTMLSelectElement {
 function askQuit(): void {
   const stay = button(t('cancel'), () => dialog.close());
   const dialog = openDialog({
-    title: t('quit'), small: true, body: el('p', {}, t('quitAsk')), first: stay,
+    title: t('quit'), width: 'small', body: el('p', {}, t('quitAsk')), first: stay,
     ends: [stay, button(t('quit'), () => {
       dialog.close();
       void quitProgram();
@@ -50,7 +50,7 @@ function openMore(): void {
     return el('li', {}, link);
   });
   const dialog = openDialog({
-    title: t('more'), small: true, ends: close,
+    title: t('more'), width: 'small', ends: close,
     body: [
       isNarrow() ? el('ul', { class: 'more-list' }, links) : null,
       field(t('language'), languageSelect()),

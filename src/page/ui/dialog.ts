@@ -1,13 +1,14 @@
 // Native modal dialogs, all with the same layout.
-import { el, heading, type Child } from './dom';
+import { t } from '../core/i18n';
+import { button, el, heading, type Child } from './dom';
 
 let titles = 0;
 
 export interface DialogOptions {
   title: string;
   body: Child;
-  ends: Child; // the buttons
-  small?: boolean;
+  ends?: Child; // the buttons, if it has not just one that closes it
+  width?: 'small' | 'wide';
   first?: HTMLElement; // takes the focus
   onClose?: () => void;
   fallback?: () => HTMLElement | null; // takes the focus afterwards if the element that had it is gone
@@ -27,8 +28,9 @@ export function openDialog(options: DialogOptions): Dialog {
   const title = heading(options.title);
   title.id = id;
   const body = el('div', { class: 'body' }, options.body);
-  const ends = el('div', { class: 'ends' }, options.ends);
-  const element = el('dialog', { class: options.small ? 'small-dialog' : '', 'aria-labelledby': id },
+  const close = button(t('close'), () => element.close());
+  const ends = el('div', { class: 'ends' }, options.ends ?? close);
+  const element = el('dialog', { class: options.width ? `${options.width}-dialog` : '', 'aria-labelledby': id },
     el('div', { class: 'sheet' }, el('div', { class: 'title' }, title), body, ends));
   document.body.append(element);
   element.addEventListener('cancel', (event) => {
@@ -52,6 +54,6 @@ export function openDialog(options: DialogOptions): Dialog {
   });
   const dialog: Dialog = { element, body, ends, busy: false, close: () => element.close() };
   element.showModal();
-  (options.first ?? title).focus();
+  (options.first ?? (options.ends ? title : close)).focus();
   return dialog;
 }

@@ -7,8 +7,8 @@ import { duplicates } from '../../data/runs';
 import { state } from '../../data/state';
 import type { Screen } from '../../flows/screen';
 import { boundInput, chosenScans, leftOut, scanChoices } from '../../flows/search_form';
-import { SearchFrame } from '../../flows/search_frame';
-import { el, field, setAttribute, type Child } from '../../ui/dom';
+import { SearchFrame, type Progress } from '../../flows/search_frame';
+import { el, field, type Child } from '../../ui/dom';
 import { GroupList, marks } from './groups';
 
 const MEBI = 1024 * 1024;
@@ -32,13 +32,12 @@ const form = (go: HTMLElement, begin: () => void, scans: HTMLElement): Child => 
   scans,
 ];
 
-function showProgress(bar: HTMLElement, done: HTMLElement, answer: AcrossAnswer): string {
-  const share = shareOf(answer.percent ?? 0, 100);
-  const words = t('acRunning', { phase: phrase('acPhase_', answer.phase ?? 'listing'), percent: percent(share) });
-  done.style.width = `${share * 100}%`;
-  setAttribute(bar, 'aria-valuenow', Math.round(share * 100));
-  setAttribute(bar, 'aria-valuetext', words);
-  return answer.total ? `${words}, ${t('acRead', { read: size(answer.read ?? 0), total: size(answer.total) })}` : words;
+function progress({ percent: done = 0, phase = 'listing', read = 0, total }: AcrossAnswer): Progress {
+  const share = shareOf(done, 100);
+  return {
+    share, words: t('acRunning', { phase: phrase('acPhase_', phase), percent: percent(share) }),
+    more: total ? t('acRead', { read: size(read), total: size(total) }) : '',
+  };
 }
 
 function found({ groups = [], count, waste = 0, emptied }: AcrossAnswer): string {
@@ -59,12 +58,9 @@ function notes(answer: AcrossAnswer | null): Child {
 }
 
 export function across(): Screen {
-  const done = el('span', { class: 'moves' });
-  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('secAcross') }, done);
   return new SearchFrame<AcrossAnswer, CopyGroup>({
     title: 'secAcross', intro: 'acIntro', go: { text: 'acStart', icon: 'across' },
-    run: duplicates, answer: () => state.across, start, form, scans: () => scanChoices(entered.without), bar, found, notes,
-    running: (answer) => showProgress(bar, done, answer),
+    run: duplicates, answer: () => state.across, start, form, scans: () => scanChoices(entered.without), progress, found, notes,
     hitsOf: (answer) => answer.groups,
     list: new GroupList(),
   });

@@ -9,8 +9,8 @@ import { jobById, state } from '../../data/state';
 import { ask, entered, forgetQuestion, known, ORDERS, savedQuestions, saveQuestion, startFinding } from '../../flows/find_form';
 import type { Screen } from '../../flows/screen';
 import { boundInput, boundSelect, chosenScans, leftOut, scanChoices } from '../../flows/search_form';
-import { SearchFrame } from '../../flows/search_frame';
-import { button, el, field, fill, iconButton, inert, linkButton, setAttribute, type Child } from '../../ui/dom';
+import { SearchFrame, type Progress } from '../../flows/search_frame';
+import { button, el, field, fill, iconButton, inert, linkButton, type Child } from '../../ui/dom';
 import { toast } from '../../ui/toast';
 import { HitList } from './hits';
 
@@ -68,20 +68,18 @@ function found({ count = 0, bytes = 0 }: FindAnswer): string {
 const shareDone = ({ seen = 0 }: FindAnswer): number =>
   Math.min(0.99, shareOf(seen, chosenScans(entered.without).reduce((sum, id) => sum + (jobById(id)?.files ?? 0), 0)));
 
+function progress(answer: FindAnswer): Progress {
+  const share = shareDone(answer);
+  return {
+    share, words: t('fiRunning', { found: answer.found ?? 0, seen: answer.seen ?? 0, percent: percent(share) }),
+    more: known.began > 0 ? seconds((Date.now() - known.began) / 1000) : '',
+  };
+}
+
 export function find(): Screen {
-  const done = el('span', { class: 'moves' });
-  const bar = el('div', { class: 'progress', role: 'progressbar', 'aria-label': t('fiTitle') }, done);
   return new SearchFrame<FindAnswer, Hit>({
     title: 'fiTitle', intro: 'fiIntro', go: { text: 'secFind', icon: 'find' },
-    run: finder, answer: () => state.find, start: startFinding, form, scans: () => scanChoices(entered.without), bar, found,
-    running: (answer) => {
-      const share = shareDone(answer);
-      const words = t('fiRunning', { found: answer.found ?? 0, seen: answer.seen ?? 0, percent: percent(share) });
-      done.style.width = `${share * 100}%`;
-      setAttribute(bar, 'aria-valuenow', Math.round(share * 100));
-      setAttribute(bar, 'aria-valuetext', words);
-      return known.began > 0 ? `${words}, ${seconds((Date.now() - known.began) / 1000)}` : words;
-    },
+    run: finder, answer: () => state.find, start: startFinding, form, scans: () => scanChoices(entered.without), progress, found,
     notes: (answer) => [
       answer?.running && known.hits.length > 0 ? el('p', {}, t('fiKnown')) : null,
       answer?.capped ? el('p', {}, t('rowsFiltered', { shown: answer.shown ?? 0, n: answer.count ?? 0 })) : null,

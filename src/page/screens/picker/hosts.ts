@@ -19,7 +19,7 @@ function rename(path: string): void {
   };
   onEnter(input, save);
   const dialog = openDialog({
-    title: t('hostRename'), small: true, first: input, body: field(t('hostName'), input, { hint: hostAndFolder(path) }),
+    title: t('hostRename'), width: 'small', first: input, body: field(t('hostName'), input, { hint: hostAndFolder(path) }),
     ends: [button(t('cancel'), () => dialog.close()), button(t('hostSave'), save, { class: 'first' })],
   });
 }
