@@ -1,6 +1,7 @@
 // The tiles of the size map. Every tile has exactly its share of the whole area: children fill their folder
 // without margins, and what a folder holds besides the children drawn is a tile of its own.
 import { squarify, type Rect } from './squarify';
+import { sumOf } from './units';
 
 export interface Tile<T> extends Rect {
   item: T; // of a rest: the folder that it is the rest of
@@ -37,7 +38,7 @@ interface Part<T> {
 function partsOf<T>(item: T, whole: number, area: number, { childrenOf, sizeOf }: MapSource<T>): Part<T>[] {
   const children = childrenOf(item);
   const sizes = children.map(sizeOf);
-  const sum = sizes.reduce((total, size) => total + Math.max(0, size), 0);
+  const sum = sumOf(sizes, (size) => Math.max(0, size));
   // Children listed live may have grown since the scan; then they share what their folder had.
   const scale = sum > whole ? whole / sum : 1;
   const parts: Part<T>[] = [];

@@ -1,4 +1,5 @@
 // Divides a rectangle by size into pieces that are as square as possible.
+import { sumOf } from './units';
 
 export interface Rect {
   x: number;
@@ -10,7 +11,7 @@ export interface Rect {
 // Appends one rectangle per value to `out`, in order. Sorted values, largest first, give the
 // squarest pieces; zero and negative ones get no area.
 export function squarify(values: readonly number[], area: Rect, out: Rect[] = []): Rect[] {
-  const total = values.reduce((sum, value) => sum + Math.max(0, value), 0);
+  const total = sumOf(values, (value) => Math.max(0, value));
   let { x, y, w, h } = area;
   if (!(total > 0) || !(w > 0) || !(h > 0)) {
     for (let i = 0; i < values.length; ++i) out.push({ x, y, w: 0, h: 0 });

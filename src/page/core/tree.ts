@@ -5,6 +5,7 @@ import { isFolder, type Entry, type EntryKind } from './entry';
 import { figuresOf, valueOf, type Measure, type Sized } from './measure';
 import { joinPath, parentOf, trimEnd } from './paths';
 import { SIZE_ORDER, sortEntries, type Order } from './tree_order';
+import { sumOf } from './units';
 import { REST } from './words';
 
 // Subfolders listed per folder; the rest is shown as one entry.
@@ -24,11 +25,11 @@ const restEntry = (kind: EntryKind, path: string, sizes: Sized, f: number, n = 0
 
 const fileEntry = (path: string, name: string, file: Sized & { m: number }): Entry => entry('file', path, name, file, 1, { m: file.m });
 
-const sumOf = (parts: readonly Sized[], measure: Measure): number => parts.reduce((total, part) => total + valueOf(part, measure), 0);
+const valuesIn = (parts: readonly Sized[], measure: Measure): number => sumOf(parts, (part) => valueOf(part, measure));
 
 // What a whole has besides its parts. A figure that the whole does not have is left out.
 function without(whole: Sized, parts: readonly Sized[]): Sized {
-  const left = (measure: Measure): number => Math.max(0, (whole[measure] ?? 0) - sumOf(parts, measure));
+  const left = (measure: Measure): number => Math.max(0, (whole[measure] ?? 0) - valuesIn(parts, measure));
   return { s: left('s'), ...(whole.a !== undefined && { a: left('a') }), ...(whole.x !== undefined && { x: left('x') }) };
 }
 
@@ -45,9 +46,9 @@ function fromServer(path: string, answer: DirsAnswer): Contents {
   const list = dirs.slice(0, MOST_FOLDERS).filter((dir) => dir.n !== '')
     .map((dir) => entry('folder', joinPath(path, dir.n), dir.n, dir, dir.f, { m: dir.m ?? 0 }));
   const hidden = dirs.slice(MOST_FOLDERS);
-  const filesIn = (part: DirsAnswer['dirs']): number => part.reduce((total, dir) => total + dir.f, 0);
-  if (hidden.length > 0) list.push(restEntry(REST.smaller, path, { s: sumOf(hidden, 's') }, filesIn(hidden), hidden.length));
-  return { list, loose: without({ ...answer, s: s ?? sumOf(dirs, 's') }, dirs), looseFiles: Math.max(0, (f ?? 0) - filesIn(dirs)) };
+  const filesIn = (part: DirsAnswer['dirs']): number => sumOf(part, (dir) => dir.f);
+  if (hidden.length > 0) list.push(restEntry(REST.smaller, path, { s: valuesIn(hidden, 's') }, filesIn(hidden), hidden.length));
+  return { list, loose: without({ ...answer, s: s ?? valuesIn(dirs, 's') }, dirs), looseFiles: Math.max(0, (f ?? 0) - filesIn(dirs)) };
 }
 
 function fromScan(path: string, node: TreeNode | undefined): Contents {

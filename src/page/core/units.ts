@@ -53,6 +53,8 @@ export const formatDate = (milliseconds: number, locale: string): string => form
 // The same with hours and minutes.
 export const formatTime = (milliseconds: number, locale: string): string => formatMoment(milliseconds, locale, { timeStyle: 'short' });
 
+export const sumOf = <T>(list: readonly T[], of: (one: T) => number): number => list.reduce((sum, one) => sum + of(one), 0);
+
 // The share of a part in a whole, from 0 to 1; 0 if the whole is 0.
 export const shareOf = (part: number, whole: number): number => (whole > 0 ? Math.min(1, Math.max(0, part / whole)) : 0);
 

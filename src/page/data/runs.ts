@@ -3,6 +3,7 @@
 import type { AcrossAnswer, CopyGroup, FindAnswer, Running } from '../core/answers';
 import { Failure, messageOf, wordOf } from '../core/failure';
 import { t } from '../core/i18n';
+import { sumOf } from '../core/units';
 import { FAILURE } from '../core/words';
 import { reported, toast } from '../ui/toast';
 import { api, form, type FieldValue } from './api';
@@ -112,12 +113,12 @@ function dropHits(gone: Gone): void {
   const files = find.files.filter((file) => !gone(file.p, file.job));
   const lost = find.files.filter((file) => gone(file.p, file.job));
   if (lost.length === 0) return;
-  const bytes = lost.reduce((sum, file) => sum + file.s, 0);
+  const bytes = sumOf(lost, (file) => file.s);
   state.find = { ...find, files, shown: files.length, count: Math.max(0, (find.count ?? 0) - lost.length), bytes: Math.max(0, (find.bytes ?? 0) - bytes) };
   changed('find');
 }
 
-const wasteOf = (groups: readonly CopyGroup[]): number => groups.reduce((sum, group) => sum + group.waste, 0);
+const wasteOf = (groups: readonly CopyGroup[]): number => sumOf(groups, (group) => group.waste);
 
 // A group of fewer than two copies is no group.
 function dropCopies(gone: Gone): void {

@@ -2,7 +2,7 @@
 import type { AccountAnswer, AccountRow, Job } from '../core/answers';
 import { percent, phrase, size, t } from '../core/i18n';
 import { shown } from '../core/paths';
-import { shareOf } from '../core/units';
+import { shareOf, sumOf } from '../core/units';
 import { goTo } from '../data/state';
 import { el, linkButton, panel, type Child } from '../ui/dom';
 import { warningNotice } from '../ui/notices';
@@ -38,7 +38,7 @@ function line(row: AccountRow, whole: number): HTMLElement {
 export function accountPanel(job: Job, { used, unexplained, source, rows }: AccountAnswer): HTMLElement {
   const counted = rows.filter((row) => !row.info && (row.bytes ?? 0) > 0);
   const rest = unexplained ?? 0;
-  const whole = used ?? counted.reduce((sum, row) => sum + (row.bytes ?? 0), 0);
+  const whole = used ?? sumOf(counted, (row) => row.bytes ?? 0);
   const bar = el('div', { class: 'capacity account', 'aria-hidden': 'true' });
   for (const row of [...counted, ...(rest > 0 ? [{ code: 'unexplained', bytes: rest }] : [])]) {
     if ((row.bytes ?? 0) < whole * SHARPEST) continue;

@@ -5,6 +5,7 @@ import { messageOf } from '../core/failure';
 import { failure, phrase, size, t } from '../core/i18n';
 import { trimEnd } from '../core/paths';
 import type { Going } from '../core/review';
+import { sumOf } from '../core/units';
 import { FINDING } from '../core/words';
 import { api, form, query } from '../data/api';
 import { poll, refreshResults } from '../data/jobs';
@@ -33,7 +34,7 @@ async function lookInBins(): Promise<Look> {
     ({ path, name: path ? t('cleanBin', { drive: trimEnd(path) }) : phrase('a_', FINDING.recycleBin), bytes: held, files: n, m: 0, folder: true, note: null });
   const rows = bins.map((bin) => row(bin.p, bin.bytes, bin.items));
   // Some bins are on no drive of the list.
-  const others = { bytes: bytes - rows.reduce((sum, one) => sum + one.bytes, 0), files: items - rows.reduce((sum, one) => sum + one.files, 0) };
+  const others = { bytes: bytes - sumOf(rows, (one) => one.bytes), files: items - sumOf(rows, (one) => one.files) };
   if (others.files > 0) rows.push(row('', Math.max(0, others.bytes), others.files));
   return { rows, stays: [] };
 }
@@ -68,8 +69,8 @@ async function check(dialog: Dialog, stay: HTMLButtonElement, sources: readonly 
 function show(dialog: Dialog, stay: HTMLButtonElement, sources: readonly Source[], looks: readonly Look[]): void {
   const rows = looks.flatMap((look) => look.rows).sort((a, b) => b.bytes - a.bytes);
   const stays = looks.flatMap((look) => look.stays);
-  const files = rows.reduce((sum, row) => sum + row.files, 0);
-  const amount = { items: t('nItems', { n: files }), size: size(rows.reduce((sum, row) => sum + row.bytes, 0)) };
+  const files = sumOf(rows, (row) => row.files);
+  const amount = { items: t('nItems', { n: files }), size: size(sumOf(rows, (row) => row.bytes)) };
   fill(dialog.body,
     el('div', {}, el('p', { class: 'answer' }, files > 0 ? t('delWould', amount) : t('cleanEmpty')), files > 0 ? freeLine(rows) : null),
     rows.length > 0 ? goingTable(rows) : null,

@@ -8,6 +8,7 @@ import { isRemote } from '../core/job';
 import { liesBelow, trimEnd } from '../core/paths';
 import { confirms, expectations, NO_PLAN, outcomeKey, outcomeOf, partsByJob, planOf, together, type CopyProof, type Gain, type Outcome, type Part, type Plan } from '../core/plan';
 import { goingOf, requestsFor, type Going } from '../core/review';
+import { sumOf } from '../core/units';
 import { CHANGED, MISSING, TOO_LONG } from '../core/words';
 import { form } from '../data/api';
 import { poll, refreshResults } from '../data/jobs';
@@ -109,15 +110,14 @@ async function check(deletion: Deletion, parts: Part[]): Promise<void> {
 
 // How many files and bytes; items that are folders have files inside.
 function amountOf(rows: readonly Going[]): string {
-  const bytes = size(rows.reduce((sum, row) => sum + row.bytes, 0));
-  return rows.some((row) => row.folder) ? `${t('nFiles', { n: rows.reduce((sum, row) => sum + row.files, 0) })}, ${bytes}` : bytes;
+  const bytes = size(sumOf(rows, (row) => row.bytes));
+  return rows.some((row) => row.folder) ? `${t('nFiles', { n: sumOf(rows, (row) => row.files) })}, ${bytes}` : bytes;
 }
 
 // What comes back, where that is known and not simply the sizes.
 function promise(gains: readonly Gain[]): Child {
-  const sum = (of: (gain: Gain) => number): number => gains.reduce((all, gain) => all + of(gain), 0);
   if (!gains.every((gain) => gain.back !== undefined)) return null;
-  const [bytes, back, shared] = [sum((gain) => gain.bytes), sum((gain) => gain.back ?? 0), sum((gain) => gain.shared)];
+  const [bytes, back, shared] = [sumOf(gains, (gain) => gain.bytes), sumOf(gains, (gain) => gain.back ?? 0), sumOf(gains, (gain) => gain.shared)];
   if (size(back) === size(bytes) && shared === 0) return null;
   return el('p', {}, t(gains.some((gain) => gain.most) ? 'delBackMost' : 'delBack', { size: size(back) }),
     shared > 0 ? ` ${t('delShared', { size: size(shared) })}` : null);

@@ -3,6 +3,7 @@ import type { ResultDoc } from '../core/answers';
 import { size, t } from '../core/i18n';
 import { topmost } from '../core/paths';
 import { Selection } from '../core/selection';
+import { sumOf } from '../core/units';
 import { FINDING } from '../core/words';
 import { changed, listen, resultOnView, state, viewOf } from '../data/state';
 import { button, el, setText } from '../ui/dom';
@@ -39,7 +40,7 @@ export function marksBar(options: MarksOptions): MarksBar {
     const keys = options.counted?.(options.selection.keys) ?? [...options.selection.keys];
     if (keys.length === 0 && root.contains(document.activeElement)) options.fallback()?.focus();
     root.hidden = keys.length === 0;
-    const bytes = keys.reduce((sum, key) => sum + options.bytesOf(key), 0);
+    const bytes = sumOf(keys, options.bytesOf);
     setText(words, keys.length === 0 ? '' : t('selected', { items: t('nItems', { n: keys.length }), size: size(bytes) }));
     const hidden = options.hidden?.() ?? 0;
     setText(hiddenWords, hidden > 0 ? t('selectedHidden', { n: hidden }) : '');

@@ -2,6 +2,7 @@
 import type { Job, ResultDoc } from '../core/answers';
 import { size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
+import { sumOf } from '../core/units';
 import { columnsButton } from '../flows/columns_menu';
 import { detailsButton } from '../flows/details';
 import { fileTable } from '../flows/file_table';
@@ -26,7 +27,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
   return {
     keeps: true,
     top: [
-      el('span', { class: 'small muted' }, doc.files.length > 0 ? t('laShown', { n: doc.files.length, size: size(doc.files.reduce((sum, file) => sum + file.s, 0)) }) : ''),
+      el('span', { class: 'small muted' }, doc.files.length > 0 ? t('laShown', { n: doc.files.length, size: size(sumOf(doc.files, (file) => file.s)) }) : ''),
       el('div', { class: 'line push' }, measureSwitch(job.id), columnsButton(() => list.table),
         isRemote(job) ? null : button(t('laMore'), () => findLarge(smallest), { icon: 'find' }), detailsButton()),
     ],

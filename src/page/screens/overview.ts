@@ -5,7 +5,7 @@ import { isDrive, isRemote, nameOf, turboReason } from '../core/job';
 import { typeName } from '../core/names';
 import { fileNameOf, shown } from '../core/paths';
 import { isFolder, type Entry } from '../core/entry';
-import { shareOf } from '../core/units';
+import { shareOf, sumOf } from '../core/units';
 import { winnable } from '../core/winnable';
 import { FILE_TABLE, METHOD, REST } from '../core/words';
 import { linkTo } from '../data/api';
@@ -46,7 +46,7 @@ function spaceOf({ meta }: ResultDoc): Space {
 // the ones listed, and in the root itself.
 function contentsOf({ root, entries }: ReturnType<typeof rootOf>): { folders: Entry[]; spread: number; loose: number } {
   const folders = entries.filter((entry) => isFolder(entry) && entry.s > 0);
-  const bytes = (list: readonly Entry[]): number => list.reduce((sum, entry) => sum + entry.s, 0);
+  const bytes = (list: readonly Entry[]): number => sumOf(list, (entry) => entry.s);
   const smaller = entries.filter((entry) => entry.kind === REST.smaller);
   const inFolders = bytes(folders) + bytes(smaller);
   return { folders: folders.slice(0, LISTED), spread: bytes(folders.slice(LISTED)) + bytes(smaller), loose: root.s - inFolders };

@@ -3,7 +3,7 @@ import type { FindAnswer, Hit } from '../../core/answers';
 import { percent, phrase, seconds, size, t } from '../../core/i18n';
 import { isEnough, questionText, UNITS, type Unit } from '../../core/question';
 import { extensionsOf, GROUPS, type TypeGroup } from '../../core/type_groups';
-import { shareOf } from '../../core/units';
+import { shareOf, sumOf } from '../../core/units';
 import { finder } from '../../data/runs';
 import { jobById, state } from '../../data/state';
 import { ask, entered, forgetQuestion, known, ORDERS, savedQuestions, saveQuestion, startFinding } from '../../flows/find_form';
@@ -66,7 +66,7 @@ function found({ count = 0, bytes = 0 }: FindAnswer): string {
 
 // How much of the disk is read, by the files that the scans found there.
 const shareDone = ({ seen = 0 }: FindAnswer): number =>
-  Math.min(0.99, shareOf(seen, chosenScans(entered.without).reduce((sum, id) => sum + (jobById(id)?.files ?? 0), 0)));
+  Math.min(0.99, shareOf(seen, sumOf(chosenScans(entered.without), (id) => jobById(id)?.files ?? 0)));
 
 function progress(answer: FindAnswer): Progress {
   const share = shareDone(answer);
