@@ -4,7 +4,7 @@ import { failure, t } from '../core/i18n';
 import { nameOf } from '../core/job';
 import { shown } from '../core/paths';
 import { searchable } from '../data/jobs';
-import { choice, el, inert, onEnter } from '../ui/dom';
+import { choice, el, inert, onEnter, select } from '../ui/dom';
 
 // Checkboxes for the finished scans; the targets of the unticked ones are kept in `without`.
 export function scanChoices(without: Set<string>): HTMLElement {
@@ -34,12 +34,9 @@ export function boundInput<N extends string>(values: Record<N, string>, name: N,
 
 // A select bound to `values`.
 export function boundSelect<N extends string, V extends string>(values: Record<N, V>, name: N, options: readonly V[], words: (option: V) => string, props: Record<string, string> = {}): HTMLSelectElement {
-  const made = el('select', { class: 'input', ...props, on: {
-    change: () => {
-      values[name] = made.value as V;
-    },
-  } }, options.map((option) => el('option', { value: option, selected: option === values[name] }, words(option))));
-  return made;
+  return select(options, values[name], words, (value) => {
+    values[name] = value;
+  }, props);
 }
 
 // What the search could not look at.

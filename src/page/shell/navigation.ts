@@ -1,30 +1,22 @@
 // The navigation with its settings and the dialogs behind them.
 import { LANGS, isLang, language, t } from '../core/i18n';
-import { chooseLanguage, chooseTheme, theme, THEME, type Theme } from '../data/preferences';
+import { chooseLanguage, chooseTheme, theme, THEME } from '../data/preferences';
 import { SECTIONS, state } from '../data/state';
 import { openAbout } from '../flows/about';
 import { quitProgram } from '../flows/elevate';
 import { openDialog } from '../ui/dialog';
-import { button, el, field, icon } from '../ui/dom';
+import { button, el, field, icon, select } from '../ui/dom';
 import { openKeySheet } from './keys';
 import { isFirst, laterSections, sectionLink } from './sections';
 
 function languageSelect(): HTMLSelectElement {
-  const select = el('select', { class: 'input' },
-    Object.entries(LANGS).map(([code, name]) => el('option', { value: code, lang: code, selected: code === language() }, name)));
-  select.addEventListener('change', () => {
-    if (isLang(select.value)) chooseLanguage(select.value);
-  });
-  return select;
+  const made = select(Object.keys(LANGS).filter(isLang), language(), (lang) => LANGS[lang], chooseLanguage);
+  for (const option of made.options) option.lang = option.value;
+  return made;
 }
 
-function themeSelect(): HTMLSelectElement {
-  const select = el('select', { class: 'input' },
-    el('option', { value: THEME.light, selected: theme() === THEME.light }, t('themeLight')),
-    el('option', { value: THEME.dark, selected: theme() === THEME.dark }, t('themeDark')));
-  select.addEventListener('change', () => chooseTheme(select.value as Theme));
-  return select;
-}
+const themeSelect = (): HTMLSelectElement =>
+  select([THEME.light, THEME.dark], theme(), (one) => t(one === THEME.dark ? 'themeDark' : 'themeLight'), chooseTheme);
 
 function askQuit(): void {
   const stay = button(t('cancel'), () => dialog.close());

@@ -141,6 +141,13 @@ export function choice(type: 'checkbox' | 'radio', label: Child, options: Props 
   return el('label', { class: 'choice' }, el('input', { type, ...props }), el('span', {}, label, hint ? el('span', { class: 'hint' }, el('br'), hint) : null));
 }
 
+// A select of these values, with a text for each.
+export function select<V extends string>(values: readonly V[], chosen: V, words: (value: V) => string, choose: (value: V) => void, props: Props = {}): HTMLSelectElement {
+  const made = el('select', { class: 'input', ...props, on: { change: () => choose(made.value as V) } },
+    values.map((value) => el('option', { value, selected: value === chosen }, words(value))));
+  return made;
+}
+
 // Enter in a text field does the same as the button beside it.
 export function onEnter(input: HTMLInputElement, action: () => void): void {
   input.addEventListener('keydown', (event) => {

@@ -2,7 +2,7 @@
 import type { Job } from '../../core/answers';
 import { date, percent, size, t, text } from '../../core/i18n';
 import { isRemote } from '../../core/job';
-import { COLOURINGS, colourOf, type Colouring } from '../../core/map_colours';
+import { COLOURINGS, colourOf } from '../../core/map_colours';
 import type { Tile } from '../../core/map_layout';
 import { valueOf } from '../../core/measure';
 import { entryName } from '../../core/names';
@@ -20,7 +20,7 @@ import { scanMarksBar, toggleMark } from '../../flows/marks';
 import { measureSwitch } from '../../flows/measure_switch';
 import { resultScreen, type ResultScreen } from '../../flows/result_screen';
 import type { Changes, Screen } from '../../flows/screen';
-import { el, fill, iconButton, inert, setAttribute } from '../../ui/dom';
+import { el, fill, iconButton, inert, select, setAttribute } from '../../ui/dom';
 import { KEYS } from '../../ui/keys';
 import { MapCanvas, type MapLook } from '../../ui/map_canvas';
 import { splitter } from '../../ui/splitter';
@@ -151,16 +151,16 @@ class MapSection implements ResultScreen {
 
   #controls(): HTMLElement {
     const { colouring, shaded } = mapSettings();
-    const select = el('select', { class: 'input', 'aria-label': t('mapColour'), on: { change: () => {
-      changeMap({ colouring: select.value as Colouring });
+    const colours = select(COLOURINGS, colouring, (one) => text(`by_${one}`), (chosen) => {
+      changeMap({ colouring: chosen });
       this.#show();
-    } } }, COLOURINGS.map((one) => el('option', { value: one, selected: one === colouring }, text(`by_${one}`))));
+    }, { 'aria-label': t('mapColour') });
     const shading = iconButton('shade', t('mapShading'), () => {
       const next = changeMap({ shaded: !mapSettings().shaded });
       setAttribute(shading, 'aria-pressed', String(next.shaded));
       this.#canvas.repaint(this.#look());
     }, { 'aria-pressed': String(shaded) });
-    return el('div', { class: 'line push map-controls' }, measureSwitch(this.#job.id), select, this.#depthButtons, shading, detailsButton());
+    return el('div', { class: 'line push map-controls' }, measureSwitch(this.#job.id), colours, this.#depthButtons, shading, detailsButton());
   }
 
   #deepen(by: number): void {
