@@ -1,6 +1,7 @@
 // Which copy of a group of equal files is kept.
 import type { Copy, CopyGroup } from './answers';
 import { baseName, parentOf, trimEnd } from './paths';
+import { byText } from './tree_order';
 
 export const KEEP_RULES = ['newest', 'oldest', 'shortest', 'first'] as const;
 export type KeepRule = (typeof KEEP_RULES)[number];
@@ -41,7 +42,7 @@ export function keeper(group: CopyGroup, rule: KeepRule, folders: readonly strin
   ranked.sort((a, b) => {
     const at = a.ranks.findIndex((one, i) => one !== b.ranks[i]);
     if (at >= 0) return a.ranks[at]! - b.ranks[at]!;
-    return BETTER[rule](a.file, b.file) || (a.path < b.path ? -1 : a.path > b.path ? 1 : 0);
+    return BETTER[rule](a.file, b.file) || byText(a.path, b.path);
   });
   return ranked[0]!.file;
 }

@@ -70,6 +70,9 @@ const LONGEST_FILE_NAME = 80;
 export const fileNameOf = (text: string): string =>
   shorten(shown(text).replace(/[\\/:*?"<>|\s]+/g, '-'), LONGEST_FILE_NAME).replace(/^[-.]+|[-.]+$/g, '');
 
+// Lone surrogates become U+FFFD: they can't be encoded.
+export const wellFormed = (text: string): string => text.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
+
 const LONGEST_SHOWN = 260;
 
 // Makes a name safe to display: control characters, direction marks and lone surrogates are replaced
@@ -81,7 +84,7 @@ export function shown(text: string): string {
   });
   safe = safe.replace(/[\u061c\u200b-\u200f\u2028-\u202e\u2060-\u2069\ufeff]/g,
     (c) => `[U+${c.charCodeAt(0).toString(16).toUpperCase().padStart(4, '0')}]`);
-  return safe.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
+  return wellFormed(safe);
 }
 
 // Splits a path for display: the layout may truncate the head, but not the tail, which is the file name.

@@ -26,7 +26,7 @@ export const nameKey = (name: string): string => {
   return plain.toLowerCase().replace(/\d+/g, (digits) => digits.replace(/^0+(?=\d)/, '').padStart(15, '0'));
 };
 
-const byText = (a: string, b: string): number => (a < b ? -1 : a > b ? 1 : 0);
+export const byText = (a: string, b: string): number => (a < b ? -1 : a > b ? 1 : 0);
 
 // What stands for files that are not listed comes last.
 const lastOf = (item: Entry): number => (item.kind === 'more' || item.kind === 'gone' ? 1 : item.kind === 'failed' || item.kind === 'loading' ? 2 : 0);

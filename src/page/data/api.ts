@@ -1,6 +1,7 @@
 // Requests to the program. Every failure carries a text that can be shown.
 import { Failure } from '../core/failure';
 import { failure, t } from '../core/i18n';
+import { wellFormed } from '../core/paths';
 import { FAILURE } from '../core/words';
 import { changed, state } from './state';
 
@@ -98,9 +99,6 @@ export function form<T>(path: string, fields: Record<string, FieldValue>, option
 
 export const query = (path: string, fields: Record<string, string | number>): string =>
   `${path}?${Object.entries(fields).map(([name, value]) => `${name}=${encodeURIComponent(wellFormed(String(value)))}`).join('&')}`;
-
-// Lone surrogates can't be encoded; they are sent as U+FFFD.
-const wellFormed = (text: string): string => text.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
 
 // The address for a link. Links send no headers, so the key goes into the address.
 export const linkTo = (path: string, fields: Record<string, string | number>): string =>

@@ -3,23 +3,14 @@ import type { Job } from '../core/answers';
 import { hostAndFolder, hostsOf, withHost, type Host } from '../core/hosts';
 import { isHost, isRunning } from '../core/job';
 import { changed, listen, state } from './state';
+import { read, writeChoice } from './stored';
 
 const STORED = 'vorda-hosts';
 
-export function hosts(): Host[] {
-  try {
-    return hostsOf(localStorage.getItem(STORED));
-  } catch {
-    return [];
-  }
-}
+export const hosts = (): Host[] => hostsOf(read(STORED));
 
 function store(list: Host[]): void {
-  try {
-    localStorage.setItem(STORED, JSON.stringify(list));
-  } catch {
-    // Without storage they are forgotten with the tab.
-  }
+  writeChoice(STORED, list);
   changed('jobs'); // the picker lists them again and keeps what is typed in it
 }
 

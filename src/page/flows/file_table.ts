@@ -6,6 +6,7 @@ import { figuresOf, valueOf } from '../core/measure';
 import { baseName, parentOf, shown } from '../core/paths';
 import { extensionOf } from '../core/type_groups';
 import type { Entry } from '../core/entry';
+import { byText } from '../core/tree_order';
 import { changed, knowsDisk, measure, state } from '../data/state';
 import { keepTable, tableSettings } from '../data/table_settings';
 import { cutPath, setAttribute } from '../ui/dom';
@@ -20,10 +21,7 @@ import { openInExplorer } from './places';
 const entryOf = ({ p, s, m, a, x, cl }: FileItem): Entry => ({ kind: 'file', path: p, name: baseName(p), s, f: 1, n: 0, m, ...figuresOf({ a, x, cl }) });
 
 type Compare = (a: FileItem, b: FileItem) => number;
-const text = (of: (file: FileItem) => string): Compare => (a, b) => {
-  const [first, second] = [of(a).toLowerCase(), of(b).toLowerCase()];
-  return first < second ? -1 : first > second ? 1 : 0;
-};
+const text = (of: (file: FileItem) => string): Compare => (a, b) => byText(of(a).toLowerCase(), of(b).toLowerCase());
 
 const comparer = (word: string, job: number): Compare | undefined => ({
   size: (a: FileItem, b: FileItem) => valueOf(a, measure(job)) - valueOf(b, measure(job)), disk: (a: FileItem, b: FileItem) => (a.a ?? a.s) - (b.a ?? b.s),

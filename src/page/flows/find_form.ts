@@ -5,6 +5,7 @@ import { boundsOf, BY_SIZE, isEnough, NO_QUESTION, picker, UNITS, type Question 
 import { Selection } from '../core/selection';
 import { finder } from '../data/runs';
 import { goTo, state } from '../data/state';
+import { read, writeChoice } from '../data/stored';
 import { chosenScans } from './search_form';
 
 const DAY_MS = 86_400_000;
@@ -61,7 +62,7 @@ export function findOld(job: number): void {
 // Saved questions are data of this browser; anything may have been written there.
 export function savedQuestions(): Question[] {
   try {
-    const list: unknown = JSON.parse(localStorage.getItem(STORED) ?? '[]');
+    const list: unknown = JSON.parse(read(STORED) ?? '[]');
     return (Array.isArray(list) ? list : []).slice(0, MOST_SAVED).map((one: Partial<Question> | null) =>
       Object.fromEntries(Object.entries(NO_QUESTION).map(([name, value]) => {
         const given = one?.[name as keyof Question];
@@ -74,13 +75,7 @@ export function savedQuestions(): Question[] {
 
 const sameAs = (a: Question) => (b: Question): boolean => JSON.stringify(a) === JSON.stringify(b);
 
-function store(list: Question[]): void {
-  try {
-    localStorage.setItem(STORED, JSON.stringify(list.slice(0, MOST_SAVED)));
-  } catch {
-    // Without storage they are lost.
-  }
-}
+const store = (list: Question[]): void => writeChoice(STORED, list.slice(0, MOST_SAVED));
 
 export const saveQuestion = (): void => {
   const asked = { ...NO_QUESTION, ...question() };

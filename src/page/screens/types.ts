@@ -5,6 +5,7 @@ import { count, percent, size, t } from '../core/i18n';
 import { isRemote } from '../core/job';
 import { valueOf } from '../core/measure';
 import { typeName } from '../core/names';
+import { byText } from '../core/tree_order';
 import { shareOf } from '../core/units';
 import { api, query } from '../data/api';
 import { changed, measure, state } from '../data/state';
@@ -131,7 +132,7 @@ class Types implements ResultScreen {
 
   #arrange(): void {
     const { word, down } = this.#settings.sort ?? { word: 'size', down: true };
-    const by = word === 'name' ? (a: TypeItem, b: TypeItem) => (a.e < b.e ? -1 : a.e > b.e ? 1 : 0) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.#value(a) - this.#value(b);
+    const by = word === 'name' ? (a: TypeItem, b: TypeItem) => byText(a.e, b.e) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.#value(a) - this.#value(b);
     this.#list.showSort(word, down);
     this.#list.setRows([...this.#all].sort((a, b) => (down ? -1 : 1) * by(a, b)));
   }

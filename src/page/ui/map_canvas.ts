@@ -40,6 +40,12 @@ let maps = 0;
 // A rest is told from its folder.
 const keyOf = (tile: Tile<Entry>): string => (tile.rest ? `${tile.item.path}\0` : tile.item.path);
 
+function cover({ style }: HTMLElement, { x, y, w, h }: Tile<Entry>): void {
+  style.transform = `translate(${x}px, ${y}px)`;
+  style.width = `${w}px`;
+  style.height = `${h}px`;
+}
+
 export class MapCanvas {
   readonly root: HTMLElement;
   readonly #canvas = el('canvas', { 'aria-hidden': 'true' });
@@ -156,19 +162,14 @@ export class MapCanvas {
   #makeOptions(): void {
     this.#options.replaceChildren(...this.#own.map((tile, index) => {
       const option = el('div', { role: 'option', id: `${this.#prefix}-${index}`, 'aria-label': this.#hooks.optionName(tile), 'aria-selected': 'false' });
-      option.style.transform = `translate(${tile.x}px, ${tile.y}px)`;
-      option.style.width = `${tile.w}px`;
-      option.style.height = `${tile.h}px`;
+      cover(option, tile);
       return option;
     }));
   }
 
   #place(ring: HTMLElement, tile: Tile<Entry> | undefined): void {
     ring.hidden = !tile;
-    if (!tile) return;
-    ring.style.transform = `translate(${tile.x}px, ${tile.y}px)`;
-    ring.style.width = `${tile.w}px`;
-    ring.style.height = `${tile.h}px`;
+    if (tile) cover(ring, tile);
   }
 
   #showChosen(): void {
