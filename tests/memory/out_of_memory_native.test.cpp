@@ -88,13 +88,13 @@ TEST_CASE("a scan without memory fails as such, whichever allocation it is: walk
 
   TestVolume volume;
   const std::uint64_t root = reference(5, 5);
-  volume.add(30, TestRecord(true).name(L"folder with a long name", root));
+  volume.addFolder(30).name(L"folder with a long name", root);
   for (std::uint32_t i = 31; i < 40; ++i) {
     const std::wstring name = L"file number " + std::to_wstring(i) + L".type" + std::to_wstring(i);
-    volume.add(i, TestRecord().file(name, reference(30, 1), 1'000'000 + i));
+    volume.add(i).file(name, reference(30, 1), 1'000'000 + i);
   }
-  volume.add(40, TestRecord(false, reference(31, 1)).name(L"another name of the file", root));
-  volume.add(41, TestRecord().file(L"orphan.txt", reference(20, 9), 7));
+  volume.extend(40, reference(31, 1)).name(L"another name of the file", root);
+  volume.add(41).file(L"orphan.txt", reference(20, 9), 7);
   steps.turboAllowed = [](const std::wstring&) { return TurboVerdict{true, {}}; };
   steps.turbo = [image = volume.image()](ScanProgress& progress, const ScanOptions& options,
                                          ScanResult& result) {

@@ -118,23 +118,23 @@ TEST_CASE("what one record says") {
        TestRecord()
            .modified(time)
            .resident(kData, Bytes(5))
-           .nonResident(kData, kLargest - 5)
+           .data(kLargest - 5)
            .nonResident(kData, 7, {0}, 1)},
       {"5" + nothing.substr(1) + " broken",
-       TestRecord().resident(kData, Bytes(5)).nonResident(kData, kLargest - 4)},
-      {"0" + nothing.substr(1) + " broken", TestRecord().nonResident(kData, ~0ULL)},
-      {nothing, TestRecord().nonResident(kData, 0).stream(L"s", 5, {0})},
+       TestRecord().resident(kData, Bytes(5)).data(kLargest - 4)},
+      {"0" + nothing.substr(1) + " broken", TestRecord().data(~0ULL)},
+      {nothing, TestRecord().data(0).stream(L"s", 5)},
       // Clusters: those of other streams are told apart, unless they are the compressed contents.
       {"9 0 | 15/1/2 | @4294967295/0, 0/0",
        TestRecord()
            .nonResident(kIndexAllocation, 0, runList({{8, 10}}))
-           .nonResident(kData, 9, runList({{1, 20}}))
-           .stream(L"Zone", 9, runList({{2, 30}}))
-           .stream(L"WofCompressedData", 9, runList({{4, 40}}))},
+           .data(9, {{1, 20}})
+           .stream(L"Zone", 9, {{2, 30}})
+           .stream(L"WofCompressedData", 9, {{4, 40}})},
       {"0 0 | 7/0/7 | @4294967295/0, 0/0", TestRecord()
-                                               .stream(L"WofCompressedDatb", 9, runList({{1, 30}}))
-                                               .stream(L"WofCompressedData2", 9, runList({{2, 40}}))
-                                               .stream(L"WofCompressed", 9, runList({{4, 50}}))},
+                                               .stream(L"WofCompressedDatb", 9, {{1, 30}})
+                                               .stream(L"WofCompressedData2", 9, {{2, 40}})
+                                               .stream(L"WofCompressed", 9, {{4, 50}})},
       // Where the run list is damaged, the head is believed, but never more than the volume has.
       {"9 0 | 5/5/0 | @4294967295/0, 0/0 believed",
        TestRecord().nonResident(kData, 9, {0x99}),

@@ -54,17 +54,16 @@ TEST_CASE("the table is found among all other attributes of its record") {
   for (const std::uint64_t at : {100U, 101U})
     CHECK(found(volume.image(TestRecord()
                                  .resident(kAttributeList, attributeList({{at, 0}}))
-                                 .nonResident(kData, kWhole, runList({{100, 64}}))
+                                 .data(kWhole, {{100, 64}})
                                  .resident(kFileName, Bytes(300))
-                                 .nonResident(kData, 0, runList({{28, 164}}), at))) ==
+                                 .piece(at, {{28, 164}}))) ==
           (at == 100 ? "64: 64+100 164+28" : kCorrupt));
   CHECK(found(volume.image(TestRecord().nonResident(kData, 1024, kRuns))) == "1: 64+128");
   CHECK(found(volume.image(TestRecord().nonResident(kData, 1023, kRuns))) == kMftRecordCount);
   // More clusters than the volume has can only overlap.
   volume.sectors = 300;
   const auto twice = [&](std::uint32_t count) {
-    return found(
-        volume.image(TestRecord().nonResident(kData, kWhole, runList({{200, 64}, {count, 0}}))));
+    return found(volume.image(TestRecord().data(kWhole, {{200, 64}, {count, 0}})));
   };
   CHECK(twice(100) == "64: 64+200 64+100");
   CHECK(twice(101) == kCorrupt);
@@ -111,8 +110,7 @@ TEST_CASE("an attribute list outside of its record") {
   };
   const auto with = [](const Bytes& list, std::uint64_t first = 0) {
     TestVolume volume;
-    volume.add(16,
-               TestRecord(false, reference(0, 1)).nonResident(kData, 0, runList({{8, 300}}), 128));
+    volume.extend(16, reference(0, 1)).piece(128, {{8, 300}});
     const auto clusters = static_cast<std::uint32_t>((list.size() + 511) / 512);
     Bytes image = volume.image(
         TestRecord()

@@ -14,12 +14,12 @@ void addRecords(TestVolume& volume, const DiskNode& folder, std::uint64_t parent
     const auto number = static_cast<std::uint32_t>(node->id);
     const auto known = volume.records.find(number);
     if (node->folder) {
-      volume.add(number, TestRecord(true).name(node->name, parent));
+      volume.addFolder(number).name(node->name, parent);
       addRecords(volume, *node, reference(number, 1));
     } else if (known != volume.records.end()) {
       known->second.name(node->name, parent);
     } else {
-      volume.add(number, TestRecord().file(node->name, parent, node->size));
+      volume.add(number).file(node->name, parent, node->size);
     }
   }
 }

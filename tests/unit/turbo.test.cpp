@@ -24,19 +24,19 @@ TEST_CASE("folders deeper than 4,096 levels are orphans") {
   volume.extents = {{16384, 64}};
   for (std::uint32_t i = 0; i < 4097; ++i) {
     const std::uint64_t parent = i == 0 ? kRoot : reference(3999 + i, 1);
-    volume.add(4000 + i, TestRecord(true).name(i == 4096 ? L"deep" : L"d", parent));
+    volume.addFolder(4000 + i).name(i == 4096 ? L"deep" : L"d", parent);
   }
-  volume.add(40, TestRecord().file(L"reached", reference(3999 + 4095, 1), 40));
-  volume.add(41, TestRecord().file(L"too deep", reference(3999 + 4096, 1), 41));
+  volume.add(40).file(L"reached", reference(3999 + 4095, 1), 40);
+  volume.add(41).file(L"too deep", reference(3999 + 4096, 1), 41);
   // Of two names one is too deep, or as deep as can be.
   for (const std::uint32_t record : {42U, 43U}) {
-    volume.add(record, TestRecord()
-                           .name(L"n", kRoot)
-                           .name(L"m", reference(3999 + (record == 42 ? 4096 : 4095), 1)));
+    volume.add(record)
+        .name(L"n", kRoot)
+        .name(L"m", reference(3999 + (record == 42 ? 4096 : 4095), 1));
   }
   volume.first =
       TestRecord(true).name(L"$MFT", kRoot); // a folder that takes no file without a name
-  volume.add(44, TestRecord().nonResident(kData, 44));
+  volume.add(44).data(44);
   const Reading read = reading(opens(volume.image()));
   Lines lines = listed(read);
   CHECK(lines.contains(L"$Orphans\\too deep 41"));
@@ -78,30 +78,29 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
     };
   } sink;
   TestVolume volume;
-  volume.add(20, TestRecord(true).name(L"Below", reference(22, 1)));
-  volume.add(21, TestRecord(true).name(L"out", reference(22, 1)));
-  volume.add(22, TestRecord(true).name(L"A", kRoot));
-  volume.add(23, TestRecord(true).name(L"deep", reference(21, 1)));
+  volume.addFolder(20).name(L"Below", reference(22, 1));
+  volume.addFolder(21).name(L"out", reference(22, 1));
+  volume.addFolder(22).name(L"A", kRoot);
+  volume.addFolder(23).name(L"deep", reference(21, 1));
   std::uint32_t record = 30;
   for (const std::uint64_t folder : {kRoot, reference(20, 1), reference(21, 1), reference(23, 1)}) {
-    volume.add(record, TestRecord().file(L"f", folder, record));
+    volume.add(record).file(L"f", folder, record);
     ++record;
   }
   const std::uint64_t time = 116'444'736'000'000'000 + 90'000;
   const std::uint64_t elsewhere = reference(24, 1);
-  volume.add(29, TestRecord().name(L"p", reference(21, 1)).name(L"q", reference(21, 1)));
-  volume.add(24, TestRecord(true).name(L"out", kRoot)); // of another path than what is left out
+  volume.add(29).name(L"p", reference(21, 1)).name(L"q", reference(21, 1));
+  volume.addFolder(24).name(L"out", kRoot); // of another path than what is left out
   volume.add(34, TestRecord(false, 0, 3)
                      .modified(time)
                      .name(L"g", elsewhere)
-                     .nonResident(kData, 5000, runList({{2, 900}}))
+                     .data(5000, {{2, 900}})
                      .reparse(0x9000'601A));
-  volume.add(35, TestRecord().modified(time).file(L"h", reference(99, 1), 100));
-  volume.add(36, TestRecord().modified(time).file(L"large", elsewhere, 6001));
-  volume.add(37, TestRecord().modified(time - 20'000).file(L"early", elsewhere, 100));
-  volume.add(38, TestRecord().modified(time).file(L"small", elsewhere, 30));
-  volume.add(39,
-             TestRecord().modified(time).file(L"other", elsewhere, 100).name(L"x", elsewhere, 0));
+  volume.add(35).modified(time).file(L"h", reference(99, 1), 100);
+  volume.add(36).modified(time).file(L"large", elsewhere, 6001);
+  volume.add(37).modified(time - 20'000).file(L"early", elsewhere, 100);
+  volume.add(38).modified(time).file(L"small", elsewhere, 30);
+  volume.add(39).modified(time).file(L"other", elsewhere, 100).name(L"x", elsewhere, 0);
   ScanProgress progress;
   ScanOptions options;
   options.root = L"D:";
@@ -159,7 +158,7 @@ TEST_CASE("a fragmented table is read completely or not at all") {
   volume.extents = {{37, 64}, {4, 500}, {1, 300}, {6, 200}};
   const Bytes head = runList({{37, 64}});
   for (std::uint32_t i = 20; i < 24; ++i) {
-    volume.add(i, TestRecord().file(L"file " + std::to_wstring(i), kRoot, i));
+    volume.add(i).file(L"file " + std::to_wstring(i), kRoot, i);
   }
   const Lines all = {L"file 20 20", L"file 21 21", L"file 22 22", L"file 23 23"};
   CHECK(listed(reading(opens(volume.image()))) == all);
@@ -167,11 +166,10 @@ TEST_CASE("a fragmented table is read completely or not at all") {
   // The attribute list is unsorted; a record in the first extent describes the second.
   const auto zero = TestRecord()
                         .resident(kAttributeList, attributeList({{41, 19}, {0, 0}, {37, 16}}))
-                        .nonResident(kData, 24 * 1024, runList({{37, 64}}));
+                        .data(24 * 1024, {{37, 64}});
   const std::uint64_t table = reference(0, 1);
-  volume.add(16, TestRecord(false, table).nonResident(kData, 0, runList({{4, 500}}), 37));
-  volume.add(19,
-             TestRecord(false, table).nonResident(kData, 0, runList({{1, 300}, {6, -100}}), 41));
+  volume.extend(16, table).piece(37, {{4, 500}});
+  volume.extend(19, table).piece(41, {{1, 300}, {6, -100}});
   CHECK(listed(reading(opens(volume.image(zero)))) == all);
 }
 
@@ -182,15 +180,14 @@ TEST_CASE("records smaller than a sector, and a table that ends inside one") {
   volume.tableRecords = 34;
   volume.extents = {{3, 64}, {2, 80}};
   TestRecord zero;
-  zero.resident(kAttributeList, attributeList({{3, 22}}))
-      .nonResident(kData, 34 * 1024, runList({{3, 64}}));
-  volume.add(22, TestRecord(false, reference(0, 1)).nonResident(kData, 0, runList({{2, 80}}), 3));
-  volume.add(33, TestRecord().file(L"last", kRoot, 33));
+  zero.resident(kAttributeList, attributeList({{3, 22}})).data(34 * 1024, {{3, 64}});
+  volume.extend(22, reference(0, 1)).piece(3, {{2, 80}});
+  volume.add(33).file(L"last", kRoot, 33);
   Bytes image = volume.image(zero);
   CHECK(listed(reading(opens(image))) == Lines{L"last 33"});
   // One bad record is passed over; what follows the table in its last sector is none.
-  volume.add(32, TestRecord());
-  volume.add(34, TestRecord());
+  volume.add(32);
+  volume.add(34);
   image = volume.image(zero);
   for (const std::size_t record : {32U, 34U}) {
     put(image, 80 * 8192 + (record - 24) * 1024 + 1022, 0, 2);
@@ -202,8 +199,7 @@ TEST_CASE("single bad records are skipped, many fail the scan") {
   TestVolume volume;
   volume.tableRecords = 4096;
   volume.extents = {{8192, 64}};
-  for (std::uint32_t i = 20; i < 2100; ++i)
-    volume.add(i, TestRecord().file(std::to_wstring(i), kRoot, 1));
+  for (std::uint32_t i = 20; i < 2100; ++i) volume.add(i).file(std::to_wstring(i), kRoot, 1);
   const Bytes good = volume.image();
   const auto at = [](std::size_t record) { return (64 + record * 2) * 512; };
   Bytes bad = good;
@@ -221,8 +217,8 @@ TEST_CASE("single bad records are skipped, many fail the scan") {
     put(bad, at(200 + i) + 256 + 4, 8, 4); // attributes of 8 bytes
   CHECK(wordOf(bad) == kMftCorrupt);
   TestVolume small;
-  small.add(20, TestRecord().file(L"torn", kRoot, 1));
-  small.add(21, TestRecord().file(L"whole", kRoot, 1));
+  small.add(20).file(L"torn", kRoot, 1);
+  small.add(21).file(L"whole", kRoot, 1);
   bad = small.image();
   put(bad, at(20) + 1022, 0x1234, 2);
   CHECK(listed(reading(opens(bad))) == Lines{L"whole 1"});
@@ -268,14 +264,13 @@ TEST_CASE("every failure has its word, and the walk follows") {
       {kMftCorrupt, with(TestRecord().nonResident(kData, 64 * 1024, {0x01, 1, 0}))},
       {kMftNoData, with(TestRecord())},
       {kMftNoData, with(TestRecord().nonResident(kData, 0, run))},
-      {kMftNoData, with(TestRecord().nonResident(kData, 1024))},
+      {kMftNoData, with(TestRecord().data(1024))},
       {kMftNoData, with(TestRecord().resident(kData, Bytes(99)))},
       {kMftRecordCount,
        [] {
          TestVolume huge;
          huge.sectors = 1ULL << 40U;
-         return opens(huge.image(
-             TestRecord().nonResident(kData, 1024ULL * 200'000'001, runList({{400'000'002, 64}}))));
+         return opens(huge.image(TestRecord().data(1024ULL * 200'000'001, {{400'000'002, 64}})));
        }()},
       {kMftMemory, without(65'535)},
   };
@@ -303,22 +298,21 @@ TEST_CASE("a cancel takes effect within one chunk and keeps what was read") {
   TestVolume volume;
   volume.tableRecords = kChunk * 6 - 7;
   volume.extents = {{kChunk * 12, 64}};
-  volume.add(20, TestRecord().file(L"first", kRoot, 7));
-  volume.add(kChunk * 5, TestRecord().file(L"last", kRoot, 8));
+  volume.add(20).file(L"first", kRoot, 7);
+  volume.add(kChunk * 5).file(L"last", kRoot, 8);
   // A file whose further records are in several chunks, and one with its name in many of them.
-  volume.add(21, TestRecord().file(L"spread", kRoot, 1));
+  volume.add(21).file(L"spread", kRoot, 1);
   for (std::uint32_t chunk = 3; chunk < 6; ++chunk) {
-    volume.add(kChunk * chunk + 1, TestRecord(false, reference(21, 1))
-                                       .name(L"s" + std::to_wstring(chunk), kRoot)
-                                       .resident(kData, Bytes(10 * chunk))
-                                       .stream(L"s", 1, runList({{chunk, 10 * chunk}})));
+    volume.extend(kChunk * chunk + 1, reference(21, 1))
+        .name(L"s" + std::to_wstring(chunk), kRoot)
+        .resident(kData, Bytes(10 * chunk))
+        .stream(L"s", 1, {{chunk, 10 * chunk}});
   }
-  volume.add(22, TestRecord());
+  volume.add(22);
   for (std::uint32_t i = 0; i < 40; ++i) {
-    volume.add(kChunk * 3 + 2 + i,
-               TestRecord(false, reference(22, 1)).name(L"n" + std::to_wstring(i), kRoot));
+    volume.extend(kChunk * 3 + 2 + i, reference(22, 1)).name(L"n" + std::to_wstring(i), kRoot);
   }
-  volume.add(kChunk * 3 + 50, TestRecord(false, reference(22, 1)).resident(kData, Bytes(9)));
+  volume.extend(kChunk * 3 + 50, reference(22, 1)).resident(kData, Bytes(9));
   ScanProgress progress;
   std::atomic<int> after = 0;
   const auto open = opens(volume.image(), [&](MemoryVolume& memory) {
@@ -385,8 +379,8 @@ TEST_CASE("randomly damaged tables give consistent figures or a failure word") {
     const std::uint64_t parent = i < 25 ? kRoot : reference(20 + i % 5, 1);
     TestRecord& record = volume.add(i, TestRecord(i < 25).name(L"n" + std::to_wstring(i), parent));
     if (i >= 25 && i % 3 == 0) record.name(L"m", reference(20 + i % 4, 1)).names(2);
-    record.nonResident(kData, i, runList({{i, 500 + 70 * i}}));
-    if (i % 4 == 0) record.stream(L"s", 5, runList({{1, 400 + i}}));
+    record.data(i, {{i, 500 + 70 * i}});
+    if (i % 4 == 0) record.stream(L"s", 5, {{1, 400 + i}});
   }
   const Bytes good = volume.image();
   std::mt19937 random(4711);

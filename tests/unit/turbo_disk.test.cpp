@@ -80,52 +80,37 @@ TEST_CASE("allocated clusters of a run list") {
 TEST_CASE("streams, holes, extension records, the system's compression and the cloud") {
   TestVolume volume;
   constexpr std::uint32_t kCloud = 0x9000'601A;
-  volume.add(
-      20,
-      TestRecord(true).name(L"a", kRoot).nonResident(kIndexAllocation, 4096, runList({{8, 900}})));
+  volume.addFolder(20).name(L"a", kRoot).nonResident(kIndexAllocation, 4096, runList({{8, 900}}));
   const std::uint64_t a = reference(20, 1);
-  volume.add(30, TestRecord().name(L"resident", a).resident(kData, Bytes(100)));
-  volume.add(31, TestRecord()
-                     .name(L"sparse", a)
-                     .nonResident(kData, 1 << 20U, holed({{90, 0}, {3, 70}, {9, 0}})));
-  volume.add(32, TestRecord()
-                     .name(L"streams", a)
-                     .nonResident(kData, 512, runList({{1, 300}}))
-                     .stream(L"Zone", 1000, runList({{2, 400}})));
+  volume.add(30).name(L"resident", a).resident(kData, Bytes(100));
+  volume.add(31).name(L"sparse", a).nonResident(kData, 1 << 20U, holed({{90, 0}, {3, 70}, {9, 0}}));
+  volume.add(32).name(L"streams", a).data(512, {{1, 300}}).stream(L"Zone", 1000, {{2, 400}});
   // Only in another stream, which is no further one.
-  volume.add(33, TestRecord()
-                     .name(L"packed", a)
-                     .nonResident(kData, 100'000, holed({{100, 0}}))
-                     .stream(L"WofCompressedData", 2000, runList({{4, 500}}))
-                     .reparse(0x8000'0017));
-  volume.add(
-      34,
-      TestRecord().name(L"cloud", a).nonResident(kData, 5000, holed({{10, 0}})).reparse(kCloud));
-  volume.add(35, TestRecord()
-                     .attributes(kAttributeRecallOnDataAccess)
-                     .name(L"partly", a)
-                     .nonResident(kData, 5000, holed({{7, 0}, {3, 100}}))
-                     .stream(L"x", 1, runList({{1, 600}})));
-  volume.add(37, TestRecord().name(L"pieces", a).nonResident(kData, 9000, runList({{2, 610}})));
-  volume.add(38, TestRecord(false, reference(37, 1))
-                     .nonResident(kData, 0, runList({{5, 620}}), 2)
-                     .stream(L"y", 10, runList({{1, 630}})));
-  volume.add(42, TestRecord(false, reference(37, 1)).stream(L"z", 10, runList({{16, 660}})));
-  volume.add(
-      43,
-      TestRecord().name(L"small", a).nonResident(kData, 100, runList({{1, 680}})).reparse(kCloud));
-  volume.add(
-      44,
-      TestRecord().name(L"more", a).nonResident(kData, 9000, runList({{2, 690}})).reparse(kCloud));
-  volume.add(45, TestRecord(false, reference(44, 1)).nonResident(kData, 0, runList({{3, 692}}), 2));
-  volume.add(46, TestRecord(true)
-                     .name(L"late", a)
-                     .nonResident(kIndexAllocation, 4096, runList({{8, 700}}))
-                     .stream(L"dir", 9, runList({{2, 720}})));
-  volume.add(39, TestRecord(false, reference(37, 9)).nonResident(kData, 0, runList({{9, 640}}), 7));
+  volume.add(33)
+      .name(L"packed", a)
+      .nonResident(kData, 100'000, holed({{100, 0}}))
+      .stream(L"WofCompressedData", 2000, {{4, 500}})
+      .reparse(0x8000'0017);
+  volume.add(34).name(L"cloud", a).nonResident(kData, 5000, holed({{10, 0}})).reparse(kCloud);
+  volume.add(35)
+      .attributes(kAttributeRecallOnDataAccess)
+      .name(L"partly", a)
+      .nonResident(kData, 5000, holed({{7, 0}, {3, 100}}))
+      .stream(L"x", 1, {{1, 600}});
+  volume.add(37).name(L"pieces", a).data(9000, {{2, 610}});
+  volume.extend(38, reference(37, 1)).piece(2, {{5, 620}}).stream(L"y", 10, {{1, 630}});
+  volume.extend(42, reference(37, 1)).stream(L"z", 10, {{16, 660}});
+  volume.add(43).name(L"small", a).data(100, {{1, 680}}).reparse(kCloud);
+  volume.add(44).name(L"more", a).data(9000, {{2, 690}}).reparse(kCloud);
+  volume.extend(45, reference(44, 1)).piece(2, {{3, 692}});
+  volume.addFolder(46)
+      .name(L"late", a)
+      .nonResident(kIndexAllocation, 4096, runList({{8, 700}}))
+      .stream(L"dir", 9, {{2, 720}});
+  volume.extend(39, reference(37, 9)).piece(7, {{9, 640}});
   // The run list is damaged: the head is believed.
   Bytes damaged = runList({{3, 0x7000'0000}});
-  volume.add(40, TestRecord().name(L"damaged", a).nonResident(kData, 9000, damaged));
+  volume.add(40).name(L"damaged", a).nonResident(kData, 9000, damaged);
   const ScanResult result = scanned(volume.image());
   for (const auto& [file, expected] : std::vector<std::pair<const wchar_t*, std::string>>{
            {L"resident", "0 0 0"},
@@ -171,12 +156,12 @@ TEST_CASE("what comes back of files with several names") {
   std::uint32_t at = 600;
   const auto file = [&](std::uint32_t record, std::uint32_t clusters,
                         const std::vector<std::uint64_t>& parents) -> TestRecord& {
-    TestRecord& made = volume.add(record, TestRecord());
+    TestRecord& made = volume.add(record);
     for (std::size_t i = 0; i < parents.size(); ++i) {
       made.name(L"f" + std::to_wstring(record) + L"." + std::to_wstring(i), parents[i]);
     }
     at += 20;
-    return made.nonResident(kData, clusters * 512 - 100, runList({{clusters, at}}));
+    return made.data(clusters * 512 - 100, {{clusters, at}});
   };
   file(30, 1, {b, b}); // both in one folder
   file(31, 2, {b, c}); // meet in a
@@ -185,7 +170,7 @@ TEST_CASE("what comes back of files with several names") {
   volume.records.at(33).name(L"F33~1", d, 2).names(2);
   file(34, 16, {d}).names(3); // two names are nowhere
   file(35, 32, {b}).names(3); // two further names in an extension record
-  volume.add(36, TestRecord(false, reference(35, 1)).name(L"far", d).name(L"FAR~1", d, 2));
+  volume.extend(36, reference(35, 1)).name(L"far", d).name(L"FAR~1", d, 2);
   file(37, 64, {c, reference(11, 1)});  // one where nobody can delete it
   file(38, 128, {c, reference(99, 1)}); // one in a folder that is gone
   // The same figures again in places of their own.
@@ -195,18 +180,13 @@ TEST_CASE("what comes back of files with several names") {
   file(42, 8, {reference(99, 1)});
   file(43, 16, {inside});
   file(44, 32, {kRoot});
-  file(15, 64, {kRoot}).stream(L"s", 9, runList({{1, 990}}));
-  file(16, 128, {kRoot}).stream(L"s", 9, runList({{2, 991}}));
-  volume.add(3, TestRecord().name(L"$Volume", kRoot));
+  file(15, 64, {kRoot}).stream(L"s", 9, {{1, 990}});
+  file(16, 128, {kRoot}).stream(L"s", 9, {{2, 991}});
+  volume.add(3).name(L"$Volume", kRoot);
   volume.records.at(5).nonResident(kIndexAllocation, 512, runList({{1, 996}}));
-  volume.add(47, TestRecord()
-                     .name(L"f47.0", c)
-                     .name(L"f47.1", d)
-                     .nonResident(kData, 100)
-                     .reparse(0x9000'601A));
-  volume.add(45,
-             TestRecord().name(L"pagefile.sys", kRoot).nonResident(kData, 9, runList({{5, 995}})));
-  volume.add(46, TestRecord().name(L"pagefile.sys", d).nonResident(kData, 9, runList({{6, 980}})));
+  volume.add(47).name(L"f47.0", c).name(L"f47.1", d).data(100).reparse(0x9000'601A);
+  volume.add(45).name(L"pagefile.sys", kRoot).data(9, {{5, 995}});
+  volume.add(46).name(L"pagefile.sys", d).data(9, {{6, 980}});
   const ScanResult result = scanned(volume.image());
   CHECK(figures(result, L"a\\b") == "35 1 0");
   CHECK(figures(result, L"a\\c") == "196 0 100");
@@ -283,18 +263,18 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   use(2000, 30);     // a file
   map.back() = 0xFF; // beyond the last cluster, and its own bits 5000 to 5002
   const auto bitmap = [&volume](std::uint64_t size, const Bytes& runs) {
-    volume.add(6, TestRecord()
-                      .name(L"$Bitmap", kRoot)
-                      .resident(kData, {0, 0, 0, 0, 0, 0, 0, 0, 34, 0, 0x11, 1, 1, 0})
-                      .nonResident(kBitmap, 0, {0})
-                      .stream(L"Zone", 9, {0})
-                      .nonResident(kData, size, runs));
+    volume.add(6)
+        .name(L"$Bitmap", kRoot)
+        .resident(kData, {0, 0, 0, 0, 0, 0, 0, 0, 34, 0, 0x11, 1, 1, 0})
+        .nonResident(kBitmap, 0, {0})
+        .stream(L"Zone", 9)
+        .nonResident(kData, size, runs);
   };
   bitmap(626, runList({{1, 1000}}));
   // The record of the second piece is met first.
-  volume.add(4, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 1));
-  volume.add(21, TestRecord(false, reference(30, 1)).nonResident(kData, 0, {0}, 30));
-  volume.add(30, TestRecord().name(L"file", kRoot).nonResident(kData, 9, runList({{30, 2000}})));
+  volume.extend(4, reference(6, 1)).piece(1, {{1, 1001}});
+  volume.extend(21, reference(30, 1)).nonResident(kData, 0, {0}, 30);
+  volume.add(30).name(L"file", kRoot).data(9, {{30, 2000}});
   std::size_t buffers = 10;
   const auto account = [&] {
     Bytes image = volume.image();
@@ -319,7 +299,7 @@ TEST_CASE("the volume's own map of clusters, and what remains unexplained") {
   buffers = 4;
   CHECK_FALSE(account().used);
   buffers = 10;
-  volume.add(4, TestRecord(false, reference(6, 1)).nonResident(kData, 0, runList({{1, 1001}}), 2));
+  volume.extend(4, reference(6, 1)).piece(2, {{1, 1001}});
   CHECK_FALSE(account().used);
   volume.records.erase(4);
   CHECK_FALSE(account().used);

@@ -36,7 +36,7 @@ TestRecord written(std::istream& line) {
     record.name(toUtf16(name.substr(0, at)), referenceIn(name.substr(at + 1)),
                 space == std::string::npos ? 1 : static_cast<std::uint8_t>(name[space + 1] - '0'));
   }
-  if (words.contains("data")) record.nonResident(kData, number("data"));
+  if (words.contains("data")) record.data(number("data"));
   if (words.contains("in")) record.resident(kData, Bytes(number("in")));
   if (words.contains("piece")) record.nonResident(kData, number("piece"), {0}, 7);
   if (words.contains("stream")) record.nonResident(kData, number("stream"), {0}, 0, true);

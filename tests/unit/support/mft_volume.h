@@ -36,8 +36,11 @@ inline std::uint64_t reference(std::uint64_t record, std::uint64_t sequence) {
   return record | sequence << 48U;
 }
 
-// Encodes runs of { length, offset from the previous run }, 4 bytes each.
-inline Bytes runList(const std::vector<std::pair<std::uint32_t, std::int64_t>>& runs) {
+// { length, offset from the previous run }
+using Runs = std::vector<std::pair<std::uint32_t, std::int64_t>>;
+
+// Encodes runs with 4 bytes for each number.
+inline Bytes runList(const Runs& runs) {
   Bytes list;
   for (const auto& [count, offset] : runs) {
     list.push_back(0x44);
@@ -100,7 +103,7 @@ public:
   }
 
   // A stream of this many bytes with a name.
-  TestRecord& stream(const std::wstring& name, std::uint64_t size, const Bytes& runs) {
+  TestRecord& stream(const std::wstring& name, std::uint64_t size, const Runs& runs = {}) {
     Bytes attribute;
     put(attribute, 8, 1, 1);
     put(attribute, 9, name.size(), 1);
@@ -111,10 +114,18 @@ public:
       put(attribute, attribute.size(), static_cast<std::uint64_t>(unit), 2);
     }
     put(attribute, 32, attribute.size(), 2);
-    attribute.insert(attribute.end(), runs.begin(), runs.end());
+    const Bytes list = runList(runs);
+    attribute.insert(attribute.end(), list.begin(), list.end());
     return add(kData, attribute);
   }
 
+  // Contents in these clusters, and a later piece of them.
+  TestRecord& data(std::uint64_t size, const Runs& runs = {}) {
+    return nonResident(kData, size, runList(runs));
+  }
+  TestRecord& piece(std::uint64_t firstCluster, const Runs& runs) {
+    return nonResident(kData, 0, runList(runs), firstCluster);
+  }
   // How many names the file has, as the record says.
   TestRecord& names(std::uint16_t count) {
     put(bytes_, 18, count, 2);
@@ -191,12 +202,16 @@ struct TestVolume {
     first.name(L"$MFT", reference(5, 5));
   }
 
-  TestRecord& add(std::uint32_t number, TestRecord record) {
+  TestRecord& add(std::uint32_t number, TestRecord record = TestRecord()) {
     return records.insert_or_assign(number, std::move(record)).first->second;
+  }
+  TestRecord& addFolder(std::uint32_t number) { return add(number, TestRecord(true)); }
+  TestRecord& extend(std::uint32_t number, std::uint64_t base) {
+    return add(number, TestRecord(false, base));
   }
 
   Bytes image() const {
-    std::vector<std::pair<std::uint32_t, std::int64_t>> runs;
+    Runs runs;
     for (std::int64_t before = 0; const auto& [count, at] : extents) {
       runs.emplace_back(count, at - before);
       before = at;
