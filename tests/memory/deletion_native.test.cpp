@@ -12,7 +12,6 @@ using namespace vorda::test;
 
 namespace {
 
-// The bytes of all files below a folder.
 std::uint64_t bytesBelow(const DiskNode* node) {
   if (node == nullptr) return 0;
   std::uint64_t bytes = node->size;
@@ -93,7 +92,6 @@ void checkOperation(const char* what, const Question& question, std::uint64_t le
     const std::string answer = askWithout(world.app, n, how, question);
     CHECK((answer == kNoMemoryAnswer || answer.starts_with("200 {")));
     world.check();
-    // Whatever was left goes the next time.
     const std::string named = world.app.state.jobs.find(1)->progress.texts().error;
     Question again = question;
     if (!named.empty()) {

@@ -35,7 +35,6 @@ std::string factsOf(const std::string& document) {
   return document.substr(0, from) + document.substr(document.find(',', from));
 }
 
-// Runs jobs that are made by `make` for every n.
 void checkJobs(const char* what, const ScanSteps& steps,
                const std::function<std::shared_ptr<Job>()>& make,
                const std::function<void(const Job&)>& also = {}) {

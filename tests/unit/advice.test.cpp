@@ -164,7 +164,6 @@ TEST_CASE("duplicates: same name and size, sorted by wasted bytes") {
   alike.file(L"a", L"5.bin", kGiB * 10);
   alike.file(L"b", L".bin", kGiB * 100 + 5);
   CHECK(told(alike).empty());
-  // Lists eight groups but counts all.
   TableBuilder many(L"C:\\");
   for (int i = 0; i < 20; ++i)
     many.file(L"f" + std::to_wstring(i), L"g" + std::to_wstring(i / 2), kGiB);

@@ -12,7 +12,6 @@ using namespace vorda::test;
 
 namespace {
 
-// Clients of the three kinds of runs, until a point in time.
 struct Race {
   App app;
   std::chrono::steady_clock::time_point end;
@@ -28,7 +27,6 @@ struct Race {
     return told;
   }
 
-  // Later results must not contain the scan.
   void forget(const std::string& id) {
     app.get("/api/forget?id=" + id);
     for (const char* path : {"/api/findfiles", "/api/dupsacross"}) {

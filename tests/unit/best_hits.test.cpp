@@ -70,7 +70,6 @@ TEST_CASE("hits are passed on in batches, and those that cannot make it are not 
     std::atomic<std::uint64_t> found{0};
     BestHits best(1, order, 256, found);
     const auto taker = best.taker();
-    // Each better than all before.
     for (std::uint64_t i = 1; i <= 512; ++i) {
       taker->take({L"!", std::to_wstring(10'000 - i), 1000 + i, 1});
       CHECK(best.count() == i / 256 * 256);

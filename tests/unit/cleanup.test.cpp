@@ -264,7 +264,6 @@ TEST_CASE("what would be emptied can be seen before") {
   CHECK(app.disk->snapshot() == before);
   CHECK(app.disk->log.empty());
 
-  // What cleaning would leave alone is said, with the reason.
   app.disk->removeNode(*app.disk->at(L"C:\\Windows\\Temp"));
   app.disk->link(L"C:\\Windows\\Temp", L"C:\\other");
   app.disk->unreadable = {L"C:\\Users\\anna\\AppData\\Local\\Temp"};

@@ -29,7 +29,6 @@ TEST_CASE("values, missing values and unknown arguments") {
 }
 
 TEST_CASE("the mode with the highest priority wins") {
-  // From highest to lowest priority.
   const std::vector<std::pair<Arguments, Mode>> ranks = {
       {{L"--help"}, Mode::help},
       {{L"--close-for-update", L"x"}, Mode::closeCopies},

@@ -35,7 +35,6 @@ const auto kKey = [](const HttpRequest&) { return Admission{Trust::key, {}}; };
 
 constexpr std::uint32_t kFar = 0x0A000001;
 
-// A connection whose steps are up to the test.
 struct Stepped {
   FakeClient client;
   Connection connection;
@@ -102,7 +101,6 @@ TEST_CASE("limits on time and on buffered bytes") {
   endless.perPiece = 14s;
   CHECK(serve(endless).ends_with("<POST / " + std::string(42, 'x') + ">"));
 
-  // Only received bytes are held, not announced ones.
   FakeClient promise{.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"}};
   CHECK(serve(promise).ends_with("<POST / abc>"));
   for (const std::size_t over : {0U, 1U}) {
@@ -199,7 +197,6 @@ TEST_CASE("a body is read only for a request that was admitted, and a refusal re
   CHECK(handled == 0);
   CHECK(refused.ended);
   CHECK(refused.unread() == 1'000'000 - kDrainedBytes);
-  // One that neither sends nor closes has a second.
   FakeClient waiting{.pieces = {head}, .silent = true};
   serve(waiting, {refuse, count});
   CHECK(waiting.now.time_since_epoch() == kDrainWait);

@@ -84,7 +84,6 @@ TEST_CASE(
   seats.push_back(table.enter(kLoopbackAddress));
   CHECK(seats[0]->mustClose());
   seats.erase(seats.begin());
-  // Where all have arrived, the longest-waiting goes as well.
   for (const auto& seat : seats) seat->arrive();
   seats.push_back(table.enter(kLoopbackAddress));
   CHECK(seats[2]->mustClose());

@@ -1,4 +1,3 @@
-// Whether a file may go because another copy of it stays.
 #include "fileops/copy_proof.h"
 
 #include <doctest/doctest.h>
@@ -66,7 +65,6 @@ private:
   };
 };
 
-// Two equal files that a client compared a moment ago.
 struct World {
   Files files;
   Expected expected;

@@ -375,7 +375,6 @@ TEST_CASE("the longest path that the shell takes") {
     CHECK((disk->at(folder) != nullptr) == (length == 260));
   }
   CHECK(whyNot(L"L:\\far below the limit", true) == "toolong");
-  // A better reason goes first.
   const std::wstring name(260, L'z');
   disk->add(L"C:\\Windows\\" + name);
   disk->add(L"D:\\around\\" + name);

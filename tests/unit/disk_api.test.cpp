@@ -35,7 +35,6 @@ TEST_CASE("bytes on disk are told only to those who ask") {
                            "/api/result?id=1&more=0", "/api/dirs?id=1&p=C:%5Cr&more="}) {
     CAPTURE(path);
     CHECK(withoutSeconds(app.get(path)) == withoutSeconds(plain.get(path)));
-    // A scan that does not know them says nothing either.
     const std::string more = std::string(path) + "&more=1";
     CHECK(withoutSeconds(plain.get(more)) == withoutSeconds(plain.get(path)));
   }

@@ -39,7 +39,6 @@ TEST_CASE("the duplicate search, from form fields to document") {
   CHECK(all.find("one.dll") < all.find("a.txt"));
   CHECK(holds(all, R"({"s":4,"c":3,"waste":8,"files":[{"p":"D:\\a.txt",)"));
 
-  // A forgotten scan disappears from the groups; the rest of a group may remain.
   app.addContent(L"E:\\", L"same.txt", "text");
   app.scanned("E:");
   OpenGate gate(app);

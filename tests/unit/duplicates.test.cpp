@@ -84,7 +84,6 @@ TEST_CASE("names of one file are one copy and are not read") {
   }
   CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\a=C:\\b=C:\\c|D:\\d=Z:\\e"});
   CHECK(fixture.contents.opened == 2);
-  // Without an identity they count as different files.
   for (const auto& name : fixture.names) {
     fixture.contents.edit(name.name.path, [](auto& file) { file.number = 0; });
   }
@@ -92,7 +91,6 @@ TEST_CASE("names of one file are one copy and are not read") {
 }
 
 TEST_CASE("files that change, disappear or cannot be read") {
-  // One of three equal files is affected.
   const auto happens = [](const std::string& what, MemoryContents& all, const std::wstring& path) {
     if (what == "rewritten") return all.rewrite(path, content(200'000, 100'000, 'n'));
     if (what == "grown") return all.rewrite(path, content(200'001));

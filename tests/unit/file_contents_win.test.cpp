@@ -10,7 +10,6 @@ using namespace vorda;
 
 namespace {
 
-// A temporary folder.
 struct Scratch {
   std::wstring path;
   Scratch() {
@@ -96,7 +95,6 @@ TEST_CASE("system files that others have open, and that are renamed") {
     CHECK_FALSE(contents->open(other, Writers::allowed, failure));
     CHECK(failure == FileFailure::unreadable);
   }
-  // Renaming an open file changes its state.
   const auto renamed = contents->open(other, Writers::refused, failure);
   const auto before = renamed->state();
   REQUIRE(MoveFileW(other.c_str(), (other + L" now").c_str()));

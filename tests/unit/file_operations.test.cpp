@@ -48,7 +48,6 @@ TEST_CASE("after a deletion the result equals that of a new scan") {
     const std::string refused = told.substr(told.find("\"refused\""));
     std::string partial;
     if (told.find("failed") == std::string::npos) {
-      // The dry run reported the same size and paths.
       CHECK(numberIn(dry, "bytes") == numberIn(told, "bytes"));
     } else {
       partial = R"("partial":[{"p":"C:\\r\\Locked","bytes":83886083}])";

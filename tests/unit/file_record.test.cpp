@@ -1,4 +1,3 @@
-// What turbo makes of single records, names and extension records, damaged ones above all.
 #include "base/text.h"
 #include "scan/turbo/attribute_list.h"
 #include "scan/turbo/record_table.h"
@@ -12,7 +11,6 @@ using namespace vorda::test;
 
 namespace {
 
-// Of 1,000 clusters.
 const MftLayout kLayout = {512, 512, 1024, 1000, 64};
 constexpr std::uint64_t kLargest = 1ULL << 53U; // bytes of a file
 constexpr std::uint32_t kCloud = 0x9000'601A;

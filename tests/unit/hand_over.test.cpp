@@ -10,7 +10,6 @@ TEST_CASE("a list is fresh for an hour") {
   const auto fresh = [](std::uint64_t written) { return isFresh({{}, {}, written}, kNow); };
   CHECK((fresh(kNow) && fresh(kNow - 60 * kMinute + 1)));
   CHECK_FALSE((fresh(kNow - 60 * kMinute) || fresh(kNow + 1) || fresh(0) || fresh(~0ULL)));
-  // Adding an agent does not revive an old list.
   HandOver list = withAgent({{L"old"}, {L"old line"}, kNow - 61 * kMinute}, L"a", kNow);
   list = withAgent(withAgent(list, L"b", kNow + kMinute), L"a", kNow + 2 * kMinute);
   CHECK(list.agents == std::vector<std::wstring>{L"a", L"b"});
@@ -35,7 +34,6 @@ TEST_CASE("each folder has its own list") {
   CHECK(agentsOf(lists, L"C:\\ab") == L"-");
   CHECK(agentsOf(withoutList(lists, L"C:\\a", kNow), L"C:\\a") == L"-");
   CHECK(agentsOf(withoutList(lists, L"C:\\a", kNow), L"C:\\b") == L"b");
-  // Lists nobody came back for do not pile up.
   CHECK(withoutList(lists, L"C:\\x", kNow + kHour).empty());
   // A list of an earlier version names no folder; it is used, and replaced, by the next step.
   lists.insert(lists.begin(), {{L"any"}, {}, kNow, L""});

@@ -8,7 +8,6 @@ using Room = ConnectionSeat::Room;
 
 namespace {
 
-// A buffer of one connection, where all together may hold so much.
 struct Held {
   explicit Held(std::size_t bound)
       : table({.heldBytes = bound, .alwaysHeld = 0}), seat(table.enter(kLoopbackAddress)),

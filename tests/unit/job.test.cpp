@@ -57,7 +57,6 @@ TEST_CASE("a job chooses its scan method and is always done at the end") {
     CHECK(job.resultReady);
     CHECK(job.progress.phase == kPhaseFinished);
     CHECK(finished == (row.error.empty() ? 1 : 0));
-    // The result contains nothing of a failed turbo scan.
     if (row.error.empty()) {
       CHECK(job.result.fileCount == 1);
       CHECK(job.drive.freeBytes == 40);

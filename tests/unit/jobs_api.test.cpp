@@ -42,7 +42,6 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(first.payload().starts_with(R"({"meta":{"path":"M:\\ré",)"));
   CHECK(first.payload().find("partial") == std::string::npos);
 
-  // A scan that was stopped says so in the list, in its document and in its CSV.
   gate.reached = 0;
   gate.shut = true;
   CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":3,"ok":true})");
@@ -57,7 +56,6 @@ TEST_CASE("a job from start to result, and forgotten while running") {
 
   CHECK(app.get("/api/forget?id=1") == R"(200 {"ok":true})");
   CHECK(app.get("/api/result?id=1") == R"(404 {"error":"opdracht onbekend"})");
-  // Forgetting a running scan stops it.
   gate.shut = true;
   CHECK(app.post("/api/scan", "path=M%3A%5Cr%C3%A9") == R"(200 {"id":4,"ok":true})");
   std::shared_ptr<Job> forgotten = app.state.jobs.find(4);

@@ -1,4 +1,3 @@
-// What a deletion leaves in the log, also when it is cut off.
 #include "fileops/deletion_log.h"
 #include "fileops/journal.h"
 #include "support/app.h"
@@ -139,7 +138,6 @@ TEST_CASE("an operation that is cut off gets its lines later") {
     finishInterrupted(*disk, *disk);
     CHECK(disk->log.empty());
     disk->logFails = false;
-    // The next deletion writes them before its own.
     disk->mayDelete = nullptr;
     CHECK(remove(*disk, {L"C:\\data\\a.txt"}, {}, permanent).logged);
     lines.append("2026-01-02 03:04:05  ").append(mode).append("  1  C:\\data\\a.txt\r\n");
@@ -192,7 +190,6 @@ TEST_CASE("journals of drives that are not there wait; broken ones are dropped")
   CHECK(disk->journals.empty());
   CHECK(disk->log == "2026-01-02 03:04:05  definitief (onderbroken)  7  Q:\\\u00E9\r\n"
                      "2026-01-02 03:04:05  definitief (onderbroken)  0  Q:\\link\r\n");
-  // If everything is still there, nothing has to be written.
   disk->logFails = true;
   journal.entries.resize(1);
   disk->writeJournal(journalText(journal));

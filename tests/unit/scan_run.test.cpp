@@ -131,7 +131,6 @@ TEST_CASE("a run that the user stops writes nothing") {
     CHECK(run.messages == "Vorda: scanning C:\\x\nVorda: stopped; nothing was written\n");
     CHECK_FALSE(run.stop.writing());
   }
-  // One that fails says why.
   CHECK(stopped(L"o", "json", "sshEmpty").messages.ends_with("does the path exist?\n"));
 
   // Stopped before the scan began, and once it is being written.

@@ -1,4 +1,3 @@
-// What a client saw is compared with what is there when it deletes.
 #include "base/seen.h"
 #include "support/runs.h"
 
@@ -58,7 +57,6 @@ struct World {
     return content;
   }
 
-  // What the comparison saw of these paths.
   std::vector<std::string> compare(const std::vector<std::string>& paths) {
     std::string fields = "seen=1";
     for (const std::string& path : paths) fields += "&p=" + path;
@@ -236,7 +234,6 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
     CHECK(holds(told, row.goes ? R"("deleted":1,)" : R"("why":"changed")"));
     CHECK((world.app.disk->at(L"C:\\x\\copy") == nullptr) == row.goes);
     CHECK(world.app.contents->bytesRead == row.read);
-    // Nothing is held any longer.
     CHECK(world.app.contents->isWritable(L"C:\\kept"));
   }
 }

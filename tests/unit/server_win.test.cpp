@@ -14,7 +14,6 @@ using namespace vorda;
 
 namespace {
 
-// A socket, and an address on this machine.
 struct Peer {
   explicit Peer(std::uint16_t port) {
     address.sin_family = AF_INET;

@@ -91,7 +91,6 @@ TEST_CASE("damaged tables: folders with cut links keep their totals and are no c
   CHECK(folders[0].firstChild == kNoFolder);
   CHECK(folderPath(folders, 7, L'\\') == L"n\\n\\n");
 
-  // The root's parent link is ignored.
   FolderTable rooted = withParents({1, 0});
   sum(rooted);
   CHECK(rooted[0].totalBytes == 2);

@@ -376,7 +376,6 @@ TEST_CASE("an ssh job drops its password; its paths cannot be deleted or reveale
   CHECK(dirs("/b/DATA").find("notScanned") == std::string::npos);
   CHECK(dirs("/b/x%5Cy").find("notScanned") == std::string::npos);
   CHECK(holds(dirs("%5Cb"), "notScanned"));
-  // Not even paths that look like shares.
   const ScanResult& scanned = app.state.jobs.find(1)->result;
   CHECK(scanned.files.size() == 4);
   for (const FileEntry& file : scanned.files) {
@@ -388,7 +387,6 @@ TEST_CASE("an ssh job drops its password; its paths cannot be deleted or reveale
     app.get("/api/reveal?p=" + toUtf8(path));
   }
   CHECK(app.revealed.empty());
-  // Other kinds of jobs do not keep a password.
   app.post("/api/scan", "path=h%3A%2F&password=p");
   app.waitUntilDone(2);
   CHECK(app.state.jobs.find(2)->password.empty());

@@ -1,4 +1,3 @@
-// Where turbo finds the file table, and which tables it refuses.
 #include "scan/turbo/table_extents.h"
 
 #include "scan/words.h"

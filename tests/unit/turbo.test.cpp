@@ -154,7 +154,6 @@ TEST_CASE("a sink gets all files except those in left-out folders") {
 TEST_CASE("a fragmented table is read completely or not at all") {
   TestVolume volume;
   volume.tableRecords = 24;
-  // Records of two clusters, some split across extents.
   volume.extents = {{37, 64}, {4, 500}, {1, 300}, {6, 200}};
   const Bytes head = runList({{37, 64}});
   for (std::uint32_t i = 20; i < 24; ++i) {

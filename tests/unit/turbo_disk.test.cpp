@@ -1,4 +1,3 @@
-// Bytes on disk as turbo finds them: run lists, all names, and the account of the volume.
 #include "base/paths.h"
 #include "base/text.h"
 #include "scan/turbo/run_list.h"
@@ -33,7 +32,6 @@ std::string figures(const ScanResult& result, const std::wstring& path) {
          std::to_string(disk.totalBack / kCluster) + " " + std::to_string(disk.totalCloud);
 }
 
-// The same of a file that the scan lists.
 std::string fileFigures(const ScanResult& result, const std::wstring& name) {
   for (const FileEntry& file : result.files) {
     if (file.name != name) continue;
@@ -108,7 +106,6 @@ TEST_CASE("streams, holes, extension records, the system's compression and the c
       .nonResident(kIndexAllocation, 4096, runList({{8, 700}}))
       .stream(L"dir", 9, {{2, 720}});
   volume.extend(39, reference(37, 9)).piece(7, {{9, 640}});
-  // The run list is damaged: the head is believed.
   Bytes damaged = runList({{3, 0x7000'0000}});
   volume.add(40).name(L"damaged", a).nonResident(kData, 9000, damaged);
   const ScanResult result = scanned(volume.image());

@@ -1,4 +1,3 @@
-// The parts of an NTFS volume that turbo starts with, and whole volumes from tables of cases.
 #include "base/paths.h"
 #include "base/text.h"
 #include "scan/turbo/boot_sector.h"

@@ -14,7 +14,6 @@ namespace {
 
 constexpr const char* kHead = "GET / H\r\n\r\n";
 
-// A waiting room with made-up clients, time and threads.
 class Room {
 public:
   explicit Room(const ConnectionBounds& bounds = {}) : connections(bounds) {}
@@ -93,7 +92,6 @@ TEST_CASE("who is late, has to go or fails is seen off, and nobody else") {
   room.goOn(true, false);
   CHECK(clients[1].closed);
   CHECK(room.room.guests().size() == 2);
-  // What one runs into ends that one.
   clients[2].pieces = {kHead};
   clients[2].now = room.now;
   for (WaitingRoom::Guest& guest : room.room.guests()) guest.ready = true;

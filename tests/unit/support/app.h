@@ -129,7 +129,6 @@ struct App {
 
   std::shared_ptr<Job> scanJob(const std::string& path) { return state.jobs.find(scanned(path)); }
 
-  // Waits for the result of a run.
   std::string resultOf(const std::string& path) {
     while (get(path).starts_with("200 {\"running\":true")) std::this_thread::yield();
     return get(path);

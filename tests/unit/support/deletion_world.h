@@ -1,4 +1,3 @@
-// A machine to delete from, and the deletion of paths on it.
 #pragma once
 
 #include "api/kept_contents.h"

@@ -118,7 +118,6 @@ public:
     return path;
   }
 
-  // Another name for a file.
   DiskNode& hardLink(const std::wstring& path, const DiskNode& file) {
     DiskNode& node = add(path, file.size);
     node.id = file.id;
@@ -146,7 +145,6 @@ public:
     return all;
   }
 
-  // ---- FolderSource
   std::unique_ptr<FolderReader> reader() override { return std::make_unique<Reader>(*this); }
   PathFacts facts(const std::wstring& path) override {
     if (onLook) onLook(path);
@@ -169,7 +167,6 @@ public:
     return node == nullptr || cluster == 0 ? kUnknownDisk : diskOf(*node);
   }
 
-  // ---- Machine
   std::wstring fullPath(const std::wstring& path) override { return read(path); }
 
   std::optional<std::wstring> longPath(const std::wstring& path) override {

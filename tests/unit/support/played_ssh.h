@@ -1,4 +1,4 @@
-// An ssh process that prints given texts.
+// Plays back texts, then ends; "" stands for a read without output.
 #pragma once
 
 #include "scan/ssh/ssh_scan.h"
@@ -11,7 +11,6 @@
 
 namespace vorda::test {
 
-// Plays back texts, then ends; "" stands for a read without output.
 struct Played final : SshProcess {
   std::vector<std::string> texts;
   std::function<void()> onSilence;

@@ -1,4 +1,3 @@
-// Reads a volume in memory by turbo.
 #pragma once
 
 #include "scan/turbo/turbo_scan.h"
