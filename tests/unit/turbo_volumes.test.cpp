@@ -37,8 +37,6 @@ TestRecord written(std::istream& line) {
   }
   if (words.contains("data")) record.data(number("data"));
   if (words.contains("in")) record.resident(kData, Bytes(number("in")));
-  if (words.contains("piece")) record.nonResident(kData, number("piece"), {0}, 7);
-  if (words.contains("stream")) record.nonResident(kData, number("stream"), {0}, 0, true);
   return record;
 }
 

@@ -1,3 +1,4 @@
+// A machine to delete from, and the deletion of paths on it.
 #pragma once
 
 #include "api/kept_contents.h"

@@ -1,3 +1,4 @@
+// Reads a volume in memory by turbo.
 #pragma once
 
 #include "scan/turbo/turbo_scan.h"
