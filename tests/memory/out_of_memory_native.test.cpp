@@ -8,8 +8,6 @@
 #include "support/mft_volume.h"
 #include "support/played_ssh.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

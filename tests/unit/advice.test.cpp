@@ -2,8 +2,6 @@
 #include "support/table.h"
 #include "tree/advice.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

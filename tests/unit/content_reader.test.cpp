@@ -1,8 +1,6 @@
 #include "search/content_reader.h"
 #include "support/memory_contents.h"
 
-#include <doctest/doctest.h>
-
 #include <stdexcept>
 #include <thread>
 

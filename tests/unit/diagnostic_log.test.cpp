@@ -3,8 +3,6 @@
 #include "scan/scan_log.h"
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

@@ -2,8 +2,6 @@
 #include "api/routes.h"
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 #include <algorithm>
 #include <map>
 #include <sstream>

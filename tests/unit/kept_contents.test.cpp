@@ -1,8 +1,6 @@
 #include "api/kept_contents.h"
 #include "support/memory_contents.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 
 TEST_CASE("what stays is read whole, and counts for nothing if it changed or went meanwhile") {

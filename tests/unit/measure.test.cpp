@@ -2,8 +2,6 @@
 #include "scan/reparse_tag.h"
 #include "support/memory_disk.h"
 
-#include <doctest/doctest.h>
-
 #include <functional>
 #include <optional>
 #include <set>

@@ -1,8 +1,6 @@
 #include "api/open_api.h"
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 #include <sstream>
 
 using namespace vorda;

@@ -2,8 +2,6 @@
 #include "report/result_document.h"
 #include "support/table.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

@@ -27,33 +27,35 @@ std::vector<std::string> listIn(const std::string& answer, const std::string& na
 // An app whose disk and contents are of one piece.
 struct World {
   App app;
+  MemoryDisk& disk = *app.disk;
+  MemoryContents& contents = *app.contents;
   std::uint64_t clock = 116'444'736'000'050'000; // 5 ms after 1970
 
   World() {
-    app.disk->volume(L"C:");
-    app.disk->mayDelete = [this](const std::wstring& path) {
-      if (!app.contents->isDeletable(path)) return false;
-      app.contents->remove(path);
+    disk.volume(L"C:");
+    disk.mayDelete = [this](const std::wstring& path) {
+      if (!contents.isDeletable(path)) return false;
+      contents.remove(path);
       return true;
     };
   }
 
   void write(const std::wstring& path, const std::string& content) {
-    DiskNode& node = app.disk->add(path, content.size());
+    DiskNode& node = disk.add(path, content.size());
     node.size = content.size();
     node.lastWrite = ++clock;
-    app.contents->add(path, content, node.id);
-    app.contents->edit(path, [this](MemoryFile& file) { file.state.lastWrite = clock; });
+    contents.add(path, content, node.id);
+    contents.edit(path, [this](MemoryFile& file) { file.state.lastWrite = clock; });
   }
 
   void remove(const std::wstring& path) {
-    if (DiskNode* node = app.disk->at(path)) app.disk->removeNode(*node);
-    app.contents->remove(path);
+    if (DiskNode* node = disk.at(path)) disk.removeNode(*node);
+    contents.remove(path);
   }
 
   std::string contentOf(const std::wstring& path) {
     std::string content;
-    app.contents->edit(path, [&](MemoryFile& file) { content = file.content; });
+    contents.edit(path, [&](MemoryFile& file) { content = file.content; });
     return content;
   }
 
@@ -102,31 +104,24 @@ TEST_CASE("what was seen survives its way through the client, for its own path o
 }
 
 TEST_CASE("a deletion leaves alone what changed since the dry run") {
-  using Change = std::function<void(World&)>;
-  const std::vector<std::pair<const char*, Change>> changes = {
-      {"nothing", [](World&) {}},
-      {"size", [](World& world) { world.app.disk->at(L"C:\\r\\file")->size = 2; }},
-      {"time", [](World& world) { ++world.app.disk->at(L"C:\\r\\file")->lastWrite; }},
-      {"identity", [](World& world) { world.app.disk->at(L"C:\\r\\file")->id += 500; }},
-      {"a new file deep in the folder", [](World& world) { world.write(L"C:\\r\\d\\e\\n", ""); }},
-      {"a file in the folder is another one",
-       [](World& world) { ++world.app.disk->at(L"C:\\r\\d\\e\\f")->lastWrite; }},
-      {"a file in the folder has another name",
-       [](World& world) { world.app.disk->at(L"C:\\r\\d\\e\\f")->name = L"g"; }},
-      {"a folder in the folder cannot be listed any more",
-       [](World& world) { world.app.disk->unreadable = {L"C:\\r\\d\\none"}; }},
-      {"the folder is another one",
-       [](World& world) { world.app.disk->at(L"C:\\r\\d")->id += 500; }}};
-  for (const auto& [named, change] : changes) {
-    const std::string what = named;
-    CAPTURE(what);
+  const std::vector<std::pair<std::string, void (*)(MemoryDisk&)>> changes = {
+      {"nothing", [](MemoryDisk&) {}},
+      {"size", [](MemoryDisk& disk) { disk.at(L"C:\\r\\file")->size = 2; }},
+      {"time", [](MemoryDisk& disk) { ++disk.at(L"C:\\r\\file")->lastWrite; }},
+      {"identity", [](MemoryDisk& disk) { disk.at(L"C:\\r\\file")->id += 500; }},
+      {"new file deep in the folder", [](MemoryDisk& disk) { disk.add(L"C:\\r\\d\\e\\n"); }},
+      {"file in the folder", [](MemoryDisk& disk) { ++disk.at(L"C:\\r\\d\\e\\f")->lastWrite; }},
+      {"name in the folder", [](MemoryDisk& disk) { disk.at(L"C:\\r\\d\\e\\f")->name = L"g"; }},
+      {"unreadable folder in it", [](MemoryDisk& disk) { disk.unreadable = {L"C:\\r\\d\\none"}; }},
+      {"another folder", [](MemoryDisk& disk) { disk.at(L"C:\\r\\d")->id += 500; }}};
+  for (const auto& [what, change] : changes) {
     World world;
-    world.app.disk->add(L"C:\\r\\file\\old", 9); // a folder when it is scanned
+    world.disk.add(L"C:\\r\\file\\old", 9); // a folder when it is scanned
     world.write(L"C:\\r\\d\\e\\f", "abc");
-    world.app.disk->add(L"C:\\r\\d\\none\\");
-    world.app.disk->volume(L"T:", L"C:\\r"); // so that all forms of a path differ
-    world.app.disk->at(L"C:\\r\\d")->shortName = L"D~1";
-    world.app.disk->noBins = {L"C:\\"};
+    world.disk.add(L"C:\\r\\d\\none\\");
+    world.disk.volume(L"T:", L"C:\\r"); // so that all forms of a path differ
+    world.disk.at(L"C:\\r\\d")->shortName = L"D~1";
+    world.disk.noBins = {L"C:\\"};
     world.app.scanned("T:%5C");
     world.remove(L"C:\\r\\file");
     world.write(L"C:\\r\\file", "x");
@@ -137,24 +132,24 @@ TEST_CASE("a deletion leaves alone what changed since the dry run") {
     CHECK(dry.ends_with(R"("items":[{"s":1,"f":1,"m":5},{"s":3,"f":1,"m":0,"dir":true}]})"));
     const std::vector<std::string> seen = listIn(dry, "seen");
     REQUIRE(seen.size() == 2);
-    change(world);
+    change(world.disk);
     const std::string told =
         world.app.post("/api/delete", fields + "&permanent=1&seen=" + seen[0] + "&seen=" + seen[1]);
-    const bool same = std::string(what) == "nothing";
-    const bool file = std::string(what).find("folder") == std::string::npos;
+    const bool same = what == "nothing";
+    const bool file = what.find("folder") == std::string::npos;
     CHECK(holds(told, same ? R"("deleted":2,)" : R"("deleted":1,)"));
     CHECK(holds(told, same   ? R"("refused":[],)"
                       : file ? R"("refused":[{"p":"T:\\file","why":"changed"}],)"
                              : R"("refused":[{"p":"T:\\D~1","why":"changed"}],)"));
-    CHECK((world.app.disk->at(L"C:\\r\\file") == nullptr) == (same || !file));
-    CHECK((world.app.disk->at(L"C:\\r\\d") == nullptr) == (same || file));
+    CHECK((world.disk.at(L"C:\\r\\file") == nullptr) == (same || !file));
+    CHECK((world.disk.at(L"C:\\r\\d") == nullptr) == (same || file));
   }
 }
 
 TEST_CASE("a link that is not the one that was seen stays") {
   for (const bool changes : {true, false}) {
     World world;
-    DiskNode& link = world.app.disk->link(L"C:\\link", L"C:\\none");
+    DiskNode& link = world.disk.link(L"C:\\link", L"C:\\none");
     const std::string dry = world.app.post("/api/delete", "p=C:%5Clink&dryrun=1&seen=1");
     CHECK(dry.ends_with(R"("items":[{"s":0,"f":0,"m":0}]})")); // no folder
     if (changes) ++link.lastWrite;
@@ -183,7 +178,7 @@ TEST_CASE("what a client sends about a path cannot slip to another one") {
   CHECK(holds(told("p=C:%5Ca&seen=x&keep=C:%5Cb&keepseen=" + seen[1]), R"("deleted":0,)"));
   CHECK(told("p=C:%5Ca&seen=1").ends_with(R"("wouldDelete":[]})"));
   CHECK(holds(told(both + "&dryrun=1"), R"("refused":[])"));
-  CHECK(world.app.disk->snapshot().size() == 3);
+  CHECK(world.disk.snapshot().size() == 3);
   // Only some of them were looked at.
   CHECK(holds(told(both + "&seen=" + seen[1]), R"("deleted":2,)"));
 }
@@ -203,8 +198,8 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
       {"the other is gone", [](World& w) { w.remove(L"C:\\kept"); }, false, 0},
       {"the other is open for writing",
        [](World& w) {
-         w.app.contents->edit(L"C:\\kept",
-                              [](MemoryFile& file) { file.failure = FileFailure::unreadable; });
+         w.contents.edit(L"C:\\kept",
+                         [](MemoryFile& file) { file.failure = FileFailure::unreadable; });
        },
        false, 0},
       {"the other is a name of this one",
@@ -212,8 +207,8 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
          w.remove(L"C:\\kept");
          w.write(L"C:\\kept", "same");
          std::uint64_t number = 0;
-         w.app.contents->edit(L"C:\\x\\copy", [&](MemoryFile& f) { number = f.number; });
-         w.app.contents->edit(L"C:\\kept", [&](MemoryFile& f) { f.number = number; });
+         w.contents.edit(L"C:\\x\\copy", [&](MemoryFile& f) { number = f.number; });
+         w.contents.edit(L"C:\\kept", [&](MemoryFile& f) { f.number = number; });
        },
        false, 0}};
   for (const Row& row : rows) {
@@ -225,16 +220,15 @@ TEST_CASE("a copy goes only while it is equal to one that stays") {
     REQUIRE(seen.size() == 2);
     row.change(world);
     // Windows lets a deleted file go only when nobody holds it.
-    world.app.disk->onLook = [&world,
-                              shellCalls = &world.app.disk->shellCalls](const std::wstring&) {
-      if (*shellCalls > 0) CHECK(world.app.contents->isWritable(L"C:\\kept"));
+    world.disk.onLook = [&world, shellCalls = &world.disk.shellCalls](const std::wstring&) {
+      if (*shellCalls > 0) CHECK(world.contents.isWritable(L"C:\\kept"));
     };
-    world.app.contents->bytesRead = 0;
+    world.contents.bytesRead = 0;
     const std::string told = world.removeCopy("C:\\x\\copy", seen[0], "C:\\kept", seen[1]);
     CHECK(holds(told, row.goes ? R"("deleted":1,)" : R"("why":"changed")"));
-    CHECK((world.app.disk->at(L"C:\\x\\copy") == nullptr) == row.goes);
-    CHECK(world.app.contents->bytesRead == row.read);
-    CHECK(world.app.contents->isWritable(L"C:\\kept"));
+    CHECK((world.disk.at(L"C:\\x\\copy") == nullptr) == row.goes);
+    CHECK(world.contents.bytesRead == row.read);
+    CHECK(world.contents.isWritable(L"C:\\kept"));
   }
 }
 
@@ -249,10 +243,10 @@ TEST_CASE(
       const std::string seen = world.compare({"C:\\x\\copy", "C:\\kept"}).at(0);
       const bool same = what == "the same";
       if (what == "other contents") world.write(L"C:\\x\\copy", "news");
-      world.app.disk->onLook = [&](const std::wstring& path) {
-        const bool held = !world.app.contents->isWritable(L"C:\\x\\copy");
+      world.disk.onLook = [&](const std::wstring& path) {
+        const bool held = !world.contents.isWritable(L"C:\\x\\copy");
         if (!same && held && equalsIgnoreCase(path, L"C:\\x\\copy")) {
-          world.app.disk->at(path)->lastWrite = 99;
+          world.disk.at(path)->lastWrite = 99;
         }
       };
       const std::string told = copy ? world.removeCopy("c:\\X\\copy", "", "C:\\kept", "")
@@ -276,7 +270,7 @@ TEST_CASE("the copy that stays does not go in the same request") {
   CHECK(holds(told("p=C:%5Ca&p=C:%5Cd&seen=" + seen[0] +
                    "&seen=&keep=C:%5Cd%5Cc&keep=&keepseen=" + seen[2] + "&keepseen="),
               R"("refused":[{"p":"C:\\a","why":"changed"}],"wouldDelete":["C:\\d"])"));
-  CHECK(world.app.disk->at(L"C:\\a") != nullptr);
+  CHECK(world.disk.at(L"C:\\a") != nullptr);
 }
 
 // A file changes at one of all the moments at which the program asks for something. Whatever the
@@ -304,33 +298,33 @@ TEST_CASE("files that change at any moment of a deletion") {
     const auto moment = [&] {
       if (step++ != when) return;
       const std::wstring path = toUtf16(names[random() % names.size()]);
-      if (world.app.disk->at(path) == nullptr) return;
+      if (world.disk.at(path) == nullptr) return;
       switch (random() % 3) {
       case 0:
-        if (world.app.contents->isWritable(path)) world.write(path, "news");
+        if (world.contents.isWritable(path)) world.write(path, "news");
         break;
       case 1:
-        if (!world.app.contents->isDeletable(path)) break;
+        if (!world.contents.isDeletable(path)) break;
         world.remove(path);
         break;
       default: // another file takes its place, with the same size and time
-        if (!world.app.contents->isWritable(path)) break;
-        const std::uint64_t time = world.app.disk->at(path)->lastWrite;
+        if (!world.contents.isWritable(path)) break;
+        const std::uint64_t time = world.disk.at(path)->lastWrite;
         world.remove(path);
         world.write(path, "else");
-        world.app.disk->at(path)->lastWrite = time;
-        world.app.contents->edit(path, [&](MemoryFile& f) { f.state.lastWrite = time; });
+        world.disk.at(path)->lastWrite = time;
+        world.contents.edit(path, [&](MemoryFile& f) { f.state.lastWrite = time; });
       }
     };
     const auto atPath = [&moment](const std::wstring&) { moment(); };
-    world.app.disk->onHold = atPath;
-    world.app.disk->onLook = atPath;
-    world.app.contents->onOpen = atPath;
-    world.app.contents->onRead = atPath;
+    world.disk.onHold = atPath;
+    world.disk.onLook = atPath;
+    world.contents.onOpen = atPath;
+    world.contents.onRead = atPath;
     // The last moment is before the last look; what the shell does after that is its own.
-    const auto take = world.app.disk->mayDelete;
-    world.app.disk->mayDelete = [&](const std::wstring& path) {
-      if (world.app.disk->at(path) == nullptr) return false; // somebody else deleted it
+    const auto take = world.disk.mayDelete;
+    world.disk.mayDelete = [&](const std::wstring& path) {
+      if (world.disk.at(path) == nullptr) return false; // somebody else deleted it
       CHECK(world.contentOf(path) == "same");
       if (path != L"C:\\plain") CHECK(world.contentOf(L"C:\\3") == "same");
       ++gone;

@@ -1,8 +1,6 @@
 #include "support/table.h"
 #include "tree/size_tree.h"
 
-#include <doctest/doctest.h>
-
 #include <algorithm>
 #include <chrono>
 #include <random>

@@ -1,7 +1,5 @@
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

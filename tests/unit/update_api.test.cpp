@@ -1,7 +1,5 @@
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 
 TEST_CASE("POST /api/update: a newer and an older version") {

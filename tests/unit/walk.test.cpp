@@ -4,8 +4,6 @@
 #include "tree/disk_sums.h"
 #include "tree/size_tree.h"
 
-#include <doctest/doctest.h>
-
 #include <thread>
 
 using namespace vorda;

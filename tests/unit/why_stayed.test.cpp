@@ -1,8 +1,6 @@
 #include "fileops/why_stayed.h"
 #include "support/app.h"
 
-#include <doctest/doctest.h>
-
 using namespace vorda;
 using namespace vorda::test;
 

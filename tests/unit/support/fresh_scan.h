@@ -3,8 +3,6 @@
 
 #include "support/runs.h"
 
-#include <doctest/doctest.h>
-
 #include <set>
 #include <string>
 

@@ -3,6 +3,8 @@
 
 #include "search/file_contents.h"
 
+#include <doctest/doctest.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>

@@ -7,6 +7,8 @@
 #include "fileops/machine.h"
 #include "scan/folder_reader.h"
 
+#include <doctest/doctest.h>
+
 #include <algorithm>
 #include <atomic>
 #include <functional>

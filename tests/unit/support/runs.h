@@ -4,8 +4,6 @@
 #include "support/app.h"
 #include "support/cases.h"
 
-#include <doctest/doctest.h>
-
 namespace vorda::test {
 
 constexpr const char* kStarted = R"(200 {"started":true,"running":true})";

@@ -6,6 +6,8 @@
 #include "tree/disk_sums.h"
 #include "tree/size_tree.h"
 
+#include <doctest/doctest.h>
+
 #include <string>
 
 namespace vorda::test {

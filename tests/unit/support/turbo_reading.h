@@ -5,8 +5,6 @@
 #include "support/app.h"
 #include "support/mft_volume.h"
 
-#include <doctest/doctest.h>
-
 #include <functional>
 #include <set>
 
