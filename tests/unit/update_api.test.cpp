@@ -1,9 +1,10 @@
 #include "support/app.h"
 
 using namespace vorda;
+using namespace vorda::test;
 
 TEST_CASE("POST /api/update: a newer and an older version") {
-  test::App app;
+  App app;
   const auto told = [&app](const UpdateAnswer& answer) {
     app.state.update.check = [answer] { return answer; };
     return app.post("/api/update");

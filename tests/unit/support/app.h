@@ -21,6 +21,12 @@ inline bool holds(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
 }
 
+inline std::size_t countOf(std::string_view text, std::string_view part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string_view::npos; ++at) ++count;
+  return count;
+}
+
 struct App {
   AppState state;
   MemoryDisk* disk = nullptr;         // owned by state
