@@ -107,13 +107,13 @@ export function startSilent(args, { program = exe, stdio = 'ignore', ...options 
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
-// Another program has a file open until the returned function is called, or the test ends.
+// Another program makes a file and has it open until the returned function is called, or the test ends.
 export async function holdOpen(t, file, options = {}) {
   const command = ['/c', `set /p x= > ${path.basename(file)}`];
   const { child, ended } = startSilent(command, { ...options, program: 'cmd.exe', cwd: path.dirname(file), stdio: ['pipe', 'ignore', 'ignore'] });
   const end = () => child.kill('SIGKILL') && ended;
   lastFirst(t).after(end);
-  while (!fs.existsSync(file) || fs.statSync(file).size > 0) await pause(50);
+  while (!fs.existsSync(file)) await pause(50);
   return end;
 }
 
