@@ -109,8 +109,8 @@ export function startSilent(args, { program = exe, stdio = 'ignore', ...options 
 
 // Another program makes a file and has it open until the returned function is called, or the test ends.
 export async function holdOpen(t, file, options = {}) {
-  const command = ['/c', `set /p x= > ${path.basename(file)}`];
-  const { child, ended } = startSilent(command, { ...options, program: 'cmd.exe', cwd: path.dirname(file), stdio: ['pipe', 'ignore', 'ignore'] });
+  const command = ['/c', `set /p x= > ${winPath(file).replaceAll(' ', '^ ')}`];
+  const { child, ended } = startSilent(command, { ...options, program: 'cmd.exe', stdio: ['pipe', 'ignore', 'ignore'] });
   const end = () => child.kill('SIGKILL') && ended;
   lastFirst(t).after(end);
   while (!fs.existsSync(file)) await pause(50);
