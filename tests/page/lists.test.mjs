@@ -435,3 +435,38 @@ test('a range goes on from its row, wherever that is by now, and not from a row 
   await row(tab.getByRole('grid'), 'a.mkv').click({ modifiers: ['Shift'] });
   await becomes(marked, '1 item selected, 70.0 MB');
 });
+
+test('after a deletion the map looks into folders again', async (t) => {
+  const { tab } = await scanned(t, { ...MEDIA, 'many/all.bin': 70 * MiB, 'many/gone/x.txt': 'x' }, { viewport: { width: 1440, height: 900 } });
+  // As many folders as the map looks into, answered for in the page, which is quicker.
+  await tab.addInitScript(() => {
+    const ask = window.fetch;
+    window.looked = 0;
+    window.fetch = (address, options) => {
+      const url = new URL(address, location.href);
+      const path = url.searchParams.get('p') ?? '';
+      const dirs = url.pathname === '/api/dirs';
+      const numbers = [...Array(800).keys()];
+      let made = null;
+      if (dirs && path.endsWith('many')) made = { s: 70 * 2 ** 20 + 1 + 800 * 2 ** 17, f: 802, dirs: [{ n: 'gone', s: 1, f: 1 }, ...numbers.map((n) => ({ n: `m${n}`, s: 2 ** 17, f: 1 }))] };
+      else if (/many.m\d+$/.test(path)) made = dirs ? { s: 2 ** 17, f: 1, dirs: [] } : { files: [{ n: 'x.bin', s: 2 ** 17, m: 0 }], total: 1, dirs: 0 };
+      if (made && dirs) ++window.looked;
+      return made ? Promise.resolve(new Response(JSON.stringify(made))) : ask(address, options);
+    };
+  });
+  await tab.reload();
+  const looked = () => tab.evaluate(() => window.looked);
+  await goTo(tab, 'map', 'Map');
+  const list = tab.getByRole('grid');
+  await row(list, 'many').first().dblclick();
+  await becomes(async () => await looked() > 700, true);
+  await settled(tab);
+  const before = await looked();
+  await list.press('End');
+  await becomes(() => list.locator('.trow.active .cell-name').innerText(), 'gone');
+  await list.press('Delete');
+  const dialog = tab.getByRole('dialog', { name: 'Delete' });
+  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
+  await dialog.getByRole('button', { name: 'Close' }).click();
+  await becomes(async () => await looked() > before + 700, true);
+});
