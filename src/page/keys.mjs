@@ -1,7 +1,7 @@
 // Numbers for the keys of texts. A key costs its length wherever a text is used and once more in the
 // dictionary, so the built page has numbers instead: t('acBusy') becomes t(17) there.
 
-const UNNAMED = /_/; // keys put together while the page runs: the types of core/i18n.ts allow no others there
+const COMPOSED = /_/; // keys put together while the page runs: the types of core/i18n.ts allow no others there
 const LITERAL = /'(\w+)'/g;
 const USED = /\b(?:t|parts)\('(\w+)'/g;
 const WORD = /\w+/g;
@@ -12,15 +12,16 @@ function counted(text, pattern) {
   return (word) => counts.get(word) ?? 0;
 }
 
-// A key has a number if every literal that spells it is surely the key: it is given to t() or parts() each time;
-// or it has a capital inside, as no word of the program or of the browser has that the page spells out, and the
-// sources name nothing else like it. Then the literals are replaced everywhere, so all that compares them agrees.
+// A key has a number only if each literal that spells it is surely the key. Either all of them are given to t() or
+// parts(); or the key has a capital inside and is nothing else in the sources, such as the name of a property. No word
+// of the program or of the browser that the page spells out is like that. All literals of the key are replaced, so
+// what compares them agrees.
 export function numberedKeys(keys, sources) {
   const all = sources.join('\n');
   const [literals, used, words] = [counted(all, LITERAL), counted(all, USED), counted(all, WORD)];
   const isKey = (key) => literals(key) === used(key) || (/[A-Z]/.test(key) && literals(key) === words(key));
   // From 1, since 0 would be no key.
-  const numbers = new Map(keys.filter((key) => !UNNAMED.test(key) && isKey(key)).map((key, i) => [key, i + 1]));
+  const numbers = new Map(keys.filter((key) => !COMPOSED.test(key) && isKey(key)).map((key, i) => [key, i + 1]));
   return {
     keys: [...numbers.keys()],
     named: keys.filter((key) => !numbers.has(key)),
