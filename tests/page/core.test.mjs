@@ -109,6 +109,14 @@ test('no dictionary contains English text', needs('esbuild'), () => {
   }
 });
 
+test('keys that are put together while the page runs begin like some that there are', () => {
+  const folder = new URL('../../src/page/', import.meta.url);
+  const source = fs.readdirSync(folder, { recursive: true }).filter((name) => name.endsWith('.ts')).map((name) => fs.readFileSync(new URL(name, folder), 'utf8')).join('');
+  const beginnings = new Set(Array.from(source.matchAll(/\b(?:phrase\('|text\(`)(\w+_)/g), ([, beginning]) => beginning));
+  assert.ok(beginnings.size > 10);
+  assert.deepEqual([...beginnings].filter((beginning) => !Object.keys(page.en).some((key) => key.startsWith(beginning))), []);
+});
+
 test('a key has a number in the built page unless something may look for it by its name', () => {
   const source = `t('one'); parts('one', x); t(yes ? 'camelOne' : 'camelTwo'); const camelTwo = 1; el('x', { class: 'both' }, t('both')); text(\`r_\${why}\`);`;
   const { keys, named, replaced } = numberedKeys(['one', 'camelOne', 'camelTwo', 'both', 'r_why', 'unused'], [source, "title: 'camelOne'"]);

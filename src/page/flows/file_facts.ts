@@ -16,7 +16,7 @@ export function ownSizes({ a, x, cl, ...entry }: Entry): HTMLElement[] {
   return [
     ...(a === undefined ? [] : fact(t('measure_a'), size(a))),
     ...(x === undefined ? [] : fact(t('measure_x'), shared ? `${size(x)} (${shared})` : size(x))),
-    ...(cl ? fact(t('dtCloud'), size(cl)) : []),
+    ...(cl ? fact(t('cloud_only'), size(cl)) : []),
   ];
 }
 
