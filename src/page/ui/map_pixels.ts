@@ -34,10 +34,9 @@ const mix = (a: Rgb, b: Rgb, share: number): Rgb => [0, 1, 2].map((i) => a[i]! +
 // As the canvas has it in memory, on little-endian machines.
 const wordOf = ([r, g, b]: Rgb): number => ((255 << 24) | (Math.round(b) << 16) | (Math.round(g) << 8) | Math.round(r)) >>> 0;
 
-// A colour at this distance from the light, in parts of a tile: first lighter, then darker.
-function lit(colour: Rgb, distance: number): Rgb {
-  if (distance < 0.5) return mix(colour, WHITE, 0.3 - 0.52 * distance);
-  const share = 0.04 - 0.36 * (distance - 0.5);
+// A colour in the light, which falls from 0 to 1 by the square of the distance: equal steps, so none is seen.
+function lit(colour: Rgb, fallen: number): Rgb {
+  const share = 0.2 - 0.34 * fallen;
   return share > 0 ? mix(colour, WHITE, share) : mix(colour, BLACK, -share);
 }
 
@@ -57,7 +56,7 @@ export function shadesOf(colour: string, look: Shading): Shades {
     known.set(key, shades = { plain: new Uint32Array(STEPS + 2), hatched: new Uint32Array(STEPS + 2) });
     const [flat, ink, line] = [rgbOf(colour), rgbOf(look.ink), rgbOf(look.line)];
     for (let i = 0; i < STEPS + 2; ++i) {
-      const one = look.shaded ? lit(flat, Math.sqrt(i * STEP)) : flat;
+      const one = look.shaded ? lit(flat, i / STEPS) : flat;
       shades.plain[i] = wordOf(mix(one, line, look.faded));
       shades.hatched[i] = wordOf(mix(mix(one, ink, HATCHED), line, look.faded));
     }
