@@ -132,6 +132,9 @@ class Mutants(unittest.TestCase):
         self.assertIn("1 more do not compile", summary)  # no weight without grams
         self.assertIn("1 files for Windows left out", lines[-1])
 
+        code, lines, complaint = mutate(self.root, "--sample", "3", "--seed", "1", "rules")
+        self.assertTrue(any(line.startswith("rules: 3 changes") for line in lines), complaint)
+
         self.explain(EXPLAINED)
         code, lines, complaint = mutate(self.root, "rules")
         self.assertEqual(code, 0, lines)
