@@ -80,6 +80,10 @@ TEST_CASE("the three kinds of CSV") {
   fill(job);
   const LocalTime at = {2026, 1, 2, 3, 4, 5};
   const std::string head = "\xEF\xBB\xBF# Vorda  C:\\  on   scanned 2026-01-02 03:04\r\n";
+  CHECK(csvKindOf("files") == CsvKind::files);
+  CHECK(csvKindOf("types") == CsvKind::types);
+  CHECK(csvKindOf("advice") == CsvKind::advice);
+  CHECK_FALSE(csvKindOf("file"));
   CHECK(buildCsvReport(job, CsvKind::files, at, 0) ==
         head + "path,bytes,modified\r\n"
                "\"C:\\a \"\"b\"\"\\x, \"\"y\"\".iso\",2147483648,2000-02-29\r\n"
