@@ -87,15 +87,16 @@ TEST_CASE("of a drive that went meanwhile nothing is claimed, and its lines come
   disk.add(L"E:\\a\\file", 10);
   disk.add(L"E:\\a\\folder\\in", 20);
   disk.add(L"E:\\b", 5);
+  disk.add(L"C:\\data\\own", 3);
   disk.volume(L"F:", L"E:\\");
   const auto job = app.scanJob("E:%5C");
   disk.beforeShell = [&disk] {
     disk.removeNode(*disk.at(L"E:\\a\\file"));
     disk.volume(L"E:", L"E:\\none");
   };
-  const std::string told =
-      app.post("/api/delete", "job=1&permanent=1&why=1&p=E:%5Ca%5Cfile&p=E:%5Ca%5Cfolder");
-  CHECK(told.starts_with(R"(200 {"deleted":0,"bytes":0,"freed":0,"binned":0,)"));
+  const std::string told = app.post(
+      "/api/delete", "permanent=1&why=1&p=E:%5Ca%5Cfile&p=E:%5Ca%5Cfolder&p=C:%5Cdata%5Cown");
+  CHECK(told.starts_with(R"(200 {"deleted":1,"bytes":3,"freed":3,"binned":0,)"));
   CHECK(told.ends_with(R"("stayed":[{"p":"E:\\a\\file","why":"unknown"},)"
                        R"({"p":"E:\\a\\folder","why":"unknown"}]})"));
   CHECK(job->result.byteCount == 35);
@@ -103,7 +104,8 @@ TEST_CASE("of a drive that went meanwhile nothing is claimed, and its lines come
   CHECK(disk.log.empty());
   disk.volume(L"E:", L"F:\\");
   finishInterrupted(disk, disk);
-  CHECK(disk.log == "2026-01-02 03:04:05  definitief (onderbroken)  10  E:\\a\\file\r\n");
+  CHECK(disk.log == "2026-01-02 03:04:05  definitief (onderbroken)  10  E:\\a\\file\r\n"
+                    "2026-01-02 03:04:05  definitief (onderbroken)  3  C:\\data\\own\r\n");
 }
 
 TEST_CASE("an operation that is cut off gets its lines later") {
