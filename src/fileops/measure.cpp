@@ -66,6 +66,7 @@ PathMeasure measurePath(FolderSource& source, const std::wstring& path,
     FolderItem item;
     item.name = lastName(path);
     item.size = facts.size;
+    item.attributes = facts.attributes;
     item.disk = source.allocatedBytes(path);
     count(item);
     return measure;

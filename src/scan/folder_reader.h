@@ -32,6 +32,7 @@ struct PathFacts {
   bool reparsePoint = false;
   std::uint64_t size = 0;      // bytes, for a file
   std::uint64_t lastWrite = 0; // FILETIME; 0: unknown
+  std::uint32_t attributes = 0;
 };
 
 // Lists the items of one folder at a time. Not shared between threads.

@@ -196,6 +196,7 @@ public:
     facts.reparsePoint = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     facts.size = join(data.nFileSizeHigh, data.nFileSizeLow);
     facts.lastWrite = join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
+    facts.attributes = data.dwFileAttributes;
     return facts;
   }
 

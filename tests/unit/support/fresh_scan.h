@@ -42,11 +42,11 @@ inline Facts factsOf(const Job& job) {
   addFolder(facts, result, 0);
   for (const FileEntry& file : result.files) {
     facts.insert(factLine("file " + toUtf8(filePath(result, file)), file.size, file.disk,
-                          backOf(result, file)));
+                          backOf(result, file), file.cloud));
   }
   for (const auto& [type, total] : result.types) {
-    facts.insert(
-        factLine("type " + toUtf8(type), total.bytes, total.files, total.disk, total.back));
+    facts.insert(factLine("type " + toUtf8(type), total.bytes, total.files, total.disk, total.back,
+                          total.cloud));
   }
   const std::string& document = *job.document;
   facts.insert(document.substr(document.find("\"exts\"")) +

@@ -124,6 +124,7 @@ public:
     DiskNode& node = add(path, file.size);
     node.id = file.id;
     node.disk = file.disk;
+    node.attributes = file.attributes;
     return node;
   }
 
@@ -152,7 +153,8 @@ public:
     if (onLook) onLook(path);
     const DiskNode* node = resolve(path, false);
     if (node == nullptr) return {};
-    return {true, node->folder, !node->link.empty() || node->mount, node->size, node->lastWrite};
+    const bool link = !node->link.empty() || node->mount;
+    return {true, node->folder, link, node->size, node->lastWrite, node->attributes};
   }
   std::wstring absolute(const std::wstring& path) override {
     if (path.size() == 2) return path + L"\\current"; // the current folder of the drive
