@@ -165,18 +165,14 @@ HttpResponse listBins(Machine& machine, const std::vector<std::wstring>& roots) 
 HttpResponse emptyBin(const JobTable& jobs, Machine& machine, FolderSource& folders,
                       RunningOperations& operations) {
   const RunningOperations::Operation running = operations.begin();
-  std::vector<std::shared_ptr<Job>> touched = jobs.all();
-  std::erase_if(touched, [](const auto& job) { return !isUsable(*job) || job->overSsh(); });
-  // Locked in order of job number, so that two of these requests cannot deadlock.
-  std::vector<std::unique_lock<std::mutex>> locks;
-  for (const auto& job : touched) locks.emplace_back(job->fileOperation);
-  std::erase_if(touched, [](const auto& job) { return !isUsable(*job); }); // failed meanwhile
+  TouchedScans scans(jobs, machine, folders, nullptr);
+  const std::vector<Job*> touched = scans.jobs();
   BinsOfDrives bins(machine, folders);
-  for (const auto& job : touched) bins.measure(job->result.rootPath);
+  for (const Job* job : touched) bins.measure(job->result.rootPath);
   BinFigures figures;
   if (!emptyAllBins(machine, figures)) return binAnswer(false, {});
   bins.measureAgain();
-  for (const auto& job : touched) {
+  for (Job* job : touched) {
     orFail(*job, [&] {
       const std::lock_guard lock(job->resultMutex);
       TreeUpdate update(job->result);

@@ -73,6 +73,12 @@ TouchedScans::TouchedScans(const JobTable& jobs, Machine& machine, FolderSource&
   }
 }
 
+std::vector<Job*> TouchedScans::jobs() const {
+  std::vector<Job*> all;
+  for (const Scan& scan : scans_) all.push_back(scan.job.get());
+  return all;
+}
+
 void TouchedScans::update(const DeleteResult& result) {
   if (result.unknown) return fail();
   for (Scan& scan : scans_) {

@@ -19,6 +19,8 @@ public:
   // it, or all without a named one.
   TouchedScans(const JobTable& jobs, Machine& machine, FolderSource& folders, const Job* named);
 
+  std::vector<Job*> jobs() const;
+
   // A scan that cannot be brought up to date for want of memory fails.
   void update(const DeleteResult& result);
 

@@ -110,6 +110,16 @@ TEST_CASE("several matching folders: largest, first, sum or outermost") {
   CHECK(findings[2].bytes == kGiB + 5);
 }
 
+TEST_CASE("every kind of cache is found by its name") {
+  TableBuilder builder(L"C:\\");
+  for (const wchar_t* name :
+       {L"NODE_MODULES", L"cache", L"gpucache", L"cachestorage", L"code cache", L"__PYCACHE__",
+        L"deriveddata", L"intermediate", L".Gradle", L".NuGet", L"crashpad"}) {
+    builder.bytes(std::wstring(L"a\\") + name, kGiB);
+  }
+  CHECK(advice(builder)[0].bytes == 11 * kGiB);
+}
+
 TEST_CASE("system files count only in the scanned root") {
   TableBuilder builder(L"C:\\");
   builder.file(L"", L"PageFile.sys", 8 * kGiB);
@@ -139,6 +149,15 @@ TEST_CASE("old files: known time, older than a year, outside protected folders")
   inside.file(L"", L"big", 60 * kGiB, 1);
   inside.file(L"y", L"big", 60 * kGiB, 1);
   CHECK(told(inside).empty());
+  for (const wchar_t* name :
+       {L"program files", L"PROGRAM FILES (X86)", L"windows", L"programdata", L"SteamApps",
+        L"steamlibrary", L"epic games", L"gog games", L"BATTLE.NET", L"windowsapps", L"riot games",
+        L"ea games", L"ubisoft"}) {
+    CAPTURE(toUtf8(name));
+    TableBuilder games(L"D:\\");
+    games.file(std::wstring(L"a\\") + name + L"\\b\\c", L"old.iso", 4 * kGiB, 1);
+    CHECK(told(games).empty());
+  }
 }
 
 TEST_CASE("duplicates: same name and size, sorted by wasted bytes") {
