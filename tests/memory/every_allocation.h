@@ -54,10 +54,7 @@ struct Question {
 // Asks with memory failing from the n-th allocation on; `wait` is called while it still does.
 inline std::string askWithout(App& app, std::uint64_t n, Failing how, const Question& question,
                               const std::function<void()>& wait = {}) {
-  HttpRequest request;
-  request.method = question.method;
-  request.body = question.body;
-  parseTarget(question.target, request);
+  HttpRequest request = requestOf(question.method, question.target, question.body);
   HttpResponse response;
   {
     const FailingMemory failing(n, how);

@@ -62,17 +62,13 @@ TEST_CASE("the help without a known version") {
 
 TEST_CASE("sizes and moments on the command line") {
   constexpr std::uint64_t kK = 1024;
-  const std::vector<std::pair<const wchar_t*, std::uint64_t>> sizes = {
-      {L"0", 0},
-      {L"500", 500},
-      {L"500b", 500},
-      {L"10K", 10 * kK},
-      {L"10kb", 10 * kK},
-      {L"10M", 10 * kK * kK},
-      {L"4G", 4 * kK * kK * kK},
-      {L"2TB", 2 * kK * kK * kK * kK},
-      {L"18446744073709551615", UINT64_MAX}};
-  for (const auto& [text, bytes] : sizes) CHECK(parseSizeValue(text) == bytes);
+  CHECK(parseSizeValue(L"0") == 0);
+  CHECK(parseSizeValue(L"500b") == 500);
+  for (const wchar_t* text : {L"10K", L"10kb"}) CHECK(parseSizeValue(text) == 10 * kK);
+  CHECK(parseSizeValue(L"10M") == 10 * kK * kK);
+  CHECK(parseSizeValue(L"4G") == 4 * kK * kK * kK);
+  CHECK(parseSizeValue(L"2TB") == 2 * kK * kK * kK * kK);
+  CHECK(parseSizeValue(L"18446744073709551615") == UINT64_MAX);
   for (const wchar_t* text : {L"", L"K", L"-1", L"+1", L" 1", L"1 ", L"1.5G", L"1KiB", L"1BB",
                               L"1P", L"18446744073709551616", L"16777216T", L"0x10"}) {
     CHECK_FALSE(parseSizeValue(text));

@@ -95,10 +95,8 @@ TEST_CASE("limits on time and on buffered bytes") {
   FakeClient held{.pieces = {"POST / H\r\nContent-Length: 9\r\n\r\n", "1"}, .silent = true};
   CHECK(serve(held).ends_with("<POST / 1>"));
   CHECK(held.now.time_since_epoch() == kReceiveWait);
-  FakeClient endless;
-  endless.pieces.assign(100, "x");
+  FakeClient endless{.pieces = std::vector<std::string>(100, "x"), .perPiece = 14s};
   endless.pieces[0] = "POST / H\r\nContent-Length: 100\r\n\r\n";
-  endless.perPiece = 14s;
   CHECK(serve(endless).ends_with("<POST / " + std::string(42, 'x') + ">"));
 
   FakeClient promise{.pieces = {"POST / H\r\nContent-Length: 99999999999999\r\n\r\nabc"}};
@@ -115,10 +113,7 @@ TEST_CASE("limits on time and on buffered bytes") {
 
 TEST_CASE(
     "the wait for a byte ends with the head's time, and a flood of them leaves others a turn") {
-  FakeClient late;
-  late.pieces.assign(5, "G");
-  late.perPiece = 11s;
-  late.silent = true;
+  FakeClient late{.pieces = std::vector<std::string>(5, "G"), .silent = true, .perPiece = 11s};
   CHECK(serve(late).empty());
   CHECK(late.now.time_since_epoch() == kHeadWait); // and not 15 s after the last of them
 
@@ -147,8 +142,8 @@ TEST_CASE(
 TEST_CASE("an answer is sent as fast as it is read, if that is not too slow") {
   const std::string large(3 * 1'048'576, 'v');
   const auto answers = [&large](HttpRequest&) { return answer(200, large); };
-  FakeClient steady{.pieces = {"GET / H\r\n\r\n"}, .reads = 100'000};
-  steady.perRead = 10s; // eleven in the time for a MiB
+  // Eleven of them take the time for a MiB.
+  FakeClient steady{.pieces = {"GET / H\r\n\r\n"}, .reads = 100'000, .perRead = 10s};
   CHECK(serve(steady, {{}, answers}).ends_with("\r\n\r\n" + large));
   CHECK_FALSE(steady.ended); // a complete request leaves nothing to drain
   FakeClient slow{.pieces = steady.pieces, .reads = 100'000, .perRead = 13s};

@@ -33,8 +33,7 @@ TEST_CASE("whether a program file carries a signature") {
   put(directory, {0, 0x20, 0, 0, 0x08});
   CHECK(carries(head.size()));
   for (std::size_t size = 0; size < directory + 5; ++size) CHECK_FALSE(carries(size));
-  for (const std::size_t at :
-       {std::size_t{0}, std::size_t{0x80}, std::size_t{0x98}, std::size_t{0x98 + 108}}) {
+  for (const std::size_t at : {0x0U, 0x80U, 0x98U, 0x98U + 108}) {
     const std::uint8_t kept = head[at];
     head[at] = 4;
     CHECK_FALSE(carries(head.size()));

@@ -52,10 +52,7 @@ TEST_CASE("what requests and scans leave in the log names no file and no key") {
     app.state.steps = loggedSteps(app.state.steps, kept.log);
     const RequestGate gate = loggedGate(makeGate(app.state), kept.log);
     const auto ask = [&gate](const char* method, const char* target, const char* body = "") {
-      HttpRequest request;
-      request.method = method;
-      request.body = body;
-      parseTarget(target, request);
+      HttpRequest request = requestOf(method, target, body);
       if (gate.admit(request).refusal) return std::string();
       return std::string(gate.handle(request).payload());
     };
@@ -97,10 +94,7 @@ TEST_CASE("a request whose line cannot be written is answered all the same") {
   DiagnosticLog log([](std::string_view) { throw std::bad_alloc(); }, false,
                     [] { return std::uint64_t{0}; });
   const RequestGate gate = loggedGate(makeGate(app.state), log);
-  HttpRequest request;
-  request.method = "POST";
-  request.body = "permanent=1&p=C:%5Cr%5Ca.txt";
-  parseTarget("/api/delete", request);
+  HttpRequest request = requestOf("POST", "/api/delete", "permanent=1&p=C:%5Cr%5Ca.txt");
   CHECK_FALSE(gate.admit(request).refusal);
   CHECK(holds(gate.handle(request).payload(), "{\"deleted\":1,"));
   CHECK(app.disk->at(L"C:\\r\\a.txt") == nullptr);

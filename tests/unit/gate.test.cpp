@@ -20,14 +20,6 @@ const std::map<std::string, std::string> kBareAnswers = {
     {"/api/about",
      R"(200 {"version":"1.9.0","signed":true,"log":"","crash":{"path":"C:\\r\\crash.dmp","time":7}})"},
     {"/api/openapi.json", R"(200 {"openapi":1})"},
-    {"/api/files", R"(400 {"error":"nopath"})"},
-    {"/api/file", R"(400 {"error":"nopath"})"},
-    {"/api/dirs", R"(400 {"error":"nopath"})"},
-    {"/api/ext", R"(400 {"error":"nopath"})"},
-    {"/api/types", R"(400 {"error":"nopath"})"},
-    {"/api/cancel", R"(200 {"ok":true})"},
-    {"/api/forget", R"(200 {"ok":true})"},
-    {"/api/reveal", R"(200 {"ok":true})"},
     {"/api/elevate", R"(200 {"ok":true,"already":true})"},
     {"/api/log", R"(200 {"entries":[],"more":false})"}};
 
@@ -62,6 +54,10 @@ TEST_CASE("every route rejects foreign requests, missing keys and misspelt paths
     CHECK((agent.post(path, "", {{"x-vorda-token", "KEY23"}}) == bare) == !local);
   }
   for (const auto& [path, bare] : kBareAnswers) CHECK(App().post(path) == bare);
+  for (const char* path : {"files", "file", "dirs", "ext", "types"})
+    CHECK(App().post(std::string("/api/") + path) == R"(400 {"error":"nopath"})");
+  for (const char* path : {"cancel", "forget", "reveal"})
+    CHECK(App().post(std::string("/api/") + path) == R"(200 {"ok":true})");
 }
 
 TEST_CASE("who counts as foreign, with and without a key") {
@@ -90,10 +86,7 @@ TEST_CASE("who counts as foreign, with and without a key") {
     CHECK_FALSE(foreign(agent, {{name, "evil.example"}}));
   }
   const auto twice = [&page](const std::string& lines) {
-    HttpRequest request;
-    request.path = "/api/jobs";
-    request.headers = HeaderFields(lines);
-    return admitRequest(page.state, request).refusal.has_value();
+    return admitRequest(page.state, requestOf("", "/api/jobs", "", lines)).refusal.has_value();
   };
   CHECK(twice("Host: evil.example\r\nHost: localhost"));
   CHECK(twice("Host: localhost\r\nOrigin: null\r\norigin: http://localhost"));
@@ -135,10 +128,7 @@ TEST_CASE("only the exact key opens, in the header or the query") {
 TEST_CASE("what a request may do is known from its head") {
   App app;
   const auto trust = [&app](const std::string& target, const std::string& lines = {}) {
-    HttpRequest request;
-    parseTarget(target, request);
-    request.headers = HeaderFields(lines);
-    return admitRequest(app.state, request).trust;
+    return admitRequest(app.state, requestOf("", target, "", lines)).trust;
   };
   CHECK(trust("/api/jobs") == Trust::open);
   app.state.keyRequired = true; // as with --lock: the rules for hosts stay

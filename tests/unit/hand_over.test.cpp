@@ -4,9 +4,10 @@
 
 using namespace vorda;
 
+constexpr std::uint64_t kNow = 133'000'000'000'000'000;
+constexpr std::uint64_t kMinute = 600'000'000;
+
 TEST_CASE("a list is fresh for an hour") {
-  constexpr std::uint64_t kNow = 133'000'000'000'000'000;
-  constexpr std::uint64_t kMinute = 600'000'000;
   const auto fresh = [](std::uint64_t written) { return isFresh({{}, {}, written}, kNow); };
   CHECK((fresh(kNow) && fresh(kNow - 60 * kMinute + 1)));
   CHECK_FALSE((fresh(kNow - 60 * kMinute) || fresh(kNow + 1) || fresh(0) || fresh(~0ULL)));
@@ -18,8 +19,7 @@ TEST_CASE("a list is fresh for an hour") {
 }
 
 TEST_CASE("each folder has its own list") {
-  constexpr std::uint64_t kNow = 133'000'000'000'000'000;
-  constexpr std::uint64_t kHour = 36'000'000'000;
+  constexpr std::uint64_t kHour = 60 * kMinute;
   const auto agentsOf = [](const HandOvers& lists, const wchar_t* folder) {
     const std::vector<std::wstring> agents = listOf(lists, folder, kNow).agents;
     return agents.empty() ? std::wstring(L"-") : agents.front();

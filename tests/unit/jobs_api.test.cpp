@@ -74,9 +74,7 @@ TEST_CASE("what the list says of a scan that runs") {
   job->target = L"C:\\x";
   app.state.jobs.add(job);
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  const auto says = [&app](const char* text) {
-    return app.get("/api/jobs").find(text) != std::string::npos;
-  };
+  const auto says = [&app](const char* text) { return holds(app.get("/api/jobs"), text); };
   CHECK(says(R"("path":"C:\\x","kind":"","label":"","state":"scanning")"));
   CHECK_FALSE(says("top"));
   job->progress.edit([](ProgressTexts& texts) { texts.top = {{L"a", 5}, {L"b", 4}}; });

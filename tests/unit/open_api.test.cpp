@@ -60,10 +60,7 @@ TEST_CASE("only what a scan on this machine has is opened, and only by its own u
 }
 
 TEST_CASE("files that run when they are opened") {
-  for (const wchar_t* path : {L"C:\\a.exe", L"C:\\a.txt.BAT", L"C:\\a.ps1", L"C:\\x\\b.lnk",
-                              L"C:\\a.exe. .", L"C:\\a.msi"}) {
-    CHECK(startsAsProgram(path));
-  }
+  for (const wchar_t* path : {L"C:\\x\\a.txt.BAT", L"C:\\a.exe. ."}) CHECK(startsAsProgram(path));
   std::wistringstream types(
       L"ade adp app appinstaller application appref-ms appx bas bat chm cmd com cpl crt csh "
       L"diagcab exe fxp gadget hlp hta inf ins isp its jar jnlp js jse ksh library-ms lnk "

@@ -3,7 +3,6 @@
 
 #include <doctest/doctest.h>
 
-#include <functional>
 #include <vector>
 
 using namespace vorda;
@@ -12,12 +11,12 @@ namespace {
 
 constexpr int kNone = -1;
 
-using Start = std::function<bool(const PortTrial& trial, std::wstring& reason)>;
-
-// Starts with only freePort available, from its attempt opensAt on. Returns the ports tried, each
-// with "x" and the number of attempts if more than one, the milliseconds waited, and "ok" or the
-// reason. If the ports are deserted, nobody uses the ones that are not available.
-std::string tryToStart(const Start& startOn, int freePort, int opensAt, bool deserted) {
+// Starts, or takes port 7666 again, with only freePort available, from its attempt opensAt on.
+// Returns the ports tried, each with "x" and the number of attempts if more than one, the
+// milliseconds waited, and "ok" or the reason. If the ports are deserted, nobody uses the ones that
+// are not available.
+std::string start(const PortRequest& request, int freePort, int opensAt = 1, bool deserted = false,
+                  bool again = false) {
   std::vector<std::pair<int, int>> tries;
   unsigned waited = 0;
   const PortTrial trial = {[&](std::uint16_t port, std::wstring& reason) {
@@ -30,25 +29,13 @@ std::string tryToStart(const Start& startOn, int freePort, int opensAt, bool des
                            [&](unsigned milliseconds) { waited += milliseconds; },
                            [&](std::uint16_t) { return !deserted; }};
   std::wstring reason;
-  const bool started = startOn(trial, reason);
+  const bool started =
+      again ? takePortAgain(7666, trial, reason) : startOnSomePort(request, trial, reason);
   std::string text;
   for (const auto& [port, count] : tries) {
     text += std::to_string(port) + (count > 1 ? "x" + std::to_string(count) : "") + " ";
   }
   return text + "(" + std::to_string(waited) + ") " + (started ? "ok" : toUtf8(reason));
-}
-
-std::string start(const PortRequest& request, int freePort, int opensAt = 1,
-                  bool deserted = false) {
-  return tryToStart([&](const PortTrial& trial,
-                        std::wstring& reason) { return startOnSomePort(request, trial, reason); },
-                    freePort, opensAt, deserted);
-}
-
-std::string startAgain(int freePort, int opensAt, bool deserted) {
-  return tryToStart([](const PortTrial& trial,
-                       std::wstring& reason) { return takePortAgain(7666, trial, reason); },
-                    freePort, opensAt, deserted);
 }
 
 } // namespace
@@ -90,8 +77,8 @@ TEST_CASE("a port that Windows refuses although nobody uses it is waited for") {
 
 TEST_CASE("after a declined elevation the port is taken again, and no other one") {
   for (const bool deserted : {true, false}) {
-    CHECK(startAgain(7666, 1, deserted) == "7666 (0) ok");
-    CHECK(startAgain(7666, 101, deserted) == "7666x101 (20000) ok");
-    CHECK(startAgain(7667, 1, deserted) == "7666x101 (20000) reason of 7666");
+    CHECK(start({}, 7666, 1, deserted, true) == "7666 (0) ok");
+    CHECK(start({}, 7666, 101, deserted, true) == "7666x101 (20000) ok");
+    CHECK(start({}, 7667, 1, deserted, true) == "7666x101 (20000) reason of 7666");
   }
 }

@@ -99,10 +99,9 @@ TEST_CASE("a preview is an image that the search on view lists, and nothing else
   CHECK(app.get("/api/preview") == R"(404 {"error":"noPreview"})");
 
   // Between two looks at it the file grows, goes, shrinks, becomes another or cannot be read any more.
-  int looks = 0;
   const auto meanwhile = [&](auto& hook, int which, auto change) {
     app.contents->rewrite(L"C:\\d\\a.txt", kPng);
-    looks = 0;
+    int looks = 0;
     hook = [&, which, change](const std::wstring& path) {
       if (++looks == which) app.contents->edit(path, change);
     };

@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace vorda;
+using namespace std::chrono_literals;
 
 TEST_CASE("whoever waits for the running operations goes on as soon as the last one ends") {
   RunningOperations operations;
@@ -16,8 +17,8 @@ TEST_CASE("whoever waits for the running operations goes on as soon as the last 
   {
     const auto first = operations.begin();
     const auto second = operations.begin();
-    waiting = std::thread([&] { none = operations.close(std::chrono::hours(1)); });
-    CHECK_FALSE(operations.close(std::chrono::milliseconds(50)));
+    waiting = std::thread([&] { none = operations.close(1h); });
+    CHECK_FALSE(operations.close(50ms));
     CHECK(operations.any());
   }
   waiting.join();
@@ -26,7 +27,6 @@ TEST_CASE("whoever waits for the running operations goes on as soon as the last 
 }
 
 TEST_CASE("while the process is about to end, running file operations go on and none begins") {
-  using namespace std::chrono_literals;
   RunningOperations operations;
   std::promise<void> release;
   std::promise<void> begun;
@@ -52,7 +52,6 @@ TEST_CASE("while the process is about to end, running file operations go on and 
 }
 
 TEST_CASE("what is closed for good stays closed, whoever paused it before or meanwhile") {
-  using namespace std::chrono_literals;
   for (const bool before : {false, true}) {
     // Never destroyed: what waits in it does so until the process ends.
     RunningOperations& operations = *std::make_unique<RunningOperations>().release();
@@ -77,6 +76,6 @@ TEST_CASE("whoever waits for the operations gives the last one time to be answer
     const RunningOperations::Operation running = operations.begin();
     end = std::chrono::steady_clock::now();
   }
-  CHECK(operations.close(std::chrono::milliseconds(0)));
+  CHECK(operations.close(0ms));
   CHECK(std::chrono::steady_clock::now() >= end + kAnswerSent);
 }

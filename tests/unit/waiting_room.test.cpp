@@ -50,12 +50,8 @@ TEST_CASE("who waits gets a thread when the head is there, as soon as there is o
   Room room;
   CHECK_FALSE(room.room.patience(room.now)); // nobody to wake for
   FakeClient silent{.silent = true};
-  FakeClient first;
-  FakeClient second;
-  for (FakeClient* client : {&first, &second}) {
-    client->pieces = {kHead};
-    client->perPiece = 1s;
-  }
+  FakeClient first{.pieces = {kHead}, .perPiece = 1s};
+  FakeClient second = first;
   for (FakeClient* client : {&silent, &first, &second}) room.enter(*client);
   room.goOn();
   CHECK(room.room.guests().size() == 3);

@@ -27,6 +27,16 @@ inline std::size_t countOf(std::string_view text, std::string_view part) {
   return count;
 }
 
+inline HttpRequest requestOf(const std::string& method, const std::string& target,
+                             const std::string& body = {}, const std::string& lines = {}) {
+  HttpRequest request;
+  request.method = method;
+  request.body = body;
+  request.headers = HeaderFields(lines);
+  parseTarget(target, request);
+  return request;
+}
+
 struct App {
   AppState state;
   MemoryDisk* disk = nullptr;         // owned by state
@@ -91,14 +101,10 @@ struct App {
 
   HttpResponse ask(const std::string& method, const std::string& target,
                    const std::string& body = {}, const TextMap& headers = {}) {
-    HttpRequest request;
-    request.method = method;
-    request.body = body;
     std::string lines;
     for (const auto& [name, value] : headers)
       lines.append(name).append(":").append(value).append("\r\n");
-    request.headers = HeaderFields(std::move(lines));
-    parseTarget(target, request);
+    HttpRequest request = requestOf(method, target, body, lines);
     std::optional<HttpResponse> refusal = admitRequest(state, request).refusal;
     return refusal ? *refusal : answerRequest(state, request);
   }
