@@ -52,12 +52,9 @@ function snapshot({ drive, options }) {
     }
   }
   execFileSync(wineScript, ['--start'], { env, stdio: 'ignore' });
-  return { files, lines: lines.filter((line) => !OF_WINE.test(line)) };
+  return { files: new Set(files), lines: new Set(lines.filter((line) => !OF_WINE.test(line))) };
 }
-function added(before, now) {
-  const known = new Set(before);
-  return now.filter((one) => !known.has(one));
-}
+const missing = (from, all) => [...all].filter((one) => !from.has(one));
 
 const version = (port, key) => fetch(`http://127.0.0.1:${port}/api/about`, { headers: { 'X-Vorda-Token': key } }).then(async (answer) => (await answer.json()).version, () => null);
 
@@ -97,8 +94,9 @@ test('install, upgrade over a running service, downgrade, and remove', async (t)
   // The uninstaller goes on for a moment after its folder is gone.
   await until(async () => !(await pc.out('reg', 'query', 'HKLM\\Software\\Brixmoor')).includes('HKEY'), 'the settings to go');
   const then = snapshot(pc);
-  assert.deepEqual({ files: added(before.files, then.files), lines: added(before.lines, then.lines) }, { files: [], lines: [] });
-  assert.deepEqual({ files: added(then.files, before.files), lines: added(then.lines, before.lines) }, { files: [], lines: [] });
+  for (const kind of ['files', 'lines']) {
+    assert.deepEqual({ added: missing(before[kind], then[kind]), gone: missing(then[kind], before[kind]) }, { added: [], gone: [] });
+  }
 });
 
 test('what is to stay stays, and a folder of the user is left alone', async (t) => {

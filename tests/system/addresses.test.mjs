@@ -6,7 +6,7 @@ import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
-import { ownWine, startSilent } from './support/vorda.mjs';
+import { ownWine, startFor } from './support/vorda.mjs';
 
 const KEY = 'open sesame';
 const PORT = 7777;
@@ -32,11 +32,7 @@ test('one address has 64 connections, and a minute without keys after 20 wrong o
   const [here, there] = cable(t);
   // Wine's server answers only in the namespace in which it was started.
   const wine = ownWine(t, {}, here);
-  const { child, ended } = startSilent(['--agent', '--token', KEY, '--port', String(PORT)], wine);
-  lastFirst(t).after(() => {
-    child.kill('SIGKILL');
-    return ended;
-  });
+  startFor(t, ['--agent', '--token', KEY, '--port', String(PORT)], wine);
   const [program, ...args] = [...there, process.execPath, client, server, PORT, KEY, near, far];
   const told = JSON.parse(execFileSync(program, args.map(String), { stdio: ['ignore', 'pipe', 'inherit'], timeout: 120_000 }));
   const { latest, ...rest } = told;

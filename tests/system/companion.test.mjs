@@ -4,10 +4,9 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
-import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { freePort, until } from './support/server.mjs';
-import { companion, exe, helper, makeFiles, readJson, scratch, start, startSilent, vorda, winPath } from './support/vorda.mjs';
+import { companion, exe, helper, makeFiles, readJson, scratch, start, startFor, vorda, winPath } from './support/vorda.mjs';
 
 // A folder with vorda.com and, as vorda.exe, a program: { path, at: the option to start it with }.
 function install(t, program = exe, name = 'a folder ж') {
@@ -95,8 +94,7 @@ test('an agent and the page say where they are, and Ctrl+C closes them', needs('
     const port = await freePort();
     const said = path.join(scratch(t), 'said');
     const fd = fs.openSync(said, 'w');
-    const { child, ended } = startSilent(['--port', String(port), ...mode], { ...at, stdio: ['ignore', 'ignore', fd] });
-    lastFirst(t).after(() => child.kill('SIGKILL'));
+    const { child, ended } = startFor(t, ['--port', String(port), ...mode], { ...at, stdio: ['ignore', 'ignore', fd] });
     fs.closeSync(fd);
     await until(() => fs.readFileSync(said, 'utf8').endsWith('.\n'), 'the address');
     assert.equal(fs.readFileSync(said, 'utf8'),

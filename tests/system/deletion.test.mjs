@@ -57,11 +57,7 @@ async function changes(work) {
 
 async function serveHere(t) {
   const server = await serve(t, [], wine);
-  const scan = async (root) => {
-    const { id } = (await server.post('/api/scan', { path: root, kind: 'folder' })).body;
-    await until(async () => (await server.json('/api/jobs')).body.find((one) => one.id === id && one.state === 'done'), 'the scan');
-    return id;
-  };
+  const scan = async (root) => (await server.scan(root, { kind: 'folder' })).id;
   const result = async (id) => (await server.json(`/api/result?id=${id}`)).body;
   const remove = async (paths, fields = {}) => {
     const { status, body } = await server.post('/api/delete', [...paths.map((one) => ['p', one]), ...Object.entries(fields)]);

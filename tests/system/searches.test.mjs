@@ -27,11 +27,7 @@ async function searching(t, files) {
     await start(path, fields);
     return finished(path);
   };
-  const scan = async (path) => {
-    const { id } = (await server.post('/api/scan', { path })).body;
-    await until(async () => (await status('/api/jobs')).find((job) => job.id === id).state === 'done', 'the scan to finish');
-    return id;
-  };
+  const scan = async (path) => (await server.scan(path)).id;
   return { folder, ...server, status, finished, start, run, scan };
 }
 

@@ -6,7 +6,7 @@ import { lastFirst } from './support/ends.mjs';
 import { typeOf } from './support/count.mjs';
 import { has, needs } from './support/home.mjs';
 import { makeNtfsImage, mount } from './support/ntfs_image.mjs';
-import { serve, until } from './support/server.mjs';
+import { serve } from './support/server.mjs';
 import { output, ownWine, readCsv, readJson, scratch } from './support/vorda.mjs';
 
 // Records 0 to 10 without the root. $Extend holds three more files, which are listed like any others.
@@ -85,15 +85,6 @@ test('turbo and the walk find the same files and types, except where they are me
   assert.deepEqual(types.sort(), [...expected].map(([type, { bytes, files }]) => [type, `${bytes}`, `${files}`]).sort());
 });
 
-// Resolves to the job of a finished scan of the drive.
-async function scanOn(server, letter) {
-  const { body } = await server.post('/api/scan', { path: `${letter}:\\` });
-  return until(async () => {
-    const jobs = await server.json('/api/jobs');
-    return jobs.body.find(({ id, state }) => id === body.id && state === 'done');
-  }, `the scan of ${letter}:`);
-}
-
 // What is told of every folder of a scan, by its path.
 async function foldersOf(server, id, letter, path = '', into = new Map()) {
   const { body } = await server.json(`/api/dirs?id=${id}&more=1&p=${encodeURIComponent(`${letter}:\\${path}`)}`);
@@ -105,7 +96,7 @@ async function foldersOf(server, id, letter, path = '', into = new Map()) {
 test('their documents and folder totals agree', needs('ntfsImage'), async (t) => {
   const server = await serve(t, [], await drives(t));
   const scan = async (letter) => {
-    const job = await scanOn(server, letter);
+    const job = await server.scan(`${letter}:\\`);
     const document = await server.json(`/api/result?id=${job.id}`);
     return { job, ...readJson(Buffer.from(asTurbo(JSON.stringify(document.body)))) };
   };
@@ -137,7 +128,7 @@ test('their documents and folder totals agree', needs('ntfsImage'), async (t) =>
 
 test('bytes on disk: the account adds up, and turbo and the walk agree where the walk can know', needs('ntfsImage'), async (t) => {
   const server = await serve(t, [], await drives(t));
-  const [turbo, walk] = [(await scanOn(server, 't')).id, (await scanOn(server, 'w')).id];
+  const [turbo, walk] = [(await server.scan('t:\\')).id, (await server.scan('w:\\')).id];
   const account = async (id) => {
     const { body } = await server.json(`/api/account?id=${id}`);
     return { ...body, rows: Object.fromEntries(body.rows.map((row) => [row.code, row])) };

@@ -180,8 +180,7 @@ test('files in the cloud are counted and not fetched', needs('cloudFiles'), asyn
   const { meta } = await scan(folder);
   assert.deepEqual([meta.files, meta.used], [2, 10_000_000]);
   const server = await serve(t);
-  const { id } = (await server.post('/api/scan', { path: winPath(folder) })).body;
-  await until(async () => (await server.json('/api/jobs')).body.find((one) => one.id === id).state === 'done', 'the scan');
+  const { id } = await server.scan(winPath(folder));
   await server.post('/api/dupsacross', { ids: id, min: 1 });
   const found = await until(async () => ((body) => !body.running && body)((await server.json('/api/dupsacross')).body), 'the search');
   assert.deepEqual([found.skipped.cloud, found.groups], [2, []]);

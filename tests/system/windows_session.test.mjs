@@ -8,7 +8,7 @@ import { test } from 'node:test';
 import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { freePort, serve, until } from './support/server.mjs';
-import { exe, makeFiles, output, scratch, startSilent, vorda, winPath } from './support/vorda.mjs';
+import { exe, makeFiles, output, scratch, startFor, startSilent, vorda, winPath } from './support/vorda.mjs';
 
 const CODES = [[['--scan', 'tree', '--out', 'out.json'], 0], [['--scan', 'missing', '--out', 'out.json'], 1], [['--what', 'nonsense'], 2]];
 // A command line of cmd, as it is written there.
@@ -48,8 +48,7 @@ test('a copy that ends while connections are held open leaves its port to the ne
   assert.deepEqual((await first.json('/api/quit')).body, { ok: true });
   await first.ended;
   const began = Date.now();
-  const { child, ended } = startSilent(['--port', String(first.port), '--no-open']);
-  lastFirst(t).after(() => child.kill('SIGKILL') && ended);
+  startFor(t, ['--port', String(first.port), '--no-open']);
   await until(() => fetch(`${first.base}/api/hello`).then((answer) => answer.ok, () => false), 'the same port', 30_000);
   t.diagnostic(`after ${Date.now() - began} ms`);
 });

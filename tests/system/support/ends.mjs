@@ -22,3 +22,16 @@ export function lastFirst(hooks) {
   });
   return own;
 }
+
+// Has a server of the test's own listen on this machine. It ends with the test, and so do its connections.
+// Resolves to its port.
+export async function listen(hooks, server) {
+  const held = new Set();
+  server.on('connection', (socket) => held.add(socket.on('error', () => {})));
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  lastFirst(hooks).after(() => {
+    held.forEach((socket) => socket.destroy());
+    server.close();
+  });
+  return server.address().port;
+}

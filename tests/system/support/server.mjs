@@ -3,8 +3,7 @@ import assert from 'node:assert/strict';
 import net from 'node:net';
 import { setTimeout as pause } from 'node:timers/promises';
 import './description.mjs';
-import { lastFirst } from './ends.mjs';
-import { startSilent } from './vorda.mjs';
+import { startFor } from './vorda.mjs';
 
 // Whether nobody listens on a port now.
 export const canListen = (port) => new Promise((resolve) => {
@@ -34,11 +33,7 @@ export async function until(check, what, milliseconds = 120_000) {
 // Starts the program and waits until it answers. It ends with the test, if not before.
 export async function serve(t, args = [], options) {
   const port = await freePort();
-  const { child, ended } = startSilent(['--port', String(port), '--no-open', ...args], options);
-  lastFirst(t).after(() => {
-    child.kill('SIGKILL');
-    return ended;
-  });
+  const { child, ended } = startFor(t, ['--port', String(port), '--no-open', ...args], options);
   const base = `http://127.0.0.1:${port}`;
   await until(() => {
     assert.equal(child.exitCode, null, 'the server ended at once');
@@ -49,12 +44,16 @@ export async function serve(t, args = [], options) {
     return { status: response.status, body: await response.json() };
   };
   const post = (path, fields) => json(path, { method: 'POST', body: new URLSearchParams(fields) });
-  return { child, ended, port, base, json, post };
+  // Resolves to the job of a scan when that is done.
+  const scan = async (path, fields) => {
+    const { id } = (await post('/api/scan', { path, ...fields })).body;
+    return until(async () => (await json('/api/jobs')).body.find((job) => job.id === id && job.state === 'done'), `the scan of ${path}`);
+  };
+  return { child, ended, port, base, json, post, scan };
 }
 
-// Sends bytes over a new connection and resolves to everything that comes back. With `end` the sending
-// side is closed after the last byte.
-export function exchange(port, pieces, { end = false } = {}) {
+// Sends bytes over a new connection and resolves to everything that comes back.
+export function exchange(port, pieces) {
   return new Promise((resolve) => {
     const socket = net.connect({ port, host: '127.0.0.1', allowHalfOpen: true });
     const heard = [];
@@ -68,7 +67,6 @@ export function exchange(port, pieces, { end = false } = {}) {
         socket.write(piece);
         await pause(0);
       }
-      if (end) socket.end();
     });
   });
 }

@@ -107,6 +107,13 @@ export function startSilent(args, { program = exe, stdio = 'ignore', ...options 
   return { child, ended: once(child, 'exit').then(([code, signal]) => ({ code, signal })) };
 }
 
+// The same for one that ends with the test, if not before.
+export function startFor(t, args, options) {
+  const { child, ended } = startSilent(args, options);
+  lastFirst(t).after(() => child.kill('SIGKILL') && ended);
+  return { child, ended };
+}
+
 // Another program makes a file and has it open until the returned function is called, or the test ends.
 export async function holdOpen(t, file, options = {}) {
   const command = ['/c', `set /p x= > ${winPath(file).replaceAll(' ', '^ ')}`];
