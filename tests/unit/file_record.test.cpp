@@ -6,6 +6,8 @@
 
 #include <doctest/doctest.h>
 
+#include <sstream>
+
 using namespace vorda;
 using namespace vorda::test;
 
@@ -14,12 +16,6 @@ namespace {
 const MftLayout kLayout = {512, 512, 1024, 1000, 64};
 constexpr std::uint64_t kLargest = 1ULL << 53U; // bytes of a file
 constexpr std::uint32_t kCloud = 0x9000'601A;
-
-struct Patch {
-  std::size_t at;
-  std::uint64_t value;
-  std::size_t count;
-};
 
 std::string textOf(ByteView units) {
   std::wstring text;
@@ -35,28 +31,19 @@ std::string told(const TestRecord& record, const std::vector<Patch>& patches = {
   REQUIRE(applyFixups(bytes.data(), bytes.size()));
   const RecordValues values = readValues({bytes.data(), bytes.size()}, kLayout);
   const RecordClusters& clusters = values.clusters;
-  std::string text = std::to_string(values.size) + " " + std::to_string(values.modified) + " | " +
-                     std::to_string(clusters.all) + "/" + std::to_string(clusters.data) + "/" +
-                     std::to_string(clusters.streams) + " | " + textOf(values.name) + "@" +
-                     std::to_string(values.parent) + "/" + std::to_string(values.parentSequence) +
-                     ", " + std::to_string(values.fileNames) + "/" +
-                     std::to_string(values.ownNames);
-  if (values.broken) text += " broken";
-  if (values.cloud) text += " cloud";
-  if (!clusters.exact) text += " believed";
+  std::ostringstream text;
+  text << values.size << ' ' << values.modified << " | " << clusters.all << '/' << clusters.data
+       << '/' << clusters.streams << " | " << textOf(values.name) << '@' << values.parent << '/'
+       << values.parentSequence << ", " << values.fileNames << '/' << values.ownNames
+       << (values.broken ? " broken" : "") << (values.cloud ? " cloud" : "")
+       << (clusters.exact ? "" : " believed");
   AttributeWalk walk({bytes.data(), bytes.size()});
   std::string names;
   for (Attribute attribute; walk.next(attribute);) {
     const OwnName own = ownNameOf(attribute);
     if (!own.name.empty()) names += " " + textOf(own.name);
   }
-  return text + (names.empty() ? "" : " :" + names);
-}
-
-Bytes bytesOf(std::size_t size, const std::vector<Patch>& patches) {
-  Bytes bytes(size);
-  for (const Patch& one : patches) put(bytes, one.at, one.value, one.count);
-  return bytes;
+  return text.str() + (names.empty() ? "" : " :" + names);
 }
 
 std::wstring kept(const NamePool& pool, const PooledName& name) {
@@ -76,37 +63,39 @@ TEST_CASE("what one record says") {
   const std::string nothing = "0 0 | 0/0/0 | @4294967295/0, 0/0";
   const std::string nameless = " | 0/0/0 | @4294967295/0, 0/0";
   const std::uint64_t home = reference(20, 7);
+  const std::uint64_t other = reference(9, 9);
+  const TestRecord small = TestRecord().resident(kData, Bytes(5));
+  const TestRecord damaged = TestRecord().nonResident(kData, 9, {0x99});
   const std::uint64_t time = 116'444'736'000'000'000 + 5 * 10'000;
   // The head of an attribute that is not resident, read as if it were: a value from byte 24 or 64 on.
   const auto from24 = [](std::uint64_t size) { return size | 24ULL << 32U; };
   const auto from64 = [](std::uint64_t size) { return size | 64ULL << 32U; };
   const std::vector<Row> rows = {
       // Times, and attributes of files in the cloud, only from values that hold them.
-      {"0 5" + nameless, TestRecord().resident(kStandardInformation, bytesWith(32, 8, time, 8))},
-      {nothing, TestRecord().resident(kStandardInformation, bytesWith(31, 8, time, 8))},
+      {"0 5" + nameless, TestRecord().resident(kStandardInformation, bytesOf(32, {{8, time, 8}}))},
+      {nothing, TestRecord().resident(kStandardInformation, bytesOf(31, {{8, time, 8}}))},
       {nothing,
        TestRecord().nonResident(kStandardInformation, 0, {0}, from24(32)),
        {{256 + 34, time >> 16U, 6}}},
-      {nothing, TestRecord().resident(kStandardInformation, bytesWith(72, 64, 2, 1))},
+      {nothing, TestRecord().resident(kStandardInformation, bytesOf(72, {{64, 2, 1}}))},
       {nothing + " cloud", TestRecord().reparse(kCloud)},
       {nothing + " believed",
        TestRecord().nonResident(kReparsePoint, 0, {0x1A, 0x60, 0x00, 0x90}, from64(4))},
       {"4" + nothing.substr(1), TestRecord().resident(kData, {0x1A, 0x60, 0x00, 0x90})},
       // Of several names the one of the lowest rank, and of those the first.
       {"0 0 | 0/0/0 | b@20/7, 5/4 : a b c d", TestRecord()
-                                                  .name(L"a", reference(9, 9), 9)
-                                                  .name(L"A~1", reference(9, 9), 2)
+                                                  .name(L"a", other, 9)
+                                                  .name(L"A~1", other, 2)
                                                   .name(L"b", home, 3)
-                                                  .name(L"c", reference(9, 9), 9)
-                                                  .name(L"d", reference(9, 9), 3)},
-      {"0 0 | 0/0/0 | p@20/7, 2/2 : l p",
-       TestRecord().name(L"l", reference(9, 9), 3).name(L"p", home, 0)},
+                                                  .name(L"c", other, 9)
+                                                  .name(L"d", other, 3)},
+      {"0 0 | 0/0/0 | p@20/7, 2/2 : l p", TestRecord().name(L"l", other, 3).name(L"p", home, 0)},
       {"0 0 | 0/0/0 | A~1@20/7, 1/0", TestRecord().name(L"A~1", home, 2)},
       {"0 0 | 0/0/0 | f@4294967295/7, 1/1 : f", TestRecord().name(L"f", reference(1ULL << 32U, 7))},
       // No names: too short, empty, beyond the attribute, or not resident.
-      {nothing, TestRecord().resident(kFileName, bytesWith(65, 64, 1, 1))},
+      {nothing, TestRecord().resident(kFileName, bytesOf(65, {{64, 1, 1}}))},
       {"0 0 | 0/0/0 | x@0/0, 1/1 : x",
-       TestRecord().resident(kFileName, bytesWith(66, 64, 1, 1)),
+       TestRecord().resident(kFileName, bytesOf(66, {{64, 1, 1}})),
        {{256 + 24 + 66, 'x', 2}}},
       {nothing, TestRecord().name(L"beyond", home), {{256 + 24 + 64, 200, 1}}},
       {nothing,
@@ -118,8 +107,7 @@ TEST_CASE("what one record says") {
            .resident(kData, Bytes(5))
            .data(kLargest - 5)
            .nonResident(kData, 7, {0}, 1)},
-      {"5" + nothing.substr(1) + " broken",
-       TestRecord().resident(kData, Bytes(5)).data(kLargest - 4)},
+      {"5" + nothing.substr(1) + " broken", TestRecord(small).data(kLargest - 4)},
       {"0" + nothing.substr(1) + " broken", TestRecord().data(~0ULL)},
       {nothing, TestRecord().data(0).stream(L"s", 5)},
       // Clusters: those of other streams are told apart, unless they are the compressed contents.
@@ -134,9 +122,7 @@ TEST_CASE("what one record says") {
                                                .stream(L"WofCompressedData2", 9, {{2, 40}})
                                                .stream(L"WofCompressed", 9, {{4, 50}})},
       // Where the run list is damaged, the head is believed, but never more than the volume has.
-      {"9 0 | 5/5/0 | @4294967295/0, 0/0 believed",
-       TestRecord().nonResident(kData, 9, {0x99}),
-       {{256 + 40, 5 * 512 + 511, 8}}},
+      {"9 0 | 5/5/0 | @4294967295/0, 0/0 believed", damaged, {{256 + 40, 5 * 512 + 511, 8}}},
       {"9 0 | 3/3/0 | @4294967295/0, 0/0 believed",
        TestRecord().nonResident(kData, 9, {0, 6, 0, 0, 0, 0, 0, 0, 0x99}),
        {{256 + 12, 1, 2}, {256 + 32, 72, 2}}},
@@ -144,16 +130,12 @@ TEST_CASE("what one record says") {
       {"9 0 | 1000/300/0 | @4294967295/0, 0/0 believed",
        TestRecord().nonResident(kIndexAllocation, 9, {0x99}).nonResident(kData, 9, {0x99}),
        {{256 + 40, 700 * 512, 8}, {256 + 72 + 40, 600 * 512, 8}}},
-      {"9 0 | 1000/1000/0 | @4294967295/0, 0/0 believed",
-       TestRecord().nonResident(kData, 9, {0x99}),
-       {{256 + 40, 1ULL << 60U, 8}}},
+      {"9 0 | 1000/1000/0 | @4294967295/0, 0/0 believed", damaged, {{256 + 40, 1ULL << 60U, 8}}},
       // Attributes that reach beyond the record, or are shorter than any can be, end the list.
-      {nothing + " broken", TestRecord().resident(kData, Bytes(5)), {{256 + 4, 800, 4}}},
-      {nothing + " broken", TestRecord().resident(kData, Bytes(5)), {{256 + 4, 15, 4}}},
-      {nothing,
-       TestRecord().resident(kData, Bytes(5)),
-       {{256 + 4, 16, 4}, {256 + 16, 0xFFFFFFFF, 4}}},
-      {nothing, TestRecord().resident(kData, Bytes(5)), {{20, 2000, 2}}},
+      {nothing + " broken", small, {{256 + 4, 800, 4}}},
+      {nothing + " broken", small, {{256 + 4, 15, 4}}},
+      {nothing, small, {{256 + 4, 16, 4}, {256 + 16, 0xFFFFFFFF, 4}}},
+      {nothing, small, {{20, 2000, 2}}},
   };
   for (const Row& row : rows) CHECK(told(row.record, row.patches) == row.expected);
 }
@@ -177,13 +159,12 @@ TEST_CASE("the ends of sectors are checked and given back") {
 TEST_CASE("entries of attribute lists") {
   const auto listed = [](const Bytes& list) {
     std::vector<DataPiece> pieces;
-    std::string text;
+    std::ostringstream text;
     if (!decodeAttributeList({list.data(), list.size()}, pieces)) return std::string("refused");
     for (const DataPiece& one : pieces) {
-      text += " " + std::to_string(one.firstCluster) + "@" + std::to_string(one.holder.record) +
-              "/" + std::to_string(one.holder.sequence);
+      text << ' ' << one.firstCluster << '@' << one.holder.record << '/' << one.holder.sequence;
     }
-    return text;
+    return text.str();
   };
   CHECK(listed({}).empty());
   CHECK(listed(attributeList({{7, 5}, {9, 4}, {0, reference(6, 1)}})) == " 0@6/2 7@5/1 9@4/1");
@@ -287,23 +268,16 @@ TEST_CASE("extension records are applied in order, and only to the record they b
   side(4, 4, 6);
   side(1, 1, 7);
   applyExtensions(table, extensions);
-  const auto entry = [&table](std::uint32_t record) {
+  std::ostringstream told;
+  for (const std::uint32_t record : {1U, 3U, 4U, 5U}) {
     const RecordEntry& one = table[record];
-    return std::to_string(one.size) + " " + std::to_string(one.clusters) + " " +
-           std::to_string(one.nameAt) + " " + std::to_string(one.parent) + "/" +
-           std::to_string(one.parentSequence);
-  };
-  CHECK(entry(1) == "2047 7 260 86/96");
-  CHECK(entry(3) == "0 0 0 0/0");
-  CHECK(entry(4) == "3075 14 200 80/90");
-  CHECK(entry(5) == "0 0 0 0/0");
-  std::string facts;
-  for (const SideFacts& one : table.sideFacts) {
-    facts += " " + std::to_string(one.record) + ":" + std::to_string(one.streams) + "/" +
-             std::to_string(one.data) + "/" + std::to_string(one.namesLeft);
+    told << one.size << ' ' << one.clusters << ' ' << one.nameAt << ' ' << one.parent << '/'
+         << one.parentSequence << ", ";
   }
-  CHECK(facts == " 1:0/0/-1 4:13/28/3 5:3/0/0");
-  std::string names;
-  for (const SideName& one : table.sideNames) names += " " + std::to_string(one.name.at);
-  CHECK(names == " 7 2 6 1");
+  for (const SideFacts& one : table.sideFacts) {
+    told << one.record << ':' << one.streams << '/' << one.data << '/' << one.namesLeft << ' ';
+  }
+  for (const SideName& one : table.sideNames) told << ' ' << one.name.at;
+  CHECK(told.str() == "2047 7 260 86/96, 0 0 0 0/0, 3075 14 200 80/90, 0 0 0 0/0, "
+                      "1:0/0/-1 4:13/28/3 5:3/0/0  7 2 6 1");
 }

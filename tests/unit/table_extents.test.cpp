@@ -21,11 +21,7 @@ std::string found(const Bytes& image, const Change& change = {}) {
   MftExtents table;
   const std::string_view word = findTable(volume, layout, table);
   if (!word.empty()) return std::string(word);
-  std::string text = std::to_string(table.bytes / 1024) + ":";
-  for (const Extent& one : table.extents) {
-    text += " " + std::to_string(one.cluster) + "+" + std::to_string(one.count);
-  }
-  return text;
+  return std::to_string(table.bytes / 1024) + ": " + placesOf(table.extents);
 }
 
 constexpr std::uint64_t kWhole = 64 * 1024;
@@ -40,7 +36,7 @@ TEST_CASE("the table is found among all other attributes of its record") {
   TestVolume volume;
   CHECK(found(volume.image()) == kFound);
   CHECK(found(volume.image(TestRecord()
-                               .nonResident(kData, 99, other, 0, true)
+                               .stream(L"s", 99, {{1, 300}})
                                .nonResident(kData, 99, other, 5)
                                .nonResident(kData, kWhole, kRuns)
                                .nonResident(kData, 99, other)

@@ -67,13 +67,8 @@ TEST_CASE("run lists") {
       list.push_back(static_cast<std::uint8_t>(std::stoi(row[0].substr(i, 2), nullptr, 16)));
     }
     std::vector<Extent> extents;
-    std::string text;
     const bool good = decodeRuns({list.data(), list.size()}, 1000, extents);
-    for (const Extent& one : extents) {
-      text +=
-          (text.empty() ? "" : " ") + std::to_string(one.cluster) + "+" + std::to_string(one.count);
-    }
-    CHECK((good ? text : "refused") == row[1]);
+    CHECK((good ? placesOf(extents) : "refused") == row[1]);
   }
 }
 

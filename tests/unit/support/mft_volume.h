@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scan/turbo/record_table.h"
+#include "scan/turbo/run_list.h"
 #include "scan/turbo/tree_build.h"
 #include "scan/turbo/volume.h"
 
@@ -25,11 +26,32 @@ inline void put(Bytes& bytes, std::size_t at, std::uint64_t value, std::size_t c
   }
 }
 
-// So many bytes, with a number at one place.
-inline Bytes bytesWith(std::size_t size, std::size_t at, std::uint64_t value, std::size_t count) {
+inline void putText(Bytes& bytes, const std::wstring& text) {
+  for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
+}
+
+struct Patch {
+  std::size_t at;
+  std::uint64_t value;
+  std::size_t count;
+};
+
+// So many bytes, with numbers at some places.
+inline Bytes bytesOf(std::size_t size, const std::vector<Patch>& patches) {
   Bytes bytes(size);
-  put(bytes, at, value, count);
+  for (const Patch& one : patches) put(bytes, one.at, one.value, one.count);
   return bytes;
+}
+
+// Applies an update sequence to the record at this place.
+inline void protect(Bytes& bytes, std::size_t at, std::size_t recordBytes) {
+  put(bytes, at + 4, 48, 2);
+  put(bytes, at + 6, recordBytes / 512 + 1, 2);
+  put(bytes, at + 48, 0x4711, 2);
+  for (std::size_t i = 1; i <= recordBytes / 512; ++i) {
+    std::copy_n(bytes.data() + at + i * 512 - 2, 2, bytes.data() + at + 48 + 2 * i);
+    put(bytes, at + i * 512 - 2, 0x4711, 2);
+  }
 }
 
 inline std::uint64_t reference(std::uint64_t record, std::uint64_t sequence) {
@@ -56,13 +78,12 @@ inline Bytes runList(const Runs& runs) {
 inline Bytes attributeList(const std::vector<std::pair<std::uint64_t, std::uint64_t>>& pieces) {
   Bytes list;
   const auto add = [&list](std::uint64_t cluster, std::uint64_t holder, bool named) {
-    const std::size_t at = list.size();
-    list.resize(at + 32);
-    put(list, at, kData, 4);
-    put(list, at + 4, 32, 2);
-    put(list, at + 6, named ? 1 : 0, 1);
-    put(list, at + 8, cluster, 8);
-    put(list, at + 16, holder + reference(0, 1), 8);
+    const Bytes entry = bytesOf(32, {{0, kData, 4},
+                                     {4, 32, 2},
+                                     {6, named ? 1U : 0U, 1},
+                                     {8, cluster, 8},
+                                     {16, holder + reference(0, 1), 8}});
+    list.insert(list.end(), entry.begin(), entry.end());
   };
   add(77, 15, true);
   for (const auto& [cluster, holder] : pieces) add(cluster, holder, false);
@@ -73,50 +94,31 @@ class TestRecord {
 public:
   // By default a base record with sequence number 1.
   explicit TestRecord(bool directory = false, std::uint64_t base = 0, std::uint16_t sequence = 1) {
-    bytes_.assign({'F', 'I', 'L', 'E'});
-    put(bytes_, 16, sequence, 2);
-    put(bytes_, 20, 256, 2);
-    put(bytes_, 22, directory ? 3 : 1, 2);
-    put(bytes_, 32, base, 8);
-    bytes_.resize(256); // leaves room for any update sequence
+    // Leaves room for any update sequence.
+    bytes_ = bytesOf(
+        256, {{16, sequence, 2}, {20, 256, 2}, {22, directory ? 3U : 1U, 2}, {32, base, 8}});
+    std::copy_n("FILE", 4, bytes_.begin());
   }
 
-  TestRecord& resident(std::uint32_t type, const Bytes& value, bool named = false) {
-    Bytes attribute;
-    put(attribute, 8, named ? 0x100 : 0, 2);
-    put(attribute, 16, value.size(), 4);
-    put(attribute, 20, 24, 4);
+  TestRecord& resident(std::uint32_t type, const Bytes& value) {
+    Bytes attribute = bytesOf(24, {{16, value.size(), 4}, {20, 24, 4}});
     attribute.insert(attribute.end(), value.begin(), value.end());
     return add(type, attribute);
   }
 
   TestRecord& nonResident(std::uint32_t type, std::uint64_t size, const Bytes& runs = {0},
-                          std::uint64_t firstCluster = 0, bool named = false) {
-    Bytes attribute;
-    put(attribute, 8, named ? 0x101 : 1, 2);
-    put(attribute, 16, firstCluster, 8);
-    put(attribute, 32, 64, 2);
-    put(attribute, 48, size, 8);
-    attribute.resize(64);
+                          std::uint64_t firstCluster = 0, const std::wstring& name = {}) {
+    Bytes attribute = bytesOf(
+        64, {{8, 1, 1}, {9, name.size(), 1}, {10, 64, 2}, {16, firstCluster, 8}, {48, size, 8}});
+    putText(attribute, name);
+    put(attribute, 32, attribute.size(), 2);
     attribute.insert(attribute.end(), runs.begin(), runs.end());
     return add(type, attribute);
   }
 
   // A stream of this many bytes with a name.
   TestRecord& stream(const std::wstring& name, std::uint64_t size, const Runs& runs = {}) {
-    Bytes attribute;
-    put(attribute, 8, 1, 1);
-    put(attribute, 9, name.size(), 1);
-    put(attribute, 10, 64, 2);
-    put(attribute, 48, size, 8);
-    attribute.resize(64);
-    for (const wchar_t unit : name) {
-      put(attribute, attribute.size(), static_cast<std::uint64_t>(unit), 2);
-    }
-    put(attribute, 32, attribute.size(), 2);
-    const Bytes list = runList(runs);
-    attribute.insert(attribute.end(), list.begin(), list.end());
-    return add(kData, attribute);
+    return nonResident(kData, size, runList(runs), 0, name);
   }
 
   // Contents in these clusters, and a later piece of them.
@@ -133,23 +135,20 @@ public:
   }
 
   TestRecord& attributes(std::uint32_t flags) {
-    return resident(kStandardInformation, bytesWith(48, 32, flags, 4));
+    return resident(kStandardInformation, bytesOf(48, {{32, flags, 4}}));
   }
 
   TestRecord& reparse(std::uint32_t tag) {
-    return resident(kReparsePoint, bytesWith(16, 0, tag, 4));
+    return resident(kReparsePoint, bytesOf(16, {{0, tag, 4}}));
   }
 
   TestRecord& modified(std::uint64_t fileTime) {
-    return resident(kStandardInformation, bytesWith(32, 8, fileTime, 8));
+    return resident(kStandardInformation, bytesOf(32, {{8, fileTime, 8}}));
   }
 
   TestRecord& name(const std::wstring& name, std::uint64_t parent, std::uint8_t nameSpace = 1) {
-    Bytes value(66);
-    put(value, 0, parent, 8);
-    put(value, 64, name.size(), 1);
-    put(value, 65, nameSpace, 1);
-    for (const wchar_t unit : name) put(value, value.size(), static_cast<std::uint64_t>(unit), 2);
+    Bytes value = bytesOf(66, {{0, parent, 8}, {64, name.size(), 1}, {65, nameSpace, 1}});
+    putText(value, name);
     return resident(kFileName, value);
   }
 
@@ -163,14 +162,7 @@ public:
     put(bytes, bytes.size(), 0xFFFFFFFF, 4);
     put(bytes, 24, bytes.size() + 4, 4);
     bytes.resize(recordBytes);
-    put(bytes, 4, 48, 2);
-    put(bytes, 6, recordBytes / 512 + 1, 2);
-    put(bytes, 48, 0x4711, 2);
-    for (std::size_t i = 1; i <= recordBytes / 512; ++i) {
-      std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(i * 512 - 2), 2,
-                  bytes.begin() + static_cast<std::ptrdiff_t>(48 + 2 * i));
-      put(bytes, i * 512 - 2, 0x4711, 2);
-    }
+    protect(bytes, 0, recordBytes);
     return bytes;
   }
 
@@ -221,13 +213,12 @@ struct TestVolume {
   }
 
   Bytes image(const TestRecord& zero) const {
-    Bytes bytes(4096);
+    Bytes bytes = bytesOf(4096, {{11, sectorBytes, 2},
+                                 {13, clusterBytes / sectorBytes, 1},
+                                 {40, sectors, 8},
+                                 {48, 64, 8},
+                                 {64, 0xF6, 1}});
     std::copy_n("NTFS    ", 8, bytes.begin() + 3);
-    put(bytes, 11, sectorBytes, 2);
-    put(bytes, 13, clusterBytes / sectorBytes, 1);
-    put(bytes, 40, sectors, 8);
-    put(bytes, 48, 64, 8);
-    put(bytes, 64, 0xF6, 1);
     Bytes table = zero.finished(1024);
     for (const auto& [number, record] : records) {
       table.resize(std::max<std::size_t>(table.size(), std::size_t{number} * 1024));
@@ -240,18 +231,27 @@ struct TestVolume {
           std::min<std::size_t>(std::size_t{count} * clusterBytes, table.size() - done);
       const std::size_t from = std::size_t{at} * clusterBytes;
       if (bytes.size() < from + part) bytes.resize(from + part);
-      std::copy_n(table.begin() + static_cast<std::ptrdiff_t>(done), part,
-                  bytes.begin() + static_cast<std::ptrdiff_t>(from));
+      std::copy_n(table.data() + done, part, bytes.data() + from);
       done += part;
     }
     return bytes;
   }
 };
 
+// "cluster+count cluster+count"
+inline std::string placesOf(const std::vector<Extent>& extents) {
+  std::string text;
+  for (const Extent& one : extents) {
+    text +=
+        (text.empty() ? "" : " ") + std::to_string(one.cluster) + "+" + std::to_string(one.count);
+  }
+  return text;
+}
+
 // Adds a name to a pool; false if that is full.
 inline bool added(NamePool::Writer& writer, const std::wstring& text, PooledName& name) {
   Bytes bytes;
-  for (const wchar_t unit : text) put(bytes, bytes.size(), static_cast<std::uint64_t>(unit), 2);
+  putText(bytes, text);
   return writer.add({bytes.data(), bytes.size()}, name);
 }
 
@@ -276,8 +276,7 @@ public:
     if (!aligned || (onRead && !onRead(offset))) return 0;
     std::fill_n(out, size, std::uint8_t{0});
     if (offset < image_.size()) {
-      std::copy_n(image_.begin() + static_cast<std::ptrdiff_t>(offset),
-                  std::min<std::size_t>(size, image_.size() - offset), out);
+      std::copy_n(image_.data() + offset, std::min<std::size_t>(size, image_.size() - offset), out);
     }
     return size;
   }
