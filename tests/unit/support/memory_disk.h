@@ -42,15 +42,15 @@ class MemoryDisk final : public FolderSource, public Machine {
 public:
   std::vector<KnownFolder> known;
   std::vector<std::wstring> mounts;
-  std::vector<std::wstring> noBins; // roots
+  std::set<std::wstring> noBins; // roots
   std::function<void()> beforeShell;
   std::function<bool(const std::wstring&)> mayDelete; // called for each path that the shell gets
   std::function<void(const std::wstring&)> onHold;
   std::set<std::wstring> notHeld; // folders that somebody has open in order to rename them
   std::function<void(const std::wstring&)> onLook;   // called before facts are looked up
   std::function<void(const std::wstring&)> onOpen;   // called on the thread that opens a folder
-  std::vector<std::wstring> unreadable;              // folders that cannot be listed
-  std::vector<std::wstring> endingEarly;             // folders whose listing fails at the end
+  std::set<std::wstring> unreadable;                 // folders that cannot be listed
+  std::set<std::wstring> endingEarly;                // folders whose listing fails at the end
   std::function<void(const std::wstring&)> onRemove; // called before an entry is removed by handle
   bool linksAreStuck = false;                        // the system cannot open a link as such
   std::set<std::wstring> denied;                     // paths that this account may not delete
@@ -226,7 +226,7 @@ public:
   std::vector<KnownFolder> knownFolders() override { return known; }
   std::vector<std::wstring> volumeRoots() override { return mounts; }
   bool hasBin(const std::wstring& root) override {
-    return root.size() == 3 && std::find(noBins.begin(), noBins.end(), root) == noBins.end();
+    return root.size() == 3 && !noBins.contains(root);
   }
   std::optional<BinFigures> binFigures(const std::wstring& root) override {
     if (binsAreHidden || root.size() > 3) return std::nullopt;
@@ -354,8 +354,8 @@ private:
       next_ = 0; // whoever reads on after a failure gets the wrong entries
       if (disk_.onOpen) disk_.onOpen(folder);
       const DiskNode* node = disk_.resolve(literal ? L"\\\\?\\" + folder : folder, true);
-      if (node == nullptr || !node->folder || contains(disk_.unreadable, folder)) return false;
-      endsEarly_ = contains(disk_.endingEarly, folder);
+      if (node == nullptr || !node->folder || disk_.unreadable.contains(folder)) return false;
+      endsEarly_ = disk_.endingEarly.contains(folder);
       items_ = node->children;
       return true;
     }
@@ -375,10 +375,6 @@ private:
     bool endedEarly() const override { return endsEarly_; }
 
   private:
-    static bool contains(const std::vector<std::wstring>& paths, const std::wstring& path) {
-      return std::find(paths.begin(), paths.end(), path) != paths.end();
-    }
-
     MemoryDisk& disk_;
     bool endsEarly_ = false;
     std::vector<std::shared_ptr<DiskNode>> items_;
