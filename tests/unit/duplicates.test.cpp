@@ -46,48 +46,46 @@ struct Fixture {
 
 } // namespace
 
-TEST_CASE("files are read only as far as necessary") {
-  Fixture fixture;
+TEST_CASE_FIXTURE(Fixture, "files are read only as far as necessary") {
   for (const std::size_t size : {kBoth - 1, kBoth, kBoth + 1}) {
     const std::wstring path = L"C:\\" + std::to_wstring(size);
-    fixture.add(path + L" same", content(size));
-    fixture.add(path, content(size));
-    fixture.add(path + L" head", content(size, 0, 'y'));
-    fixture.add(path + L" middle", content(size, size / 2, 'z'));
+    add(path + L" same", content(size));
+    add(path, content(size));
+    add(path + L" head", content(size, 0, 'y'));
+    add(path + L" middle", content(size, size / 2, 'z'));
   }
-  fixture.add(L"C:\\other size", content(77));
+  add(L"C:\\other size", content(77));
   std::vector<std::uint64_t> stages; // bytes and percentage, when the first file of each is done
-  fixture.contents.onLook = fixture.contents.onIdentity = fixture.contents.onOpen = [&](auto&) {
-    const RunCounters now = fixture.run.counters();
+  contents.onLook = contents.onIdentity = contents.onOpen = [&](auto&) {
+    const RunCounters now = run.counters();
     if (now.filesDone == 1) stages.insert(stages.end(), {now.total, now.percent()});
   };
-  CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\131071|C:\\131071 same",
-                                                          L"C:\\131072|C:\\131072 same",
-                                                          L"C:\\131073|C:\\131073 same"});
+  CHECK(found(search()) == std::set<std::wstring>{L"C:\\131071|C:\\131071 same",
+                                                  L"C:\\131072|C:\\131072 same",
+                                                  L"C:\\131073|C:\\131073 same"});
   // The ends of all files, and the three largest with equal ends as a whole.
   const std::uint64_t expected = 4 * (kBoth - 1) + 8 * kBoth + 3 * (kBoth + 1);
-  CHECK(fixture.contents.bytesRead.load() == expected);
-  CHECK(fixture.run.counters().read == expected);
+  CHECK(contents.bytesRead.load() == expected);
+  CHECK(run.counters().read == expected);
   CHECK(stages == std::vector<std::uint64_t>{0, 1, 1'572'860, 26, expected, 60});
 }
 
-TEST_CASE("names of one file are one copy and are not read") {
-  Fixture fixture;
-  fixture.add(L"C:\\a", content(9), 5);
-  fixture.add(L"C:\\b", content(9), 5);
-  fixture.add(L"C:\\c", content(9), 5);
-  CHECK(found(fixture.search()).empty());
-  CHECK(fixture.contents.opened == 0);
+TEST_CASE_FIXTURE(Fixture, "names of one file are one copy and are not read") {
+  add(L"C:\\a", content(9), 5);
+  add(L"C:\\b", content(9), 5);
+  add(L"C:\\c", content(9), 5);
+  CHECK(found(search()).empty());
+  CHECK(contents.opened == 0);
   for (const wchar_t* path : {L"D:\\d", L"Z:\\e"}) {
-    fixture.add(path, content(9), 6);
-    fixture.contents.edit(path, [](auto& file) { file.state.lastWrite = 2; });
+    add(path, content(9), 6);
+    contents.edit(path, [](auto& file) { file.state.lastWrite = 2; });
   }
-  CHECK(found(fixture.search()) == std::set<std::wstring>{L"C:\\a=C:\\b=C:\\c|D:\\d=Z:\\e"});
-  CHECK(fixture.contents.opened == 2);
-  for (const auto& name : fixture.names) {
-    fixture.contents.edit(name.name.path, [](auto& file) { file.number = 0; });
+  CHECK(found(search()) == std::set<std::wstring>{L"C:\\a=C:\\b=C:\\c|D:\\d=Z:\\e"});
+  CHECK(contents.opened == 2);
+  for (const auto& name : names) {
+    contents.edit(name.name.path, [](auto& file) { file.number = 0; });
   }
-  CHECK(found(fixture.search()).begin()->find(L'=') == std::wstring::npos);
+  CHECK(found(search()).begin()->find(L'=') == std::wstring::npos);
 }
 
 TEST_CASE("files that change, disappear or cannot be read") {
@@ -125,12 +123,11 @@ TEST_CASE("files that change, disappear or cannot be read") {
   }
 }
 
-TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
-  Fixture fixture;
+TEST_CASE_FIXTURE(Fixture, "the percentage never decreases, and a cancel keeps certain groups") {
   for (std::size_t i = 0; i < 40; ++i) {
     const std::wstring path = (i % 2 == 0 ? L"C:\\" : L"D:\\") + std::to_wstring(i);
-    fixture.add(path, content(i < 20 ? 2'500'000 : 90'000, 0, static_cast<char>('a' + i % 10)));
-    fixture.contents.edit(path, [](auto& file) { file.state.lastWrite = 1; });
+    add(path, content(i < 20 ? 2'500'000 : 90'000, 0, static_cast<char>('a' + i % 10)));
+    contents.edit(path, [](auto& file) { file.state.lastWrite = 1; });
   }
   std::mutex mutex;
   std::uint64_t highest = 0;
@@ -138,13 +135,13 @@ TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
   const auto watch = [&](const std::wstring&) {
     const std::lock_guard lock(mutex);
     CHECK(MemoryContents::lowered());
-    const std::uint64_t percent = fixture.run.counters().percent();
+    const std::uint64_t percent = run.counters().percent();
     CHECK(percent >= highest);
     if (percent > highest) ++steps;
     highest = percent;
   };
-  fixture.contents.onLook = fixture.contents.onIdentity = fixture.contents.onRead = watch;
-  CHECK(fixture.search().groups.size() == 20);
+  contents.onLook = contents.onIdentity = contents.onRead = watch;
+  CHECK(search().groups.size() == 20);
   CHECK(steps > 20);
 
   Fixture cut;
@@ -161,9 +158,8 @@ TEST_CASE("the percentage never decreases, and a cancel keeps certain groups") {
         std::set<std::wstring>{L"C:\\many0|C:\\many1|C:\\many2|C:\\many3|C:\\many4|C:\\many5"});
 }
 
-TEST_CASE("files whose contents cannot be hashed count as unreadable") {
-  Fixture fixture;
-  for (const wchar_t* path : {L"C:\\1", L"C:\\2"}) fixture.add(path, content(200'000));
-  fixture.contents.hashersFail = true;
-  CHECK(fixture.search().unreadable == 2);
+TEST_CASE_FIXTURE(Fixture, "files whose contents cannot be hashed count as unreadable") {
+  for (const wchar_t* path : {L"C:\\1", L"C:\\2"}) add(path, content(200'000));
+  contents.hashersFail = true;
+  CHECK(search().unreadable == 2);
 }

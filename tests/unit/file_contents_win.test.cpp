@@ -11,14 +11,16 @@ using namespace vorda;
 namespace {
 
 struct Scratch {
-  std::wstring path;
+  std::wstring folder;
+  std::unique_ptr<FileContents> contents = systemContents();
+  FileFailure failure = FileFailure::none;
   Scratch() {
     wchar_t temp[MAX_PATH];
     GetTempPathW(MAX_PATH, temp);
-    path = temp + (L"vorda-contents-" + std::to_wstring(GetCurrentProcessId()));
-    CreateDirectoryW(path.c_str(), nullptr);
+    folder = temp + (L"vorda-contents-" + std::to_wstring(GetCurrentProcessId()));
+    CreateDirectoryW(folder.c_str(), nullptr);
   }
-  ~Scratch() { std::filesystem::remove_all(path); }
+  ~Scratch() { std::filesystem::remove_all(folder); }
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
 };
@@ -36,14 +38,11 @@ void write(const std::wstring& path, std::string_view text) {
 
 } // namespace
 
-TEST_CASE("system files: state, identity, sharing and contents") {
-  const Scratch scratch;
-  const auto contents = systemContents();
-  const std::wstring file = scratch.path + L"\\a file";
+TEST_CASE_FIXTURE(Scratch, "system files: state, identity, sharing and contents") {
+  const std::wstring file = folder + L"\\a file";
   write(file, "abc");
-  FileFailure failure = FileFailure::none;
   // A second name of the file, longer than MAX_PATH.
-  const std::wstring link = scratch.path + L"\\" + std::wstring(240, L'n');
+  const std::wstring link = folder + L"\\" + std::wstring(240, L'n');
   REQUIRE(CreateHardLinkW(literalPath(link).c_str(), file.c_str(), nullptr));
   const auto state = contents->look(file, failure);
   REQUIRE(state);
@@ -51,11 +50,11 @@ TEST_CASE("system files: state, identity, sharing and contents") {
   CHECK(contents->look(link, failure) == state);
   const auto identity = contents->identity(file);
   REQUIRE(identity);
-  write(scratch.path + L"\\other", "abc");
+  write(folder + L"\\other", "abc");
   CHECK(contents->identity(link) == identity);
-  CHECK(contents->identity(scratch.path + L"\\other")->volume == identity->volume);
-  CHECK(contents->identity(scratch.path + L"\\other") != identity);
-  CHECK_FALSE(contents->identity(scratch.path + L"\\none"));
+  CHECK(contents->identity(folder + L"\\other")->volume == identity->volume);
+  CHECK(contents->identity(folder + L"\\other") != identity);
+  CHECK_FALSE(contents->identity(folder + L"\\none"));
 
   const auto opened = contents->open(link, Writers::refused, failure);
   REQUIRE(opened);
@@ -77,11 +76,8 @@ TEST_CASE("system files: state, identity, sharing and contents") {
   CHECK_FALSE(openWith(file, GENERIC_WRITE, kShareAll, OPEN_EXISTING).valid());
 }
 
-TEST_CASE("system files that others have open, and that are renamed") {
-  const Scratch scratch;
-  const auto contents = systemContents();
-  FileFailure failure = FileFailure::none;
-  const std::wstring other = scratch.path + L"\\other";
+TEST_CASE_FIXTURE(Scratch, "system files that others have open, and that are renamed") {
+  const std::wstring other = folder + L"\\other";
   write(other, "abc");
   {
     const FileHandle writer = openWith(other, GENERIC_WRITE, kShareAll, OPEN_EXISTING);
@@ -101,19 +97,16 @@ TEST_CASE("system files that others have open, and that are renamed") {
   CHECK(renamed->state() != before);
 }
 
-TEST_CASE("paths that cannot be read") {
-  const Scratch scratch;
-  const auto contents = systemContents();
-  FileFailure failure = FileFailure::none;
-  const std::wstring file = scratch.path + L"\\a file";
+TEST_CASE_FIXTURE(Scratch, "paths that cannot be read") {
+  const std::wstring file = folder + L"\\a file";
   write(file, "abc");
   const std::vector<std::pair<std::wstring, FileFailure>> rows = {
-      {scratch.path + L"\\none", FileFailure::missing},
-      {scratch.path + L"\\none\\none", FileFailure::missing},
+      {folder + L"\\none", FileFailure::missing},
+      {folder + L"\\none\\none", FileFailure::missing},
       {L"C:\\NUL", FileFailure::missing},
-      {scratch.path, FileFailure::unreadable},
+      {folder, FileFailure::unreadable},
       {L"a file", FileFailure::unreadable},
-      {scratch.path + L"\\.\\a file", FileFailure::unreadable},
+      {folder + L"\\.\\a file", FileFailure::unreadable},
       {L"\\\\.\\NUL", FileFailure::unreadable},
       {L"\\\\?\\" + file, FileFailure::unreadable}};
   for (const auto& row : rows) {
