@@ -109,79 +109,77 @@ void check(const std::vector<Row>& rows, bool withCopy) {
 } // namespace
 
 TEST_CASE("contents that were seen count for a minute, while the file looks the same") {
-  check(
-      {
-          {"as it was", "yes 00", [](World&) {}},
-          {"a minute ago", "yes 00",
-           [](World& one) { one.expected.seen->contents->readAtMs = kNow - kReadIsFreshMs; }},
-          {"longer ago", "yes 10",
-           [](World& one) { one.expected.seen->contents->readAtMs = kNow - kReadIsFreshMs - 1; }},
-          {"in the future", "yes 10",
-           [](World& one) { one.expected.seen->contents->readAtMs = kNow + 1; }},
-          {"another size", "yes 10", [](World& one) { ++one.go().state.bytes; }},
-          {"another time", "yes 10", [](World& one) { ++one.go().state.mark; }},
-          {"another file", "yes 10", [](World& one) { one.go().state.identity->volume = 9; }},
-          {"another kind", "yes 10", [](World& one) { one.expected.seen->kind = SeenKind::link; }},
-          {"other contents", "no 10", [](World& one) { one.go().becomes('y'); }},
-          {"cannot be read", "no 10",
-           [](World& one) {
-             ++one.go().state.mark;
-             one.go().readable = false;
-           }},
-          {"cannot be kept", "no 00", [](World& one) { one.go().keepable = false; }},
-          {"is gone once kept", "no 00", [](World& one) { one.go().looks = false; }},
-      },
-      false);
+  const std::vector<Row> rows = {
+      {"as it was", "yes 00", [](World&) {}},
+      {"a minute ago", "yes 00",
+       [](World& one) { one.expected.seen->contents->readAtMs = kNow - kReadIsFreshMs; }},
+      {"longer ago", "yes 10",
+       [](World& one) { one.expected.seen->contents->readAtMs = kNow - kReadIsFreshMs - 1; }},
+      {"in the future", "yes 10",
+       [](World& one) { one.expected.seen->contents->readAtMs = kNow + 1; }},
+      {"another size", "yes 10", [](World& one) { ++one.go().state.bytes; }},
+      {"another time", "yes 10", [](World& one) { ++one.go().state.mark; }},
+      {"another file", "yes 10", [](World& one) { one.go().state.identity->volume = 9; }},
+      {"another kind", "yes 10", [](World& one) { one.expected.seen->kind = SeenKind::link; }},
+      {"other contents", "no 10", [](World& one) { one.go().becomes('y'); }},
+      {"cannot be read", "no 10",
+       [](World& one) {
+         ++one.go().state.mark;
+         one.go().readable = false;
+       }},
+      {"cannot be kept", "no 00", [](World& one) { one.go().keepable = false; }},
+      {"is gone once kept", "no 00", [](World& one) { one.go().looks = false; }},
+  };
+  check(rows, false);
 }
 
 TEST_CASE("a copy goes only while an equal one stays") {
-  check(
-      {
-          {"as they were", "yes 00", [](World&) {}},
-          {"different when they were seen", "no 00",
-           [](World& one) { one.expected.keepSeen->contents->digest.fill('y'); }},
-          {"nothing seen of the one that stays", "yes 11",
-           [](World& one) { one.expected.keepSeen.reset(); }},
-          {"nothing seen of the one that goes", "yes 11",
-           [](World& one) { one.expected.seen.reset(); }},
-          {"the one that stays has changed", "no 11", [](World& one) { one.stay().becomes('y'); }},
-          {"another size", "no 00", [](World& one) { ++one.stay().state.bytes; }},
-          {"both changed alike", "no 11",
-           [](World& one) {
-             one.go().becomes('y');
-             one.stay().content = 'y';
-           }},
-          {"both changed alike, unseen", "yes 11",
-           [](World& one) {
-             one.expected.seen->contents.reset();
-             one.go().content = one.stay().content = 'y';
-           }},
-          {"the one that stays cannot be read", "no 11",
-           [](World& one) {
-             ++one.stay().state.mark;
-             one.stay().readable = false;
-           }},
-          {"the one that stays cannot be kept", "no 00",
-           [](World& one) { one.stay().keepable = false; }},
-          {"an empty one that stays cannot be kept", "no 00",
-           [](World& one) {
-             one.go().state.bytes = 0;
-             one.stay().keepable = false;
-           }},
-          {"two names of one file", "no 00",
-           [](World& one) { one.stay().state.identity = one.go().state.identity; }},
-          {"the same path, on a drive without identities", "no 00",
-           [](World& one) {
-             one.go().state.identity.reset();
-             one.expected.keep = L"go";
-           }},
-          {"two paths, on a drive without identities", "yes 11",
-           [](World& one) {
-             one.go().state.identity.reset();
-             one.stay().state.identity.reset();
-           }},
-      },
-      true);
+  const std::vector<Row> rows = {
+      {"as they were", "yes 00", [](World&) {}},
+      {"different when they were seen", "no 00",
+       [](World& one) { one.expected.keepSeen->contents->digest.fill('y'); }},
+      {"nothing seen of the one that stays", "yes 11",
+       [](World& one) { one.expected.keepSeen.reset(); }},
+      {"nothing seen of the one that goes", "yes 11",
+       [](World& one) { one.expected.seen.reset(); }},
+      {"the one that stays has changed", "no 11", [](World& one) { one.stay().becomes('y'); }},
+      {"another size", "no 00", [](World& one) { ++one.stay().state.bytes; }},
+      {"both changed alike", "no 11",
+       [](World& one) {
+         one.go().becomes('y');
+         one.stay().content = 'y';
+       }},
+      {"both changed alike, unseen", "yes 11",
+       [](World& one) {
+         one.expected.seen->contents.reset();
+         one.go().content = one.stay().content = 'y';
+       }},
+      {"the one that stays cannot be read", "no 11",
+       [](World& one) {
+         ++one.stay().state.mark;
+         one.stay().readable = false;
+       }},
+      {"the one that stays cannot be kept", "no 00",
+       [](World& one) { one.stay().keepable = false; }},
+      {"an empty one that stays cannot be kept", "no 00",
+       [](World& one) {
+         one.go().state.bytes = 0;
+         one.stay().keepable = false;
+       }},
+      {"two names of one file", "no 00",
+       [](World& one) { one.stay().state.identity = one.go().state.identity; }},
+      {"the same path, on a drive without identities", "no 00",
+       [](World& one) {
+         one.go().state.identity.reset();
+         one.expected.keep = L"go";
+       }},
+      {"two paths, on a drive without identities", "yes 11",
+       [](World& one) {
+         one.go().state.identity.reset();
+         one.stay().state.identity.reset();
+       }},
+  };
+  check(rows, true);
 }
 
 TEST_CASE("files are kept once, read once, and until they are let go") {

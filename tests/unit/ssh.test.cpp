@@ -17,18 +17,13 @@ using namespace vorda::test;
 
 namespace {
 
-ScanOptions keepingAll() {
-  ScanOptions options;
-  options.fileListThreshold = 0;
-  return options;
-}
-
 struct Listing {
-  ScanOptions options = keepingAll();
+  ScanOptions options;
   ScanProgress progress;
   ScanResult result;
   ListingTree tree{"/data", options, result};
   SshOutput output{tree, result, progress};
+  Listing() { options.fileListThreshold = 0; }
 
   std::string summary() {
     sumTree(result.folders, progress);
@@ -280,7 +275,7 @@ TEST_CASE("which folder is shown, whatever the root is, and which files are kept
 
 TEST_CASE("a host cannot fill the memory") {
   const auto added = [](const ListingLimits& limits, const std::string& start, bool folders) {
-    const ScanOptions options = keepingAll();
+    const ScanOptions options = Listing().options;
     ScanResult result;
     ListingTree tree("/data", options, result, limits);
     int count = 0;
