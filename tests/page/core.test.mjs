@@ -89,7 +89,6 @@ test('failure words: what figures stand in them, unknown ones as they are, and w
     ['1 bestand', '12.345 bestanden', 'newWord', 'no such key']);
   i18n.setLanguage('fr');
   assert.deepEqual([i18n.t('nFiles', { n: 0 }), i18n.t('nFiles', { n: 1_000_000 })], ['0 fichier', '1\u202f000\u202f000 de fichiers']);
-  assert.deepEqual(['en', 'nl', 'fr', 'es', 'pt'].map((lang) => page[lang].confirmWord), ['DELETE', 'VERWIJDER', 'SUPPRIMER', 'ELIMINAR', 'ELIMINAR']);
   assert.deepEqual([i18n.preferredLanguage(['de-DE', 'pt-BR', 'en']), i18n.preferredLanguage(['de'])], ['pt', 'en']);
   i18n.setLanguage('en');
 });
@@ -183,13 +182,12 @@ test('the tree combines the pruned tree, fetched folders and files of any size',
   }
   const empty = new tree.ScanTree(doc({ tree: null, files: [] }));
   assert.deepEqual([empty.root.path, tree.treeRows(empty, new Set(['C:\\d'])).length], ['C:\\d', 1]);
-});
 
-test('what is on the disk, and what comes back, also for what is not listed', needs('esbuild'), () => {
-  const scan = new tree.ScanTree(doc({ tree: { n: 'C:\\d', s: 100, a: 80, x: 70, f: 3, c: [] }, files: [] }));
-  scan.setFolders('C:\\d', { path: 'C:\\d', s: 100, a: 80, x: 70, f: 3, dirs: [{ n: 'in', s: 50, a: 60, x: 10, f: 1 }] });
-  scan.setFiles('C:\\d', { files: [{ n: 'f', s: 30, a: 4, x: 4, cl: 26, m: 0 }], total: 2, dirs: 1 });
-  assert.deepEqual(scan.entries('C:\\d').map(({ kind, s, a, x, cl }) => [kind, s, a, x, cl]), [['folder', 50, 60, 10, undefined], ['file', 30, 4, 4, 26], ['more', 20, 16, 56, undefined]]);
+  // What is on the disk, and what comes back, also for what is not listed.
+  const disk = new tree.ScanTree(doc({ tree: { n: 'C:\\d', s: 100, a: 80, x: 70, f: 3, c: [] }, files: [] }));
+  disk.setFolders('C:\\d', { path: 'C:\\d', s: 100, a: 80, x: 70, f: 3, dirs: [{ n: 'in', s: 50, a: 60, x: 10, f: 1 }] });
+  disk.setFiles('C:\\d', { files: [{ n: 'f', s: 30, a: 4, x: 4, cl: 26, m: 0 }], total: 2, dirs: 1 });
+  assert.deepEqual(disk.entries('C:\\d').map(({ kind, s, a, x, cl }) => [kind, s, a, x, cl]), [['folder', 50, 60, 10, undefined], ['file', 30, 4, 4, 26], ['more', 20, 16, 56, undefined]]);
 });
 
 // The tree of an invented folder: nodes with children, sizes that need not add up, chains and hundreds of
@@ -209,10 +207,11 @@ function randomTree(random, depth, size) {
   return node;
 }
 
+const source = { childrenOf: (node) => node.children, sizeOf: (node) => node.size, isFolder: (node) => node.folder };
+
 test('every tile of the map has its share of the area, at all depths, and nothing is missing', needs('esbuild'), () => {
   let state = 3;
   const random = () => (state = (Math.imul(state, 1_664_525) + 1_013_904_223) >>> 0) / 2 ** 32;
-  const source = { childrenOf: (node) => node.children, sizeOf: (node) => node.size, isFolder: (node) => node.folder };
   let looked = 0;
   for (let round = 0; round < 12; ++round) {
     const top = { ...randomTree(random, 6, 1e12), folder: true };
@@ -241,7 +240,6 @@ test('every tile of the map has its share of the area, at all depths, and nothin
 test('tiles of the map: chains, what is not known, and what has grown since', needs('esbuild'), () => {
   const node = (size, ...children) => ({ size, folder: true, children });
   const file = (size) => ({ size, folder: false, children: [] });
-  const source = { childrenOf: (one) => one.children, sizeOf: (one) => one.size, isFolder: (one) => one.folder };
   const layout = (top, depth = 5) => map_layout.layoutMap(top, { x: 0, y: 0, w: 400, h: 250 }, source, depth);
   const brief = (tiles) => tiles.map((tile) => `${tile.rest ? `rest of ${tile.count}` : 'item'} ${Math.round(tile.size)} ${tile.level}${tile.joined ? ' joined' : ''}`);
   assert.deepEqual(brief(layout(node(100, file(10)))), ['item 10 0', 'rest of 0 90 0'], 'what is not listed is not stretched');
@@ -301,7 +299,7 @@ test('a place in the page and its address', needs('esbuild'), () => {
   assert.deepEqual([steps.stepOf(step), steps.stepOf({ map: 'C:' }), steps.stepOf(null), steps.sameStep(step, { ...step }), steps.sameStep(null, step)], [step, null, null, true, false]);
 });
 
-test('deletion: one request per scan, and the right sentence for the outcome', needs('esbuild'), () => {
+test('deletion: one request per scan, the right sentence for the outcome, and what missed the bin', needs('esbuild'), () => {
   const roots = [{ id: 1, root: 'C:\\' }, { id: 2, root: 'D:\\Data' }];
   assert.deepEqual(plan.partsByJob(['C:\\a', 'D:\\Data\\x', 'C:\\a\\b', 'D:\\Data2\\y'], roots, 1),
     [{ job: 1, paths: ['C:\\a', 'D:\\Data2\\y'] }, { job: 2, paths: ['D:\\Data\\x'] }]);
@@ -316,9 +314,6 @@ test('deletion: one request per scan, and the right sentence for the outcome', n
   const drive = (freeBefore, freeAfter) => ({ deleted: 1, bytes: 9, error: '', freeBefore, freeAfter });
   assert.equal(plan.outcomeOf([drive(5, 9), drive(9, 8)]).gained, 3);
   assert.deepEqual(['delete', ' DELETE\n', 'delet', 'DELETE!'].map((typed) => plan.confirms(typed, 'DELETE')), [true, true, false, false]);
-});
-
-test('what was to go into the bin and did not', needs('esbuild'), () => {
   const missed = (bytes, binned, noBin = []) => bin.missedBin({ noBin }, { bytes, binned });
   assert.deepEqual([missed(9, 9), missed(9, 4), missed(9, 0), missed(4, 9), missed(9, 4, ['C:\\a'])], [0, 5, 9, 0, 0]);
 });
@@ -327,7 +322,7 @@ const finding = (code, bytes, places, over = {}) => ({
   code, level: 'warning', bytes, target: '', paths: places.map((one) => one[0]), pathBytes: places.map((one) => one[1]), pathGroup: places.map((one) => one[2] ?? 0), ...over,
 });
 
-test('what all advice together could free counts every byte once', needs('esbuild'), () => {
+test('what all advice together could free, and its two totals, count every byte once', needs('esbuild'), () => {
   const won = (...findings) => winnable.winnable(findings);
   const old = finding('oldfiles', 70, [['C:\\Users\\a\\Downloads\\old.iso', 30], ['C:\\x\\film.mkv', 20], ['C:\\y\\film.mkv', 20]]);
   const downloads = finding('downloads', 50, [], { target: 'C:\\Users\\a\\Downloads' });
@@ -339,15 +334,14 @@ test('what all advice together could free counts every byte once', needs('esbuil
   assert.equal(won(finding('tempfiles', 30, [['C:\\t', 10], ['C:\\t\\Temp', 4]])), 10 + 16, 'places that are not listed');
   assert.equal(won({ ...old, bytes: 100 }, { ...copies, bytes: 60 }), 70 + 30, 'which may be the same files');
   assert.equal(won({ ...old, level: 'good' }), 0);
-});
 
-test('the two totals of the advice add up, and count every byte once', needs('esbuild'), () => {
+  // The two totals add up.
   const temp = finding('tempfiles', 40, [['C:\\Users\\a\\Temp', 40]]);
-  const old = finding('oldfiles', 50, [['C:\\Users\\a\\Temp\\old.bin', 30], ['C:\\x', 20]], { level: 'serious' });
+  const within = finding('oldfiles', 50, [['C:\\Users\\a\\Temp\\old.bin', 30], ['C:\\x', 20]], { level: 'serious' });
   const installer = finding('installer', 90, [], { level: 'good', target: 'C:\\Windows\\Installer' });
-  assert.deepEqual(winnable.gains([temp, old, installer]), { safe: 40, look: 20 }, 'what goes with the temporary files is not looked through');
-  assert.deepEqual(winnable.gains([old]), { safe: 0, look: 50 });
-  assert.deepEqual([temp, old, installer].map(winnable.gainOf), ['safe', 'look', 'none']);
+  assert.deepEqual(winnable.gains([temp, within, installer]), { safe: 40, look: 20 }, 'what goes with the temporary files is not looked through');
+  assert.deepEqual(winnable.gains([within]), { safe: 0, look: 50 });
+  assert.deepEqual([temp, within, installer].map(winnable.gainOf), ['safe', 'look', 'none']);
 });
 
 test('a long deletion is sent in parts, each for one drive', needs('esbuild'), () => {
