@@ -2,15 +2,12 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
-import { becomes, GOING, goTo, mark, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned } from './support/browser.mjs';
-import { lastFirst } from '../system/support/ends.mjs';
+import { becomes, folders, GOING, goTo, mark, MiB, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned, settled } from './support/browser.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve } from '../system/support/server.mjs';
-import { settled } from './support/settled.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
-const here = lastFirst({ after });
+const here = { after };
 const folder = scratch(here);
 makeFiles(folder, { 'd/films/x.iso': 70 * MiB, 'd/photos/y.iso': 80 * MiB, 'd/root.iso': 60 * MiB, 'e/backup/z.iso': 90 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d`, 'e:': `${folder}/e` });
@@ -86,8 +83,7 @@ test('the Del key asks about what is marked, or else about the active item', nee
     await tab.keyboard.press('Escape');
     await dialog.waitFor({ state: 'detached' });
   };
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
+  const tree = await folders(tab);
   await tree.press('Delete');
   assert.equal(await dialog.count(), 0, 'not the root of the scan');
   await row(tree, 'films').first().click();

@@ -10,6 +10,9 @@ import { BROWSER_ARGUMENTS, home } from '../../system/support/home.mjs';
 import { serve } from '../../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../../system/support/vorda.mjs';
 
+export { settled } from './settled.mjs';
+export const MiB = 2 ** 20;
+
 let launched = null;
 const place = home === 'windows' ? { channel: 'msedge' } : { executablePath: '/usr/bin/chromium' };
 const attached = process.env.VORDA_CHROMIUM;
@@ -65,6 +68,12 @@ export function requestsOf(tab, path) {
   return bodies;
 }
 
+// Has the program's answers to requests for a path changed on their way to the tab.
+export const altered = (tab, path, alter) => tab.route(`**${path}`, async (route) => {
+  const response = await route.fetch();
+  await route.fulfill({ response, json: alter(await response.json()) });
+});
+
 // The program on a folder with these files, and a tab that shows the finished scan's overview.
 export async function scanned(t, files, { args, ...options } = {}) {
   const folder = scratch(t);
@@ -85,6 +94,12 @@ export async function openScan(tab, base, path) {
 export const goTo = async (tab, section, title) => {
   await tab.locator(`.nav a[href="#${section}"]`).click();
   await tab.getByRole('heading', { level: 1, name: title }).waitFor();
+};
+
+// Opens the tree and returns it.
+export const folders = async (tab) => {
+  await goTo(tab, 'explorer', 'Folders');
+  return tab.getByRole('treegrid');
 };
 
 // Opens the dialog for the marked items and waits for the dry run.
