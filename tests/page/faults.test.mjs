@@ -3,13 +3,11 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, mark, openDialog, openScan, openTab, pathsIn, requestsOf, row, says, toBin } from './support/browser.mjs';
+import { becomes, folders, GOING, goTo, mark, MiB, openDialog, openScan, openTab, pathsIn, requestsOf, row, says, settled, toBin } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
-import { settled } from './support/settled.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
 // A program of the test's own on these files, a proxy before it, and a tab.
 async function opened(t, { files = {}, ...options } = {}) {
   const folder = scratch(t);
@@ -84,8 +82,7 @@ test('hostile names are shown as text and sent back unchanged', async (t) => {
   await inert('about');
   await tab.keyboard.press('Escape');
   await goTo(tab, 'find', 'Find files');
-  await tab.getByRole('grid').focus();
-  await tab.keyboard.press('Control+a');
+  await tab.getByRole('grid').press('Control+a');
   await openDialog(tab);
   await inert('deletion');
   const wanted = hits.filter((hit) => !hit.lock).map((hit) => Buffer.from(hit.p).toString());
@@ -105,8 +102,7 @@ test('late and truncated answers lose nothing', async (t) => {
   delete faults.answers['/api/result'];
   await tab.getByRole('button', { name: 'Scan again' }).waitFor(); // the result was fetched again
 
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
+  const tree = await folders(tab);
   await row(tree, 'Could not be loaded').first().waitFor();
   await row(tree, 'one.iso').waitFor({ state: 'detached' });
   delete faults.answers['/api/dirs'];
@@ -154,9 +150,7 @@ test('what the recycle bin does not take needs the confirmation word; what misse
     return { ...done, dryRun: false, refused: [], wouldDelete: body.getAll('p') };
   };
   await openScan(tab, faults.base, winPath(folder));
-  await goTo(tab, 'explorer', 'Folders');
-  await tab.getByRole('treegrid').focus();
-  await tab.keyboard.press('Control+a');
+  await (await folders(tab)).press('Control+a');
   const dialog = await openDialog(tab);
   const go = dialog.getByRole('button', { name: 'Delete 2 items (2 files, 150 MB), 1 of them permanently' });
   assert.ok(await go.isDisabled());
@@ -182,8 +176,7 @@ test('a deletion of several requests can be stopped between them', async (t) => 
   await tab.getByLabel('Extensions').fill('.tmp');
   await tab.keyboard.press('Enter');
   await says(tab.getByRole('main'), '2 files found');
-  await tab.getByRole('grid').focus();
-  await tab.keyboard.press('Control+a');
+  await tab.getByRole('grid').press('Control+a');
   const dialog = await openDialog(tab);
   await dialog.getByLabel('Delete permanently').check();
   await dialog.getByRole('textbox').fill('DELETE');
@@ -218,8 +211,7 @@ test('possible duplicates of the advice are compared before they go, also by the
   const advice = [{ code: 'duplicates', level: 'serious', bytes: 7, n1: 2, n2: 0, target: '', paths, pathBytes: each(4), pathFiles: each(1), pathGroup: [1, 1, 2, 2], pathLock: each(''), notes: [] }];
   faults.answers['/api/result'] = async ({ real }) => ({ ...await real(), advice });
   await openScan(tab, faults.base, root);
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
+  const tree = await folders(tab);
   await mark(tree, 'third');
   await goTo(tab, 'advice', 'Advice');
   const box = (name) => tab.getByRole('checkbox', { name });
@@ -324,8 +316,7 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   await tab.keyboard.press('Enter');
   await says(tab.getByRole('main'), '2 files found');
 
-  await goTo(tab, 'explorer', 'Folders');
-  const tree = tab.getByRole('treegrid');
+  const tree = await folders(tab);
   const marked = () => tab.locator('.selection-bar strong').innerText();
   await tree.press('*');
   await row(tree, '1.dat').waitFor();
@@ -384,8 +375,7 @@ test('hits on a share are never deleted for the scan of a host that is on view',
   });
   const sent = requestsOf(tab, '/api/delete');
   await tab.goto(`${faults.base}/#find`);
-  await tab.getByRole('grid').focus();
-  await tab.keyboard.press('Control+a');
+  await tab.getByRole('grid').press('Control+a');
   await openDialog(tab);
   assert.deepEqual(sent.map((body) => [body.get('job'), ...body.getAll('p')]), [['1', paths[0]], ['0', paths[1]]]);
 });

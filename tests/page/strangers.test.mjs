@@ -3,14 +3,13 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import http from 'node:http';
 import { after, test } from 'node:test';
-import { becomes, goTo, openTab, requestsOf, says } from './support/browser.mjs';
-import { lastFirst } from '../system/support/ends.mjs';
+import { becomes, goTo, MiB, openTab, requestsOf, says } from './support/browser.mjs';
+import { listen } from '../system/support/ends.mjs';
 import { has, needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
-const here = lastFirst({ after });
+const here = { after };
 const folder = scratch(here);
 makeFiles(folder, { 'd/films/a.mkv': 80 * MiB, 'share/b.iso': 70 * MiB });
 const wine = !has('prefixes') ? {} : await ownWine(here, { 'd:': `${folder}/d`, 'unc/nas/public': `${folder}/share` });
@@ -44,17 +43,12 @@ test('a path in the address on another machine is scanned once if the program wa
 });
 
 // A web server of somebody else, under a name of its own and under this machine's.
-async function stranger(t) {
+function stranger(t) {
   const server = http.createServer((request, response) => {
     const to = new URL(request.url, 'http://x').searchParams.get('to');
     response.setHeader('Content-Type', 'text/html').writeHead(to ? 302 : 200, to ? { Location: to } : {}).end('<!doctype html><title>free games</title><body></body>');
   });
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  lastFirst(t).after(() => {
-    server.closeAllConnections();
-    server.close();
-  });
-  return server.address().port;
+  return listen(t, server);
 }
 
 // Each request that would read or change something, as method, path and body.
@@ -209,11 +203,9 @@ test('tabs sent here by another page, or by a redirect of an address that the us
 test('inside a frame the page only says so', async (t) => {
   const { base } = await serve(t);
   const outer = http.createServer((_, response) => response.setHeader('Content-Type', 'text/html').end(`<iframe src="${base}/" width=600 height=300></iframe>`));
-  await new Promise((resolve) => outer.listen(0, '127.0.0.1', resolve));
-  lastFirst(t).after(() => outer.close());
   const tab = await openTab(t, { expected: /asked elsewhere/ });
   const asked = requestsOf(tab, '/api/hello');
-  await tab.goto(`http://127.0.0.1:${outer.address().port}/`);
+  await tab.goto(`http://127.0.0.1:${await listen(t, outer)}/`);
   await tab.frameLocator('iframe').getByText('Vorda does not run inside another page.').waitFor();
   assert.equal(asked.length, 0);
 });

@@ -1,7 +1,8 @@
 // A proxy between the page and the real program, for answers that the program can't be made to give:
 // wrong, late or truncated ones. Requests without an answer of the test's own are passed on.
 import http from 'node:http';
-import { lastFirst } from '../../system/support/ends.mjs';
+import { text } from 'node:stream/consumers';
+import { lastFirst, listen } from '../../system/support/ends.mjs';
 
 const KEPT = ['content-type', 'x-vorda-token'];
 
@@ -9,14 +10,12 @@ const KEPT = ['content-type', 'x-vorda-token'];
 // resolves to the program's answer. CUT is a truncated answer. With `lost`, connections are dropped.
 export const CUT = Symbol('cut');
 
-export async function between(t, base) {
+export async function between(t, program) {
   const faults = { answers: {}, lost: false };
   let closed = false;
   const answer = async (request, response) => {
-    const pieces = [];
-    for await (const piece of request) pieces.push(piece);
-    const body = Buffer.concat(pieces).toString();
-    const url = new URL(request.url, base);
+    const body = await text(request);
+    const url = new URL(request.url, program);
     const headers = Object.fromEntries(KEPT.filter((name) => name in request.headers).map((name) => [name, request.headers[name]]));
     const passOn = () => fetch(url, { method: request.method, headers, body: body || undefined });
     if (faults.lost) return void response.destroy();
@@ -36,12 +35,7 @@ export async function between(t, base) {
   const server = http.createServer({ maxHeaderSize: 2 ** 20 }, (request, response) => answer(request, response).catch((error) => {
     if (!closed) throw error;
   }));
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  server.unref();
-  lastFirst(t).after(() => {
-    closed = true;
-    server.closeAllConnections();
-    server.close();
-  });
-  return Object.assign(faults, { base: `http://127.0.0.1:${server.address().port}` });
+  const base = `http://127.0.0.1:${await listen(t, server)}`;
+  lastFirst(t).after(() => { closed = true; });
+  return Object.assign(faults, { base });
 }
