@@ -7,17 +7,14 @@ import { createRequire } from 'node:module';
 import { after, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
-import { openTab } from './support/browser.mjs';
-import { settled } from './support/settled.mjs';
-import { lastFirst } from '../system/support/ends.mjs';
+import { altered, MiB, openTab, settled } from './support/browser.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
 const repo = fileURLToPath(new URL('../..', import.meta.url));
 const axe = fs.readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
-const here = lastFirst({ after });
+const here = { after };
 
 const folder = scratch(here);
 const twice = 'copy'.repeat(MiB);
@@ -44,12 +41,8 @@ async function open(t, { address = '/#overview', stored = {}, html = null, beyon
   const tab = await openTab(t, options);
   await tab.addInitScript((values) => Object.assign(localStorage, values), stored);
   if (html) await tab.route(`${server.base}/`, (route) => route.fulfill({ contentType: 'text/html; charset=utf-8', body: html }));
-  const altered = (path, alter) => tab.route(`${server.base}${path}`, async (route) => {
-    const answer = await route.fetch();
-    await route.fulfill({ response: answer, json: alter(await answer.json()) });
-  });
-  await altered('/api/targets', (answer) => ({ ...answer, elevated: false }));
-  if (beyondBin) await altered('/api/delete', (answer) => ({ ...answer, noBin: answer.wouldDelete.slice(0, 1), refused: [{ p: 'D:\\Windows', why: 'missing' }] }));
+  await altered(tab, '/api/targets', (answer) => ({ ...answer, elevated: false }));
+  if (beyondBin) await altered(tab, '/api/delete', (answer) => ({ ...answer, noBin: answer.wouldDelete.slice(0, 1), refused: [{ p: 'D:\\Windows', why: 'missing' }] }));
   await tab.goto(`${server.base}${address}`);
   await tab.locator('main h1').waitFor();
   return tab;
@@ -65,6 +58,10 @@ const pressed = async (tab, place, ...keys) => {
   for (const key of keys) await tab.keyboard.press(key);
   await settled(tab);
 };
+const inSection = (section, place, ...keys) => async (tab) => {
+  await goTo(tab, section);
+  await pressed(tab, place, ...keys);
+};
 const clicked = async (tab, place) => {
   await tab.locator(place).first().click();
   await tab.locator('dialog[open] .ends .button').first().waitFor();
@@ -77,14 +74,8 @@ const SCENES = {
   'empty bin': (tab) => clicked(tab, '.panel .button:has([href="#i-broom"])'),
   advice: (tab) => goTo(tab, 'advice'),
   cleaning: (tab) => clicked(tab, '.finding:has(#finding-tempfiles) .button:has([href="#i-broom"])'),
-  types: async (tab) => {
-    await goTo(tab, 'types');
-    await pressed(tab, 'main .table', 'ArrowDown', 'Enter');
-  },
-  largest: async (tab) => {
-    await goTo(tab, 'largest');
-    await pressed(tab, 'main .table', 'ArrowDown', ' ');
-  },
+  types: inSection('types', 'main .table', 'ArrowDown', 'Enter'),
+  largest: inSection('largest', 'main .table', 'ArrowDown', ' '),
   'a menu': async (tab) => {
     await pressed(tab, 'main .table', 'Shift+F10');
     await tab.locator('.menu button').first().waitFor();
@@ -99,14 +90,8 @@ const SCENES = {
     await tab.keyboard.press('?');
     await tab.locator('dialog[open]').waitFor();
   },
-  map: async (tab) => {
-    await goTo(tab, 'map');
-    await pressed(tab, '.map .options', 'ArrowRight', 'ArrowRight');
-  },
-  find: async (tab) => {
-    await goTo(tab, 'find');
-    await pressed(tab, 'main .table', ' ', 'Shift+ArrowDown');
-  },
+  map: inSection('map', '.map .options', 'ArrowRight', 'ArrowRight'),
+  find: inSection('find', 'main .table', ' ', 'Shift+ArrowDown'),
   across: async (tab) => {
     await goTo(tab, 'across');
     await tab.locator('.keep .button').click();
@@ -117,10 +102,7 @@ const SCENES = {
     await tab.locator('main .button:has([href="#i-folder"])').click();
     await tab.locator('.browser button').first().waitFor();
   },
-  explorer: async (tab) => {
-    await goTo(tab, 'explorer');
-    await pressed(tab, 'main .table', 'ArrowDown', 'ArrowRight', 'ArrowDown', ' ', 'ArrowDown', ' ');
-  },
+  explorer: inSection('explorer', 'main .table', 'ArrowDown', 'ArrowRight', 'ArrowDown', ' ', 'ArrowDown', ' '),
   deletion: async (tab) => {
     await tab.locator('.selection-bar .danger').click();
     await tab.locator('dialog [value=forgood]').check();
