@@ -4,15 +4,13 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { describe, test } from 'node:test';
-import { becomes, openScan, openTab, rowsOf, says } from './support/browser.mjs';
+import { becomes, MiB, openScan, openTab, rowsOf, says, settled } from './support/browser.mjs';
 import { machine } from './support/machine.mjs';
-import { settled } from './support/settled.mjs';
 import { needs } from '../system/support/home.mjs';
 import { freePort, serve } from '../system/support/server.mjs';
 import { makeKey, relay, startSshd } from '../system/support/ssh.mjs';
 import { makeFiles, ownWine, scratch, winPath } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
 const DISK = {
   'Films/long.mkv': 900 * MiB, 'Films/short.mkv': 310 * MiB, 'Windows/Temp/setup.log': 700 * MiB, 'Windows/Temp/x.tmp': 300 * MiB,
   'Users/anna/AppData/Local/Temp/left.tmp': 500 * MiB, 'Photos/one.raw': 'p'.repeat(3 * MiB), 'Photos/copy/one.raw': 'p'.repeat(3 * MiB),

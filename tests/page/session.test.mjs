@@ -2,16 +2,15 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
-import { becomes, goTo, openTab, mark, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
+import { altered, becomes, goTo, mark, MiB, openTab, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
 import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
 import { makeFiles, ownWine, scratch, startSilent } from '../system/support/vorda.mjs';
 
-const MiB = 2 ** 20;
 const TITLES = { overview: 'Overview', explorer: 'Folders', advice: 'Advice', types: 'Types', map: 'Map', find: 'Find files', across: 'Duplicates', picker: 'What do you want to scan?' };
-const here = lastFirst({ after });
+const here = { after };
 const folder = scratch(here);
 makeFiles(`${folder}/d`, { 'films/a.mkv': 300 * MiB, 'b.iso': 70 * MiB });
 const wine = await ownWine(here, { 'd:': `${folder}/d` });
@@ -87,12 +86,8 @@ test('a key in the address is used, removed, and kept by this tab only', needs('
 test('the addresses that a program with a key opens; no restart with other rights from there', needs('drives'), async (t) => {
   const key = 'a+b&c';
   const { base } = await serve(t, ['--server', '--token', key], wine);
-  const altered = async (tab, path, changes) => tab.route(`**${path}`, async (route) => {
-    const answer = await route.fetch();
-    await route.fulfill({ response: answer, json: { ...await answer.json(), ...changes } });
-  });
   const tab = await openTab(t, { expected: /401/, measure: null });
-  await altered(tab, '/api/targets', { elevated: false });
+  await altered(tab, '/api/targets', (answer) => ({ ...answer, elevated: false }));
   await tab.goto(`${base}/?token=${key}?scan=D%3A%5C`);
   await says(tab, 'Most of the space is in films');
   await becomes(() => tab.url(), `${base}/#overview`);

@@ -1,7 +1,7 @@
 // The page on a real NTFS volume that turbo has read: bytes on disk, what comes back, the account that adds up.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { becomes, goTo, openTab, row, rowsOf, says } from './support/browser.mjs';
+import { becomes, folders, goTo, openTab, row, rowsOf, says } from './support/browser.mjs';
 import { needs } from '../system/support/home.mjs';
 import { lastFirst } from '../system/support/ends.mjs';
 import { makeNtfsImage, mount } from '../system/support/ntfs_image.mjs';
@@ -25,8 +25,7 @@ test('a volume that turbo has read', needs('prefixes', 'ntfsImage'), async (t) =
   assert.match(account, /17\.0 MB used[^]*Further streams of files\s+32\.0 KB[^]*Not explained\s+0 B/);
   await goTo(tab, 'types', 'Types');
   await becomes(async () => (await rowsOf(tab.getByRole('grid', { name: 'Types' }))).find(([type]) => type === '.iso')?.slice(0, 2), ['.iso', '28.0 KB']);
-  await goTo(tab, 'explorer', 'Folders');
-  const table = tab.getByRole('treegrid');
+  const table = await folders(tab);
   const shown = async (...names) => (await rowsOf(table)).filter(([, name]) => names.includes(name)).map(([, name, figure]) => [name, figure]);
   await becomes(() => shown('T:\\', 'links', 'Users'), [['T:\\', '17.0 MB'], ['links', '28.0 KB'], ['Users', '4.00 KB']]);
   await row(table, 'three.txt').click();

@@ -5,7 +5,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
 import ssh2 from 'ssh2';
-import { lastFirst } from './ends.mjs';
+import { lastFirst, listen } from './ends.mjs';
 import { exe, testProgram } from './home.mjs';
 import { until } from './server.mjs';
 import { winPath } from './vorda.mjs';
@@ -59,9 +59,7 @@ export async function relay(hooks, folder, wineEnv) {
   }
   // When a bridge disconnects because nobody reads its output any more, only its ssh ends.
   const server = net.createServer((socket) => serve(socket.on('error', () => {})).catch(() => {}));
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  lastFirst(hooks).after(() => server.close());
-  return { runs, config, env: { ...wineEnv, WINEPATH: winPath(bin), VORDA_SSH_RELAY: String(server.address().port) } };
+  return { runs, config, env: { ...wineEnv, WINEPATH: winPath(bin), VORDA_SSH_RELAY: String(await listen(hooks, server)) } };
 }
 
 const greets = (port) => new Promise((resolve) => {
