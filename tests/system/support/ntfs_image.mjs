@@ -60,12 +60,8 @@ function fill(root) {
   put(`${deep}/deepest.log`, 9);
   fs.symlinkSync('links', `${root}/to links`);
   const target = Buffer.from('\\??\\C:\\Windows', 'utf16le');
-  const junction = Buffer.alloc(20 + target.length);
-  junction.writeUInt32LE(0xA0000003, 0);
-  junction.writeUInt16LE(12 + target.length, 4);
-  junction.writeUInt16LE(target.length, 10);
-  junction.writeUInt16LE(target.length + 2, 12);
-  target.copy(junction, 16);
+  const head = Uint16Array.of(3, 0xA000, 12 + target.length, 0, 0, target.length, target.length + 2, 0);
+  const junction = Buffer.concat([Buffer.from(head.buffer), target, Buffer.alloc(4)]);
   attribute(`${root}/junction`, 'system.ntfs_reparse_data', `0x${junction.toString('hex')}`);
   for (let i = 0; i < 10_000; ++i) put(`many/file ${i}.${'abcdefghij'[i % 10]}`, i % 50);
 }

@@ -7,7 +7,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -58,13 +57,12 @@ extern "C" int wmain(int argc, wchar_t** argv) {
     return kBroken;
   const std::string start = describeStart(argc, argv);
   send(relay.get(), start.data(), static_cast<int>(start.size()), 0);
-  std::vector<char> bytes(5);
-  while (receiveAll(relay.get(), bytes.data(), 5)) {
-    unsigned char head[5];
-    std::copy_n(bytes.data(), 5, head);
+  unsigned char head[5];
+  std::vector<char> bytes;
+  while (receiveAll(relay.get(), reinterpret_cast<char*>(head), 5)) {
     const int number = head[1] | head[2] << 8 | head[3] << 16 | head[4] << 24;
     if (head[0] == kExit) return number;
-    bytes.resize(static_cast<std::size_t>(number) + 5);
+    bytes.resize(static_cast<std::size_t>(number));
     if (!receiveAll(relay.get(), bytes.data(), number)) break;
     const HANDLE to = GetStdHandle(head[0] == kToError ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
     DWORD written = 0;
