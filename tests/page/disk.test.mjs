@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, GOING, goTo, mark, MiB, openDialog, pathsIn, requestsOf, row, rowsOf, says, settled } from './support/browser.mjs';
+import { becomes, GOING, goTo, mark, MiB, openDialog, pathsIn, row, rowsOf, says, settled } from './support/browser.mjs';
 import { machine } from './support/machine.mjs';
 import { needs } from '../system/support/home.mjs';
 
@@ -28,9 +28,7 @@ async function confirm(dialog) {
 }
 
 test('moving to the bin, and deleting permanently once the word is typed', needs('prefixes'), async (t) => {
-  const { tab, d, trash, logPath, lastLogged } = await machine(t, { d: PHOTOS, section: 'explorer', title: 'Folders' });
-  const sent = requestsOf(tab, '/api/delete');
-  const tree = tab.getByRole('treegrid');
+  const { tab, tree, sent, d, trash, logPath, lastLogged } = await machine(t, { d: PHOTOS, section: 'explorer', title: 'Folders' });
   await row(tree, 'Photos').click();
   await tree.press('*');
   await mark(tree, 'a.raw');
@@ -70,8 +68,8 @@ test('moving to the bin, and deleting permanently once the word is typed', needs
 
 test('the dialog promises what comes back, and says what the drive gained', needs('prefixes'), async (t) => {
   const three = 'x'.repeat(3 * MiB);
-  const { tab } = await machine(t, { d: { 'films/one.bin': three, 'music/two.bin': three, 'x': 'x' }, names: { 'films/two.bin': 'music/two.bin' }, section: 'explorer', title: 'Folders' });
-  await mark(tab.getByRole('treegrid'), 'films');
+  const { tab, tree } = await machine(t, { d: { 'films/one.bin': three, 'music/two.bin': three, 'x': 'x' }, names: { 'films/two.bin': 'music/two.bin' }, section: 'explorer', title: 'Folders' });
+  await mark(tree, 'films');
   const dialog = await openDialog(tab);
   await says(dialog, '1 item will be deleted, 2 files, 6.00 MB.');
   await says(dialog, 'This frees 3.00 MB at most. 3.00 MB stays in use: it has other names elsewhere.');
@@ -83,9 +81,7 @@ test('the dialog promises what comes back, and says what the drive gained', need
 });
 
 test('refused items stay, and the dialog says why', needs('prefixes'), async (t) => {
-  const { tab, d, folder } = await machine(t, { d: { ...TEMP, ...PHOTOS }, section: 'explorer', title: 'Folders' });
-  const sent = requestsOf(tab, '/api/delete');
-  const tree = tab.getByRole('treegrid');
+  const { tab, tree, sent, d, folder } = await machine(t, { d: { ...TEMP, ...PHOTOS }, section: 'explorer', title: 'Folders' });
   const details = tab.getByRole('complementary', { name: 'Details' });
   await mark(tree, 'Windows');
   await row(tree, 'Photos').click();
@@ -104,8 +100,7 @@ test('refused items stay, and the dialog says why', needs('prefixes'), async (t)
 });
 
 test('what changes while the confirmation is open stays, and the dialog says so', needs('prefixes'), async (t) => {
-  const { tab, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
-  const tree = tab.getByRole('treegrid');
+  const { tab, tree, d } = await machine(t, { d: { ...PHOTOS, 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x') }, section: 'explorer', title: 'Folders' });
   await mark(tree, 'Photos');
   const dialog = await openDialog(tab);
   fs.writeFileSync(`${d}/Photos/2019/new.raw`, 'nobody saw this');
@@ -154,11 +149,10 @@ test('three of 20,000 hits are deleted', needs('prefixes'), async (t) => {
 });
 
 test('duplicates on two drives: one copy stays, the others are compared again and deleted', needs('prefixes'), async (t) => {
-  const { tab, ask, d, e } = await machine(t, {
+  const { tab, sent, ask, d, e } = await machine(t, {
     d: { 'Copies/one.bin': content('x'), 'Copies/two.bin': content('x'), 'Copies/even.bin': content('o', 2), 'Copies/odd.bin': content('o', 2) },
     e: { 'Backup/three.bin': content('x'), 'Backup/list.txt': 'x' }, scans: ['D:\\', 'E:\\'],
   });
-  const sent = requestsOf(tab, '/api/delete');
   const [first, second] = (await ask('/api/jobs')).map((job) => String(job.id));
   await goTo(tab, 'across', 'Duplicates');
   await tab.getByRole('button', { name: 'Search for duplicates' }).click();
@@ -218,8 +212,8 @@ test('emptying temporary folders, then the recycle bin', needs('prefixes'), asyn
 });
 
 test('on a share, which has no bin, only permanent deletion is offered', needs('prefixes'), async (t) => {
-  const { tab, folder, trash, lastLogged } = await machine(t, { share: { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' }, scans: ['\\\\nas\\public'], section: 'explorer', title: 'Folders' });
-  await mark(tab.getByRole('treegrid'), 'archive');
+  const { tab, tree, folder, trash, lastLogged } = await machine(t, { share: { 'archive/a.iso': 60 * MiB, 'new.txt': 'n' }, scans: ['\\\\nas\\public'], section: 'explorer', title: 'Folders' });
+  await mark(tree, 'archive');
   const dialog = await openDialog(tab);
   await says(dialog, '1 item lies where there is no recycle bin. It will be deleted permanently.');
   assert.equal(await dialog.getByText('Move to the recycle bin').isVisible(), false);

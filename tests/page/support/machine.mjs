@@ -1,6 +1,6 @@
 // A machine in a Wine prefix of its own, with drives, a share, finished scans and a tab that shows them.
 import fs from 'node:fs';
-import { openTab } from './browser.mjs';
+import { openTab, requestsOf } from './browser.mjs';
 import { serve, until } from '../../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../../system/support/vorda.mjs';
 
@@ -29,7 +29,8 @@ export async function machine(t, { d = {}, e = {}, share = {}, names = {}, chang
   await tab.goto(`${server.base}/#${section}`);
   await tab.getByRole('heading', { level: 1, name: title }).waitFor();
   return {
-    tab, server, ask, folder, logPath, d: `${folder}/d`, e: `${folder}/e`, trash: `${wine.env.VORDA_XDG_DATA_HOME}/Trash/files`,
+    tab, tree: tab.getByRole('treegrid'), sent: requestsOf(tab, '/api/delete'), server, ask, folder, logPath,
+    d: `${folder}/d`, e: `${folder}/e`, trash: `${wine.env.VORDA_XDG_DATA_HOME}/Trash/files`,
     lastLogged: () => fs.readFileSync(log, 'utf8').split('\r\n').at(-2).slice(21),
   };
 }
