@@ -68,34 +68,35 @@ bool describeProcess(const Arguments& values) {
 }
 
 // Files in the cloud, as cldapi.dll of Windows 10 1709 and later has them.
-struct CloudProvider {
-  DWORD size;
-  const wchar_t* name;
-  const wchar_t* version;
-  const void* identity;
-  DWORD identityLength;
-  const void* fileIdentity;
-  DWORD fileIdentityLength;
-  GUID id;
-};
-struct CloudPolicies {
-  DWORD size;
-  USHORT hydration, hydrationModifier, population, populationModifier;
-  DWORD inSync, hardLinks, placeholders;
-};
-struct CloudFile {
-  const wchar_t* name;
-  FILE_BASIC_INFO basic;
-  LARGE_INTEGER size;
-  const void* identity;
-  DWORD identityLength;
-  DWORD flags;
-  HRESULT result;
-  LONGLONG usn;
-};
 constexpr USHORT kHydrateFully = 2;
 constexpr USHORT kAlwaysPopulated = 3;
 constexpr DWORD kInSync = 2;
+struct CloudProvider {
+  DWORD size = sizeof(CloudProvider);
+  const wchar_t* name = L"Vorda tests";
+  const wchar_t* version = L"1";
+  const void* identity = nullptr;
+  DWORD identityLength = 0;
+  const void* fileIdentity = nullptr;
+  DWORD fileIdentityLength = 0;
+  GUID id{0x6f1f4d5b, 0x9d0a, 0x4c5e, {0x8a, 0x11, 0x5b, 0x7e, 0x21, 0x4c, 0x90, 0x3d}};
+};
+struct CloudPolicies {
+  DWORD size = sizeof(CloudPolicies);
+  USHORT hydration = kHydrateFully, hydrationModifier = 0;
+  USHORT population = kAlwaysPopulated, populationModifier = 0;
+  DWORD inSync = 0, hardLinks = 0, placeholders = 0;
+};
+struct CloudFile {
+  const wchar_t* name;
+  FILE_BASIC_INFO basic{};
+  LARGE_INTEGER size{};
+  const void* identity = "vorda";
+  DWORD identityLength = 5;
+  DWORD flags = kInSync;
+  HRESULT result = S_OK;
+  LONGLONG usn = 0;
+};
 
 template <typename Function> Function cloudFunction(const char* name) {
   const HMODULE library = LoadLibraryExW(L"cldapi.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
@@ -111,25 +112,14 @@ bool makeCloud(const Arguments& values) {
       cloudFunction<HRESULT(WINAPI*)(const wchar_t*, CloudFile*, DWORD, DWORD, DWORD*)>(
           "CfCreatePlaceholders");
   if (enroll == nullptr || create == nullptr) return failed(L"cldapi.dll");
-  CloudProvider provider{};
-  provider.size = sizeof provider;
-  provider.name = L"Vorda tests";
-  provider.version = L"1";
-  provider.id = {0x6f1f4d5b, 0x9d0a, 0x4c5e, {0x8a, 0x11, 0x5b, 0x7e, 0x21, 0x4c, 0x90, 0x3d}};
-  CloudPolicies policies{};
-  policies.size = sizeof policies;
-  policies.hydration = kHydrateFully;
-  policies.population = kAlwaysPopulated;
+  const CloudProvider provider;
+  const CloudPolicies policies;
   HRESULT result = enroll(values[0].c_str(), &provider, &policies, 0);
   std::vector<CloudFile> files;
   for (std::size_t i = 1; i + 1 < values.size(); i += 2) {
-    CloudFile file{};
-    file.name = values[i].c_str();
+    CloudFile file{values[i].c_str()};
     file.basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
     file.size.QuadPart = std::stoll(values[i + 1]);
-    file.identity = "vorda";
-    file.identityLength = 5;
-    file.flags = kInSync;
     files.push_back(file);
   }
   DWORD made = 0;
