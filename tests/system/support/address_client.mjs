@@ -3,15 +3,14 @@
 import { once } from 'node:events';
 import http from 'node:http';
 import net from 'node:net';
+import { text } from 'node:stream/consumers';
 import { setTimeout as pause } from 'node:timers/promises';
 
 const [host, port, key, near, far] = process.argv.slice(2);
 
 const ask = (localAddress, path, token = key) => new Promise((resolve, reject) => {
   http.get({ host, port, path, localAddress, agent: false, headers: { 'X-Vorda-Token': token } }, async (answer) => {
-    let text = '';
-    for await (const piece of answer) text += piece;
-    resolve([answer.statusCode, text]);
+    resolve([answer.statusCode, await text(answer)]);
   }).on('error', reject);
 });
 

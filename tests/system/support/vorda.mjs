@@ -5,6 +5,7 @@ import { once } from 'node:events';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
+import { buffer, text } from 'node:stream/consumers';
 import { setTimeout as pause } from 'node:timers/promises';
 import { parse } from 'csv-parse/sync';
 import { lastFirst } from './ends.mjs';
@@ -86,17 +87,8 @@ const startProgram = ([program, ...args], { env, ...options }) => {
 export function start(args, { program = exe, ...options } = {}) {
   const limit = { timeout: 600_000, killSignal: 'SIGKILL' }; // far beyond the longest run
   const child = startProgram([program, ...args], { ...options, ...limit, stdio: ['ignore', 'pipe', 'pipe'] });
-  const out = [];
-  const err = [];
-  child.stdout.on('data', (piece) => out.push(piece));
-  child.stderr.on('data', (piece) => err.push(piece));
-  const ended = new Promise((resolve, reject) => {
-    child.on('error', reject);
-    child.on('close', (code, signal) => {
-      const text = Buffer.concat(err).toString().replace(wineChatter, '');
-      resolve({ code, signal, out: Buffer.concat(out), err: text });
-    });
-  });
+  const ended = Promise.all([once(child, 'close'), buffer(child.stdout), text(child.stderr)])
+    .then(([[code, signal], out, err]) => ({ code, signal, out, err: err.replace(wineChatter, '') }));
   return { child, ended };
 }
 
