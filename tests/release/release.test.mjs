@@ -4,9 +4,10 @@ import { execFileSync, spawn, spawnSync } from 'node:child_process';
 import crypto from 'node:crypto';
 import fs from 'node:fs';
 import http from 'node:http';
+import { buffer } from 'node:stream/consumers';
 import { after, test } from 'node:test';
 import newman from 'newman';
-import { lastFirst } from '../system/support/ends.mjs';
+import { listen } from '../system/support/ends.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, projectVersion, scratch, winPath } from '../system/support/vorda.mjs';
 import { build, filesOf, pack, repo } from './support.mjs';
@@ -98,15 +99,11 @@ test('with a certificate, programs, installer and what it installs are signed, a
   const stamp = throwAway(keys);
   let stamps = 0;
   const server = http.createServer(async (request, response) => {
-    const pieces = [];
-    for await (const piece of request) pieces.push(piece);
     stamps += 1;
-    response.writeHead(200, { 'Content-Type': 'application/timestamp-reply' }).end(stamp(Buffer.concat(pieces)));
+    response.writeHead(200, { 'Content-Type': 'application/timestamp-reply' }).end(stamp(await buffer(request)));
   });
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  lastFirst(t).after(() => server.close());
   const signed = `${root}/signed`;
-  const env = { VORDA_SIGN_PFX: `${keys}/code.pfx`, VORDA_SIGN_PASSFILE: `${keys}/word`, VORDA_SIGN_TIMESTAMP: `http://127.0.0.1:${server.address().port}/` };
+  const env = { VORDA_SIGN_PFX: `${keys}/code.pfx`, VORDA_SIGN_PASSFILE: `${keys}/word`, VORDA_SIGN_TIMESTAMP: `http://127.0.0.1:${await listen(t, server)}/` };
   // Not in step with this process, which answers the requests for time stamps.
   const made = spawn(`${repo}/scripts/release`, ['--pack', build, signed], { env: { ...process.env, SOURCE_DATE_EPOCH: String(Math.floor(Date.now() / 1000)), ...env }, stdio: 'ignore' });
   assert.equal(await new Promise((resolve) => { made.on('close', resolve); }), 0);
