@@ -30,9 +30,9 @@ struct PathFacts {
   bool exists = false;
   bool folder = false;
   bool reparsePoint = false;
-  std::uint64_t size = 0;      // bytes, for a file
-  std::uint64_t lastWrite = 0; // FILETIME; 0: unknown
-  std::uint32_t attributes = 0;
+  std::uint64_t size = 0;       // bytes, for a file
+  std::uint64_t lastWrite = 0;  // FILETIME; 0: unknown
+  std::uint32_t attributes = 0; // see reparse_tag.h
 };
 
 // Lists the items of one folder at a time. Not shared between threads.
