@@ -80,10 +80,6 @@ TEST_CASE("hits are passed on in batches, and those that cannot make it are not 
     }
     CHECK(found == 768);
   }
-  const Hit known = {L"a", 0, 1, 1};
-  const Hit unknown = {L"b", 0, 1, 0};
-  CHECK(standsBefore(HitOrder::oldest, known, unknown));
-  CHECK(!standsBefore(HitOrder::oldest, unknown, known));
 }
 
 TEST_CASE("the files that are compared share their size, and are sorted") {

@@ -40,7 +40,6 @@ TEST_CASE("a job from start to result, and forgotten while running") {
   CHECK(first.status == 200);
   CHECK(first.body == app.ask("GET", "/api/result?id=1").body); // shared, not copied
   CHECK(first.payload().starts_with(R"({"meta":{"path":"M:\\ré",)"));
-  CHECK(first.payload().find("partial") == std::string::npos);
 
   gate.reached = 0;
   gate.shut = true;
