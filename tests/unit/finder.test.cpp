@@ -30,7 +30,6 @@ TEST_CASE("the finder, from form fields to document") {
   unfinished->target = L"C:";
   app.state.jobs.add(unfinished);
   for (const int id : {1, 2}) app.state.jobs.find(id)->label = L"label";
-  CHECK(app.get("/api/findfiles") == R"(200 {"running":false})");
   for (const auto& row : cases("finder.txt", 2)) {
     CAPTURE(row[0]);
     const std::string started = app.post("/api/findfiles", row[0]);
