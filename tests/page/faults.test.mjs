@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { test } from 'node:test';
-import { becomes, folders, GOING, goTo, mark, MiB, openDialog, openScan, openTab, pathsIn, requestsOf, row, says, settled, toBin } from './support/browser.mjs';
+import { becomes, find, folders, GOING, goTo, mark, MiB, openDialog, openScan, openTab, pathsIn, requestsOf, row, says, settled, toBin } from './support/browser.mjs';
 import { CUT, between } from './support/between.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeFiles, scratch, winPath } from '../system/support/vorda.mjs';
@@ -170,12 +170,9 @@ test('what the recycle bin does not take needs the confirmation word; what misse
 
 test('a deletion of several requests can be stopped between them', async (t) => {
   const { faults, folder, server, tab } = await opened(t, { files: { 'one/a.tmp': 'a', 'two/b.tmp': 'b' } });
-  for (const name of ['one', 'two']) await server.post('/api/scan', { path: winPath(`${folder}/${name}`), kind: 'folder', label: name });
-  await until(async () => (await server.json('/api/jobs')).body.every((job) => job.state === 'done'), 'the scans');
-  await tab.goto(`${faults.base}/#find`);
-  await tab.getByLabel('Extensions').fill('.tmp');
-  await tab.keyboard.press('Enter');
-  await says(tab.getByRole('main'), '2 files found');
+  for (const name of ['one', 'two']) await server.scan(winPath(`${folder}/${name}`), { kind: 'folder', label: name });
+  await tab.goto(faults.base);
+  await find(tab, '.tmp', '2 files found');
   await tab.getByRole('grid').press('Control+a');
   const dialog = await openDialog(tab);
   await dialog.getByLabel('Delete permanently').check();
@@ -311,10 +308,7 @@ test('after a deletion nothing of what went stays marked, counted or listed', as
   await openScan(tab, faults.base, root);
   await goTo(tab, 'across', 'Duplicates');
   await says(tab.getByRole('main'), '5,000 groups found, 1.00 GB could be freed');
-  await goTo(tab, 'find', 'Find files');
-  await tab.getByLabel('Extensions').fill('.mkv');
-  await tab.keyboard.press('Enter');
-  await says(tab.getByRole('main'), '2 files found');
+  await find(tab, '.mkv', '2 files found');
 
   const tree = await folders(tab);
   const marked = () => tab.locator('.selection-bar strong').innerText();

@@ -28,10 +28,8 @@ const wine = await ownWine(here, { 'd:': folder });
 const server = await serve(here, [], wine);
 // A failed scan is shown in the header and among the targets.
 await server.post('/api/scan', { path: 'D:\\nowhere', kind: 'folder', label: 'D:\\nowhere' });
-await server.post('/api/scan', { path: 'D:\\', kind: 'drive', label: 'Data (D:)' });
+const { id: ids } = await server.scan('D:\\', { kind: 'drive', label: 'Data (D:)' });
 const finished = (path, fields) => server.post(path, fields).then(() => until(async () => !(await server.json(path)).body.running, path));
-await until(async () => (await server.json('/api/jobs')).body.every((job) => /done|error/.test(job.state)), 'the scans');
-const ids = (await server.json('/api/jobs')).body.filter((job) => job.state === 'done').map((job) => job.id).join();
 await finished('/api/findfiles', { ids, exts: '.mkv .mp4 .raw .iso .dat', names: '', min: '0', sort: 'size' });
 await finished('/api/dupsacross', { ids, exts: '.dat', names: '', min: '1' });
 
@@ -127,37 +125,20 @@ async function eachScene(tab, look) {
   await tab.setViewportSize(size);
 }
 
-test('the page is small, and so is the document with 20,000 hits', needs('drives'), async (t) => {
+test('the page is small', needs('drives'), async () => {
   const sent = Buffer.from(await (await fetch(`${server.base}/`)).arrayBuffer());
   const sizes = [sent.length, gzipSync(sent, { level: 9 }).length];
   assert.ok(sizes[0] <= 340_000 && sizes[1] <= 100_000, sizes.join());
-
-  const tab = await openTab(t, { viewport: { width: 1440, height: 900 } });
-  const files = Array.from({ length: 20_000 }, (_, i) => ({ p: `D:\\Films\\${i % 300}\\hit ${i}.jpg`, s: 20_000_000 - i, m: 1.7e12, job: Number(ids) }));
-  await tab.route('**/api/findfiles', (route) => route.fulfill({ json: { running: false, files, shown: 20_000, count: 34_567, bytes: 9e9, capped: true } }));
-  await tab.goto(`${server.base}/#find`);
-  const grid = tab.getByRole('grid');
-  await grid.waitFor();
-  for (const key of ['End', 'PageUp', 'Control+a', 'Home']) {
-    await pressed(tab, '[role=grid]', key);
-    const nodes = await tab.evaluate(() => {
-      const walker = document.createTreeWalker(document, NodeFilter.SHOW_ALL);
-      let count = 1;
-      while (walker.nextNode()) ++count;
-      return count;
-    });
-    assert.ok(nodes <= 1500, `${nodes} nodes after ${key}`);
-  }
-  await tab.getByText('20,000 items selected').waitFor();
 });
 
 const side = { concurrency: 2 };
-describe('accessible: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
+describe('accessible, and no text lacks anything: every section and dialog, light and dark', side, () => ['en', 'nl', 'fr', 'es', 'pt'].forEach((lang) => {
   test(`in ${lang}`, needs('drives'), async (t) => {
     const tab = await open(t, { bypassCSP: true, beyondBin: true, stored: { 'vorda-lang': lang } });
     await tab.evaluate(axe);
     const looked = [];
     await eachScene(tab, async (name) => {
+      assert.doesNotMatch(await tab.locator('body').innerText(), /\{\w+\}|undefined|NaN|\b(?:ov|ex|dt|ty|ad|fi|ac|del|st|sec)[A-Z]\w+/, name);
       for (const theme of ['light', 'dark']) {
         const found = await tab.evaluate(async (wanted) => {
           document.documentElement.dataset.theme = wanted;
@@ -344,14 +325,13 @@ function keyboard(tab) {
     }
     assert.fail(`${key} never reaches ${kind} ${name}: ${met.join(' | ')}`);
   };
-  const write = (text) => tab.keyboard.type(text);
   const heading = (name, level = 1) => tab.getByRole('heading', { level, name }).waitFor();
   const section = async (name, title) => {
     await to('a', name);
     await press('Enter');
     await heading(title);
   };
-  return { press, to, write, section, heading };
+  return { press, to, section, heading };
 }
 
 test('by keyboard alone: scan, map, explorer, moving to the bin', needs('drives', 'prefixes'), async (t) => {
@@ -362,9 +342,9 @@ test('by keyboard alone: scan, map, explorer, moving to the bin', needs('drives'
   const tab = await openTab(t);
   await tab.goto(base);
   await tab.locator('main h1').waitFor();
-  const { press, to, write, section, heading } = keyboard(tab);
+  const { press, to, section, heading } = keyboard(tab);
   await to('input', /^Path of a folder/);
-  await write(winPath(place));
+  await tab.keyboard.type(winPath(place));
   await tab.keyboard.press('Enter');
   await heading('Overview');
   await section(/^Map/, 'Map');

@@ -2,7 +2,7 @@
 // and the browser's history bring back.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { altered, becomes, folders, goTo, mark, MiB, requestsOf, row, rowsOf, says, scanned, settled, toBin } from './support/browser.mjs';
+import { altered, becomes, find, folders, goTo, mark, MiB, requestsOf, row, rowsOf, says, scanned, settled, toBin } from './support/browser.mjs';
 
 const MEDIA = { 'films/a.mkv': 70 * MiB, 'films/b.mkv': 60 * MiB, 'photos/2019/c.raw': 80 * MiB, 'photos/d.raw': 20 * MiB, 'note.txt': 'n' };
 const names = async (table) => (await rowsOf(table)).map((cells) => cells[1]);
@@ -159,10 +159,7 @@ test('the map stays in a small folder far down, after a deletion, a reload, by a
   await toBin(tab);
   await row(list, 'a.txt').waitFor({ state: 'detached' });
   await there();
-  await goTo(tab, 'find', 'Find files');
-  await tab.getByLabel('Name').fill('b.txt');
-  await tab.keyboard.press('Enter');
-  await says(tab.getByRole('main'), '1 file found');
+  await find(tab, 'b.txt', '1 file found');
   await tab.reload(); // with a tree of which nothing is loaded
   await row(list, 'b.txt').click();
   await tab.getByRole('button', { name: 'Open in the map' }).click();
@@ -327,7 +324,6 @@ test('marks that were cleared stay cleared when a scan is made again; a reload m
   };
   await goTo(tab, 'largest', 'Largest files');
   for (const name of ['a.mkv', 'b.mkv']) await mark(list, name);
-  await tab.reload();
   await becomes(marked, '2 items selected, 130 MB');
   await mark(list, 'b.mkv');
   await scanAgain();
@@ -448,8 +444,6 @@ test('after a deletion the map looks into folders again', async (t) => {
   await list.press('End');
   await becomes(() => list.locator('.trow.active .cell-name').innerText(), 'gone');
   await list.press('Delete');
-  const dialog = tab.getByRole('dialog', { name: 'Delete' });
-  await dialog.getByRole('button', { name: /^Move 1 item/ }).click();
-  await dialog.getByRole('button', { name: 'Close' }).click();
+  await toBin(tab);
   await becomes(async () => await looked() > before + 700, true);
 });

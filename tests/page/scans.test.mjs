@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
-import { becomes, folders, GOING, goTo, mark, MiB, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned, settled } from './support/browser.mjs';
+import { becomes, find, folders, GOING, goTo, mark, MiB, openDialog, openTab, pathsIn, row, rowsOf, says, scan, scanned, settled } from './support/browser.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve } from '../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../system/support/vorda.mjs';
@@ -116,9 +116,7 @@ test('the Del key asks about what is marked, or else about the active item', nee
   await grid.press('Shift+Delete');
   await becomes(() => dialog.getByLabel('Delete permanently').isChecked(), true);
   await asked('1.dat');
-  await goTo(tab, 'find', 'Find files');
-  await tab.getByLabel('Name').fill('1.dat');
-  await tab.keyboard.press('Enter');
+  await find(tab, '1.dat', '1 file found');
   const hits = tab.getByRole('grid');
   for (const press of [() => row(hits, '1.dat').click(), () => mark(hits, '1.dat')]) {
     await press();

@@ -3,11 +3,10 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { after, test } from 'node:test';
 import { altered, becomes, goTo, mark, MiB, openTab, requestsOf, row, says, scan, scanned } from './support/browser.mjs';
-import { lastFirst } from '../system/support/ends.mjs';
 import { needs } from '../system/support/home.mjs';
 import { serve, until } from '../system/support/server.mjs';
 import { makeKey, passwordServer, relay } from '../system/support/ssh.mjs';
-import { makeFiles, ownWine, scratch, startSilent } from '../system/support/vorda.mjs';
+import { makeFiles, ownWine, scratch, startFor } from '../system/support/vorda.mjs';
 
 const TITLES = { overview: 'Overview', explorer: 'Folders', advice: 'Advice', types: 'Types', map: 'Map', find: 'Find files', across: 'Duplicates', picker: 'What do you want to scan?' };
 const here = { after };
@@ -116,19 +115,13 @@ test('the addresses that a program with a key opens; no restart with other right
   assert.equal((await locked.ended).code, 0);
 });
 
-test('every language in every section, with its own confirmation word', needs('drives'), async (t) => {
+test('every language has its own confirmation word', needs('drives'), async (t) => {
   const { tab } = await scanned(t, { 'films/b.iso': 80 * MiB, 'photos/d.iso': 70 * MiB });
   const words = { nl: 'VERWIJDER', fr: 'SUPPRIMER', es: 'ELIMINAR', pt: 'ELIMINAR', en: 'DELETE' };
   for (const [lang, word] of Object.entries(words)) {
     await tab.locator('.nav select').focus();
     await tab.locator('.nav select').selectOption(lang);
     await becomes(() => tab.evaluate(() => [document.documentElement.lang, localStorage['vorda-lang'], document.activeElement.tagName]), [lang, lang, 'SELECT'], 'the focus stays');
-    for (const section of Object.keys(TITLES)) {
-      await tab.locator(`.nav a[href="#${section}"]`).click();
-      await tab.locator(`.nav a[href="#${section}"][aria-current=page]`).waitFor();
-      const text = await tab.locator('#app').innerText();
-      assert.doesNotMatch(text, /\{\w+\}|undefined|NaN|\b(?:ov|ex|dt|ty|ad|fi|ac|del|st|sec)[A-Z]\w+/, `${lang} ${section}`);
-    }
     await tab.locator('.nav a[href="#explorer"]').click();
     await mark(tab.getByRole('treegrid'), 'photos');
     await tab.locator('.selection-bar .danger').click();
@@ -158,10 +151,8 @@ test('light and dark: the system’s choice, then the user’s', needs('drives')
   assert.deepEqual([await ground(), await tab.evaluate(() => localStorage['vorda-theme'])], ['rgb(247, 248, 250)', 'light']);
 });
 
-test('a lost program leaves its data on the page; a new one starts empty; quitting ends it', needs('drives'), async (t) => {
+test('a lost program leaves its data on the page; a new one starts empty', needs('drives'), async (t) => {
   const first = await serve(t, [], wine);
-  let second = null;
-  lastFirst(t).after(() => second?.child.kill('SIGKILL'));
   const tab = await openTab(t, { expected: /ERR_CONNECTION/ });
   await tab.goto(`${first.base}/?scan=D:%5C`);
   await heading(tab, 'Overview');
@@ -170,17 +161,13 @@ test('a lost program leaves its data on the page; a new one starts empty; quitti
   await tab.getByRole('button', { name: 'Scan again' }).click();
   await says(tab.getByRole('alert'), 'Vorda does not answer. What you see is as of the last answer.');
   await says(tab, 'Most of the space is in films: 300 MB');
-  second = startSilent(['--port', String(first.port), '--no-open'], wine);
+  startFor(t, ['--port', String(first.port), '--no-open'], wine);
   await until(() => fetch(first.base).catch(() => null), 'the second program');
   await says(tab, 'Vorda answers again.');
   await becomes(() => tab.getByRole('alert').isVisible(), false);
   await scan(tab, 'D:\\films');
   await says(tab, 'There are 300 MB in D:\\films');
   await becomes(() => tab.getByRole('list', { name: 'Scans' }).getByRole('listitem').count(), 1);
-  await tab.getByRole('button', { name: 'Quit Vorda' }).click();
-  await tab.getByRole('dialog').getByRole('button', { name: 'Quit Vorda' }).click();
-  await says(tab, 'Vorda has ended. You can close this tab.');
-  assert.equal((await second.ended).code, 0);
 });
 
 test('an SSH host with a password', needs('drives', 'sshd'), async (t) => {

@@ -129,8 +129,7 @@ async function attack({ base, wanted }) {
 // A program that has scanned a drive, and a tab. `changed` resolves to what is not as it was then.
 async function victim(t, options) {
   const server = await serve(t, [], wine);
-  await server.post('/api/scan', { path: 'D:\\', kind: 'drive', label: 'D:' });
-  await until(async () => (await server.json('/api/jobs')).body.every((job) => job.state === 'done'), 'the scan');
+  await server.scan('D:\\', { kind: 'drive', label: 'D:' });
   const port = await stranger(t);
   const tab = await openTab(t, options);
   const answers = []; // to requests that the program's own page did not make

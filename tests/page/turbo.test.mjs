@@ -5,7 +5,7 @@ import { becomes, folders, goTo, openTab, row, rowsOf, says } from './support/br
 import { needs } from '../system/support/home.mjs';
 import { lastFirst } from '../system/support/ends.mjs';
 import { makeNtfsImage, mount } from '../system/support/ntfs_image.mjs';
-import { serve, until } from '../system/support/server.mjs';
+import { serve } from '../system/support/server.mjs';
 import { ownWine, scratch } from '../system/support/vorda.mjs';
 
 test('a volume that turbo has read', needs('prefixes', 'ntfsImage'), async (t) => {
@@ -14,10 +14,7 @@ test('a volume that turbo has read', needs('prefixes', 'ntfsImage'), async (t) =
   await makeNtfsImage(image, mounted);
   lastFirst(t).after(await mount(image, mounted, 'ro'));
   const server = await serve(t, [], await ownWine(t, { 't:': mounted, 't::': image }));
-  await server.post('/api/scan', { path: 'T:\\', kind: 'drive', label: 'T:\\' });
-  const jobs = async () => (await server.json('/api/jobs')).body;
-  await until(async () => (await jobs()).every((job) => job.state === 'done'), 'the scan');
-  assert.equal((await jobs())[0].method, 'mft');
+  assert.equal((await server.scan('T:\\', { kind: 'drive', label: 'T:\\' })).method, 'mft');
   const tab = await openTab(t, { measure: null });
   await tab.goto(`${server.base}/#overview`);
   await says(tab, 'What the used space consists of');

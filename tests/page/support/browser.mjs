@@ -96,6 +96,14 @@ export const goTo = async (tab, section, title) => {
   await tab.getByRole('heading', { level: 1, name: title }).waitFor();
 };
 
+// Finds the files with a name, or with an extension.
+export async function find(tab, wanted, said) {
+  await goTo(tab, 'find', 'Find files');
+  await tab.getByLabel(wanted.startsWith('.') ? 'Extensions' : 'Name').fill(wanted);
+  await tab.keyboard.press('Enter');
+  await says(tab.getByRole('main'), said);
+}
+
 // Opens the tree and returns it.
 export const folders = async (tab) => {
   await goTo(tab, 'explorer', 'Folders');

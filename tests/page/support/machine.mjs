@@ -1,7 +1,7 @@
 // A machine in a Wine prefix of its own, with drives, a share, finished scans and a tab that shows them.
 import fs from 'node:fs';
 import { openTab, requestsOf } from './browser.mjs';
-import { serve, until } from '../../system/support/server.mjs';
+import { serve } from '../../system/support/server.mjs';
 import { makeFiles, ownWine, scratch } from '../../system/support/vorda.mjs';
 
 const DRIVES = { 'D:\\': 'drive', 'E:\\': 'drive', '\\\\nas\\public': 'unc' };
@@ -21,8 +21,7 @@ export async function machine(t, { d = {}, e = {}, share = {}, names = {}, chang
   fs.symlinkSync(`${folder}/share`, `${devices}/unc/nas/public`);
   const server = await serve(t, [], wine);
   const ask = async (path) => (await server.json(path)).body;
-  for (const path of scans) await server.post('/api/scan', { path, kind: DRIVES[path], label: path });
-  await until(async () => (await ask('/api/jobs')).every((job) => job.state === 'done'), 'the scans');
+  for (const path of scans) await server.scan(path, { kind: DRIVES[path], label: path });
   const { logPath } = await ask('/api/targets');
   const log = fs.realpathSync(`${devices}/c:`) + logPath.slice(2).replaceAll('\\', '/');
   const tab = await openTab(t);
