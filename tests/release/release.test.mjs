@@ -16,11 +16,11 @@ const root = scratch({ after });
 const out = `${root}/a release`;
 const names = pack(out);
 const named = (kind) => `${out}/vorda-${projectVersion}${kind}`;
-const unpack = (folder) => {
-  execFileSync('python3', ['-m', 'zipfile', '-e', named('.zip'), folder]);
+const unpack = (file, folder) => {
+  execFileSync('python3', ['-m', 'zipfile', '-e', file, folder]);
   return folder;
 };
-const zip = unpack(`${root}/zip`);
+const zip = unpack(named('.zip'), `${root}/zip`);
 const hash = (kind, bytes) => crypto.createHash(kind).update(bytes).digest('hex');
 
 test('the same programs give the same release, elsewhere, later and for another user', () => {
@@ -108,8 +108,7 @@ test('with a certificate, programs, installer and what it installs are signed, a
   const made = spawn(`${repo}/scripts/release`, ['--pack', build, signed], { env: { ...process.env, SOURCE_DATE_EPOCH: String(Math.floor(Date.now() / 1000)), ...env }, stdio: 'ignore' });
   assert.equal(await new Promise((resolve) => { made.on('close', resolve); }), 0);
   assert.equal(stamps, 4); // two programs, uninstaller, installer
-  const files = `${root}/signed files`;
-  execFileSync('python3', ['-m', 'zipfile', '-e', `${signed}/vorda-${projectVersion}.zip`, files]);
+  const files = unpack(`${signed}/vorda-${projectVersion}.zip`, `${root}/signed files`);
   const verify = (file) => spawnSync('osslsigncode', ['verify', '-CAfile', `${keys}/root.pem`, '-TSA-CAfile', `${keys}/root.pem`, '-in', file], { encoding: 'utf8' });
   for (const file of [`${files}/vorda.exe`, `${files}/vorda.com`, `${signed}/vorda-${projectVersion}-setup.exe`]) {
     const { status, stdout } = verify(file);

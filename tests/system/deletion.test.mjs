@@ -59,11 +59,6 @@ async function serveHere(t) {
   const server = await serve(t, [], wine);
   const scan = async (root) => (await server.scan(root, { kind: 'folder' })).id;
   const result = async (id) => (await server.json(`/api/result?id=${id}`)).body;
-  const remove = async (paths, fields = {}) => {
-    const { status, body } = await server.post('/api/delete', [...paths.map((one) => ['p', one]), ...Object.entries(fields)]);
-    assert.equal(status, 200);
-    return body;
-  };
   // The document of a scan, without what differs between a fresh scan and one that saw deletions.
   const steady = ({ meta, ...rest }) => {
     const unnumbered = JSON.stringify({ ...rest, meta: { ...meta, seconds: 0, volumeFree: 0, freed: 0, binned: 0 } });
@@ -76,7 +71,7 @@ async function serveHere(t) {
     await server.json(`/api/forget?id=${fresh}`);
     return meta;
   };
-  return { ...server, scan, result, remove, likeFresh };
+  return { ...server, scan, result, likeFresh };
 }
 
 test('dry run, deletion to the bin and for good, in part, and emptying the bin; the log and the scan follow', needs('prefixes'), async (t) => {

@@ -4,10 +4,10 @@ import fs from 'node:fs';
 import net from 'node:net';
 import path from 'node:path';
 import { test } from 'node:test';
-import { lastFirst } from './support/ends.mjs';
+import { listen } from './support/ends.mjs';
 import { home } from './support/home.mjs';
-import { exchange, freePort, serve, until } from './support/server.mjs';
-import { exe, makeFiles, output, readCsv, readJson, scratch, startFor, startSilent, winPath } from './support/vorda.mjs';
+import { exchange, serve, until } from './support/server.mjs';
+import { exe, makeFiles, output, readJson, scratch, startFor, startSilent, winPath } from './support/vorda.mjs';
 
 const page = fs.readFileSync(path.join(path.dirname(exe), 'page/page.html'), 'utf8');
 
@@ -21,9 +21,7 @@ test('scan, download and quit', async (t) => {
       'Cache-Control: no-store\r\nConnection: close\r\n\r\n{"auth":false,"server":false,"canQuit":true}');
   assert.equal(await (await fetch(server.base)).text(), page);
   const targets = (await server.json('/api/targets')).body;
-  assert.deepEqual(Object.keys(targets), ['drives', 'wsl', 'home', 'machine', 'elevated', 'version', 'vendor', 'website', 'logPath']);
   assert.ok(targets.drives.some((drive) => drive.path === (home === 'windows' ? 'C:\\' : 'Z:\\') && drive.type === 'fixed' && drive.size > 0));
-  assert.match(targets.logPath, /\\Vorda\\verwijderd\.log$/);
 
   const root = winPath(folder);
   const job = await server.scan(root, { kind: 'folder', label: 'Mine & yours' });
@@ -32,8 +30,6 @@ test('scan, download and quit', async (t) => {
   const byCommand = readJson(await output(['--scan', root, '--out', '-']));
   const steady = ({ meta, ...rest }) => ({ ...rest, tree: { ...rest.tree, c: null }, meta: { ...meta, seconds: 0, volumeFree: 0 } });
   assert.deepEqual(steady(byPage), steady(byCommand));
-  const csv = readCsv(Buffer.from(await (await fetch(`${server.base}/api/export?id=1&what=files`)).arrayBuffer()));
-  assert.deepEqual(csv.rows.map((row) => row[1]), ['70000000', '60000000']);
 
   const foreign = await exchange(server.port, ['GET /api/jobs HTTP/1.1\r\nHost: evil.example\r\n\r\n']);
   assert.match(foreign, /^HTTP\/1\.1 403 Internal Server Error\r\n[^]*\{"error":"foreignOrigin"\}$/);
@@ -57,10 +53,7 @@ test('an agent requires its key, cannot be quit by a page, and ends on --stop', 
 });
 
 test('if its port is taken, the page moves on to another after a while', async (t) => {
-  const holder = net.createServer();
-  const port = await freePort();
-  await new Promise((resolve) => holder.listen(port, '127.0.0.1', resolve));
-  lastFirst(t).after(() => holder.close());
+  const port = await listen(t, net.createServer());
   const began = Date.now();
   startFor(t, ['--port', String(port), '--no-open']);
   const alive = (one) => fetch(`http://127.0.0.1:${one}/api/hello`).then((answer) => answer.ok, () => false);

@@ -1,7 +1,7 @@
 // What only the file systems of Windows have: junctions, streams, short names, folders that mind the case, files
 // in the cloud. Everything happens below the temporary folder.
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
+import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import { test } from 'node:test';
 import { lastFirst } from './support/ends.mjs';
@@ -14,21 +14,12 @@ const scan = async (root, ...args) => readJson(await output(['--scan', winPath(r
 const namesIn = (folder) => fs.readdirSync(folder).sort();
 
 // A program of Windows that must succeed; returns what it printed.
-function run(program, ...args) {
-  const { status, stdout, stderr } = spawnSync(program, args, { encoding: 'latin1', windowsHide: true });
-  assert.equal(status, 0, `${program} ${args.join(' ')}: ${stdout}${stderr}`);
-  return stdout;
-}
+const run = (program, ...args) => execFileSync(program, args, { encoding: 'latin1', windowsHide: true });
 
 // A server, and deletions by it.
 async function deleting(t) {
   const server = await serve(t);
-  const remove = async (paths, fields = { permanent: 1 }) => {
-    const answer = await server.post('/api/delete', [...paths.map((one) => ['p', winPath(one)]), ...Object.entries(fields)]);
-    assert.equal(answer.status, 200);
-    return answer.body;
-  };
-  return { ...server, remove };
+  return { ...server, remove: (paths, fields = { permanent: 1 }) => server.remove(paths.map(winPath), fields) };
 }
 
 test('a junction to its own parent is neither followed nor counted, and deleting it leaves its target', needs('windows'), async (t) => {

@@ -8,7 +8,7 @@ import { test } from 'node:test';
 import { lastFirst } from './support/ends.mjs';
 import { needs } from './support/home.mjs';
 import { freePort, serve, until } from './support/server.mjs';
-import { exe, makeFiles, output, scratch, startFor, startSilent, vorda, winPath } from './support/vorda.mjs';
+import { exe, makeFiles, output, scratch, startFor, vorda, winPath } from './support/vorda.mjs';
 
 const CODES = [[['--scan', 'tree', '--out', 'out.json'], 0], [['--scan', 'missing', '--out', 'out.json'], 1], [['--what', 'nonsense'], 2]];
 // A command line of cmd, as it is written there.
@@ -58,12 +58,6 @@ test('without administrator rights the stored key is not told', needs('ordinaryU
   assert.match(`${out}${err}`, /administrator|no key/);
   assert.ok(code === 0 || code === 1);
   assert.notEqual(spawnSync('reg.exe', ['query', 'HKLM\\Software\\Brixmoor\\Vorda', '/v', 'Token']).status, 0);
-});
-
-test('--stop by an ordinary user ends the own copies', needs('ordinaryUser'), async (t) => {
-  const server = await serve(t);
-  assert.equal((await startSilent(['--stop']).ended).code, 0);
-  assert.equal((await server.ended).code, 0);
 });
 
 test('a service under an account of its own starts once that has the right', needs('windows', 'ownMachine'), async (t) => {

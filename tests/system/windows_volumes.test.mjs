@@ -37,7 +37,7 @@ for (const fileSystem of ['exfat', 'fat32']) {
     makeFiles(at, FILES);
     assert.deepEqual(await rows(at), expected);
     const server = await serve(t);
-    const told = (await server.post('/api/delete', [['p', `${at}\\a`], ['permanent', '1']])).body;
+    const told = await server.remove([`${at}\\a`], { permanent: 1 });
     assert.deepEqual([told.deleted, told.error, fs.existsSync(`${at}/a`)], [1, '', false]);
   });
 }
@@ -74,7 +74,7 @@ test('a volume in a folder: a scan does not enter it, and deleting the folder le
   const inside = readJson(await output(['--scan', winPath(`${folder}/tree/mounted`), '--out', '-']));
   assert.ok(inside.meta.files >= Object.keys(FILES).length);
   const server = await serve(t);
-  const told = (await server.post('/api/delete', [['p', winPath(`${folder}/tree`)], ['permanent', '1']])).body;
+  const told = await server.remove([winPath(`${folder}/tree`)], { permanent: 1 });
   t.diagnostic(JSON.stringify(told));
   assert.ok(fs.existsSync(`${at}/a/big.bin`), 'the volume lost its files');
 });

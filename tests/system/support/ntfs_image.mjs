@@ -1,15 +1,11 @@
 // An NTFS image with what makes real volumes hard to read, made with the file system's own tools.
 import assert from 'node:assert/strict';
-import { spawn, spawnSync } from 'node:child_process';
+import { execFileSync, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import { until } from './server.mjs';
 
-function run(program, ...args) {
-  const done = spawnSync(program, args, { encoding: 'utf8' });
-  assert.equal(done.status, 0, `${program} ${args.join(' ')}: ${done.error ?? done.stderr}`);
-  return done.stdout;
-}
+const run = (program, ...args) => execFileSync(program, args, { encoding: 'utf8', stdio: 'pipe' });
 
 // Mounts an image on a folder. Returns a function that unmounts it and waits until all is written.
 export async function mount(image, folder, options) {

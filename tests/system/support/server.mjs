@@ -49,7 +49,13 @@ export async function serve(t, args = [], options) {
     const { id } = (await post('/api/scan', { path, ...fields })).body;
     return until(async () => (await json('/api/jobs')).body.find((job) => job.id === id && job.state === 'done'), `the scan of ${path}`);
   };
-  return { child, ended, port, base, json, post, scan };
+  // Resolves to what a deletion of these paths, spelled for Windows, is told to have done.
+  const remove = async (paths, fields = {}) => {
+    const { status, body } = await post('/api/delete', [...paths.map((one) => ['p', one]), ...Object.entries(fields)]);
+    assert.equal(status, 200);
+    return body;
+  };
+  return { child, ended, port, base, json, post, scan, remove };
 }
 
 // Sends bytes over a new connection and resolves to everything that comes back.
