@@ -70,6 +70,7 @@ TEST_CASE("the summary says why turbo was not used") {
     CHECK(run.output == "Vorda: D:\\  0 files  1.0 KB  0.3 s  ()  2 folders could not be read" +
                             std::string(said) + "\n  -> o\n");
   }
+  CHECK(summarySize(1023) == "1023 B");
   CHECK(summarySize(~0ULL) == "16384.0 PB");
 }
 

@@ -120,11 +120,13 @@ TEST_CASE("virtual folders are skipped only in the root of a WSL distribution") 
 
 TEST_CASE("a literal root is scanned by its plain name where that means the same") {
   MemoryDisk folders;
+  folders.addFile(folders.addFolder(L"M:", L"r"), L"x", 1);
   folders.addFile(folders.addFolder(L"\\\\wsl$\\Deb", L"dev"), L"y", 2);
   const auto scanned = [&folders](const std::wstring& root) {
     Scan scan;
     return scan.run(folders, root) ? scan.result.rootPath : L"";
   };
+  CHECK(scanned(L"\\\\?\\M:\\r\\") == L"M:\\r");
   CHECK(scanned(L"\\\\?\\unc\\wsl$\\Deb\\") == L"\\\\wsl$\\Deb");
   // Windows reads these differently without the prefix.
   for (const std::wstring name : {L"r.", L"aux", L"nul.d\\sub", L"r \\sub"}) {
