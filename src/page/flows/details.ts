@@ -65,9 +65,10 @@ function drawSoon(): void {
 export function showDetails(entry: Entry | null): void {
   pane.entry = entry;
   pane.found = null;
-  pane.job = state.view;
+  const job = state.view;
+  pane.job = job;
   drawSoon();
-  if (entry && isFolder(entry)) pane.timer = window.setTimeout(() => void loadFiles(state.view, entry.path), FETCH_MS);
+  if (entry && isFolder(entry)) pane.timer = window.setTimeout(() => void loadFiles(job, entry.path), FETCH_MS);
 }
 
 export function showHit(found: Found, bytes: number): void {

@@ -4,6 +4,7 @@ import { isFolder, type Entry } from '../core/entry';
 import { date, phrase, size, t } from '../core/i18n';
 import { shown } from '../core/paths';
 import { api, query } from '../data/api';
+import { jobById } from '../data/state';
 import { el, fact, fill, wholePath } from '../ui/dom';
 
 const LISTED = 30;
@@ -47,10 +48,11 @@ export function fileFacts(job: number, path: string): HTMLElement {
     return place;
   }
   pending.timer = window.setTimeout(() => {
-    api<FileAnswer>(query('/api/file', { id: job, p: path })).then((answer) => (answer.error ? null : answer), () => null).then((answer) => {
+    if (!jobById(job)) return; // closed or made again meanwhile
+    api<FileAnswer>(query('/api/file', { id: job, p: path })).then((answer) => {
       if (facts.size > LISTED) facts.clear();
-      facts.set(key, answer);
-      fill(place, answer && factsOf(answer));
+      facts.set(key, answer.error ? null : answer);
+      if (!answer.error) fill(place, factsOf(answer));
     }, () => {});
   }, FETCH_MS);
   return place;

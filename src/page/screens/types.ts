@@ -70,6 +70,7 @@ class Types implements ResultScreen {
   leave(): void {
     this.#list.leave();
     this.#files?.table.leave();
+    clearTimeout(this.#wanted);
   }
 
   update(changes: Changes): void {
