@@ -27,8 +27,10 @@ const LOOKED_AT = 400; // entries of a folder
 
 // A folder that is one tile has the colour of its files if nearly all of it is of that colour.
 function folderColour(folder: Entry, contentsOf: (folder: Entry) => readonly Entry[], colouring: Colouring, now: number): number {
+  const contents = contentsOf(folder);
+  if (contents.length === 0) return OTHER;
   const bytes = new Array<number>(OTHER + 1).fill(0);
-  for (const item of contentsOf(folder).slice(0, LOOKED_AT)) if (isFile(item)) bytes[fileColour(item, colouring, now)]! += item.s;
+  for (const item of contents.slice(0, LOOKED_AT)) if (isFile(item)) bytes[fileColour(item, colouring, now)]! += item.s;
   const most = Math.max(...bytes);
   return most > 0 && most >= MOSTLY * folder.s ? bytes.indexOf(most) : OTHER;
 }

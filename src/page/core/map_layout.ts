@@ -35,8 +35,7 @@ interface Part<T> {
 }
 
 // The children that are large enough for a tile, and the rest if there is one.
-function partsOf<T>(item: T, whole: number, area: number, { childrenOf, sizeOf }: MapSource<T>): Part<T>[] {
-  const children = childrenOf(item);
+function partsOf<T>(item: T, children: readonly T[], whole: number, area: number, { sizeOf }: MapSource<T>): Part<T>[] {
   const sizes = children.map(sizeOf);
   const sum = sumOf(sizes, (size) => Math.max(0, size));
   // Children listed live may have grown since the scan; then they share what their folder had.
@@ -63,8 +62,10 @@ export function layoutMap<T>(top: T, area: Rect, source: MapSource<T>, deepest: 
   for (let at = 0; at < waiting.length; ++at) {
     const { item, size, rect: space, level, branch, index, chain } = waiting[at]!;
     if (!(size > 0) || !(space.w > 0) || !(space.h > 0)) continue;
-    const parts = partsOf(item, size, space.w * space.h, source);
+    const children = source.childrenOf(item);
     // A folder whose contents are not known, or all too small, stays one tile.
+    if (index >= 0 && children.length === 0) continue;
+    const parts = partsOf(item, children, size, space.w * space.h, source);
     if (index >= 0 && (parts.every((part) => part.rest) || tiles.length + parts.length > MOST_TILES)) continue;
     const joined = index >= 0 && chain < LONGEST_CHAIN && isChain(parts, source);
     if (index >= 0) tiles[index]!.inside = true;

@@ -64,11 +64,25 @@ export function shadesOf(colour: string, look: Shading): Shades {
   return shades;
 }
 
+const falls = new Map<number, Uint8Array>();
+
+// How far the light has fallen, in steps, at each place of a line that has most light at this part of its length;
+// the same everywhere for 0. Many tiles have the same width or height.
+function falling(length: number, lightest: number): Uint8Array {
+  const key = length + lightest;
+  let line = falls.get(key);
+  if (!line) {
+    line = new Uint8Array(Math.max(0, length)).map((_, at) => (lightest ? Math.round(((at + 0.5) / length - lightest) ** 2 / STEP) : STEPS / 6));
+    if (falls.size > 999) falls.clear();
+    falls.set(key, line);
+  }
+  return line;
+}
+
 export class MapPixels {
   image = new ImageData(1, 1);
   #buffer = new ArrayBuffer(0);
   #words = new Uint32Array(0);
-  #across = new Uint8Array(0);
   #ratio = 1;
   #line = 0;
 
@@ -78,7 +92,6 @@ export class MapPixels {
     if (this.#buffer.byteLength < bytes) this.#buffer = new ArrayBuffer(bytes);
     this.image = new ImageData(new Uint8ClampedArray(this.#buffer, 0, bytes), width, height);
     this.#words = new Uint32Array(this.#buffer, 0, width * height);
-    this.#across = new Uint8Array(width);
     this.#ratio = ratio;
     this.#line = wordOf(rgbOf(colour));
     this.#words.fill(this.#line);
@@ -93,13 +106,14 @@ export class MapPixels {
   // hatched: with lines from the lower left to the upper right.
   shade({ left, top, right, bottom }: Box, { plain, hatched }: Shades, hatch: boolean): void {
     const { width } = this.image;
-    const [words, across] = [this.#words, this.#across];
+    const words = this.#words;
     const [w, h] = [right - left, bottom - top];
     const soft = w >= SMALLEST_SHADED && h >= SMALLEST_SHADED;
-    for (let x = 0; x < w; ++x) across[x] = soft ? ((x + 0.5) / w - LIGHT.x) ** 2 / STEP : STEPS / 3;
+    const across = falling(w, soft ? LIGHT.x : 0);
+    const along = falling(h, soft ? LIGHT.y : 0);
     const apart = Math.round(HATCHING * this.#ratio);
     for (let y = 0; y < h; ++y) {
-      const down = soft ? Math.round(((y + 0.5) / h - LIGHT.y) ** 2 / STEP) : 0;
+      const down = along[y]!;
       const row = (top + y) * width + left;
       for (let x = 0; x < w; ++x) words[row + x] = plain[across[x]! + down]!;
       if (!hatch) continue;

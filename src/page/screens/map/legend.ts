@@ -61,6 +61,8 @@ export class Legend {
     const largest = [...share.extensions].filter(([name]) => name !== '').sort((a, b) => b[1] - a[1]).slice(0, MOST_EXTENSIONS).map(([name]) => name).join(' ');
     const point = (on: boolean) => (): void => this.#highlight(on ? colour : this.#pinned);
     const label = labelOf(colour, colouring, share.name);
+    const key = el('span', { class: 'key' });
+    key.style.background = `var(--${colour === OTHER ? 'tile-other' : `${colouring === 'age' ? 'age' : 'tile'}-${colour + 1}`})`;
     const button = el('button', {
       type: 'button', 'data-colour': colour, 'aria-pressed': String(this.#pinned === colour), on: {
         pointerenter: point(true), pointerleave: point(false), focus: point(true), blur: point(false),
@@ -71,7 +73,7 @@ export class Legend {
         },
       },
     },
-    el('span', { class: `key ${colouring === 'age' && colour !== OTHER ? 'age' : 'tile'}-${colour === OTHER ? 'other' : colour + 1}` }),
+    key,
     el('span', { class: 'label' }, inert(label), colouring === 'type' && largest ? el('bdi', { class: 'small muted' }, ` ${shown(largest)}`) : null),
     el('span', { class: 'number' }, size(share.bytes)));
     return el('li', {}, button);
