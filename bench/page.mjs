@@ -11,6 +11,8 @@ const ends = [];
 const here = { after: (end) => ends.unshift(end) };
 
 const NONE = 'none, to compare with';
+const KEY_REPEATS_MS = 33;
+const FRAME_MS = 16;
 
 // How long a computation of the given number of steps takes: what its p95 is above its median, the machine adds
 // to every other figure as well.
@@ -96,16 +98,19 @@ async function barePage() {
   return `http://127.0.0.1:${server.address().port}/`;
 }
 
-// A step of the wheel, a page, and any place: handler, style and layout of each.
+// A step of the wheel in each frame, a page as often as a key repeats and in each frame, and any place: handler,
+// style and layout of each.
 async function scrolling(tab, what) {
-  for (const [name, step] of [['a step', 100], ['a page', 800], ['anywhere', 0]]) {
-    const [times, fixed] = await tab.evaluate(async (by) => {
+  for (const [name, step, wait] of [['a step', 100, 0], ['a page', -1, KEY_REPEATS_MS - FRAME_MS], ['a page in each frame', -1, 0], ['anywhere', 0, 0]]) {
+    const [times, fixed] = await tab.evaluate(async ([by, wait]) => {
       const table = document.querySelector('main .table');
+      const page = table.clientHeight - 2 * table.firstElementChild.clientHeight;
       const times = [];
       const fixed = [];
       for (let i = 1; i <= 300; ++i) {
+        if (wait) await new Promise((resolve) => setTimeout(resolve, wait));
         await new Promise((resolve) => requestAnimationFrame(resolve));
-        const top = by ? i * by : (i * 104_729 * 13) % (table.scrollHeight - 1000);
+        const top = by ? i * (by < 0 ? page : by) : (i * 104_729 * 13) % (table.scrollHeight - 1000);
         const start = performance.now();
         table.scrollTop = top;
         table.dispatchEvent(new Event('scroll'));
@@ -114,7 +119,7 @@ async function scrolling(tab, what) {
         fixed.push(window.compute(5e5));
       }
       return [times, fixed];
-    }, step);
+    }, [step, wait]);
     print(`${what}: scrolling, ${name}`, times, 'p95 4 ms');
     print('a fixed computation beside it', fixed, NONE);
   }
@@ -185,7 +190,7 @@ async function map(browser, base) {
   await tab.addInitScript(COMPUTE);
   await tab.goto(`${base}/#map`);
   await tab.locator('.map .options [role=option]').first().waitFor({ state: 'attached' });
-  await tab.waitForTimeout(500);
+  await tab.waitForTimeout(3000);
   // By a quarter of a pixel the canvas keeps its size, as on entering a folder; by a whole one it is made again.
   for (const [how, step] of [['', 0.25], [', resized', 1]]) {
     const { layout, draw, tiles, fixed } = await tab.evaluate(async (by) => {
