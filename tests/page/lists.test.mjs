@@ -369,6 +369,34 @@ test('Back leads on, past a folder that is gone and a scan that was made again',
   for (const wanted of ['Folders', 'Overview']) await back(wanted);
 });
 
+test('scrolled to any place, or sorted, a list shows at once the rows that belong there', async (t) => {
+  const { tab } = await scanned(t, Object.fromEntries(Array.from({ length: 400 }, (_, i) => [`many/f${100 + i}.txt`, 'x'.repeat(500 - i)])));
+  const tree = await folders(tab);
+  await row(tree, 'many').first().locator('.twist').click();
+  await row(tree, 'f100.txt').waitFor();
+  // A third of the places are reached with time for what is done later, two thirds without.
+  const wrong = (first, by) => tree.evaluate(async (table, [first, by]) => {
+    if (by < 0) table.querySelector('[data-sort=size]').click();
+    const { left, top, bottom } = table.getBoundingClientRect();
+    const [head, height] = ['.head-row', '.trow:not([hidden])'].map((one) => table.querySelector(one).offsetHeight);
+    const faults = [];
+    for (let turn = 0; turn < 90; ++turn) {
+      const last = table.scrollTop;
+      for (let y = top + head + 5; y < bottom - 5; y += height) {
+        const index = Math.floor((last + y - top - head - 1) / height);
+        const shown = document.elementFromPoint(left + 200, y)?.closest('.trow')?.querySelector('.cell-name').textContent;
+        if (index > 1 && shown !== `f${first + by * (index - 2)}.txt`) faults.push(`${index} ${shown}`);
+      }
+      table.scrollTop = turn % 4 ? last + [0, 1300, -30, 90][turn % 4] : (turn * turn * 397) % (table.scrollHeight - 500);
+      table.dispatchEvent(new Event('scroll'));
+      if (turn % 3 === 0) await new Promise((resolve) => setTimeout(resolve, 30));
+    }
+    return faults;
+  }, [first, by]);
+  assert.deepEqual(await wrong(100, 1), []);
+  assert.deepEqual(await wrong(499, -1), []);
+});
+
 test('who moves on in the tree stays there, whatever is loaded meanwhile', async (t) => {
   const many = Object.fromEntries(Array.from({ length: 130 }, (_, i) => [`many/f${100 + i}.txt`, 'x'.repeat(300 - i)]));
   const { tab } = await scanned(t, { ...MEDIA, ...many });

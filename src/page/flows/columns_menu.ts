@@ -6,7 +6,7 @@ import type { Table } from '../ui/table';
 
 export function columnsButton<R>(table: () => Table<R>, more: () => MenuItem[] = () => []): HTMLButtonElement {
   const button = iconButton('columns', t('columns'), () => {
-    const columns = table().hidable.map(({ id, title, shown }): MenuItem => ({ label: t(title), checked: shown, stays: true, act: () => table().toggleColumn(id) }));
+    const columns = table().head.hidable.map(({ id, title, shown }): MenuItem => ({ label: t(title), checked: shown, stays: true, act: () => table().toggleColumn(id) }));
     openMenu([columns, more()], t('columns'), placeBelow(button));
   }, { 'aria-haspopup': 'menu' });
   return button;

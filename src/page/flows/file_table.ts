@@ -10,7 +10,8 @@ import { byText } from '../core/tree_order';
 import { changed, knowsDisk, measure, state } from '../data/state';
 import { keepTable, tableSettings } from '../data/table_settings';
 import { cutPath, setAttribute } from '../ui/dom';
-import { Table, type Column } from '../ui/table';
+import { Table } from '../ui/table';
+import type { Column } from '../ui/table_head';
 import { figureCell, markColumn, menuColumn, textCell } from '../ui/table_columns';
 import { showDetails } from './details';
 import { copyPaths } from './item_actions';
@@ -58,7 +59,7 @@ export function fileTable(job: Job, name: string, label: string, bar: () => Mark
     const { word, down } = settings.sort ?? { word: 'size', down: true };
     const compare = comparer(word, job.id) ?? comparer('size', job.id)!;
     rows = [...all].sort((a, b) => (down ? -1 : 1) * compare(a, b));
-    table.showSort(word, down);
+    table.head.showSort(word, down);
     table.setRows(rows);
   };
   const table: Table<FileItem> = new Table<FileItem>({

@@ -8,7 +8,7 @@ import { api, form } from '../data/api';
 import { changed, state } from '../data/state';
 import { append, button, el, icon, setIcon, setText, type Child } from '../ui/dom';
 import { cut, numberColumn, plainTable, textColumn } from '../ui/plain_table';
-import type { Column } from '../ui/table';
+import type { Column } from '../ui/table_head';
 import { reported } from '../ui/toast';
 import { openLog } from './log';
 

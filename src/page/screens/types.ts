@@ -20,7 +20,8 @@ import { resultScreen, type ResultScreen } from '../flows/result_screen';
 import type { Changes, Screen } from '../flows/screen';
 import { button, cutPath, el, fill, linkButton, loading, meter, panel, type Child } from '../ui/dom';
 import { failureNotice } from '../ui/notices';
-import { Table, type Column } from '../ui/table';
+import { Table } from '../ui/table';
+import type { Column } from '../ui/table_head';
 import { figureCell, textCell } from '../ui/table_columns';
 
 const MAX_ROWS = 14; // visible rows of the table of files
@@ -134,7 +135,7 @@ class Types implements ResultScreen {
   #arrange(): void {
     const { word, down } = this.#settings.sort ?? { word: 'size', down: true };
     const by = word === 'name' ? (a: TypeItem, b: TypeItem) => byText(a.e, b.e) : word === 'files' ? (a: TypeItem, b: TypeItem) => a.c - b.c : (a: TypeItem, b: TypeItem) => this.#value(a) - this.#value(b);
-    this.#list.showSort(word, down);
+    this.#list.head.showSort(word, down);
     this.#list.setRows([...this.#all].sort((a, b) => (down ? -1 : 1) * by(a, b)));
   }
 

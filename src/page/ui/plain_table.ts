@@ -2,7 +2,8 @@
 import { shown } from '../core/paths';
 import type { PlainKey } from '../lang/shape';
 import { setAttribute } from './dom';
-import { Table, type Column } from './table';
+import { Table } from './table';
+import type { Column } from './table_head';
 import { figureCell, textCell } from './table_columns';
 
 const LONGEST = 1000;

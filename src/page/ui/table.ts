@@ -2,30 +2,14 @@
 // is a multiplication; a fixed pool of row elements is moved and refilled. The table is one tab stop:
 // the arrow keys move the active row, which assistive technology follows through
 // aria-activedescendant. Marks are kept in a Selection.
-import { t } from '../core/i18n';
 import type { Selection } from '../core/selection';
-import type { PlainKey } from '../lang/shape';
-import { el, icon, setAttribute } from './dom';
+import { el, setAttribute } from './dom';
 import { KEYS } from './keys';
+import { TableHead, type HeadOptions } from './table_head';
 
-export interface Column<R> {
-  id?: string; // columns that have one can be resized
-  optional?: boolean; // can be hidden
-  off?: boolean; // hidden unless chosen
-  title: PlainKey;
-  width: string;
-  number?: boolean;
-  extra?: boolean; // hidden on narrow screens
-  sort?: string; // passed to onSort
-  hidden?: boolean; // title for screen readers only
-  make?: () => HTMLElement;
-  fill: (cell: HTMLElement, row: R, index: number) => void;
-}
-
-export interface TableOptions<R> {
+export interface TableOptions<R> extends HeadOptions<R> {
   label: string;
   role: 'grid' | 'treegrid';
-  columns: Column<R>[];
   keyOf: (row: R) => string;
   markable?: (row: R) => boolean;
   selection?: Selection;
@@ -39,47 +23,34 @@ export interface TableOptions<R> {
   onMenu?: (row: R, x: number, y: number) => void; // right click, long press, the menu key
   onCopy?: (rows: readonly R[]) => void; // the marked rows, or else the active one
   onScroll?: (row: number) => void; // the first row in view
-  layout?: TableLayout; // which columns are shown and how wide
-  onSort?: (word: string) => void;
   decorate?: (element: HTMLElement, row: R, index: number) => void;
   grows?: boolean; // height follows its rows, within limits
 }
 
-export interface TableLayout {
-  shown: Record<string, boolean>;
-  widths: Record<string, number>;
-  keep: () => void;
-}
-
-const SPARE = 12;
-const WIDTH_STEP = 16;
-const LEAST_WIDTH = 48;
-const MOST_WIDTH = 1600;
-const GAPS = 12;
+const BEHIND = 3; // rows out of view that are kept where the list came from
 let tables = 0;
-
-// The least width of a grid track.
-const leastOf = (width: string): string => /^minmax\(([^,]+),/.exec(width)?.[1] ?? width;
 
 interface PooledRow {
   element: HTMLElement;
   cells: HTMLElement[];
   index: number;
+  stale: boolean; // its contents have changed since it was filled
 }
 
 export class Table<R> {
   readonly root: HTMLElement;
   readonly #space = el('div', { class: 'space', role: 'rowgroup' });
-  readonly #head: HTMLElement;
+  readonly head: TableHead<R>;
   readonly #probe = el('div', { class: 'trow', role: 'presentation', 'aria-hidden': 'true' });
   readonly #prefix = `t${++tables}`;
   readonly #pool: PooledRow[] = [];
   #rows: readonly R[] = [];
   #rowHeight = 32;
   #first = 0;
+  #top = 0; // the first row in view
+  #down = true; // where the list was last scrolled to
+  #later = 0;
   #room = 0; // visible height for rows; cached, since reading it forces layout
-  #columns: Column<R>[] = []; // the ones that are shown
-  #sorted: { word: string; down: boolean } | null = null;
   readonly #observer: ResizeObserver;
   active = 0;
   readonly #options: TableOptions<R>;
@@ -87,13 +58,13 @@ export class Table<R> {
   constructor(options: TableOptions<R>) {
     this.#options = options;
     options.selection?.startAt(-1); // a range that was begun in another table
-    this.#head = el('div', { class: 'head-row', role: 'rowgroup' });
     this.root = el('div', {
       class: options.grows ? 'table grows' : 'table', role: options.role, tabindex: '0', 'aria-label': options.label,
       'aria-multiselectable': options.selection ? 'true' : null,
       on: { keydown: (event) => this.#key(event), click: (event) => this.#click(event), dblclick: (event) => this.#twice(event), contextmenu: (event) => this.#menu(event) },
-    }, this.#head, this.#space);
-    this.#arrangeColumns();
+    });
+    this.head = new TableHead(this.root, options);
+    this.root.append(this.head.root, this.#space);
     this.#probe.style.visibility = 'hidden';
     this.#space.append(this.#probe);
     this.root.addEventListener('scroll', () => {
@@ -105,120 +76,20 @@ export class Table<R> {
     this.#observer.observe(this.root);
   }
 
-  // Makes the head and the rows again, for the columns that are shown.
-  #arrangeColumns(): void {
-    const { columns, layout } = this.#options;
-    this.#columns = columns.filter((column) => !column.optional || (layout?.shown[column.id ?? ''] ?? !column.off));
-    this.#head.replaceChildren(el('div', { role: 'row', 'aria-rowindex': '1' }, this.#columns.map((column) => this.#headCell(column))));
-    while (this.#pool.length > 0) this.#pool.pop()!.element.remove();
-    this.#setWidths();
-    if (this.#sorted) this.showSort(this.#sorted.word, this.#sorted.down);
-    this.#draw(true);
-  }
-
-  #widthOf(column: Column<R>): string {
-    const own = column.id === undefined ? undefined : this.#options.layout?.widths[column.id];
-    return own === undefined ? column.width : `${own}px`;
-  }
-
-  #setWidths(): void {
-    const widths = this.#columns.map((column) => this.#widthOf(column));
-    const { style } = this.root;
-    style.setProperty('--columns-wide', widths.join(' '));
-    style.setProperty('--columns-narrow', this.#columns.filter((column) => !column.extra).map((column) => column.width).join(' '));
-    // Rows are placed freely, so their least width has to be said.
-    style.setProperty('--least-wide', `calc(${widths.map(leastOf).join(' + ')} + ${widths.length * GAPS + 4}px)`);
-  }
-
-  get hidable(): { id: string; title: PlainKey; shown: boolean }[] {
-    return this.#options.columns.filter((column) => column.optional && column.id).map((column) => ({ id: column.id!, title: column.title, shown: this.#columns.includes(column) }));
-  }
-
   toggleColumn(id: string): void {
-    const { layout } = this.#options;
-    if (!layout) return;
-    layout.shown[id] = !this.#columns.some((column) => column.id === id);
-    layout.keep();
-    this.#arrangeColumns();
-  }
-
-  #resize(id: string, width: number, keep: boolean): void {
-    const { layout } = this.#options;
-    if (!layout) return;
-    layout.widths[id] = Math.round(Math.max(LEAST_WIDTH, Math.min(MOST_WIDTH, width)));
-    this.#setWidths();
-    if (keep) layout.keep();
-  }
-
-  // The edge of a heading, by which its column is made wider or narrower. For keys there are Shift and the
-  // arrows in the heading itself.
-  #grip(id: string, cell: HTMLElement): HTMLElement {
-    const grip = el('span', { class: 'grip', 'aria-hidden': 'true', on: {
-      pointerdown: (event) => {
-        event.preventDefault();
-        grip.setPointerCapture(event.pointerId);
-      },
-      pointermove: (event) => {
-        if (grip.hasPointerCapture(event.pointerId)) this.#resize(id, event.clientX - cell.getBoundingClientRect().left, false);
-      },
-      pointerup: () => this.#options.layout?.keep(),
-      click: (event) => event.stopPropagation(),
-      dblclick: (event) => {
-        event.stopPropagation();
-        delete this.#options.layout?.widths[id];
-        this.#setWidths();
-        this.#options.layout?.keep();
-      },
-    } });
-    return grip;
-  }
-
-  #headKey(event: KeyboardEvent, id: string, cell: HTMLElement): void {
-    const step = { ArrowLeft: -WIDTH_STEP, ArrowRight: WIDTH_STEP }[event.key];
-    if (!step || !event.shiftKey) return;
-    event.preventDefault();
-    this.#resize(id, cell.getBoundingClientRect().width + step, true);
-  }
-
-  #headCell(column: Column<R>): HTMLElement {
-    const className = [column.number ? 'number' : '', column.extra ? 'extra' : ''].join(' ').trim();
-    const cell = el('div', { role: 'columnheader', class: className });
-    const { sort } = column;
-    if (sort && this.#options.onSort) {
-      cell.append(el('button', {
-        type: 'button', class: 'sort', 'aria-label': t('sortBy', { column: t(column.title) }), 'data-sort': sort,
-        on: { click: () => this.#options.onSort?.(sort) },
-      }, t(column.title), icon('down', 'arrow')));
-    } else {
-      cell.append(el('span', { class: column.hidden ? 'heard' : '' }, t(column.title)));
-    }
-    const { id } = column;
-    if (id !== undefined && this.#options.layout) {
-      cell.append(this.#grip(id, cell));
-      cell.addEventListener('keydown', (event) => this.#headKey(event, id, cell));
-    }
-    return cell;
-  }
-
-  showSort(word: string, down: boolean): void {
-    this.#sorted = { word, down };
-    this.#head.querySelectorAll('[role=columnheader]').forEach((cell) => {
-      const mine = cell.querySelector(`[data-sort="${word}"]`) !== null;
-      setAttribute(cell, 'aria-sort', mine ? (down ? 'descending' : 'ascending') : null);
-    });
-  }
-
-  get sort(): { word: string; down: boolean } | null {
-    return this.#sorted;
+    if (!this.head.toggle(id)) return;
+    while (this.#pool.length > 0) this.#pool.pop()!.element.remove();
+    this.#draw(true);
   }
 
   leave(): void {
     this.#observer.disconnect();
+    clearTimeout(this.#later);
   }
 
   #measure(): void {
     const height = this.#probe.offsetHeight || 32;
-    this.#room = Math.max(0, this.root.clientHeight - this.#head.offsetHeight);
+    this.#room = Math.max(0, this.root.clientHeight - this.head.root.offsetHeight);
     if (height !== this.#rowHeight) {
       const top = this.root.scrollTop / this.#rowHeight;
       this.#rowHeight = height;
@@ -263,35 +134,46 @@ export class Table<R> {
     this.#draw(true);
   }
 
+  // The rows in view are filled at once, and while there is time those of the next page.
   #draw(refill: boolean): void {
     const count = this.#rows.length;
     const inView = Math.ceil(this.#room / this.#rowHeight) + 1;
-    const first = Math.max(0, Math.min(Math.floor(this.root.scrollTop / this.#rowHeight) - SPARE / 2, count - inView - SPARE));
-    if (!refill && first === this.#first) return;
-    const leap = Math.abs(first - this.#first) > SPARE;
-    this.#first = first;
-    const size = Math.min(count, inView + SPARE);
-    if (this.#pool.length !== size) refill = true; // the row of an element depends on the pool's size
-    while (this.#pool.length < size) this.#pool.push(this.#makeRow());
-    while (this.#pool.length > size) this.#pool.pop()!.element.remove();
-    // After a long jump all rows change: those out of view are filled after painting.
-    const seen = Math.floor(this.root.scrollTop / this.#rowHeight);
-    let waiting = false;
-    for (let index = first; index < first + size; ++index) {
-      const pooled = this.#pool[index % size]!;
-      if (!refill && pooled.index === index) continue;
-      if (!refill && leap && (index < seen || index >= seen + inView)) waiting = true;
-      else this.#fillRow(pooled, index);
-    }
-    if (waiting) setTimeout(() => this.#fillRest());
+    const size = Math.min(count, 2 * inView + BEHIND);
+    const top = Math.floor(this.root.scrollTop / this.#rowHeight);
+    if (!refill && top === this.#top) return;
+    if (top !== this.#top) this.#down = top > this.#top;
+    this.#top = top;
+    this.#first = Math.max(0, Math.min(top - (this.#down ? BEHIND : size - inView - BEHIND), count - size));
+    if (this.#pool.length !== size) this.#setPool(size);
+    if (refill) this.#pool.forEach((pooled) => (pooled.stale = true));
+    this.#fillRows(top, top + inView);
+    this.#later ||= window.setTimeout(() => this.#fillRest());
     this.#pointAtActive();
   }
 
+  // Lays the rows out as well, so that scrolling to them only has to show them.
   #fillRest(): void {
+    this.#later = 0;
+    this.#fillRows(0, Infinity);
+    this.root.getBoundingClientRect();
+    this.#pointAtActive();
+  }
+
+  // Which element has a row depends on the pool's size, so none may be left in view.
+  #setPool(size: number): void {
+    while (this.#pool.length < size) this.#pool.push(this.#makeRow());
+    while (this.#pool.length > size) this.#pool.pop()!.element.remove();
+    for (const pooled of this.#pool) {
+      pooled.index = -1;
+      pooled.element.hidden = true;
+    }
+  }
+
+  #fillRows(from: number, to: number): void {
     const size = this.#pool.length;
-    for (let index = this.#first; index < this.#first + size; ++index) {
+    for (let index = Math.max(from, this.#first); index < Math.min(to, this.#first + size); ++index) {
       const pooled = this.#pool[index % size]!;
-      if (pooled.index !== index) this.#fillRow(pooled, index);
+      if (pooled.index !== index || pooled.stale) this.#fillRow(pooled, index);
     }
   }
 
@@ -304,7 +186,7 @@ export class Table<R> {
   }
 
   #makeRow(): PooledRow {
-    const cells = this.#columns.map((column) => {
+    const cells = this.head.columns.map((column) => {
       const cell = column.make ? column.make() : el('div');
       cell.setAttribute('role', 'gridcell');
       if (column.number) cell.classList.add('number');
@@ -313,14 +195,16 @@ export class Table<R> {
     });
     const element = el('div', { class: 'trow', role: 'row' }, cells);
     this.#space.append(element);
-    return { element, cells, index: -1 };
+    return { element, cells, index: -1, stale: true };
   }
 
   #fillRow(pooled: PooledRow, index: number): void {
     const row = this.#rows[index];
-    if (row === undefined) return;
     const { element, cells } = pooled;
     pooled.index = index;
+    pooled.stale = false;
+    element.hidden = row === undefined;
+    if (row === undefined) return;
     element.id = `${this.#prefix}-${index}`;
     element.style.transform = `translateY(${index * this.#rowHeight}px)`;
     setAttribute(element, 'aria-rowindex', index + 2);
@@ -329,7 +213,7 @@ export class Table<R> {
       const markable = this.#options.markable?.(row) ?? true;
       setAttribute(element, 'aria-selected', markable ? (this.#options.selection.has(this.#options.keyOf(row)) ? 'true' : 'false') : null);
     }
-    this.#columns.forEach((column, at) => column.fill(cells[at]!, row, index));
+    this.head.columns.forEach((column, at) => column.fill(cells[at]!, row, index));
     this.#options.decorate?.(element, row, index);
   }
 

@@ -1,7 +1,7 @@
 // Columns and cells that several tables have.
 import { t } from '../core/i18n';
 import { el, icon, setAttribute, setText } from './dom';
-import type { Column } from './table';
+import type { Column } from './table_head';
 
 // A cell with a text, which may be a name in any script.
 export const textCell = <R>(text: (row: R) => string): Pick<Column<R>, 'make' | 'fill'> =>
@@ -29,7 +29,7 @@ export const markColumn = <R>(state: (row: R) => 'open' | 'locked' | 'none'): Co
 // The column with the button that opens a row's menu.
 export const menuColumn = <R>(has: (row: R) => boolean, open: (index: number, button: HTMLElement) => void): Column<R> => ({
   title: 'colMenu', width: '1.75rem', hidden: true,
-  make: () => el('div', { class: 'menu-cell' }, el('button', { type: 'button', class: 'row-menu', tabindex: '-1', 'aria-label': t('menu'), title: t('menu') }, icon('dots'))),
+  make: () => el('div', { class: 'menu-cell' }, el('button', { type: 'button', class: 'row-menu', tabindex: '-1', 'aria-label': t('menu'), title: t('menu') })),
   fill: (cell, row, index) => {
     const button = cell.firstElementChild as HTMLButtonElement;
     button.hidden = !has(row);

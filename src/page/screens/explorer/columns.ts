@@ -7,7 +7,7 @@ import type { TreeRow } from '../../core/tree';
 import { extensionOf } from '../../core/type_groups';
 import { shareOf } from '../../core/units';
 import { el, icon, setAttribute, setIcon, setText } from '../../ui/dom';
-import type { Column } from '../../ui/table';
+import type { Column } from '../../ui/table_head';
 import { figureCell, markColumn, menuColumn, retryButton, textCell } from '../../ui/table_columns';
 
 const INDENT = 6;

@@ -50,7 +50,7 @@ class Explorer implements ResultScreen {
     if (this.#view.expanded.size === 0) this.#view.expanded.add(this.#tree.root.path);
     this.#order = this.#chosenOrder();
     this.#table = this.#makeTable();
-    this.#table.showSort(this.#order.by, this.#order.down);
+    this.#table.head.showSort(this.#order.by, this.#order.down);
     this.top = [el('div', { class: 'line push' }, measureSwitch(job.id), columnsButton(() => this.#table, () => [{
       label: t('foldersFirst'), checked: this.#order.foldersFirst, act: () => {
         this.#settings.foldersFirst = !this.#order.foldersFirst;
@@ -103,7 +103,7 @@ class Explorer implements ResultScreen {
   #reorder(): void {
     keepTable(TABLE);
     this.#order = this.#chosenOrder();
-    this.#table.showSort(this.#order.by, this.#order.down);
+    this.#table.head.showSort(this.#order.by, this.#order.down);
     this.#rebuild();
   }
 

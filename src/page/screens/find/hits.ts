@@ -14,7 +14,8 @@ import { reveal } from '../../flows/places';
 import type { ResultList } from '../../flows/search_frame';
 import { button, el, setAttribute, setText, type Child } from '../../ui/dom';
 import { download } from '../../ui/download';
-import { Table, type Column } from '../../ui/table';
+import { Table } from '../../ui/table';
+import type { Column } from '../../ui/table_head';
 import { figureCell, markColumn, textCell } from '../../ui/table_columns';
 import { copyText } from '../../ui/toast';
 
@@ -76,7 +77,7 @@ export class HitList implements ResultList<Hit> {
 
   open(): Child {
     this.#table = this.#makeTable();
-    if (this.#order) this.#table.showSort(this.#order.word, this.#order.down);
+    if (this.#order) this.#table.head.showSort(this.#order.word, this.#order.down);
     return [el('div', { class: 'line' }, this.#filter, this.#filtered, button(t('exportHits'), () => this.#save(), { icon: 'download', class: 'plain push' })), this.#bar.root, this.#table.root];
   }
 
@@ -132,7 +133,7 @@ export class HitList implements ResultList<Hit> {
     // Numbers start with the largest.
     const down = this.#order?.word === word ? !this.#order.down : word in BY_NUMBER;
     this.#order = { word, down };
-    this.#table?.showSort(word, down);
+    this.#table?.head.showSort(word, down);
     this.#arrange();
     this.#table?.toTop();
   }

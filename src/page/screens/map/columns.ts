@@ -3,7 +3,7 @@ import { size } from '../../core/i18n';
 import { entryName } from '../../core/names';
 import { isFailed, isItem, isLoading, type Entry } from '../../core/entry';
 import { el, icon, setIcon, setText } from '../../ui/dom';
-import type { Column } from '../../ui/table';
+import type { Column } from '../../ui/table_head';
 import { figureCell, markColumn, retryButton } from '../../ui/table_columns';
 
 interface Context {
