@@ -10,6 +10,7 @@ const LABEL_WIDTH = 36;
 const LABEL_HEIGHT = 16;
 const LABEL_SIZE = 12;
 const PADDING = 4;
+const SPARE = 64; // pixels
 const FADED = 0.72; // the part that the colour of the lines has in a faded tile
 
 export interface Look {
@@ -102,10 +103,10 @@ export class MapPainter {
     const { width, height, tiles } = look;
     const ratio = Math.min(devicePixelRatio || 1, 2);
     const [w, h] = [Math.round(width * ratio), Math.round(height * ratio)];
-    // Setting the size clears the canvas and allocates it again, which takes longer than drawing over it.
-    if (this.#canvas.width !== w || this.#canvas.height !== h) {
-      this.#canvas.width = w;
-      this.#canvas.height = h;
+    // Allocating a canvas takes as long as drawing on it, so it only grows, and by more than is needed.
+    for (const [side, least] of [['width', w], ['height', h]] as const) {
+      if (this.#canvas[side] < least) this.#canvas[side] = least + SPARE;
+      this.#canvas.style[side] = `${this.#canvas[side] / ratio}px`;
     }
     const pen = this.#canvas.getContext('2d', { alpha: false });
     if (!pen) return;
