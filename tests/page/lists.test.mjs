@@ -229,6 +229,11 @@ test('the map fills its section, and its colours, depth and width are remembered
   await becomes(async () => (await legend.getByRole('button').allInnerTexts()).map((text) => text.split('\n')[0]), ['films', 'photos', 'music']);
   assert.ok(Math.abs(await box() - narrower) < 0.01);
   assert.equal(JSON.parse(await tab.evaluate(() => localStorage['vorda-map'])).depth, 7);
+  await row(tab.getByRole('grid'), 'films').first().dblclick();
+  await tab.getByRole('listbox', { name: /films$/ }).waitFor();
+  assert.equal(await tab.getByText('Nothing here takes up space.').isVisible(), false);
+  await tab.getByLabel('What sizes mean').selectOption('On disk');
+  await says(tab, 'Nothing here takes up space.'); // the files are sparse
 });
 
 test('all types; tapping one on a narrow screen leads to it; a stopped scan says so after a reload', async (t) => {

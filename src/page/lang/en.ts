@@ -397,7 +397,7 @@ export const en = {
   mapTable: 'What lies in {path}',
   mapCrumbs: 'Where the map is',
   mapUp: 'One folder up',
-  mapEmpty: 'This folder holds nothing.',
+  mapEmpty: 'Nothing here takes up space.',
   mapColour: 'Colours',
   by_type: 'Colour by type',
   by_age: 'Colour by age',

@@ -388,7 +388,7 @@ export const es = dictionary<'one' | 'many' | 'other'>()({
   mapTable: 'Contenido de {path}',
   mapCrumbs: 'Posición en el mapa',
   mapUp: 'Subir una carpeta',
-  mapEmpty: 'Esta carpeta está vacía.',
+  mapEmpty: 'Nada de lo que hay aquí ocupa espacio.',
   mapColour: 'Colores',
   by_type: 'Color por tipo',
   by_age: 'Color por antigüedad',

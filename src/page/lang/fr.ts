@@ -387,7 +387,7 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   mapTable: 'Contenu de {path}',
   mapCrumbs: 'Emplacement de la carte',
   mapUp: 'Dossier parent',
-  mapEmpty: 'Ce dossier est vide.',
+  mapEmpty: 'Rien ici n’occupe d’espace.',
   mapColour: 'Couleurs',
   by_type: 'Couleur par type',
   by_age: 'Couleur par âge',

@@ -387,7 +387,7 @@ export const nl = dictionary<'one' | 'other'>()({
   mapTable: 'Wat er in {path} staat',
   mapCrumbs: 'Plaats in de kaart',
   mapUp: 'Eén map omhoog',
-  mapEmpty: 'Deze map is leeg.',
+  mapEmpty: 'Niets hier neemt ruimte in.',
   mapColour: 'Kleuren',
   by_type: 'Kleur per type',
   by_age: 'Kleur per leeftijd',

@@ -388,7 +388,7 @@ export const pt = dictionary<'one' | 'many' | 'other'>()({
   mapTable: 'Conteúdo de {path}',
   mapCrumbs: 'Posição no mapa',
   mapUp: 'Uma pasta acima',
-  mapEmpty: 'Esta pasta está vazia.',
+  mapEmpty: 'Nada do que está aqui ocupa espaço.',
   mapColour: 'Cores',
   by_type: 'Cor por tipo',
   by_age: 'Cor por idade',

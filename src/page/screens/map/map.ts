@@ -292,7 +292,7 @@ class MapSection implements ResultScreen {
     this.#table.root.setAttribute('aria-label', t('mapTable', { path: name }));
     this.#table.setRows(measure(this.#job.id) === 's' ? this.#rows : [...this.#rows].sort((a, b) => this.#value(b) - this.#value(a)));
     this.#canvas.show(this.#folder, t('mapOf', { path: name }), this.#look());
-    this.#empty.hidden = this.#rows.length > 0;
+    this.#empty.hidden = this.#value(this.#folder) > 0;
     const { depth } = mapSettings();
     setAttribute(this.#depthButtons[0], 'aria-disabled', depth <= LEAST_DEPTH);
     setAttribute(this.#depthButtons[1], 'aria-disabled', depth >= MOST_DEPTH);
