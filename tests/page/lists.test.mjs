@@ -234,6 +234,10 @@ test('the map fills its section, and its colours, depth and width are remembered
   assert.equal(await tab.getByText('Nothing here takes up space.').isVisible(), false);
   await tab.getByLabel('What sizes mean').selectOption('On disk');
   await says(tab, 'Nothing here takes up space.'); // the files are sparse
+  await tab.evaluate(() => delete localStorage['vorda-map']);
+  await tab.setViewportSize({ width: 1024, height: 700 });
+  await tab.reload();
+  await becomes(() => row(tab.getByRole('grid'), '.mkv').first().locator('.name-cell').evaluate((cell) => cell.clientWidth >= 100), true, 'names have room beside the map');
 });
 
 test('all types; tapping one on a narrow screen leads to it; a stopped scan says so after a reload', async (t) => {

@@ -18,12 +18,13 @@ const clamp = (value: unknown, least: number, most: number, otherwise: number): 
 
 export const LEAST_SHARE = 0.4;
 export const MOST_SHARE = 0.85;
+const ROOMY = 1300; // pixels of a window in which the list beside a large map still has room for names
 
 function stored(): MapSettings {
   const { colouring, shaded, depth, share } = readChoice(STORED);
   return {
     colouring: isColouring(colouring) ? colouring : 'type', shaded: shaded !== false,
-    depth: Math.round(clamp(depth, LEAST_DEPTH, MOST_DEPTH, 8)), share: clamp(share, LEAST_SHARE, MOST_SHARE, 0.78),
+    depth: Math.round(clamp(depth, LEAST_DEPTH, MOST_DEPTH, 8)), share: clamp(share, LEAST_SHARE, MOST_SHARE, innerWidth < ROOMY ? 0.7 : 0.78),
   };
 }
 
