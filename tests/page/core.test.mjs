@@ -285,11 +285,13 @@ test('colours of the map: text on them, edges between them, and distance for col
     ages.slice(1).forEach((colour, i) => assert.ok(light(colour) < light(ages[i]) && far(colour, ages[i]) >= 0.04, `${name}: age ${i + 2}, ${far(colour, ages[i])}`));
   }
   const file = (name, m = 0) => ({ kind: 'file', name, path: name, s: 1, f: 1, n: 0, m });
-  const colour = (item, by, contents = [], rest = false) => map_colours.colourOf(item, rest, 2, () => contents, by, 1e12);
+  const colour = (item, by, contents = [], rest = false) => map_colours.colourOf({ item, size: item.s, rest, count: rest ? 1 : 0, branch: 2 }, { childrenOf: () => contents, sizeOf: (one) => one.s }, by, 1e12);
   assert.deepEqual([colour(file('a.JPG'), 'type'), colour(file('b'), 'type'), colour(file('pagefile.sys'), 'type'), colour(file('driver.sys'), 'type'), colour(file('a.iso'), 'folder')], [0, 7, 7, 5, 2]);
   assert.deepEqual([1, 40, 200, 3000].map((days) => colour(file('a', 1e12 - days * 864e5), 'age')), [0, 1, 2, 5]);
   const folder = { ...file('x'), kind: 'folder', s: 100 };
-  assert.deepEqual([colour(folder, 'type', [{ ...file('a.mp3'), s: 95 }]), colour(folder, 'type', [{ ...file('a.mp3'), s: 80 }]), colour(folder, 'folder', [], true)], [2, 7, 7]);
+  const sound = { ...file('a.mp3'), s: 95 };
+  assert.deepEqual([colour(folder, 'type', [sound]), colour(folder, 'type', [{ ...sound, s: 80 }]), colour(folder, 'folder', [], true)], [2, 7, 7]);
+  assert.deepEqual([[file('b.jpg'), sound], [sound, file('b.jpg')], []].map((contents) => colour(folder, 'type', contents, true)), [2, 7, 7], 'a rest has the colour of what is in it');
 });
 
 test('a place in the page and its address', needs('esbuild'), () => {

@@ -2,6 +2,7 @@
 // their own, from light to dark.
 import { groupOf, GROUPS } from './type_groups';
 import { isFile, isFolder, type Entry } from './entry';
+import type { MapSource, Tile } from './map_layout';
 
 export const COLOURINGS = ['type', 'age', 'folder'] as const;
 export type Colouring = (typeof COLOURINGS)[number];
@@ -23,21 +24,22 @@ function fileColour(file: Entry, colouring: Colouring, now: number): number {
 }
 
 const MOSTLY = 0.9;
-const LOOKED_AT = 400; // entries of a folder
+const LOOKED_AT = 400; // items of one tile
 
-// A folder that is one tile has the colour of its files if nearly all of it is of that colour.
-function folderColour(folder: Entry, contentsOf: (folder: Entry) => readonly Entry[], colouring: Colouring, now: number): number {
-  const contents = contentsOf(folder);
-  if (contents.length === 0) return OTHER;
+// What is one tile, though it holds several files, has their colour if nearly all of it is of that colour.
+function commonColour(items: readonly Entry[], whole: number, sizeOf: (item: Entry) => number, colouring: Colouring, now: number): number {
+  if (items.length === 0) return OTHER;
   const bytes = new Array<number>(OTHER + 1).fill(0);
-  for (const item of contents.slice(0, LOOKED_AT)) if (isFile(item)) bytes[fileColour(item, colouring, now)]! += item.s;
+  for (const item of items.slice(0, LOOKED_AT)) if (isFile(item)) bytes[fileColour(item, colouring, now)]! += sizeOf(item);
   const most = Math.max(...bytes);
-  return most > 0 && most >= MOSTLY * folder.s ? bytes.indexOf(most) : OTHER;
+  return most > 0 && most >= MOSTLY * whole ? bytes.indexOf(most) : OTHER;
 }
 
-// The colour of one tile: 0 to 6, or OTHER.
-export function colourOf(item: Entry, rest: boolean, branch: number, contentsOf: (folder: Entry) => readonly Entry[], colouring: Colouring, now: number): number {
+// The colour of a tile that has none inside: 0 to 6, or OTHER.
+export function colourOf({ item, size, rest, count, branch }: Tile<Entry>, { childrenOf, sizeOf }: MapSource<Entry>, colouring: Colouring, now: number): number {
   if (colouring === 'folder') return rest || branch < 0 || branch >= COLOURS ? OTHER : branch;
-  if (isFolder(item)) return folderColour(item, contentsOf, colouring, now);
-  return isFile(item) && !rest ? fileColour(item, colouring, now) : OTHER;
+  if (isFile(item)) return fileColour(item, colouring, now);
+  if (!isFolder(item)) return OTHER;
+  const children = childrenOf(item);
+  return commonColour(rest ? children.slice(children.length - count) : children, size, sizeOf, colouring, now);
 }

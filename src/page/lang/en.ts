@@ -164,7 +164,6 @@ export const en = {
   ovSkippedHost: { one: '{n} entry was left out: its size or its path cannot be right.', other: '{n} entries were left out: their size or their path cannot be right.' },
   ovLargest: 'Largest folders',
   ovTypes: 'Largest types',
-  ovNoAdvice: 'Nothing stands out: no advice for this scan.',
   ovAll: 'Show all',
   eProgramRefused: 'Programs are not started from here. Show it in Windows Explorer and start it there.',
   accTitle: 'What the used space consists of',

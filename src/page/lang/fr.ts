@@ -160,7 +160,6 @@ export const fr = dictionary<'one' | 'many' | 'other'>()({
   ovSkippedHost: { one: '{n} élément a été laissé de côté : sa taille ou son chemin n’est pas crédible.', many: '{n} d’éléments ont été laissés de côté : leur taille ou leur chemin n’est pas crédible.', other: '{n} éléments ont été laissés de côté : leur taille ou leur chemin n’est pas crédible.' },
   ovLargest: 'Plus gros dossiers',
   ovTypes: 'Plus gros types',
-  ovNoAdvice: 'Rien de notable : aucun conseil pour cette analyse.',
   ovAll: 'Tout afficher',
   eProgramRefused: 'Les programmes ne sont pas lancés d’ici. Affichez le fichier dans l’Explorateur Windows et lancez-le là.',
   accTitle: 'De quoi se compose l’espace utilisé',

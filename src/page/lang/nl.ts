@@ -160,7 +160,6 @@ export const nl = dictionary<'one' | 'other'>()({
   ovSkippedHost: { one: '{n} item is weggelaten: de grootte of het pad ervan is ongeloofwaardig.', other: '{n} items zijn weggelaten: de grootte of het pad ervan is ongeloofwaardig.' },
   ovLargest: 'Grootste mappen',
   ovTypes: 'Grootste typen',
-  ovNoAdvice: 'Er valt niets op: geen advies bij deze scan.',
   ovAll: 'Alles tonen',
   eProgramRefused: 'Programma’s worden hier niet gestart. Toon het bestand in Windows Verkenner en start het daar.',
   accTitle: 'Waaruit de gebruikte ruimte bestaat',

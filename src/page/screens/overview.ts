@@ -165,7 +165,7 @@ function make(job: Job, doc: ResultDoc): ResultScreen {
       el('div', { class: 'columns' },
         largest,
         adviceBars.length > 0 ? panel(bars(t('secAdvice'), adviceBars, doc.meta.used, () => goTo('advice'), 'advice'))
-          : panel(el('h2', {}, t('secAdvice')), el('p', { class: 'muted' }, t('ovNoAdvice'))),
+          : panel(el('h2', {}, t('secAdvice')), el('p', { class: 'muted' }, t('adEmpty'))),
         types.length > 0 ? panel(bars(t('ovTypes'), types, doc.meta.used, () => goTo('types'), 'type')) : null,
         files.length > 0 ? panel(bars(t('secLargest'), files, doc.meta.used, () => goTo('largest'), 'file')) : null),
       el('section', { class: 'stack' }, el('h2', {}, t('export')), el('div', { class: 'actions' },

@@ -15,7 +15,7 @@ interface Share {
   name: string;
 }
 
-function labelOf(colour: number, colouring: Colouring, name: string): string {
+function labelOf(colour: number, colouring: Colouring, name = ''): string {
   if (colouring === 'type') return colour === OTHER ? t('mapOther') : text(`g_${GROUPS[colour]}`);
   if (colouring === 'age') return colour === OTHER ? t('mapAgeUnknown') : text(`age_${colour}`);
   return colour === OTHER ? t('mapOtherFolders') : shown(name.slice(0, 100));
@@ -46,21 +46,22 @@ export class Legend {
       shares.set(colour, share);
     });
     if (colouring === 'folder') for (const tile of tiles) if (tile.level === 0 && !tile.joined && tile.branch >= 0 && tile.branch < COLOURS && !tile.rest) shares.get(tile.branch)!.name ||= tile.item.name;
+    // All types and ages from the beginning: rows that come later would move the others.
+    const last = colouring === 'age' ? AGES.length : COLOURS;
+    const order = [...Array(last).keys(), OTHER].filter((colour) => colouring !== 'folder' || shares.has(colour));
     if (this.#pinned >= 0 && !shares.has(this.#pinned)) {
       this.#pinned = -1;
       this.#highlight(-1);
     }
-    const last = colouring === 'age' ? AGES.length : COLOURS;
-    const order = [...Array(last).keys(), OTHER].filter((colour) => shares.has(colour));
-    const focused = this.root.contains(document.activeElement) ? (document.activeElement as HTMLElement).dataset['colour'] : undefined;
-    fill(this.root, order.map((colour) => this.#row(colour, shares.get(colour)!, colouring)));
-    if (focused !== undefined) this.root.querySelector<HTMLElement>(`[data-colour="${focused}"]`)?.focus();
+    const focused = this.root.querySelector<HTMLElement>(':focus')?.dataset['colour'];
+    fill(this.root, order.map((colour) => this.#row(colour, shares.get(colour), colouring)));
+    this.root.querySelector<HTMLElement>(`[data-colour="${focused}"]`)?.focus();
   }
 
-  #row(colour: number, share: Share, colouring: Colouring): HTMLElement {
-    const largest = [...share.extensions].filter(([name]) => name !== '').sort((a, b) => b[1] - a[1]).slice(0, MOST_EXTENSIONS).map(([name]) => name).join(' ');
+  #row(colour: number, share: Share | undefined, colouring: Colouring): HTMLElement {
+    const largest = [...share?.extensions ?? []].filter(([name]) => name !== '').sort((a, b) => b[1] - a[1]).slice(0, MOST_EXTENSIONS).map(([name]) => name).join(' ');
     const point = (on: boolean) => (): void => this.#highlight(on ? colour : this.#pinned);
-    const label = labelOf(colour, colouring, share.name);
+    const label = labelOf(colour, colouring, share?.name);
     const key = el('span', { class: 'key' });
     key.style.background = `var(--${colour === OTHER ? 'tile-other' : `${colouring === 'age' ? 'age' : 'tile'}-${colour + 1}`})`;
     const button = el('button', {
@@ -75,7 +76,7 @@ export class Legend {
     },
     key,
     el('span', { class: 'label' }, inert(label), colouring === 'type' && largest ? el('bdi', { class: 'small muted' }, ` ${shown(largest)}`) : null),
-    el('span', { class: 'number' }, size(share.bytes)));
+    el('span', { class: 'number' }, share ? size(share.bytes) : ''));
     return el('li', {}, button);
   }
 

@@ -29,7 +29,7 @@ import { columns } from './columns';
 import { Legend } from './legend';
 
 // Folders of at least this many square pixels are looked into, so many at once, and so many for one view.
-const LARGE_AREA = 260;
+const LARGE_AREA = 100;
 const AT_ONCE = 4;
 const MOST_FETCHED = 800;
 const REDRAW_MS = 250;
@@ -185,9 +185,6 @@ class MapSection implements ResultScreen {
 
   // ---- the map ----
 
-  readonly #tileColour = (tile: Tile<Entry>): number => colourOf(tile.item, tile.rest, tile.branch, this.#contentsOf, mapSettings().colouring, this.#now);
-  readonly #contentsOf = (entry: Entry): readonly Entry[] => this.#tree.entries(entry.path);
-
   #tileName(tile: Tile<Entry>): string {
     if (!tile.rest) return entryName(tile.item);
     return tile.count > 0 ? t('mapSmaller', { n: tile.count }) : t('mapRest', { name: baseName(tile.item.path) });
@@ -205,13 +202,14 @@ class MapSection implements ResultScreen {
       this.#moveTo(entry.path);
       showDetails(isItem(entry) ? entry : null);
     };
+    const source = { childrenOf: (entry: Entry) => this.#childrenOf(entry), sizeOf: this.#value, isFolder };
     return new MapCanvas({
-      source: { childrenOf: (entry) => this.#childrenOf(entry), sizeOf: this.#value, isFolder },
+      source,
       nameOf: (tile) => this.#tileName(tile),
       headingOf: (tiles) => tiles.map((tile) => entryName(tile.item)).join(this.#job.path.startsWith('/') ? '/' : '\\'),
       sizeText: (_entry, bytes) => size(bytes),
       optionName: (tile) => t('mapTile', { name: this.#tileName(tile), size: size(tile.size), percent: percent(shareOf(tile.size, this.#value(this.#folder))) }),
-      colourOf: this.#tileColour, tooltip: (tile) => this.#tooltip(tile),
+      colourOf: (tile) => colourOf(tile, source, mapSettings().colouring, this.#now), tooltip: (tile) => this.#tooltip(tile),
       onTiles: (tiles, colours) => {
         this.#legend.show(tiles, colours, mapSettings().colouring);
         this.#fetchFor(tiles);
