@@ -238,6 +238,10 @@ test('the map fills its section, and its colours, depth and width are remembered
   await tab.setViewportSize({ width: 1024, height: 700 });
   await tab.reload();
   await becomes(() => row(tab.getByRole('grid'), '.mkv').first().locator('.name-cell').evaluate((cell) => cell.clientWidth >= 100), true, 'names have room beside the map');
+  await tab.getByRole('listbox').press('-');
+  await tab.setViewportSize({ width: 1440, height: 900 });
+  await tab.reload();
+  await becomes(() => tab.locator('.map').evaluate((map) => map.clientWidth / map.parentElement.clientWidth > 0.75), true, 'a width that nobody chose is not kept');
 });
 
 test('all types; tapping one on a narrow screen leads to it; a stopped scan says so after a reload', async (t) => {

@@ -10,21 +10,20 @@ export interface MapSettings {
   colouring: Colouring;
   shaded: boolean;
   depth: number; // levels of folders that are divided
-  share: number; // of the section's width that the map takes
+  share: number | null; // of the section's width that the map takes; null unless chosen
 }
 
-const clamp = (value: unknown, least: number, most: number, otherwise: number): number =>
+const clamp = <T>(value: unknown, least: number, most: number, otherwise: T): number | T =>
   (typeof value === 'number' && Number.isFinite(value) ? Math.min(most, Math.max(least, value)) : otherwise);
 
 export const LEAST_SHARE = 0.4;
 export const MOST_SHARE = 0.85;
-const ROOMY = 1300; // pixels of a window in which the list beside a large map still has room for names
 
 function stored(): MapSettings {
   const { colouring, shaded, depth, share } = readChoice(STORED);
   return {
     colouring: isColouring(colouring) ? colouring : 'type', shaded: shaded !== false,
-    depth: Math.round(clamp(depth, LEAST_DEPTH, MOST_DEPTH, 8)), share: clamp(share, LEAST_SHARE, MOST_SHARE, innerWidth < ROOMY ? 0.7 : 0.78),
+    depth: Math.round(clamp(depth, LEAST_DEPTH, MOST_DEPTH, 8)), share: clamp(share, LEAST_SHARE, MOST_SHARE, null),
   };
 }
 

@@ -69,7 +69,7 @@ export class Table<R> {
     this.#space.append(this.#probe);
     this.root.addEventListener('scroll', () => {
       this.#draw(false);
-      options.onScroll?.(Math.floor(this.root.scrollTop / this.#rowHeight));
+      options.onScroll?.(this.#top);
     }, { passive: true });
     this.root.addEventListener('focus', () => this.#pointAtActive());
     this.#observer = new ResizeObserver(() => this.#measure());

@@ -33,6 +33,7 @@ const LARGE_AREA = 100;
 const AT_ONCE = 4;
 const MOST_FETCHED = 800;
 const REDRAW_MS = 250;
+const ROOMY = 1300; // pixels of a window in which the list beside a large map still has room for names
 
 class MapSection implements ResultScreen {
   readonly keeps = true;
@@ -175,7 +176,7 @@ class MapSection implements ResultScreen {
     const side = el('div', { class: 'map-side' }, this.#table.root, this.#legend.root);
     const area = el('div', { class: 'map-area' }, this.#canvas.root);
     const handle = splitter(area, {
-      label: t('mapSplitter'), least: LEAST_SHARE, most: MOST_SHARE, share: mapSettings().share,
+      label: t('mapSplitter'), least: LEAST_SHARE, most: MOST_SHARE, share: mapSettings().share ?? (innerWidth < ROOMY ? 0.7 : 0.78),
       onMove: (share) => area.style.setProperty('--map-share', `${share * 100}%`),
       onKeep: (share) => changeMap({ share }),
     });
